@@ -1,0 +1,49 @@
+#pragma once
+
+#include <boost/variant.hpp>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace LbtUtil {
+
+/// The value of a named attribute: an unsigned integer, a single-precision
+/// number, a text or a double-precision number.
+class AttributeValue {
+ public:
+  /// What a value is. The values are the type codes stored in files.
+  enum class Kind : std::uint8_t { UnsignedInteger = 0, Float = 1, Text = 2, Double = 3 };
+
+  /// Characters of a text that are kept.
+  static constexpr std::size_t kTextSize = 256;
+
+  /// The unsigned integer 0.
+  AttributeValue() : value_(0U) {}
+  AttributeValue(unsigned int value) : value_(value) {}
+  AttributeValue(float value) : value_(value) {}
+  AttributeValue(double value) : value_(value) {}
+  /// The first kTextSize characters of "text", up to the first NUL.
+  AttributeValue(std::string_view text) : value_(Kept(text)) {}
+  AttributeValue(const std::string& text) : AttributeValue(std::string_view(text)) {}
+  AttributeValue(const char* text) : AttributeValue(std::string_view(text)) {}
+
+  /// What the value is.
+  [[nodiscard]] Kind GetKind() const { return static_cast<Kind>(value_.which()); }
+
+  /// The value as text: numbers as a C++ output stream writes them by default.
+  [[nodiscard]] std::string GetAttributeString() const;
+
+  /// Whether the value is of the text kind and reads "text".
+  [[nodiscard]] bool IsText(std::string_view text) const;
+
+ private:
+  static std::string Kept(std::string_view text);
+
+  boost::variant<unsigned int, float, std::string, double> value_;
+};
+
+/// Attributes by name, in byte order of the names.
+using AttributeMap = std::map<std::string, AttributeValue>;
+
+}  // namespace LbtUtil

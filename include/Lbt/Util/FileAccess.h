@@ -1,0 +1,42 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+namespace Lbt::Util {
+
+/// Which file a path or a descriptor stands for: its device and inode. Two
+/// spellings, a hard link and what a symbolic link points to have the same one.
+struct FileIdentity {
+  dev_t device;
+  ino_t inode;
+
+  [[nodiscard]] bool operator==(const FileIdentity&) const = default;
+};
+
+/// The identity of an open file; none where its status cannot be read.
+[[nodiscard]] std::optional<FileIdentity> IdentityOf(int descriptor);
+
+/// Whether "descriptor" is open on a regular file: no directory, device or pipe.
+[[nodiscard]] bool IsRegularFile(int descriptor);
+
+/// Opens "/dev/null" for reading in place of each standard descriptor that is closed,
+/// so that no other file takes its number and what is written to it fails.
+void FillStandardDescriptors();
+
+/// Opens "path" for writing and empties it, creating it where needed. Never
+/// blocks. The file is emptied only after it is known not to be "spared", so that
+/// naming a model as one's own output cannot destroy it. A pipe that nobody reads
+/// cannot be opened. None on failure; the caller owns the descriptor.
+[[nodiscard]] std::optional<int> OpenForReplacing(const std::string& path,
+                                                  std::optional<FileIdentity> spared);
+
+/// Opens "path" as a text log, emptied, for writing. Follows no link, never
+/// blocks, and takes only a regular file of one name that is empty or starts like
+/// text: what lies in a shared directory under the log's name may be a trap, or
+/// somebody's data. None on failure; the caller owns the descriptor.
+[[nodiscard]] std::optional<int> OpenLog(const std::string& path);
+
+}  // namespace Lbt::Util

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace Lbt::Util {
+
+/// The text of one number, held in place. Every number of the report, the dump
+/// and the export gets its characters here: those that a C++ output stream with
+/// default formatting writes (six significant digits, the shorter of fixed and
+/// exponent notation, "inf", "nan").
+class NumberText {
+ public:
+  /// A float reads as the double of the same value.
+  explicit NumberText(float value);
+  explicit NumberText(double value);
+  explicit NumberText(std::uint32_t value) : NumberText(static_cast<std::uint64_t>(value)) {}
+  explicit NumberText(std::int32_t value) : NumberText(static_cast<std::int64_t>(value)) {}
+  explicit NumberText(std::uint64_t value);
+  explicit NumberText(std::int64_t value);
+
+  /// The characters; valid while this object lives.
+  [[nodiscard]] std::string_view View() const { return {text_.data(), size_}; }
+
+ private:
+  /// Room for a 64-bit integer with sign and for any six-digit number.
+  static constexpr std::size_t kRoom = 24;
+
+  std::array<char, kRoom> text_;
+  std::size_t size_;
+};
+
+}  // namespace Lbt::Util

@@ -1,0 +1,21 @@
+#include "Lbt/Util/AttributeValue.h"
+
+#include "Lbt/Util/ToString.h"
+
+namespace LbtUtil {
+
+std::string AttributeValue::GetAttributeString() const {
+  return boost::apply_visitor([](const auto& value) { return Lbt::Util::ToString(value); }, value_);
+}
+
+bool AttributeValue::IsText(std::string_view text) const {
+  const auto* held = boost::get<std::string>(&value_);
+  return held != nullptr && *held == text;
+}
+
+std::string AttributeValue::Kept(std::string_view text) {
+  text = text.substr(0, kTextSize);
+  return std::string(text.substr(0, text.find('\0')));
+}
+
+}  // namespace LbtUtil

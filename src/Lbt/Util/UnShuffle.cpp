@@ -1,0 +1,41 @@
+#include "Lbt/Util/UnShuffle.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace LbtUtil {
+
+namespace {
+
+constexpr std::size_t kElementSize = 4;
+
+}  // namespace
+
+void UnShufflePlane(std::span<const unsigned char> plane, unsigned char* first,
+                    std::size_t stride) {
+  const std::size_t count = plane.size() / kElementSize;
+  const unsigned char* byte0 = plane.data();
+  const unsigned char* byte1 = byte0 + count;
+  const unsigned char* byte2 = byte1 + count;
+  const unsigned char* byte3 = byte2 + count;
+  for (std::size_t i = 0; i < count; ++i) {
+    const unsigned char element[kElementSize] = {byte0[i], byte1[i], byte2[i], byte3[i]};
+    std::memcpy(first + i * stride * kElementSize, element, kElementSize);
+  }
+}
+
+template <class T>
+void UnShuffleVectorBytes(std::vector<T>& v) {
+  static_assert(sizeof(T) == kElementSize);
+  if (v.empty()) {
+    return;
+  }
+  std::vector<unsigned char> stored(v.size() * kElementSize);
+  std::memcpy(stored.data(), v.data(), stored.size());
+  UnShufflePlane(stored, reinterpret_cast<unsigned char*>(v.data()), 1);
+}
+
+template void UnShuffleVectorBytes<float>(std::vector<float>& v);
+template void UnShuffleVectorBytes<unsigned int>(std::vector<unsigned int>& v);
+
+}  // namespace LbtUtil
