@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Lbt/Log/Filter.h"
+#include "Lbt/Log/Formatter.h"
+#include "Lbt/Log/Publisher.h"
+#include "Lbt/Util/LogRecord.h"
+#include "Lbt/Util/SingletonHolder.h"
+
+namespace Lbt::Log {
+
+/// Hands every log record to a list of loggers. A process has one, made at its
+/// first use: Util::SingletonHolder<Manager>::getInstance(). Not for use from
+/// several threads at once.
+class Manager {
+ public:
+  /// The name of the filter (level 2000) and of the formatter that are always there.
+  static constexpr const char* DefaultElem = "__Default__";
+
+  /// Parts of one kind, owned, in the order in which they came, and by name.
+  template <class Part>
+  struct Parts {
+    /// The index of the part called "name", made by "make" where there is none.
+    template <class Make>
+    std::size_t FindOrAdd(const std::string& name, Make make) {
+      const auto [entry, isNew] = indices.try_emplace(name, list.size());
+      if (isNew) {
+        list.push_back(make());
+      }
+      return entry->second;
+    }
+
+    std::vector<std::unique_ptr<Part>> list;
+    std::map<std::string, std::size_t> indices;
+  };
+
+  /// One way for records: indices of its publisher, filter and formatter.
+  struct Logger {
+    std::size_t publisher;
+    std::size_t filter;
+    std::size_t formatter;
+  };
+
+  /// No logger yet; the default filter and formatter.
+  Manager();
+
+  /// Passes "record" through every logger, in the order in which they were added:
+  /// where the filter lets it pass, its text goes to the publisher, which is then
+  /// flushed.
+  void Publish(const Util::LogRecord& record);
+
+  /// Appends a logger of registered parts.
+  void AddLogger(const Logger& logger) { loggers_.push_back(logger); }
+
+  [[nodiscard]] Parts<Publisher>& Publishers() { return publishers_; }
+  [[nodiscard]] Parts<Filter>& Filters() { return filters_; }
+  [[nodiscard]] Parts<Formatter>& Formatters() { return formatters_; }
+  [[nodiscard]] const std::vector<Logger>& Loggers() const { return loggers_; }
+
+ private:
+  std::deque<Util::LogRecord> queue_;  // publishing goes straight through
+  std::vector<Logger> loggers_;
+  Parts<Publisher> publishers_;
+  Parts<Filter> filters_;
+  Parts<Formatter> formatters_;
+};
+
+}  // namespace Lbt::Log

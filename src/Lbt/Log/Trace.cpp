@@ -1,0 +1,74 @@
+#include "Lbt/Log/Trace.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "Lbt/Log/Manager.h"
+
+namespace Lbt::Log {
+
+namespace {
+
+Manager& TheManager() { return Util::SingletonHolder<Manager>::getInstance(); }
+
+template <class Make>
+void AddTraceLogger(const char* publisherName, Make makePublisher) {
+  Manager& manager = TheManager();
+  const std::size_t publisher = manager.Publishers().FindOrAdd(publisherName, makePublisher);
+  const std::size_t filter = manager.Filters().FindOrAdd(
+      "trace log", [] { return std::make_unique<LevelFilter<Util::LogRecord::kProgress>>(); });
+  const std::size_t formatter = manager.Formatters().FindOrAdd(
+      Manager::DefaultElem, [] { return std::make_unique<DefaultFormatter>(); });
+  manager.AddLogger({publisher, filter, formatter});
+}
+
+}  // namespace
+
+void Trace(const char* message, const char* file, unsigned long line) {
+  Util::LogRecord record(Util::LogRecord::kProgress, file, line);
+  record.AppendToMessage(message);
+  TheManager().Publish(record);
+}
+
+void LogTraceToFile(const char* path) {
+  AddTraceLogger("log file", [path] { return std::make_unique<FilePublisher>(path); });
+}
+
+void LogTraceToNull() {
+  AddTraceLogger("log to null", [] { return std::make_unique<NullPublisher>(); });
+}
+
+void LogTraceToConsole() {
+  AddTraceLogger("log to console", [] { return std::make_unique<StreamPublisher>(std::cerr); });
+}
+
+}  // namespace Lbt::Log
+
+namespace {
+
+std::string LogDirectory() {
+  const char* named = std::getenv("QUARLO_TEMP_PATH");
+  std::string directory = named == nullptr || *named == '\0' ? "/tmp" : named;
+  directory += '/';
+  return directory;
+}
+
+}  // namespace
+
+void SetLogFile() {
+  const std::string directory = LogDirectory();
+  if (access(directory.c_str(), W_OK) != 0) {
+    // The two sentences stand together and "discorded" is what people search for.
+    std::cerr << "Unable to set log file."
+              << "Log information will be discorded." << std::endl;
+    Lbt::Log::LogTraceToNull();
+    return;
+  }
+  const std::string path = directory + "TevInfo_trace.log";
+  std::cerr << "Writing log to \"" << path << '"' << std::endl;
+  Lbt::Log::LogTraceToFile(path.c_str());
+}
