@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <span>
+
+namespace LbtLbf {
+
+/// The in-memory image of one stored block: a growing byte buffer with a fill
+/// level and a cursor. Everything that is decoded from a file passes through Get,
+/// the one place where bounds are checked.
+///
+/// Invariant while there is a buffer: position <= size <= capacity. A released
+/// block has no buffer but remembers its size and capacity.
+class Block {
+ public:
+  Block() = default;
+  Block(Block&& other) noexcept { Swap(other); }
+  Block& operator=(Block&& other) noexcept;
+
+  /// Appends "length" bytes of "stream", from its current offset, at the cursor,
+  /// which stays where it is. Nothing happens for a length of 0. Throws "Read
+  /// Error" where the stream does not hold them all, and "Memory Allocation Error".
+  void Read(std::FILE* stream, const unsigned int& length);
+
+  /// Copies "length" bytes from the cursor to "destination" and moves the cursor
+  /// over them. Throws "Out of Bounds", with nothing changed, where fewer are left.
+  void Get(void* const& destination, const unsigned int& length);
+
+  /// The same without a copy: the bytes stay in the block and are valid as long as
+  /// its buffer is.
+  [[nodiscard]] std::span<const unsigned char> Get(std::uint32_t length);
+
+  /// Moves the cursor; to the size is allowed. Throws "Out of Bounds" beyond it.
+  void SetPosition(const unsigned long& position);
+
+  /// Makes the buffer larger by "extra" bytes. Throws "Memory Allocation Error" with
+  /// the block unchanged.
+  void AllocateAdditionalMemory(const unsigned long& extra);
+
+  /// Makes room for "length" bytes at "position": where they would fill the buffer
+  /// or more, it grows by "length" or by the default block size, whichever is
+  /// larger. That an exact fit grows, too, is intended.
+  void CheckFreeSpaceAndAllocateMemory(unsigned int& position, const unsigned int& length);
+
+  /// The bytes from the cursor to the capacity, to be written to.
+  [[nodiscard]] std::span<unsigned char> Room();
+
+  /// Takes "length" bytes that were written to Room() for the block's: moves the
+  /// cursor over them and raises the size.
+  void Append(std::uint32_t length);
+
+  /// Gives memory beyond "capacity" bytes back.
+  void ShrinkTo(std::uint64_t capacity);
+
+  /// Frees the buffer and leaves the cursor at the size, as after reading it all.
+  void Release();
+
+  /// Leaves an empty block as loading "length" bytes and releasing them would.
+  void Pass(std::uint32_t length);
+
+  [[nodiscard]] std::uint64_t GetCapacity() const { return capacity_; }
+  [[nodiscard]] std::uint32_t GetSize() const { return size_; }
+  [[nodiscard]] std::uint32_t GetPosition() const { return position_; }
+  [[nodiscard]] std::uint32_t GetRemaining() const { return size_ - position_; }
+  [[nodiscard]] bool HasBuffer() const { return buffer_ != nullptr; }
+  [[nodiscard]] bool IsConsumed() const { return position_ == size_; }
+
+  /// The growth step of all blocks, in bytes: 10 MiB, or what the environment
+  /// variable PRAMO_DEFAULT_TEV_BLOCK_SIZE last said.
+  [[nodiscard]] static std::uint32_t GetDefaultSize();
+  /// Looks at PRAMO_DEFAULT_TEV_BLOCK_SIZE; values out of 0 to 4294967294 do not count.
+  static void RefreshDefaultSize();
+
+ private:
+  struct Free {
+    void operator()(unsigned char* buffer) const { std::free(buffer); }
+  };
+
+  void Swap(Block& other) noexcept;
+  void Reallocate(std::uint64_t capacity);
+
+  std::unique_ptr<unsigned char, Free> buffer_;
+  std::uint64_t capacity_ = 0;
+  std::uint32_t size_ = 0;
+  std::uint32_t position_ = 0;
+};
+
+}  // namespace LbtLbf

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstdint>
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "Lbt/Lbf/Block.h"
+#include "Lbt/Lbf/IndexItem.h"
+#include "Lbt/Util/LittleEndian.h"
+
+/// How values lie in a block: little-endian, unaligned, back to back, without type
+/// tags.
+///
+///   number   its 1, 4 or 8 bytes; floats as IEEE 754
+///   bool     1 byte, true where it is not 0
+///   string   u32 length, then that many bytes, without a terminator
+///   vector   u32 count, then that many elements
+///
+/// Each function reads from the block's cursor on and moves it. All throw "Out of
+/// Bounds", "Not enough bytes in the block", where the block ends too early; what
+/// was read until then stays consumed.
+namespace LbtLbf {
+
+/// Reads a number.
+template <Lbt::Util::StoredNumber T>
+[[nodiscard]] T NumberFromBlock(Block& block) {
+  return Lbt::Util::FromLittleEndian<T>(block.Get(std::uint32_t{sizeof(T)}).data());
+}
+
+/// Reads a number.
+template <Lbt::Util::StoredNumber T>
+void CopyFromBlock(Block& block, T& value) {
+  value = NumberFromBlock<T>(block);
+}
+
+/// Reads a bool: any byte that is not 0 is true.
+void CopyFromBlock(Block& block, bool& value);
+
+/// Reads a string. A NUL in it cuts it there; the rest is consumed all the same. A
+/// string of length 0 leaves "text" as it was.
+void CopyFromBlock(Block& block, std::string& text);
+
+namespace Detail {
+
+/// The length that a vector keeps of a stored count of which only "read" elements
+/// are there: no claim sizes memory beyond what a block of that size could fill.
+[[nodiscard]] inline std::size_t KeptLength(std::size_t count, std::size_t read,
+                                            std::uint32_t blockSize) {
+  return count <= blockSize ? count : read + 1;
+}
+
+}  // namespace Detail
+
+/// Reads a vector of numbers. It is resized first and keeps its length where the
+/// elements run out (cut to those read and one more where no block of this size
+/// could hold them); elements that were not read are 0 or have their old values.
+template <class T>
+void CopyFromBlock(Block& block, std::vector<T>& values) {
+  static_assert(Lbt::Util::StoredNumber<T>);
+  const auto count = NumberFromBlock<std::uint32_t>(block);
+  const auto read = std::min<std::uint32_t>(
+      count, block.GetRemaining() / static_cast<std::uint32_t>(sizeof(T)));
+  values.resize(read == count ? count : Detail::KeptLength(count, read, block.GetSize()));
+  const auto bytes = block.Get(read * static_cast<std::uint32_t>(sizeof(T)));
+  for (std::size_t i = 0; i < read; ++i) {
+    values[i] = Lbt::Util::FromLittleEndian<T>(bytes.data() + i * sizeof(T));
+  }
+  if (read != count) {
+    static_cast<void>(NumberFromBlock<T>(block));  // fails: the element that is not there
+  }
+}
+
+/// Reads a vector of strings, with the rules of vectors and of strings: an element
+/// of length 0 keeps what the vector held there.
+template <>
+void CopyFromBlock<std::string>(Block& block, std::vector<std::string>& texts);
+
+/// Reads index entries, each: sequence (u8), name (string), stored size (u32),
+/// compression (u8), options (u8). All other fields have their default values.
+/// "items" is unchanged after a failure.
+template <>
+void CopyFromBlock<IndexItem>(Block& block, std::vector<IndexItem>& items);
+
+}  // namespace LbtLbf

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Lbt/Lbf/BlockCache.h"
+#include "Lbt/Lbf/NamedStream.h"
+
+namespace LbtLbf {
+
+/// The index of a container with its loaded blocks: which blocks form the stream of
+/// a name, and which of them a read is served from.
+///
+/// Stored form: u32 count, then the entries. Entries of one name form one stream, in
+/// index order. Positions are not stored: each block starts where the one before it
+/// ends, the first one behind the index. Where the last entry's name starts with
+/// "\vIndex Block ", its block is a second index, whose entries are appended; that
+/// one's own last entry is never followed.
+class Index {
+ public:
+  /// Reads the index of "size" bytes that "stream" stands at, and the second index
+  /// where there is one. Throws what reading blocks throws, and "Out of Bounds" where
+  /// the entries run out; the index is empty then.
+  void ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long& size);
+
+  /// The entry whose block serves the next read of stream "name"; loads blocks on the
+  /// way. Throws "Element Not Found" for an unknown name, and what a load throws.
+  [[nodiscard]] unsigned long GetReadingBlockIndex(std::string_view name, std::FILE* stream);
+
+  /// The same among the blocks in memory. Throws "Element Not Found" where the name is
+  /// unknown or no block of it has bytes left.
+  [[nodiscard]] unsigned long GetReadingBlockIndex(std::string_view name);
+
+  /// The blocks of those entries.
+  [[nodiscard]] Block& GetReadingBlock(std::string_view name, std::FILE* stream) {
+    return cache_.GetBlock(GetReadingBlockIndex(name, stream));
+  }
+  [[nodiscard]] Block& GetReadingBlock(std::string_view name) {
+    return cache_.GetBlock(GetReadingBlockIndex(name));
+  }
+
+  /// Copies "length" bytes (its low 32 bits) of stream "name", all from one block. An
+  /// unknown name, or no block to choose, leaves "destination" alone.
+  void Get(std::string_view name, void* const& destination, unsigned long length);
+  void Get(std::string_view name, void* const& destination, unsigned long length,
+           std::FILE* stream);
+
+  /// Puts the cursor of stream "name" at "offset" bytes from its start, counted over
+  /// the uncompressed bytes of its blocks; the stream's end is allowed. Blocks before
+  /// it are released and count as read. A name that the index lacks gets an empty
+  /// block. Throws "Out of Bounds" ("Invalid block position") and what a load throws.
+  void SetBlockPosition(std::string_view name, unsigned long offset, std::FILE* stream);
+
+  /// Appends an entry with an empty block to stream "name" and returns its number.
+  unsigned long CreateBlock(const std::string& name);
+
+  /// Throws "Element Not Found" for an unknown name.
+  [[nodiscard]] BlockSizeLimiter& GetBlockSizeLimiter(std::string_view name);
+
+  /// Loads one entry, anew where it was in memory, with the cursor at its start.
+  void ReadBufferFromFileStream(unsigned long entry, std::FILE* stream);
+
+  /// An entry's block, to be read from.
+  [[nodiscard]] Block& GetBlock(unsigned long entry);
+
+  [[nodiscard]] bool IsEmpty() const { return cache_.Items().empty(); }
+  [[nodiscard]] const std::vector<IndexItem>& GetItems() const { return cache_.Items(); }
+  [[nodiscard]] const BlockCache& GetCache() const { return cache_; }
+  [[nodiscard]] const std::map<std::string, NamedStream, std::less<>>& GetStreams() const {
+    return streams_;
+  }
+  [[nodiscard]] std::uint64_t GetIndexPosition() const { return indexPosition_; }
+  [[nodiscard]] std::uint64_t GetIndexSize() const { return indexSize_; }
+
+ private:
+  [[nodiscard]] NamedStream& FindStream(std::string_view name);
+  void AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items) const;
+  void BuildStreams();
+
+  BlockCache cache_;
+  std::map<std::string, NamedStream, std::less<>> streams_;
+  std::uint8_t nextSequence_ = 0;
+  std::uint64_t indexPosition_ = 0;
+  std::uint64_t indexSize_ = 0;
+};
+
+}  // namespace LbtLbf

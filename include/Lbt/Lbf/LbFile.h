@@ -1,0 +1,119 @@
+#pragma once
+
+#include <concepts>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "Lbt/Lbf/Block.h"
+#include "Lbt/Lbf/Index.h"
+#include "Lbt/Util/FileAccess.h"
+
+namespace LbtLbf {
+
+/// The container version that the readers of versioned records go by: "1.3" from
+/// the start of the program on.
+extern std::string tev_file_version;
+
+/// The types that can be read from a named stream.
+template <class T>
+concept StreamValue =
+    std::same_as<T, unsigned char> || std::same_as<T, bool> || std::same_as<T, unsigned int> ||
+    std::same_as<T, float> || std::same_as<T, unsigned long> || std::same_as<T, std::string> ||
+    std::same_as<T, std::vector<unsigned char>> || std::same_as<T, std::vector<unsigned int>> ||
+    std::same_as<T, std::vector<float>> || std::same_as<T, std::vector<double>> ||
+    std::same_as<T, std::vector<std::string>>;
+
+/// The reader of one container file.
+///
+/// Layout: signature (8 bytes: 0x89 "LBF" CR LF 0x1A LF), version text (4 bytes,
+/// padded with NUL), index size (u32), index, then the blocks without gaps. All
+/// integers are little-endian. Nothing is ever written.
+///
+/// A read names a stream. A stream that the file lacks is no error: the destination
+/// keeps its value, so initialise before reading. The index is read at the first
+/// named read, and again where it has no entries.
+class LbFile {
+ public:
+  /// The first bytes of every container file.
+  static constexpr std::string_view kSignature = "\x89LBF\r\n\x1a\n";
+
+  LbFile() = default;
+  virtual ~LbFile();
+  LbFile(const LbFile&) = delete;
+  LbFile& operator=(const LbFile&) = delete;
+
+  /// Opens a file ("rb") without blocking and without reading. Throws "Miscelleneous
+  /// Error" where it cannot be opened or another one is open.
+  void OpenFile(const std::string& path, const char* mode);
+
+  /// Closes the file where one is open. The index and all blocks in memory stay.
+  virtual void CloseFile();
+
+  [[nodiscard]] bool IsOpen() const { return stream_ != nullptr; }
+
+  /// Whether the open file is a regular one and starts with the signature. Throws
+  /// "Read Error" where reading fails before the file's end.
+  [[nodiscard]] bool HasSignature();
+
+  /// The version text of the open file: at most four characters. Throws as above.
+  [[nodiscard]] std::string ReadVersion();
+
+  /// Sets "atLeast07" where a version text is 0.7 or later; then throws "Unknown
+  /// Version" where it is later than 1.3.
+  static void CheckSupport(const std::string& version, bool& atLeast07);
+
+  /// Reads the index. Throws what Index::ReadIndexBufferFromFileStream does.
+  void ReadIndex();
+
+  /// Copies "length" bytes (its low 32 bits) of a stream. A missing stream leaves
+  /// "destination" alone, whether the file is open or not.
+  void Get(std::string_view name, void* const& destination, unsigned long length);
+
+  /// The same into a buffer of characters.
+  template <std::same_as<char> T>
+  void Get(std::string_view name, const T* destination, unsigned long length) {
+    Get(name, static_cast<void*>(const_cast<T*>(destination)), length);
+  }
+
+  /// Reads one value by the rules of CopyFromBlock, all from one block. A missing
+  /// stream leaves "value" alone while the file is open, and is "Element Not Found"
+  /// when it is closed; callers depend on that difference.
+  template <StreamValue T>
+  void Get(std::string_view name, T& value);
+
+  /// The next "length" bytes of a stream without a copy, valid until the next seek in
+  /// it; none where the stream is missing.
+  [[nodiscard]] std::span<const unsigned char> GetBytes(std::string_view name,
+                                                        unsigned long length);
+
+  /// The block that the next read of a stream is served from. Throws "Element Not
+  /// Found" for a missing stream.
+  [[nodiscard]] Block& GetReadingBlock(std::string_view name);
+
+  /// Puts the cursor of a stream at a byte; see Index::SetBlockPosition.
+  void SetBlockPosition(std::string_view name, unsigned long offset);
+
+  /// Which file is open.
+  [[nodiscard]] std::optional<Lbt::Util::FileIdentity> GetIdentity() const;
+
+  [[nodiscard]] Index& GetIndex() { return index_; }
+  [[nodiscard]] const Index& GetIndex() const { return index_; }
+
+ private:
+  struct Close {
+    void operator()(std::FILE* stream) const { std::fclose(stream); }
+  };
+
+  [[nodiscard]] std::string ReadHeader(long offset, std::size_t length);
+
+  std::unique_ptr<std::FILE, Close> stream_;
+  Index index_;
+};
+
+}  // namespace LbtLbf

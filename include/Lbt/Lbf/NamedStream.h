@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <set>
+#include <vector>
+
+#include "Lbt/Lbf/BlockCache.h"
+#include "Lbt/Lbf/PrefixSums.h"
+
+namespace LbtLbf {
+
+/// The blocks of one name and how large one may be.
+struct BlockSizeLimiter {
+  /// Largest block of a stream, in bytes, unless PRAMO_MAX_TEV_BLOCK_SIZE says
+  /// otherwise.
+  static constexpr std::uint32_t kDefaultMaxBlockSize = 209715200;
+
+  /// With the limit that the environment sets now.
+  BlockSizeLimiter();
+
+  std::vector<std::uint64_t> blocks;  ///< numbers of the entries, in index order
+  std::uint32_t maxBlockSize;
+};
+
+/// All blocks of one name, read as one sequence of bytes: which block the next read
+/// is served from, and where an offset lies.
+///
+/// Two things keep the cost of a long stream down without changing what is chosen:
+/// a hint where the first block with bytes left may be, and the lengths of the
+/// blocks that a seek has passed, kept as sums.
+class NamedStream {
+ public:
+  /// Appends an entry to the stream.
+  void Append(std::size_t entry) { limiter_.blocks.push_back(entry); }
+
+  /// The entry from which the next read is served: the first one whose block has
+  /// bytes left, loading blocks on the way; the last one where none has. Throws what
+  /// a load throws, and "Element Not Found" for a stream without blocks.
+  [[nodiscard]] std::size_t Choose(BlockCache& cache, std::FILE* file);
+
+  /// The same among the blocks in memory: the first with bytes left. Throws "Element
+  /// Not Found" where there is none.
+  [[nodiscard]] std::size_t ChooseInMemory(const BlockCache& cache) const;
+
+  /// Puts the cursor at "offset" bytes from the stream's start. Blocks that lie
+  /// before are released, and count as read; one that was not in memory counts with
+  /// its recorded length and is not inflated. Throws what a load throws, and "Out of
+  /// Bounds" for an offset beyond the end.
+  void Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file);
+
+  /// Loads one of the stream's entries, anew where it is in memory.
+  void Reload(BlockCache& cache, std::size_t entry, std::FILE* file);
+
+  /// Says that somebody may move the cursor of "entry"'s block.
+  void Expose(std::size_t entry);
+
+  [[nodiscard]] BlockSizeLimiter& Limiter() { return limiter_; }
+  [[nodiscard]] const BlockSizeLimiter& Limiter() const { return limiter_; }
+
+ private:
+  // Blocks are meant here by their place in the stream: 0 is the first.
+  [[nodiscard]] std::size_t EntryAt(std::size_t place) const { return limiter_.blocks[place]; }
+  [[nodiscard]] std::size_t PlaceOf(std::size_t entry) const;
+  [[nodiscard]] bool IsKnown(std::size_t place) const { return place < lengths_.Count(); }
+  [[nodiscard]] bool NeedsLoad(const BlockCache& cache, std::size_t place) const;
+  [[nodiscard]] std::size_t FindPlace(BlockCache& cache, std::uint64_t offset, std::FILE* file);
+  [[nodiscard]] std::uint32_t Measure(BlockCache& cache, std::size_t place, std::FILE* file) const;
+  void Load(BlockCache& cache, std::size_t place, std::FILE* file);
+  void Pass(BlockCache& cache, std::size_t place);
+  void PassFailed(BlockCache& cache, std::size_t place);
+  void ReleaseBefore(BlockCache& cache, std::size_t place);
+
+  BlockSizeLimiter limiter_;
+  std::size_t firstOpen_ = 0;         // no block before it has bytes left, suspects apart
+  PrefixSums lengths_;                // of the first blocks, as far as they are known
+  std::vector<std::size_t> loaded_;   // heap with the least on top: loaded blocks
+  std::set<std::size_t> suspects_;    // passed with a recorded length of 0, never inflated
+  std::vector<std::size_t> failed_;   // of known length, but loading them failed
+};
+
+}  // namespace LbtLbf

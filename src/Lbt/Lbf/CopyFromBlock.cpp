@@ -1,0 +1,72 @@
+#include "Lbt/Lbf/CopyFromBlock.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "Lbt/Util/Exception.h"
+
+namespace LbtLbf {
+
+namespace {
+
+/// Bytes of an index entry whose name is empty.
+constexpr std::uint32_t kShortestItem = 11;
+
+IndexItem ItemFromBlock(Block& block) {
+  IndexItem item;
+  CopyFromBlock(block, item.sequence);
+  CopyFromBlock(block, item.name);
+  CopyFromBlock(block, item.size);
+  CopyFromBlock(block, item.compression);
+  CopyFromBlock(block, item.options);
+  return item;
+}
+
+}  // namespace
+
+void CopyFromBlock(Block& block, bool& value) {
+  value = NumberFromBlock<std::uint8_t>(block) != 0;
+}
+
+void CopyFromBlock(Block& block, std::string& text) {
+  const auto length = NumberFromBlock<std::uint32_t>(block);
+  if (length == 0) {
+    return;
+  }
+  const auto bytes = block.Get(length);
+  const std::string_view stored(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  text.assign(stored.substr(0, stored.find('\0')));
+}
+
+template <>
+void CopyFromBlock<std::string>(Block& block, std::vector<std::string>& texts) {
+  const auto count = NumberFromBlock<std::uint32_t>(block);
+  if (count <= block.GetSize()) {
+    texts.resize(count);
+  }
+  std::size_t read = 0;
+  try {
+    for (; read < count; ++read) {
+      if (read == texts.size()) {
+        texts.emplace_back();
+      }
+      CopyFromBlock(block, texts[read]);
+    }
+  } catch (const Lbt::Util::Exception&) {
+    texts.resize(Detail::KeptLength(count, read, block.GetSize()));
+    throw;
+  }
+}
+
+template <>
+void CopyFromBlock<IndexItem>(Block& block, std::vector<IndexItem>& items) {
+  const auto count = NumberFromBlock<std::uint32_t>(block);
+  std::vector<IndexItem> read;
+  read.reserve(std::min(count, block.GetRemaining() / kShortestItem));
+  for (std::uint32_t i = 0; i < count; ++i) {
+    read.push_back(ItemFromBlock(block));
+  }
+  items = std::move(read);
+}
+
+}  // namespace LbtLbf

@@ -1,0 +1,130 @@
+#include "Lbt/Lbf/Index.h"
+
+#include <utility>
+
+#include "Lbt/Lbf/CopyFromBlock.h"
+#include "Lbt/Log/Raise.h"
+#include "Lbt/Log/Trace.h"
+
+namespace LbtLbf {
+
+using Lbt::Log::Raise;
+using Lbt::Log::Trace;
+using Lbt::Util::Exception;
+
+namespace {
+
+constexpr const char* kFile = "include/Lbt/Lbf/Index";
+constexpr std::string_view kContinuationPrefix = "\vIndex Block ";
+
+/// Runs a read and absorbs that there is nothing to read from.
+template <class Read>
+void AbsorbNotFound(Read read) {
+  try {
+    read();
+  } catch (const Exception& exception) {
+    if (exception.GetType() != Exception::ErrorType::ElementNotFound) {
+      throw;
+    }
+  }
+}
+
+}  // namespace
+
+void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long& size) {
+  Trace("Reading index block ... ", kFile);
+  cache_.Assign({}, 0);
+  streams_.clear();
+  const off_t offset = ftello(stream);
+  indexPosition_ = offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
+  indexSize_ = size;
+
+  std::vector<IndexItem> items;
+  Block scratch;
+  scratch.Read(stream, static_cast<unsigned int>(size));
+  CopyFromBlock<IndexItem>(scratch, items);
+  if (!items.empty() && items.back().name.starts_with(kContinuationPrefix)) {
+    AppendContinuation(stream, items);
+  }
+  cache_.Assign(std::move(items), indexPosition_ + indexSize_);
+  BuildStreams();
+  Trace("Index block read. ", kFile);
+}
+
+void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items) const {
+  BlockCache firstIndex;
+  firstIndex.Assign(items, indexPosition_ + indexSize_);
+  const std::size_t last = items.size() - 1;
+  firstIndex.Load(last, stream);
+  std::vector<IndexItem> appended;
+  CopyFromBlock<IndexItem>(firstIndex.GetBlock(last), appended);
+  items.insert(items.end(), std::make_move_iterator(appended.begin()),
+               std::make_move_iterator(appended.end()));
+}
+
+void Index::BuildStreams() {
+  const std::vector<IndexItem>& items = cache_.Items();
+  for (std::size_t entry = 0; entry < items.size(); ++entry) {
+    streams_[items[entry].name].Append(entry);
+  }
+}
+
+NamedStream& Index::FindStream(std::string_view name) {
+  const auto found = streams_.find(name);
+  if (found == streams_.end()) {
+    Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
+  }
+  return found->second;
+}
+
+unsigned long Index::GetReadingBlockIndex(std::string_view name, std::FILE* stream) {
+  return FindStream(name).Choose(cache_, stream);
+}
+
+unsigned long Index::GetReadingBlockIndex(std::string_view name) {
+  return FindStream(name).ChooseInMemory(cache_);
+}
+
+void Index::Get(std::string_view name, void* const& destination, unsigned long length) {
+  AbsorbNotFound(
+      [&] { GetReadingBlock(name).Get(destination, static_cast<unsigned int>(length)); });
+}
+
+void Index::Get(std::string_view name, void* const& destination, unsigned long length,
+                std::FILE* stream) {
+  AbsorbNotFound(
+      [&] { GetReadingBlock(name, stream).Get(destination, static_cast<unsigned int>(length)); });
+}
+
+void Index::SetBlockPosition(std::string_view name, unsigned long offset, std::FILE* stream) {
+  auto found = streams_.find(name);
+  if (found == streams_.end()) {
+    CreateBlock(std::string(name));
+    found = streams_.find(name);
+  }
+  found->second.Seek(cache_, offset, stream);
+}
+
+unsigned long Index::CreateBlock(const std::string& name) {
+  IndexItem item;
+  item.sequence = nextSequence_++;
+  item.name = name;
+  const std::size_t entry = cache_.Append(std::move(item));
+  streams_[name].Append(entry);
+  return entry;
+}
+
+BlockSizeLimiter& Index::GetBlockSizeLimiter(std::string_view name) {
+  return FindStream(name).Limiter();
+}
+
+void Index::ReadBufferFromFileStream(unsigned long entry, std::FILE* stream) {
+  FindStream(cache_.Items().at(entry).name).Reload(cache_, entry, stream);
+}
+
+Block& Index::GetBlock(unsigned long entry) {
+  FindStream(cache_.Items().at(entry).name).Expose(entry);
+  return cache_.GetBlock(entry);
+}
+
+}  // namespace LbtLbf

@@ -1,0 +1,194 @@
+#include "Lbt/Lbf/LbFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <limits>
+
+#include "Lbt/Lbf/CopyFromBlock.h"
+#include "Lbt/Lbf/VersionTenths.h"
+#include "Lbt/Log/Raise.h"
+#include "Lbt/Log/Trace.h"
+#include "Lbt/Util/LittleEndian.h"
+#include "Lbt/Util/ToString.h"
+
+namespace LbtLbf {
+
+using Lbt::Log::Raise;
+using Lbt::Log::Trace;
+using Lbt::Util::Exception;
+
+std::string tev_file_version = "1.3";
+
+namespace {
+
+constexpr const char* kFile = "include/Lbt/Lbf/LbFile";
+constexpr const char* kNewestVersion = "1.3";
+constexpr std::uint32_t kTenthsOf07 = 7;
+constexpr long kVersionOffset = 8;
+constexpr std::size_t kVersionSize = 4;
+constexpr long kIndexSizeOffset = 12;
+
+bool IsNotFound(const Exception& exception) {
+  return exception.GetType() == Exception::ErrorType::ElementNotFound;
+}
+
+/// Opens without blocking: a pipe that nobody writes to must not stop the program.
+std::FILE* Open(const std::string& path, const char* mode) {
+  const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (descriptor < 0) {
+    return nullptr;
+  }
+  std::FILE* stream = fdopen(descriptor, mode);
+  if (stream == nullptr) {
+    close(descriptor);
+    return nullptr;
+  }
+  // Blocks are read in one piece, straight to where they stay.
+  std::setvbuf(stream, nullptr, _IONBF, 0);
+  return stream;
+}
+
+}  // namespace
+
+LbFile::~LbFile() { LbFile::CloseFile(); }
+
+void LbFile::OpenFile(const std::string& path, const char* mode) {
+  if (IsOpen()) {
+    Raise(Exception::ErrorType::MiscelleneousError, "File stream is already in use", kFile);
+  }
+  stream_.reset(Open(path, mode));
+  if (!IsOpen()) {
+    const std::string message = "Unable to open file \"" + path + '"';
+    Raise(Exception::ErrorType::MiscelleneousError, message.c_str(), kFile);
+  }
+}
+
+void LbFile::CloseFile() {
+  Trace("Closing file ...", kFile);
+  if (IsOpen()) {
+    stream_.reset();
+    Trace("File closed.", kFile);
+  }
+}
+
+bool LbFile::HasSignature() {
+  return Lbt::Util::IsRegularFile(fileno(stream_.get())) &&
+         ReadHeader(0, kSignature.size()) == kSignature;
+}
+
+std::string LbFile::ReadVersion() { return ReadHeader(kVersionOffset, kVersionSize); }
+
+/// Header bytes up to the first NUL. What lies behind the file's end reads as NUL.
+std::string LbFile::ReadHeader(long offset, std::size_t length) {
+  std::string bytes(length, '\0');
+  std::fseek(stream_.get(), offset, SEEK_SET);
+  const std::size_t read = std::fread(bytes.data(), 1, length, stream_.get());
+  if (read < length && std::ferror(stream_.get()) != 0) {
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+  }
+  bytes.resize(read);
+  return bytes.substr(0, bytes.find('\0'));
+}
+
+void LbFile::CheckSupport(const std::string& version, bool& atLeast07) {
+  const std::uint32_t tenths = VersionTenths(version);
+  const std::uint32_t supported = VersionTenths(kNewestVersion);
+  atLeast07 = tenths >= kTenthsOf07;
+  if (tenths > supported) {
+    // Both in tenths, as whole numbers: scripts look for them in this form.
+    const std::string message = "This file is of tev file version " +
+                                Lbt::Util::ToString(tenths) +
+                                ".\nThis version of Quarlo only supports tev file version upto " +
+                                Lbt::Util::ToString(supported) + ".\n";
+    Raise(Exception::ErrorType::UnknownVersion, message.c_str(), kFile);
+  }
+}
+
+void LbFile::ReadIndex() {
+  Trace("Reading index positions ... ", kFile);
+  if (!IsOpen()) {
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+  }
+  std::array<unsigned char, sizeof(std::uint32_t)> stored{};
+  std::fseek(stream_.get(), kIndexSizeOffset, SEEK_SET);
+  const bool isWhole = std::fread(stored.data(), stored.size(), 1, stream_.get()) == 1;
+  if (!isWhole && std::ferror(stream_.get()) != 0) {
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+  }
+  // A file that ends before its index size has an index of no bytes.
+  const unsigned long size =
+      isWhole ? Lbt::Util::FromLittleEndian<std::uint32_t>(stored.data()) : 0;
+  index_.ReadIndexBufferFromFileStream(stream_.get(), size);
+  Trace("Index read. ", kFile);
+}
+
+Block& LbFile::GetReadingBlock(std::string_view name) {
+  if (!IsOpen()) {
+    return index_.GetReadingBlock(name);
+  }
+  if (index_.IsEmpty()) {
+    ReadIndex();
+  }
+  return index_.GetReadingBlock(name, stream_.get());
+}
+
+void LbFile::Get(std::string_view name, void* const& destination, unsigned long length) {
+  try {
+    GetReadingBlock(name).Get(destination, static_cast<unsigned int>(length));
+  } catch (const Exception& exception) {
+    if (!IsNotFound(exception)) {
+      throw;
+    }
+  }
+}
+
+std::span<const unsigned char> LbFile::GetBytes(std::string_view name, unsigned long length) {
+  try {
+    Block& block = GetReadingBlock(name);
+    // No block holds more than 32 bits can count; the longest read fails like any
+    // other that is too long.
+    constexpr auto kMost = std::numeric_limits<std::uint32_t>::max();
+    return block.Get(length < kMost ? static_cast<std::uint32_t>(length) : kMost);
+  } catch (const Exception& exception) {
+    if (!IsNotFound(exception)) {
+      throw;
+    }
+    return {};
+  }
+}
+
+template <StreamValue T>
+void LbFile::Get(std::string_view name, T& value) {
+  try {
+    CopyFromBlock(GetReadingBlock(name), value);
+  } catch (const Exception& exception) {
+    if (!IsNotFound(exception) || !IsOpen()) {
+      throw;
+    }
+  }
+}
+
+template void LbFile::Get(std::string_view name, unsigned char& value);
+template void LbFile::Get(std::string_view name, bool& value);
+template void LbFile::Get(std::string_view name, unsigned int& value);
+template void LbFile::Get(std::string_view name, float& value);
+template void LbFile::Get(std::string_view name, unsigned long& value);
+template void LbFile::Get(std::string_view name, std::string& value);
+template void LbFile::Get(std::string_view name, std::vector<unsigned char>& value);
+template void LbFile::Get(std::string_view name, std::vector<unsigned int>& value);
+template void LbFile::Get(std::string_view name, std::vector<float>& value);
+template void LbFile::Get(std::string_view name, std::vector<double>& value);
+template void LbFile::Get(std::string_view name, std::vector<std::string>& value);
+
+void LbFile::SetBlockPosition(std::string_view name, unsigned long offset) {
+  index_.SetBlockPosition(name, offset, stream_.get());
+}
+
+std::optional<Lbt::Util::FileIdentity> LbFile::GetIdentity() const {
+  return IsOpen() ? Lbt::Util::IdentityOf(fileno(stream_.get())) : std::nullopt;
+}
+
+}  // namespace LbtLbf

@@ -1,0 +1,153 @@
+#include "Lbt/Lbf/NamedStream.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "Lbt/Log/Raise.h"
+#include "SizeSetting.h"
+
+namespace LbtLbf {
+
+using Lbt::Log::Raise;
+using Lbt::Util::Exception;
+
+namespace {
+
+constexpr const char* kFile = "include/Lbt/Lbf/Index";
+
+}  // namespace
+
+BlockSizeLimiter::BlockSizeLimiter()
+    : maxBlockSize(SizeSetting("PRAMO_MAX_TEV_BLOCK_SIZE").value_or(kDefaultMaxBlockSize)) {}
+
+std::size_t NamedStream::Choose(BlockCache& cache, std::FILE* file) {
+  for (; firstOpen_ < limiter_.blocks.size(); ++firstOpen_) {
+    if (NeedsLoad(cache, firstOpen_)) {
+      Load(cache, firstOpen_, file);
+    }
+    const bool isLast = firstOpen_ + 1 == limiter_.blocks.size();
+    if (!cache.GetBlock(EntryAt(firstOpen_)).IsConsumed() || isLast) {
+      return EntryAt(firstOpen_);
+    }
+  }
+  Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
+}
+
+std::size_t NamedStream::ChooseInMemory(const BlockCache& cache) const {
+  const auto& blocks = limiter_.blocks;
+  const auto open = std::find_if(
+      blocks.begin() + static_cast<std::ptrdiff_t>(firstOpen_), blocks.end(),
+      [&cache](std::size_t entry) { return !cache.GetBlock(entry).IsConsumed(); });
+  if (open == blocks.end()) {
+    Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
+  }
+  return *open;
+}
+
+void NamedStream::Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file) {
+  const std::size_t place = FindPlace(cache, offset, file);
+  ReleaseBefore(cache, place);
+  PassFailed(cache, place);
+  firstOpen_ = suspects_.empty() ? place : std::min(place, *suspects_.begin());
+  const bool isTargetGone = !cache.IsLoaded(EntryAt(place)) && !cache.IsStoredEmpty(EntryAt(place));
+  if (isTargetGone) {
+    Load(cache, place, file);
+  }
+  cache.GetBlock(EntryAt(place)).SetPosition(offset - lengths_.Sum(place));
+}
+
+/// Measures blocks that no seek has passed yet, one by one, until one holds the
+/// offset. The last block is the target of whatever is left.
+std::size_t NamedStream::FindPlace(BlockCache& cache, std::uint64_t offset, std::FILE* file) {
+  const std::size_t last = limiter_.blocks.size() - 1;
+  std::size_t place = lengths_.Find(offset);
+  while (!IsKnown(place) && place < last) {
+    ReleaseBefore(cache, place);
+    lengths_.Append(Measure(cache, place, file));
+    const std::size_t next = lengths_.Find(offset);
+    if (next > place) {
+      Pass(cache, place);
+    }
+    place = next;
+  }
+  return std::min(place, last);
+}
+
+std::uint32_t NamedStream::Measure(BlockCache& cache, std::size_t place, std::FILE* file) const {
+  const std::size_t entry = EntryAt(place);
+  const std::uint32_t size = cache.GetBlock(entry).GetSize();
+  return size != 0 || cache.IsLoaded(entry) ? size : cache.ReadRecordedLength(entry, file);
+}
+
+/// Leaves a block that is not in memory as loading and releasing it would.
+void NamedStream::Pass(BlockCache& cache, std::size_t place) {
+  const std::uint64_t length = lengths_.Sum(place + 1) - lengths_.Sum(place);
+  if (!NeedsLoad(cache, place)) {
+    return;
+  }
+  if (length == 0) {
+    suspects_.insert(place);  // only inflating it can tell whether that is true
+  } else {
+    cache.GetBlock(EntryAt(place)).Pass(static_cast<std::uint32_t>(length));
+  }
+}
+
+void NamedStream::PassFailed(BlockCache& cache, std::size_t place) {
+  const auto passed = std::partition(failed_.begin(), failed_.end(),
+                                     [place](std::size_t failed) { return failed >= place; });
+  std::for_each(passed, failed_.end(), [&](std::size_t failed) { Pass(cache, failed); });
+  failed_.erase(passed, failed_.end());
+}
+
+bool NamedStream::NeedsLoad(const BlockCache& cache, std::size_t place) const {
+  const std::size_t entry = EntryAt(place);
+  return cache.GetBlock(entry).GetSize() == 0 && !cache.IsLoaded(entry) &&
+         !cache.IsStoredEmpty(entry);
+}
+
+void NamedStream::ReleaseBefore(BlockCache& cache, std::size_t place) {
+  while (!loaded_.empty() && loaded_.front() < place) {
+    cache.Release(EntryAt(loaded_.front()));
+    std::pop_heap(loaded_.begin(), loaded_.end(), std::greater<>());
+    loaded_.pop_back();
+  }
+}
+
+void NamedStream::Load(BlockCache& cache, std::size_t place, std::FILE* file) {
+  const std::size_t entry = EntryAt(place);
+  const bool wasLoaded = cache.IsLoaded(entry);
+  try {
+    cache.Load(entry, file);
+  } catch (...) {
+    if (IsKnown(place)) {
+      failed_.push_back(place);
+    }
+    throw;
+  }
+  suspects_.erase(place);
+  if (!wasLoaded) {
+    loaded_.push_back(place);
+    std::push_heap(loaded_.begin(), loaded_.end(), std::greater<>());
+  }
+  if (IsKnown(place)) {
+    lengths_.Change(place, lengths_.Sum(place + 1) - lengths_.Sum(place),
+                    cache.GetBlock(entry).GetSize());
+  }
+}
+
+void NamedStream::Reload(BlockCache& cache, std::size_t entry, std::FILE* file) {
+  Expose(entry);
+  Load(cache, PlaceOf(entry), file);
+}
+
+void NamedStream::Expose(std::size_t entry) {
+  firstOpen_ = std::min(firstOpen_, PlaceOf(entry));
+}
+
+std::size_t NamedStream::PlaceOf(std::size_t entry) const {
+  const auto& blocks = limiter_.blocks;
+  return static_cast<std::size_t>(std::lower_bound(blocks.begin(), blocks.end(), entry) -
+                                  blocks.begin());
+}
+
+}  // namespace LbtLbf
