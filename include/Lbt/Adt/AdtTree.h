@@ -1,0 +1,116 @@
+#pragma once
+
+#include <map>
+
+#include "Lbt/Log/Raise.h"
+
+namespace LbtAdt {
+
+/// One entry of a tree: its links, by id (0: none), and its data. The children of a
+/// node form a doubly linked list from firstChild to lastChild.
+template <class T>
+struct TreeNode {
+  unsigned int id = 0;
+  unsigned int parent = 0;
+  unsigned int previousSibling = 0;
+  unsigned int nextSibling = 0;
+  unsigned int firstChild = 0;
+  unsigned int lastChild = 0;
+  T data{};
+};
+
+/// A tree whose entries are found by id. It starts with one entry, the root: id 1,
+/// without links and with default data.
+///
+/// Id 0 means none in every link, so no lookup finds it, even where an entry claims
+/// it; walking over the entries does meet such a one.
+template <class T>
+class Tree {
+ public:
+  using Nodes = std::map<unsigned int, TreeNode<T>>;
+
+  /// Id of the root.
+  static constexpr unsigned int kRootId = 1;
+
+  Tree() { nodes_[kRootId].id = kRootId; }
+
+  /// The entry of "id". Throws "Element Not Found".
+  [[nodiscard]] const TreeNode<T>& GetReqNode(const unsigned int& id) const {
+    const TreeNode<T>* node = FindNode(id);
+    if (node == nullptr) {
+      RaiseNotFound();
+    }
+    return *node;
+  }
+  [[nodiscard]] TreeNode<T>& GetReqNode(const unsigned int& id) {
+    return const_cast<TreeNode<T>&>(static_cast<const Tree&>(*this).GetReqNode(id));
+  }
+
+  /// The entry of "id", or null.
+  [[nodiscard]] const TreeNode<T>* FindNode(unsigned int id) const {
+    const auto found = id == 0 ? nodes_.end() : nodes_.find(id);
+    return found == nodes_.end() ? nullptr : &found->second;
+  }
+
+  /// The entry of the current id. Throws "Element Not Found".
+  [[nodiscard]] TreeNode<T>& GetCurrentNode() { return GetReqNode(currentId_); }
+
+  /// Makes "id" the current one. Throws "Element Not Found" where it is not below the
+  /// next free id.
+  void SetCurrentId(unsigned int id) {
+    if (id >= nextId_) {
+      RaiseNotFound();
+    }
+    currentId_ = id;
+  }
+
+  [[nodiscard]] unsigned int GetCurrentId() const { return currentId_; }
+
+  /// One more than the largest id in use.
+  [[nodiscard]] unsigned int GetNextId() const { return nextId_; }
+
+  /// All entries, in ascending order of id.
+  [[nodiscard]] const Nodes& GetNodes() const { return nodes_; }
+
+ protected:
+  /// Adds an entry, or replaces the one of its id, and returns the data that was there.
+  T Insert(const TreeNode<T>& node) {
+    T former = nodes_[node.id].data;
+    nodes_[node.id] = node;
+    if (nextId_ <= node.id) {
+      nextId_ = node.id + 1;
+    }
+    return former;
+  }
+
+  /// Adds an entry with a new id as the last child of "parent" and makes it the
+  /// current one. Throws "Element Not Found", with nothing changed, where the parent
+  /// or its last child is missing.
+  TreeNode<T>& AppendChild(unsigned int parent) {
+    SetCurrentId(parent);
+    TreeNode<T>& parentNode = GetReqNode(parent);
+    TreeNode<T>* lastChild =
+        parentNode.lastChild == 0 ? nullptr : &GetReqNode(parentNode.lastChild);
+    const unsigned int newId = nextId_++;
+    TreeNode<T>& node = nodes_[newId];
+    node = {newId, parent, parentNode.lastChild, 0, 0, 0, T{}};
+    (lastChild == nullptr ? parentNode.firstChild : lastChild->nextSibling) = newId;
+    parentNode.lastChild = newId;
+    currentId_ = newId;
+    return node;
+  }
+
+  [[nodiscard]] Nodes& MutableNodes() { return nodes_; }
+
+ private:
+  [[noreturn]] static void RaiseNotFound() {
+    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ElementNotFound, "Element Not Found",
+                    "include/Lbt/Adt/AdtTree");
+  }
+
+  Nodes nodes_;
+  unsigned int nextId_ = kRootId + 1;
+  unsigned int currentId_ = 0;
+};
+
+}  // namespace LbtAdt

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/Node.h"
+#include "Lbt/Util/AttributeValue.h"
+
+namespace LbtTev {
+
+/// Named sets of nodes of the mesh.
+class NodeSets final : public Node {
+ public:
+  /// One set.
+  struct NodeSet {
+    std::string name;
+    std::vector<std::pair<unsigned int, unsigned int>> members;
+  };
+
+  [[nodiscard]] std::string GetType() const override { return "NodeSets"; }
+
+  /// Reads the sets from the heavy data at heavyDataPosition: name offsets (setCount +
+  /// 1), one string with all names, member offsets (setCount + 1), and the first and
+  /// the second values of all members.
+  ///
+  /// Throws "Out of Bounds" ("Not enough bytes in the block") where a list is shorter
+  /// than the sets or their offsets need, or where sets that overlap would hold more
+  /// than the lists do; std::out_of_range for a name that starts behind all names; and
+  /// what reading streams throws.
+  void LoadDataBlocks(LbtLbf::LbFile& file, std::string_view heavyDataBlockName);
+
+  std::vector<NodeSet> sets;
+  unsigned int setCount = 0;
+  unsigned long heavyDataPosition = 0;  ///< byte of the heavy data stream
+  unsigned int reservedCount = 0;       ///< carried, without a meaning here
+  LbtUtil::AttributeMap attributes;
+};
+
+}  // namespace LbtTev

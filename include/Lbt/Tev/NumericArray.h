@@ -1,0 +1,44 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <string>
+#include <vector>
+
+#include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/DataLoader.h"
+
+namespace LbtTev {
+
+/// The numbers of a variable: how many, and a shared loader that fetches them from
+/// the file. Copies share the loader.
+class NumericArray final {
+ public:
+  /// Components per item: 1 for scalars, 3 for vectors.
+  [[nodiscard]] unsigned char GetWidth() const { return width; }
+
+  /// How many elements of 4 bytes there are.
+  [[nodiscard]] unsigned long GetNumElements() const { return byteSize / 4; }
+
+  /// Makes the loader for the data at byte "position" of stream "blockName", unless
+  /// there is one.
+  void CreateDataLoader(LbtLbf::LbFile& file, const std::string& blockName, unsigned long position,
+                        bool shuffled);
+
+  unsigned long byteSize = 0;
+  unsigned char width = 1;
+  boost::shared_ptr<DataLoader> loader;
+  unsigned int dataType = 0;  ///< element type of an array made in memory; files have none
+  /// The data itself where the file's record version has it read at once; such an
+  /// array has no loader.
+  boost::shared_ptr<const std::vector<unsigned char>> storedBytes;
+
+  bool hasData = false;
+  // Carried from the file, without a meaning here.
+  bool firstFlag = false;
+  bool secondFlag = false;
+  float firstValue = 0;
+  float secondValue = 0;
+  bool thirdFlag = false;
+};
+
+}  // namespace LbtTev

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Lbt/Adt/AdtTree.h"
+#include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/ModifierInfo.h"
+#include "Lbt/Tev/Node.h"
+
+namespace LbtTev {
+
+/// A loaded model: its nodes by id, the programs that wrote it, and the reader of
+/// its file, which data loaded later comes from.
+///
+/// Streams of the model layer: "Tev Tree" (the records of all nodes), "Light Data"
+/// (each node's small data), "Heavy Data" (numbers in bulk), "Attributes" (attribute
+/// sets), "Resources" (materials of shapes), "Global Information" (modifiers).
+/// Positions in them are byte offsets over their uncompressed blocks.
+class Tree : public LbtAdt::Tree<Node*> {
+ public:
+  Tree() = default;
+  ~Tree();
+  Tree(const Tree&) = delete;
+  Tree& operator=(const Tree&) = delete;
+
+  /// Reads the modifier records. A file without them leaves the list as it is.
+  void LoadGlobalInfo(LbtLbf::LbFile& file);
+
+  /// Reads the tree records and all that they refer to, but the numbers of variables.
+  /// A record: id, parent, previousSibling, nextSibling, firstChild, lastChild (u32),
+  /// name, type, version (strings), position of its light data (u32, u64 where
+  /// "wideOffsets"; 0 goes on where the one before ended).
+  ///
+  /// "parentId" 0 loads the file as the whole tree; another id grafts the file's root
+  /// under that node, with all ids shifted to be free ones. "blockMap" gets the id in
+  /// the file by the id in the tree.
+  ///
+  /// Throws "Element Not Found" where "parentId" is not in the tree, and what reading
+  /// streams and records throws; nodes read until then stay.
+  void LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& blockMap,
+                unsigned int parentId, bool wideOffsets);
+
+  /// Gives every linked variable a copy of its target's array, as the target had it
+  /// before; a target that does not exist gives an empty one.
+  void UpdateLinkedBuffers();
+
+  /// The reader of the model's own file.
+  [[nodiscard]] LbtLbf::LbFile& GetFile() { return file_; }
+
+  /// The version text of the model's file.
+  [[nodiscard]] const std::string& GetVersion() const { return version_; }
+  void SetVersion(std::string version) { version_ = std::move(version); }
+
+  std::vector<ModifierInfo> modifierInfos;
+
+ private:
+  void InsertNode(LbtAdt::TreeNode<Node*> entry, std::unique_ptr<Node> node);
+  void GraftNode(unsigned int parentId, const LbtAdt::TreeNode<Node*>& record,
+                 std::unique_ptr<Node> node);
+  void LoadNumbers(LbtLbf::LbFile& file);
+
+  LbtLbf::LbFile file_;
+  std::string version_;
+};
+
+}  // namespace LbtTev

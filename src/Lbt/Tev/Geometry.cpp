@@ -1,0 +1,80 @@
+#include "Lbt/Tev/Geometry.h"
+
+#include <algorithm>
+#include <array>
+
+#include "Lbt/Log/Raise.h"
+
+namespace LbtTev {
+
+namespace {
+
+bool IsOfStorage(std::string_view attributeName) {
+  static constexpr std::array<std::string_view, 5> kNames{"Complex", "Contents", "DataSource",
+                                                          "DataType", "Structure"};
+  return std::ranges::find(kNames, attributeName) != kNames.end() ||
+         attributeName.starts_with("Link.");
+}
+
+}  // namespace
+
+bool Geometry::IsConnectivity(VariableType type) {
+  return type == VariableType::Connectivity4 || type == VariableType::Connectivity5 ||
+         type == VariableType::Connectivity6 || type == VariableType::VerticesPerFace;
+}
+
+std::string Geometry::GetVersion() const {
+  // The switch between the two layouts: a build for 32-bit positions sets the
+  // constant to the container version.
+  constexpr std::string_view kNarrowLayout = "0.6";
+  return kNarrowLayout == "1.3" ? "0.6" : "0.7";
+}
+
+unsigned int Geometry::Add(const std::string& variableName, const VariableType& type,
+                           const NumericArray& array, const LbtUtil::AttributeMap& attributes) {
+  VarStruct& variable = variables.emplace_back();
+  variable.name = variableName;
+  variable.variableType = type;
+  variable.array = array;
+  ProcessAttributes(variable, attributes);
+  return static_cast<unsigned int>(variables.size() - 1);
+}
+
+void Geometry::ProcessAttributes(VarStruct& variable, const LbtUtil::AttributeMap& attributes) {
+  const auto category = attributes.find("Category");
+  variable.isVibration = category != attributes.end() && category->second.IsText("Vibration");
+  for (const auto& [attributeName, value] : attributes) {
+    if (!IsOfStorage(attributeName)) {
+      variable.attributes.insert_or_assign(attributeName, value);
+    }
+  }
+}
+
+void Geometry::LoadConnectivityBlocks(LbtLbf::LbFile& file, const std::string& heavyDataBlockName) {
+  CreateLoaders(file, heavyDataBlockName, true);
+}
+
+void Geometry::LoadOtherBlocks(LbtLbf::LbFile& file, const std::string& heavyDataBlockName) {
+  CreateLoaders(file, heavyDataBlockName, false);
+}
+
+void Geometry::CreateLoaders(LbtLbf::LbFile& file, const std::string& heavyDataBlockName,
+                             bool ofConnectivity) {
+  if (heavyDataPositions.empty()) {
+    return;
+  }
+  for (VarStruct& variable : variables) {
+    if (variable.isLinked || IsConnectivity(variable.variableType) != ofConnectivity) {
+      continue;
+    }
+    const auto position = heavyDataPositions.find(variable.name);
+    if (position == heavyDataPositions.end()) {
+      constexpr unsigned long kLine = 738;  // fixed: part of the text that users know
+      Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ElementNotFound, "Element Not Found",
+                      "include/Lbt/Tev/Geometry", kLine);
+    }
+    variable.array.CreateDataLoader(file, heavyDataBlockName, position->second, true);
+  }
+}
+
+}  // namespace LbtTev

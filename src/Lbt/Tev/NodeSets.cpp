@@ -1,0 +1,97 @@
+#include "Lbt/Tev/NodeSets.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "Lbt/Log/Raise.h"
+
+namespace LbtTev {
+
+namespace {
+
+using Lbt::Util::Exception;
+
+/// The five lists as they are stored.
+struct StoredSets {
+  std::vector<unsigned int> nameOffsets;
+  std::string allNames;
+  std::vector<unsigned int> memberOffsets;
+  std::vector<unsigned int> firstValues;
+  std::vector<unsigned int> secondValues;
+};
+
+[[noreturn]] void RaiseTooShort() {
+  Lbt::Log::Raise(Exception::ErrorType::OutOfBounds, "Not enough bytes in the block",
+                  "include/Lbt/Tev/NodeSets");
+}
+
+unsigned int At(const std::vector<unsigned int>& list, std::size_t index) {
+  if (index >= list.size()) {
+    RaiseTooShort();
+  }
+  return list[index];
+}
+
+/// Keeps what is gathered linear in what is stored: offsets that overlap can claim
+/// the same bytes over and over.
+class Allowance {
+ public:
+  explicit Allowance(std::size_t amount) : left_(amount) {}
+
+  void Take(std::size_t amount) {
+    if (amount > left_) {
+      RaiseTooShort();
+    }
+    left_ -= amount;
+  }
+
+ private:
+  std::size_t left_;
+};
+
+/// An offset that decreases takes the rest of the names.
+std::string NameOf(const StoredSets& stored, std::size_t set, Allowance& allowance) {
+  const unsigned int start = At(stored.nameOffsets, set);
+  const unsigned int length = At(stored.nameOffsets, set + 1) - start;
+  std::string name = stored.allNames.substr(start, length);
+  allowance.Take(name.size());
+  return name;
+}
+
+/// An offset that decreases gives no members.
+std::vector<std::pair<unsigned int, unsigned int>> MembersOf(const StoredSets& stored,
+                                                             std::size_t set,
+                                                             Allowance& allowance) {
+  std::vector<std::pair<unsigned int, unsigned int>> members;
+  const unsigned int start = At(stored.memberOffsets, set);
+  const unsigned int end = At(stored.memberOffsets, set + 1);
+  for (std::size_t k = start; k < end; ++k) {
+    allowance.Take(1);
+    members.emplace_back(At(stored.firstValues, k), At(stored.secondValues, k));
+  }
+  return members;
+}
+
+}  // namespace
+
+void NodeSets::LoadDataBlocks(LbtLbf::LbFile& file, std::string_view heavyDataBlockName) {
+  StoredSets stored;
+  file.SetBlockPosition(heavyDataBlockName, heavyDataPosition);
+  file.Get(heavyDataBlockName, stored.nameOffsets);
+  file.Get(heavyDataBlockName, stored.allNames);
+  file.Get(heavyDataBlockName, stored.memberOffsets);
+  file.Get(heavyDataBlockName, stored.firstValues);
+  file.Get(heavyDataBlockName, stored.secondValues);
+
+  constexpr std::size_t kOverlapOfNames = std::size_t{1024} * 1024;
+  Allowance names(stored.allNames.size() + kOverlapOfNames);
+  Allowance members(std::min(stored.firstValues.size(), stored.secondValues.size()));
+  sets.clear();
+  sets.reserve(std::min<std::size_t>(setCount, stored.nameOffsets.size()));
+  for (unsigned int i = 0; i < setCount; ++i) {
+    std::string setName = NameOf(stored, i, names);
+    sets.push_back({std::move(setName), MembersOf(stored, i, members)});
+  }
+}
+
+}  // namespace LbtTev

@@ -1,0 +1,140 @@
+#include "Lbt/Tev/Tree.h"
+
+#include "Lbt/Log/Raise.h"
+#include "Lbt/Log/Trace.h"
+#include "Lbt/Tev/BlockVersionedIo.h"
+#include "Lbt/Tev/Geometry.h"
+#include "Lbt/Tev/NodeSets.h"
+#include "NodeFactory.h"
+#include "StreamNames.h"
+#include "TreeRecord.h"
+
+namespace LbtTev {
+
+namespace {
+
+using Lbt::Util::Exception;
+
+unsigned int Shifted(unsigned int link, unsigned int idOffset) {
+  return link == 0 ? 0 : link + idOffset;
+}
+
+/// The record's place in the tree: a root has "parentId" as its parent.
+LbtAdt::TreeNode<Node*> EntryOf(const TreeRecord& record, unsigned int parentId,
+                                unsigned int idOffset) {
+  return {record.id + idOffset,
+          record.parent == 0 ? parentId : record.parent + idOffset,
+          Shifted(record.previousSibling, idOffset),
+          Shifted(record.nextSibling, idOffset),
+          Shifted(record.firstChild, idOffset),
+          Shifted(record.lastChild, idOffset),
+          nullptr};
+}
+
+/// The array of a link's target; an empty one where there is none.
+NumericArray TargetOf(const Tree& tree, const Geometry::VarStruct& variable) {
+  const auto* entry = tree.FindNode(variable.linkNodeId);
+  const auto* target = entry == nullptr ? nullptr : dynamic_cast<const Geometry*>(entry->data);
+  if (target == nullptr || variable.linkVariableIndex >= target->variables.size()) {
+    return {};
+  }
+  return target->variables[variable.linkVariableIndex].array;
+}
+
+template <class Kind, class Nodes, class Visit>
+void ForEach(const Nodes& nodes, Visit visit) {
+  for (const auto& [id, entry] : nodes) {
+    if (auto* node = dynamic_cast<Kind*>(entry.data); node != nullptr) {
+      visit(*node);
+    }
+  }
+}
+
+}  // namespace
+
+Tree::~Tree() {
+  for (const auto& [id, entry] : GetNodes()) {
+    const std::unique_ptr<Node> owned(entry.data);
+  }
+}
+
+void Tree::LoadGlobalInfo(LbtLbf::LbFile& file) {
+  try {
+    LbtLbf::CopyFromBlock(file.GetReadingBlock(StreamNames().global), modifierInfos);
+  } catch (const Exception& exception) {
+    if (exception.GetType() != Exception::ErrorType::ElementNotFound) {
+      throw;
+    }
+  }
+}
+
+void Tree::LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& blockMap,
+                    unsigned int parentId, bool wideOffsets) {
+  const StreamNames streams;
+  const unsigned int idOffset = parentId == 0 ? 0 : GetNextId() - 1;
+  int count = 0;
+  if (const auto stored = file.GetBytes(streams.tree, sizeof count); !stored.empty()) {
+    count = Lbt::Util::FromLittleEndian<int>(stored.data());
+  }
+  for (int i = 0; i < count; ++i) {
+    const TreeRecord record = ReadTreeRecord(file, streams.tree, wideOffsets);
+    const LbtAdt::TreeNode<Node*> entry = EntryOf(record, parentId, idOffset);
+    blockMap[entry.id] = record.id;
+    if (record.lightDataPosition != 0) {
+      file.SetBlockPosition(streams.light, record.lightDataPosition);
+    }
+    std::unique_ptr<Node> node = ReadNode(file, streams, record, idOffset);
+    if (i == 0 && parentId != 0) {
+      GraftNode(parentId, entry, std::move(node));
+    } else {
+      InsertNode(entry, std::move(node));
+    }
+  }
+  LoadNumbers(file);
+}
+
+void Tree::InsertNode(LbtAdt::TreeNode<Node*> entry, std::unique_ptr<Node> node) {
+  entry.data = node.get();
+  const std::unique_ptr<Node> replaced(Insert(entry));
+  static_cast<void>(node.release());  // the entry has it now
+}
+
+void Tree::GraftNode(unsigned int parentId, const LbtAdt::TreeNode<Node*>& record,
+                     std::unique_ptr<Node> node) {
+  LbtAdt::TreeNode<Node*>& grafted = AppendChild(parentId);
+  grafted.nextSibling = record.nextSibling;
+  grafted.firstChild = record.firstChild;
+  grafted.lastChild = record.lastChild;
+  grafted.data = node.release();
+}
+
+/// Runs over all nodes, those of earlier loads included.
+void Tree::LoadNumbers(LbtLbf::LbFile& file) {
+  const std::string heavy = StreamNames().heavy;
+  ForEach<Geometry>(GetNodes(), [&](Geometry& node) { node.LoadConnectivityBlocks(file, heavy); });
+  ForEach<Geometry>(GetNodes(), [&](Geometry& node) { node.LoadOtherBlocks(file, heavy); });
+  ForEach<NodeSets>(GetNodes(), [&](NodeSets& node) { node.LoadDataBlocks(file, heavy); });
+}
+
+void Tree::UpdateLinkedBuffers() {
+  // The lines are fixed: the trace log has always shown them.
+  constexpr unsigned long kFirstLine = 567;
+  constexpr unsigned long kLastLine = 590;
+  Lbt::Log::Trace("Updating buffer links ... ", "include/Lbt/Tev/Tree", kFirstLine);
+  // All targets are copied before any variable changes: a link to a linked variable
+  // gets what that one had.
+  std::vector<std::pair<Geometry::VarStruct*, NumericArray>> links;
+  ForEach<Geometry>(GetNodes(), [&](Geometry& geometry) {
+    for (Geometry::VarStruct& variable : geometry.variables) {
+      if (variable.isLinked) {
+        links.emplace_back(&variable, TargetOf(*this, variable));
+      }
+    }
+  });
+  for (auto& [variable, array] : links) {
+    variable->array = std::move(array);
+  }
+  Lbt::Log::Trace("Buffer links updated. ", "include/Lbt/Tev/Tree", kLastLine);
+}
+
+}  // namespace LbtTev
