@@ -1,0 +1,45 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Lbt/Tev/TevInfo/TevDataset.h"
+#include "Lbt/Tev/Tree.h"
+#include "Lbt/Util/AttributeValue.h"
+
+/// Names of shapes by the name of the group that they lie under, in tree order.
+using GroupListing = std::map<std::string, std::vector<std::string>>;
+
+/// The attributes of every result variable, in tree order, with "Result Name" and
+/// "Instance Name" added.
+using ResultAttributeList = std::vector<LbtUtil::AttributeMap>;
+
+/// Thrown where a shape's first child exists and is no geometry: a broken invariant
+/// of the model, not a failure of its reading. No std::exception, so that no handler of
+/// failures takes it for one; a program that does not catch it ends.
+struct GeometryAssertion {
+  /// What does not hold.
+  static constexpr const char* kExpression = "0 != pTevGeometry";
+};
+
+/// The two parts of a variable's name: what stands before the first record separator
+/// (character 30), and what stands behind it.
+struct VariableName {
+  explicit VariableName(const std::string& name);
+
+  std::string result;
+  std::string instance;
+};
+
+/// Walks over all shapes of a tree, in ascending order of id, and gathers where they
+/// lie, the results that their geometries carry and, where "datasets" is not null, the
+/// numbers of all variables.
+///
+/// Throws "Element Not Found" for a shape without a first child, what loading numbers
+/// throws, and GeometryAssertion; what was gathered until then stays.
+void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
+                           ResultAttributeList& results, std::vector<TevDataset>* datasets);
+
+/// The attributes of the root, where it is a group.
+void GatherRootAttributes(const LbtTev::Tree& tree, LbtUtil::AttributeMap& attributes);

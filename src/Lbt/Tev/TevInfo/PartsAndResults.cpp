@@ -1,0 +1,111 @@
+#include "Lbt/Tev/TevInfo/PartsAndResults.h"
+
+#include <cstddef>
+#include <utility>
+
+#include "DatasetGatherer.h"
+#include "Lbt/Tev/Geometry.h"
+#include "Lbt/Tev/Group.h"
+#include "Lbt/Tev/Shape.h"
+
+namespace {
+
+using LbtTev::Geometry;
+using LbtTev::Group;
+using Entry = LbtAdt::TreeNode<LbtTev::Node*>;
+
+constexpr char kRecordSeparator = '\x1e';
+
+const Group* AsGroup(const Entry* entry) {
+  return entry == nullptr ? nullptr : dynamic_cast<const Group*>(entry->data);
+}
+
+const Entry* ParentOf(const LbtTev::Tree& tree, const Entry* entry) {
+  return entry == nullptr ? nullptr : tree.FindNode(entry->parent);
+}
+
+/// Lists a shape under the groups above it and returns the name of the part that it
+/// belongs to. A shape may lie directly under a group "Geometry" or one level deeper.
+std::string ListShape(const LbtTev::Tree& tree, const Entry& shape, GroupListing& groups) {
+  const Entry* parent = tree.FindNode(shape.parent);
+  const Entry* grandparent = ParentOf(tree, parent);
+  std::string partName;
+  if (const Group* group = AsGroup(parent); group != nullptr) {
+    groups[group->name].push_back(shape.data->name);
+    partName = group->name;
+  }
+  const bool isDirect = partName == "Geometry";
+  if (const Group* group = AsGroup(grandparent); group != nullptr) {
+    partName = group->name;
+  }
+  const Group* above = AsGroup(ParentOf(tree, grandparent));
+  if (!isDirect && AsGroup(grandparent) != nullptr && partName == "Geometry" && above != nullptr) {
+    partName = above->name;
+    groups["Geometry"].push_back(shape.data->name);
+  }
+  return partName;
+}
+
+const Geometry& GeometryOf(const LbtTev::Tree& tree, const Entry& shape) {
+  const auto* geometry = dynamic_cast<const Geometry*>(tree.GetReqNode(shape.firstChild).data);
+  if (geometry == nullptr) {
+    throw GeometryAssertion();
+  }
+  return *geometry;
+}
+
+bool IsResult(const Geometry::VarStruct& variable, const VariableName& name) {
+  return variable.variableType > Geometry::VariableType::LastMesh && name.result != "Node Ids" &&
+         name.result != "Element IDs";
+}
+
+void AddResult(const Geometry::VarStruct& variable, const VariableName& name,
+               ResultAttributeList& results) {
+  LbtUtil::AttributeMap& attributes = results.emplace_back(variable.attributes);
+  attributes.insert_or_assign("Result Name", name.result);
+  if (!name.instance.empty()) {
+    attributes.insert_or_assign("Instance Name", name.instance);
+  }
+}
+
+}  // namespace
+
+VariableName::VariableName(const std::string& name) {
+  const std::size_t separator = name.find(kRecordSeparator);
+  result = name.substr(0, separator);
+  if (separator != std::string::npos) {
+    instance = name.substr(separator + 1);
+  }
+}
+
+void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
+                           ResultAttributeList& results, std::vector<TevDataset>* datasets) {
+  DatasetGatherer gatherer;
+  for (const auto& [id, entry] : tree.GetNodes()) {
+    if (dynamic_cast<const LbtTev::Shape*>(entry.data) == nullptr) {
+      continue;
+    }
+    const std::string partName = ListShape(tree, entry, groups);
+    const Geometry& geometry = GeometryOf(tree, entry);
+    for (std::size_t i = 0; i < geometry.variables.size(); ++i) {
+      const Geometry::VarStruct& variable = geometry.variables[i];
+      const VariableName name(variable.name);
+      if (IsResult(variable, name)) {
+        AddResult(variable, name, results);
+      }
+      if (datasets != nullptr) {
+        gatherer.Gather({partName, name, geometry.name, entry.firstChild, i}, variable, *datasets);
+      }
+    }
+  }
+}
+
+void GatherRootAttributes(const LbtTev::Tree& tree, LbtUtil::AttributeMap& attributes) {
+  const Group* root = AsGroup(tree.FindNode(LbtTev::Tree::kRootId));
+  if (root == nullptr) {
+    return;
+  }
+  for (const auto& [name, value] : root->attributes) {
+    attributes.insert_or_assign(name, value);
+  }
+}
