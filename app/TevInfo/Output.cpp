@@ -1,0 +1,51 @@
+#include "TevInfo/Output.h"
+
+#include <unistd.h>
+
+#include "Lbt/Log/Raise.h"
+#include "Lbt/Util/FileAccess.h"
+
+namespace {
+
+using Lbt::Util::DescriptorStream;
+
+/// The EKM document has a fixed name: a path on the command line does not count then.
+std::optional<std::string> ReportPath(const CommandLine& commandLine) {
+  if (commandLine.format == TevInfo::EkmMetaData) {
+    return "ekm-meta-data.xml";
+  }
+  if (commandLine.positional.size() >= 2) {
+    return commandLine.positional[1];
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+Output::Output() : standard_(STDOUT_FILENO, DescriptorStream::Ownership::Borrowed) {}
+
+void Output::OpenReport(const CommandLine& commandLine, const LbtLbf::LbFile& model) {
+  const std::optional<std::string> path = ReportPath(commandLine);
+  if (!path) {
+    return;
+  }
+  const auto descriptor = Lbt::Util::OpenForReplacing(*path, model.GetIdentity());
+  if (descriptor) {
+    file_.emplace(*descriptor, DescriptorStream::Ownership::Owned);
+  }
+}
+
+std::ostream& Output::Report() {
+  if (file_) {
+    return *file_;
+  }
+  return standard_;
+}
+
+void Output::Finish() {
+  const bool isFileWritten = !file_ || file_->Finish();
+  if (!standard_.Finish() || !isFileWritten) {
+    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::WriteError, "Unable to write the report",
+                    "include/Lbt/Tev/TevInfo/TevInfo");
+  }
+}
