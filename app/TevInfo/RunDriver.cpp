@@ -75,7 +75,9 @@ void GatherReport(TevInfo& info, LbtTev::Tree& tree, const std::string& tevFileS
 }
 
 void WriteReport(const TevInfo& info, std::ostream& stream) {
-  if (info.format != TevInfo::ExtractData) {
+  if (info.format == TevInfo::ExtractData) {
+    info.printData(stream);
+  } else {
     stream << info.getMetadataString();
   }
 }

@@ -21,14 +21,14 @@ class NumberText {
   explicit NumberText(std::uint64_t value);
   explicit NumberText(std::int64_t value);
 
+  /// Bytes that may be copied from where View() starts, whatever its size.
+  static constexpr std::size_t kRoom = 24;
+
   /// The characters; valid while this object lives.
   [[nodiscard]] std::string_view View() const { return {text_.data(), size_}; }
 
  private:
-  /// Room for a 64-bit integer with sign and for any six-digit number.
-  static constexpr std::size_t kRoom = 24;
-
-  std::array<char, kRoom> text_;
+  std::array<char, kRoom> text_;  // holds a 64-bit integer with its sign
   std::size_t size_;
 };
 

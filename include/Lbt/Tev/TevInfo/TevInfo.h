@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -58,6 +60,31 @@ class TevInfo {
       addEntry(key, Lbt::Util::ToString(value));
     }
   }
+
+  /// A column of a value table: one component of a data set.
+  struct DimenInfo {
+    std::size_t dataset;     ///< its position in "datasets"
+    std::size_t components;  ///< how many it has
+    std::size_t component;   ///< which one this is
+  };
+
+  /// Writes the dump of all data sets, group by group in byte order of their names.
+  /// A row ends at the first value that its data set does not have, and the rest of
+  /// that block's rows is left out with it.
+  void printData(std::ostream& os) const;
+
+  /// Writes one group: the data sets at the positions "indices".
+  void printAnalysis(std::ostream& os, const std::string& group,
+                     const std::vector<std::size_t>& indices) const;
+
+  /// Writes the node and element blocks of one group.
+  void printMesh(std::ostream& os, const std::vector<std::size_t>& indices) const;
+
+  /// Writes the value tables of one group, one for each entry of "byInstance".
+  void printResults(std::ostream& os,
+                    const std::map<std::string, std::vector<std::size_t>>& byResult,
+                    const std::map<std::string, std::vector<std::size_t>>& byInstance,
+                    std::size_t nodeCount) const;
 
   Format format = NativeMetaData;
   std::map<TagType, std::string> tags;

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+
+#include "Lbt/Tev/Tree.h"
+
+/// Writes every geometry of a name to "stream" in the CDF text format: header,
+/// vertices, faces and face sets, results, each block with its time step where the
+/// variable has one. A name that no geometry has writes nothing. A block that cannot
+/// be written (a faces variable whose faces are not described, no components) is left
+/// out.
+///
+/// Throws std::out_of_range for an instance name without " = ", and what loading
+/// numbers throws, with the blocks before it written.
+void WriteCdf(const LbtTev::Tree& tree, const std::string& geometryName, std::ostream& stream);
+
+/// The same to a file, which is emptied first; the model itself is spared. Never
+/// throws: a failure leaves the file with what was written, without a message.
+void exportCDF(LbtTev::Tree& tree, const std::string& geometryName, const std::string& outputPath);

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Lbt/Tev/TevInfo/TevInfo.h"
+#include "Lbt/Util/TextBuffer.h"
+
+/// Writes the data dump. Data sets are meant by their positions in the sequence.
+class DumpWriter {
+ public:
+  using Positions = std::vector<std::size_t>;
+  using Listing = std::map<std::string, Positions>;
+
+  DumpWriter(const std::vector<TevDataset>& datasets, std::ostream& stream)
+      : datasets_(&datasets), text_(stream) {}
+
+  void WriteAll();
+  void WriteAnalysis(const std::string& group, const Positions& positions);
+  void WriteMesh(const Positions& positions);
+  void WriteResults(const Listing& byInstance, std::size_t nodeCount);
+
+ private:
+  /// The data sets that describe a group's mesh; null where the group has none.
+  struct Mesh {
+    const TevDataset* nodeIds = nullptr;
+    const TevDataset* coordinates = nullptr;
+    const TevDataset* connectivity = nullptr;
+    const TevDataset* polylength = nullptr;
+    std::size_t nodeCount = 0;
+    std::size_t elementCount = 0;
+  };
+
+  [[nodiscard]] const TevDataset& At(std::size_t position) const { return (*datasets_)[position]; }
+  [[nodiscard]] Mesh FindMesh(const Positions& positions) const;
+  [[nodiscard]] std::vector<TevInfo::DimenInfo> ColumnsOf(const Positions& positions,
+                                                          std::size_t nodeCount) const;
+  void WriteLines(const std::vector<std::string>& names);
+  void WriteOverview(const Listing& byResult, const Listing& byInstance, std::size_t nodeCount);
+  void WriteNodes(const Mesh& mesh);
+  void WriteElements(const Mesh& mesh);
+  void WriteTable(const std::string& instance, const Positions& positions, std::size_t nodeCount);
+  void WriteRows(const std::vector<TevInfo::DimenInfo>& columns, std::size_t nodeCount);
+
+  const std::vector<TevDataset>* datasets_;
+  Lbt::Util::TextBuffer text_;
+};

@@ -1,0 +1,28 @@
+#include "Lbt/Util/TextBuffer.h"
+
+namespace Lbt::Util {
+
+TextBuffer::TextBuffer(std::ostream& stream)
+    : stream_(&stream), room_(std::make_unique_for_overwrite<char[]>(kRoom)) {}
+
+TextBuffer::~TextBuffer() { Flush(); }
+
+TextBuffer& TextBuffer::Add(std::string_view text) {
+  if (text.size() > kRoom - used_) {
+    Flush();
+  }
+  if (text.size() > kRoom) {
+    stream_->write(text.data(), static_cast<std::streamsize>(text.size()));
+    return *this;
+  }
+  std::memcpy(room_.get() + used_, text.data(), text.size());
+  used_ += text.size();
+  return *this;
+}
+
+void TextBuffer::Flush() {
+  stream_->write(room_.get(), static_cast<std::streamsize>(used_));
+  used_ = 0;
+}
+
+}  // namespace Lbt::Util
