@@ -15,9 +15,7 @@ Exception::Exception(ErrorType type, const char* description, const char* file, 
   // ctime's text ends in its own line feed, hence the blank line end of what().
   // A time that has no calendar form (year beyond four digits) has no text.
   std::array<char, 64> timeText{};
-  std::tm local{};
-  if (localtime_r(&time_, &local) == nullptr ||
-      std::strftime(timeText.data(), timeText.size(), "%a %b %e %H:%M:%S %Y\n", &local) == 0) {
+  if (ctime_r(&time_, timeText.data()) == nullptr) {
     timeText[0] = '\0';
   }
   std::snprintf(message_, kFormattedSize,

@@ -1,6 +1,11 @@
 #include "Lbt/Util/NumberText.h"
 
+#include <bit>
 #include <charconv>
+#include <cmath>
+#include <cstring>
+
+#include "FloatDigits.h"
 
 namespace Lbt::Util {
 
@@ -14,7 +19,12 @@ std::size_t Length(const std::to_chars_result& result, const char* first) {
 
 }  // namespace
 
-NumberText::NumberText(float value) : NumberText(static_cast<double>(value)) {}
+NumberText::NumberText(float value) {
+  size_ = WriteFloat(value, text_.data());
+  if (size_ == 0) {
+    *this = NumberText(static_cast<double>(value));
+  }
+}
 
 NumberText::NumberText(double value)
     : size_(Length(std::to_chars(text_.data(), text_.data() + kRoom, value,
