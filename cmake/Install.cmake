@@ -1,0 +1,29 @@
+# Installs the programs, the libraries with their headers, and a package for find_package(TevInfo).
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(packageDir "${CMAKE_INSTALL_LIBDIR}/cmake/TevInfo")
+
+install(TARGETS ${TEVINFO_LAYER_TARGETS} EXPORT TevInfoTargets
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+if(TEVINFO_PROGRAMS)
+  install(TARGETS ${TEVINFO_PROGRAMS} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/Lbt"
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" FILES_MATCHING PATTERN "*.h")
+
+install(EXPORT TevInfoTargets NAMESPACE TevInfo:: DESTINATION "${packageDir}")
+configure_package_config_file(
+  "${PROJECT_SOURCE_DIR}/cmake/TevInfoConfig.cmake.in"
+  "${CMAKE_CURRENT_BINARY_DIR}/TevInfoConfig.cmake"
+  INSTALL_DESTINATION "${packageDir}")
+# Before 1.0 a new minor version may change the interface.
+write_basic_package_version_file(
+  "${CMAKE_CURRENT_BINARY_DIR}/TevInfoConfigVersion.cmake"
+  COMPATIBILITY SameMinorVersion)
+install(FILES
+  "${CMAKE_CURRENT_BINARY_DIR}/TevInfoConfig.cmake"
+  "${CMAKE_CURRENT_BINARY_DIR}/TevInfoConfigVersion.cmake"
+  DESTINATION "${packageDir}")

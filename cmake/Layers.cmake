@@ -1,0 +1,80 @@
+# The layers of the library, from the bottom to the top. Each links only the one below it and sees
+# only the headers of its own and of those below: the headers stand in one include/ tree, so each
+# layer gets an include root of its own in the build tree, with a link to each of its headers. An
+# include that points upwards therefore does not compile.
+
+find_package(Boost REQUIRED)
+find_package(ZLIB REQUIRED)
+
+set(TEVINFO_LAYERS util log lbf adt tev report)
+set(TEVINFO_DIR_util Lbt/Util)
+set(TEVINFO_DIR_log Lbt/Log)
+set(TEVINFO_DIR_lbf Lbt/Lbf)
+set(TEVINFO_DIR_adt Lbt/Adt)
+set(TEVINFO_DIR_tev Lbt/Tev)
+set(TEVINFO_DIR_report Lbt/Tev/TevInfo)
+
+# Makes "root"/"dir" hold a link to each of the given headers and nothing else.
+function(tevinfo_stage_headers root dir)
+  file(MAKE_DIRECTORY "${root}/${dir}")
+  file(GLOB stale LIST_DIRECTORIES false "${root}/${dir}/*")
+  foreach(header IN LISTS ARGN)
+    get_filename_component(name "${header}" NAME)
+    set(link "${root}/${dir}/${name}")
+    list(REMOVE_ITEM stale "${link}")
+    file(CREATE_LINK "${header}" "${link}" SYMBOLIC)
+  endforeach()
+  if(stale)
+    file(REMOVE ${stale})
+  endif()
+endfunction()
+
+# Compiles each header of a layer alone, on demand (target "check_headers").
+function(tevinfo_check_headers layer dir)
+  set(sources)
+  foreach(header IN LISTS ARGN)
+    get_filename_component(name "${header}" NAME_WE)
+    set(source "${CMAKE_CURRENT_BINARY_DIR}/header_checks/${layer}/${name}.cpp")
+    file(CONFIGURE OUTPUT "${source}" CONTENT "#include \"${dir}/${name}.h\"\n")
+    list(APPEND sources "${source}")
+  endforeach()
+  if(sources)
+    add_library(check_headers_${layer} OBJECT EXCLUDE_FROM_ALL ${sources})
+    target_link_libraries(check_headers_${layer} PRIVATE lbt_${layer})
+    tevinfo_own_code(check_headers_${layer})
+    add_dependencies(check_headers check_headers_${layer})
+  endif()
+endfunction()
+
+function(tevinfo_layer layer below)
+  set(dir ${TEVINFO_DIR_${layer}})
+  set(target lbt_${layer})
+  file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/${dir}/*.cpp")
+  file(GLOB headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/include/${dir}/*.h")
+  set(root "${CMAKE_CURRENT_BINARY_DIR}/layers/${layer}")
+  tevinfo_stage_headers("${root}" ${dir} ${headers})
+
+  tevinfo_library(${target} ${sources})
+  set(scope ${${target}_SCOPE})
+  add_library(TevInfo::${layer} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${layer})
+  target_include_directories(${target} ${scope}
+    "$<BUILD_INTERFACE:${root}>")
+  if(below)
+    target_link_libraries(${target} ${scope} lbt_${below})
+  endif()
+  set(${target}_SCOPE ${scope} PARENT_SCOPE)
+  tevinfo_check_headers(${layer} ${dir} ${headers})
+endfunction()
+
+add_custom_target(check_headers)
+set(TEVINFO_LAYER_TARGETS)
+set(below "")
+foreach(layer IN LISTS TEVINFO_LAYERS)
+  tevinfo_layer(${layer} "${below}")
+  list(APPEND TEVINFO_LAYER_TARGETS lbt_${layer})
+  set(below ${layer})
+endforeach()
+
+target_link_libraries(lbt_util ${lbt_util_SCOPE} Boost::headers)
+target_link_libraries(lbt_lbf ${lbt_lbf_SCOPE} ZLIB::ZLIB)

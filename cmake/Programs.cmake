@@ -1,0 +1,39 @@
+# The programs. Each is a main() on a static library of the rest of its folder, so that the tests
+# reach everything but main().
+
+# Makes the library "library" and the program "program" of app/"folder"; does nothing while the
+# folder has no main.cpp. Further arguments: packages' targets that the library links.
+function(tevinfo_program program library folder)
+  file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/app/${folder}/*.cpp")
+  set(main "${PROJECT_SOURCE_DIR}/app/${folder}/main.cpp")
+  if(NOT main IN_LIST sources)
+    return()
+  endif()
+  list(REMOVE_ITEM sources "${main}")
+
+  tevinfo_library(${library} ${sources})
+  set(scope ${${library}_SCOPE})
+  target_include_directories(${library} ${scope} "${PROJECT_SOURCE_DIR}/app")
+  target_link_libraries(${library} ${scope} lbt_report ${ARGN})
+
+  add_executable(${program} "${main}")
+  tevinfo_own_code(${program})
+  target_link_libraries(${program} PRIVATE ${library})
+  set(TEVINFO_PROGRAMS ${TEVINFO_PROGRAMS} ${program} PARENT_SCOPE)
+endfunction()
+
+set(TEVINFO_PROGRAMS)
+tevinfo_program(TevInfo tevinfo_app TevInfo)
+
+file(GLOB companionSources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/app/tev/*.cpp")
+if(companionSources)
+  find_package(CLI11 REQUIRED)
+  find_package(nlohmann_json REQUIRED)
+  tevinfo_program(tev tev_app tev CLI11::CLI11 nlohmann_json::nlohmann_json)
+  foreach(target tev_app tev)
+    get_target_property(type ${target} TYPE)
+    if(NOT type STREQUAL "INTERFACE_LIBRARY")
+      target_compile_definitions(${target} PRIVATE "TEVINFO_VERSION=\"${PROJECT_VERSION}\"")
+    endif()
+  endforeach()
+endif()

@@ -1,0 +1,55 @@
+# One test program for each folder of tests/ that has sources, and the helpers that they share.
+
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+# The helpers write Tev files and run programs by themselves: they share no code with the product,
+# so a fault there cannot hide here.
+file(GLOB supportSources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/support/*.cpp")
+tevinfo_library(test_support ${supportSources})
+target_include_directories(test_support ${test_support_SCOPE} "${PROJECT_SOURCE_DIR}/tests")
+target_link_libraries(test_support ${test_support_SCOPE} GTest::gtest ZLIB::ZLIB)
+
+# Makes the test program of tests/"folder". Further arguments: what it links of the product.
+function(tevinfo_tests folder)
+  set(target test_${folder})
+  file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${folder}/*.cpp")
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${target} ${sources})
+  tevinfo_own_code(${target})
+  set_target_properties(${target} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/tests")
+  target_link_libraries(${target} PRIVATE test_support GTest::gtest_main ${ARGN})
+  target_compile_definitions(${target} PRIVATE
+    "TEVINFO_SOURCE_DIR=\"${PROJECT_SOURCE_DIR}\""
+    "TEVINFO_EXAMPLES_DIR=\"${PROJECT_SOURCE_DIR}/examples\"")
+  gtest_discover_tests(${target}
+    TEST_PREFIX "${folder}."
+    DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT 300)
+endfunction()
+
+foreach(layer IN LISTS TEVINFO_LAYERS)
+  tevinfo_tests(${layer} lbt_${layer})
+endforeach()
+
+set(programLibraries)
+foreach(library tevinfo_app tev_app)
+  if(TARGET ${library})
+    list(APPEND programLibraries ${library})
+  endif()
+endforeach()
+tevinfo_tests(app ${programLibraries})
+
+tevinfo_tests(layout)
+tevinfo_tests(run)
+if(TARGET test_run AND TEVINFO_PROGRAMS)
+  add_dependencies(test_run ${TEVINFO_PROGRAMS})
+  foreach(program IN LISTS TEVINFO_PROGRAMS)
+    string(TOUPPER ${program} name)
+    target_compile_definitions(test_run PRIVATE "${name}_PROGRAM=\"$<TARGET_FILE:${program}>\"")
+  endforeach()
+endif()
