@@ -65,13 +65,13 @@ void AddRootAttributes(TevInfo& info, const LbtUtil::AttributeMap& attributes) {
 void GatherReport(TevInfo& info, LbtTev::Tree& tree, const std::string& tevFileSize) {
   LbtUtil::AttributeMap rootAttributes;
   GroupListing partsAndResults;
-  ResultAttributeList attributeMaps;
+  SummaryCollector results;
   extractRootNodeAttributes(tree, rootAttributes);
-  extractPartsAndResults(tree, info, partsAndResults, attributeMaps);
+  extractPartsAndResults(tree, info, partsAndResults, results);
   AddModifiers(info, tree.modifierInfos);
   AddRootAttributes(info, rootAttributes);
   AddStreamMetaData(info, "Tev File Size", tevFileSize);
-  addMiscAttributes(info, partsAndResults, attributeMaps);
+  addSummary(info, results.Facts(partsAndResults));
 }
 
 void WriteReport(const TevInfo& info, std::ostream& stream) {

@@ -75,8 +75,10 @@ class Tree {
  protected:
   /// Adds an entry, or replaces the one of its id, and returns the data that was there.
   T Insert(const TreeNode<T>& node) {
-    T former = nodes_[node.id].data;
-    nodes_[node.id] = node;
+    // Ids mostly ascend: a new one goes to the end.
+    TreeNode<T>& entry = nodes_.try_emplace(nodes_.end(), node.id)->second;
+    T former = entry.data;
+    entry = node;
     if (nextId_ <= node.id) {
       nextId_ = node.id + 1;
     }
@@ -84,8 +86,8 @@ class Tree {
   }
 
   /// Adds an entry with a new id as the last child of "parent" and makes it the
-  /// current one. Throws "Element Not Found", with nothing changed, where the parent
-  /// or its last child is missing.
+  /// current one. Throws "Element Not Found", with no entry changed and no id taken,
+  /// where the parent or its last child is missing.
   TreeNode<T>& AppendChild(unsigned int parent) {
     SetCurrentId(parent);
     TreeNode<T>& parentNode = GetReqNode(parent);
@@ -99,8 +101,6 @@ class Tree {
     currentId_ = newId;
     return node;
   }
-
-  [[nodiscard]] Nodes& MutableNodes() { return nodes_; }
 
  private:
   [[noreturn]] static void RaiseNotFound() {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +13,12 @@
 #include "Lbt/Lbf/NamedStream.h"
 
 namespace LbtLbf {
+
+/// A block of a container, by its number in the index and the name of its stream.
+struct NumberedBlock {
+  std::size_t number = 0;
+  std::string stream;
+};
 
 /// The index of a container with its loaded blocks: which blocks form the stream of
 /// a name, and which of them a read is served from.
@@ -68,6 +75,16 @@ class Index {
   /// An entry's block, to be read from.
   [[nodiscard]] Block& GetBlock(unsigned long entry);
 
+  /// The length that an entry's contents have by the file's own word; see
+  /// BlockCache::ReadRecordedLength.
+  [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry, std::FILE* stream) {
+    return cache_.ReadRecordedLength(entry, stream);
+  }
+
+  /// The block that the last load was about, whether it went well or not. A second
+  /// index that could not be loaded counts, though the index is empty then.
+  [[nodiscard]] std::optional<NumberedBlock> LastLoaded() const;
+
   [[nodiscard]] bool IsEmpty() const { return cache_.Items().empty(); }
   [[nodiscard]] const std::vector<IndexItem>& GetItems() const { return cache_.Items(); }
   [[nodiscard]] const BlockCache& GetCache() const { return cache_; }
@@ -79,11 +96,14 @@ class Index {
 
  private:
   [[nodiscard]] NamedStream& FindStream(std::string_view name);
-  void AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items) const;
+  void AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items);
   void BuildStreams();
 
   BlockCache cache_;
   std::map<std::string, NamedStream, std::less<>> streams_;
+  /// The stream that was asked for last: reads come in runs. Map nodes do not move.
+  std::map<std::string, NamedStream, std::less<>>::value_type* recent_ = nullptr;
+  std::optional<NumberedBlock> continuation_;
   std::uint8_t nextSequence_ = 0;
   std::uint64_t indexPosition_ = 0;
   std::uint64_t indexSize_ = 0;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <concepts>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -101,6 +103,13 @@ class LbFile {
 
   /// Which file is open.
   [[nodiscard]] std::optional<Lbt::Util::FileIdentity> GetIdentity() const;
+
+  /// The size of the open file in bytes.
+  [[nodiscard]] std::optional<std::uint64_t> GetSize() const;
+
+  /// The length that an entry's contents have by the file's own word; see
+  /// BlockCache::ReadRecordedLength. Nothing is inflated.
+  [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry);
 
   [[nodiscard]] Index& GetIndex() { return index_; }
   [[nodiscard]] const Index& GetIndex() const { return index_; }

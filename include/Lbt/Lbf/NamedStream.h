@@ -69,6 +69,7 @@ class NamedStream {
   [[nodiscard]] std::uint32_t Measure(BlockCache& cache, std::size_t place, std::FILE* file) const;
   void Load(BlockCache& cache, std::size_t place, std::FILE* file);
   void Pass(BlockCache& cache, std::size_t place);
+  void LeaveBefore(BlockCache& cache, std::size_t place);
   void PassFailed(BlockCache& cache, std::size_t place);
   void ReleaseBefore(BlockCache& cache, std::size_t place);
 

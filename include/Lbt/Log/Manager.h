@@ -29,11 +29,11 @@ class Manager {
     /// The index of the part called "name", made by "make" where there is none.
     template <class Make>
     std::size_t FindOrAdd(const std::string& name, Make make) {
-      const auto [entry, isNew] = indices.try_emplace(name, list.size());
-      if (isNew) {
-        list.push_back(make());
+      if (const auto found = indices.find(name); found != indices.end()) {
+        return found->second;
       }
-      return entry->second;
+      list.push_back(make());  // first, so that no name stands for a part that failed to be made
+      return indices.emplace(name, list.size() - 1).first->second;
     }
 
     std::vector<std::unique_ptr<Part>> list;

@@ -1,11 +1,41 @@
 #pragma once
 
+#include <cstddef>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "Lbt/Lbf/LbFile.h"
 #include "Lbt/Util/AttributeValue.h"
 
 namespace LbtUtil {
+
+/// Reads attribute sets, one after another, and keeps the memory of its lists between
+/// them. Each set is read as ReadAttributesFromLbf does.
+class AttributeSetReader {
+ public:
+  void Read(LbtLbf::LbFile& file, std::string_view blockName, AttributeMap& attributes);
+
+ private:
+  /// The values of one kind, taken one after another.
+  template <class T>
+  struct Queue {
+    void Read(LbtLbf::LbFile& file, std::string_view blockName);
+    [[nodiscard]] const T& Next();
+
+    std::vector<T> values;
+    std::size_t next = 0;
+  };
+
+  [[nodiscard]] AttributeValue NextValue(AttributeValue::Kind kind);
+
+  std::vector<std::string> names_;
+  Queue<unsigned char> types_;
+  Queue<unsigned int> uintValues_;
+  Queue<float> floatValues_;
+  Queue<double> doubleValues_;
+  Queue<std::string> textValues_;
+};
 
 /// Reads one attribute set of a stream into "attributes"; a name that is there gets
 /// the new value. A set is six lists, each a value of its own: names (strings), type

@@ -13,6 +13,7 @@ class FutureNode final : public Node {
  public:
   [[nodiscard]] std::string GetType() const override { return "FutureNode"; }
 
+  std::string storedType;  ///< the kind's name, as the tree record has it
   LbtUtil::AttributeMap attributes;
 };
 

@@ -73,13 +73,13 @@ class Geometry final : public Node {
                   std::string_view version);
 
   /// Appends a variable and returns its index.
-  unsigned int Add(const std::string& variableName, const VariableType& type,
-                   const NumericArray& array, const LbtUtil::AttributeMap& attributes);
+  unsigned int Add(std::string variableName, const VariableType& type, NumericArray array,
+                   LbtUtil::AttributeMap attributes);
 
   /// Sets isVibration and takes over all attributes but those that describe how the
   /// data is stored: "Complex", "Contents", "DataSource", "DataType", "Structure" and
   /// whatever begins with "Link.".
-  static void ProcessAttributes(VarStruct& variable, const LbtUtil::AttributeMap& attributes);
+  static void ProcessAttributes(VarStruct& variable, LbtUtil::AttributeMap attributes);
 
   /// Make the loaders of the connectivity variables, and of all others, from the
   /// stored positions. Throw "Element Not Found" for a variable without one.

@@ -26,6 +26,7 @@ class Node {
   virtual void Save() {}
 
   std::string name;
+  std::string recordVersion;  ///< version of the record that the node was read from
   bool loaded = false;
   bool reservedFlag = false;      ///< carried, without a meaning here
   unsigned int reservedWord = 0;  ///< carried, without a meaning here

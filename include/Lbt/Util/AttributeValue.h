@@ -34,6 +34,12 @@ class AttributeValue {
   /// The value as text: numbers as a C++ output stream writes them by default.
   [[nodiscard]] std::string GetAttributeString() const;
 
+  /// Calls "visitor" with the value itself: an unsigned int, float, std::string or double.
+  template <class Visitor>
+  decltype(auto) Visit(const Visitor& visitor) const {
+    return boost::apply_visitor(visitor, value_);
+  }
+
   /// Whether the value is of the text kind and reads "text".
   [[nodiscard]] bool IsText(std::string_view text) const;
 

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -18,6 +19,12 @@ struct FileIdentity {
 
 /// The identity of an open file; none where its status cannot be read.
 [[nodiscard]] std::optional<FileIdentity> IdentityOf(int descriptor);
+
+/// The identity of the file that a path leads to; none where there is no such file.
+[[nodiscard]] std::optional<FileIdentity> IdentityOf(const std::string& path);
+
+/// The size of an open file in bytes; none where its status cannot be read.
+[[nodiscard]] std::optional<std::uint64_t> SizeOf(int descriptor);
 
 /// Whether "descriptor" is open on a regular file: no directory, device or pipe.
 [[nodiscard]] bool IsRegularFile(int descriptor);

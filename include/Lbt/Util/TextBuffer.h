@@ -17,7 +17,8 @@ class TextBuffer {
   /// Writes to "stream", which must outlive the buffer.
   explicit TextBuffer(std::ostream& stream);
 
-  /// Hands on what is left.
+  /// Hands on what is left. Never throws: a stream that is set to throw shows a failure
+  /// in its state alone, so call Flush() before where that matters.
   ~TextBuffer();
   TextBuffer(const TextBuffer&) = delete;
   TextBuffer& operator=(const TextBuffer&) = delete;
@@ -44,7 +45,7 @@ class TextBuffer {
     return *this;
   }
 
-  /// Hands on all that is collected.
+  /// Hands on all that is collected. Throws where the stream is set to throw.
   void Flush();
 
  private:

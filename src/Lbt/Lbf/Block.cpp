@@ -98,6 +98,9 @@ void Block::SetPosition(const unsigned long& position) {
 }
 
 void Block::AllocateAdditionalMemory(const unsigned long& extra) {
+  if (extra > std::numeric_limits<std::uint64_t>::max() - capacity_) {
+    Raise(Exception::ErrorType::MemoryAllocationError, "Memory Allocation Error", kFile);
+  }
   if (extra != 0) {
     Reallocate(capacity_ + extra);
   }

@@ -13,7 +13,8 @@ using Lbt::Util::Exception;
 
 namespace {
 
-constexpr const char* kFile = "include/Lbt/Lbf/Index";
+// A load fails in a block, whichever entry it is for.
+constexpr const char* kFile = "include/Lbt/Lbf/Block";
 constexpr std::uint32_t kLengthField = 4;
 
 }  // namespace

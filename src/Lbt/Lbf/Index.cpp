@@ -34,6 +34,7 @@ void AbsorbNotFound(Read read) {
 void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long& size) {
   Trace("Reading index block ... ", kFile);
   cache_.Assign({}, 0);
+  recent_ = nullptr;
   streams_.clear();
   const off_t offset = ftello(stream);
   indexPosition_ = offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
@@ -51,10 +52,11 @@ void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long
   Trace("Index block read. ", kFile);
 }
 
-void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items) const {
+void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items) {
   BlockCache firstIndex;
   firstIndex.Assign(items, indexPosition_ + indexSize_);
   const std::size_t last = items.size() - 1;
+  continuation_ = {last, items[last].name};
   firstIndex.Load(last, stream);
   std::vector<IndexItem> appended;
   CopyFromBlock<IndexItem>(firstIndex.GetBlock(last), appended);
@@ -69,11 +71,20 @@ void Index::BuildStreams() {
   }
 }
 
+std::optional<NumberedBlock> Index::LastLoaded() const {
+  const std::optional<std::size_t> entry = cache_.LastLoaded();
+  return entry ? NumberedBlock{*entry, cache_.Items()[*entry].name} : continuation_;
+}
+
 NamedStream& Index::FindStream(std::string_view name) {
+  if (recent_ != nullptr && recent_->first == name) {
+    return recent_->second;
+  }
   const auto found = streams_.find(name);
   if (found == streams_.end()) {
     Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
   }
+  recent_ = &*found;
   return found->second;
 }
 

@@ -191,4 +191,12 @@ std::optional<Lbt::Util::FileIdentity> LbFile::GetIdentity() const {
   return IsOpen() ? Lbt::Util::IdentityOf(fileno(stream_.get())) : std::nullopt;
 }
 
+std::optional<std::uint64_t> LbFile::GetSize() const {
+  return IsOpen() ? Lbt::Util::SizeOf(fileno(stream_.get())) : std::nullopt;
+}
+
+std::uint32_t LbFile::ReadRecordedLength(std::size_t entry) {
+  return index_.ReadRecordedLength(entry, stream_.get());
+}
+
 }  // namespace LbtLbf

@@ -22,12 +22,13 @@ BlockSizeLimiter::BlockSizeLimiter()
 
 std::size_t NamedStream::Choose(BlockCache& cache, std::FILE* file) {
   for (; firstOpen_ < limiter_.blocks.size(); ++firstOpen_) {
-    if (NeedsLoad(cache, firstOpen_)) {
+    const std::size_t entry = EntryAt(firstOpen_);
+    if (cache.GetBlock(entry).IsConsumed() && NeedsLoad(cache, firstOpen_)) {
       Load(cache, firstOpen_, file);
     }
     const bool isLast = firstOpen_ + 1 == limiter_.blocks.size();
-    if (!cache.GetBlock(EntryAt(firstOpen_)).IsConsumed() || isLast) {
-      return EntryAt(firstOpen_);
+    if (!cache.GetBlock(entry).IsConsumed() || isLast) {
+      return entry;
     }
   }
   Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
@@ -46,8 +47,7 @@ std::size_t NamedStream::ChooseInMemory(const BlockCache& cache) const {
 
 void NamedStream::Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file) {
   const std::size_t place = FindPlace(cache, offset, file);
-  ReleaseBefore(cache, place);
-  PassFailed(cache, place);
+  LeaveBefore(cache, place);
   firstOpen_ = suspects_.empty() ? place : std::min(place, *suspects_.begin());
   const bool isTargetGone = !cache.IsLoaded(EntryAt(place)) && !cache.IsStoredEmpty(EntryAt(place));
   if (isTargetGone) {
@@ -62,7 +62,7 @@ std::size_t NamedStream::FindPlace(BlockCache& cache, std::uint64_t offset, std:
   const std::size_t last = limiter_.blocks.size() - 1;
   std::size_t place = lengths_.Find(offset);
   while (!IsKnown(place) && place < last) {
-    ReleaseBefore(cache, place);
+    LeaveBefore(cache, place);
     lengths_.Append(Measure(cache, place, file));
     const std::size_t next = lengths_.Find(offset);
     if (next > place) {
@@ -90,6 +90,13 @@ void NamedStream::Pass(BlockCache& cache, std::size_t place) {
   } else {
     cache.GetBlock(EntryAt(place)).Pass(static_cast<std::uint32_t>(length));
   }
+}
+
+/// Done before each look at a further block, so that a seek which fails there leaves
+/// those before it passed.
+void NamedStream::LeaveBefore(BlockCache& cache, std::size_t place) {
+  ReleaseBefore(cache, place);
+  PassFailed(cache, place);
 }
 
 void NamedStream::PassFailed(BlockCache& cache, std::size_t place) {

@@ -1,5 +1,7 @@
 #include "Lbt/Log/Raise.h"
 
+#include <new>
+
 #include "Lbt/Log/Manager.h"
 
 namespace Lbt::Log {
@@ -8,7 +10,11 @@ void Raise(Util::Exception::ErrorType type, const char* description, const char*
            unsigned long line, const char* method) {
   Util::LogRecord record(Util::LogRecord::kError, file, line, method);
   record.AppendToMessage(description);
-  Util::SingletonHolder<Manager>::getInstance().Publish(record);
+  try {
+    Util::SingletonHolder<Manager>::getInstance().Publish(record);
+  } catch (const std::bad_alloc&) {
+    // Where memory is too short to format the record, the failure counts, not its trace.
+  }
   throw Util::Exception(type, description, file, line, method);
 }
 

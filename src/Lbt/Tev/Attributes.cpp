@@ -1,9 +1,6 @@
 #include "Lbt/Tev/Attributes.h"
 
-#include <cstddef>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "Lbt/Log/Raise.h"
 
@@ -16,71 +13,60 @@ namespace {
                   "include/Lbt/Tev/Attributes");
 }
 
-/// The values of one kind, taken one after another.
+}  // namespace
+
 template <class T>
-class Queue {
- public:
-  void Read(LbtLbf::LbFile& file, std::string_view blockName) { file.Get(blockName, values_); }
-
-  [[nodiscard]] const T& Next() {
-    if (next_ == values_.size()) {
-      RaiseTooShort();
-    }
-    return values_[next_++];
-  }
-
- private:
-  std::vector<T> values_;
-  std::size_t next_ = 0;
-};
-
-struct StoredSet {
-  std::vector<std::string> names;
-  Queue<unsigned char> types;
-  Queue<unsigned int> uintValues;
-  Queue<float> floatValues;
-  Queue<double> doubleValues;
-  Queue<std::string> textValues;
-};
-
-StoredSet ReadSet(LbtLbf::LbFile& file, std::string_view blockName) {
-  StoredSet set;
-  file.Get(blockName, set.names);
-  set.types.Read(file, blockName);
-  set.uintValues.Read(file, blockName);
-  set.floatValues.Read(file, blockName);
-  set.doubleValues.Read(file, blockName);
-  set.textValues.Read(file, blockName);
-  return set;
+void AttributeSetReader::Queue<T>::Read(LbtLbf::LbFile& file, std::string_view blockName) {
+  values.clear();
+  next = 0;
+  file.Get(blockName, values);
 }
 
-AttributeValue NextValue(StoredSet& set, AttributeValue::Kind kind) {
+template <class T>
+const T& AttributeSetReader::Queue<T>::Next() {
+  if (next == values.size()) {
+    RaiseTooShort();
+  }
+  return values[next++];
+}
+
+AttributeValue AttributeSetReader::NextValue(AttributeValue::Kind kind) {
   switch (kind) {
     case AttributeValue::Kind::UnsignedInteger:
-      return set.uintValues.Next();
+      return uintValues_.Next();
     case AttributeValue::Kind::Float:
-      return set.floatValues.Next();
+      return floatValues_.Next();
     case AttributeValue::Kind::Text:
-      return set.textValues.Next();
+      return textValues_.Next();
     case AttributeValue::Kind::Double:
-      return set.doubleValues.Next();
+      return doubleValues_.Next();
   }
   return {};
 }
 
-}  // namespace
+void AttributeSetReader::Read(LbtLbf::LbFile& file, std::string_view blockName,
+                              AttributeMap& attributes) {
+  names_.clear();
+  file.Get(blockName, names_);
+  types_.Read(file, blockName);
+  uintValues_.Read(file, blockName);
+  floatValues_.Read(file, blockName);
+  doubleValues_.Read(file, blockName);
+  textValues_.Read(file, blockName);
 
-void ReadAttributesFromLbf(LbtLbf::LbFile& file, std::string_view blockName,
-                           AttributeMap& attributes) {
-  StoredSet set = ReadSet(file, blockName);
   auto kind = AttributeValue::Kind::UnsignedInteger;
-  for (std::string& name : set.names) {
-    const unsigned char code = set.types.Next();
+  for (std::string& name : names_) {
+    const unsigned char code = types_.Next();
     if (code <= static_cast<unsigned char>(AttributeValue::Kind::Double)) {
       kind = static_cast<AttributeValue::Kind>(code);
     }
-    attributes.insert_or_assign(std::move(name), NextValue(set, kind));
+    attributes.insert_or_assign(std::move(name), NextValue(kind));
   }
+}
+
+void ReadAttributesFromLbf(LbtLbf::LbFile& file, std::string_view blockName,
+                           AttributeMap& attributes) {
+  AttributeSetReader().Read(file, blockName, attributes);
 }
 
 }  // namespace LbtUtil

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "Lbt/Log/Raise.h"
 
@@ -30,24 +31,23 @@ std::string Geometry::GetVersion() const {
   return kNarrowLayout == "1.3" ? "0.6" : "0.7";
 }
 
-unsigned int Geometry::Add(const std::string& variableName, const VariableType& type,
-                           const NumericArray& array, const LbtUtil::AttributeMap& attributes) {
+unsigned int Geometry::Add(std::string variableName, const VariableType& type, NumericArray array,
+                           LbtUtil::AttributeMap attributes) {
   VarStruct& variable = variables.emplace_back();
-  variable.name = variableName;
+  variable.name = std::move(variableName);
   variable.variableType = type;
-  variable.array = array;
-  ProcessAttributes(variable, attributes);
+  variable.array = std::move(array);
+  ProcessAttributes(variable, std::move(attributes));
   return static_cast<unsigned int>(variables.size() - 1);
 }
 
-void Geometry::ProcessAttributes(VarStruct& variable, const LbtUtil::AttributeMap& attributes) {
+void Geometry::ProcessAttributes(VarStruct& variable, LbtUtil::AttributeMap attributes) {
   const auto category = attributes.find("Category");
   variable.isVibration = category != attributes.end() && category->second.IsText("Vibration");
-  for (const auto& [attributeName, value] : attributes) {
-    if (!IsOfStorage(attributeName)) {
-      variable.attributes.insert_or_assign(attributeName, value);
-    }
-  }
+  std::erase_if(attributes, [](const auto& attribute) { return IsOfStorage(attribute.first); });
+  // Entries that are there already and not named again stay.
+  attributes.merge(variable.attributes);
+  variable.attributes = std::move(attributes);
 }
 
 void Geometry::LoadConnectivityBlocks(LbtLbf::LbFile& file, const std::string& heavyDataBlockName) {

@@ -1,5 +1,7 @@
 #include <boost/make_shared.hpp>
+#include <algorithm>
 #include <cstdint>
+#include <utility>
 
 #include "Lbt/Tev/Attributes.h"
 #include "Lbt/Tev/Geometry.h"
@@ -8,13 +10,14 @@ namespace LbtTev {
 
 namespace {
 
-/// Where the parts of a geometry record lie.
+/// Where the parts of a geometry record lie, and what reads its attribute sets.
 struct Source {
   LbtLbf::LbFile& file;
   std::string_view light;
   std::string_view heavy;
   std::string_view attributes;
   std::string_view version;
+  LbtUtil::AttributeSetReader attributeReader{};
 
   template <class T>
   [[nodiscard]] T Light(T value = T{}) const {
@@ -23,8 +26,11 @@ struct Source {
   }
 };
 
+/// Variables for which room is made ahead of reading them; a file may claim any number.
+constexpr unsigned int kMostReserved = 256;
+
 /// The flags and values that every record with them has in this order.
-void ReadFlagsAndValues(const Source& source, NumericArray& array) {
+void ReadFlagsAndValues(Source& source, NumericArray& array) {
   array.firstFlag = source.Light<bool>();
   array.secondFlag = source.Light<bool>();
   array.firstValue = source.Light<float>();
@@ -32,7 +38,7 @@ void ReadFlagsAndValues(const Source& source, NumericArray& array) {
   array.thirdFlag = source.Light<bool>();
 }
 
-void ReadSize(const Source& source, NumericArray& array) {
+void ReadSize(Source& source, NumericArray& array) {
   array.byteSize = source.Light<unsigned int>();
   array.hasData = array.byteSize != 0;
   array.width = source.Light<unsigned char>(array.width);
@@ -45,14 +51,14 @@ Geometry::VariableType MaskedType(unsigned int code) {
 }
 
 /// Takes the data of a version "0.5" variable, which no loader will fetch later.
-void ReadDataAtOnce(const Source& source, unsigned long position, NumericArray& array) {
+void ReadDataAtOnce(Source& source, unsigned long position, NumericArray& array) {
   source.file.SetBlockPosition(source.heavy, position);
   const auto bytes = source.file.GetBytes(source.heavy, array.byteSize);
   array.storedBytes =
       boost::make_shared<const std::vector<unsigned char>>(bytes.begin(), bytes.end());
 }
 
-void ReadOwnData(const Source& source, Geometry& geometry, const std::string& name,
+void ReadOwnData(Source& source, Geometry& geometry, const std::string& name,
                  NumericArray& array) {
   ReadSize(source, array);
   ReadFlagsAndValues(source, array);
@@ -65,8 +71,8 @@ void ReadOwnData(const Source& source, Geometry& geometry, const std::string& na
   }
 }
 
-void ReadVariable(const Source& source, Geometry& geometry, unsigned int idOffset) {
-  const auto name = source.Light<std::string>();
+void ReadVariable(Source& source, Geometry& geometry, unsigned int idOffset) {
+  auto name = source.Light<std::string>();
   const Geometry::VariableType type = MaskedType(source.Light<unsigned int>());
   const bool isLinked = source.Light<bool>();
   NumericArray array;
@@ -80,10 +86,10 @@ void ReadVariable(const Source& source, Geometry& geometry, unsigned int idOffse
   }
   static_cast<void>(source.Light<bool>());
   LbtUtil::AttributeMap attributes;
-  LbtUtil::ReadAttributesFromLbf(source.file, source.attributes, attributes);
+  source.attributeReader.Read(source.file, source.attributes, attributes);
 
-  Geometry::VarStruct& variable =
-      geometry.variables[geometry.Add(name, type, array, attributes)];
+  Geometry::VarStruct& variable = geometry.variables[geometry.Add(
+      std::move(name), type, std::move(array), std::move(attributes))];
   if (isLinked) {
     variable.isLinked = true;
     variable.linkNodeId = linkNodeId;
@@ -92,11 +98,11 @@ void ReadVariable(const Source& source, Geometry& geometry, unsigned int idOffse
   }
 }
 
-void ReadOldVariable(const Source& source, Geometry& geometry) {
+void ReadOldVariable(Source& source, Geometry& geometry) {
   const bool hasFlags = source.version != "0.1" && source.version != "0.0a";
   const bool hasFurtherFlag = hasFlags && source.version != "0.2";
   const bool hasAttributes = hasFurtherFlag && source.version != "0.3";
-  const auto name = source.Light<std::string>();
+  auto name = source.Light<std::string>();
   const auto type = static_cast<Geometry::VariableType>(source.Light<unsigned int>());
   NumericArray array;
   ReadSize(source, array);
@@ -108,12 +114,12 @@ void ReadOldVariable(const Source& source, Geometry& geometry) {
   }
   LbtUtil::AttributeMap attributes;
   if (hasAttributes) {
-    LbtUtil::ReadAttributesFromLbf(source.file, source.attributes, attributes);
+    source.attributeReader.Read(source.file, source.attributes, attributes);
   }
   const unsigned long position = source.Light<unsigned int>();
   source.file.SetBlockPosition(source.heavy, position);
   array.CreateDataLoader(source.file, std::string(source.heavy), position, false);
-  geometry.Add(name, type, array, attributes);
+  geometry.Add(std::move(name), type, std::move(array), std::move(attributes));
 }
 
 }  // namespace
@@ -125,8 +131,9 @@ void Geometry::ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
     ReadVc_l05(file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version);
     return;
   }
-  const Source source{file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version};
+  Source source{file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version};
   const auto count = source.Light<unsigned int>();
+  variables.reserve(std::min(count, kMostReserved));
   for (unsigned int i = 0; i < count; ++i) {
     ReadVariable(source, *this, idOffset);
   }
@@ -135,8 +142,9 @@ void Geometry::ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
 void Geometry::ReadVc_l05(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
                           std::string_view heavyDataBlockName,
                           std::string_view attributesBlockName, std::string_view version) {
-  const Source source{file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version};
+  Source source{file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version};
   const auto count = source.Light<unsigned int>();
+  variables.reserve(std::min(count, kMostReserved));
   for (unsigned int i = 0; i < count; ++i) {
     ReadOldVariable(source, *this);
   }

@@ -62,11 +62,14 @@ std::unique_ptr<Node> ReadNodeSets(LbtLbf::LbFile& file, const StreamNames& stre
   return nodeSets;
 }
 
-std::unique_ptr<Node> SkipFutureNode(LbtLbf::LbFile& file, const StreamNames& streams) {
+std::unique_ptr<Node> SkipFutureNode(LbtLbf::LbFile& file, const StreamNames& streams,
+                                     const TreeRecord& record) {
+  auto node = std::make_unique<FutureNode>();
+  node->storedType = record.type;
   unsigned int size = 0;
   file.Get(streams.light, size);
   static_cast<void>(file.GetBytes(streams.light, size));
-  return std::make_unique<FutureNode>();
+  return node;
 }
 
 std::unique_ptr<Node> ReadByType(LbtLbf::LbFile& file, const StreamNames& streams,
@@ -83,7 +86,7 @@ std::unique_ptr<Node> ReadByType(LbtLbf::LbFile& file, const StreamNames& stream
   if (record.type == "NodeSets") {
     return ReadNodeSets(file, streams);
   }
-  return record.type.empty() ? nullptr : SkipFutureNode(file, streams);
+  return record.type.empty() ? nullptr : SkipFutureNode(file, streams, record);
 }
 
 }  // namespace
@@ -93,6 +96,7 @@ std::unique_ptr<Node> ReadNode(LbtLbf::LbFile& file, const StreamNames& streams,
   std::unique_ptr<Node> node = ReadByType(file, streams, record, idOffset);
   if (node != nullptr) {
     node->name = record.name;
+    node->recordVersion = record.version;
   }
   return node;
 }

@@ -33,10 +33,11 @@ unsigned int At(const std::vector<unsigned int>& list, std::size_t index) {
 }
 
 /// Keeps what is gathered linear in what is stored: offsets that overlap can claim
-/// the same bytes over and over.
+/// the same elements over and over. Sets of real models share a few at most, far fewer
+/// than the mebi-elements that are allowed beyond what is stored.
 class Allowance {
  public:
-  explicit Allowance(std::size_t amount) : left_(amount) {}
+  explicit Allowance(std::size_t stored) : left_(stored + kOverlap) {}
 
   void Take(std::size_t amount) {
     if (amount > left_) {
@@ -46,6 +47,8 @@ class Allowance {
   }
 
  private:
+  static constexpr std::size_t kOverlap = std::size_t{1024} * 1024;
+
   std::size_t left_;
 };
 
@@ -83,8 +86,7 @@ void NodeSets::LoadDataBlocks(LbtLbf::LbFile& file, std::string_view heavyDataBl
   file.Get(heavyDataBlockName, stored.firstValues);
   file.Get(heavyDataBlockName, stored.secondValues);
 
-  constexpr std::size_t kOverlapOfNames = std::size_t{1024} * 1024;
-  Allowance names(stored.allNames.size() + kOverlapOfNames);
+  Allowance names(stored.allNames.size());
   Allowance members(std::min(stored.firstValues.size(), stored.secondValues.size()));
   sets.clear();
   sets.reserve(std::min<std::size_t>(setCount, stored.nameOffsets.size()));

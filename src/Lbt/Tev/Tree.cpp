@@ -79,7 +79,7 @@ void Tree::LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& 
   for (int i = 0; i < count; ++i) {
     const TreeRecord record = ReadTreeRecord(file, streams.tree, wideOffsets);
     const LbtAdt::TreeNode<Node*> entry = EntryOf(record, parentId, idOffset);
-    blockMap[entry.id] = record.id;
+    blockMap.insert_or_assign(blockMap.end(), entry.id, record.id);
     if (record.lightDataPosition != 0) {
       file.SetBlockPosition(streams.light, record.lightDataPosition);
     }

@@ -56,6 +56,22 @@ std::optional<FileIdentity> IdentityOf(int descriptor) {
   return FileIdentity{status.st_dev, status.st_ino};
 }
 
+std::optional<FileIdentity> IdentityOf(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) {
+    return std::nullopt;
+  }
+  return FileIdentity{status.st_dev, status.st_ino};
+}
+
+std::optional<std::uint64_t> SizeOf(int descriptor) {
+  struct stat status {};
+  if (fstat(descriptor, &status) != 0 || status.st_size < 0) {
+    return std::nullopt;
+  }
+  return static_cast<std::uint64_t>(status.st_size);
+}
+
 bool IsRegularFile(int descriptor) {
   struct stat status {};
   return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);

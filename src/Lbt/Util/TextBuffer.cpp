@@ -1,11 +1,19 @@
 #include "Lbt/Util/TextBuffer.h"
 
+#include <utility>
+
 namespace Lbt::Util {
 
 TextBuffer::TextBuffer(std::ostream& stream)
     : stream_(&stream), room_(std::make_unique_for_overwrite<char[]>(kRoom)) {}
 
-TextBuffer::~TextBuffer() { Flush(); }
+TextBuffer::~TextBuffer() {
+  try {
+    Flush();
+  } catch (...) {
+    return;
+  }
+}
 
 TextBuffer& TextBuffer::Add(std::string_view text) {
   if (text.size() > kRoom - used_) {
@@ -21,8 +29,8 @@ TextBuffer& TextBuffer::Add(std::string_view text) {
 }
 
 void TextBuffer::Flush() {
-  stream_->write(room_.get(), static_cast<std::streamsize>(used_));
-  used_ = 0;
+  const auto size = static_cast<std::streamsize>(std::exchange(used_, 0));
+  stream_->write(room_.get(), size);
 }
 
 }  // namespace Lbt::Util

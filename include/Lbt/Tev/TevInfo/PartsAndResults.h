@@ -1,9 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/TevInfo/TevDataset.h"
 #include "Lbt/Tev/Tree.h"
 #include "Lbt/Util/AttributeValue.h"
@@ -32,12 +34,25 @@ struct VariableName {
   std::string instance;
 };
 
+/// Takes a result variable and the parts of its name.
+using ResultSink =
+    std::function<void(const LbtTev::Geometry::VarStruct& variable, const VariableName& name)>;
+
+/// The attributes of a result variable with "Result Name" and, where it has one,
+/// "Instance Name" added.
+[[nodiscard]] LbtUtil::AttributeMap AttributesOf(const LbtTev::Geometry::VarStruct& variable,
+                                                 const VariableName& name);
+
 /// Walks over all shapes of a tree, in ascending order of id, and gathers where they
 /// lie, the results that their geometries carry and, where "datasets" is not null, the
 /// numbers of all variables.
 ///
 /// Throws "Element Not Found" for a shape without a first child, what loading numbers
 /// throws, and GeometryAssertion; what was gathered until then stays.
+void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
+                           const ResultSink& addResult, std::vector<TevDataset>* datasets);
+
+/// The same, with the attributes of all results as a list.
 void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
                            ResultAttributeList& results, std::vector<TevDataset>* datasets);
 

@@ -3,6 +3,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "Lbt/Tev/ModifierInfo.h"
@@ -29,6 +30,35 @@ struct SummaryFacts {
   std::vector<std::string> frequencies;
 };
 
+/// Gathers the summary as results are met: it keeps every text once, so that it does
+/// not grow with the number of results.
+class SummaryCollector {
+ public:
+  /// Takes the attributes of one result.
+  void Add(const LbtUtil::AttributeMap& attributes);
+
+  /// Takes one result variable: its attributes with the parts of its name added.
+  void Add(const LbtTev::Geometry::VarStruct& variable, const VariableName& name);
+
+  /// What has been met so far, with the names of parts from "groups".
+  [[nodiscard]] SummaryFacts Facts(const GroupListing& groups) const;
+
+ private:
+  using Texts = std::unordered_set<std::string>;
+
+  void AddAll(const LbtUtil::AttributeMap& attributes, bool hasInstance);
+  [[nodiscard]] std::string Category() const;
+
+  Texts resultNames_;
+  Texts instanceNames_;
+  Texts titles_;
+  Texts categories_;
+  Texts frequencies_;
+  Texts times_;
+  bool hasMode_ = false;
+  bool hasLoadCase_ = false;
+};
+
 /// Works the facts out from what GatherPartsAndResults has found.
 [[nodiscard]] SummaryFacts GatherSummaryFacts(const GroupListing& groups,
                                               const ResultAttributeList& results);
@@ -42,12 +72,19 @@ void extractRootNodeAttributes(LbtTev::Tree& tree, LbtUtil::AttributeMap& attrib
 void extractPartsAndResults(LbtTev::Tree& tree, TevInfo& info, GroupListing& groups,
                             ResultAttributeList& results);
 
+/// The same with a collector in place of the list, for a report that needs only the sum.
+void extractPartsAndResults(LbtTev::Tree& tree, TevInfo& info, GroupListing& groups,
+                            SummaryCollector& results);
+
 /// Adds an entry for every text of a modifier record that is not empty, its key
 /// followed by "suffix".
 void WriteModifierInfo(TevInfo& info, const LbtTev::ModifierInfo& modifier,
                        const std::string& suffix);
 
 /// Adds the summary entries.
+void addSummary(TevInfo& info, const SummaryFacts& facts);
+
+/// The same from the lists that extractPartsAndResults fills.
 void addMiscAttributes(TevInfo& info, const GroupListing& groups,
                        const ResultAttributeList& results);
 

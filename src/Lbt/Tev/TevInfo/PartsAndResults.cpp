@@ -59,15 +59,6 @@ bool IsResult(const Geometry::VarStruct& variable, const VariableName& name) {
          name.result != "Element IDs";
 }
 
-void AddResult(const Geometry::VarStruct& variable, const VariableName& name,
-               ResultAttributeList& results) {
-  LbtUtil::AttributeMap& attributes = results.emplace_back(variable.attributes);
-  attributes.insert_or_assign("Result Name", name.result);
-  if (!name.instance.empty()) {
-    attributes.insert_or_assign("Instance Name", name.instance);
-  }
-}
-
 }  // namespace
 
 VariableName::VariableName(const std::string& name) {
@@ -78,8 +69,25 @@ VariableName::VariableName(const std::string& name) {
   }
 }
 
+LbtUtil::AttributeMap AttributesOf(const Geometry::VarStruct& variable, const VariableName& name) {
+  LbtUtil::AttributeMap attributes = variable.attributes;
+  attributes.insert_or_assign("Result Name", name.result);
+  if (!name.instance.empty()) {
+    attributes.insert_or_assign("Instance Name", name.instance);
+  }
+  return attributes;
+}
+
 void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
                            ResultAttributeList& results, std::vector<TevDataset>* datasets) {
+  const ResultSink addResult = [&results](const auto& variable, const VariableName& name) {
+    results.push_back(AttributesOf(variable, name));
+  };
+  GatherPartsAndResults(tree, groups, addResult, datasets);
+}
+
+void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
+                           const ResultSink& addResult, std::vector<TevDataset>* datasets) {
   DatasetGatherer gatherer;
   for (const auto& [id, entry] : tree.GetNodes()) {
     if (dynamic_cast<const LbtTev::Shape*>(entry.data) == nullptr) {
@@ -91,7 +99,7 @@ void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
       const Geometry::VarStruct& variable = geometry.variables[i];
       const VariableName name(variable.name);
       if (IsResult(variable, name)) {
-        AddResult(variable, name, results);
+        addResult(variable, name);
       }
       if (datasets != nullptr) {
         gatherer.Gather({partName, name, geometry.name, entry.firstChild, i}, variable, *datasets);

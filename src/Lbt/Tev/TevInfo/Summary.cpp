@@ -17,6 +17,11 @@ void ReportFailure(Step step) {
   }
 }
 
+/// Where the numbers go; null where the format needs none.
+std::vector<TevDataset>* DatasetsOf(TevInfo& info) {
+  return info.format == TevInfo::ExtractData ? &info.datasets : nullptr;
+}
+
 void AddCount(TevInfo& info, const char* key, std::size_t count) {
   AddStreamMetaData(info, key, static_cast<unsigned int>(count));
 }
@@ -33,7 +38,9 @@ void AddJoined(TevInfo& info, const char* key, const std::vector<std::string>& n
   }
 }
 
-void WriteSummary(TevInfo& info, const SummaryFacts& facts) {
+}  // namespace
+
+void addSummary(TevInfo& info, const SummaryFacts& facts) {
   if (facts.title) {
     AddStreamMetaData(info, "Title", *facts.title);
   }
@@ -54,16 +61,21 @@ void WriteSummary(TevInfo& info, const SummaryFacts& facts) {
   AddJoined(info, "Frequencies", facts.frequencies);
 }
 
-}  // namespace
-
 void extractRootNodeAttributes(LbtTev::Tree& tree, LbtUtil::AttributeMap& attributes) {
   ReportFailure([&] { GatherRootAttributes(tree, attributes); });
 }
 
 void extractPartsAndResults(LbtTev::Tree& tree, TevInfo& info, GroupListing& groups,
                             ResultAttributeList& results) {
-  auto* datasets = info.format == TevInfo::ExtractData ? &info.datasets : nullptr;
-  ReportFailure([&] { GatherPartsAndResults(tree, groups, results, datasets); });
+  ReportFailure([&] { GatherPartsAndResults(tree, groups, results, DatasetsOf(info)); });
+}
+
+void extractPartsAndResults(LbtTev::Tree& tree, TevInfo& info, GroupListing& groups,
+                            SummaryCollector& results) {
+  const ResultSink addResult = [&results](const auto& variable, const VariableName& name) {
+    results.Add(variable, name);
+  };
+  ReportFailure([&] { GatherPartsAndResults(tree, groups, addResult, DatasetsOf(info)); });
 }
 
 void WriteModifierInfo(TevInfo& info, const LbtTev::ModifierInfo& modifier,
@@ -85,7 +97,7 @@ void WriteModifierInfo(TevInfo& info, const LbtTev::ModifierInfo& modifier,
 
 void addMiscAttributes(TevInfo& info, const GroupListing& groups,
                        const ResultAttributeList& results) {
-  WriteSummary(info, GatherSummaryFacts(groups, results));
+  addSummary(info, GatherSummaryFacts(groups, results));
 }
 
 std::string GetNameListAsString(const std::vector<std::string>& names) {
