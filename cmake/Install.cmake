@@ -1,4 +1,5 @@
-# Installs the programs, the libraries with their headers, and a package for find_package(TevInfo).
+# Installs the programs with their manual pages, completion and JSON schemas, the libraries with
+# their headers, and a package for find_package(TevInfo).
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -27,3 +28,12 @@ install(FILES
   "${CMAKE_CURRENT_BINARY_DIR}/TevInfoConfig.cmake"
   "${CMAKE_CURRENT_BINARY_DIR}/TevInfoConfigVersion.cmake"
   DESTINATION "${packageDir}")
+
+install(FILES "${PROJECT_SOURCE_DIR}/docs/man/TevInfo.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+if("tev" IN_LIST TEVINFO_PROGRAMS)
+  install(FILES "${PROJECT_SOURCE_DIR}/docs/man/tev.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/schema" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+  install(FILES "${PROJECT_SOURCE_DIR}/completions/tev.bash"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
+    RENAME tev)
+endif()

@@ -44,6 +44,7 @@ foreach(library tevinfo_app tev_app)
 endforeach()
 tevinfo_tests(app ${programLibraries})
 
+tevinfo_tests(sweep ${programLibraries})
 tevinfo_tests(layout)
 tevinfo_tests(run)
 if(TARGET test_run AND TEVINFO_PROGRAMS)

@@ -3,11 +3,14 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Lbt/Log/Trace.h"
 #include "Lbt/Tev/OpenModel.h"
+#include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Tev/TevInfo/Summary.h"
 #include "Lbt/Tev/TevInfo/TevInfo.h"
 #include "Lbt/Tev/Tree.h"
@@ -15,9 +18,14 @@
 #include "Lbt/Util/MemoryUsage.h"
 #include "TevInfo/CommandLine.h"
 #include "TevInfo/Output.h"
-#include "TevInfo/SolverFileTypes.h"
 
 namespace {
+
+void AddText(TevInfo& info, const std::string& key, const std::optional<std::string>& text) {
+  if (text) {
+    AddStreamMetaData(info, key, *text);
+  }
+}
 
 /// Who wrote the model and who last did. The entries stop at the first record between
 /// the two, so that of three records only the first is written; readers count on it.
@@ -35,43 +43,38 @@ void AddModifiers(TevInfo& info, const std::vector<LbtTev::ModifierInfo>& modifi
 }
 
 /// Adds the entries of one of the model's native files: its path, type and size.
-void AddNativeFile(TevInfo& info, const LbtUtil::AttributeMap& attributes, const std::string& kind,
-                   std::string (*formatOf)(const std::string&)) {
-  if (const auto file = attributes.find(kind); file != attributes.end()) {
-    const std::string path = file->second.GetAttributeString();
-    AddStreamMetaData(info, kind, path);
-    AddStreamMetaData(info, kind + " Type", formatOf(path));
-  }
-  if (const auto size = attributes.find(kind + " Size"); size != attributes.end()) {
-    AddStreamMetaData(info, "Native " + kind + " Size", size->second.GetAttributeString());
-  }
+void AddNativeFile(TevInfo& info, const std::string& kind, const NativeFileFacts& facts) {
+  AddText(info, kind, facts.path);
+  AddText(info, kind + " Type", facts.type);
+  AddText(info, "Native " + kind + " Size", facts.size);
 }
 
-void AddAttribute(TevInfo& info, const LbtUtil::AttributeMap& attributes, const std::string& source,
-                  const std::string& key) {
-  if (const auto found = attributes.find(source); found != attributes.end()) {
-    AddStreamMetaData(info, key, found->second.GetAttributeString());
+void AddValue(TevInfo& info, const std::string& key,
+              const std::optional<LbtUtil::AttributeValue>& value) {
+  if (value) {
+    AddStreamMetaData(info, key, value->GetAttributeString());
   }
-}
-
-void AddRootAttributes(TevInfo& info, const LbtUtil::AttributeMap& attributes) {
-  AddNativeFile(info, attributes, "Model File", GetModelFileFormat);
-  AddNativeFile(info, attributes, "Results File", GetResultsFileFormat);
-  AddAttribute(info, attributes, "Number of Nodes in the Model", "Number of Nodes");
-  AddAttribute(info, attributes, "Number of Elements in the Model", "Number of Elements");
 }
 
 /// Adds all entries, in the order of the report.
-void GatherReport(TevInfo& info, LbtTev::Tree& tree, const std::string& tevFileSize) {
+void AddEntries(TevInfo& info, const ModelFacts& facts, const std::string& tevFileSize) {
+  AddModifiers(info, facts.modifiers);
+  AddNativeFile(info, "Model File", facts.modelFile);
+  AddNativeFile(info, "Results File", facts.resultsFile);
+  AddValue(info, "Number of Nodes", facts.numberOfNodes);
+  AddValue(info, "Number of Elements", facts.numberOfElements);
+  AddStreamMetaData(info, "Tev File Size", tevFileSize);
+  addSummary(info, facts.summary);
+}
+
+/// Gathers what can be gathered: a failure on the way is told, and the report goes on.
+ModelFacts GatherFacts(TevInfo& info, LbtTev::Tree& tree) {
   LbtUtil::AttributeMap rootAttributes;
   GroupListing partsAndResults;
   SummaryCollector results;
   extractRootNodeAttributes(tree, rootAttributes);
   extractPartsAndResults(tree, info, partsAndResults, results);
-  AddModifiers(info, tree.modifierInfos);
-  AddRootAttributes(info, rootAttributes);
-  AddStreamMetaData(info, "Tev File Size", tevFileSize);
-  addSummary(info, results.Facts(partsAndResults));
+  return MakeModelFacts(tree, std::move(rootAttributes), results.Facts(partsAndResults));
 }
 
 void WriteReport(const TevInfo& info, std::ostream& stream) {
@@ -90,7 +93,7 @@ void Report(const CommandLine& commandLine) {
   std::srand(0);
   const std::string tevFileSize = LbtUtil::GetFileSize(model.c_str());
   LbtTev::OpenModel(tree, model);
-  GatherReport(info, tree, tevFileSize);
+  AddEntries(info, GatherFacts(info, tree), tevFileSize);
 
   Output output;
   output.Standard() << "Peak Memory Usage: " << LbtUtil::GetLinuxMemoryUsage().second << " Mb"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <cstdint>
 #include <algorithm>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -59,8 +59,8 @@ template <class T>
 void CopyFromBlock(Block& block, std::vector<T>& values) {
   static_assert(Lbt::Util::StoredNumber<T>);
   const auto count = NumberFromBlock<std::uint32_t>(block);
-  const auto read = std::min<std::uint32_t>(
-      count, block.GetRemaining() / static_cast<std::uint32_t>(sizeof(T)));
+  const auto read =
+      std::min<std::uint32_t>(count, block.GetRemaining() / static_cast<std::uint32_t>(sizeof(T)));
   values.resize(read == count ? count : Detail::KeptLength(count, read, block.GetSize()));
   const auto bytes = block.Get(read * static_cast<std::uint32_t>(sizeof(T)));
   for (std::size_t i = 0; i < read; ++i) {

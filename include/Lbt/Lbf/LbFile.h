@@ -24,12 +24,11 @@ extern std::string tev_file_version;
 
 /// The types that can be read from a named stream.
 template <class T>
-concept StreamValue =
-    std::same_as<T, unsigned char> || std::same_as<T, bool> || std::same_as<T, unsigned int> ||
-    std::same_as<T, float> || std::same_as<T, unsigned long> || std::same_as<T, std::string> ||
-    std::same_as<T, std::vector<unsigned char>> || std::same_as<T, std::vector<unsigned int>> ||
-    std::same_as<T, std::vector<float>> || std::same_as<T, std::vector<double>> ||
-    std::same_as<T, std::vector<std::string>>;
+concept StreamValue = std::same_as<T, unsigned char> || std::same_as<T, bool> ||
+    std::same_as<T, unsigned int> || std::same_as<T, float> || std::same_as<T, unsigned long> ||
+    std::same_as<T, std::string> || std::same_as<T, std::vector<unsigned char>> ||
+    std::same_as<T, std::vector<unsigned int>> || std::same_as<T, std::vector<float>> ||
+    std::same_as<T, std::vector<double>> || std::same_as<T, std::vector<std::string>>;
 
 /// The reader of one container file.
 ///

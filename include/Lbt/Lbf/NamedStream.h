@@ -74,11 +74,11 @@ class NamedStream {
   void ReleaseBefore(BlockCache& cache, std::size_t place);
 
   BlockSizeLimiter limiter_;
-  std::size_t firstOpen_ = 0;         // no block before it has bytes left, suspects apart
-  PrefixSums lengths_;                // of the first blocks, as far as they are known
-  std::vector<std::size_t> loaded_;   // heap with the least on top: loaded blocks
-  std::set<std::size_t> suspects_;    // passed with a recorded length of 0, never inflated
-  std::vector<std::size_t> failed_;   // of known length, but loading them failed
+  std::size_t firstOpen_ = 0;        // no block before it has bytes left, suspects apart
+  PrefixSums lengths_;               // of the first blocks, as far as they are known
+  std::vector<std::size_t> loaded_;  // heap with the least on top: loaded blocks
+  std::set<std::size_t> suspects_;   // passed with a recorded length of 0, never inflated
+  std::vector<std::size_t> failed_;  // of known length, but loading them failed
 };
 
 }  // namespace LbtLbf

@@ -54,7 +54,7 @@ class Geometry final : public Node {
   ///   0xFFFFFFFF), isLinked (bool)
   ///   not linked: byte count (u32), width (1 byte), two flags (bool), two values
   ///     (float), a flag (bool), position in the heavy data (u32; u64 in "0.7")
-  ///   linked: node id (u32, shifted by "idOffset"), variable index (u32)
+  ///   linked: node id (u32, shifted by "idOffset" unless it is 0), variable index (u32)
   ///   a flag (bool); and one attribute set
   ///
   /// In "0.5" the data is read at once. Any other version is left to ReadVc_l05.

@@ -50,6 +50,7 @@ class Tree : public LbtAdt::Tree<Node*> {
 
   /// The reader of the model's own file.
   [[nodiscard]] LbtLbf::LbFile& GetFile() { return file_; }
+  [[nodiscard]] const LbtLbf::LbFile& GetFile() const { return file_; }
 
   /// The version text of the model's file.
   [[nodiscard]] const std::string& GetVersion() const { return version_; }

@@ -24,9 +24,7 @@ IndexItem ItemFromBlock(Block& block) {
 
 }  // namespace
 
-void CopyFromBlock(Block& block, bool& value) {
-  value = NumberFromBlock<std::uint8_t>(block) != 0;
-}
+void CopyFromBlock(Block& block, bool& value) { value = NumberFromBlock<std::uint8_t>(block) != 0; }
 
 void CopyFromBlock(Block& block, std::string& text) {
   const auto length = NumberFromBlock<std::uint32_t>(block);

@@ -99,8 +99,7 @@ void LbFile::CheckSupport(const std::string& version, bool& atLeast07) {
   atLeast07 = tenths >= kTenthsOf07;
   if (tenths > supported) {
     // Both in tenths, as whole numbers: scripts look for them in this form.
-    const std::string message = "This file is of tev file version " +
-                                Lbt::Util::ToString(tenths) +
+    const std::string message = "This file is of tev file version " + Lbt::Util::ToString(tenths) +
                                 ".\nThis version of Quarlo only supports tev file version upto " +
                                 Lbt::Util::ToString(supported) + ".\n";
     Raise(Exception::ErrorType::UnknownVersion, message.c_str(), kFile);

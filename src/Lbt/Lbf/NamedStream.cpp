@@ -36,9 +36,9 @@ std::size_t NamedStream::Choose(BlockCache& cache, std::FILE* file) {
 
 std::size_t NamedStream::ChooseInMemory(const BlockCache& cache) const {
   const auto& blocks = limiter_.blocks;
-  const auto open = std::find_if(
-      blocks.begin() + static_cast<std::ptrdiff_t>(firstOpen_), blocks.end(),
-      [&cache](std::size_t entry) { return !cache.GetBlock(entry).IsConsumed(); });
+  const auto open =
+      std::find_if(blocks.begin() + static_cast<std::ptrdiff_t>(firstOpen_), blocks.end(),
+                   [&cache](std::size_t entry) { return !cache.GetBlock(entry).IsConsumed(); });
   if (open == blocks.end()) {
     Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
   }
@@ -147,9 +147,7 @@ void NamedStream::Reload(BlockCache& cache, std::size_t entry, std::FILE* file) 
   Load(cache, PlaceOf(entry), file);
 }
 
-void NamedStream::Expose(std::size_t entry) {
-  firstOpen_ = std::min(firstOpen_, PlaceOf(entry));
-}
+void NamedStream::Expose(std::size_t entry) { firstOpen_ = std::min(firstOpen_, PlaceOf(entry)); }
 
 std::size_t NamedStream::PlaceOf(std::size_t entry) const {
   const auto& blocks = limiter_.blocks;

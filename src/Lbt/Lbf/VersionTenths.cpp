@@ -14,8 +14,7 @@ std::uint32_t VersionTenths(const std::string& version) {
   if (!std::isfinite(number) || number < 0 || number > std::numeric_limits<float>::max()) {
     return kUnsupported;
   }
-  const double tenths =
-      (static_cast<double>(static_cast<float>(number)) + kAgainstRounding) * 10.0;
+  const double tenths = (static_cast<double>(static_cast<float>(number)) + kAgainstRounding) * 10.0;
   return tenths < static_cast<double>(kUnsupported) ? static_cast<std::uint32_t>(tenths)
                                                     : kUnsupported;
 }

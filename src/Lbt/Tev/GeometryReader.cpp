@@ -50,6 +50,12 @@ Geometry::VariableType MaskedType(unsigned int code) {
   return static_cast<Geometry::VariableType>(code == kNoType ? code : code & kLowByte);
 }
 
+/// Like all ids of a grafted file; a link to nothing stays one.
+unsigned int ReadLink(const Source& source, unsigned int idOffset) {
+  const auto nodeId = source.Light<unsigned int>();
+  return nodeId == 0 ? 0 : nodeId + idOffset;
+}
+
 /// Takes the data of a version "0.5" variable, which no loader will fetch later.
 void ReadDataAtOnce(Source& source, unsigned long position, NumericArray& array) {
   source.file.SetBlockPosition(source.heavy, position);
@@ -79,7 +85,7 @@ void ReadVariable(Source& source, Geometry& geometry, unsigned int idOffset) {
   unsigned int linkNodeId = 0;
   unsigned int linkVariableIndex = 0;
   if (isLinked) {
-    linkNodeId = source.Light<unsigned int>() + idOffset;
+    linkNodeId = ReadLink(source, idOffset);
     linkVariableIndex = source.Light<unsigned int>();
   } else {
     ReadOwnData(source, geometry, name, array);

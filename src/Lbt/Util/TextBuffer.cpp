@@ -29,6 +29,7 @@ TextBuffer& TextBuffer::Add(std::string_view text) {
 }
 
 void TextBuffer::Flush() {
+  // Handed on also where the stream throws, or the destructor would write it again.
   const auto size = static_cast<std::streamsize>(std::exchange(used_, 0));
   stream_->write(room_.get(), size);
 }

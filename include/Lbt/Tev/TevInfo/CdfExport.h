@@ -1,9 +1,17 @@
 #pragma once
 
+#include <cstddef>
 #include <ostream>
 #include <string>
 
 #include "Lbt/Tev/Tree.h"
+
+/// The block that an export is at: a variable of a geometry.
+struct CdfPlace {
+  unsigned int geometryId = 0;
+  std::size_t variableIndex = 0;
+  std::string variableName;
+};
 
 /// Writes every geometry of a name to "stream" in the CDF text format: header,
 /// vertices, faces and face sets, results, each block with its time step where the
@@ -12,8 +20,10 @@
 /// out.
 ///
 /// Throws std::out_of_range for an instance name without " = ", and what loading
-/// numbers throws, with the blocks before it written.
-void WriteCdf(const LbtTev::Tree& tree, const std::string& geometryName, std::ostream& stream);
+/// numbers throws, with the blocks before it written; "place", where it is not null, then
+/// tells at which variable.
+void WriteCdf(const LbtTev::Tree& tree, const std::string& geometryName, std::ostream& stream,
+              CdfPlace* place = nullptr);
 
 /// The same to a file, which is emptied first; the model itself is spared. Never
 /// throws: a failure leaves the file with what was written, without a message.

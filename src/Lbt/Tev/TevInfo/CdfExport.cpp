@@ -93,10 +93,13 @@ class GeometryExport {
     }
   }
 
-  void Write() {
+  /// Keeps the variable at work in "place".
+  void Write(CdfPlace& place) {
     text_->Add("*HEADER,TITLE=\"Test\"\n*ANALYSIS,NAME=\"Test\"\n");
-    for (const Variable& variable : geometry_->variables) {
-      Write(variable);
+    for (std::size_t i = 0; i < geometry_->variables.size(); ++i) {
+      place.variableIndex = i;
+      place.variableName = geometry_->variables[i].name;
+      Write(geometry_->variables[i]);
     }
   }
 
@@ -116,8 +119,7 @@ class GeometryExport {
     }
   }
 
-  void WriteValues(const std::string& keyword, const Variable& variable,
-                   const VariableName& name) {
+  void WriteValues(const std::string& keyword, const Variable& variable, const VariableName& name) {
     text_->Add(keyword);
     EndKeyword(*text_, name.instance);
     AddLines(*text_, Load<float>(variable), variable.array.width);
@@ -163,21 +165,24 @@ class GeometryExport {
 
 }  // namespace
 
-void WriteCdf(const LbtTev::Tree& tree, const std::string& geometryName, std::ostream& stream) {
+void WriteCdf(const LbtTev::Tree& tree, const std::string& geometryName, std::ostream& stream,
+              CdfPlace* place) {
   TextBuffer text(stream);
+  CdfPlace unwanted;
+  CdfPlace& at = place == nullptr ? unwanted : *place;
   for (const auto& [id, entry] : tree.GetNodes()) {
     const auto* geometry = dynamic_cast<const Geometry*>(entry.data);
     if (geometry != nullptr && geometry->name == geometryName) {
-      GeometryExport(*geometry, text).Write();
+      at.geometryId = id;
+      GeometryExport(*geometry, text).Write(at);
     }
   }
+  text.Flush();
 }
 
-void exportCDF(LbtTev::Tree& tree, const std::string& geometryName,
-               const std::string& outputPath) {
+void exportCDF(LbtTev::Tree& tree, const std::string& geometryName, const std::string& outputPath) {
   try {
-    const auto descriptor =
-        Lbt::Util::OpenForReplacing(outputPath, tree.GetFile().GetIdentity());
+    const auto descriptor = Lbt::Util::OpenForReplacing(outputPath, tree.GetFile().GetIdentity());
     if (!descriptor) {
       return;
     }

@@ -22,6 +22,9 @@ class DumpWriter {
   void WriteMesh(const Positions& positions);
   void WriteResults(const Listing& byInstance, std::size_t nodeCount);
 
+  /// Hands on what is left of the text. Throws where the stream is set to throw.
+  void Finish() { text_.Flush(); }
+
  private:
   /// The data sets that describe a group's mesh; null where the group has none.
   struct Mesh {

@@ -1,4 +1,4 @@
-#include "TevInfo/SolverFileTypes.h"
+#include "Lbt/Tev/TevInfo/SolverFileTypes.h"
 
 #include <array>
 #include <string_view>

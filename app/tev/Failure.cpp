@@ -1,0 +1,31 @@
+#include "tev/Failure.h"
+
+#include <new>
+
+#include "Lbt/Tev/TevInfo/PartsAndResults.h"
+#include "Lbt/Util/Exception.h"
+#include "tev/VisibleText.h"
+
+std::string NameOf(const LbtLbf::NumberedBlock& block) {
+  return "block " + std::to_string(block.number) + " (" + block.stream + ")";
+}
+
+std::string ReasonOf(const std::exception& exception) {
+  if (const auto* known = dynamic_cast<const Lbt::Util::Exception*>(&exception)) {
+    return OneLine(known->GetLogMessage());
+  }
+  if (dynamic_cast<const std::bad_alloc*>(&exception) != nullptr) {
+    return "not enough memory";
+  }
+  return OneLine(exception.what());
+}
+
+std::string ReasonOfCurrentException() {
+  try {
+    throw;
+  } catch (const std::exception& exception) {
+    return ReasonOf(exception);
+  } catch (const GeometryAssertion&) {
+    return "the first child of a shape is no geometry";
+  }
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Exit statuses, those of TevInfo.
+enum class Status : int { Done = 0, BadUsage = 1, FileFailed = 2 };
+
+/// What a subcommand has to say on one file.
+struct Answer {
+  std::string text;  ///< a section of lines, or a JSON object
+  /// What is wrong with the file, one line each; any makes it a failed file, with its
+  /// answer written all the same.
+  std::vector<std::string> faults = {};
+};
+
+/// Answers for one file, in JSON or as text. An exception or a GeometryAssertion is a
+/// failure of the file.
+using AnswerFunction = std::function<Answer(const std::string& path, bool json)>;
+
+/// A run of a subcommand over files.
+struct FileRun {
+  std::string command;  ///< its name
+  std::vector<std::string> files;
+  bool json = false;
+  AnswerFunction answer;
+};
+
+/// Writes the answers for all files to "output" as they come, and names those that
+/// failed on standard error.
+///
+/// Text: a section for each file, under its path and with an empty line between two.
+/// JSON: one object, {"command", "files": [an object for each file], "failures": [{"file",
+/// "reason"}]}, of the same shape for one file and for many.
+[[nodiscard]] Status RunOverFiles(const FileRun& run, std::ostream& output);
+
+/// Writes "tev: ", the path and the reason to standard error, as one line.
+void ReportFailure(const std::string& path, std::string_view reason);

@@ -1,0 +1,72 @@
+#include "tev/Json.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <string>
+
+using LbtUtil::AttributeValue;
+
+namespace {
+
+const char* TypeOf(const AttributeValue& value) {
+  switch (value.GetKind()) {
+    case AttributeValue::Kind::UnsignedInteger:
+      return "unsigned integer";
+    case AttributeValue::Kind::Float:
+      return "float";
+    case AttributeValue::Kind::Text:
+      return "text";
+    case AttributeValue::Kind::Double:
+      return "double";
+  }
+  return "";
+}
+
+/// Picks the form by the type of an attribute's value.
+struct ToJson {
+  Json operator()(unsigned int value) const { return value; }
+  Json operator()(float value) const { return JsonOf(value); }
+  Json operator()(double value) const { return value; }
+  Json operator()(const std::string& value) const { return value; }
+};
+
+}  // namespace
+
+std::string JsonText(const Json& json) {
+  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string Indented(std::string_view text, std::string_view indent) {
+  std::string indented;
+  for (const char c : text) {
+    indented += c;
+    if (c == '\n') {
+      indented += indent;
+    }
+  }
+  return indented;
+}
+
+Json JsonOf(float value) {
+  if (!std::isfinite(value)) {
+    return nullptr;
+  }
+  // A float as a double has digits that nobody stored: 0.100000001490116 for 0.1.
+  std::array<char, 32> shortest{};
+  const auto end = std::to_chars(shortest.data(), shortest.data() + shortest.size(), value).ptr;
+  double number = 0;
+  std::from_chars(shortest.data(), end, number);
+  return number;
+}
+
+Json JsonOf(const AttributeValue& value) { return value.Visit(ToJson()); }
+
+Json JsonOf(const LbtUtil::AttributeMap& attributes) {
+  Json list = Json::array();
+  for (const auto& [name, value] : attributes) {
+    list.push_back({{"name", name}, {"type", TypeOf(value)}, {"value", JsonOf(value)}});
+  }
+  return list;
+}

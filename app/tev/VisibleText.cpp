@@ -1,0 +1,99 @@
+#include "tev/VisibleText.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+namespace {
+
+/// The form that all sequences with a first byte have.
+struct Form {
+  std::size_t length;
+  std::uint32_t bits;   // of the code point in the first byte
+  std::uint32_t least;  // less would be a longer form than needed
+};
+
+Form FormOf(unsigned char first) {
+  if (first < 0x80) {
+    return {1, first, 0};
+  }
+  if (first >= 0xC0 && first < 0xE0) {
+    return {2, first & 0x1FU, 0x80};
+  }
+  if (first >= 0xE0 && first < 0xF0) {
+    return {3, first & 0x0FU, 0x800};
+  }
+  if (first >= 0xF0 && first < 0xF8) {
+    return {4, first & 0x07U, 0x10000};
+  }
+  return {0, 0, 0};
+}
+
+bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80; }
+
+bool IsScalar(std::uint32_t point, std::uint32_t least) {
+  const bool isSurrogate = point >= 0xD800 && point < 0xE000;
+  return point >= least && point <= 0x10FFFF && !isSurrogate;
+}
+
+/// The C1 controls count: some terminals obey them.
+bool IsControl(std::uint32_t point) { return point < 0x20 || (point >= 0x7F && point < 0xA0); }
+
+/// The bytes of the printable character that "text" starts with; 0 where it starts with
+/// anything else.
+std::size_t PrintableLength(std::string_view text) {
+  const Form form = FormOf(static_cast<unsigned char>(text.front()));
+  const std::string_view rest = text.substr(1, form.length == 0 ? 0 : form.length - 1);
+  if (rest.size() + 1 != form.length || !std::ranges::all_of(rest, IsContinuation)) {
+    return 0;
+  }
+  std::uint32_t point = form.bits;
+  for (const char c : rest) {
+    point = (point << 6U) | (static_cast<unsigned char>(c) & 0x3FU);
+  }
+  return IsScalar(point, form.least) && !IsControl(point) ? form.length : 0;
+}
+
+void AppendByte(std::string& text, unsigned char byte) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  text += "\\x";
+  text += kDigits[byte >> 4U];
+  text += kDigits[byte & 0xFU];
+}
+
+}  // namespace
+
+std::string VisibleText(std::string_view text) {
+  std::string visible;
+  while (!text.empty()) {
+    const std::size_t length = PrintableLength(text);
+    if (length == 0) {
+      AppendByte(visible, static_cast<unsigned char>(text.front()));
+    } else {
+      visible += text.substr(0, length);
+    }
+    text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return visible;
+}
+
+std::string QuotedText(std::string_view text) { return '"' + VisibleText(text) + '"'; }
+
+std::string OneLine(std::string_view text) {
+  std::string line(text.substr(0, text.find_last_not_of('\n') + 1));
+  std::ranges::replace(line, '\n', ' ');
+  return line;
+}
+
+std::size_t WidthOf(std::string_view text) {
+  return text.size() - static_cast<std::size_t>(std::ranges::count_if(text, IsContinuation));
+}
+
+std::string FirstColumns(std::string_view text, std::size_t columns) {
+  std::size_t end = text.size();
+  for (std::size_t width = WidthOf(text); width > columns;) {
+    --end;
+    width -= IsContinuation(text[end]) ? 0U : 1U;
+  }
+  return std::string(text.substr(0, end));
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+/// "text" as it may go to a terminal: every control character and every byte that is no
+/// part of valid UTF-8 is written out, as "\x1b". Models come from anywhere, and a
+/// name must not move the cursor or retitle the window.
+[[nodiscard]] std::string VisibleText(std::string_view text);
+
+/// The same between double quotes.
+[[nodiscard]] std::string QuotedText(std::string_view text);
+
+/// "text" without the line feeds at its end, those within replaced by blanks.
+[[nodiscard]] std::string OneLine(std::string_view text);
+
+/// How many columns valid UTF-8 takes, at one for each character.
+[[nodiscard]] std::size_t WidthOf(std::string_view text);
+
+/// What of valid UTF-8 fits into "columns".
+[[nodiscard]] std::string FirstColumns(std::string_view text, std::size_t columns);

@@ -1,0 +1,167 @@
+// Makes the models that the benchmarks run on. Nothing of it is kept in the repository.
+//
+//   make_models DIRECTORY CASE...
+//
+// Cases: dump, nodes, small-data, big-data, tiny, many.
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/ModelWriter.h"
+
+namespace {
+
+using namespace tevtest;
+namespace fs = std::filesystem;
+
+constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
+
+void Save(const fs::path& path, const std::string& bytes) {
+  std::ofstream file(path, std::ios::binary);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  if (!file.flush()) {
+    throw std::runtime_error("cannot write " + path.string());
+  }
+}
+
+/// Smooth values with noise in the last digits, as results have them; always the same.
+std::vector<float> Field(std::size_t count, unsigned int seed, float scale) {
+  std::mt19937 random(seed);
+  std::vector<float> values(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const float noise = static_cast<float>(random() % 4096) / 4096.0F;
+    values[i] = scale * (std::sin(static_cast<float>(i) * 1e-3F) + 1e-2F * noise);
+  }
+  return values;
+}
+
+std::vector<float> Ids(std::size_t count) {
+  std::vector<float> ids(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    ids[i] = static_cast<float>(i + 1);
+  }
+  return ids;
+}
+
+/// One shape with coordinates, a vector and a scalar result, and node ids.
+void AddMesh(ModelWriter& model, NodeRef group, const std::string& name, std::size_t nodes) {
+  const NodeRef shape = model.AddShape(name, group);
+  const NodeRef geometry = model.AddGeometry(name, shape);
+  const std::string step = "\x1eTime = 1";
+  model.AddVariable(geometry, Variable::Floats("Node Ids", kIds, 1, Ids(nodes)));
+  model.AddVariable(geometry,
+                    Variable::Floats("Coordinates", kCoordinates, 3, Field(3 * nodes, 1, 250.0F)));
+  model.AddVariable(geometry, Variable::Floats("Displacement" + step, kVectorResult, 3,
+                                               Field(3 * nodes, 2, 0.02F)));
+  model.AddVariable(
+      geometry, Variable::Floats("Temperature" + step, kScalarResult, 1, Field(nodes, 3, 400.0F)));
+}
+
+/// 1,000,000 nodes, 8,000,000 numbers, shuffled and compressed.
+void MakeDump(const fs::path& path) {
+  constexpr std::size_t kNodes = 1000000;
+  ModelWriter model;
+  AddMesh(model, model.AddGroup("Geometry", model.AddGroup("model", 0)), "mesh", kNodes);
+  model.SetLayoutOfOthers({.packing = StreamLayout::Packing::Compressed});
+  model.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord,
+                               .packing = StreamLayout::Packing::Compressed});
+  Save(path, model.Build());
+}
+
+/// 20,000 shapes, each with a geometry of 3 variables with 3 attributes each.
+void MakeNodes(const fs::path& path) {
+  constexpr unsigned int kShapes = 20000;
+  ModelWriter model;
+  const NodeRef root = model.AddGroup("model", 0);
+  const NodeRef group = model.AddGroup("Geometry", root);
+  for (unsigned int i = 0; i < kShapes; ++i) {
+    const std::string name = "Part " + std::to_string(i);
+    const NodeRef geometry = model.AddGeometry(name, model.AddShape(name, group));
+    for (const char* result : {"Displacement", "Stress", "Temperature"}) {
+      const AttributeSet attributes{Attribute::Float("Time", static_cast<float>(i % 10)),
+                                    Attribute::Text("Title", "A model of many parts"),
+                                    Attribute::Uint("LoadCase", i % 3)};
+      model.AddVariable(geometry, Variable::Floats(std::string(result) + "\x1eTime = 1",
+                                                   kScalarResult, 1, {1.0F, 2.0F}, attributes));
+    }
+  }
+  model.SetLayoutOfOthers({.packing = StreamLayout::Packing::Compressed});
+  Save(path, model.Build());
+}
+
+/// Heavy data of "mebibytes" in blocks of 4 MiB, and behind it a block with node sets, which a
+/// report reads. The blocks hold zeros that the file system need not store.
+void MakeData(const fs::path& path, std::size_t mebibytes) {
+  constexpr std::size_t kBlock = 4 * kMebibyte;
+  const std::size_t blocks = mebibytes * kMebibyte / kBlock;
+  ModelWriter model;
+  const NodeRef root = model.AddGroup("model", 0);
+  AddMesh(model, model.AddGroup("Geometry", root), "mesh", 3);
+  const NodeRef sets = model.AddNodeSets("Sets", root, {{"Fixed", {{1, 1}, {1, 2}}}});
+  const std::string heavy = model.StreamBytes(kHeavyData);
+  const std::string setBytes = model.At(sets).NodeSets().lists.Encode();
+  model.At(sets).NodeSets().heavyPosition = heavy.size() + blocks * kBlock;
+
+  ContainerWriter container = model.ToContainer();
+  for (std::size_t i = 0; i < blocks; ++i) {
+    container.Add({.name = std::string(kHeavyData),
+                   .storedBytes = "",
+                   .storedSize = static_cast<std::uint32_t>(kBlock)});
+  }
+  container.Add({.name = std::string(kHeavyData), .storedBytes = "",
+                 .storedSize = static_cast<std::uint32_t>(setBytes.size())});
+  const std::string head = container.Build().bytes;
+  Save(path, head);
+  fs::resize_file(path, head.size() + blocks * kBlock);
+  std::ofstream(path, std::ios::binary | std::ios::app) << setBytes;
+}
+
+void MakeTiny(const fs::path& path) {
+  ModelWriter model;
+  AddMesh(model, model.AddGroup("Geometry", model.AddGroup("model", 0)), "mesh", 3);
+  Save(path, model.Build());
+}
+
+/// 10,000 small files.
+void MakeMany(const fs::path& directory) {
+  constexpr unsigned int kFiles = 10000;
+  fs::create_directories(directory);
+  for (unsigned int i = 0; i < kFiles; ++i) {
+    ModelWriter model;
+    const NodeRef root = model.AddGroup("model " + std::to_string(i), 0);
+    AddMesh(model, model.AddGroup("Geometry", root), "mesh", 3 + i % 50);
+    model.SetLayoutOfOthers({.packing = StreamLayout::Packing::Compressed});
+    Save(directory / ("model" + std::to_string(i) + ".tev"), model.Build());
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  constexpr std::size_t kSmallData = 4;
+  constexpr std::size_t kBigData = 4096;
+  const std::map<std::string, void (*)(const fs::path&)> makers{
+      {"dump", [](const fs::path& d) { MakeDump(d / "dump.tev"); }},
+      {"nodes", [](const fs::path& d) { MakeNodes(d / "nodes.tev"); }},
+      {"small-data", [](const fs::path& d) { MakeData(d / "small-data.tev", kSmallData); }},
+      {"big-data", [](const fs::path& d) { MakeData(d / "big-data.tev", kBigData); }},
+      {"tiny", [](const fs::path& d) { MakeTiny(d / "tiny.tev"); }},
+      {"many", [](const fs::path& d) { MakeMany(d / "many"); }},
+  };
+  for (int i = 2; i < argc; ++i) {
+    const auto maker = makers.find(argv[i]);
+    if (maker == makers.end()) {
+      std::cerr << "make_models: no case " << argv[i] << '\n';
+      return 1;
+    }
+    maker->second(argv[1]);
+  }
+}

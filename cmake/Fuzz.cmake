@@ -1,0 +1,36 @@
+# Fuzzing. With the tests, each target of fuzz/targets/ becomes a program that replays files, run on
+# everything in fuzz/corpus/ and fuzz/regressions/. With TEVINFO_BUILD_FUZZERS (clang), each becomes
+# a fuzzer as well.
+
+option(TEVINFO_BUILD_FUZZERS "Build the fuzzers (needs clang)" OFF)
+
+set(fuzzDir "${PROJECT_SOURCE_DIR}/fuzz")
+file(GLOB fuzzTargets CONFIGURE_DEPENDS "${fuzzDir}/targets/*.cpp")
+file(GLOB fuzzSeeds CONFIGURE_DEPENDS "${fuzzDir}/corpus/*" "${fuzzDir}/regressions/*.tev")
+
+# Makes program "name" of a target's source and further sources.
+function(tevinfo_fuzz_program name source)
+  add_executable(${name} "${source}" "${fuzzDir}/Target.cpp" "${fuzzDir}/MemoryFile.cpp" ${ARGN})
+  tevinfo_own_code(${name})
+  target_include_directories(${name} PRIVATE "${fuzzDir}")
+  target_link_libraries(${name} PRIVATE lbt_report test_support)
+  set_target_properties(${name} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/fuzz")
+endfunction()
+
+foreach(source IN LISTS fuzzTargets)
+  get_filename_component(target "${source}" NAME_WE)
+  tevinfo_fuzz_program(replay_${target} "${source}" "${fuzzDir}/Replay.cpp")
+  if(fuzzSeeds)
+    add_test(NAME fuzz.replay_${target} COMMAND replay_${target} ${fuzzSeeds})
+  endif()
+  if(TEVINFO_BUILD_FUZZERS)
+    tevinfo_fuzz_program(fuzz_${target} "${source}" "${fuzzDir}/LibFuzzer.cpp"
+      "${fuzzDir}/ContainerMutator.cpp" "${fuzzDir}/ContainerParts.cpp")
+    target_link_options(fuzz_${target} PRIVATE -fsanitize=fuzzer)
+  endif()
+endforeach()
+
+add_executable(make_corpus "${fuzzDir}/MakeCorpus.cpp")
+tevinfo_own_code(make_corpus)
+target_link_libraries(make_corpus PRIVATE test_support)

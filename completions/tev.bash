@@ -1,0 +1,37 @@
+# shellcheck shell=bash
+# Completion of tev for bash.
+
+# Sets COMPREPLY to those of the given words that begin with the word at the cursor.
+_tev_words() {
+  mapfile -t COMPREPLY < <(compgen -W "$1" -- "${COMP_WORDS[COMP_CWORD]}")
+}
+
+_tev_files() {
+  compopt -o filenames 2>/dev/null  # fails outside of a completion
+  mapfile -t COMPREPLY < <(compgen -f -- "${COMP_WORDS[COMP_CWORD]}")
+}
+
+_tev() {
+  local word="${COMP_WORDS[COMP_CWORD]}" command="${COMP_WORDS[1]}" options=''
+  COMPREPLY=()
+  if ((COMP_CWORD == 1)); then
+    _tev_words 'cdf info ls tree --help --version'
+    return
+  fi
+  case "$command" in
+    cdf) ;;
+    info | ls) options='--json' ;;
+    tree) options='--attributes --depth --json' ;;
+    *) return ;;
+  esac
+  if [[ ${COMP_WORDS[COMP_CWORD - 1]} == --depth ]]; then
+    return
+  fi
+  if [[ $word == -* ]]; then
+    _tev_words "$options --help --version"
+  else
+    _tev_files
+  fi
+}
+
+complete -F _tev tev

@@ -1,0 +1,18 @@
+// The data dump.
+
+#include "Lbt/Tev/OpenModel.h"
+#include "Lbt/Tev/TevInfo/Summary.h"
+#include "NullStream.h"
+#include "Target.h"
+
+void tevfuzz::TryFile(const std::string& path, std::span<const std::uint8_t> /*bytes*/) {
+  LbtTev::Tree tree;
+  LbtTev::OpenModel(tree, path);
+  TevInfo info;
+  info.setFormat(TevInfo::ExtractData);
+  GroupListing groups;
+  ResultAttributeList results;
+  extractPartsAndResults(tree, info, groups, results);
+  NullStream stream;
+  info.printData(stream);
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Lbt/Lbf/LbFile.h"
+
+namespace LbtLbf {
+
+/// What the index and its own length field tell of a block. Sizes are in bytes.
+struct BlockFacts {
+  std::size_t number = 0;  ///< its place in the index, from 0 on
+  std::string stream;      ///< the stream that it belongs to
+  std::uint64_t offset = 0;
+  std::uint32_t storedSize = 0;
+  /// The length of the contents by the file's own word; none where the file has no such
+  /// field.
+  std::optional<std::uint32_t> inflatedSize;
+  bool isCompressed = false;
+  bool isWithinFile = true;  ///< whether the file is long enough to hold it
+};
+
+/// Blocks in sum. What has no inflated size counts with 0.
+struct BlockTotals {
+  std::size_t blocks = 0;
+  std::uint64_t storedSize = 0;
+  std::uint64_t inflatedSize = 0;
+
+  void Add(const BlockFacts& block);
+};
+
+/// The blocks of one stream in sum.
+struct StreamTotals {
+  std::string stream;
+  BlockTotals totals;
+};
+
+/// What a container holds, as far as it can be told without inflating blocks.
+struct ContainerListing {
+  std::string version;
+  std::uint64_t fileSize = 0;
+  std::uint64_t indexOffset = 0;
+  std::uint64_t indexSize = 0;  ///< of the first index
+  std::vector<BlockFacts> blocks;
+  std::vector<StreamTotals> streams;  ///< in the order in which they first occur
+  BlockTotals totals;
+};
+
+/// Lists the blocks of an open container. Reads the index and the length fields of
+/// compressed blocks, and inflates nothing but a second index. Throws what
+/// LbFile::ReadIndex does, and "Read Error".
+[[nodiscard]] ContainerListing ListContainer(LbFile& file);
+
+}  // namespace LbtLbf

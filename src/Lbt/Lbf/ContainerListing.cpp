@@ -1,0 +1,68 @@
+#include "Lbt/Lbf/ContainerListing.h"
+
+#include <map>
+#include <string_view>
+#include <utility>
+
+namespace LbtLbf {
+
+namespace {
+
+constexpr std::uint32_t kLengthField = 4;
+
+bool HasLengthField(const IndexItem& item, std::uint64_t fileSize) {
+  return item.size >= kLengthField && item.position + kLengthField <= fileSize;
+}
+
+BlockFacts FactsOf(LbFile& file, std::size_t number, std::uint64_t fileSize) {
+  const IndexItem& item = file.GetIndex().GetItems()[number];
+  BlockFacts facts;
+  facts.number = number;
+  facts.stream = item.name;
+  facts.offset = item.position;
+  facts.storedSize = item.size;
+  facts.isCompressed = item.IsCompressed();
+  facts.isWithinFile = item.position + item.size <= fileSize;
+  if (!item.IsCompressed() || HasLengthField(item, fileSize)) {
+    facts.inflatedSize = file.ReadRecordedLength(number);
+  }
+  return facts;
+}
+
+void AddTotals(ContainerListing& listing) {
+  std::map<std::string_view, std::size_t> places;
+  for (const BlockFacts& block : listing.blocks) {
+    const auto [place, isNew] = places.try_emplace(block.stream, listing.streams.size());
+    if (isNew) {
+      listing.streams.push_back({block.stream, {}});
+    }
+    listing.streams[place->second].totals.Add(block);
+    listing.totals.Add(block);
+  }
+}
+
+}  // namespace
+
+void BlockTotals::Add(const BlockFacts& block) {
+  ++blocks;
+  storedSize += block.storedSize;
+  inflatedSize += block.inflatedSize.value_or(0);
+}
+
+ContainerListing ListContainer(LbFile& file) {
+  ContainerListing listing;
+  listing.version = file.ReadVersion();
+  listing.fileSize = file.GetSize().value_or(0);
+  file.ReadIndex();
+  const Index& index = file.GetIndex();
+  listing.indexOffset = index.GetIndexPosition();
+  listing.indexSize = index.GetIndexSize();
+  listing.blocks.reserve(index.GetItems().size());
+  for (std::size_t number = 0; number < index.GetItems().size(); ++number) {
+    listing.blocks.push_back(FactsOf(file, number, listing.fileSize));
+  }
+  AddTotals(listing);
+  return listing;
+}
+
+}  // namespace LbtLbf

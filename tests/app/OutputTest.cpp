@@ -1,0 +1,145 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "Lbt/Util/Exception.h"
+#include "TevInfo/Output.h"
+#include "support/Mask.h"
+#include "support/Process.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using tevtest::RunOptions;
+using tevtest::RunResult;
+using tevtest::TempDir;
+
+constexpr const char* kModelBytes = "model bytes";
+
+/// A directory with a model, in which children write reports.
+class OutputOfARun : public testing::Test {
+ protected:
+  void SetUp() override { directory_.Write("model", kModelBytes); }
+
+  /// Writes "memory;" and "report" as a run does, in a child that stands in the directory. Ends
+  /// with 0, or 2 after the text of an exception on standard error.
+  RunResult Write(TevInfo::Format format, std::vector<std::string> positional,
+                  RunOptions options = {}) {
+    options.workingDirectory = directory_.Path().string();
+    options.timeout = std::chrono::seconds(20);
+    const CommandLine commandLine{format, std::move(positional)};
+    return tevtest::RunForked([&] { return WriteInChild(commandLine); }, options);
+  }
+
+  [[nodiscard]] std::string Read(const std::string& name) const { return directory_.Read(name); }
+
+  TempDir directory_;
+
+ private:
+  static int WriteInChild(const CommandLine& commandLine) {
+    LbtLbf::LbFile model;
+    model.OpenFile("model", "rb");
+    try {
+      Output output;
+      output.Standard() << "memory;";
+      output.OpenReport(commandLine, model);
+      output.Report() << "report";
+      output.Finish();
+    } catch (const Lbt::Util::Exception& exception) {
+      std::cerr << exception.what();
+      return 2;
+    }
+    return 0;
+  }
+};
+
+TEST_F(OutputOfARun, NoPath_GoesToStandardOutput) {
+  for (const auto format : {TevInfo::NativeMetaData, TevInfo::ExtractData}) {
+    const RunResult result = Write(format, {"model"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "memory;report");
+  }
+  EXPECT_EQ(directory_.EntryCount(), 1U);
+}
+
+TEST_F(OutputOfARun, Path_TakesTheReportOnly) {
+  directory_.Write("out", "a much longer earlier report");
+  for (const auto format : {TevInfo::NativeMetaData, TevInfo::ExtractData}) {
+    const RunResult result = Write(format, {"model", "out", "more"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "memory;");
+    EXPECT_EQ(Read("out"), "report");
+  }
+  EXPECT_FALSE(directory_.Has("more"));
+}
+
+TEST_F(OutputOfARun, EkmDocument_AlwaysGoesToItsOwnFile) {
+  EXPECT_EQ(Write(TevInfo::EkmMetaData, {"model"}).output, "memory;");
+  EXPECT_EQ(Read("ekm-meta-data.xml"), "report");
+  EXPECT_EQ(Write(TevInfo::EkmMetaData, {"model", "out"}).output, "memory;");
+  EXPECT_FALSE(directory_.Has("out"));
+}
+
+TEST_F(OutputOfARun, PathThatCannotBeOpened_FallsBackToStandardOutputSilently) {
+  for (const char* path : {"missing/out", "", ".", "model/out"}) {
+    const RunResult result = Write(TevInfo::NativeMetaData, {"model", path});
+    EXPECT_EQ(result.status, 0) << path;
+    EXPECT_EQ(result.output, "memory;report") << path;
+    EXPECT_EQ(result.error, "") << path;
+  }
+}
+
+TEST_F(OutputOfARun, EkmFileThatCannotBeOpened_FallsBackToStandardOutput) {
+  directory_.MakeDirectory("ekm-meta-data.xml");
+  const RunResult result = Write(TevInfo::EkmMetaData, {"model", "out"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "memory;report");
+  EXPECT_FALSE(directory_.Has("out"));
+}
+
+TEST_F(OutputOfARun, ModelByAnyName_CannotBeTheReport) {
+  std::filesystem::create_hard_link(directory_ / "model", directory_ / "hard");
+  std::filesystem::create_symlink("model", directory_ / "soft");
+  for (const char* path : {"model", "./model", "hard", "soft"}) {
+    const RunResult result = Write(TevInfo::NativeMetaData, {"model", path});
+    EXPECT_EQ(result.status, 0) << path;
+    EXPECT_EQ(result.output, "memory;report") << path;
+    EXPECT_EQ(Read("model"), kModelBytes) << path;
+  }
+}
+
+TEST_F(OutputOfARun, ModelUnderTheEkmName_IsKept) {
+  std::filesystem::create_symlink("model", directory_ / "ekm-meta-data.xml");
+  EXPECT_EQ(Write(TevInfo::EkmMetaData, {"model"}).output, "memory;report");
+  EXPECT_EQ(Read("model"), kModelBytes);
+}
+
+/// Expects the one failure of a report that was not written whole.
+void ExpectWriteError(const RunResult& result) {
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(tevtest::MaskException(result.error),
+            tevtest::ExpectedException("Write Error", "Unable to write the report",
+                                       "include/Lbt/Tev/TevInfo/TevInfo"));
+}
+
+TEST_F(OutputOfARun, FullStandardOutput_IsAWriteError) {
+  ExpectWriteError(
+      Write(TevInfo::NativeMetaData, {"model"}, {.output = tevtest::Redirect::To("/dev/full")}));
+}
+
+TEST_F(OutputOfARun, FullReportFile_IsAWriteError) {
+  const RunResult result = Write(TevInfo::NativeMetaData, {"model", "/dev/full"});
+  ExpectWriteError(result);
+  EXPECT_EQ(result.output, "memory;");
+}
+
+TEST_F(OutputOfARun, LostMemoryLine_IsAWriteErrorAfterTheWholeReport) {
+  ExpectWriteError(Write(TevInfo::NativeMetaData, {"model", "out"},
+                         {.output = tevtest::Redirect::To("/dev/full")}));
+  EXPECT_EQ(Read("out"), "report");
+}
+
+}  // namespace

@@ -1,0 +1,103 @@
+// Standard descriptors that are full, broken or closed.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <string>
+
+#include "run/SmallReport.h"
+#include "run/TevInfoRun.h"
+#include "support/SmallModel.h"
+
+namespace tevtest {
+namespace {
+
+class StandardStreams : public TevInfoRun {
+ protected:
+  void ExpectNotWritten(const Outcome& outcome) const {
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.error, Notice() + Failure("Write Error", "Unable to write the report",
+                                                "include/Lbt/Tev/TevInfo/TevInfo"));
+  }
+
+  const std::string bytes = SmallModel().Build();
+  const std::string model = dir.Write("small.tev", bytes);
+  const std::string document = SmallReport().Document(bytes.size());
+};
+
+TEST_F(StandardStreams, FullStandardOutput_FailsTheRun) {
+  ExpectNotWritten(Run({model}, {.output = Redirect::To("/dev/full")}));
+}
+
+TEST_F(StandardStreams, FullStandardOutput_FailsARunThatWritesToAFileToo) {
+  ExpectNotWritten(Run({model, "report.xml"}, {.output = Redirect::To("/dev/full")}));
+  EXPECT_EQ(dir.Read("report.xml"), document);
+}
+
+TEST_F(StandardStreams, FullOutputFile_FailsTheRun) {
+  const Outcome outcome = Run({model, "/dev/full"});
+  ExpectNotWritten(outcome);
+  EXPECT_EQ(outcome.output, kMemoryLine);
+}
+
+TEST_F(StandardStreams, OutputFileWithoutRoom_FailsTheRun) {
+  const Outcome outcome =
+      Run({model, "report.xml"},
+          {.hooks = {Limit(RLIMIT_FSIZE, 1024), [] { ::signal(SIGXFSZ, SIG_IGN); }}});
+  ExpectNotWritten(outcome);
+  EXPECT_EQ(dir.Read("report.xml"), document.substr(0, 1024));
+}
+
+TEST_F(StandardStreams, ReportThatCannotBeWritten_IsInTheLog) {
+  EXPECT_EQ(Run({model, "/dev/full"}).log, std::string(kIndexLog) + std::string(kLinksLog) +
+                                               "TevInfo : # @ Unable to write the report\n" +
+                                               std::string(kClosingLog));
+}
+
+TEST_F(StandardStreams, ClosedStandardOutput_FailsTheRun) {
+  ExpectNotWritten(Run({model}, {.output = Redirect::Closed()}));
+}
+
+TEST_F(StandardStreams, ClosedStandardOutput_DoesNotLetTheReportIntoAnotherFile) {
+  ExpectNotWritten(Run({model, "report.xml"}, {.output = Redirect::Closed()}));
+  EXPECT_EQ(dir.Read("report.xml"), document);
+  EXPECT_EQ(ReadFile(model), bytes);
+}
+
+TEST_F(StandardStreams, BrokenPipe_EndsTheRunByItsSignal) {
+  EXPECT_EQ(Run({model}, {.output = Redirect::BrokenPipe()}).signal, SIGPIPE);
+}
+
+TEST_F(StandardStreams, ClosedStandardInput_ChangesNothing) {
+  ExpectReport(Run({model}, {.input = Redirect::Closed()}), document);
+  ExpectReport(Run({model, "report.xml"}, {.input = Redirect::Closed()}), "");
+  EXPECT_EQ(dir.Read("report.xml"), document);
+}
+
+TEST_F(StandardStreams, StandardErrorThatTakesNothing_ChangesNothingElse) {
+  for (const Redirect& error : {Redirect::Closed(), Redirect::To("/dev/full"), Redirect::Null()}) {
+    const Outcome outcome = Run({model}, {.error = error});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.error, "");
+    EXPECT_EQ(outcome.output, std::string(kMemoryLine) + document);
+    EXPECT_EQ(outcome.log,
+              std::string(kIndexLog) + std::string(kLinksLog) + std::string(kClosingLog));
+    EXPECT_EQ(Run({"none.tev"}, {.error = error}).status, 2);
+    EXPECT_EQ(Run({}, {.error = error}).status, 1);
+  }
+}
+
+TEST_F(StandardStreams, AllClosed_NothingIsWrittenIntoAFileByMistake) {
+  const Outcome outcome =
+      Run({model, "report.xml"},
+          {.input = Redirect::Closed(), .output = Redirect::Closed(), .error = Redirect::Closed()});
+  EXPECT_EQ(outcome.status, 2);  // the memory line is lost
+  EXPECT_EQ(dir.Read("report.xml"), document);
+  EXPECT_EQ(ReadFile(model), bytes);
+  EXPECT_EQ(outcome.log, std::string(kIndexLog) + std::string(kLinksLog) +
+                             "TevInfo : # @ Unable to write the report\n" +
+                             std::string(kClosingLog));
+}
+
+}  // namespace
+}  // namespace tevtest
