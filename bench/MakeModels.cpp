@@ -116,7 +116,8 @@ void MakeData(const fs::path& path, std::size_t mebibytes) {
                    .storedBytes = "",
                    .storedSize = static_cast<std::uint32_t>(kBlock)});
   }
-  container.Add({.name = std::string(kHeavyData), .storedBytes = "",
+  container.Add({.name = std::string(kHeavyData),
+                 .storedBytes = "",
                  .storedSize = static_cast<std::uint32_t>(setBytes.size())});
   const std::string head = container.Build().bytes;
   Save(path, head);

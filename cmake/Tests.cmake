@@ -54,3 +54,15 @@ if(TARGET test_run AND TEVINFO_PROGRAMS)
     target_compile_definitions(test_run PRIVATE "${name}_PROGRAM=\"$<TARGET_FILE:${program}>\"")
   endforeach()
 endif()
+
+# A library that makes single calls fail, for tests that load it into the programs. A sanitizer has
+# an allocator and an fread of its own in that place, so these tests are left out there.
+if(TARGET test_run AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+  add_library(fault_preload MODULE "${PROJECT_SOURCE_DIR}/tests/run/preload/Faults.cpp")
+  tevinfo_own_code(fault_preload)
+  target_link_libraries(fault_preload PRIVATE ${CMAKE_DL_LIBS})
+  # A counted malloc may be called in place of the compiler's own idea of it.
+  target_compile_options(fault_preload PRIVATE -fno-builtin)
+  add_dependencies(test_run fault_preload)
+  target_compile_definitions(test_run PRIVATE "FAULT_PRELOAD=\"$<TARGET_FILE:fault_preload>\"")
+endif()

@@ -44,7 +44,8 @@ void MutateStructure(ContainerParts& parts, Random& random) {
   const std::size_t at = random() % blocks.size();
   switch (random() % 6) {
     case 0:
-      blocks.insert(blocks.begin() + static_cast<std::ptrdiff_t>(at), blocks[random() % blocks.size()]);
+      blocks.insert(blocks.begin() + static_cast<std::ptrdiff_t>(at),
+                    blocks[random() % blocks.size()]);
       break;
     case 1:
       blocks.erase(blocks.begin() + static_cast<std::ptrdiff_t>(at));

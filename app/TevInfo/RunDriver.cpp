@@ -90,7 +90,7 @@ void Report(const CommandLine& commandLine) {
   TevInfo info;
   info.setFormat(commandLine.format);
   LbtTev::Tree tree;
-  std::srand(0);
+  std::srand(0);  // NOLINT(cert-msc32-c, cert-msc51-cpp): the same numbers in every run
   const std::string tevFileSize = LbtUtil::GetFileSize(model.c_str());
   LbtTev::OpenModel(tree, model);
   AddEntries(info, GatherFacts(info, tree), tevFileSize);
@@ -106,14 +106,14 @@ void Report(const CommandLine& commandLine) {
 }  // namespace
 
 int RunTevInfo(int argc, char** argv) {
-  SetLogFile();
-  const CommandLine commandLine = ParseCommandLine(argc, argv);
-  if (commandLine.positional.empty()) {
-    std::cout << "Usage: " << (argc > 0 ? argv[0] : "TevInfo")
-              << " [options] <tev_file_path> [output_file_path]" << std::endl;
-    return 1;
-  }
   try {
+    SetLogFile();
+    const CommandLine commandLine = ParseCommandLine(argc, argv);
+    if (commandLine.positional.empty()) {
+      std::cout << "Usage: " << (argc > 0 ? argv[0] : "TevInfo")
+                << " [options] <tev_file_path> [output_file_path]" << std::endl;
+      return 1;
+    }
     Report(commandLine);
   } catch (const std::exception& exception) {
     std::cerr << "Exception: " << exception.what() << std::endl;

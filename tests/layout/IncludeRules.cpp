@@ -28,10 +28,10 @@ constexpr std::array kHeaderPlaces{
 };
 
 constexpr std::array kTestPlaces{
-    Place{"util/", Layer::Util},    Place{"log/", Layer::Log},  Place{"lbf/", Layer::Lbf},
-    Place{"adt/", Layer::Adt},      Place{"tev/", Layer::Tev},  Place{"report/", Layer::Report},
-    Place{"app/", Layer::App},      Place{"run/", Layer::None}, Place{"layout/", Layer::None},
-    Place{"support/", Layer::None},
+    Place{"util/", Layer::Util},    Place{"log/", Layer::Log},   Place{"lbf/", Layer::Lbf},
+    Place{"adt/", Layer::Adt},      Place{"tev/", Layer::Tev},   Place{"report/", Layer::Report},
+    Place{"app/", Layer::App},      Place{"run/", Layer::None},  Place{"layout/", Layer::None},
+    Place{"support/", Layer::None}, Place{"sweep/", Layer::App},
 };
 
 /// The layer of the first place that the text begins with.

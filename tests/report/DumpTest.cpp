@@ -325,7 +325,7 @@ TEST(DumpMesh, MoreCoordinatesThanNodes_AreLeftOut) {
             "\n    Connectivity : \n\n");
 }
 
-TEST(DumpMesh, IntegersInPlaceOfFloats_AreNoNodes) {
+TEST(DumpMesh, IntegersForFloats_AreNoNodes) {
   EXPECT_EQ(Mesh({Integers("Node Ids", {7}), Floats("Coordinates", {1, 2, 3})}), kEmptyMesh);
   EXPECT_EQ(Mesh({Floats("Node Ids", {7}), Integers("Coordinates", {1, 2, 3})}),
             "    Coordinates : \n             7\n\n    Connectivity : \n\n");
@@ -418,7 +418,7 @@ TEST(DumpMesh, HugeLengths_EndWithTheConnectivity) {
             "         1           0\n    4294967295           1\n\n");
 }
 
-TEST(DumpMesh, FloatsInPlaceOfIntegers_AreNoElements) {
+TEST(DumpMesh, FloatsForIntegers_AreNoElements) {
   EXPECT_EQ(Elements({Integers("Connectivity", {0, 1}), Floats("Polylength", {1, 1})}), "\n");
   EXPECT_EQ(Elements({Floats("Connectivity", {0, 1}), Integers("Polylength", {1, 1})}),
             "         1\n\n");

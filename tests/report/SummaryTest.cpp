@@ -251,10 +251,10 @@ TEST_F(SummaryOfAModel, SameResultOnSeveralGeometries_CountsOnce) {
 }
 
 TEST_F(SummaryOfAModel, AttributesCalledLikeTheNames_AreHiddenByThem) {
-  const AttributeSet attributes{Attribute::Text("Result Name", "other"),
-                                Attribute::Text("Instance Name", "else\x1ewhere")};
-  AddResult("Stress\x1eTop", attributes);
-  AddResult("Strain", attributes);
+  AddResult("Stress\x1eTop",
+            {Attribute::Text("Result Name", "hidden"), Attribute::Text("Instance Name", "hidden")});
+  AddResult("Strain", {Attribute::Text("Result Name", "hidden"),
+                       Attribute::Text("Instance Name", "else\x1ewhere")});
   ExpectSummary(Entry("Category", "Unknown") + counts + Entry("Number of Results", "2") +
                 Entry("Number of Instances", "2") + Entry("Parts", "Frame") +
                 Entry("Results", "Strain, Stress") + Entry("Instances", "Top, else where"));

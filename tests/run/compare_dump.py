@@ -59,7 +59,7 @@ def id_column(value):
 # ---------------------------------------------------------------- gathering
 
 
-def group_name(nodes, node):
+def group_name(node):
     return node["name"] if node is not None and node["type"] == "Group" else None
 
 
@@ -70,12 +70,12 @@ def parent_of(nodes, node):
 def part_name(nodes, shape):
     parent = parent_of(nodes, shape)
     grandparent = parent_of(nodes, parent)
-    name = group_name(nodes, parent) or ""
+    name = group_name(parent) or ""
     is_direct = name == "Geometry"
-    above = group_name(nodes, grandparent)
+    above = group_name(grandparent)
     if above is None:
         return name
-    highest = group_name(nodes, parent_of(nodes, grandparent))
+    highest = group_name(parent_of(nodes, grandparent))
     if not is_direct and above == "Geometry" and highest is not None:
         return highest
     return above

@@ -20,9 +20,9 @@ NodeRef AddPart(ModelWriter& model, const std::string& name, NodeRef group,
                                                {0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1.5F}));
   model.AddVariable(geometry, Variable::Uints("Connectivity", kConnectivity, 1, {0, 1, 2, 3}));
   model.AddVariable(geometry, Variable::Uints("Polylength", kPolylength, 1, {4}));
-  model.AddVariable(geometry, Variable::Floats(std::string("Stress") + kStep, kScalarResult, 1,
-                                               {1.5F, -2, 3e10F, 0.25F},
-                                               {Attribute::Float("Time", 0.5F)}));
+  model.AddVariable(geometry,
+                    Variable::Floats(std::string("Stress") + kStep, kScalarResult, 1,
+                                     {1.5F, -2, 3e10F, 0.25F}, {Attribute::Float("Time", 0.5F)}));
   return geometry;
 }
 
@@ -92,10 +92,8 @@ std::string NodeSetsOfAllKinds() {
 
 std::string AttributeKinds() {
   ModelWriter model = OnePart();
-  const AttributeSet set{Attribute::Uint("Mode", 3),
-                         Attribute::Float("Frequency", 12.5F),
-                         Attribute::Double("LoadCase", 1e-30),
-                         Attribute::Text("Title", "A title"),
+  const AttributeSet set{Attribute::Uint("Mode", 3), Attribute::Float("Frequency", 12.5F),
+                         Attribute::Double("LoadCase", 1e-30), Attribute::Text("Title", "A title"),
                          Attribute::Text("Instance Name", "first\x1esecond")};
   model.AddVariable(4, Variable::Floats("Strain", kVectorResult, 3, {1, 2, 3}, set));
   return model.Build();

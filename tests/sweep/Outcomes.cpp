@@ -81,8 +81,8 @@ void Export(const LbtTev::Tree& tree) {
 std::string EndOfTev(const char* command, const std::string& path) {
   const std::array<const char*, 3> arguments{"tev", command, path.c_str()};
   int status = 0;
-  const std::string end = EndOf(
-      [&] { status = RunTev(static_cast<int>(arguments.size()), arguments.data()); });
+  const std::string end =
+      EndOf([&] { status = RunTev(static_cast<int>(arguments.size()), arguments.data()); });
   if (end != "done" || (status != 0 && status != 2)) {
     return "not allowed: " + end + " with status " + std::to_string(status);
   }

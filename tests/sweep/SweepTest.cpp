@@ -100,7 +100,8 @@ class Sweep : public testing::TestWithParam<tevtest::VariedModel> {
   [[nodiscard]] std::size_t CountOf(std::string_view part) const {
     return std::accumulate(outcomes_.begin(), outcomes_.end(), std::size_t{0},
                            [part](std::size_t total, const auto& end) {
-                             return total + (end.first.find(part) == std::string::npos ? 0 : end.second);
+                             return total +
+                                    (end.first.find(part) == std::string::npos ? 0 : end.second);
                            });
   }
 

@@ -197,6 +197,49 @@ TEST(NodeSets, ThatOverlapBeyondAllBounds_FailInsteadOfFillingTheMemory) {
   EXPECT_EQ(FailureOfLoading(lists, 2 * kMany), kListTooShort);
 }
 
+/// Three values of each kind for sets with the given member offsets.
+NodeSetLists ThreeMembers(std::vector<unsigned int> memberOffsets) {
+  NodeSetLists lists = ThreeSets();
+  lists.memberOffsets = std::move(memberOffsets);
+  return lists;
+}
+
+TEST(NodeSets, ThatOverlapWithoutHoldingMoreMembersThanTheLists_AreLoaded) {
+  NodeSets node;
+  Load(node, ThreeMembers({1, 3, 0, 1}), 3);
+  EXPECT_EQ(node.sets[0].members, (Pairs{{2, 20}, {3, 30}}));
+  EXPECT_TRUE(node.sets[1].members.empty());
+  EXPECT_EQ(node.sets[2].members, (Pairs{{1, 10}}));
+  Load(node, ThreeMembers({1, 2, 0, 2}), 3);
+  EXPECT_EQ(node.sets[0].members, (Pairs{{2, 20}}));
+  EXPECT_EQ(node.sets[2].members, (Pairs{{1, 10}, {2, 20}}));
+}
+
+TEST(NodeSets, ThatWouldHoldOneMemberMoreThanTheLists_FailWithNotEnoughBytes) {
+  EXPECT_EQ(FailureOfLoading(ThreeMembers({1, 3, 0, 2}), 3), kListTooShort);
+  EXPECT_EQ(FailureOfLoading(ThreeMembers({0, 3, 2, 3}), 3), kListTooShort);
+}
+
+TEST(NodeSets, ThatWouldHoldMoreMembersThanTheShorterList_FailWithNotEnoughBytes) {
+  NodeSetLists lists = ThreeMembers({0, 2, 1, 2});
+  NodeSets node;
+  Load(node, lists, 3);
+  EXPECT_EQ(node.sets[2].members, (Pairs{{2, 20}}));
+  lists.secondValues = {10, 20};
+  EXPECT_EQ(FailureOfLoading(lists, 3), kListTooShort);
+  lists.secondValues.reset();
+  lists.firstValues = {1, 2};
+  EXPECT_EQ(FailureOfLoading(lists, 3), kListTooShort);
+}
+
+TEST(NodeSets, WhoseNamesRepeatOneAnother_MayHoldMoreThanAllNames) {
+  NodeSetLists lists = ThreeSets();
+  lists.nameOffsets = {0, 15, 0, 15};
+  NodeSets node;
+  Load(node, lists, 3);
+  EXPECT_EQ(NamesOf(node), (Names{"FixedNoneLoaded", "FixedNoneLoaded", "FixedNoneLoaded"}));
+}
+
 TEST(NodeSets, BehindTheEndOfTheirStream_FailWithInvalidPosition) {
   ModelOnDisk disk({{kHeavyData, "1234"}});
   NodeSets node;

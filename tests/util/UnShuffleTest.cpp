@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "Lbt/Util/UnShuffle.h"
@@ -72,9 +73,13 @@ std::vector<unsigned char> Plane(const std::string& digits) {
   return {bytes.begin(), bytes.end()};
 }
 
+std::byte* BytesOf(std::vector<unsigned char>& target) {
+  return std::as_writable_bytes(std::span(target)).data();
+}
+
 TEST(UnShufflePlane, Stride_LeavesTheElementsBetweenAlone) {
   std::vector<unsigned char> target(6 * 4, 0xee);
-  LbtUtil::UnShufflePlane(Plane("0102030405060708"), target.data() + 4, 3);
+  LbtUtil::UnShufflePlane(Plane("0102030405060708"), BytesOf(target) + 4, 3);
   EXPECT_EQ(target, Plane("eeeeeeee 01030507 eeeeeeee eeeeeeee 02040608 eeeeeeee"));
 }
 
@@ -83,14 +88,14 @@ TEST(UnShufflePlane, ThreePlanes_BecomeInterleaved) {
   const std::vector<unsigned char> planes[] = {
       Plane("0a1a 0000 0000 0000"), Plane("0b1b 0000 0000 0000"), Plane("0c1c 0000 0000 0000")};
   for (std::size_t c = 0; c < 3; ++c) {
-    LbtUtil::UnShufflePlane(planes[c], target.data() + 4 * c, 3);
+    LbtUtil::UnShufflePlane(planes[c], BytesOf(target) + 4 * c, 3);
   }
   EXPECT_EQ(target, Plane("0a000000 0b000000 0c000000 1a000000 1b000000 1c000000"));
 }
 
 TEST(UnShufflePlane, EmptyPlane_WritesNothing) {
   std::vector<unsigned char> target(4, 0xee);
-  LbtUtil::UnShufflePlane({}, target.data(), 1);
+  LbtUtil::UnShufflePlane({}, BytesOf(target), 1);
   EXPECT_EQ(target, Plane("eeeeeeee"));
 }
 

@@ -43,6 +43,7 @@ class Tree {
     return *node;
   }
   [[nodiscard]] TreeNode<T>& GetReqNode(const unsigned int& id) {
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): this tree can be changed
     return const_cast<TreeNode<T>&>(static_cast<const Tree&>(*this).GetReqNode(id));
   }
 

@@ -17,6 +17,9 @@ namespace LbtLbf {
 class Block {
  public:
   Block() = default;
+  ~Block() = default;
+  Block(const Block&) = delete;
+  Block& operator=(const Block&) = delete;
   Block(Block&& other) noexcept { Swap(other); }
   Block& operator=(Block&& other) noexcept;
 
@@ -75,8 +78,11 @@ class Block {
   static void RefreshDefaultSize();
 
  private:
+  /// Buffers grow with realloc, which may do it in place.
   struct Free {
-    void operator()(unsigned char* buffer) const { std::free(buffer); }
+    void operator()(unsigned char* buffer) const {
+      std::free(buffer);  // NOLINT(cppcoreguidelines-no-malloc)
+    }
   };
 
   void Swap(Block& other) noexcept;

@@ -20,7 +20,7 @@ namespace LbtLbf {
 
 /// The container version that the readers of versioned records go by: "1.3" from
 /// the start of the program on.
-extern std::string tev_file_version;
+extern std::string tev_file_version;  // NOLINT(*-avoid-non-const-global-variables)
 
 /// The types that can be read from a named stream.
 template <class T>
@@ -79,6 +79,8 @@ class LbFile {
   /// The same into a buffer of characters.
   template <std::same_as<char> T>
   void Get(std::string_view name, const T* destination, unsigned long length) {
+    // Callers pass the buffer as what they read it as; it is theirs and can be written to.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
     Get(name, static_cast<void*>(const_cast<T*>(destination)), length);
   }
 
@@ -115,7 +117,7 @@ class LbFile {
 
  private:
   struct Close {
-    void operator()(std::FILE* stream) const { std::fclose(stream); }
+    void operator()(std::FILE* stream) const { static_cast<void>(std::fclose(stream)); }
   };
 
   [[nodiscard]] std::string ReadHeader(long offset, std::size_t length);

@@ -8,8 +8,7 @@ namespace Lbt::Log {
 /// Util::Exception with the same text, place and method. "file" is a string
 /// constant: the header of the class concerned, without extension; "line" is that
 /// of the call.
-[[noreturn]] void Raise(Util::Exception::ErrorType type, const char* description,
-                        const char* file, unsigned long line = __builtin_LINE(),
-                        const char* method = "<unknown>");
+[[noreturn]] void Raise(Util::Exception::ErrorType type, const char* description, const char* file,
+                        unsigned long line = __builtin_LINE(), const char* method = "<unknown>");
 
 }  // namespace Lbt::Log

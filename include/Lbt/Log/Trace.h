@@ -3,7 +3,8 @@
 namespace Lbt::Log {
 
 /// Publishes a progress record (level 1000). "file" is a string constant: the
-/// header of the class concerned, without extension.
+/// header of the class concerned, without extension. Without the memory for its text
+/// the record is lost.
 void Trace(const char* message, const char* file, unsigned long line = __builtin_LINE());
 
 /// Add a logger that passes records of level 1000 and above to a file (emptied

@@ -34,8 +34,8 @@ void CopyFromBlock_Versioned<ModifierInfo>(LbtLbf::Block& block, ModifierInfo& m
 namespace LbtLbf {
 
 /// Reads a u32 count and that many records of programs. Where the records run out,
-/// the vector keeps the count as its length, or, where no block of this size could
-/// hold so many, ends behind the record that is not whole.
+/// the vector keeps the count as its length, or, where that is absurd for a block of this
+/// size, ends behind the record that is not whole.
 template <>
 void CopyFromBlock<LbtTev::ModifierInfo>(Block& block,
                                          std::vector<LbtTev::ModifierInfo>& modifiers);

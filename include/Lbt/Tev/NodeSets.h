@@ -27,9 +27,10 @@ class NodeSets final : public Node {
   /// the second values of all members.
   ///
   /// Throws "Out of Bounds" ("Not enough bytes in the block") where a list is shorter
-  /// than the sets or their offsets need, or where sets that overlap would hold over a
-  /// mebi-element more than the lists do; std::out_of_range for a name that starts behind
-  /// all names; and what reading streams throws.
+  /// than the sets or their offsets need, where sets that overlap would hold more
+  /// members than the shorter list of values does, or where names that overlap would
+  /// hold over a mebibyte more than all names do; std::out_of_range for a name that
+  /// starts behind all names; and what reading streams throws.
   void LoadDataBlocks(LbtLbf::LbFile& file, std::string_view heavyDataBlockName);
 
   std::vector<NodeSet> sets;

@@ -69,12 +69,12 @@ class Exception : public std::exception {
 
   ErrorType type_;
   std::uint16_t level_ = 2000;
-  char description_[kMessageSize + 1];
+  char description_[kMessageSize + 1] = {};
   const char* file_;
   unsigned long line_;
   const char* method_;
   std::time_t time_;
-  char message_[kFormattedSize];
+  char message_[kFormattedSize] = {};
 };
 
 }  // namespace Lbt::Util

@@ -28,7 +28,7 @@ class NumberText {
   [[nodiscard]] std::string_view View() const { return {text_.data(), size_}; }
 
  private:
-  std::array<char, kRoom> text_;  // holds a 64-bit integer with its sign
+  std::array<char, kRoom> text_{};  // holds a 64-bit integer with its sign
   std::size_t size_;
 };
 

@@ -16,6 +16,7 @@ class SingletonHolder {
   }
 
  private:
+  // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
   static inline T* mpInstance = nullptr;
 };
 

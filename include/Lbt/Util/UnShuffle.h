@@ -17,7 +17,6 @@ extern template void UnShuffleVectorBytes<unsigned int>(std::vector<unsigned int
 
 /// Writes the elements of one shuffled plane of 4 * n bytes to every
 /// "stride"-th element of 4 bytes from "first" on: n elements in all.
-void UnShufflePlane(std::span<const unsigned char> plane, unsigned char* first,
-                    std::size_t stride);
+void UnShufflePlane(std::span<const unsigned char> plane, std::byte* first, std::size_t stride);
 
 }  // namespace LbtUtil

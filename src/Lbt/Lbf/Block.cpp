@@ -107,6 +107,7 @@ void Block::AllocateAdditionalMemory(const unsigned long& extra) {
 }
 
 void Block::Reallocate(std::uint64_t capacity) {
+  // NOLINTNEXTLINE(cppcoreguidelines-no-malloc)
   void* grown = std::realloc(buffer_.get(), capacity);
   if (grown == nullptr) {
     Raise(Exception::ErrorType::MemoryAllocationError, "Memory Allocation Error", kFile);

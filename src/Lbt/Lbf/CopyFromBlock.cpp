@@ -1,7 +1,6 @@
 #include "Lbt/Lbf/CopyFromBlock.h"
 
 #include <algorithm>
-#include <string_view>
 
 #include "Lbt/Util/Exception.h"
 
@@ -32,8 +31,7 @@ void CopyFromBlock(Block& block, std::string& text) {
     return;
   }
   const auto bytes = block.Get(length);
-  const std::string_view stored(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  text.assign(stored.substr(0, stored.find('\0')));
+  text.assign(bytes.begin(), std::ranges::find(bytes, '\0'));
 }
 
 template <>

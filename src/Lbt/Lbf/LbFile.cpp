@@ -20,7 +20,7 @@ using Lbt::Log::Raise;
 using Lbt::Log::Trace;
 using Lbt::Util::Exception;
 
-std::string tev_file_version = "1.3";
+std::string tev_file_version = "1.3";  // NOLINT(*-avoid-non-const-global-variables, cert-err58-cpp)
 
 namespace {
 
@@ -35,6 +35,12 @@ bool IsNotFound(const Exception& exception) {
   return exception.GetType() == Exception::ErrorType::ElementNotFound;
 }
 
+void SeekHeader(std::FILE* stream, long offset) {
+  if (std::fseek(stream, offset, SEEK_SET) != 0) {
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+  }
+}
+
 /// Opens without blocking: a pipe that nobody writes to must not stop the program.
 std::FILE* Open(const std::string& path, const char* mode) {
   const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
@@ -47,7 +53,7 @@ std::FILE* Open(const std::string& path, const char* mode) {
     return nullptr;
   }
   // Blocks are read in one piece, straight to where they stay.
-  std::setvbuf(stream, nullptr, _IONBF, 0);
+  static_cast<void>(std::setvbuf(stream, nullptr, _IONBF, 0));
   return stream;
 }
 
@@ -84,7 +90,7 @@ std::string LbFile::ReadVersion() { return ReadHeader(kVersionOffset, kVersionSi
 /// Header bytes up to the first NUL. What lies behind the file's end reads as NUL.
 std::string LbFile::ReadHeader(long offset, std::size_t length) {
   std::string bytes(length, '\0');
-  std::fseek(stream_.get(), offset, SEEK_SET);
+  SeekHeader(stream_.get(), offset);
   const std::size_t read = std::fread(bytes.data(), 1, length, stream_.get());
   if (read < length && std::ferror(stream_.get()) != 0) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
@@ -112,7 +118,7 @@ void LbFile::ReadIndex() {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
   }
   std::array<unsigned char, sizeof(std::uint32_t)> stored{};
-  std::fseek(stream_.get(), kIndexSizeOffset, SEEK_SET);
+  SeekHeader(stream_.get(), kIndexSizeOffset);
   const bool isWhole = std::fread(stored.data(), stored.size(), 1, stream_.get()) == 1;
   if (!isWhole && std::ferror(stream_.get()) != 0) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "Lbt/Log/Manager.h"
@@ -31,7 +32,11 @@ void AddTraceLogger(const char* publisherName, Make makePublisher) {
 void Trace(const char* message, const char* file, unsigned long line) {
   Util::LogRecord record(Util::LogRecord::kProgress, file, line);
   record.AppendToMessage(message);
-  TheManager().Publish(record);
+  try {
+    TheManager().Publish(record);
+  } catch (const std::bad_alloc&) {
+    // A trace must not stop the work that it traces, least of all that of a destructor.
+  }
 }
 
 void LogTraceToFile(const char* path) {

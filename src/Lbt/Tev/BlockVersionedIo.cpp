@@ -1,6 +1,6 @@
 #include "Lbt/Tev/BlockVersionedIo.h"
 
-#include <array>
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -95,11 +95,22 @@ void CopyFromBlock_Versioned<ModifierInfo>(Block& block, ModifierInfo& modifier)
 
 namespace LbtLbf {
 
+namespace {
+
+/// The longest stated list that is kept as it is where its records run out: as for all
+/// lists one of no more elements than the block has bytes, but in large blocks only as
+/// many as it could hold, for each is as large as many bytes in memory.
+std::uint32_t MostKept(std::uint32_t blockSize) {
+  constexpr std::uint32_t kShortestRecord = 8 * sizeof(std::uint32_t);  // all strings empty
+  constexpr std::uint32_t kFew = 4096;
+  return std::max(blockSize / kShortestRecord, std::min(blockSize, kFew));
+}
+
+}  // namespace
+
 template <>
 void CopyFromBlock<LbtTev::ModifierInfo>(Block& block,
                                          std::vector<LbtTev::ModifierInfo>& modifiers) {
-  // Version and seven fields, each a string of no characters.
-  constexpr std::uint32_t kShortestRecord = 8 * sizeof(std::uint32_t);
   const auto count = NumberFromBlock<std::uint32_t>(block);
   modifiers.resize(std::min<std::size_t>(modifiers.size(), count));
   std::size_t read = 0;
@@ -111,7 +122,7 @@ void CopyFromBlock<LbtTev::ModifierInfo>(Block& block,
       LbtTev::CopyFromBlock_Versioned(block, modifiers[read]);
     }
   } catch (const Lbt::Util::Exception&) {
-    modifiers.resize(Detail::KeptLength(count, read, block.GetSize() / kShortestRecord));
+    modifiers.resize(Detail::KeptLength(count, read, MostKept(block.GetSize())));
     throw;
   }
 }

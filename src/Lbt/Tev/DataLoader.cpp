@@ -22,8 +22,7 @@ constexpr unsigned int kTypeOf = std::is_same_v<T, float> ? 1 : 5;
 
 /// Puts "stored" right: "width" planes of shuffled elements become items of "width"
 /// components each.
-void UnShuffleItems(std::span<const unsigned char> stored, std::size_t width,
-                    unsigned char* items) {
+void UnShuffleItems(std::span<const unsigned char> stored, std::size_t width, std::byte* items) {
   const std::size_t planeSize = stored.size() / kElementSize / width * kElementSize;
   for (std::size_t component = 0; component < width; ++component) {
     LbtUtil::UnShufflePlane(stored.subspan(component * planeSize, planeSize),
@@ -65,7 +64,7 @@ void DataLoader::LoadTo(std::vector<T>& out) const {
   }
   out.resize(count);
   const auto elements = stored.first(count * kElementSize);
-  auto* items = reinterpret_cast<unsigned char*>(out.data());
+  std::byte* items = std::as_writable_bytes(std::span(out)).data();
   if (shuffled_ && width_ != 0) {
     UnShuffleItems(elements, width_, items);
   } else {

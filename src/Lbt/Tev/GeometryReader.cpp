@@ -1,5 +1,5 @@
-#include <boost/make_shared.hpp>
 #include <algorithm>
+#include <boost/make_shared.hpp>
 #include <cstdint>
 #include <utility>
 
@@ -64,12 +64,11 @@ void ReadDataAtOnce(Source& source, unsigned long position, NumericArray& array)
       boost::make_shared<const std::vector<unsigned char>>(bytes.begin(), bytes.end());
 }
 
-void ReadOwnData(Source& source, Geometry& geometry, const std::string& name,
-                 NumericArray& array) {
+void ReadOwnData(Source& source, Geometry& geometry, const std::string& name, NumericArray& array) {
   ReadSize(source, array);
   ReadFlagsAndValues(source, array);
-  const unsigned long position = source.version == "0.7" ? source.Light<unsigned long>()
-                                                         : source.Light<unsigned int>();
+  const unsigned long position =
+      source.version == "0.7" ? source.Light<unsigned long>() : source.Light<unsigned int>();
   if (source.version == "0.5") {
     ReadDataAtOnce(source, position, array);
   } else {
@@ -94,8 +93,9 @@ void ReadVariable(Source& source, Geometry& geometry, unsigned int idOffset) {
   LbtUtil::AttributeMap attributes;
   source.attributeReader.Read(source.file, source.attributes, attributes);
 
-  Geometry::VarStruct& variable = geometry.variables[geometry.Add(
-      std::move(name), type, std::move(array), std::move(attributes))];
+  Geometry::VarStruct& variable =
+      geometry
+          .variables[geometry.Add(std::move(name), type, std::move(array), std::move(attributes))];
   if (isLinked) {
     variable.isLinked = true;
     variable.linkNodeId = linkNodeId;
@@ -146,8 +146,8 @@ void Geometry::ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
 }
 
 void Geometry::ReadVc_l05(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
-                          std::string_view heavyDataBlockName,
-                          std::string_view attributesBlockName, std::string_view version) {
+                          std::string_view heavyDataBlockName, std::string_view attributesBlockName,
+                          std::string_view version) {
   Source source{file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version};
   const auto count = source.Light<unsigned int>();
   variables.reserve(std::min(count, kMostReserved));

@@ -33,11 +33,10 @@ unsigned int At(const std::vector<unsigned int>& list, std::size_t index) {
 }
 
 /// Keeps what is gathered linear in what is stored: offsets that overlap can claim
-/// the same elements over and over. Sets of real models share a few at most, far fewer
-/// than the mebi-elements that are allowed beyond what is stored.
+/// the same elements over and over.
 class Allowance {
  public:
-  explicit Allowance(std::size_t stored) : left_(stored + kOverlap) {}
+  explicit Allowance(std::size_t most) : left_(most) {}
 
   void Take(std::size_t amount) {
     if (amount > left_) {
@@ -47,12 +46,13 @@ class Allowance {
   }
 
  private:
-  static constexpr std::size_t kOverlap = std::size_t{1024} * 1024;
-
   std::size_t left_;
 };
 
-/// An offset that decreases takes the rest of the names.
+/// Names may repeat one another, as an offset that decreases takes the rest of them all.
+/// This many bytes more than are stored is little for memory and much for names.
+constexpr std::size_t kRepeatedNames = std::size_t{1024} * 1024;
+
 std::string NameOf(const StoredSets& stored, std::size_t set, Allowance& allowance) {
   const unsigned int start = At(stored.nameOffsets, set);
   const unsigned int length = At(stored.nameOffsets, set + 1) - start;
@@ -86,7 +86,7 @@ void NodeSets::LoadDataBlocks(LbtLbf::LbFile& file, std::string_view heavyDataBl
   file.Get(heavyDataBlockName, stored.firstValues);
   file.Get(heavyDataBlockName, stored.secondValues);
 
-  Allowance names(stored.allNames.size());
+  Allowance names(stored.allNames.size() + kRepeatedNames);
   Allowance members(std::min(stored.firstValues.size(), stored.secondValues.size()));
   sets.clear();
   sets.reserve(std::min<std::size_t>(setCount, stored.nameOffsets.size()));

@@ -18,23 +18,38 @@ Exception::Exception(ErrorType type, const char* description, const char* file, 
   if (ctime_r(&time_, timeText.data()) == nullptr) {
     timeText[0] = '\0';
   }
-  std::snprintf(message_, kFormattedSize,
-                "Exception \"%s\" raised. \n%11s : %s \n%11s : %s \n%11s : %lu \n%11s : %s \n"
-                "%11s : %s \n",
-                GetDescription(type), "Description", description_, "File", file_, "Line", line_,
-                "Method", method_, "Time", timeText.data());
+  // A text that does not fit is cut, by design.
+  static_cast<void>(
+      std::snprintf(message_, kFormattedSize,
+                    "Exception \"%s\" raised. \n%11s : %s \n%11s : %s \n%11s : %lu \n%11s : %s \n"
+                    "%11s : %s \n",
+                    GetDescription(type), "Description", description_, "File", file_, "Line", line_,
+                    "Method", method_, "Time", timeText.data()));
 }
 
 const char* Exception::GetDescription(ErrorType type) noexcept {
-  static constexpr std::array<const char*, 22> description{
-      "Memory Allocation Error", "Out of Bounds",       "Unknown Version",
-      "Not Initialized",         "Element Exists",      "Element Not Found",
-      "Invalid Method",          "Invalid Enumeration", "Invalid Object",
-      "Read Error",              "Write Error",         "Format Not Supported",
-      "Bad Casting",             "Not Implemented",     "Mis-match Error",
-      "System Error",            "Miscelleneous Error", "Zero Length",
-      "Model Error",             "State Error",         "",
-      "Invalid Exception"};
+  static constexpr std::array<const char*, 22> description{"Memory Allocation Error",
+                                                           "Out of Bounds",
+                                                           "Unknown Version",
+                                                           "Not Initialized",
+                                                           "Element Exists",
+                                                           "Element Not Found",
+                                                           "Invalid Method",
+                                                           "Invalid Enumeration",
+                                                           "Invalid Object",
+                                                           "Read Error",
+                                                           "Write Error",
+                                                           "Format Not Supported",
+                                                           "Bad Casting",
+                                                           "Not Implemented",
+                                                           "Mis-match Error",
+                                                           "System Error",
+                                                           "Miscelleneous Error",
+                                                           "Zero Length",
+                                                           "Model Error",
+                                                           "State Error",
+                                                           "",
+                                                           "Invalid Exception"};
   const auto index = static_cast<std::size_t>(type);
   return index < description.size() ? description[index] : "";
 }

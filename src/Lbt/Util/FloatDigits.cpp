@@ -17,14 +17,13 @@ namespace {
 constexpr int kDigits = 6;
 constexpr int kLeastPower = -33;
 constexpr std::array<double, 85> kPowersOfTen{
-    1e-33, 1e-32, 1e-31, 1e-30, 1e-29, 1e-28, 1e-27, 1e-26, 1e-25, 1e-24, 1e-23, 1e-22,
-    1e-21, 1e-20, 1e-19, 1e-18, 1e-17, 1e-16, 1e-15, 1e-14, 1e-13, 1e-12, 1e-11, 1e-10,
-    1e-9, 1e-8, 1e-7, 1e-6, 1e-5, 1e-4, 1e-3, 1e-2, 1e-1, 1e0, 1e1, 1e2,
-    1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14,
-    1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22, 1e23, 1e24, 1e25, 1e26,
-    1e27, 1e28, 1e29, 1e30, 1e31, 1e32, 1e33, 1e34, 1e35, 1e36, 1e37, 1e38,
-    1e39, 1e40, 1e41, 1e42, 1e43, 1e44, 1e45, 1e46, 1e47, 1e48, 1e49, 1e50,
-    1e51};
+    1e-33, 1e-32, 1e-31, 1e-30, 1e-29, 1e-28, 1e-27, 1e-26, 1e-25, 1e-24, 1e-23, 1e-22, 1e-21,
+    1e-20, 1e-19, 1e-18, 1e-17, 1e-16, 1e-15, 1e-14, 1e-13, 1e-12, 1e-11, 1e-10, 1e-9,  1e-8,
+    1e-7,  1e-6,  1e-5,  1e-4,  1e-3,  1e-2,  1e-1,  1e0,   1e1,   1e2,   1e3,   1e4,   1e5,
+    1e6,   1e7,   1e8,   1e9,   1e10,  1e11,  1e12,  1e13,  1e14,  1e15,  1e16,  1e17,  1e18,
+    1e19,  1e20,  1e21,  1e22,  1e23,  1e24,  1e25,  1e26,  1e27,  1e28,  1e29,  1e30,  1e31,
+    1e32,  1e33,  1e34,  1e35,  1e36,  1e37,  1e38,  1e39,  1e40,  1e41,  1e42,  1e43,  1e44,
+    1e45,  1e46,  1e47,  1e48,  1e49,  1e50,  1e51};
 
 /// Twice what the product of a value below 10^7 can be off by, and more.
 constexpr double kDoubt = 1e-8;
@@ -75,7 +74,9 @@ constexpr auto kPairs = [] {
   return pairs;
 }();
 
-void WritePair(std::uint32_t pair, char* text) { std::memcpy(text, &kPairs[2 * pair], 2); }
+void WritePair(std::uint32_t pair, char* text) {
+  std::memcpy(text, &kPairs[std::size_t{2} * pair], 2);
+}
 
 void WriteDigits(std::uint32_t digits, char* text) {
   WritePair(digits / 10000, text);
@@ -143,7 +144,8 @@ std::size_t WriteFloat(float value, char* text) {
   if (!decimal.isSure) {
     return 0;
   }
-  char digits[2 * kDigits] = {};  // read in pieces of fixed size
+  constexpr std::size_t kReadAhead = 12;
+  char digits[kReadAhead] = {};  // read in pieces of fixed size
   WriteDigits(decimal.digits, digits);
   const std::size_t count = WithoutTrailingZeros(digits);
   if (decimal.exponent < -4 || decimal.exponent >= kDigits) {

@@ -1,9 +1,6 @@
 #include "Lbt/Util/NumberText.h"
 
-#include <bit>
 #include <charconv>
-#include <cmath>
-#include <cstring>
 
 #include "FloatDigits.h"
 
@@ -19,8 +16,7 @@ std::size_t Length(const std::to_chars_result& result, const char* first) {
 
 }  // namespace
 
-NumberText::NumberText(float value) {
-  size_ = WriteFloat(value, text_.data());
+NumberText::NumberText(float value) : size_(WriteFloat(value, text_.data())) {
   if (size_ == 0) {
     *this = NumberText(static_cast<double>(value));
   }

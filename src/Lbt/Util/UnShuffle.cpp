@@ -11,8 +11,7 @@ constexpr std::size_t kElementSize = 4;
 
 }  // namespace
 
-void UnShufflePlane(std::span<const unsigned char> plane, unsigned char* first,
-                    std::size_t stride) {
+void UnShufflePlane(std::span<const unsigned char> plane, std::byte* first, std::size_t stride) {
   const std::size_t count = plane.size() / kElementSize;
   const unsigned char* byte0 = plane.data();
   const unsigned char* byte1 = byte0 + count;
@@ -32,7 +31,7 @@ void UnShuffleVectorBytes(std::vector<T>& v) {
   }
   std::vector<unsigned char> stored(v.size() * kElementSize);
   std::memcpy(stored.data(), v.data(), stored.size());
-  UnShufflePlane(stored, reinterpret_cast<unsigned char*>(v.data()), 1);
+  UnShufflePlane(stored, std::as_writable_bytes(std::span(v)).data(), 1);
 }
 
 template void UnShuffleVectorBytes<float>(std::vector<float>& v);

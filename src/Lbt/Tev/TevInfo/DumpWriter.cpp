@@ -137,7 +137,8 @@ void DumpWriter::WriteNodes(const Mesh& mesh) {
   for (std::size_t node = 0; node < std::min(mesh.nodeCount, ids.size()); ++node) {
     text_.AddColumn(Clamped<std::int32_t>(ids[node]), kValueWidth);
     const std::size_t first = std::min(kDimensions * node, coordinates.size());
-    const auto point = coordinates.subspan(first, std::min(kDimensions, coordinates.size() - first));
+    const auto point =
+        coordinates.subspan(first, std::min(kDimensions, coordinates.size() - first));
     for (const float coordinate : point) {
       text_.AddColumn(coordinate, kValueWidth);
     }
@@ -207,8 +208,8 @@ void DumpWriter::WriteRows(const std::vector<TevInfo::DimenInfo>& dimensions,
   std::vector<Column> columns;
   for (const auto& [position, components, component] : dimensions) {
     const bool isNodeId = At(position).result == "Node Ids";
-    columns.push_back({At(position).floatValues, isNodeId ? 0 : component,
-                       isNodeId ? 1 : components, isNodeId});
+    columns.push_back(
+        {At(position).floatValues, isNodeId ? 0 : component, isNodeId ? 1 : components, isNodeId});
   }
   for (std::size_t node = 0; node < nodeCount; ++node) {
     for (const Column& column : columns) {

@@ -36,8 +36,7 @@ void SummaryCollector::Add(const LbtTev::Geometry::VarStruct& variable, const Va
   // Through an attribute value, since that is what cuts a long name.
   resultNames_.insert(LbtUtil::AttributeValue(name.result).GetAttributeString());
   if (!name.instance.empty()) {
-    instanceNames_.insert(
-        WithBlanks(LbtUtil::AttributeValue(name.instance).GetAttributeString()));
+    instanceNames_.insert(WithBlanks(LbtUtil::AttributeValue(name.instance).GetAttributeString()));
   }
   AddAll(variable.attributes, !name.instance.empty());
 }

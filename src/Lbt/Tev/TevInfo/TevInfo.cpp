@@ -9,7 +9,8 @@ namespace {
 /// In the order of TevInfo::TagType.
 using TagTexts = std::array<const char*, 6>;
 
-constexpr TagTexts kNativeTags{"lbt", kNativeNamespaceUri, "metadata", "attribute", "name", "value"};
+constexpr TagTexts kNativeTags{"lbt",  kNativeNamespaceUri, "metadata", "attribute", "name",
+                               "value"};
 constexpr TagTexts kEkmTags{"ekmMetaData", kEkmNamespaceUri, "meta-data", "data", "name", "value"};
 
 bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
@@ -40,16 +41,18 @@ const std::string& TevInfo::tag(TagType type) const {
 
 std::string TevInfo::header() const {
   const std::string& prefix = tag(TagType::NamespacePrefix);
-  return "<" + prefix + ":" + tag(TagType::RootElement) + " xmlns:" + prefix + "=\"" + tag(TagType::NamespaceUri) +
-         "\">\n";
+  return "<" + prefix + ":" + tag(TagType::RootElement) + " xmlns:" + prefix + "=\"" +
+         tag(TagType::NamespaceUri) + "\">\n";
 }
 
 std::string TevInfo::getMetadataString() const {
-  return header() + metadata + "</" + tag(TagType::NamespacePrefix) + ":" + tag(TagType::RootElement) + ">\n";
+  return header() + metadata + "</" + tag(TagType::NamespacePrefix) + ":" +
+         tag(TagType::RootElement) + ">\n";
 }
 
 void TevInfo::addEntry(std::string_view key, std::string_view value) {
-  std::string line = "        <" + tag(TagType::EntryElement) + " " + tag(TagType::NameAttribute) + "=\"";
+  std::string line =
+      "        <" + tag(TagType::EntryElement) + " " + tag(TagType::NameAttribute) + "=\"";
   line += key;
   line += "\" " + tag(TagType::ValueAttribute) + "=\"";
   line += value;

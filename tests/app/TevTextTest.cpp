@@ -1,0 +1,67 @@
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "tev/Progress.h"
+#include "tev/Table.h"
+#include "tev/VisibleText.h"
+
+namespace {
+
+TEST(VisibleText, PlainTextAndOtherScripts_StayAsTheyAre) {
+  const std::string text = "C:\\a \"b\" K\xc3\xbchl \xe2\x82\xac \xf0\x9f\x94\xa7";
+  EXPECT_EQ(VisibleText(text), text);
+}
+
+TEST(VisibleText, ControlCharacters_AreWrittenOut) {
+  using namespace std::string_literals;
+  EXPECT_EQ(VisibleText("\0\t\n\x1b[2J\x1e\x7f"s), "\\x00\\x09\\x0a\\x1b[2J\\x1e\\x7f");
+}
+
+TEST(VisibleText, C1Controls_AreWrittenOut) {
+  EXPECT_EQ(VisibleText("\xc2\x9b"
+                        "31m"),
+            "\\xc2\\x9b31m");
+  EXPECT_EQ(VisibleText("\xc2\xa0"), "\xc2\xa0");  // the first character behind them
+}
+
+TEST(VisibleText, BytesThatAreNoUtf8_AreWrittenOut) {
+  EXPECT_EQ(VisibleText("\x9b"), "\\x9b");                             // no start of anything
+  EXPECT_EQ(VisibleText("\xc3"), "\\xc3");                             // cut short
+  EXPECT_EQ(VisibleText("\xc3(\xff"), "\\xc3(\\xff");                  // not continued
+  EXPECT_EQ(VisibleText("\xc1\x9b"), "\\xc1\\x9b");                    // longer than needed
+  EXPECT_EQ(VisibleText("\xed\xa0\x80"), "\\xed\\xa0\\x80");           // half of a pair
+  EXPECT_EQ(VisibleText("\xf4\x90\x80\x80"), "\\xf4\\x90\\x80\\x80");  // beyond the last
+}
+
+TEST(OneLine, LineFeeds_BecomeBlanksAndNoneAtTheEnd) {
+  EXPECT_EQ(OneLine("a\nb.\n\n"), "a b.");
+  EXPECT_EQ(OneLine("\n"), "");
+}
+
+TEST(FirstColumns, Characters_AreNotCutApart) {
+  EXPECT_EQ(FirstColumns("a\xc3\xbc\xe2\x82\xac", 3), "a\xc3\xbc\xe2\x82\xac");
+  EXPECT_EQ(FirstColumns("a\xc3\xbc\xe2\x82\xac", 2), "a\xc3\xbc");
+  EXPECT_EQ(FirstColumns("a\xc3\xbc\xe2\x82\xac", 1), "a");
+  EXPECT_EQ(FirstColumns("a", 0), "");
+}
+
+TEST(ProgressText, Path_IsMadeVisibleAndCut) {
+  EXPECT_EQ(ProgressText(2, 10, "a\x1b", 80), "2 of 10 files done, at work on a\\x1b");
+  EXPECT_EQ(ProgressText(2, 10, "a", 7), "2 of 10");
+}
+
+TEST(Table, Columns_AreAsWideAsTheyNeedToBe) {
+  Table table({{"Name", Table::Align::Left}, {"N", Table::Align::Right}});
+  table.Add({"K\xc3\xbchler", "1"});
+  table.Add({"x", "200"});
+  std::ostringstream stream;
+  table.Write(stream);
+  EXPECT_EQ(stream.str(),
+            "  Name      N\n"
+            "  K\xc3\xbchler    1\n"
+            "  x       200\n");
+}
+
+}  // namespace

@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+
+#include "run/TevRun.h"
+#include "support/SmallModel.h"
+
+namespace tevtest {
+namespace {
+
+using TevUsage = TevRun;
+
+void ExpectBadUsage(const RunResult& run, const std::string& line) {
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output, "");
+  EXPECT_EQ(run.error, line);
+}
+
+TEST_F(TevUsage, NoArguments_IsBadUsageInOneLine) {
+  ExpectBadUsage(Run({}), "tev: A subcommand is required (see tev --help)\n");
+}
+
+TEST_F(TevUsage, UnknownSubcommand_IsNamed) {
+  ExpectBadUsage(Run({"fo\x1bo", "x"}),
+                 "tev: there is no subcommand \"fo\\x1bo\" (see tev --help)\n");
+}
+
+TEST_F(TevUsage, NoModel_IsBadUsageOfEachSubcommand) {
+  for (const char* command : {"ls", "tree", "info", "cdf"}) {
+    ExpectBadUsage(Run({command}), "tev: MODEL is required (see tev --help)\n");
+  }
+}
+
+TEST_F(TevUsage, UnknownOption_IsBadUsageAndNothingIsDone) {
+  Write("a.tev", SmallModel());
+  ExpectBadUsage(Run({"ls", "--jsno", "a.tev"}),
+                 "tev: The following argument was not expected: --jsno (see tev --help)\n");
+}
+
+TEST_F(TevUsage, DepthThatIsNoWholeNumber_IsBadUsage) {
+  for (const std::string depth : {"-1", "1.5", "two"}) {
+    ExpectBadUsage(Run({"tree", "--depth", depth, "a.tev"}),
+                   "tev: --depth: \"" + depth + "\" is no whole number (see tev --help)\n");
+  }
+}
+
+TEST_F(TevUsage, CdfWithAFourthArgument_IsBadUsage) {
+  ExpectBadUsage(Run({"cdf", "a.tev", "mesh", "out", "more"}),
+                 "tev: The following argument was not expected: more (see tev --help)\n");
+}
+
+TEST_F(TevUsage, Help_ListsTheSubcommands) {
+  const std::string help = Answer({"--help"});
+  for (const char* command : {"\n  cdf ", "\n  info ", "\n  ls ", "\n  tree "}) {
+    EXPECT_NE(help.find(command), std::string::npos) << help;
+  }
+}
+
+TEST_F(TevUsage, HelpOfASubcommand_ShowsHowToCallIt) {
+  EXPECT_NE(Answer({"ls", "--help"}).find("Usage: tev ls [OPTIONS] MODEL...\n"), std::string::npos);
+  EXPECT_NE(Answer({"info", "--help"}).find("Usage: tev info [OPTIONS] MODEL...\n"),
+            std::string::npos);
+  EXPECT_NE(Answer({"tree", "--help"}).find("--attributes"), std::string::npos);
+  EXPECT_NE(Answer({"cdf", "--help"}).find("Usage: tev cdf [OPTIONS] MODEL GEOMETRY OUTPUT\n"),
+            std::string::npos);
+}
+
+TEST_F(TevUsage, Version_IsTheSameEverywhere) {
+  const std::string version = Answer({"--version"});
+  EXPECT_TRUE(version.starts_with("tev 0.") && version.ends_with("\n")) << version;
+  for (const char* command : {"ls", "tree", "info", "cdf"}) {
+    EXPECT_EQ(Answer({command, "--version"}), version);
+  }
+}
+
+TEST_F(TevUsage, NamesOfFiles_AreTakenAsTheyAre) {
+  // As a list in brackets, as names of subcommands, and behind the end of the options.
+  for (const std::string name : {"[a,b]", "[x]", "ls", "info", "--json"}) {
+    Write(name, SmallModel());
+    EXPECT_TRUE(Answer({"ls", "--", name}).starts_with(name + "\n")) << name;
+  }
+}
+
+TEST_F(TevUsage, AnyRun_WritesNoTraceLogAndAnnouncesNone) {
+  Write("a.tev", SmallModel());
+  const std::string log = dir.MakeDirectory("log");
+  RunOptions options;
+  options.environment = {{"QUARLO_TEMP_PATH", log}};
+  for (const char* command : {"ls", "tree", "info"}) {
+    EXPECT_EQ(Run({command, "a.tev"}, options).error, "");
+  }
+  EXPECT_FALSE(dir.Has("log/TevInfo_trace.log"));
+}
+
+TEST_F(TevUsage, FullDisk_IsAWriteErrorWithStatus2) {
+  Write("a.tev", SmallModel());
+  RunOptions options;
+  options.output = Redirect::To("/dev/full");
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"info", "a.tev"}, {"ls", "--json", "a.tev"}, {"--help"}}) {
+    const RunResult run = Run(arguments, options);
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.error, "tev: Write Error: Unable to write the answer\n");
+  }
+}
+
+TEST_F(TevUsage, ClosedStandardOutput_IsAWriteErrorAndNoModelIsHarmed) {
+  const std::string bytes = SmallModel().Build();
+  dir.Write("a.tev", bytes);
+  RunOptions options;
+  options.output = Redirect{Redirect::Kind::Closed};
+  const RunResult run = Run({"info", "a.tev"}, options);
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.error, "tev: Write Error: Unable to write the answer\n");
+  EXPECT_EQ(dir.Read("a.tev"), bytes);
+}
+
+}  // namespace
+}  // namespace tevtest

@@ -1,0 +1,151 @@
+// Loaded into a program in front of its libraries (LD_PRELOAD): makes one call of malloc and its
+// kin, or one of fread, fail. Counting starts with main(): what runs before, the loader and the
+// constructors of static objects, has no way yet to end but the runtime's own.
+//
+//   TEVTEST_FAULT  "malloc": no memory; "read-error": the read fails; "read-end": the read meets
+//                  the file's end after half of its bytes
+//   TEVTEST_CALL   the number of the call, from 1
+//   TEVTEST_MARK   a file that is created when that call is made
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+// The allocator behind the names that this library takes over.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+}
+
+namespace {
+
+enum class Fault { None, Malloc, ReadError, ReadEnd };
+
+struct State {
+  Fault fault = Fault::None;
+  long callsLeft = 0;
+  const char* mark = nullptr;
+};
+
+// Plain data without a constructor that runs: the first calls come before any could.
+State& TheState() {
+  static constinit State state;
+  return state;
+}
+
+Fault FaultOf(const char* name) {
+  if (name == nullptr)
+    return Fault::None;
+  if (std::strcmp(name, "malloc") == 0)
+    return Fault::Malloc;
+  return std::strcmp(name, "read-error") == 0 ? Fault::ReadError : Fault::ReadEnd;
+}
+
+void Start() {
+  const char* call = std::getenv("TEVTEST_CALL");
+  State& state = TheState();
+  state.callsLeft = call == nullptr ? 0 : std::atol(call);
+  state.mark = std::getenv("TEVTEST_MARK");
+  state.fault = FaultOf(std::getenv("TEVTEST_FAULT"));
+}
+
+void LeaveMark() {
+  const char* mark = TheState().mark;
+  if (mark != nullptr)
+    ::close(::open(mark, O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+}
+
+/// Counts a call and says whether it is the one that fails.
+bool IsReached() {
+  if (--TheState().callsLeft != 0)
+    return false;
+  const int error = errno;
+  LeaveMark();
+  errno = error;
+  return true;
+}
+
+bool IsMallocFailing() {
+  if (TheState().fault != Fault::Malloc || !IsReached())
+    return false;
+  errno = ENOMEM;
+  return true;
+}
+
+template <class Function>
+Function Next(const char* name) {
+  return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+}
+
+using Read = std::size_t (*)(void*, std::size_t, std::size_t, std::FILE*);
+
+/// A read while another file stands under the stream's descriptor, so that the stream's state is
+/// that after a true error or a true end.
+std::size_t ReadFrom(const char* path, void* destination, std::size_t size, std::FILE* stream) {
+  const int descriptor = ::fileno(stream);
+  const int kept = ::dup(descriptor);
+  const int other = ::open(path, O_RDONLY | O_CLOEXEC);
+  ::dup2(other, descriptor);
+  const std::size_t read = Next<Read>("fread")(destination, 1, size, stream);
+  ::dup2(kept, descriptor);
+  ::close(other);
+  ::close(kept);
+  return read;
+}
+
+std::size_t FailingRead(void* destination, std::size_t bytes, std::FILE* stream) {
+  if (TheState().fault == Fault::ReadError)
+    return ReadFrom("/", destination, bytes, stream);  // a directory cannot be read
+  const std::size_t half = Next<Read>("fread")(destination, 1, bytes / 2, stream);
+  return half + ReadFrom("/dev/null", static_cast<char*>(destination) + half, bytes - half, stream);
+}
+
+using Main = int (*)(int, char**, char**);
+
+Main& TheMain() {
+  static Main main = nullptr;
+  return main;
+}
+
+int CountedMain(int count, char** arguments, char** environment) {
+  Start();
+  return TheMain()(count, arguments, environment);
+}
+
+}  // namespace
+
+extern "C" {
+
+void* malloc(std::size_t size) { return IsMallocFailing() ? nullptr : __libc_malloc(size); }
+
+void* calloc(std::size_t count, std::size_t size) {
+  return IsMallocFailing() ? nullptr : __libc_calloc(count, size);
+}
+
+void* realloc(void* memory, std::size_t size) {
+  return IsMallocFailing() ? nullptr : __libc_realloc(memory, size);
+}
+
+std::size_t fread(void* destination, std::size_t size, std::size_t count, std::FILE* stream) {
+  const Fault fault = TheState().fault;
+  if ((fault == Fault::ReadError || fault == Fault::ReadEnd) && size != 0 && IsReached())
+    return FailingRead(destination, size * count, stream) / size;
+  return Next<Read>("fread")(destination, size, count, stream);
+}
+
+int __libc_start_main(Main main, int count, char** arguments, void (*start)(), void (*finish)(),
+                      void (*finishLoader)(), void* stackEnd) {
+  using Function = int (*)(Main, int, char**, void (*)(), void (*)(), void (*)(), void*);
+  TheMain() = main;
+  return Next<Function>("__libc_start_main")(CountedMain, count, arguments, start, finish,
+                                             finishLoader, stackEnd);
+}
+
+}  // extern "C"
