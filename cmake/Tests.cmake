@@ -25,6 +25,10 @@ function(tevinfo_tests folder)
   target_compile_definitions(${target} PRIVATE
     "TEVINFO_SOURCE_DIR=\"${PROJECT_SOURCE_DIR}\""
     "TEVINFO_EXAMPLES_DIR=\"${PROJECT_SOURCE_DIR}/examples\"")
+  if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+    # Some tests limit the address space or replace malloc, which sanitizers need for themselves.
+    target_compile_definitions(${target} PRIVATE TEVTEST_SANITIZED)
+  endif()
   gtest_discover_tests(${target}
     TEST_PREFIX "${folder}."
     DISCOVERY_MODE PRE_TEST

@@ -3,12 +3,7 @@
 // Not built with the address sanitizer: it reserves terabytes of address space for itself, so that
 // no limit can be set.
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TEVTEST_SANITIZED 1
-#endif
-#endif
-#if !defined(__SANITIZE_ADDRESS__) && !defined(TEVTEST_SANITIZED)
+#if !defined(TEVTEST_SANITIZED)
 
 #include <gtest/gtest.h>
 

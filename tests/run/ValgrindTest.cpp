@@ -3,12 +3,7 @@
 // Not built with the address sanitizer, which cannot run under memcheck and looks for the same
 // faults itself in every other test.
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TEVTEST_SANITIZED 1
-#endif
-#endif
-#if !defined(__SANITIZE_ADDRESS__) && !defined(TEVTEST_SANITIZED)
+#if !defined(TEVTEST_SANITIZED)
 
 #include <gtest/gtest.h>
 

@@ -120,7 +120,7 @@ TEST_P(Sweep, EveryDamage_EndsInANamedWay) {
 }
 
 // A sanitizer reserves address space of its own, so that a limit on it means nothing there.
-#if !defined(__SANITIZE_ADDRESS__)
+#if !defined(TEVTEST_SANITIZED)
 
 TEST_P(Sweep, EveryDamage_StaysWithinTheMemoryOfItsContents) {
   // No model of the sweep inflates to more than this.

@@ -19,7 +19,7 @@ class AttributeValue {
   static constexpr std::size_t kTextSize = 256;
 
   /// The unsigned integer 0.
-  AttributeValue() : value_(0U) {}
+  AttributeValue() = default;
   AttributeValue(unsigned int value) : value_(value) {}
   AttributeValue(float value) : value_(value) {}
   AttributeValue(double value) : value_(value) {}
