@@ -1,6 +1,6 @@
 // Makes the models that the benchmarks run on. Nothing of it is kept in the repository.
 //
-//   make_models DIRECTORY CASE...
+//   bench_models DIRECTORY CASE...
 //
 // Cases: dump, nodes, small-data, big-data, tiny, many.
 
@@ -160,7 +160,7 @@ int main(int argc, char** argv) {
   for (int i = 2; i < argc; ++i) {
     const auto maker = makers.find(argv[i]);
     if (maker == makers.end()) {
-      std::cerr << "make_models: no case " << argv[i] << '\n';
+      std::cerr << "bench_models: no case " << argv[i] << '\n';
       return 1;
     }
     maker->second(argv[1]);

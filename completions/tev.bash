@@ -15,12 +15,12 @@ _tev() {
   local word="${COMP_WORDS[COMP_CWORD]}" command="${COMP_WORDS[1]}" options=''
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    _tev_words 'cdf info ls tree --help --version'
+    _tev_words 'cdf check info ls tree --help --version'
     return
   fi
   case "$command" in
     cdf) ;;
-    info | ls) options='--json' ;;
+    check | info | ls) options='--json' ;;
     tree) options='--attributes --depth --json' ;;
     *) return ;;
   esac

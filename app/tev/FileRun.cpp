@@ -23,6 +23,8 @@ class Envelope {
   void Add(const std::string& path, const std::string& answer) {
     if (run_->json) {
       *output_ << (isFirst_ ? "\n    " : ",\n    ") << Indented(answer, "    ");
+    } else if (run_->layout == TextLayout::Lines) {
+      *output_ << answer;
     } else {
       *output_ << (isFirst_ ? "" : "\n") << VisibleText(path) << '\n' << answer;
     }
@@ -52,14 +54,16 @@ class Envelope {
 struct Outcome {
   std::optional<std::string> text;
   std::vector<std::string> faults;
+  bool isFailure = false;
 };
 
 Outcome TryFile(const FileRun& run, const std::string& path) {
   try {
     Answer answer = run.answer(path, run.json);
-    return {std::move(answer.text), std::move(answer.faults)};
+    const bool isFailure = answer.isFailure || !answer.faults.empty();
+    return {std::move(answer.text), std::move(answer.faults), isFailure};
   } catch (...) {
-    return {std::nullopt, {ReasonOfCurrentException()}};
+    return {std::nullopt, {ReasonOfCurrentException()}, true};
   }
 }
 
@@ -84,8 +88,8 @@ Status RunOverFiles(const FileRun& run, std::ostream& output) {
     for (const std::string& fault : outcome.faults) {
       ReportFailure(path, fault);
       envelope.AddFailure(path, fault);
-      status = Status::FileFailed;
     }
+    status = outcome.isFailure ? Status::FileFailed : status;
   }
   envelope.Close();
   return status;

@@ -15,11 +15,16 @@ struct Answer {
   /// What is wrong with the file, one line each; any makes it a failed file, with its
   /// answer written all the same.
   std::vector<std::string> faults = {};
+  bool isFailure = false;  ///< a failed file even without them, since the answer tells why
 };
 
 /// Answers for one file, in JSON or as text. An exception or a GeometryAssertion is a
 /// failure of the file.
 using AnswerFunction = std::function<Answer(const std::string& path, bool json)>;
+
+/// How answers of text stand one after another: each as a section under its path, with an
+/// empty line between two, or all as one list of lines.
+enum class TextLayout { Sections, Lines };
 
 /// A run of a subcommand over files.
 struct FileRun {
@@ -27,12 +32,13 @@ struct FileRun {
   std::vector<std::string> files;
   bool json = false;
   AnswerFunction answer;
+  TextLayout layout = TextLayout::Sections;
 };
 
 /// Writes the answers for all files to "output" as they come, and names those that
 /// failed on standard error.
 ///
-/// Text: a section for each file, under its path and with an empty line between two.
+/// Text: as the layout of the run says.
 /// JSON: one object, {"command", "files": [an object for each file], "failures": [{"file",
 /// "reason"}]}, of the same shape for one file and for many.
 [[nodiscard]] Status RunOverFiles(const FileRun& run, std::ostream& output);

@@ -58,6 +58,7 @@ void AddRow(Table& table, const std::string& name, const BlockTotals& totals) {
 std::string TextOf(const ContainerListing& listing) {
   using enum Table::Align;
   std::ostringstream text;
+  text.exceptions(std::ios::badbit);  // else a lack of memory would only cut the text
   text << "  Version " << VisibleText(listing.version) << ", " << listing.fileSize << " bytes ("
        << LbtUtil::FileSizeText(static_cast<std::int64_t>(listing.fileSize)) << "), index of "
        << listing.indexSize << " bytes at " << listing.indexOffset << "\n\n";

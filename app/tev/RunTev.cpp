@@ -33,6 +33,7 @@ class UsageFormatter : public CLI::Formatter {
 void AddSubcommands(CLI::App& app, Action& action) {
   app.formatter(std::make_shared<UsageFormatter>());
   AddCdf(app, action);
+  AddCheck(app, action);
   AddInfo(app, action);
   AddLs(app, action);
   AddTree(app, action);

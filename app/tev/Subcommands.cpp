@@ -5,11 +5,12 @@
 #include <utility>
 
 CLI::App& AddFileCommand(CLI::App& app, Action& action, const std::string& name,
-                         const std::string& description, AnswerFunction answer) {
+                         const std::string& description, AnswerFunction answer, TextLayout layout) {
   CLI::App& command = *app.add_subcommand(name, description);
   const auto run = std::make_shared<FileRun>();
   run->command = name;
   run->answer = std::move(answer);
+  run->layout = layout;
   // An option that allows extra arguments would take a name in brackets for a list of
   // names; one that wants as many as there can be takes each as it is.
   constexpr int kAsManyAsThereAre = 1 << 28;

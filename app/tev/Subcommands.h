@@ -17,10 +17,12 @@ using Action = std::function<Status(std::ostream& output)>;
 /// Where a command line that is parsed afterwards names it, "action", which must outlive
 /// "app", becomes what it asks for.
 CLI::App& AddFileCommand(CLI::App& app, Action& action, const std::string& name,
-                         const std::string& description, AnswerFunction answer);
+                         const std::string& description, AnswerFunction answer,
+                         TextLayout layout = TextLayout::Sections);
 
 // Each adds its subcommand to "app", as above.
 void AddCdf(CLI::App& app, Action& action);
+void AddCheck(CLI::App& app, Action& action);
 void AddInfo(CLI::App& app, Action& action);
 void AddLs(CLI::App& app, Action& action);
 void AddTree(CLI::App& app, Action& action);

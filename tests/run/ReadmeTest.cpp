@@ -83,13 +83,13 @@ TEST(Readme, EveryExample_PrintsWhatItShows) {
     const tevtest::RunResult result =
         tevtest::RunProgram({"/bin/sh", "-c", "exec 2>&1; " + example.command},
                             {.environment = {{"PATH", programs + ":/usr/bin:/bin"},
-                                             {"QUARLO_TEMP_PATH", (scratch / ".").string()}},
-                             .workingDirectory = scratch / "."});
+                                             {"QUARLO_TEMP_PATH", scratch.Path().string()}},
+                             .workingDirectory = scratch.Path()});
     std::string shown;
     for (const std::string& line : example.output) {
       shown += line + '\n';
     }
-    const std::string printed = WithDefaultLog(result.output, scratch / ".");
+    const std::string printed = WithDefaultLog(result.output, scratch.Path().string());
     EXPECT_TRUE(Matches(LinesOf(tevtest::MaskPeakMemory(shown)), 0, LinesOf(printed), 0))
         << example.command << " prints\n"
         << printed << "and the README shows\n"

@@ -85,6 +85,17 @@ class Index {
   /// index that could not be loaded counts, though the index is empty then.
   [[nodiscard]] std::optional<NumberedBlock> LastLoaded() const;
 
+  /// The block of the second index, where there is one.
+  [[nodiscard]] const std::optional<NumberedBlock>& GetContinuation() const {
+    return continuation_;
+  }
+
+  /// Bytes of the first and of the second index behind their entries, which nothing reads.
+  [[nodiscard]] std::uint32_t GetUnusedBytes() const { return unusedBytes_; }
+  [[nodiscard]] std::uint32_t GetContinuationUnusedBytes() const {
+    return continuationUnusedBytes_;
+  }
+
   [[nodiscard]] bool IsEmpty() const { return cache_.Items().empty(); }
   [[nodiscard]] const std::vector<IndexItem>& GetItems() const { return cache_.Items(); }
   [[nodiscard]] const BlockCache& GetCache() const { return cache_; }
@@ -104,6 +115,8 @@ class Index {
   /// The stream that was asked for last: reads come in runs. Map nodes do not move.
   std::map<std::string, NamedStream, std::less<>>::value_type* recent_ = nullptr;
   std::optional<NumberedBlock> continuation_;
+  std::uint32_t unusedBytes_ = 0;
+  std::uint32_t continuationUnusedBytes_ = 0;
   std::uint8_t nextSequence_ = 0;
   std::uint64_t indexPosition_ = 0;
   std::uint64_t indexSize_ = 0;

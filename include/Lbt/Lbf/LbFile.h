@@ -112,6 +112,10 @@ class LbFile {
   /// BlockCache::ReadRecordedLength. Nothing is inflated.
   [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry);
 
+  /// Reads bytes of the open file as they are stored, from "offset" on, and returns how many
+  /// there are: fewer than asked for at the file's end. Throws "Read Error".
+  [[nodiscard]] std::size_t ReadStored(std::uint64_t offset, std::span<unsigned char> bytes);
+
   [[nodiscard]] Index& GetIndex() { return index_; }
   [[nodiscard]] const Index& GetIndex() const { return index_; }
 

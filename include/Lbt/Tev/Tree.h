@@ -8,6 +8,7 @@
 
 #include "Lbt/Adt/AdtTree.h"
 #include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/LoadObserver.h"
 #include "Lbt/Tev/ModifierInfo.h"
 #include "Lbt/Tev/Node.h"
 
@@ -37,12 +38,13 @@ class Tree : public LbtAdt::Tree<Node*> {
   ///
   /// "parentId" 0 loads the file as the whole tree; another id grafts the file's root
   /// under that node, with all ids shifted to be free ones. "blockMap" gets the id in
-  /// the file by the id in the tree.
+  /// the file by the id in the tree. "observer", unless it is null, is told how far the
+  /// records are read.
   ///
   /// Throws "Element Not Found" where "parentId" is not in the tree, and what reading
   /// streams and records throws; nodes read until then stay.
   void LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& blockMap,
-                unsigned int parentId, bool wideOffsets);
+                unsigned int parentId, bool wideOffsets, LoadObserver* observer = nullptr);
 
   /// Gives every linked variable a copy of its target's array, as the target had it
   /// before; a target that does not exist gives an empty one.

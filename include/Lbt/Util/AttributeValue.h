@@ -5,6 +5,9 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <type_traits>
+
+#include "Lbt/Util/NumberText.h"
 
 namespace LbtUtil {
 
@@ -24,7 +27,7 @@ class AttributeValue {
   AttributeValue(float value) : value_(value) {}
   AttributeValue(double value) : value_(value) {}
   /// The first kTextSize characters of "text", up to the first NUL.
-  AttributeValue(std::string_view text) : value_(Kept(text)) {}
+  AttributeValue(std::string_view text) : value_(std::string(KeptText(text))) {}
   AttributeValue(const std::string& text) : AttributeValue(std::string_view(text)) {}
   AttributeValue(const char* text) : AttributeValue(std::string_view(text)) {}
 
@@ -34,18 +37,31 @@ class AttributeValue {
   /// The value as text: numbers as a C++ output stream writes them by default.
   [[nodiscard]] std::string GetAttributeString() const;
 
+  /// Calls "take" with the same text as a std::string_view, which holds during the call.
+  template <class Take>
+  void WithText(const Take& take) const {
+    Visit([&take](const auto& value) {
+      if constexpr (std::is_arithmetic_v<std::decay_t<decltype(value)>>) {
+        take(Lbt::Util::NumberText(value).View());
+      } else {
+        take(std::string_view(value));
+      }
+    });
+  }
+
   /// Calls "visitor" with the value itself: an unsigned int, float, std::string or double.
   template <class Visitor>
   decltype(auto) Visit(const Visitor& visitor) const {
     return boost::apply_visitor(visitor, value_);
   }
 
+  /// What a value keeps of a text.
+  [[nodiscard]] static std::string_view KeptText(std::string_view text);
+
   /// Whether the value is of the text kind and reads "text".
   [[nodiscard]] bool IsText(std::string_view text) const;
 
  private:
-  static std::string Kept(std::string_view text);
-
   boost::variant<unsigned int, float, std::string, double> value_;
 };
 

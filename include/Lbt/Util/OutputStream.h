@@ -1,8 +1,8 @@
 #pragma once
 
+#include <memory>
 #include <ostream>
 #include <streambuf>
-#include <vector>
 
 namespace Lbt::Util {
 
@@ -22,7 +22,7 @@ class DescriptorBuffer : public std::streambuf {
   [[nodiscard]] bool WriteOut(const char* text, std::size_t count);
   [[nodiscard]] bool Empty();
 
-  std::vector<char> room_;
+  std::unique_ptr<char[]> room_;  // made at the first character
   int descriptor_;
   bool failed_ = false;
 };

@@ -44,6 +44,7 @@ void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long
   Block scratch;
   scratch.Read(stream, static_cast<unsigned int>(size));
   CopyFromBlock<IndexItem>(scratch, items);
+  unusedBytes_ = scratch.GetRemaining();
   if (!items.empty() && items.back().name.starts_with(kContinuationPrefix)) {
     AppendContinuation(stream, items);
   }
@@ -60,6 +61,7 @@ void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items)
   firstIndex.Load(last, stream);
   std::vector<IndexItem> appended;
   CopyFromBlock<IndexItem>(firstIndex.GetBlock(last), appended);
+  continuationUnusedBytes_ = firstIndex.GetBlock(last).GetRemaining();
   items.insert(items.end(), std::make_move_iterator(appended.begin()),
                std::make_move_iterator(appended.end()));
 }

@@ -204,4 +204,14 @@ std::uint32_t LbFile::ReadRecordedLength(std::size_t entry) {
   return index_.ReadRecordedLength(entry, stream_.get());
 }
 
+std::size_t LbFile::ReadStored(std::uint64_t offset, std::span<unsigned char> bytes) {
+  const auto start = static_cast<off_t>(offset);
+  const bool isPlaced = IsOpen() && start >= 0 && fseeko(stream_.get(), start, SEEK_SET) == 0;
+  const std::size_t read = isPlaced ? std::fread(bytes.data(), 1, bytes.size(), stream_.get()) : 0;
+  if (!isPlaced || (read < bytes.size() && std::ferror(stream_.get()) != 0)) {
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+  }
+  return read;
+}
+
 }  // namespace LbtLbf

@@ -4,8 +4,8 @@
 
 #include "Lbt/Lbf/LbFile.h"
 #include "Lbt/Tev/Node.h"
-#include "StreamNames.h"
-#include "TreeRecord.h"
+#include "Lbt/Tev/StreamNames.h"
+#include "Lbt/Tev/TreeRecord.h"
 
 namespace LbtTev {
 

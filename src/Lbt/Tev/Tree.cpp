@@ -5,9 +5,9 @@
 #include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/NodeSets.h"
+#include "Lbt/Tev/StreamNames.h"
+#include "Lbt/Tev/TreeRecord.h"
 #include "NodeFactory.h"
-#include "StreamNames.h"
-#include "TreeRecord.h"
 
 namespace LbtTev {
 
@@ -31,6 +31,9 @@ LbtAdt::TreeNode<Node*> EntryOf(const TreeRecord& record, unsigned int parentId,
           nullptr};
 }
 
+/// A linked variable and the array that it gets.
+using Link = std::pair<Geometry::VarStruct*, NumericArray>;
+
 /// The array of a link's target; an empty one where there is none.
 NumericArray TargetOf(const Tree& tree, const Geometry::VarStruct& variable) {
   const auto* entry = tree.FindNode(variable.linkNodeId);
@@ -41,11 +44,10 @@ NumericArray TargetOf(const Tree& tree, const Geometry::VarStruct& variable) {
   return target->variables[variable.linkVariableIndex].array;
 }
 
-template <class Kind, class Nodes, class Visit>
-void ForEach(const Nodes& nodes, Visit visit) {
-  for (const auto& [id, entry] : nodes) {
-    if (auto* node = dynamic_cast<Kind*>(entry.data); node != nullptr) {
-      visit(*node);
+void CollectLinks(const Tree& tree, Geometry& geometry, std::vector<Link>& links) {
+  for (Geometry::VarStruct& variable : geometry.variables) {
+    if (variable.isLinked) {
+      links.emplace_back(&variable, TargetOf(tree, variable));
     }
   }
 }
@@ -69,13 +71,10 @@ void Tree::LoadGlobalInfo(LbtLbf::LbFile& file) {
 }
 
 void Tree::LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& blockMap,
-                    unsigned int parentId, bool wideOffsets) {
+                    unsigned int parentId, bool wideOffsets, LoadObserver* observer) {
   const StreamNames streams;
   const unsigned int idOffset = parentId == 0 ? 0 : GetNextId() - 1;
-  int count = 0;
-  if (const auto stored = file.GetBytes(streams.tree, sizeof count); !stored.empty()) {
-    count = Lbt::Util::FromLittleEndian<int>(stored.data());
-  }
+  const int count = ReadTreeRecordCount(file, streams.tree);
   for (int i = 0; i < count; ++i) {
     const TreeRecord record = ReadTreeRecord(file, streams.tree, wideOffsets);
     const LbtAdt::TreeNode<Node*> entry = EntryOf(record, parentId, idOffset);
@@ -83,11 +82,17 @@ void Tree::LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& 
     if (record.lightDataPosition != 0) {
       file.SetBlockPosition(streams.light, record.lightDataPosition);
     }
+    if (observer != nullptr) {
+      observer->OnRecord(record);
+    }
     std::unique_ptr<Node> node = ReadNode(file, streams, record, idOffset);
     if (i == 0 && parentId != 0) {
       GraftNode(parentId, entry, std::move(node));
     } else {
       InsertNode(entry, std::move(node));
+    }
+    if (observer != nullptr) {
+      observer->OnNode();
     }
   }
   LoadNumbers(file);
@@ -111,9 +116,25 @@ void Tree::GraftNode(unsigned int parentId, const LbtAdt::TreeNode<Node*>& recor
 /// Runs over all nodes, those of earlier loads included.
 void Tree::LoadNumbers(LbtLbf::LbFile& file) {
   const std::string heavy = StreamNames().heavy;
-  ForEach<Geometry>(GetNodes(), [&](Geometry& node) { node.LoadConnectivityBlocks(file, heavy); });
-  ForEach<Geometry>(GetNodes(), [&](Geometry& node) { node.LoadOtherBlocks(file, heavy); });
-  ForEach<NodeSets>(GetNodes(), [&](NodeSets& node) { node.LoadDataBlocks(file, heavy); });
+  // In three passes, one kind of data after the other, whatever the order of the nodes.
+  std::vector<Geometry*> geometries;
+  std::vector<NodeSets*> nodeSets;
+  for (const auto& [id, entry] : GetNodes()) {
+    if (auto* geometry = dynamic_cast<Geometry*>(entry.data); geometry != nullptr) {
+      geometries.push_back(geometry);
+    } else if (auto* sets = dynamic_cast<NodeSets*>(entry.data); sets != nullptr) {
+      nodeSets.push_back(sets);
+    }
+  }
+  for (Geometry* geometry : geometries) {
+    geometry->LoadConnectivityBlocks(file, heavy);
+  }
+  for (Geometry* geometry : geometries) {
+    geometry->LoadOtherBlocks(file, heavy);
+  }
+  for (NodeSets* sets : nodeSets) {
+    sets->LoadDataBlocks(file, heavy);
+  }
 }
 
 void Tree::UpdateLinkedBuffers() {
@@ -123,14 +144,12 @@ void Tree::UpdateLinkedBuffers() {
   Lbt::Log::Trace("Updating buffer links ... ", "include/Lbt/Tev/Tree", kFirstLine);
   // All targets are copied before any variable changes: a link to a linked variable
   // gets what that one had.
-  std::vector<std::pair<Geometry::VarStruct*, NumericArray>> links;
-  ForEach<Geometry>(GetNodes(), [&](Geometry& geometry) {
-    for (Geometry::VarStruct& variable : geometry.variables) {
-      if (variable.isLinked) {
-        links.emplace_back(&variable, TargetOf(*this, variable));
-      }
+  std::vector<Link> links;
+  for (const auto& [id, entry] : GetNodes()) {
+    if (auto* geometry = dynamic_cast<Geometry*>(entry.data); geometry != nullptr) {
+      CollectLinks(*this, *geometry, links);
     }
-  });
+  }
   for (auto& [variable, array] : links) {
     variable->array = std::move(array);
   }

@@ -1,6 +1,13 @@
-#include "TreeRecord.h"
+#include "Lbt/Tev/TreeRecord.h"
+
+#include "Lbt/Util/LittleEndian.h"
 
 namespace LbtTev {
+
+int ReadTreeRecordCount(LbtLbf::LbFile& file, const std::string& name) {
+  const auto stored = file.GetBytes(name, sizeof(int));
+  return stored.empty() ? 0 : Lbt::Util::FromLittleEndian<int>(stored.data());
+}
 
 TreeRecord ReadTreeRecord(LbtLbf::LbFile& file, const std::string& name, bool wideOffsets) {
   TreeRecord record;

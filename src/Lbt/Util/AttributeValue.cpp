@@ -13,9 +13,9 @@ bool AttributeValue::IsText(std::string_view text) const {
   return held != nullptr && *held == text;
 }
 
-std::string AttributeValue::Kept(std::string_view text) {
+std::string_view AttributeValue::KeptText(std::string_view text) {
   text = text.substr(0, kTextSize);
-  return std::string(text.substr(0, text.find('\0')));
+  return text.substr(0, text.find('\0'));
 }
 
 }  // namespace LbtUtil

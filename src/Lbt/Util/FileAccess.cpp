@@ -109,9 +109,9 @@ std::optional<int> OpenForReplacing(const std::string& path, std::optional<FileI
 std::optional<int> OpenLog(const std::string& path) {
   // Appending keeps runs that share a log from leaving holes where another one emptied it: a log
   // that starts with a hole is no text, and no later run would write to it.
-  Descriptor file(open(
-      path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
-      kReadableByAll));
+  Descriptor file(open(path.c_str(),
+                       O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
+                       kReadableByAll));
   struct stat status {};
   if (file.Get() < 0 || fstat(file.Get(), &status) != 0) {
     return std::nullopt;

@@ -16,9 +16,9 @@ constexpr std::size_t kRoom = std::size_t{64} * 1024;
 DescriptorBuffer::DescriptorBuffer(int descriptor) : descriptor_(descriptor) {}
 
 DescriptorBuffer::int_type DescriptorBuffer::overflow(int_type character) {
-  if (room_.empty()) {
-    room_.resize(kRoom);
-    setp(room_.data(), room_.data() + room_.size());
+  if (room_ == nullptr) {
+    room_ = std::make_unique_for_overwrite<char[]>(kRoom);
+    setp(room_.get(), room_.get() + kRoom);
   } else if (!Empty()) {
     return traits_type::eof();
   }

@@ -43,6 +43,7 @@ std::string ToString<double>(const double& value) {
 template <>
 float FromString<float>(const std::string& text) {
   std::istringstream stream(text);
+  stream.exceptions(std::ios::badbit);  // else a lack of memory would read as no number
   float value = 0.0F;
   stream >> value;
   return value;

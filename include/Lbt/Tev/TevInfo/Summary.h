@@ -1,8 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -44,8 +46,18 @@ class SummaryCollector {
   [[nodiscard]] SummaryFacts Facts(const GroupListing& groups) const;
 
  private:
-  using Texts = std::unordered_set<std::string>;
+  /// Lets texts be looked up without making strings of them.
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const {
+      return std::hash<std::string_view>()(text);
+    }
+  };
+  using Texts = std::unordered_set<std::string, Hash, std::equal_to<>>;
 
+  static void Insert(Texts& texts, std::string_view text);
+  static void Insert(Texts& texts, const LbtUtil::AttributeValue& value);
+  static void InsertInstance(Texts& texts, std::string_view name);
   void AddAll(const LbtUtil::AttributeMap& attributes, bool hasInstance);
   [[nodiscard]] std::string Category() const;
 

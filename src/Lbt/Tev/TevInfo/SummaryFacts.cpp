@@ -12,31 +12,48 @@ std::size_t ListingSize(const GroupListing& groups, const std::string& name) {
 }
 
 /// In ascending byte order.
-std::vector<std::string> Sorted(const std::unordered_set<std::string>& texts) {
+template <class Texts>
+std::vector<std::string> Sorted(const Texts& texts) {
   std::vector<std::string> sorted(texts.begin(), texts.end());
   std::ranges::sort(sorted);
   return sorted;
 }
 
-std::string WithBlanks(std::string instanceName) {
-  std::ranges::replace(instanceName, kRecordSeparator, ' ');
-  return instanceName;
+}  // namespace
+
+void SummaryCollector::Insert(Texts& texts, std::string_view text) {
+  if (!texts.contains(text)) {
+    texts.emplace(text);
+  }
 }
 
-}  // namespace
+void SummaryCollector::Insert(Texts& texts, const LbtUtil::AttributeValue& value) {
+  value.WithText([&texts](std::string_view text) { Insert(texts, text); });
+}
+
+/// Instance names are shown with blanks in place of separators.
+void SummaryCollector::InsertInstance(Texts& texts, std::string_view name) {
+  if (name.find(kRecordSeparator) == std::string_view::npos) {
+    Insert(texts, name);
+    return;
+  }
+  std::string shown(name);
+  std::ranges::replace(shown, kRecordSeparator, ' ');
+  Insert(texts, std::string_view(shown));
+}
 
 void SummaryCollector::Add(const LbtUtil::AttributeMap& attributes) {
   if (const auto name = attributes.find("Result Name"); name != attributes.end()) {
-    resultNames_.insert(name->second.GetAttributeString());
+    Insert(resultNames_, name->second);
   }
   AddAll(attributes, false);
 }
 
 void SummaryCollector::Add(const LbtTev::Geometry::VarStruct& variable, const VariableName& name) {
-  // Through an attribute value, since that is what cuts a long name.
-  resultNames_.insert(LbtUtil::AttributeValue(name.result).GetAttributeString());
+  // As an attribute value would keep them, which is what cuts a long name.
+  Insert(resultNames_, LbtUtil::AttributeValue::KeptText(name.result));
   if (!name.instance.empty()) {
-    instanceNames_.insert(WithBlanks(LbtUtil::AttributeValue(name.instance).GetAttributeString()));
+    InsertInstance(instanceNames_, LbtUtil::AttributeValue::KeptText(name.instance));
   }
   AddAll(variable.attributes, !name.instance.empty());
 }
@@ -45,15 +62,15 @@ void SummaryCollector::Add(const LbtTev::Geometry::VarStruct& variable, const Va
 void SummaryCollector::AddAll(const LbtUtil::AttributeMap& attributes, bool hasInstance) {
   for (const auto& [name, value] : attributes) {
     if (name == "Title") {
-      titles_.insert(value.GetAttributeString());
+      Insert(titles_, value);
     } else if (name == "Category") {
-      categories_.insert(value.GetAttributeString());
+      Insert(categories_, value);
     } else if (name == "Frequency") {
-      frequencies_.insert(value.GetAttributeString());
+      Insert(frequencies_, value);
     } else if (name == "Time") {
-      times_.insert(value.GetAttributeString());
+      Insert(times_, value);
     } else if (name == "Instance Name" && !hasInstance) {
-      instanceNames_.insert(WithBlanks(value.GetAttributeString()));
+      value.WithText([this](std::string_view text) { InsertInstance(instanceNames_, text); });
     }
     hasMode_ = hasMode_ || name == "Mode";
     hasLoadCase_ = hasLoadCase_ || name == "LoadCase";

@@ -6,7 +6,8 @@
 
 namespace LbtTev {
 
-/// A tree record as it is stored.
+/// A tree record as it is stored: the links of a node by id (0: none), what it is called and
+/// what it is, and where its light data lies (0: where that of the one before ended).
 struct TreeRecord {
   unsigned int id = 0;
   unsigned int parent = 0;
@@ -20,7 +21,12 @@ struct TreeRecord {
   unsigned long lightDataPosition = 0;
 };
 
-/// Reads the next record of stream "name"; "wideOffsets" for a 64-bit position.
+/// Reads how many records stream "name" claims, from its start; none where it is missing.
+/// Throws what reading a stream throws.
+[[nodiscard]] int ReadTreeRecordCount(LbtLbf::LbFile& file, const std::string& name);
+
+/// Reads the next record of stream "name"; "wideOffsets" for a 64-bit position. Throws what
+/// reading a stream throws.
 [[nodiscard]] TreeRecord ReadTreeRecord(LbtLbf::LbFile& file, const std::string& name,
                                         bool wideOffsets);
 

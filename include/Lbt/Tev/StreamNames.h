@@ -4,7 +4,7 @@
 
 namespace LbtTev {
 
-/// The streams of the model layer.
+/// The names of the streams that a model consists of.
 struct StreamNames {
   std::string tree = "Tev Tree";
   std::string light = "Light Data";

@@ -1,0 +1,175 @@
+#include "ContainerCheck.h"
+
+#include <algorithm>
+#include <new>
+#include <typeinfo>
+
+#include "Lbt/Lbf/BlockCheck.h"
+#include "Lbt/Tev/OpenModel.h"
+#include "Lbt/Util/Exception.h"
+
+using Lbt::Util::Exception;
+using LbtLbf::LbFile;
+
+namespace {
+
+constexpr int kZlibBufferError = -5;
+
+NumberedName NameOf(const LbtLbf::NumberedBlock& block) { return {block.number, block.stream}; }
+
+Finding FindingOn(const CheckedBlock& block, Finding::Kind kind, std::string text) {
+  return {.kind = kind, .text = std::move(text), .block = block.name, .offset = block.offset};
+}
+
+/// What is wrong with a block, if anything.
+std::optional<Finding> FaultOf(const CheckedBlock& block) {
+  using enum Finding::Kind;
+  const LbtLbf::BlockCheck& check = block.check;
+  if (check.sizeInFile < block.storedSize) {
+    Finding finding = FindingOn(block, BlockOutsideFile, "the file ends before the block does");
+    finding.claimed = block.storedSize;
+    finding.found = check.sizeInFile;
+    return finding;
+  }
+  if (!check.recordedLength) {
+    return FindingOn(block, UnreadableBlock, "the block is too short for a compressed one");
+  }
+  const std::string code = " (code " + std::to_string(check.zlibCode) + ")";
+  if (check.isCut) {
+    return FindingOn(block, UnreadableBlock, "the block ends before its zlib stream does" + code);
+  }
+  if (check.zlibCode == kZlibBufferError) {
+    Finding finding = FindingOn(block, UnreadableBlock,
+                                "zlib finds more data than the block's recorded length" + code);
+    finding.claimed = check.recordedLength;
+    return finding;
+  }
+  if (check.zlibCode != 0) {
+    return FindingOn(block, UnreadableBlock, "zlib refuses the data" + code);
+  }
+  if (check.length < *check.recordedLength) {
+    Finding finding =
+        FindingOn(block, RecordedLength, "the recorded length is above what comes out");
+    finding.claimed = check.recordedLength;
+    finding.found = check.length;
+    return finding;
+  }
+  return std::nullopt;
+}
+
+void AddUnused(std::uint64_t offset, std::uint64_t size, std::uint64_t unused,
+               std::optional<NumberedName> block, std::vector<Finding>& findings) {
+  if (unused != 0) {
+    findings.push_back({.kind = Finding::Kind::UnusedBytes,
+                        .text = "the index has bytes behind its last entry",
+                        .block = std::move(block),
+                        .offset = offset,
+                        .claimed = size,
+                        .found = size - unused});
+  }
+}
+
+/// Tells where the first index is, and how much of it where the file ends before it does.
+void PlaceIndex(const LbFile& file, Finding& finding) {
+  const std::uint64_t offset = file.GetIndex().GetIndexPosition();
+  const std::uint64_t size = file.GetIndex().GetIndexSize();
+  const std::uint64_t fileSize = file.GetSize().value_or(0);
+  finding.offset = offset;
+  if (offset + size > fileSize) {
+    finding.claimed = size;
+    finding.found = fileSize - std::min(fileSize, offset);
+  }
+}
+
+void AddUnusedOfContinuation(const LbtLbf::Index& index, const CheckedBlock& block,
+                             std::vector<Finding>& findings) {
+  const std::uint64_t unused = index.GetContinuationUnusedBytes();
+  const std::uint64_t length = block.check.length;
+  const std::uint64_t within = block.isCompressed ? 0 : length - unused;
+  AddUnused(block.offset + within, length, unused, block.name, findings);
+}
+
+void CheckContents(LbFile& file, const LbtLbf::IndexItem& item, CheckedBlock& block,
+                   std::vector<Finding>& findings) {
+  try {
+    block.check = LbtLbf::CheckBlock(file, item);
+    if (std::optional<Finding> fault = FaultOf(block)) {
+      findings.push_back(std::move(*fault));
+    }
+  } catch (const std::exception& exception) {
+    findings.push_back(FindingOn(block, Finding::Kind::UnreadableBlock,
+                                 "the block cannot be read: " + ReasonOf(exception, file)));
+  }
+}
+
+}  // namespace
+
+std::string ReasonOf(const std::exception& exception, const LbFile& file) {
+  if (const auto* known = dynamic_cast<const Exception*>(&exception)) {
+    return known->GetLogMessage();
+  }
+  if (dynamic_cast<const std::bad_alloc*>(&exception) != nullptr) {
+    return "not enough memory";
+  }
+  const auto block = file.GetIndex().LastLoaded();
+  if (typeid(exception) == typeid(std::exception) && block) {
+    return "zlib refuses the data of block " + std::to_string(block->number) + " (" +
+           block->stream + ")";
+  }
+  return exception.what();
+}
+
+bool CheckHeader(LbFile& file, const std::string& path, bool& wideOffsets,
+                 std::vector<Finding>& findings) {
+  try {
+    static_cast<void>(LbtTev::OpenContainer(file, path, wideOffsets));
+    return true;
+  } catch (const Exception& exception) {
+    if (!file.IsOpen()) {
+      throw;
+    }
+    const bool isOther = exception.GetType() == Exception::ErrorType::FormatNotSupported;
+    findings.push_back({.kind = Finding::Kind::Header,
+                        .text = isOther ? "the file does not begin with the signature of a Tev file"
+                                        : exception.GetLogMessage()});
+    return false;
+  }
+}
+
+bool CheckIndex(LbFile& file, std::vector<Finding>& findings) {
+  try {
+    file.ReadIndex();
+    return true;
+  } catch (const std::exception& exception) {
+    Finding finding{.kind = Finding::Kind::Index,
+                    .text = "the index cannot be read: " + ReasonOf(exception, file)};
+    if (const auto& second = file.GetIndex().GetContinuation()) {
+      finding.block = NameOf(*second);
+    } else {
+      PlaceIndex(file, finding);
+    }
+    findings.push_back(std::move(finding));
+    return false;
+  }
+}
+
+std::vector<CheckedBlock> CheckBlocks(LbFile& file, std::vector<Finding>& findings) {
+  const LbtLbf::Index& index = file.GetIndex();
+  const auto& second = index.GetContinuation();
+  AddUnused(index.GetIndexPosition() + index.GetIndexSize() - index.GetUnusedBytes(),
+            index.GetIndexSize(), index.GetUnusedBytes(), std::nullopt, findings);
+  std::vector<CheckedBlock> blocks;
+  blocks.reserve(index.GetItems().size());
+  for (const LbtLbf::IndexItem& item : index.GetItems()) {
+    CheckedBlock& block = blocks.emplace_back();
+    block.name = {blocks.size() - 1, item.name};
+    block.offset = item.position;
+    block.storedSize = item.size;
+    block.isCompressed = item.IsCompressed();
+    CheckContents(file, item, block, findings);
+    if (second && second->number == block.name.number) {
+      AddUnusedOfContinuation(index, block, findings);
+    }
+  }
+  return blocks;
+}

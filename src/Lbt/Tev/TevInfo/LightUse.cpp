@@ -1,0 +1,67 @@
+#include "LightUse.h"
+
+#include <algorithm>
+#include <exception>
+
+#include "Lbt/Tev/StreamNames.h"
+
+LightUse::LightUse(LbtLbf::LbFile& file, const StreamMap& map)
+    : file_(&file),
+      map_(&map),
+      stream_(LbtTev::StreamNames().light),
+      isKnown_(map.IsExact() && !map.IsEmpty()) {}
+
+void LightUse::OnRecord(const LbtTev::TreeRecord& record) {
+  ++recordCount_;
+  start_ = record.lightDataPosition != 0 ? record.lightDataPosition : end_;
+}
+
+void LightUse::OnNode() {
+  ++nodeCount_;
+  if (!isKnown_) {
+    return;
+  }
+  try {
+    end_ = Cursor();
+    if (start_ < end_) {
+      used_.emplace_back(start_, end_);
+    }
+  } catch (const std::exception&) {
+    isKnown_ = false;  // the next block cannot be loaded, of which others tell
+  }
+}
+
+/// Where the next read would begin. That a block which is used up gives way to the next one
+/// does no harm: between them lies nothing.
+std::uint64_t LightUse::Cursor() {
+  const LbtLbf::Block& block = file_->GetReadingBlock(stream_);
+  const auto& blocks = file_->GetIndex().GetCache().Blocks();
+  return map_->StartOf(static_cast<std::uint64_t>(&block - blocks.data())) + block.GetPosition();
+}
+
+void LightUse::FindUnused(std::vector<Finding>& findings) {
+  if (!isKnown_) {
+    return;
+  }
+  std::ranges::sort(used_);
+  used_.emplace_back(map_->Length(), map_->Length());
+  std::uint64_t end = 0;
+  std::uint64_t unused = 0;
+  std::uint64_t first = 0;
+  for (const auto& [start, behind] : used_) {
+    if (start > end) {
+      first = unused == 0 ? end : first;
+      unused += start - end;
+    }
+    end = std::max(end, behind);
+  }
+  if (unused != 0) {
+    Finding finding{.kind = Finding::Kind::UnusedBytes,
+                    .text = "there is light data that no record reads, from byte " +
+                            std::to_string(first) + " of its stream on",
+                    .claimed = map_->Length(),
+                    .found = map_->Length() - unused};
+    map_->Place(first, finding);
+    findings.push_back(std::move(finding));
+  }
+}

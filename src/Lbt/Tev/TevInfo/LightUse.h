@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/LoadObserver.h"
+#include "Lbt/Tev/TevInfo/ModelCheck.h"
+#include "StreamMap.h"
+
+/// Follows the loading of a tree: how far it is, and which light data its records read.
+class LightUse final : public LbtTev::LoadObserver {
+ public:
+  /// Both must outlive this. "map" is that of the light data.
+  LightUse(LbtLbf::LbFile& file, const StreamMap& map);
+
+  void OnRecord(const LbtTev::TreeRecord& record) override;
+  void OnNode() override;
+
+  /// How many records have been read, and how many of their nodes.
+  [[nodiscard]] std::size_t RecordCount() const { return recordCount_; }
+  [[nodiscard]] std::size_t NodeCount() const { return nodeCount_; }
+
+  /// Tells of light data that no record has read. Call it after a tree was loaded whole. Does
+  /// nothing where the lengths of blocks are in doubt, and with them the places of all data.
+  void FindUnused(std::vector<Finding>& findings);
+
+ private:
+  [[nodiscard]] std::uint64_t Cursor();
+
+  LbtLbf::LbFile* file_;
+  const StreamMap* map_;
+  std::string stream_;
+  bool isKnown_;
+  std::uint64_t start_ = 0;
+  std::uint64_t end_ = 0;
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> used_;
+  std::size_t recordCount_ = 0;
+  std::size_t nodeCount_ = 0;
+};

@@ -1,0 +1,153 @@
+#include "Lbt/Tev/TevInfo/ModelCheck.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_set>
+
+#include "ContainerCheck.h"
+#include "Lbt/Tev/Geometry.h"
+#include "Lbt/Tev/NodeSets.h"
+#include "Lbt/Tev/OpenModel.h"
+#include "Lbt/Tev/StreamNames.h"
+#include "Lbt/Tev/Tree.h"
+#include "LightUse.h"
+#include "RecordCheck.h"
+#include "VariableCheck.h"
+
+namespace {
+
+/// Loads a model as reports do, but goes on after each failure with what is left to be loaded.
+class TolerantLoad {
+ public:
+  TolerantLoad(const std::vector<CheckedBlock>& blocks, const TreeRecords& records,
+               std::vector<Finding>& findings)
+      : records_(&records),
+        findings_(&findings),
+        lightMap_(blocks, LbtTev::StreamNames().light),
+        heavyMap_(blocks, LbtTev::StreamNames().heavy),
+        lightUse_(tree_.GetFile(), lightMap_) {}
+
+  void Run(const std::string& path) {
+    bool wideOffsets = false;
+    static_cast<void>(LbtTev::OpenContainer(tree_.GetFile(), path, wideOffsets));
+    LoadModifiers();
+    if (!LoadTree(wideOffsets)) {
+      LoadRest();
+    }
+    FindUnread();
+    if (unread_.empty() && records_->areAll) {
+      lightUse_.FindUnused(*findings_);
+    }
+    tree_.UpdateLinkedBuffers();
+    CheckVariables(
+        tree_, heavyMap_, [this](unsigned int id) { return MayBeUnread(id); }, *findings_);
+  }
+
+ private:
+  void LoadModifiers() {
+    try {
+      tree_.LoadGlobalInfo(tree_.GetFile());
+    } catch (const std::exception& exception) {
+      findings_->push_back(
+          FindingOn("the records of the programs that wrote the file cannot be read", exception));
+    }
+  }
+
+  bool LoadTree(bool wideOffsets) {
+    std::map<unsigned int, unsigned int> fileIds;
+    try {
+      tree_.LoadTree(tree_.GetFile(), fileIds, 0, wideOffsets, &lightUse_);
+      return true;
+    } catch (const std::exception& exception) {
+      AddUnreadableNode(exception);
+      return false;
+    }
+  }
+
+  /// Nothing to add for a tree record that cannot be read, which has been told of already, nor
+  /// for what follows the records, which is tried again for each node.
+  void AddUnreadableNode(const std::exception& exception) {
+    const std::size_t at = lightUse_.NodeCount();
+    if (at < lightUse_.RecordCount() && at < records_->records.size()) {
+      const LbtTev::TreeRecord& record = records_->records[at];
+      Finding finding = FindingOn("its data cannot be read", exception);
+      finding.node = NumberedName{record.id, record.name};
+      findings_->push_back(std::move(finding));
+    }
+  }
+
+  void FindUnread() {
+    const auto& all = records_->records;
+    for (std::size_t i = lightUse_.NodeCount(); i < all.size(); ++i) {
+      unread_.insert(all[i].id);
+    }
+  }
+
+  /// What loading a tree does behind the records.
+  void LoadRest() {
+    for (const auto& [id, entry] : tree_.GetNodes()) {
+      if (auto* geometry = dynamic_cast<LbtTev::Geometry*>(entry.data)) {
+        geometry->LoadConnectivityBlocks(tree_.GetFile(), LbtTev::StreamNames().heavy);
+        geometry->LoadOtherBlocks(tree_.GetFile(), LbtTev::StreamNames().heavy);
+      } else if (auto* nodeSets = dynamic_cast<LbtTev::NodeSets*>(entry.data)) {
+        LoadNodeSets(id, *nodeSets);
+      }
+    }
+  }
+
+  void LoadNodeSets(unsigned int id, LbtTev::NodeSets& nodeSets) {
+    const CheckedBlock* block = heavyMap_.BlockAt(nodeSets.heavyDataPosition);
+    if (block != nullptr && !block->IsGood()) {
+      // Trying would only cost as much again for each.
+      AddUnreadableSets(id, nodeSets,
+                        {.kind = Finding::Kind::UnreadableRecord,
+                         .text = "its node sets cannot be read, since their block cannot"});
+      return;
+    }
+    try {
+      nodeSets.LoadDataBlocks(tree_.GetFile(), LbtTev::StreamNames().heavy);
+    } catch (const std::exception& exception) {
+      AddUnreadableSets(id, nodeSets, FindingOn("its node sets cannot be read", exception));
+    }
+  }
+
+  void AddUnreadableSets(unsigned int id, const LbtTev::NodeSets& nodeSets, Finding finding) {
+    finding.node = NumberedName{id, nodeSets.name};
+    heavyMap_.Place(nodeSets.heavyDataPosition, finding);
+    findings_->push_back(std::move(finding));
+  }
+
+  [[nodiscard]] Finding FindingOn(const std::string& text, const std::exception& exception) const {
+    return {.kind = Finding::Kind::UnreadableRecord,
+            .text = text + ": " + ReasonOf(exception, tree_.GetFile())};
+  }
+
+  [[nodiscard]] bool MayBeUnread(unsigned int id) const {
+    return unread_.contains(id) || (!records_->areAll && tree_.FindNode(id) == nullptr);
+  }
+
+  const TreeRecords* records_;
+  std::vector<Finding>* findings_;
+  StreamMap lightMap_;
+  StreamMap heavyMap_;
+  LbtTev::Tree tree_;
+  LightUse lightUse_;
+  std::unordered_set<unsigned int> unread_;  // ids of records whose nodes were not loaded
+};
+
+}  // namespace
+
+std::vector<Finding> CheckModel(const std::string& path) {
+  std::vector<Finding> findings;
+  LbtLbf::LbFile file;
+  bool wideOffsets = false;
+  if (!CheckHeader(file, path, wideOffsets, findings) || !CheckIndex(file, findings)) {
+    return findings;
+  }
+  const std::vector<CheckedBlock> blocks = CheckBlocks(file, findings);
+  const TreeRecords records =
+      ReadTreeRecords(file, wideOffsets, StreamMap(blocks, LbtTev::StreamNames().tree), findings);
+  CheckStructure(records, findings);
+  TolerantLoad(blocks, records, findings).Run(path);
+  return findings;
+}

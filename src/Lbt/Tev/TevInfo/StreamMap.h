@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Lbt/Lbf/BlockCheck.h"
+#include "Lbt/Lbf/Index.h"
+#include "Lbt/Tev/TevInfo/ModelCheck.h"
+
+/// A block of a container with what checking it has shown.
+struct CheckedBlock {
+  NumberedName name;
+  std::uint64_t offset = 0;  ///< in the file
+  std::uint32_t storedSize = 0;
+  bool isCompressed = false;
+  LbtLbf::BlockCheck check;
+
+  /// Whether it can be loaded.
+  [[nodiscard]] bool IsGood() const {
+    return check.sizeInFile == storedSize && check.recordedLength && check.zlibCode == 0;
+  }
+};
+
+/// Where the blocks of one stream lie, by the lengths that they are recorded with: a seek
+/// counts blocks with those as long as it has not read them.
+class StreamMap {
+ public:
+  /// Keeps pointers to the blocks of that stream among "blocks".
+  StreamMap(const std::vector<CheckedBlock>& blocks, const std::string& stream);
+
+  [[nodiscard]] bool IsEmpty() const { return spans_.empty(); }
+
+  /// Whether every block can be loaded and holds what it is recorded with.
+  [[nodiscard]] bool IsExact() const { return isExact_; }
+
+  /// Length of the stream.
+  [[nodiscard]] std::uint64_t Length() const { return length_; }
+
+  /// Where a block of the stream starts in it, by its number among all blocks.
+  [[nodiscard]] std::uint64_t StartOf(std::uint64_t number) const;
+
+  /// The block that a position of the stream lies in, the last one for any beyond; null where
+  /// there is none.
+  [[nodiscard]] const CheckedBlock* BlockAt(std::uint64_t position) const;
+
+  /// Tells in "finding" which block a position lies in, and where in the file it is.
+  void Place(std::uint64_t position, Finding& finding) const;
+
+  /// Bytes between a position and the end of its block, which no value goes beyond.
+  [[nodiscard]] std::uint64_t BytesAt(std::uint64_t position) const;
+
+ private:
+  struct Span {
+    std::uint64_t start;
+    const CheckedBlock* block;
+  };
+
+  [[nodiscard]] const Span* SpanAt(std::uint64_t position) const;
+
+  std::vector<Span> spans_;
+  std::uint64_t length_ = 0;
+  bool isExact_ = true;
+};

@@ -1,0 +1,275 @@
+#include "VariableCheck.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <tuple>
+#include <unordered_map>
+
+#include "ContainerCheck.h"
+#include "Lbt/Tev/Geometry.h"
+#include "Lbt/Tev/TevInfo/PartsAndResults.h"
+
+using LbtTev::Geometry;
+using Variable = Geometry::VarStruct;
+
+namespace {
+
+constexpr std::uint64_t kElementSize = 4;
+
+/// A variable at its place in the tree.
+struct PlacedVariable {
+  unsigned int nodeId = 0;
+  const Geometry* geometry = nullptr;
+  std::size_t index = 0;
+
+  [[nodiscard]] const Variable& Get() const { return geometry->variables[index]; }
+  [[nodiscard]] const LbtTev::NumericArray& Array() const { return Get().array; }
+
+  [[nodiscard]] Finding FindingOn(Finding::Kind kind, std::string text) const {
+    return {.kind = kind,
+            .text = std::move(text),
+            .node = NumberedName{nodeId, geometry->name},
+            .variable = NumberedName{index, Get().name}};
+  }
+
+  /// What decides about the success of loading it.
+  [[nodiscard]] auto Range() const {
+    return std::tuple(Array().loader->GetPosition(), Array().loader->GetByteSize(),
+                      Array().GetWidth(), Array().loader->IsShuffled());
+  }
+};
+
+/// How many nodes a geometry has, where that is certain.
+std::optional<std::uint64_t> NodeCountOf(const Geometry& geometry) {
+  std::optional<std::uint64_t> count;
+  for (const Variable& variable : geometry.variables) {
+    const std::string result = VariableName(variable.name).result;
+    if (variable.variableType != Geometry::VariableType::Coordinates && result != "Coordinates" &&
+        result != "Node Ids") {
+      continue;
+    }
+    const LbtTev::NumericArray& array = variable.array;
+    if (array.GetWidth() == 0 || (variable.isLinked && array.loader == nullptr)) {
+      return std::nullopt;
+    }
+    count = std::max(count.value_or(0), array.GetNumElements() / array.GetWidth());
+  }
+  return count;
+}
+
+bool RefersToNodes(const Variable& variable) {
+  return Geometry::IsConnectivity(variable.variableType) &&
+         variable.variableType != Geometry::VariableType::VerticesPerFace;
+}
+
+/// Loads data in the order of the stream, so that each block is read once, and the same data
+/// once for all variables that share it.
+class DataCheck {
+ public:
+  DataCheck(const LbtTev::Tree& tree, const StreamMap& map, std::vector<Finding>& findings)
+      : file_(&tree.GetFile()), map_(&map), findings_(&findings), allowance_(kMost * map.Length()) {
+    allowance_ += kSpare;
+  }
+
+  void Add(const PlacedVariable& variable) {
+    if (variable.Array().loader != nullptr) {
+      variables_.push_back(variable);
+    }
+  }
+
+  void Run() {
+    std::ranges::stable_sort(variables_, {}, &PlacedVariable::Range);
+    for (auto first = variables_.begin(); first != variables_.end();) {
+      const auto behind = std::find_if(first, variables_.end(), [&](const PlacedVariable& other) {
+        return other.Range() != first->Range();
+      });
+      Check({first, behind});
+      first = behind;
+    }
+    if (skipped_ != 0) {
+      findings_->push_back({.kind = Finding::Kind::OverlappingData,
+                            .text = "variables share their data so often that the data of " +
+                                    std::to_string(skipped_) + " was not loaded",
+                            .claimed = claimed_,
+                            .found = map_->Length()});
+    }
+  }
+
+ private:
+  using Group = std::span<const PlacedVariable>;
+
+  // No sound model has data that overlaps in part. A hostile one may claim all of a large block
+  // for each of very many variables.
+  static constexpr std::uint64_t kMost = 4;
+  static constexpr std::uint64_t kSpare = std::uint64_t{16} * 1024 * 1024;
+
+  void Check(Group group) {
+    const LbtTev::DataLoader& loader = *group.front().Array().loader;
+    claimed_ += loader.GetByteSize();
+    const CheckedBlock* block = map_->BlockAt(loader.GetPosition());
+    if (block != nullptr && !block->IsGood()) {
+      AddUnreadable(group, "the data cannot be loaded, since its block cannot");
+    } else if (CostOf(loader) > allowance_) {
+      skipped_ += group.size();
+    } else {
+      Load(group, loader);
+    }
+  }
+
+  /// What is not there costs nothing.
+  [[nodiscard]] std::uint64_t CostOf(const LbtTev::DataLoader& loader) const {
+    const std::uint64_t size = loader.GetByteSize();
+    return size <= map_->BytesAt(loader.GetPosition()) ? size : 0;
+  }
+
+  void Load(Group group, const LbtTev::DataLoader& loader) {
+    try {
+      values_.clear();
+      loader.LoadTo(values_);
+      allowance_ -= CostOf(loader);
+      CheckNodeRange(group);
+    } catch (const std::exception& exception) {
+      AddUnreadable(group, "the data cannot be loaded: " + ReasonOf(exception, *file_));
+    }
+  }
+
+  /// Variables that have it through a link are left out: the one linked to is there, too.
+  void AddUnreadable(Group group, const std::string& text) {
+    for (const PlacedVariable& variable : group) {
+      if (!variable.Get().isLinked) {
+        const LbtTev::DataLoader& loader = *variable.Array().loader;
+        Finding finding = variable.FindingOn(Finding::Kind::UnreadableData, text);
+        finding.claimed = loader.GetByteSize();
+        finding.found =
+            std::min<std::uint64_t>(map_->BytesAt(loader.GetPosition()), loader.GetByteSize());
+        map_->Place(loader.GetPosition(), finding);
+        findings_->push_back(std::move(finding));
+      }
+    }
+  }
+
+  void CheckNodeRange(Group group) {
+    const auto highest = std::ranges::max_element(values_);
+    if (highest == values_.end()) {
+      return;
+    }
+    for (const PlacedVariable& variable : group) {
+      const auto nodes = RefersToNodes(variable.Get()) ? NodeCount(*variable.geometry)
+                                                       : std::optional<std::uint64_t>();
+      if (nodes && *highest >= *nodes) {
+        Finding finding = variable.FindingOn(
+            Finding::Kind::NodeRange,
+            "element " + std::to_string(highest - values_.begin()) +
+                " of the data is no index of a node; the nodes of the geometry count from 0");
+        finding.claimed = *highest;
+        finding.found = *nodes;
+        map_->Place(variable.Array().loader->GetPosition(), finding);
+        findings_->push_back(std::move(finding));
+      }
+    }
+  }
+
+  std::optional<std::uint64_t> NodeCount(const Geometry& geometry) {
+    const auto known = nodeCounts_.find(&geometry);
+    return known != nodeCounts_.end()
+               ? known->second
+               : nodeCounts_.emplace(&geometry, NodeCountOf(geometry)).first->second;
+  }
+
+  const LbtLbf::LbFile* file_;
+  const StreamMap* map_;
+  std::vector<Finding>* findings_;
+  std::vector<PlacedVariable> variables_;
+  std::unordered_map<const Geometry*, std::optional<std::uint64_t>> nodeCounts_;
+  std::vector<unsigned int> values_;
+  std::uint64_t allowance_;
+  std::uint64_t claimed_ = 0;
+  std::size_t skipped_ = 0;
+};
+
+/// What is wrong with the byte count of a variable's own data, if anything.
+std::optional<Finding> ByteCountFault(const PlacedVariable& placed) {
+  const LbtTev::NumericArray& array = placed.Array();
+  const std::uint64_t item = kElementSize * array.GetWidth();
+  const std::uint64_t whole = item == 0 ? 0 : array.byteSize / item * item;
+  if (whole == array.byteSize) {
+    return std::nullopt;
+  }
+  Finding finding = placed.FindingOn(
+      Finding::Kind::ByteCount, "its byte count does not fit items of " +
+                                    std::to_string(array.GetWidth()) + " components, 4 bytes each");
+  finding.claimed = array.byteSize;
+  finding.found = whole;
+  return finding;
+}
+
+/// What is wrong with a variable's link, if anything.
+std::optional<Finding> LinkFault(const PlacedVariable& placed, const LbtTev::Tree& tree,
+                                 const std::function<bool(unsigned int)>& mayBeUnread) {
+  const Variable& variable = placed.Get();
+  const auto* entry = tree.FindNode(variable.linkNodeId);
+  const auto* target = entry == nullptr ? nullptr : dynamic_cast<const Geometry*>(entry->data);
+  const auto fault = [&](const std::string& text, std::uint64_t claimed) {
+    Finding finding = placed.FindingOn(Finding::Kind::LinkToNothing, text);
+    finding.claimed = claimed;
+    return finding;
+  };
+  if (mayBeUnread(variable.linkNodeId)) {
+    return std::nullopt;
+  }
+  if (entry == nullptr) {
+    return fault("it is linked to a node that does not exist", variable.linkNodeId);
+  }
+  if (target == nullptr) {
+    return fault("it is linked to a node that is no geometry", variable.linkNodeId);
+  }
+  const std::string node = "node " + std::to_string(variable.linkNodeId);
+  if (variable.linkVariableIndex >= target->variables.size()) {
+    Finding finding = fault("it is linked to a variable that " + node + " does not have",
+                            variable.linkVariableIndex);
+    finding.found = target->variables.size();
+    return finding;
+  }
+  if (target->variables[variable.linkVariableIndex].isLinked) {
+    return fault(
+        "it is linked to a variable of " + node + " that is a link itself, and so has no data",
+        variable.linkVariableIndex);
+  }
+  return std::nullopt;
+}
+
+/// Back to the order in which the tree has the variables; what is of none comes last.
+void SortByVariable(std::vector<Finding>& findings) {
+  std::ranges::stable_sort(findings, {}, [](const Finding& finding) {
+    return finding.node ? std::tuple(0, finding.node->number, finding.variable->number)
+                        : std::tuple(1, std::uint64_t{0}, std::uint64_t{0});
+  });
+}
+
+}  // namespace
+
+void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map,
+                    const std::function<bool(unsigned int id)>& mayBeUnread,
+                    std::vector<Finding>& findings) {
+  std::vector<Finding> own;
+  DataCheck data(tree, map, own);
+  for (const auto& [id, entry] : tree.GetNodes()) {
+    const auto* geometry = dynamic_cast<const Geometry*>(entry.data);
+    const std::size_t count = geometry == nullptr ? 0 : geometry->variables.size();
+    for (std::size_t index = 0; index < count; ++index) {
+      const PlacedVariable variable{id, geometry, index};
+      auto fault = variable.Get().isLinked ? LinkFault(variable, tree, mayBeUnread)
+                                           : ByteCountFault(variable);
+      if (fault) {
+        own.push_back(std::move(*fault));
+      }
+      data.Add(variable);
+    }
+  }
+  data.Run();
+  SortByVariable(own);
+  findings.insert(findings.end(), std::make_move_iterator(own.begin()),
+                  std::make_move_iterator(own.end()));
+}

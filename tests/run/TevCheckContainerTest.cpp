@@ -1,0 +1,169 @@
+// What "tev check" says on damaged containers. The models in them are sound.
+
+#include <gtest/gtest.h>
+
+#include "run/TevCheckRun.h"
+#include "support/Hex.h"
+
+namespace tevtest {
+namespace {
+
+class TevCheckContainer : public TevCheckRun {
+ protected:
+  /// A sound model with one more block, which no model reads: the seventh.
+  [[nodiscard]] std::string CheckWith(const BlockSpec& block) const {
+    ContainerWriter writer = SmallModel().ToContainer();
+    const Container container = writer.Add(block).Build();
+    const std::string text = Check(container.bytes);
+    const std::string start = "m.tev: " + BlockText(6, "Spare", container.Block("Spare").offset);
+    EXPECT_TRUE(text.starts_with(start)) << text << start;
+    return text.substr(std::min(text.size(), start.size()));
+  }
+};
+
+TEST_F(TevCheckContainer, SoundFiles_AreNotMentioned) {
+  Write("a.tev", SmallModel());
+  EXPECT_EQ(Answer({"check", "a.tev", Example("bracket.tev"), Example("heatsink.tev")}), "");
+}
+
+TEST_F(TevCheckContainer, OtherFiles_HaveNoSignature) {
+  const std::string line = "m.tev: the file does not begin with the signature of a Tev file\n";
+  EXPECT_EQ(Check("some text, and more of it"), line);
+  EXPECT_EQ(Check(""), line);
+  // As a transfer in text mode leaves it.
+  std::string bytes = SmallModel().Build();
+  EXPECT_EQ(Check(bytes.erase(4, 1)), line);
+}
+
+TEST_F(TevCheckContainer, Directory_IsNoTevFile) {
+  dir.MakeDirectory("d");
+  EXPECT_EQ(Run({"check", "d"}).output,
+            "d: the file does not begin with the signature of a Tev file\n");
+}
+
+TEST_F(TevCheckContainer, NewerVersion_IsToldInTenths) {
+  EXPECT_EQ(Check(SmallModel().SetFileVersion("1.4")),
+            "m.tev: This file is of tev file version 14. This version of Quarlo only supports tev "
+            "file version upto 13.\n");
+}
+
+TEST_F(TevCheckContainer, FileCutWithinTheIndex_TellsHowMuchIsThere) {
+  ContainerWriter writer = SmallModel().ToContainer();
+  const std::size_t size = writer.Build().indexSize;
+  EXPECT_EQ(Check(writer.TruncateTo(16 + 10).Build().bytes),
+            "m.tev: byte 16: the index cannot be read: Unable to read from file (claimed " +
+                std::to_string(size) + ", found 10)\n");
+}
+
+TEST_F(TevCheckContainer, IndexWithTooFewEntries_CannotBeRead) {
+  EXPECT_EQ(Check(SmallModel().ToContainer().SetIndexCount(9).Build().bytes),
+            "m.tev: byte 16: the index cannot be read: Not enough bytes in the block\n");
+}
+
+TEST_F(TevCheckContainer, RefusedSecondIndex_IsNamed) {
+  ContainerWriter writer = SmallModel().ToContainer();
+  writer.Add({.name = "\vIndex Block 1", .compressed = true, .storedBytes = Hex("04000000 'no'")});
+  EXPECT_EQ(Check(writer.Build().bytes, "Error -3 while uncompressing block \n"),
+            "m.tev: block 6 (\\x0bIndex Block 1): the index cannot be read: zlib refuses the data "
+            "of block 6 (\\x0bIndex Block 1)\n");
+}
+
+TEST_F(TevCheckContainer, FileCutWithinABlock_TellsHowMuchIsThere) {
+  ContainerWriter writer = SmallModel().ToContainer();
+  writer.AddRaw("Spare", "1234567890").AddRaw("Last", "12345");
+  const Container whole = writer.Build();
+  const std::size_t spare = whole.Block("Spare").offset;
+  EXPECT_EQ(Check(writer.TruncateTo(spare + 4).Build().bytes),
+            "m.tev: " + BlockText(6, "Spare", spare) +
+                ": the file ends before the block does (claimed 10, found 4)\n"
+                "m.tev: " +
+                BlockText(7, "Last", spare + 10) +
+                ": the file ends before the block does (claimed 5, found 0)\n");
+}
+
+TEST_F(TevCheckContainer, CompressedBlockWithoutALengthField_IsTooShort) {
+  EXPECT_EQ(CheckWith({.name = "Spare", .compressed = true, .storedBytes = "123"}),
+            ": the block is too short for a compressed one\n");
+}
+
+TEST_F(TevCheckContainer, FlippedBitOfACheckSum_IsRefused) {
+  std::string stored = Compressed("some data that is to be kept");
+  stored.back() = static_cast<char>(stored.back() ^ 1);
+  EXPECT_EQ(CheckWith({.name = "Spare", .compressed = true, .storedBytes = stored}),
+            ": zlib refuses the data (code -3)\n");
+}
+
+TEST_F(TevCheckContainer, ZlibStreamThatIsCut_IsRefused) {
+  // Without the last byte of its check sum all data is there, which has a code of its own.
+  std::string stored = Compressed("some data that is to be kept");
+  stored.pop_back();
+  EXPECT_EQ(CheckWith({.name = "Spare", .compressed = true, .storedBytes = stored}),
+            ": the block ends before its zlib stream does (code -5)\n");
+  stored.resize(stored.size() - 10);
+  EXPECT_EQ(CheckWith({.name = "Spare", .compressed = true, .storedBytes = stored}),
+            ": the block ends before its zlib stream does (code -3)\n");
+}
+
+TEST_F(TevCheckContainer, RecordedLengthThatIsTooSmall_IsRefused) {
+  EXPECT_EQ(CheckWith({.name = "Spare",
+                       .payload = std::string(100, 'x'),
+                       .compressed = true,
+                       .recordedLength = 99}),
+            ": zlib finds more data than the block's recorded length (code -5) (claimed 99)\n");
+}
+
+TEST_F(TevCheckContainer, RecordedLengthThatIsTooLarge_IsTold) {
+  EXPECT_EQ(CheckWith({.name = "Spare",
+                       .payload = std::string(100, 'x'),
+                       .compressed = true,
+                       .recordedLength = 101}),
+            ": the recorded length is above what comes out (claimed 101, found 100)\n");
+}
+
+TEST_F(TevCheckContainer, BytesBehindTheEntries_AreUnused) {
+  ContainerWriter writer = SmallModel().ToContainer();
+  const std::size_t size = writer.Build().indexSize;
+  EXPECT_EQ(Check(writer.SetIndexTrailing("12345").Build().bytes),
+            "m.tev: byte " + std::to_string(16 + size) +
+                ": the index has bytes behind its last entry (claimed " + std::to_string(size + 5) +
+                ", found " + std::to_string(size) + ")\n");
+}
+
+TEST_F(TevCheckContainer, BytesBehindTheEntriesOfASecondIndex_AreUnused) {
+  // Its entry for "Spare": count, then 11 bytes and the name.
+  constexpr std::size_t kSize = 4 + 11 + 5;
+  for (const bool isCompressed : {false, true}) {
+    ContainerWriter writer = SmallModel().ToContainer();
+    writer.AddRaw("Spare", "1");
+    writer.ContinueAfter({.after = 6,
+                          .block = {.name = "\vIndex Block 1", .compressed = isCompressed},
+                          .trailing = "123"});
+    const Container container = writer.Build();
+    const std::size_t offset = container.continuations.at(0).offset + (isCompressed ? 0 : kSize);
+    EXPECT_EQ(Check(container.bytes),
+              "m.tev: " + BlockText(6, "\\x0bIndex Block 1", offset) +
+                  ": the index has bytes behind its last entry (claimed 23, found 20)\n");
+  }
+}
+
+TEST_F(TevCheckContainer, SeveralBadBlocks_AreAllTold) {
+  ContainerWriter writer = SmallModel().ToContainer();
+  for (const char* name : {"One", "Two"}) {
+    writer.Add({.name = name, .compressed = true, .storedBytes = Hex("04000000 'no stream'")});
+  }
+  const Container container = writer.Build();
+  EXPECT_EQ(Check(container.bytes), "m.tev: " + BlockText(6, "One", container.Block("One").offset) +
+                                        ": zlib refuses the data (code -3)\nm.tev: " +
+                                        BlockText(7, "Two", container.Block("Two").offset) +
+                                        ": zlib refuses the data (code -3)\n");
+}
+
+TEST_F(TevCheckContainer, NoTreeStream_IsAnEmptyModel) {
+  EXPECT_EQ(Check(ContainerWriter().AddRaw("Tev Tref", "1").Build().bytes),
+            "m.tev: there is no stream \"Tev Tree\", so the model is empty\n");
+  EXPECT_EQ(Check(ContainerWriter().Build().bytes),
+            "m.tev: there is no stream \"Tev Tree\", so the model is empty\n");
+}
+
+}  // namespace
+}  // namespace tevtest

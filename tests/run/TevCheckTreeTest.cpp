@@ -1,0 +1,208 @@
+// What "tev check" says on models whose records are damaged or refer to each other wrongly.
+
+#include <gtest/gtest.h>
+
+#include "run/TevCheckRun.h"
+#include "support/ByteWriter.h"
+#include "support/Hex.h"
+
+namespace tevtest {
+namespace {
+
+class TevCheckTree : public TevCheckRun {
+ protected:
+  ModelWriter model = SmallModel();
+};
+
+TEST_F(TevCheckTree, TreeRecordThatEndsTooEarly_IsCounted) {
+  std::string bytes = model.StreamBytes(kTree);
+  bytes.pop_back();
+  model.ReplaceStream(kTree, bytes);
+  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model) +
+                              ": tree record 6 of 7 cannot be read: Not enough bytes in the "
+                              "block\n");
+}
+
+TEST_F(TevCheckTree, AbsurdCountOfRecords_EndsWithTheRecordsThatThereAre) {
+  model.ReplaceStream(kTree, Hex("ffffff7f") + model.StreamBytes(kTree).substr(4));
+  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model) +
+                              ": tree record 7 of 2147483647 cannot be read: Not enough bytes in "
+                              "the block\n");
+}
+
+TEST_F(TevCheckTree, TreeWithoutAWholeCount_HasNoRecords) {
+  model.ReplaceStream(kTree, "12");
+  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model) +
+                              ": the number of tree records cannot be read: Not enough bytes in "
+                              "the block\n");
+}
+
+TEST_F(TevCheckTree, RefusedTreeBlock_IsNamedWhereItIsMissed) {
+  ContainerWriter writer = model.ToContainer();
+  writer.Blocks().at(kTreeBlock) = {
+      .name = std::string(kTree), .compressed = true, .storedBytes = Hex("04000000 'no stream'")};
+  const Container container = writer.Build();
+  const std::string block =
+      "m.tev: " + BlockText(kTreeBlock, std::string(kTree), container.Block(kTree).offset);
+  const std::string error = "Error -3 while uncompressing block \n";
+  EXPECT_EQ(Check(container.bytes, error + error),
+            block + ": zlib refuses the data (code -3)\n" + block +
+                ": the number of tree records cannot be read: zlib refuses the data of block 1 "
+                "(Tev Tree)\n");
+}
+
+TEST_F(TevCheckTree, LightDataThatEndsTooEarly_NamesTheNode) {
+  std::string bytes = model.StreamBytes(kLightData);
+  bytes.pop_back();
+  model.ReplaceStream(kLightData, bytes);
+  EXPECT_EQ(Check(model),
+            "m.tev: node 7 (Sets): its data cannot be read: Not enough bytes in the block\n");
+}
+
+TEST_F(TevCheckTree, UnreadableNode_LeavesTheVariablesOfThoseBeforeItToBeChecked) {
+  // The second mesh claims one variable more than it has; the first one has a fault of its own.
+  model.VariableAt(kSmallMesh1, 4).byteCount = 6;
+  model.At(kSmallMesh2).Geometry().count = 8;
+  model.SetRecordOrder({1, 2, 3, 4, 5, 7, 6});
+  EXPECT_EQ(Check(model),
+            "m.tev: node 6 (mesh 2): its data cannot be read: Not enough bytes in the block\n"
+            "m.tev: node 4 (mesh 1), variable 4 (Element Ids): its byte count does not fit items "
+            "of 1 components, 4 bytes each (claimed 6, found 4)\n");
+}
+
+TEST_F(TevCheckTree, LinkToANodeThatWasNotRead_IsNoFinding) {
+  model.VariableAt(kSmallMesh1, 6) = Variable::Link("Temperature", kScalarResult, kSmallMesh2, 0);
+  model.VariableAt(kSmallMesh2, 6) = Variable::Floats("Temperature", kScalarResult, 1, {1});
+  model.At(kSmallMesh2).Geometry().count = 8;
+  model.SetRecordOrder({1, 2, 3, 4, 5, 7, 6});
+  EXPECT_EQ(Check(model),
+            "m.tev: node 6 (mesh 2): its data cannot be read: Not enough bytes in the block\n");
+}
+
+TEST_F(TevCheckTree, BrokenModifierRecord_DoesNotKeepTheTreeFromBeingChecked) {
+  model.SetModifierCount(3);
+  model.At(kSmallMesh2).lastChild = 99;
+  EXPECT_EQ(Check(model),
+            "m.tev: node 6 (mesh 2): its last child is a node that does not exist (claimed 99)\n"
+            "m.tev: the records of the programs that wrote the file cannot be read: Not enough "
+            "bytes in the block\n");
+}
+
+TEST_F(TevCheckTree, BrokenNodeSets_AreNamedAndTheNextAreRead) {
+  const NodeRef second = model.AddNodeSets("More", kSmallRoot, {{"Some", {{1, 1}}}});
+  model.At(kSmallNodeSets).NodeSets().setCount = 3;
+  model.At(second).NodeSets().heavyBytes = "";
+  const std::size_t length = model.StreamBytes(kHeavyData).size();
+  std::string found = Check(model);
+  const std::string reason = ": its node sets cannot be read: Not enough bytes in the block\n";
+  EXPECT_EQ(found.substr(found.find(", node 7 ")),
+            ", node 7 (Sets)" + reason + "m.tev: " +
+                BlockText(kHeavyBlock, kHeavyData, model, length) + ", node 8 (More)" + reason);
+}
+
+TEST_F(TevCheckTree, LightDataBehindTheLastRecord_IsUnused) {
+  const std::string bytes = model.StreamBytes(kLightData);
+  model.ReplaceStream(kLightData, bytes + "rest");
+  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kLightBlock, kLightData, model, bytes.size()) +
+                              ": there is light data that no record reads, from byte " +
+                              std::to_string(bytes.size()) + " of its stream on (claimed " +
+                              std::to_string(bytes.size() + 4) + ", found " +
+                              std::to_string(bytes.size()) + ")\n");
+}
+
+TEST_F(TevCheckTree, LightDataBetweenRecords_IsUnused) {
+  model.AddFuture("Probe", "probe", kSmallRoot, "");
+  const std::string bytes = model.StreamBytes(kLightData);
+  // The last record is read at its end from now on, where nothing lay before.
+  model.At(8).lightPosition = bytes.size() + 3;
+  model.ReplaceStream(kLightData, bytes + "gap" + Hex("00000000"));
+  const std::size_t used = bytes.size() - 4;
+  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kLightBlock, kLightData, model, used) +
+                              ": there is light data that no record reads, from byte " +
+                              std::to_string(used) + " of its stream on (claimed " +
+                              std::to_string(used + 11) + ", found " + std::to_string(used + 4) +
+                              ")\n");
+}
+
+TEST_F(TevCheckTree, IdThatRepeats_NamesBothRecords) {
+  model.At(kSmallNodeSets).id = kSmallShape2;
+  model.At(kSmallNodeSets).previousSibling = 2;
+  model.At(kSmallNodeSets).nextSibling = 0;
+  model.At(kSmallRoot).lastChild = kSmallShape2;
+  const std::string found = Check(model);
+  EXPECT_TRUE(found.starts_with(
+      "m.tev: node 5 (Sets): tree record 6 takes the place of record 4, which has the same id\n"))
+      << found;
+}
+
+TEST_F(TevCheckTree, LinksToNodesThatDoNotExist_AreNamed) {
+  NodeSpec& node = model.At(kSmallMesh2);
+  node.parent = 91;
+  node.previousSibling = 92;
+  node.nextSibling = 93;
+  node.firstChild = 94;
+  node.lastChild = 95;
+  std::string expected;
+  int claimed = 91;
+  for (const char* link :
+       {"parent", "previous sibling", "next sibling", "first child", "last child"}) {
+    expected += std::string("m.tev: node 6 (mesh 2): its ") + link +
+                " is a node that does not exist (claimed " + std::to_string(claimed++) + ")\n";
+  }
+  EXPECT_EQ(Check(model), expected);
+}
+
+TEST_F(TevCheckTree, CycleOfParents_IsToldOnce) {
+  model.At(kSmallGeometryGroup).parent = kSmallShape1;
+  EXPECT_EQ(Check(model), "m.tev: node 2 (Geometry): its parents lead back to itself\n");
+}
+
+TEST_F(TevCheckTree, CycleOfSiblings_IsToldOnceForEachDirection) {
+  model.At(kSmallShape2).nextSibling = kSmallShape1;
+  model.At(kSmallShape1).previousSibling = kSmallShape2;
+  EXPECT_EQ(Check(model),
+            "m.tev: node 3 (Frame): its previous siblings lead back to itself\n"
+            "m.tev: node 3 (Frame): its next siblings lead back to itself\n");
+}
+
+TEST_F(TevCheckTree, NodeThatIsItsOwnSibling_IsACycle) {
+  model.At(kSmallMesh1).nextSibling = kSmallMesh1;
+  EXPECT_EQ(Check(model), "m.tev: node 4 (mesh 1): its next siblings lead back to itself\n");
+}
+
+TEST_F(TevCheckTree, CycleOfChildren_NamesWhereItCloses) {
+  model.At(kSmallMesh2).firstChild = kSmallGeometryGroup;
+  EXPECT_EQ(Check(model),
+            "m.tev: node 2 (Geometry): it stands below itself, in the children of node 6\n");
+}
+
+TEST_F(TevCheckTree, ChildOfTwoNodes_NamesBoth) {
+  model.At(kSmallShape2).firstChild = kSmallMesh1;
+  model.At(kSmallShape2).lastChild = kSmallMesh1;
+  EXPECT_EQ(Check(model),
+            "m.tev: node 4 (mesh 1): it stands in the children of node 3 and of node 5\n"
+            "m.tev: node 6 (mesh 2): no list of children leads to it from the root\n");
+}
+
+TEST_F(TevCheckTree, NodesThatTheRootDoesNotReach_AreToldByTheTopmost) {
+  model.At(kSmallShape1).nextSibling = 0;
+  EXPECT_EQ(Check(model), "m.tev: node 5 (Panel): no list of children leads to it from the root\n");
+}
+
+TEST_F(TevCheckTree, RingThatTheRootDoesNotReach_IsToldOnceAndAsACycle) {
+  const NodeRef one = model.AddGroup("one", 0);
+  const NodeRef other = model.AddGroup("other", one);
+  model.At(other).firstChild = one;
+  EXPECT_EQ(Check(model),
+            "m.tev: node 8 (one): it stands below itself, in the children of node 9\n"
+            "m.tev: node 8 (one): no list of children leads to it from the root\n");
+}
+
+TEST_F(TevCheckTree, FileWithoutTheRootsId_HasNothingBelowIt) {
+  ModelWriter lone;
+  lone.At(lone.AddGroup("lone", 0)).id = 5;
+  EXPECT_EQ(Check(lone), "m.tev: node 5 (lone): no list of children leads to it from the root\n");
+}
+
+}  // namespace
+}  // namespace tevtest
