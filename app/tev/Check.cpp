@@ -38,6 +38,8 @@ const char* NameOf(Kind kind) {
       return "cycle";
     case Kind::SharedChild:
       return "shared-child";
+    case Kind::NoGeometry:
+      return "no-geometry";
     case Kind::UnreferencedNode:
       return "unreferenced-node";
     case Kind::ByteCount:

@@ -55,7 +55,7 @@ Json JsonOf(float value) {
   }
   // A float as a double has digits that nobody stored: 0.100000001490116 for 0.1.
   std::array<char, 32> shortest{};
-  const auto end = std::to_chars(shortest.data(), shortest.data() + shortest.size(), value).ptr;
+  auto* const end = std::to_chars(shortest.data(), shortest.data() + shortest.size(), value).ptr;
   double number = 0;
   std::from_chars(shortest.data(), end, number);
   return number;

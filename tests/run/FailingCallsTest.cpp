@@ -156,8 +156,8 @@ TEST_F(FailingCalls, ReadThatFails_IsAReadErrorOfTheFileOrOfTheBlock) {
   const auto check = [&](const Outcome& outcome, long call) {
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.output, "");
-    EXPECT_EQ(outcome.error, ReadError(call <= kHeaderReads ? "include/Lbt/Lbf/LbFile"
-                                                            : "include/Lbt/Lbf/Block"));
+    EXPECT_EQ(outcome.error,
+              ReadError(call <= kHeaderReads ? "include/Lbt/Lbf/LbFile" : "include/Lbt/Lbf/Block"));
   };
   // The index and the model's six streams, in one block each.
   EXPECT_EQ(ForEachCall("read-error", {model}, check), kHeaderReads + 1 + 6);
@@ -173,8 +173,8 @@ TEST_F(FailingCalls, ReadThatEndsEarly_IsAFileThatEndsThere) {
     }
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.output, "");
-    const std::string noTevFile = Failure("Format Not Supported", model + " is not a Tev file",
-                                          "include/Lbt/Tev/Tree");
+    const std::string noTevFile =
+        Failure("Format Not Supported", model + " is not a Tev file", "include/Lbt/Tev/Tree");
     const std::string noIndex =
         Failure("Out of Bounds", "Not enough bytes in the block", "include/Lbt/Lbf/Block");
     EXPECT_EQ(outcome.error, call == 1   ? Notice() + noTevFile

@@ -63,8 +63,8 @@ TEST_F(Faults, OfStandardStreams_LeaveTheModelAsItIs) {
     EXPECT_EQ(Run({model}, {.output = stream}).status, 2);
     EXPECT_EQ(Run({model}, {.output = stream, .error = stream}).status, 2);
     EXPECT_EQ(Run({model, model}, {.output = stream}).status, 2);
-    EXPECT_EQ(Run({"--extract-data", model}, {.input = Redirect::Closed(), .output = stream}).status,
-              2);
+    EXPECT_EQ(
+        Run({"--extract-data", model}, {.input = Redirect::Closed(), .output = stream}).status, 2);
   }
   EXPECT_EQ(Run({model, "/dev/full"}).status, 2);
   ExpectModelUntouched();
@@ -128,8 +128,8 @@ TEST_F(NoDescriptorsLeft, ForTheModel_ItCannotBeOpened) {
   const Outcome outcome = RunWith(1, {model, "report.xml"});
   ExpectFailed(outcome, Failure("Miscelleneous Error", "Unable to open file \"" + model + "\"",
                                 "include/Lbt/Lbf/LbFile"));
-  EXPECT_EQ(outcome.log, "LbFile : # @ Unable to open file \"" + model +
-                             "\"\nLbFile : # @ Closing file ...\n");
+  EXPECT_EQ(outcome.log,
+            "LbFile : # @ Unable to open file \"" + model + "\"\nLbFile : # @ Closing file ...\n");
   EXPECT_FALSE(dir.Has("report.xml"));
   ExpectModelUntouched();
 }
@@ -280,7 +280,8 @@ TEST_F(Faults, ThirtyRunsAtOnce_AllReportAndShareTheLogLineByLine) {
 /// was opened, so the entry for it may be that of another moment.
 class ChangingModel : public Faults {
  protected:
-  /// Calls "change" in a thread of its own until "runs" are done, and gives each outcome to "check".
+  /// Calls "change" in a thread of its own until "runs" are done, and gives each outcome to
+  /// "check".
   template <class Change, class Check>
   void Race(std::size_t runs, Change change, Check check) const {
     std::atomic<bool> isDone = false;

@@ -59,6 +59,12 @@ TEST_F(TevCheckTree, LightDataThatEndsTooEarly_NamesTheNode) {
             "m.tev: node 7 (Sets): its data cannot be read: Not enough bytes in the block\n");
 }
 
+TEST_F(TevCheckTree, LightDataBehindItsStream_NamesTheNode) {
+  model.At(kSmallMesh2).lightPosition = 100000;
+  EXPECT_EQ(Check(model),
+            "m.tev: node 6 (mesh 2): its data cannot be read: Invalid block position\n");
+}
+
 TEST_F(TevCheckTree, UnreadableNode_LeavesTheVariablesOfThoseBeforeItToBeChecked) {
   // The second mesh claims one variable more than it has; the first one has a fault of its own.
   model.VariableAt(kSmallMesh1, 4).byteCount = 6;
@@ -150,6 +156,16 @@ TEST_F(TevCheckTree, LinksToNodesThatDoNotExist_AreNamed) {
                 " is a node that does not exist (claimed " + std::to_string(claimed++) + ")\n";
   }
   EXPECT_EQ(Check(model), expected);
+}
+
+TEST_F(TevCheckTree, ShapeWithoutAGeometry_IsNamed) {
+  ModelWriter lone;
+  const NodeRef root = lone.AddGroup("model", 0);
+  lone.AddShape("bare", root);
+  lone.AddGroup("group", lone.AddShape("odd", root));
+  EXPECT_EQ(Check(lone),
+            "m.tev: node 2 (bare): the first child of a shape must be a geometry (claimed 0)\n"
+            "m.tev: node 3 (odd): the first child of a shape must be a geometry (claimed 4)\n");
 }
 
 TEST_F(TevCheckTree, CycleOfParents_IsToldOnce) {

@@ -99,7 +99,7 @@ void TryEverything(const std::string& path, Outcomes& outcomes) {
   ++outcomes["report: " + EndOf([&] { Report(tree, TevInfo::NativeMetaData); })];
   ++outcomes["dump: " + EndOf([&] { Report(tree, TevInfo::ExtractData); })];
   ++outcomes["export: " + EndOf([&] { Export(tree); })];
-  for (const char* command : {"ls", "tree", "info"}) {
+  for (const char* command : {"ls", "tree", "info", "check"}) {
     ++outcomes[std::string("tev ") + command + ": " + EndOfTev(command, path)];
   }
 }

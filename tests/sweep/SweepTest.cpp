@@ -89,7 +89,7 @@ class Sweep : public testing::TestWithParam<tevtest::VariedModel> {
     for (const auto& [end, number] : outcomes_) {
       std::cout << "  " << end << ": " << number << '\n';
     }
-    constexpr std::size_t kWorks = 7;
+    constexpr std::size_t kWorks = 8;
     const std::size_t sum =
         std::accumulate(outcomes_.begin(), outcomes_.end(), std::size_t{0},
                         [](std::size_t total, const auto& end) { return total + end.second; });

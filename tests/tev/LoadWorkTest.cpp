@@ -92,9 +92,9 @@ TEST(LoadWork, RecordsThatEachSeekBackwards_LoadNoMoreThanBlocksAndSeeks) {
 }
 
 TEST(LoadWork, RecordsThatEachSeekToAndFro_LoadNoMoreThanBlocksAndSeeks) {
-  const ModelWriter model =
-      ManySeeks(Seeks::ToAndFro, {.split = StreamLayout::Split::BlockPerRecord,
-                                  .packing = StreamLayout::Packing::Compressed});
+  const ModelWriter model = ManySeeks(
+      Seeks::ToAndFro,
+      {.split = StreamLayout::Split::BlockPerRecord, .packing = StreamLayout::Packing::Compressed});
   EXPECT_GE(BlocksOf(model), kRecords);
   EXPECT_LE(LoadsOf(model), BlocksOf(model) + kRecords);
 }

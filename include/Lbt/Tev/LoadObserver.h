@@ -12,7 +12,7 @@ class LoadObserver {
   LoadObserver(const LoadObserver&) = delete;
   LoadObserver& operator=(const LoadObserver&) = delete;
 
-  /// A tree record has been read, and the light data stands where that of its node begins.
+  /// A tree record has been read; the data of its node comes next.
   virtual void OnRecord(const TreeRecord& record) = 0;
 
   /// The data of that record's node has been read, and the node is in the tree.

@@ -51,7 +51,7 @@ class AttributeValue {
 
   /// Calls "visitor" with the value itself: an unsigned int, float, std::string or double.
   template <class Visitor>
-  decltype(auto) Visit(const Visitor& visitor) const {
+  [[nodiscard]] decltype(auto) Visit(const Visitor& visitor) const {
     return boost::apply_visitor(visitor, value_);
   }
 

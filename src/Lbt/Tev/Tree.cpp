@@ -77,13 +77,13 @@ void Tree::LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& 
   const int count = ReadTreeRecordCount(file, streams.tree);
   for (int i = 0; i < count; ++i) {
     const TreeRecord record = ReadTreeRecord(file, streams.tree, wideOffsets);
+    if (observer != nullptr) {
+      observer->OnRecord(record);
+    }
     const LbtAdt::TreeNode<Node*> entry = EntryOf(record, parentId, idOffset);
     blockMap.insert_or_assign(blockMap.end(), entry.id, record.id);
     if (record.lightDataPosition != 0) {
       file.SetBlockPosition(streams.light, record.lightDataPosition);
-    }
-    if (observer != nullptr) {
-      observer->OnRecord(record);
     }
     std::unique_ptr<Node> node = ReadNode(file, streams, record, idOffset);
     if (i == 0 && parentId != 0) {

@@ -27,6 +27,7 @@ struct Finding {
     LinkToNothing,     ///< a node or a variable refers to something that does not exist
     Cycle,             ///< following links of one kind leads back to where it began
     SharedChild,       ///< a node stands in the children of two others
+    NoGeometry,        ///< the first child of a shape is no geometry
     UnreferencedNode,  ///< no list of children leads from the root to a node
     ByteCount,         ///< the data of a variable makes no whole items
     UnreadableData,    ///< the data of a variable cannot be loaded

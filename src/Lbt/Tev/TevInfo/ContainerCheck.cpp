@@ -21,38 +21,46 @@ Finding FindingOn(const CheckedBlock& block, Finding::Kind kind, std::string tex
   return {.kind = kind, .text = std::move(text), .block = block.name, .offset = block.offset};
 }
 
+/// What is wrong with a block that zlib refuses.
+Finding RefusalOf(const CheckedBlock& block) {
+  const std::string code = " (code " + std::to_string(block.check.zlibCode) + ")";
+  if (block.check.isCut) {
+    return FindingOn(block, Finding::Kind::UnreadableBlock,
+                     "the block ends before its zlib stream does" + code);
+  }
+  if (block.check.zlibCode != kZlibBufferError) {
+    return FindingOn(block, Finding::Kind::UnreadableBlock, "zlib refuses the data" + code);
+  }
+  Finding finding = FindingOn(block, Finding::Kind::UnreadableBlock,
+                              "zlib finds more data than the block's recorded length" + code);
+  finding.claimed = block.check.recordedLength;
+  return finding;
+}
+
+Finding WithNumbers(Finding finding, std::uint64_t claimed, std::uint64_t found) {
+  finding.claimed = claimed;
+  finding.found = found;
+  return finding;
+}
+
 /// What is wrong with a block, if anything.
 std::optional<Finding> FaultOf(const CheckedBlock& block) {
   using enum Finding::Kind;
   const LbtLbf::BlockCheck& check = block.check;
   if (check.sizeInFile < block.storedSize) {
-    Finding finding = FindingOn(block, BlockOutsideFile, "the file ends before the block does");
-    finding.claimed = block.storedSize;
-    finding.found = check.sizeInFile;
-    return finding;
+    return WithNumbers(FindingOn(block, BlockOutsideFile, "the file ends before the block does"),
+                       block.storedSize, check.sizeInFile);
   }
   if (!check.recordedLength) {
     return FindingOn(block, UnreadableBlock, "the block is too short for a compressed one");
   }
-  const std::string code = " (code " + std::to_string(check.zlibCode) + ")";
-  if (check.isCut) {
-    return FindingOn(block, UnreadableBlock, "the block ends before its zlib stream does" + code);
-  }
-  if (check.zlibCode == kZlibBufferError) {
-    Finding finding = FindingOn(block, UnreadableBlock,
-                                "zlib finds more data than the block's recorded length" + code);
-    finding.claimed = check.recordedLength;
-    return finding;
-  }
   if (check.zlibCode != 0) {
-    return FindingOn(block, UnreadableBlock, "zlib refuses the data" + code);
+    return RefusalOf(block);
   }
   if (check.length < *check.recordedLength) {
-    Finding finding =
-        FindingOn(block, RecordedLength, "the recorded length is above what comes out");
-    finding.claimed = check.recordedLength;
-    finding.found = check.length;
-    return finding;
+    return WithNumbers(
+        FindingOn(block, RecordedLength, "the recorded length is above what comes out"),
+        *check.recordedLength, check.length);
   }
   return std::nullopt;
 }

@@ -92,6 +92,22 @@ void FindLinksToNothing(const RecordGraph& graph, std::vector<Finding>& findings
   });
 }
 
+/// Finds shapes that reports cannot be made of. A link to nothing has been told of already.
+void FindShapesWithoutGeometry(const RecordGraph& graph, std::vector<Finding>& findings) {
+  graph.ForEach([&](const TreeRecord& record) {
+    if (record.type != "Shape") {
+      return;
+    }
+    const TreeRecord* child = graph.Find(record.firstChild);
+    if (record.firstChild == 0 || (child != nullptr && child->type != "Geometry")) {
+      Finding finding = FindingOn(record, Finding::Kind::NoGeometry,
+                                  "the first child of a shape must be a geometry");
+      finding.claimed = record.firstChild;
+      findings.push_back(std::move(finding));
+    }
+  });
+}
+
 /// Finds the rings that the links of one kind form: each node has one, so following them
 /// either ends or comes back. Every node is passed once.
 void FindRings(const RecordGraph& graph, Link link, const std::string& text,
@@ -249,6 +265,7 @@ void CheckStructure(const TreeRecords& read, std::vector<Finding>& findings) {
   if (read.areAll) {
     FindLinksToNothing(graph, findings);
   }
+  FindShapesWithoutGeometry(graph, findings);
   FindRings(graph, &TreeRecord::parent, "its parents lead back to itself", findings);
   FindRings(graph, &TreeRecord::previousSibling, "its previous siblings lead back to itself",
             findings);

@@ -110,7 +110,7 @@ class DataCheck {
     claimed_ += loader.GetByteSize();
     const CheckedBlock* block = map_->BlockAt(loader.GetPosition());
     if (block != nullptr && !block->IsGood()) {
-      AddUnreadable(group, "the data cannot be loaded, since its block cannot");
+      AddUnreadable(group, "the data cannot be loaded, since its block cannot", false);
     } else if (CostOf(loader) > allowance_) {
       skipped_ += group.size();
     } else {
@@ -131,19 +131,20 @@ class DataCheck {
       allowance_ -= CostOf(loader);
       CheckNodeRange(group);
     } catch (const std::exception& exception) {
-      AddUnreadable(group, "the data cannot be loaded: " + ReasonOf(exception, *file_));
+      AddUnreadable(group, "the data cannot be loaded: " + ReasonOf(exception, *file_), true);
     }
   }
 
   /// Variables that have it through a link are left out: the one linked to is there, too.
-  void AddUnreadable(Group group, const std::string& text) {
+  void AddUnreadable(Group group, const std::string& text, bool isBlockGood) {
     for (const PlacedVariable& variable : group) {
       if (!variable.Get().isLinked) {
         const LbtTev::DataLoader& loader = *variable.Array().loader;
         Finding finding = variable.FindingOn(Finding::Kind::UnreadableData, text);
         finding.claimed = loader.GetByteSize();
-        finding.found =
-            std::min<std::uint64_t>(map_->BytesAt(loader.GetPosition()), loader.GetByteSize());
+        finding.found = isBlockGood ? std::min<std::uint64_t>(map_->BytesAt(loader.GetPosition()),
+                                                              loader.GetByteSize())
+                                    : 0;
         map_->Place(loader.GetPosition(), finding);
         findings_->push_back(std::move(finding));
       }
@@ -205,39 +206,44 @@ std::optional<Finding> ByteCountFault(const PlacedVariable& placed) {
   return finding;
 }
 
+Finding LinkFinding(const PlacedVariable& placed, const std::string& text, std::uint64_t claimed) {
+  Finding finding = placed.FindingOn(Finding::Kind::LinkToNothing, "it is linked to " + text);
+  finding.claimed = claimed;
+  return finding;
+}
+
+/// What is wrong with a variable's link to a variable of "target", if anything.
+std::optional<Finding> LinkFault(const PlacedVariable& placed, const Geometry& target) {
+  const Variable& variable = placed.Get();
+  const std::string node = "node " + std::to_string(variable.linkNodeId);
+  if (variable.linkVariableIndex >= target.variables.size()) {
+    Finding finding = LinkFinding(placed, "a variable that " + node + " does not have",
+                                  variable.linkVariableIndex);
+    finding.found = target.variables.size();
+    return finding;
+  }
+  if (target.variables[variable.linkVariableIndex].isLinked) {
+    return LinkFinding(placed,
+                       "a variable of " + node + " that is a link itself, and so has no data",
+                       variable.linkVariableIndex);
+  }
+  return std::nullopt;
+}
+
 /// What is wrong with a variable's link, if anything.
 std::optional<Finding> LinkFault(const PlacedVariable& placed, const LbtTev::Tree& tree,
                                  const std::function<bool(unsigned int)>& mayBeUnread) {
-  const Variable& variable = placed.Get();
-  const auto* entry = tree.FindNode(variable.linkNodeId);
-  const auto* target = entry == nullptr ? nullptr : dynamic_cast<const Geometry*>(entry->data);
-  const auto fault = [&](const std::string& text, std::uint64_t claimed) {
-    Finding finding = placed.FindingOn(Finding::Kind::LinkToNothing, text);
-    finding.claimed = claimed;
-    return finding;
-  };
-  if (mayBeUnread(variable.linkNodeId)) {
+  const unsigned int id = placed.Get().linkNodeId;
+  if (mayBeUnread(id)) {
     return std::nullopt;
   }
+  const auto* entry = tree.FindNode(id);
   if (entry == nullptr) {
-    return fault("it is linked to a node that does not exist", variable.linkNodeId);
+    return LinkFinding(placed, "a node that does not exist", id);
   }
-  if (target == nullptr) {
-    return fault("it is linked to a node that is no geometry", variable.linkNodeId);
-  }
-  const std::string node = "node " + std::to_string(variable.linkNodeId);
-  if (variable.linkVariableIndex >= target->variables.size()) {
-    Finding finding = fault("it is linked to a variable that " + node + " does not have",
-                            variable.linkVariableIndex);
-    finding.found = target->variables.size();
-    return finding;
-  }
-  if (target->variables[variable.linkVariableIndex].isLinked) {
-    return fault(
-        "it is linked to a variable of " + node + " that is a link itself, and so has no data",
-        variable.linkVariableIndex);
-  }
-  return std::nullopt;
+  const auto* target = dynamic_cast<const Geometry*>(entry->data);
+  return target == nullptr ? LinkFinding(placed, "a node that is no geometry", id)
+                           : LinkFault(placed, *target);
 }
 
 /// Back to the order in which the tree has the variables; what is of none comes last.
