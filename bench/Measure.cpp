@@ -1,10 +1,11 @@
-// Runs a program once and prints how long it took, how much memory it had and how it ended:
+// Runs a program once and prints how long it took, on the clock and of the processor, how much
+// memory it had and how it ended:
 //
 //   bench_measure OUTPUT PROGRAM [ARGUMENT...]
 //
 // Standard output of the program goes to OUTPUT, its standard error to /dev/null. Prints "SECONDS
-// PEAK_KIB STATUS". A child's peak counts the memory of the process that started it, so this one is
-// as small as it can be; an interpreter would hide what small programs take.
+// PROCESSOR_SECONDS PEAK_KIB STATUS". A child's peak counts the memory of the process that started
+// it, so this one is as small as it can be; an interpreter would hide what small programs take.
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -43,6 +44,10 @@ class Redirections {
   posix_spawn_file_actions_t actions_{};
 };
 
+double SecondsOf(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -63,6 +68,7 @@ int main(int argc, char** argv) {
     return 1;
   }
   const std::chrono::duration<double> seconds = Clock::now() - start;
-  std::printf("%.6f %ld %d\n", seconds.count(), usage.ru_maxrss,
+  std::printf("%.6f %.6f %ld %d\n", seconds.count(),
+              SecondsOf(usage.ru_utime) + SecondsOf(usage.ru_stime), usage.ru_maxrss,
               WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status));
 }

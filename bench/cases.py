@@ -1,0 +1,258 @@
+"""The cases: what runs against what, on which models, and what is asked for."""
+
+import json
+import os
+import re
+import shutil
+import sys
+
+from contest import Runner
+from document import table, text_of_mebibytes, text_of_seconds
+
+GIB = 2**30
+MIB = 2**20
+BIG_DATA_ROOM = 10 * GIB
+NUMBERS = 8_000_000
+SHAPES = 20_000
+MANY = 10_000
+
+
+def require(good, what):
+    if not good:
+        sys.exit(f"bench: {what}")
+
+
+class Goals:
+    """What was asked for and what came out."""
+
+    def __init__(self):
+        self.rows = []
+
+    def at_least(self, what, factor, bound, aim=None):
+        asked = f"at least {bound:g} times" + (f" (aim {aim:g})" if aim else "")
+        self._add(what, asked, f"{factor:.1f} times", factor >= bound)
+
+    def at_most(self, what, value, bound, render):
+        self._add(what, f"at most {render(bound)}", render(value), value <= bound)
+
+    def _add(self, what, asked, found, met):
+        self.rows.append([what, asked, found, "met" if met else "**missed**"])
+
+
+class Case:
+    """A comparison of programs. The first runner is the one that is measured against the rest."""
+
+    key = ""
+    title = ""
+    models = ()
+    note = ""
+
+    def __init__(self, arena, quick):
+        self.arena = arena
+        self.quick = quick
+        self.runners = []
+
+    def prepare(self):
+        """Makes the files and the runners, and checks that all of them do the same work."""
+        raise NotImplementedError
+
+    def judge(self, goals):
+        """Adds the case's goals."""
+
+    def runner(self, name, command, **options):
+        self.runners.append(Runner(name, command, **options))
+        return self.runners[-1]
+
+    def model(self, name):
+        return self.arena.path(name + ".tev")
+
+    def section(self):
+        base = self.runners[0].median
+        rows = [[runner.name, text_of_seconds(runner.median),
+                 f"{text_of_seconds(min(runner.seconds))} to "
+                 f"{text_of_seconds(max(runner.seconds))}",
+                 *self._usage(runner), f"{runner.median / base:.2f}"] for runner in self.runners]
+        header = ["Program", "Median", "Range", "Processor", "Peak memory", "Ratio"]
+        return f"### {self.title}\n\n{self.note}\n\n{table(header, rows)}"
+
+    @staticmethod
+    def _usage(runner):
+        if not runner.peaks:
+            return "", ""
+        return text_of_seconds(runner.processor_median), text_of_mebibytes(runner.peak)
+
+    def streams(self, path):
+        """Inflated bytes of a model's streams by name, and its largest heavy block."""
+        answer = json.loads(self.arena.call([self.arena.program("tev"), "ls", "--json", path]))
+        sizes = {}
+        largest = 0
+        for block in answer["files"][0]["blocks"]:
+            size = block["inflatedBytes"]
+            sizes[block["stream"]] = sizes.get(block["stream"], 0) + size
+            if block["stream"] == "Heavy Data":
+                largest = max(largest, size)
+        return sizes, largest
+
+
+class Dump(Case):
+    key = "dump"
+    title = "Dump"
+    models = ("dump",)
+    note = ("1,000,000 nodes with 8,000,000 numbers, shuffled and deflated at level 6 in all three "
+            "formats, written as text to the null device. `h5dump` and `ncdump` write each value "
+            "once; the dump of TevInfo has the node ids twice. The plain loop writes the same "
+            "text as TevInfo, byte for byte, to a C++ stream; it loads the values through the same "
+            "library.")
+
+    def prepare(self):
+        model = self.model("dump")
+        rivals = self.arena.program("bench_rivals")
+        for kind in ("hdf5", "netcdf"):
+            self.arena.call([rivals, kind, model, self.arena.path("dump." + kind)])
+        self.ours = self.runner("`TevInfo --extract-data`",
+                                [self.arena.program("TevInfo"), "--extract-data", model])
+        self.h5dump = self.runner("`h5dump`", ["h5dump", self.arena.path("dump.hdf5")])
+        self.ncdump = self.runner("`ncdump`", ["ncdump", self.arena.path("dump.netcdf")])
+        loop = self.runner("plain loop over a C++ stream",
+                           [self.arena.program("bench_stream_dump"), model])
+        memory_line, text = self.arena.output(self.ours).split(b"\n", 1)
+        require(memory_line.startswith(b"Peak Memory Usage: "), "the dump lacks its memory line")
+        require(text == self.arena.output(loop), "the plain loop writes another text")
+        self._check_rivals()
+
+    def _check_rivals(self):
+        h5dump = self.arena.output(self.h5dump)
+        data = re.sub(rb"\(\d+(,\d+)?\):", b"", h5dump)
+        values = sum(block.count(b",") + 1
+                     for block in re.findall(rb"DATA \{(.*?)\}", data, re.DOTALL))
+        require(values == NUMBERS, f"h5dump wrote {values} numbers")
+        data = self.arena.output(self.ncdump).split(b"data:", 1)[1]
+        values = data.count(b",") + data.count(b";")
+        require(values == NUMBERS, f"ncdump wrote {values} numbers")
+
+    def judge(self, goals):
+        goals.at_least("dump against `h5dump`", self.h5dump.median / self.ours.median, 20, 30)
+        goals.at_least("dump against `ncdump`", self.ncdump.median / self.ours.median, 25, 40)
+        sizes, largest = self.streams(self.model("dump"))
+        data = sizes["Heavy Data"]
+        require(data == 4 * NUMBERS, "the heavy data has another size")
+        goals.at_most("peak memory of the dump (1.15 times the data, one heavy block, 32 MiB)",
+                      self.ours.peak, 1.15 * data + largest + 32 * MIB, text_of_mebibytes)
+
+
+class ManyNodes(Case):
+    key = "nodes"
+    title = "Report, many nodes"
+    models = ("nodes",)
+    note = ("20,000 shapes, each with a geometry of 3 variables with 3 attributes. For `h5dump -A` "
+            "the same tree as groups, data sets and attributes. The last row is no program but the "
+            "time that zlib alone takes for the blocks that a report reads.")
+
+    def prepare(self):
+        model = self.model("nodes")
+        rival = self.arena.path("nodes.hdf5")
+        self.arena.call([self.arena.program("bench_rivals"), "hdf5", model, rival])
+        self.ours = self.runner("`TevInfo`", [self.arena.program("TevInfo"), model])
+        self.h5dump = self.runner("`h5dump -A`", ["h5dump", "-A", rival])
+        self.start = self.runner("trivial program", [self.arena.program("bench_start"), model],
+                                 runs_per_turn=20)
+        self.inflation = self.runner("zlib alone", [self.arena.program("bench_inflate"), model],
+                                     measures_itself=True)
+        require(f'"Number of Parts" value="{SHAPES}"'.encode() in self.arena.output(self.ours),
+                "the report has another number of parts")
+        tree = self.arena.output(self.h5dump)
+        require(tree.count(b"DATASET ") == 3 * SHAPES, "h5dump tells of other data sets")
+        require(tree.count(b"ATTRIBUTE ") == 9 * SHAPES, "h5dump tells of other attributes")
+
+    def judge(self, goals):
+        goals.at_least("report, many nodes, against `h5dump -A`",
+                       self.h5dump.median / self.ours.median, 60)
+        goals.at_most("report, many nodes (4 times the inflation, and the trivial program)",
+                      self.ours.median, 4 * self.inflation.median + self.start.median,
+                      text_of_seconds)
+        sizes, _ = self.streams(self.model("nodes"))
+        read = sum(size for name, size in sizes.items() if name != "Heavy Data")
+        goals.at_most("peak memory of the report (6 times the inflated streams, 32 MiB)",
+                      self.ours.peak, 6 * read + 32 * MIB, text_of_mebibytes)
+
+
+class MuchData(Case):
+    key = "data"
+    title = "Report, much data"
+    models = ("small-data",)
+    note = ("The same tree with 4 MiB and with 4 GiB of heavy data, both with node sets in the "
+            "last block, which a report reads.")
+
+    def prepare(self):
+        self.big = None
+        if shutil.disk_usage(self.arena.directory).free < BIG_DATA_ROOM:
+            self.note += (" **The model of 4 GiB was left out: the disk has less than 10 GiB "
+                          "free.**")
+        else:
+            self.arena.call([self.arena.program("bench_models"), str(self.arena.directory),
+                             "big-data"])
+        program = self.arena.program("TevInfo")
+        self.small = self.runner("4 MiB", [program, self.model("small-data")], runs_per_turn=20)
+        small = self._report(self.small)
+        require(b'"Number of Parts" value="1"' in small, "the report has another number of parts")
+        if os.path.exists(self.model("big-data")):
+            self.big = self.runner("4 GiB", [program, self.model("big-data")], runs_per_turn=20)
+            require(small == self._report(self.big), "the two reports differ")
+
+    def _report(self, runner):
+        """The report without what tells of memory and of the file's size."""
+        return re.sub(rb"Peak Memory Usage.*|.*Tev File Size.*", b"", self.arena.output(runner))
+
+    def judge(self, goals):
+        if self.big is not None:
+            goals.at_most("time for 4 GiB of heavy data over that for 4 MiB",
+                          self.big.median / self.small.median, 1.2, "{:.2f}".format)
+            # The index of 1,024 blocks is in memory, and sizes vary by some pages.
+            goals.at_most("memory for 4 GiB of heavy data over that for 4 MiB",
+                          self.big.peak - self.small.peak, 1 * MIB, text_of_mebibytes)
+
+
+class Start(Case):
+    key = "start"
+    title = "Start"
+    models = ("tiny",)
+    note = ("A report on a model of three nodes, start to end, against a program with the same "
+            "shared libraries that opens the file and prints one line through iostream.")
+
+    def prepare(self):
+        model = self.model("tiny")
+        self.ours = self.runner("`TevInfo`", [self.arena.program("TevInfo"), model],
+                                runs_per_turn=40)
+        self.trivial = self.runner("trivial program", [self.arena.program("bench_start"), model],
+                                   runs_per_turn=40)
+        require(b'"Number of Parts" value="1"' in self.arena.output(self.ours),
+                "the report has another number of parts")
+        require(self.arena.output(self.trivial) == b"The file is open.\n",
+                "the trivial program does not do its work")
+
+    def judge(self, goals):
+        goals.at_most("start to end on a tiny model over the trivial program",
+                      self.ours.median / self.trivial.median, 1.5, "{:.2f}".format)
+
+
+class Sweep(Case):
+    key = "sweep"
+    title = "Sweep"
+    models = ("many",)
+
+    def prepare(self):
+        count = MANY // 10 if self.quick else MANY
+        self.note = f"{count:,} small files: `tev info` once for all, `TevInfo` once for each."
+        paths = [self.arena.path(f"many/model{i}.tev") for i in range(count)]
+        listing = self.arena.directory / "many.list"
+        listing.write_bytes("\0".join(paths).encode())
+        all_at_once = self.runner("`tev info`", [self.arena.program("tev"), "info", *paths])
+        one_by_one = self.runner("`TevInfo` for each", [
+            "xargs", "-0", "-n", "1", "-a", str(listing), self.arena.program("TevInfo")])
+        require(self.arena.output(all_at_once).count(b"Tev Version: ") == count,
+                "tev info does not tell of each file")
+        require(self.arena.output(one_by_one).count(b"</lbt:metadata>") == count,
+                "TevInfo does not report on each file")
+
+
+CASES = (Dump, ManyNodes, MuchData, Start, Sweep)
