@@ -35,7 +35,7 @@ class StoredBytes {
   LbFile* file_;
   std::uint64_t offset_;
   std::uint64_t left_;
-  std::array<unsigned char, kPiece> piece_;
+  std::array<unsigned char, kPiece> piece_{};
 };
 
 /// Inflates a stored zlib stream into nothing, with the results of `uncompress` for a buffer
@@ -92,7 +92,7 @@ class Inflation {
   std::uint64_t length_ = 0;
   bool isCut_ = false;
   z_stream stream_{};
-  std::array<unsigned char, kPiece> unwanted_;
+  std::array<unsigned char, kPiece> unwanted_{};
 };
 
 void Inflate(LbFile& file, const IndexItem& item, BlockCheck& check) {
