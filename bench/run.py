@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the benchmarks and writes docs/performance.md.
 
-All programs run in turns in one session, on models that are made for it and thrown away. A run that
+All programs run in turns in one run, on models that are made for it and thrown away. A run that
 is not whole (--quick, --only) leaves the document alone and writes performance.md into the build
 directory.
 """
@@ -74,7 +74,7 @@ def introduction(load, rounds):
     cores = os.cpu_count()
     versions = "; ".join(f"{name} {version}" for name, version in document.versions())
     return ("# Performance\n\n`./dev bench` writes this page. All programs ran in turns in one "
-            f"session of {rounds} rounds, with warm caches. Times are medians on the clock; the "
+            f"run of {rounds} rounds, with warm caches. Times are medians on the clock; the "
             "processor's own time is given beside them, and memory is the largest resident size. "
             "A ratio is that to the first program of its table.\n\n"
             f"- Date: {datetime.date.today().isoformat()}\n"
@@ -91,7 +91,7 @@ def verification_section(previous):
     return "## Every float\n\n" + document.verification_section(previous)
 
 
-# --- The session ----------------------------------------------------------------------------------
+# --- The run ----------------------------------------------------------------------------------
 
 def say(text):
     print(f"== {text}", file=sys.stderr, flush=True)

@@ -5,6 +5,13 @@
 
 #include "tev/VisibleText.h"
 
+namespace {
+
+/// A longer cell sticks out, so that one long name does not make every row as long.
+constexpr std::size_t kWidest = 80;
+
+}  // namespace
+
 Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {
   std::vector<std::string> headings;
   for (const Column& column : columns_) {
@@ -16,7 +23,7 @@ Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {
 
 void Table::Add(std::vector<std::string> cells) {
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    widths_[i] = std::max(widths_[i], WidthOf(cells[i]));
+    widths_[i] = std::max(widths_[i], std::min(WidthOf(cells[i]), kWidest));
   }
   rows_.push_back(std::move(cells));
 }
@@ -30,7 +37,8 @@ void Table::Write(std::ostream& stream) const {
 void Table::WriteRow(std::ostream& stream, const std::vector<std::string>& cells) const {
   std::string line;
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    const std::string padding(widths_[i] - WidthOf(cells[i]), ' ');
+    const std::size_t width = WidthOf(cells[i]);
+    const std::string padding(widths_[i] - std::min(widths_[i], width), ' ');
     const bool isLeft = columns_[i].align == Align::Left;
     line += "  " + (isLeft ? cells[i] + padding : padding + cells[i]);
   }

@@ -20,7 +20,9 @@ Answer AnswerTree(const std::string& path, bool json, const TreeOptions& options
 
 /// What is wrong with the text of a whole number; empty where nothing is.
 std::string WholeNumberFault(const std::string& text) {
-  const bool isWhole = text.find_first_not_of("0123456789") == std::string::npos;
+  // A leading zero would be taken for an octal number.
+  const bool isWhole = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos &&
+                       (text == "0" || text.front() != '0');
   return isWhole ? "" : QuotedText(text) + " is no whole number";
 }
 

@@ -33,7 +33,7 @@ class DumpOfExample : public TevInfoRun, public ::testing::WithParamInterface<co
  protected:
   void SetUp() override {
     if (!HasPython()) {
-      GTEST_SKIP() << "python3 is missing";
+      FAIL() << "python3 is missing";
     }
     ExpectReport(Run({"--extract-data", model, "dump.txt"}), "");
   }

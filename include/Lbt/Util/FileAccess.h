@@ -41,8 +41,8 @@ void FillStandardDescriptors();
                                                   std::optional<FileIdentity> spared);
 
 /// Opens "path" as a text log, emptied, for writing. Follows no link, never
-/// blocks, and takes only a regular file of one name that is empty or starts like
-/// text: what lies in a shared directory under the log's name may be a trap, or
+/// blocks, and takes only a regular file of one name that does not start as a model
+/// does: what lies in a shared directory under the log's name may be a trap, or
 /// somebody's data. None on failure; the caller owns the descriptor.
 [[nodiscard]] std::optional<int> OpenLog(const std::string& path);
 

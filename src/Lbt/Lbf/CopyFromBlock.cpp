@@ -21,6 +21,14 @@ IndexItem ItemFromBlock(Block& block) {
   return item;
 }
 
+/// The longest stated list of strings that is kept as it is: one of no more elements than
+/// the block has bytes, but in large blocks only as many as it could hold.
+std::uint32_t MostKept(std::uint32_t blockSize) {
+  constexpr std::uint32_t kShortestString = sizeof(std::uint32_t);
+  constexpr std::uint32_t kFew = 4096;
+  return std::max(blockSize / kShortestString, std::min(blockSize, kFew));
+}
+
 }  // namespace
 
 void CopyFromBlock(Block& block, bool& value) { value = NumberFromBlock<std::uint8_t>(block) != 0; }
@@ -37,7 +45,8 @@ void CopyFromBlock(Block& block, std::string& text) {
 template <>
 void CopyFromBlock<std::string>(Block& block, std::vector<std::string>& texts) {
   const auto count = NumberFromBlock<std::uint32_t>(block);
-  if (count <= block.GetSize()) {
+  const std::uint32_t mostKept = MostKept(block.GetSize());
+  if (count <= mostKept) {
     texts.resize(count);
   }
   std::size_t read = 0;
@@ -49,7 +58,7 @@ void CopyFromBlock<std::string>(Block& block, std::vector<std::string>& texts) {
       CopyFromBlock(block, texts[read]);
     }
   } catch (const Lbt::Util::Exception&) {
-    texts.resize(Detail::KeptLength(count, read, block.GetSize()));
+    texts.resize(Detail::KeptLength(count, read, mostKept));
     throw;
   }
 }

@@ -4,9 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
-#include <span>
 #include <utility>
 
 namespace Lbt::Util {
@@ -34,16 +31,12 @@ class Descriptor {
   int descriptor_;
 };
 
-/// A log holds text; a model starts with a byte that text never starts with.
-bool StartsLikeText(int descriptor) {
-  std::array<char, 8> bytes{};
-  const ssize_t count = pread(descriptor, bytes.data(), bytes.size(), 0);
-  if (count < 0) {
-    return false;
-  }
-  return std::ranges::all_of(std::span(bytes).first(static_cast<std::size_t>(count)), [](char c) {
-    return (c >= ' ' && c <= '~') || c == '\n' || c == '\t';
-  });
+/// Whether a file starts with the byte that models start with, and no text does.
+bool MayBeAModel(int descriptor) {
+  constexpr unsigned char kFirstOfModels = 0x89;
+  unsigned char first = 0;
+  const ssize_t count = pread(descriptor, &first, 1, 0);
+  return count < 0 || (count == 1 && first == kFirstOfModels);
 }
 
 }  // namespace
@@ -117,7 +110,7 @@ std::optional<int> OpenLog(const std::string& path) {
     return std::nullopt;
   }
   const bool ownFile = S_ISREG(status.st_mode) && status.st_nlink == 1;
-  if (!ownFile || !StartsLikeText(file.Get()) || ftruncate(file.Get(), 0) != 0) {
+  if (!ownFile || MayBeAModel(file.Get()) || ftruncate(file.Get(), 0) != 0) {
     return std::nullopt;
   }
   return file.HandOn();

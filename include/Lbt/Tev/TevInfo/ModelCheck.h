@@ -3,10 +3,22 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Something of a model file that has a number (or an id) and a name.
 struct NumberedName {
+  /// Characters of a name that are kept: a finding must not cost what a name may be long.
+  static constexpr std::size_t kLongest = 256;
+
+  NumberedName() = default;
+  NumberedName(std::uint64_t itsNumber, std::string_view itsName)
+      : number(itsNumber), name(itsName.substr(0, kLongest)) {
+    if (itsName.size() > kLongest) {
+      name += "...";
+    }
+  }
+
   std::uint64_t number = 0;
   std::string name;
 };

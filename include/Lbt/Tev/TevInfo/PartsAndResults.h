@@ -47,8 +47,9 @@ using ResultSink =
 /// lie, the results that their geometries carry and, where "datasets" is not null, the
 /// numbers of all variables.
 ///
-/// Throws "Element Not Found" for a shape without a first child, what loading numbers
-/// throws, and GeometryAssertion; what was gathered until then stays.
+/// Throws "Element Not Found" for a shape without a first child, "Out of Bounds" where the
+/// data sets would repeat more than 128 MiB of names, what loading numbers throws, and
+/// GeometryAssertion; what was gathered until then stays.
 void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
                            const ResultSink& addResult, std::vector<TevDataset>* datasets);
 

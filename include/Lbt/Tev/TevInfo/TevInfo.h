@@ -39,6 +39,12 @@ class TevInfo {
     NameAttribute = 4,
     ValueAttribute = 5,
   };
+  static constexpr TagType NamespacePrefix = TagType::NamespacePrefix;
+  static constexpr TagType NamespaceUri = TagType::NamespaceUri;
+  static constexpr TagType RootElement = TagType::RootElement;
+  static constexpr TagType EntryElement = TagType::EntryElement;
+  static constexpr TagType NameAttribute = TagType::NameAttribute;
+  static constexpr TagType ValueAttribute = TagType::ValueAttribute;
 
   /// Stores the format and sets its tags. A value that is no format is stored, too, but
   /// leaves the tags as they are.

@@ -1,6 +1,7 @@
 #include "DatasetGatherer.h"
 
 #include "Clamp.h"
+#include "Lbt/Log/Raise.h"
 
 namespace {
 
@@ -39,12 +40,22 @@ TevDataset DatasetOf(const VariablePlace& place, const Geometry::VarStruct& vari
 void DatasetGatherer::Gather(const VariablePlace& place, const Geometry::VarStruct& variable,
                              std::vector<TevDataset>& datasets) {
   if (!variable.isLinked) {
+    TakeName(place.partName.size() + place.geometryName.size());
     datasets.push_back(DatasetOf(place, variable));
     positions_.insert_or_assign({place.geometryId, place.variableIndex}, datasets.size() - 1);
     return;
   }
   const auto target = positions_.find({variable.linkNodeId, variable.linkVariableIndex});
   if (variable.linkNodeId != 0 && target != positions_.end()) {
+    TakeName(place.geometryName.size());
     datasets[target->second].names.push_back(place.geometryName);
   }
+}
+
+void DatasetGatherer::TakeName(std::size_t size) {
+  if (size > namesLeft_) {
+    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds, "Not enough bytes in the block",
+                    "include/Lbt/Tev/TevInfo/PartsAndResults");
+  }
+  namesLeft_ -= size;
 }

@@ -30,5 +30,10 @@ class DatasetGatherer {
  private:
   using Key = std::pair<unsigned int, std::size_t>;
 
+  void TakeName(std::size_t size);
+
   std::map<Key, std::size_t> positions_;
+  /// Characters of part and geometry names that data sets may still repeat. Each has its
+  /// own copy; a long name would otherwise cost its length for every variable.
+  std::size_t namesLeft_ = std::size_t{128} * 1024 * 1024;
 };

@@ -25,6 +25,6 @@ void TevInfo::printResults(std::ostream& os,
                            const std::map<std::string, std::vector<std::size_t>>& byInstance,
                            std::size_t nodeCount) const {
   DumpWriter writer(datasets, os);
-  writer.WriteResults(byInstance, nodeCount);
+  writer.WriteResults(byInstance, {}, nodeCount);
   writer.Finish();
 }

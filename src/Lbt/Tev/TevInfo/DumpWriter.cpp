@@ -26,14 +26,6 @@ std::span<const T> ValuesOf(const std::vector<T> TevDataset::*values, const TevD
   return dataset == nullptr ? std::span<const T>() : std::span<const T>(dataset->*values);
 }
 
-/// A column of a table: its values, one of every "stride", and how they are written.
-struct Column {
-  std::span<const float> values;
-  std::size_t first;
-  std::size_t stride;
-  bool isNodeId;
-};
-
 }  // namespace
 
 void DumpWriter::WriteAll() {
@@ -61,18 +53,16 @@ void DumpWriter::WriteAnalysis(const std::string& group, const Positions& positi
     }
   }
   // Every set of node ids becomes the last column so far; the last set counts the nodes.
-  std::size_t nodeCount = 0;
+  Positions nodeIds;
   for (const std::size_t position : positions) {
     if (At(position).result == "Node Ids" && At(position).instance.empty()) {
-      for (auto& [instance, listed] : byInstance) {
-        listed.push_back(position);
-      }
-      nodeCount = At(position).size();
+      nodeIds.push_back(position);
     }
   }
+  const std::size_t nodeCount = nodeIds.empty() ? 0 : At(nodeIds.back()).size();
   WriteOverview(byResult, byInstance, nodeCount);
   WriteMesh(positions);
-  WriteResults(byInstance, nodeCount);
+  WriteResults(byInstance, nodeIds, nodeCount);
 }
 
 void DumpWriter::WriteLines(const std::vector<std::string>& names) {
@@ -167,63 +157,65 @@ void DumpWriter::WriteElements(const Mesh& mesh) {
   }
 }
 
-void DumpWriter::WriteResults(const Listing& byInstance, std::size_t nodeCount) {
+void DumpWriter::WriteResults(const Listing& byInstance, const Positions& nodeIds,
+                              std::size_t nodeCount) {
   if (nodeCount == 0) {
     return;
   }
   for (const auto& [instance, positions] : byInstance) {
-    WriteTable(instance, positions, nodeCount);
+    WriteTable(instance, positions, nodeIds, nodeCount);
   }
 }
 
-void DumpWriter::WriteTable(const std::string& instance, const Positions& positions,
-                            std::size_t nodeCount) {
+void DumpWriter::WriteTable(const std::string& instance, const Positions& results,
+                            const Positions& nodeIds, std::size_t nodeCount) {
   text_.Add("Data : \n");
   if (!instance.empty()) {
     text_.Add("    Instance : ").Add(instance).Add("\n");
   }
+  Positions positions = results;
+  positions.insert(positions.end(), nodeIds.begin(), nodeIds.end());
   text_.Add("    Results: ");
   for (std::size_t i = 0; i < positions.size(); ++i) {
     text_.Add(i == 0 ? "" : ", ").Add(At(positions[i]).result);
   }
   text_.Add("\n    Values : \n");
-  WriteRows(ColumnsOf(positions, nodeCount), nodeCount);
+  WriteRows(positions, nodeCount);
   text_.Add("\n");
 }
 
-std::vector<TevInfo::DimenInfo> DumpWriter::ColumnsOf(const Positions& positions,
-                                                      std::size_t nodeCount) const {
-  std::vector<TevInfo::DimenInfo> columns;
+void DumpWriter::WriteRows(const Positions& positions, std::size_t nodeCount) {
+  std::vector<Columns> columns;
   for (const std::size_t position : positions) {
     const std::size_t components = At(position).size() / nodeCount;
-    for (std::size_t k = 0; k < components; ++k) {
-      columns.push_back({position, components, k});
+    if (components != 0) {
+      columns.push_back({At(position).floatValues, components, At(position).result == "Node Ids"});
     }
   }
-  return columns;
-}
-
-void DumpWriter::WriteRows(const std::vector<TevInfo::DimenInfo>& dimensions,
-                           std::size_t nodeCount) {
-  std::vector<Column> columns;
-  for (const auto& [position, components, component] : dimensions) {
-    const bool isNodeId = At(position).result == "Node Ids";
-    columns.push_back(
-        {At(position).floatValues, isNodeId ? 0 : component, isNodeId ? 1 : components, isNodeId});
-  }
   for (std::size_t node = 0; node < nodeCount; ++node) {
-    for (const Column& column : columns) {
-      const std::size_t index = column.first + column.stride * node;
-      if (index >= column.values.size()) {
-        text_.Add(&column == columns.data() ? "" : "\n");
+    for (const Columns& dataset : columns) {
+      const std::size_t written = WriteComponents(dataset, node);
+      if (written < dataset.components) {
+        text_.Add(&dataset == columns.data() && written == 0 ? "" : "\n");
         return;
-      }
-      if (column.isNodeId) {
-        text_.AddColumn(Clamped<std::int32_t>(column.values[index]), kValueWidth);
-      } else {
-        text_.AddColumn(column.values[index], kValueWidth);
       }
     }
     text_.Add("\n");
   }
+}
+
+/// Writes what there is of a node's values and returns how many they are.
+std::size_t DumpWriter::WriteComponents(const Columns& dataset, std::size_t node) {
+  for (std::size_t k = 0; k < dataset.components; ++k) {
+    const std::size_t index = dataset.isNodeId ? node : k + dataset.components * node;
+    if (index >= dataset.values.size()) {
+      return k;
+    }
+    if (dataset.isNodeId) {
+      text_.AddColumn(Clamped<std::int32_t>(dataset.values[index]), kValueWidth);
+    } else {
+      text_.AddColumn(dataset.values[index], kValueWidth);
+    }
+  }
+  return dataset.components;
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <map>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,8 @@ class DumpWriter {
   void WriteAll();
   void WriteAnalysis(const std::string& group, const Positions& positions);
   void WriteMesh(const Positions& positions);
-  void WriteResults(const Listing& byInstance, std::size_t nodeCount);
+  /// "nodeIds" follow the results of every instance.
+  void WriteResults(const Listing& byInstance, const Positions& nodeIds, std::size_t nodeCount);
 
   /// Hands on what is left of the text. Throws where the stream is set to throw.
   void Finish() { text_.Flush(); }
@@ -36,16 +38,23 @@ class DumpWriter {
     std::size_t elementCount = 0;
   };
 
+  /// The columns of a data set in a table.
+  struct Columns {
+    std::span<const float> values;
+    std::size_t components;
+    bool isNodeId;
+  };
+
   [[nodiscard]] const TevDataset& At(std::size_t position) const { return (*datasets_)[position]; }
   [[nodiscard]] Mesh FindMesh(const Positions& positions) const;
-  [[nodiscard]] std::vector<TevInfo::DimenInfo> ColumnsOf(const Positions& positions,
-                                                          std::size_t nodeCount) const;
   void WriteLines(const std::vector<std::string>& names);
   void WriteOverview(const Listing& byResult, const Listing& byInstance, std::size_t nodeCount);
   void WriteNodes(const Mesh& mesh);
   void WriteElements(const Mesh& mesh);
-  void WriteTable(const std::string& instance, const Positions& positions, std::size_t nodeCount);
-  void WriteRows(const std::vector<TevInfo::DimenInfo>& columns, std::size_t nodeCount);
+  void WriteTable(const std::string& instance, const Positions& results, const Positions& nodeIds,
+                  std::size_t nodeCount);
+  void WriteRows(const Positions& positions, std::size_t nodeCount);
+  [[nodiscard]] std::size_t WriteComponents(const Columns& dataset, std::size_t node);
 
   const std::vector<TevDataset>* datasets_;
   Lbt::Util::TextBuffer text_;

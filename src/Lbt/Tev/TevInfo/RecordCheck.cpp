@@ -248,6 +248,12 @@ TreeRecords ReadTreeRecords(LbtLbf::LbFile& file, bool wideOffsets, const Stream
   std::string at = "the number of tree records";
   try {
     const int count = LbtTev::ReadTreeRecordCount(file, stream);
+    if (count < 0) {
+      read.areAll = false;
+      findings.push_back({.kind = Finding::Kind::UnreadableRecord,
+                          .text = "the number of tree records is negative, so none is read",
+                          .claimed = static_cast<std::uint32_t>(count)});
+    }
     for (int i = 0; i < count; ++i) {
       at = "tree record " + std::to_string(i) + " of " + std::to_string(count);
       read.records.push_back(LbtTev::ReadTreeRecord(file, stream, wideOffsets));
