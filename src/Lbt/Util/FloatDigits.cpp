@@ -117,7 +117,7 @@ std::size_t WriteSmall(const char* digits, std::size_t count, int exponent, char
 
 /// ddd.ddd
 std::size_t WriteFixed(const char* digits, std::size_t count, int exponent, char* text) {
-  const auto whole = static_cast<std::size_t>(exponent + 1);
+  const std::size_t whole = static_cast<std::size_t>(exponent) + 1;
   std::memcpy(text, digits, kDigits);
   if (count <= whole) {
     return whole;
