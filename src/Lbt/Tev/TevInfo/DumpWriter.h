@@ -45,7 +45,10 @@ class DumpWriter {
     bool isNodeId;
   };
 
-  [[nodiscard]] const TevDataset& At(std::size_t position) const { return (*datasets_)[position]; }
+  /// A position that no data set has stands for an empty one.
+  [[nodiscard]] const TevDataset& At(std::size_t position) const {
+    return position < datasets_->size() ? (*datasets_)[position] : none_;
+  }
   [[nodiscard]] Mesh FindMesh(const Positions& positions) const;
   void WriteLines(const std::vector<std::string>& names);
   void WriteOverview(const Listing& byResult, const Listing& byInstance, std::size_t nodeCount);
@@ -57,5 +60,6 @@ class DumpWriter {
   [[nodiscard]] std::size_t WriteComponents(const Columns& dataset, std::size_t node);
 
   const std::vector<TevDataset>* datasets_;
+  TevDataset none_;
   Lbt::Util::TextBuffer text_;
 };
