@@ -91,46 +91,72 @@ std::string LineOf(const std::string& path, const Finding& finding) {
   return VisibleText(line) + '\n';
 }
 
-Json JsonOrNull(const std::optional<NumberedName>& named, const char* numberName,
-                const char* nameName) {
-  return named ? Json{{numberName, named->number}, {nameName, named->name}} : Json(nullptr);
+void WriteNamed(const char* name, const std::optional<NumberedName>& named, const char* numberName,
+                const char* nameName, JsonWriter& json) {
+  json.Key(name);
+  if (!named) {
+    json.Value(nullptr);
+    return;
+  }
+  json.OpenObject();
+  json.Member(numberName, named->number);
+  json.Member(nameName, named->name);
+  json.Close();
 }
 
 Json JsonOrNull(const std::optional<std::uint64_t>& number) {
   return number ? Json(*number) : Json(nullptr);
 }
 
-Json ObjectOf(const Finding& finding) {
-  return {{"kind", NameOf(finding.kind)},
-          {"text", OneLine(finding.text)},
-          {"block", JsonOrNull(finding.block, "number", "stream")},
-          {"node", JsonOrNull(finding.node, "id", "name")},
-          {"variable", JsonOrNull(finding.variable, "index", "name")},
-          {"offset", JsonOrNull(finding.offset)},
-          {"claimed", JsonOrNull(finding.claimed)},
-          {"found", JsonOrNull(finding.found)}};
+/// Only single values become Json: freeing any other may take memory, and there may be none.
+void WriteObject(const Finding& finding, JsonWriter& json) {
+  json.OpenObject();
+  json.Member("kind", NameOf(finding.kind));
+  json.Member("text", OneLine(finding.text));
+  WriteNamed("block", finding.block, "number", "stream", json);
+  WriteNamed("node", finding.node, "id", "name", json);
+  WriteNamed("variable", finding.variable, "index", "name", json);
+  json.Member("offset", JsonOrNull(finding.offset));
+  json.Member("claimed", JsonOrNull(finding.claimed));
+  json.Member("found", JsonOrNull(finding.found));
+  json.Close();
 }
 
-std::string JsonTextOf(const std::string& path, const std::vector<Finding>& findings) {
-  Json json{{"file", path}, {"findings", Json::array()}};
-  for (const Finding& finding : findings) {
-    json["findings"].push_back(ObjectOf(finding));
-  }
-  return JsonText(json);
+void BeginObject(const std::string& path, JsonWriter& json) {
+  json.OpenObject();
+  json.Member("file", path);
+  json.Key("findings");
+  json.OpenList();
 }
 
-Answer AnswerCheck(const std::string& path, bool json) {
-  const std::vector<Finding> findings = CheckModel(path);
-  Answer answer;
-  answer.isFailure = !findings.empty();
-  if (json) {
-    answer.text = JsonTextOf(path, findings);
-  } else {
-    for (const Finding& finding : findings) {
-      answer.text += LineOf(path, finding);
+/// A file that cannot be opened gets no object: it begins with the first finding, or with none.
+bool WriteJson(const std::string& path, AnswerWriter& writer) {
+  bool isSound = true;
+  CheckModel(path, [&](const Finding& finding) {
+    if (isSound) {
+      BeginObject(path, writer.Object());
+      isSound = false;
     }
+    WriteObject(finding, writer.Object());
+  });
+  if (isSound) {
+    BeginObject(path, writer.Object());
   }
-  return answer;
+  return isSound;
+}
+
+bool WriteLines(const std::string& path, AnswerWriter& writer) {
+  bool isSound = true;
+  CheckModel(path, [&](const Finding& finding) {
+    writer.Write(LineOf(path, finding));
+    isSound = false;
+  });
+  return isSound;
+}
+
+Ending AnswerCheck(const std::string& path, AnswerWriter& writer) {
+  const bool isSound = writer.IsJson() ? WriteJson(path, writer) : WriteLines(path, writer);
+  return {.isFailure = !isSound};
 }
 
 }  // namespace

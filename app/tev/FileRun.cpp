@@ -1,69 +1,19 @@
 #include "tev/FileRun.h"
 
 #include <iostream>
-#include <nlohmann/json.hpp>
-#include <optional>
 
 #include "tev/Failure.h"
-#include "tev/Json.h"
 #include "tev/Progress.h"
 #include "tev/VisibleText.h"
 
 namespace {
 
-/// Writes what stands around and between the answers.
-class Envelope {
- public:
-  Envelope(const FileRun& run, std::ostream& output) : run_(&run), output_(&output) {
-    if (run_->json) {
-      *output_ << "{\n  \"command\": \"" << run.command << "\",\n  \"files\": [";
-    }
-  }
-
-  void Add(const std::string& path, const std::string& answer) {
-    if (run_->json) {
-      *output_ << (isFirst_ ? "\n    " : ",\n    ") << Indented(answer, "    ");
-    } else if (run_->layout == TextLayout::Lines) {
-      *output_ << answer;
-    } else {
-      *output_ << (isFirst_ ? "" : "\n") << VisibleText(path) << '\n' << answer;
-    }
-    output_->flush();
-    isFirst_ = false;
-  }
-
-  void AddFailure(const std::string& path, const std::string& reason) {
-    failures_.push_back({{"file", path}, {"reason", reason}});
-  }
-
-  void Close() {
-    if (run_->json) {
-      *output_ << (isFirst_ ? "" : "\n  ")
-               << "],\n  \"failures\": " << Indented(JsonText(failures_), "  ") << "\n}\n";
-    }
-  }
-
- private:
-  const FileRun* run_;
-  std::ostream* output_;
-  bool isFirst_ = true;
-  Json failures_ = Json::array();
-};
-
-/// The answer for a file; only a fault where there is none.
-struct Outcome {
-  std::optional<std::string> text;
-  std::vector<std::string> faults;
-  bool isFailure = false;
-};
-
-Outcome TryFile(const FileRun& run, const std::string& path) {
+/// An exception on the way is a fault.
+Ending TryFile(const FileRun& run, const std::string& path, AnswerWriter& writer) {
   try {
-    Answer answer = run.answer(path, run.json);
-    const bool isFailure = answer.isFailure || !answer.faults.empty();
-    return {std::move(answer.text), std::move(answer.faults), isFailure};
+    return run.answer(path, writer);
   } catch (...) {
-    return {std::nullopt, {ReasonOfCurrentException()}, true};
+    return {.faults = {ReasonOfCurrentException()}};
   }
 }
 
@@ -75,22 +25,22 @@ void ReportFailure(const std::string& path, std::string_view reason) {
 
 Status RunOverFiles(const FileRun& run, std::ostream& output) {
   Progress progress(run.files.size());
-  Envelope envelope(run, output);
+  AnswerWriter writer({.command = run.command, .layout = run.layout, .json = run.json}, output,
+                      progress);
   Status status = Status::Done;
   for (std::size_t i = 0; i < run.files.size() && output.good(); ++i) {
     const std::string& path = run.files[i];
     progress.Show(i, path);
-    const Outcome outcome = TryFile(run, path);
+    writer.BeginFile(path);
+    const Ending ending = TryFile(run, path, writer);
     progress.Clear();
-    if (outcome.text) {
-      envelope.Add(path, *outcome.text);
-    }
-    for (const std::string& fault : outcome.faults) {
+    writer.EndFile();
+    for (const std::string& fault : ending.faults) {
       ReportFailure(path, fault);
-      envelope.AddFailure(path, fault);
+      writer.AddFailure(path, fault);
     }
-    status = outcome.isFailure ? Status::FileFailed : status;
+    status = ending.isFailure || !ending.faults.empty() ? Status::FileFailed : status;
   }
-  envelope.Close();
+  writer.Close();
   return status;
 }

@@ -6,25 +6,21 @@
 #include <string_view>
 #include <vector>
 
+#include "tev/AnswerWriter.h"
+
 /// Exit statuses, those of TevInfo.
 enum class Status : int { Done = 0, BadUsage = 1, FileFailed = 2 };
 
-/// What a subcommand has to say on one file.
-struct Answer {
-  std::string text;  ///< a section of lines, or a JSON object
-  /// What is wrong with the file, one line each; any makes it a failed file, with its
-  /// answer written all the same.
+/// How the answer on one file ended.
+struct Ending {
+  /// What is wrong with the file, one line each; any makes it a failed file.
   std::vector<std::string> faults = {};
   bool isFailure = false;  ///< a failed file even without them, since the answer tells why
 };
 
-/// Answers for one file, in JSON or as text. An exception or a GeometryAssertion is a
-/// failure of the file.
-using AnswerFunction = std::function<Answer(const std::string& path, bool json)>;
-
-/// How answers of text stand one after another: each as a section under its path, with an
-/// empty line between two, or all as one list of lines.
-enum class TextLayout { Sections, Lines };
+/// Answers on one file, as text or in JSON, through "writer". An exception or a
+/// GeometryAssertion is a failure of the file; what was written until then stays.
+using AnswerFunction = std::function<Ending(const std::string& path, AnswerWriter& writer)>;
 
 /// A run of a subcommand over files.
 struct FileRun {

@@ -189,10 +189,11 @@ Json ObjectOf(const std::string& path, const ModelFacts& facts) {
   return json;
 }
 
-Answer AnswerInfo(const std::string& path, bool json) {
+Ending AnswerInfo(const std::string& path, AnswerWriter& writer) {
   const ModelFacts facts =
       WithModel(path, [](const LbtTev::Tree& tree) { return GatherModelFacts(tree); });
-  return {json ? JsonText(ObjectOf(path, facts)) : TextOf(facts)};
+  writer.Write(writer.IsJson() ? JsonText(ObjectOf(path, facts)) : TextOf(facts));
+  return {};
 }
 
 }  // namespace

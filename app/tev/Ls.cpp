@@ -87,52 +87,64 @@ std::string TextOf(const ContainerListing& listing) {
   return text.str();
 }
 
-Json ObjectOf(const BlockFacts& block) {
-  Json json{{"number", block.number},
-            {"stream", block.stream},
-            {"storedBytes", block.storedSize},
-            {"inflatedBytes", nullptr},
-            {"ratio", nullptr},
-            {"offset", block.offset},
-            {"compression", CompressionOf(block)}};
-  if (block.inflatedSize) {
-    json["inflatedBytes"] = *block.inflatedSize;
-  }
-  if (const auto ratio = Ratio(block.storedSize, block.inflatedSize)) {
-    json["ratio"] = *ratio;
-  }
-  return json;
+template <class T>
+Json JsonOrNull(const std::optional<T>& value) {
+  return value ? Json(*value) : Json(nullptr);
 }
 
-Json ObjectOf(const BlockTotals& totals) {
-  Json json{{"blocks", totals.blocks},
-            {"storedBytes", totals.storedSize},
-            {"inflatedBytes", totals.inflatedSize},
-            {"ratio", nullptr}};
-  if (const auto ratio = Ratio(totals.storedSize, totals.inflatedSize)) {
-    json["ratio"] = *ratio;
-  }
-  return json;
+void WriteBlock(const BlockFacts& block, JsonWriter& json) {
+  json.OpenObject();
+  json.Member("number", block.number);
+  json.Member("stream", block.stream);
+  json.Member("storedBytes", block.storedSize);
+  json.Member("inflatedBytes", JsonOrNull(block.inflatedSize));
+  json.Member("ratio", JsonOrNull(Ratio(block.storedSize, block.inflatedSize)));
+  json.Member("offset", block.offset);
+  json.Member("compression", CompressionOf(block));
+  json.Close();
 }
 
-std::string JsonTextOf(const std::string& path, const ContainerListing& listing) {
-  Json json{{"file", path},
-            {"fileBytes", listing.fileSize},
-            {"version", listing.version},
-            {"index", {{"offset", listing.indexOffset}, {"bytes", listing.indexSize}}},
-            {"blocks", Json::array()},
-            {"streams", Json::array()},
-            {"totals", ObjectOf(listing.totals)}};
-  for (const BlockFacts& block : listing.blocks) {
-    json["blocks"].push_back(ObjectOf(block));
-  }
+void WriteTotals(const BlockTotals& totals, JsonWriter& json) {
+  json.Member("blocks", totals.blocks);
+  json.Member("storedBytes", totals.storedSize);
+  json.Member("inflatedBytes", totals.inflatedSize);
+  json.Member("ratio", JsonOrNull(Ratio(totals.storedSize, totals.inflatedSize)));
+}
+
+void WriteStreams(const ContainerListing& listing, JsonWriter& json) {
+  json.Key("streams");
+  json.OpenList();
   for (const LbtLbf::StreamTotals& stream : listing.streams) {
-    Json totals = ObjectOf(stream.totals);
-    Json named{{"stream", stream.stream}};
-    named.update(totals);
-    json["streams"].push_back(std::move(named));
+    json.OpenObject();
+    json.Member("stream", stream.stream);
+    WriteTotals(stream.totals, json);
+    json.Close();
   }
-  return JsonText(json);
+  json.Close();
+}
+
+void WriteJson(const std::string& path, const ContainerListing& listing, JsonWriter& json) {
+  json.OpenObject();
+  json.Member("file", path);
+  json.Member("fileBytes", listing.fileSize);
+  json.Member("version", listing.version);
+  json.Key("index");
+  json.OpenObject();
+  json.Member("offset", listing.indexOffset);
+  json.Member("bytes", listing.indexSize);
+  json.Close();
+  json.Key("blocks");
+  json.OpenList();
+  for (const BlockFacts& block : listing.blocks) {
+    WriteBlock(block, json);
+  }
+  json.Close();
+  WriteStreams(listing, json);
+  json.Key("totals");
+  json.OpenObject();
+  WriteTotals(listing.totals, json);
+  json.Close();
+  json.Close();
 }
 
 /// The first block that the file is too short for, or that is too short itself: the
@@ -150,9 +162,14 @@ std::vector<std::string> FaultsOf(const ContainerListing& listing) {
   return {};
 }
 
-Answer AnswerLs(const std::string& path, bool json) {
+Ending AnswerLs(const std::string& path, AnswerWriter& writer) {
   const ContainerListing listing = List(path);
-  return {json ? JsonTextOf(path, listing) : TextOf(listing), FaultsOf(listing)};
+  if (writer.IsJson()) {
+    WriteJson(path, listing, writer.Object());
+  } else {
+    writer.Write(TextOf(listing));
+  }
+  return {.faults = FaultsOf(listing)};
 }
 
 }  // namespace

@@ -11,11 +11,14 @@
 
 namespace {
 
-Answer AnswerTree(const std::string& path, bool json, const TreeOptions& options) {
-  return WithModel(path, [&](const LbtTev::Tree& tree) -> Answer {
+Ending AnswerTree(const std::string& path, AnswerWriter& writer, const TreeOptions& options) {
+  const std::string text = WithModel(path, [&](const LbtTev::Tree& tree) {
     const TreeOutline outline = OutlineOf(tree);
-    return {json ? TreeJsonText(path, outline, options) : TreeDrawingText(outline, options)};
+    return writer.IsJson() ? TreeJsonText(path, outline, options)
+                           : TreeDrawingText(outline, options);
   });
+  writer.Write(text);
+  return {};
 }
 
 /// What is wrong with the text of a whole number; empty where nothing is.
@@ -30,9 +33,10 @@ std::string WholeNumberFault(const std::string& text) {
 
 void AddTree(CLI::App& app, Action& action) {
   const auto options = std::make_shared<TreeOptions>();
-  CLI::App& command = AddFileCommand(
-      app, action, "tree", "Draw the trees of models",
-      [options](const std::string& path, bool json) { return AnswerTree(path, json, *options); });
+  CLI::App& command = AddFileCommand(app, action, "tree", "Draw the trees of models",
+                                     [options](const std::string& path, AnswerWriter& writer) {
+                                       return AnswerTree(path, writer, *options);
+                                     });
   command
       .add_option("--depth", options->depth, "Draw only nodes down to this depth; the root is at 0")
       ->option_text("N")

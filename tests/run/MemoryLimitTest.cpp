@@ -8,10 +8,14 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "run/DamagedModels.h"
 #include "run/SmallReport.h"
+#include "run/TevCheckRun.h"
 #include "run/TevInfoRun.h"
+#include "support/ByteWriter.h"
 #include "support/SmallModel.h"
 
 namespace tevtest {
@@ -54,6 +58,57 @@ TEST_F(MemoryLimitOfAGoodModel, HeavyDataOfAVariable_IsNotReadForTheReport) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.error, Notice() + Failure("Out of Bounds", "Not enough bytes in the block",
                                               "include/Lbt/Lbf/Block"));
+}
+
+class MemoryLimitOfACheck : public TevCheckRun {
+ protected:
+  /// 100,000 tree records of 47 bytes, each with five links to nothing.
+  [[nodiscard]] static std::string DeadLinks() {
+    constexpr std::uint32_t kCount = 100000;
+    ByteWriter tree;
+    tree.U32(kCount);
+    for (std::uint32_t id = 1; id <= kCount; ++id) {
+      tree.U32(id);
+      for (std::uint32_t link = 1; link <= 5; ++link) {
+        tree.U32(kCount + link);
+      }
+      tree.Text("").Text("").Text("0.1").U64(0);
+    }
+    return ContainerWriter().AddCompressed("Tev Tree", tree.Bytes()).Build().bytes;
+  }
+
+  /// How often "text" stands in what a run prints that ends with status 2.
+  [[nodiscard]] std::size_t Count(const std::vector<std::string>& arguments,
+                                  std::string_view text) const {
+    const RunResult run = Run(arguments, {.hooks = {Limit(RLIMIT_AS, kLimit / 2)}});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.error, "");
+    std::size_t count = 0;
+    for (auto at = run.output.find(text); at != std::string::npos;
+         at = run.output.find(text, at + text.size())) {
+      ++count;
+    }
+    return count;
+  }
+};
+
+TEST_F(MemoryLimitOfACheck, VeryManyFindings_AreWrittenAsTheyAreMade) {
+  dir.Write("m.tev", DeadLinks());
+  EXPECT_EQ(Count({"check", "m.tev"}, " is a node that does not exist (claimed 10000"), 500000U);
+  EXPECT_EQ(Count({"check", "--json", "m.tev", "m.tev"}, "\"link-to-nothing\""), 1000000U);
+}
+
+TEST_F(MemoryLimitOfACheck, VeryManyBlocks_AreListedAsTheyAreMade) {
+  ContainerWriter writer;
+  for (int i = 0; i < 100000; ++i) {
+    writer.AddRaw("", "");
+  }
+  dir.Write("m.tev", writer.Build().bytes);
+  const RunResult run =
+      Run({"ls", "--json", "m.tev", "m.tev"}, {.hooks = {Limit(RLIMIT_AS, kLimit / 3)}});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.error, "");
+  EXPECT_NE(run.output.rfind("\"number\": 99999,"), std::string::npos);
 }
 
 }  // namespace

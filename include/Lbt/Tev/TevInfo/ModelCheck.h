@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 /// Something of a model file that has a number (or an id) and a name.
 struct NumberedName {
@@ -58,10 +58,13 @@ struct Finding {
   std::optional<std::uint64_t> found = std::nullopt;    ///< what there is
 };
 
+/// Takes each finding as it is made. What it throws ends the check.
+using FindingSink = std::function<void(const Finding&)>;
+
 /// Checks a model file: inflates every block, reads every record and loads every variable, and
 /// tests what reading a model takes without a word. Of a stream that is read from front to
 /// back, nothing is read behind its first failure; all other checks go on. No findings: sound.
 ///
-/// Takes time in proportion to what the blocks hold and memory for the tree and one variable.
-/// Throws where the file cannot be opened.
-[[nodiscard]] std::vector<Finding> CheckModel(const std::string& path);
+/// Takes time in proportion to what the blocks hold, and memory for the tree and one variable,
+/// however much is wrong. Throws where the file cannot be opened.
+void CheckModel(const std::string& path, const FindingSink& sink);

@@ -66,14 +66,14 @@ std::optional<Finding> FaultOf(const CheckedBlock& block) {
 }
 
 void AddUnused(std::uint64_t offset, std::uint64_t size, std::uint64_t unused,
-               std::optional<NumberedName> block, std::vector<Finding>& findings) {
+               std::optional<NumberedName> block, const FindingSink& sink) {
   if (unused != 0) {
-    findings.push_back({.kind = Finding::Kind::UnusedBytes,
-                        .text = "the index has bytes behind its last entry",
-                        .block = std::move(block),
-                        .offset = offset,
-                        .claimed = size,
-                        .found = size - unused});
+    sink({.kind = Finding::Kind::UnusedBytes,
+          .text = "the index has bytes behind its last entry",
+          .block = std::move(block),
+          .offset = offset,
+          .claimed = size,
+          .found = size - unused});
   }
 }
 
@@ -90,23 +90,25 @@ void PlaceIndex(const LbFile& file, Finding& finding) {
 }
 
 void AddUnusedOfContinuation(const LbtLbf::Index& index, const CheckedBlock& block,
-                             std::vector<Finding>& findings) {
+                             const FindingSink& sink) {
   const std::uint64_t unused = index.GetContinuationUnusedBytes();
   const std::uint64_t length = block.check.length;
   const std::uint64_t within = block.isCompressed ? 0 : length - unused;
-  AddUnused(block.offset + within, length, unused, block.name, findings);
+  AddUnused(block.offset + within, length, unused, block.name, sink);
 }
 
 void CheckContents(LbFile& file, const LbtLbf::IndexItem& item, CheckedBlock& block,
-                   std::vector<Finding>& findings) {
+                   const FindingSink& sink) {
+  std::optional<Finding> fault;
   try {
     block.check = LbtLbf::CheckBlock(file, item);
-    if (std::optional<Finding> fault = FaultOf(block)) {
-      findings.push_back(std::move(*fault));
-    }
+    fault = FaultOf(block);
   } catch (const std::exception& exception) {
-    findings.push_back(FindingOn(block, Finding::Kind::UnreadableBlock,
-                                 "the block cannot be read: " + ReasonOf(exception, file)));
+    fault = FindingOn(block, Finding::Kind::UnreadableBlock,
+                      "the block cannot be read: " + ReasonOf(exception, file));
+  }
+  if (fault) {
+    sink(*fault);
   }
 }
 
@@ -128,7 +130,7 @@ std::string ReasonOf(const std::exception& exception, const LbFile& file) {
 }
 
 bool CheckHeader(LbFile& file, const std::string& path, bool& wideOffsets,
-                 std::vector<Finding>& findings) {
+                 const FindingSink& sink) {
   try {
     static_cast<void>(LbtTev::OpenContainer(file, path, wideOffsets));
     return true;
@@ -137,14 +139,14 @@ bool CheckHeader(LbFile& file, const std::string& path, bool& wideOffsets,
       throw;
     }
     const bool isOther = exception.GetType() == Exception::ErrorType::FormatNotSupported;
-    findings.push_back({.kind = Finding::Kind::Header,
-                        .text = isOther ? "the file does not begin with the signature of a Tev file"
-                                        : exception.GetLogMessage()});
+    sink({.kind = Finding::Kind::Header,
+          .text = isOther ? "the file does not begin with the signature of a Tev file"
+                          : exception.GetLogMessage()});
     return false;
   }
 }
 
-bool CheckIndex(LbFile& file, std::vector<Finding>& findings) {
+bool CheckIndex(LbFile& file, const FindingSink& sink) {
   try {
     file.ReadIndex();
     return true;
@@ -156,16 +158,16 @@ bool CheckIndex(LbFile& file, std::vector<Finding>& findings) {
     } else {
       PlaceIndex(file, finding);
     }
-    findings.push_back(std::move(finding));
+    sink(finding);
     return false;
   }
 }
 
-std::vector<CheckedBlock> CheckBlocks(LbFile& file, std::vector<Finding>& findings) {
+std::vector<CheckedBlock> CheckBlocks(LbFile& file, const FindingSink& sink) {
   const LbtLbf::Index& index = file.GetIndex();
   const auto& second = index.GetContinuation();
   AddUnused(index.GetIndexPosition() + index.GetIndexSize() - index.GetUnusedBytes(),
-            index.GetIndexSize(), index.GetUnusedBytes(), std::nullopt, findings);
+            index.GetIndexSize(), index.GetUnusedBytes(), std::nullopt, sink);
   std::vector<CheckedBlock> blocks;
   blocks.reserve(index.GetItems().size());
   for (const LbtLbf::IndexItem& item : index.GetItems()) {
@@ -174,9 +176,9 @@ std::vector<CheckedBlock> CheckBlocks(LbFile& file, std::vector<Finding>& findin
     block.offset = item.position;
     block.storedSize = item.size;
     block.isCompressed = item.IsCompressed();
-    CheckContents(file, item, block, findings);
+    CheckContents(file, item, block, sink);
     if (second && second->number == block.name.number) {
-      AddUnusedOfContinuation(index, block, findings);
+      AddUnusedOfContinuation(index, block, sink);
     }
   }
   return blocks;

@@ -11,14 +11,13 @@
 /// Opens a container. What is wrong with its header goes to "findings", and the result is
 /// false then. Throws where the file cannot be opened.
 [[nodiscard]] bool CheckHeader(LbtLbf::LbFile& file, const std::string& path, bool& wideOffsets,
-                               std::vector<Finding>& findings);
+                               const FindingSink& sink);
 
 /// Reads the index. False where that cannot be done.
-[[nodiscard]] bool CheckIndex(LbtLbf::LbFile& file, std::vector<Finding>& findings);
+[[nodiscard]] bool CheckIndex(LbtLbf::LbFile& file, const FindingSink& sink);
 
 /// Checks all blocks, each by itself.
-[[nodiscard]] std::vector<CheckedBlock> CheckBlocks(LbtLbf::LbFile& file,
-                                                    std::vector<Finding>& findings);
+[[nodiscard]] std::vector<CheckedBlock> CheckBlocks(LbtLbf::LbFile& file, const FindingSink& sink);
 
 /// What an exception tells on reading from "file", in words that stand behind a colon.
 [[nodiscard]] std::string ReasonOf(const std::exception& exception, const LbtLbf::LbFile& file);

@@ -39,7 +39,7 @@ std::uint64_t LightUse::Cursor() {
   return map_->StartOf(static_cast<std::uint64_t>(&block - blocks.data())) + block.GetPosition();
 }
 
-void LightUse::FindUnused(std::vector<Finding>& findings) {
+void LightUse::FindUnused(const FindingSink& sink) {
   if (!isKnown_) {
     return;
   }
@@ -62,6 +62,6 @@ void LightUse::FindUnused(std::vector<Finding>& findings) {
                     .claimed = map_->Length(),
                     .found = map_->Length() - unused};
     map_->Place(first, finding);
-    findings.push_back(std::move(finding));
+    sink(finding);
   }
 }

@@ -26,7 +26,7 @@ class LightUse final : public LbtTev::LoadObserver {
 
   /// Tells of light data that no record has read. Call it after a tree was loaded whole. Does
   /// nothing where the lengths of blocks are in doubt, and with them the places of all data.
-  void FindUnused(std::vector<Finding>& findings);
+  void FindUnused(const FindingSink& sink);
 
  private:
   [[nodiscard]] std::uint64_t Cursor();

@@ -20,9 +20,9 @@ namespace {
 class TolerantLoad {
  public:
   TolerantLoad(const std::vector<CheckedBlock>& blocks, const TreeRecords& records,
-               std::vector<Finding>& findings)
+               const FindingSink& sink)
       : records_(&records),
-        findings_(&findings),
+        sink_(&sink),
         lightMap_(blocks, LbtTev::StreamNames().light),
         heavyMap_(blocks, LbtTev::StreamNames().heavy),
         lightUse_(tree_.GetFile(), lightMap_) {}
@@ -36,11 +36,11 @@ class TolerantLoad {
     }
     FindUnread();
     if (unread_.empty() && records_->areAll) {
-      lightUse_.FindUnused(*findings_);
+      lightUse_.FindUnused(*sink_);
     }
     tree_.UpdateLinkedBuffers();
     CheckVariables(
-        tree_, heavyMap_, [this](unsigned int id) { return MayBeUnread(id); }, *findings_);
+        tree_, heavyMap_, [this](unsigned int id) { return MayBeUnread(id); }, *sink_);
   }
 
  private:
@@ -48,7 +48,7 @@ class TolerantLoad {
     try {
       tree_.LoadGlobalInfo(tree_.GetFile());
     } catch (const std::exception& exception) {
-      findings_->push_back(
+      (*sink_)(
           FindingOn("the records of the programs that wrote the file cannot be read", exception));
     }
   }
@@ -72,7 +72,7 @@ class TolerantLoad {
       const LbtTev::TreeRecord& record = records_->records[at];
       Finding finding = FindingOn("its data cannot be read", exception);
       finding.node = NumberedName{record.id, record.name};
-      findings_->push_back(std::move(finding));
+      (*sink_)(finding);
     }
   }
 
@@ -114,7 +114,7 @@ class TolerantLoad {
   void AddUnreadableSets(unsigned int id, const LbtTev::NodeSets& nodeSets, Finding finding) {
     finding.node = NumberedName{id, nodeSets.name};
     heavyMap_.Place(nodeSets.heavyDataPosition, finding);
-    findings_->push_back(std::move(finding));
+    (*sink_)(finding);
   }
 
   [[nodiscard]] Finding FindingOn(const std::string& text, const std::exception& exception) const {
@@ -127,7 +127,7 @@ class TolerantLoad {
   }
 
   const TreeRecords* records_;
-  std::vector<Finding>* findings_;
+  const FindingSink* sink_;
   StreamMap lightMap_;
   StreamMap heavyMap_;
   LbtTev::Tree tree_;
@@ -137,17 +137,19 @@ class TolerantLoad {
 
 }  // namespace
 
-std::vector<Finding> CheckModel(const std::string& path) {
-  std::vector<Finding> findings;
-  LbtLbf::LbFile file;
-  bool wideOffsets = false;
-  if (!CheckHeader(file, path, wideOffsets, findings) || !CheckIndex(file, findings)) {
-    return findings;
+void CheckModel(const std::string& path, const FindingSink& sink) {
+  std::vector<CheckedBlock> blocks;
+  TreeRecords records;
+  {
+    LbtLbf::LbFile file;
+    bool wideOffsets = false;
+    if (!CheckHeader(file, path, wideOffsets, sink) || !CheckIndex(file, sink)) {
+      return;
+    }
+    blocks = CheckBlocks(file, sink);
+    records =
+        ReadTreeRecords(file, wideOffsets, StreamMap(blocks, LbtTev::StreamNames().tree), sink);
   }
-  const std::vector<CheckedBlock> blocks = CheckBlocks(file, findings);
-  const TreeRecords records =
-      ReadTreeRecords(file, wideOffsets, StreamMap(blocks, LbtTev::StreamNames().tree), findings);
-  CheckStructure(records, findings);
-  TolerantLoad(blocks, records, findings).Run(path);
-  return findings;
+  CheckStructure(records, sink);
+  TolerantLoad(blocks, records, sink).Run(path);
 }

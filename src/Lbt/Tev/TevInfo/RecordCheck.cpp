@@ -1,20 +1,20 @@
 #include "RecordCheck.h"
 
+#include <algorithm>
 #include <array>
-#include <functional>
-#include <map>
-#include <unordered_map>
-#include <unordered_set>
+#include <numeric>
+#include <utility>
 
 #include "ContainerCheck.h"
 #include "Lbt/Tev/StreamNames.h"
+#include "RecordGraph.h"
 
 using LbtTev::TreeRecord;
 using Link = unsigned int TreeRecord::*;
 
 namespace {
 
-constexpr unsigned int kRootId = 1;
+constexpr std::size_t kNone = RecordGraph::kNone;
 
 NumberedName NameOf(const TreeRecord& record) { return {record.id, record.name}; }
 
@@ -22,47 +22,22 @@ Finding FindingOn(const TreeRecord& record, Finding::Kind kind, std::string text
   return {.kind = kind, .text = std::move(text), .node = NameOf(record)};
 }
 
-/// The records by id, as the tree has them: of those with one id, the last counts.
-class RecordGraph {
- public:
-  explicit RecordGraph(const std::vector<TreeRecord>& records) {
-    for (const TreeRecord& record : records) {
-      byId_.insert_or_assign(record.id, &record);
-    }
-    // A tree has a root even where no record has its id.
-    rootless_.id = kRootId;
-    byId_.try_emplace(kRootId, &rootless_);
-  }
-
-  /// Null for id 0, which means none in every link, and for one that no record has.
-  [[nodiscard]] const TreeRecord* Find(unsigned int id) const {
-    const auto found = id == 0 ? byId_.end() : byId_.find(id);
-    return found == byId_.end() ? nullptr : found->second;
-  }
-
-  template <class Visit>
-  void ForEach(Visit visit) const {
-    for (const auto& [id, record] : byId_) {
-      visit(*record);
+/// Tells of each record that takes the place of one before it, in the order of the file.
+void FindRepeatedIds(const std::vector<TreeRecord>& records, const FindingSink& sink) {
+  std::vector<std::size_t> byId(records.size());
+  std::iota(byId.begin(), byId.end(), std::size_t{0});
+  std::ranges::stable_sort(byId, {}, [&](std::size_t place) { return records[place].id; });
+  std::vector<std::pair<std::size_t, std::size_t>> repeated;
+  for (std::size_t i = 1; i < byId.size(); ++i) {
+    if (records[byId[i]].id == records[byId[i - 1]].id) {
+      repeated.emplace_back(byId[i], byId[i - 1]);
     }
   }
-
- private:
-  TreeRecord rootless_;
-  std::map<unsigned int, const TreeRecord*> byId_;
-};
-
-void FindRepeatedIds(const std::vector<TreeRecord>& records, std::vector<Finding>& findings) {
-  std::unordered_map<unsigned int, std::size_t> places;
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    const auto [place, isNew] = places.insert({records[i].id, i});
-    if (!isNew) {
-      findings.push_back(FindingOn(records[i], Finding::Kind::RepeatedId,
-                                   "tree record " + std::to_string(i) +
-                                       " takes the place of record " +
-                                       std::to_string(place->second) + ", which has the same id"));
-      place->second = i;
-    }
+  std::ranges::sort(repeated);
+  for (const auto& [place, before] : repeated) {
+    sink(FindingOn(records[place], Finding::Kind::RepeatedId,
+                   "tree record " + std::to_string(place) + " takes the place of record " +
+                       std::to_string(before) + ", which has the same id"));
   }
 }
 
@@ -77,172 +52,177 @@ constexpr std::array<NamedLink, 5> kLinks{{{&TreeRecord::parent, "parent"},
                                            {&TreeRecord::firstChild, "first child"},
                                            {&TreeRecord::lastChild, "last child"}}};
 
-void FindLinksToNothing(const RecordGraph& graph, std::vector<Finding>& findings) {
-  graph.ForEach([&](const TreeRecord& record) {
+void FindLinksToNothing(const RecordGraph& graph, const FindingSink& sink) {
+  for (std::size_t node = 0; node < graph.Count(); ++node) {
     for (const NamedLink& link : kLinks) {
-      const unsigned int id = record.*link.link;
-      if (id != 0 && graph.Find(id) == nullptr) {
+      const unsigned int id = graph.At(node).*link.link;
+      if (id != 0 && graph.Find(id) == kNone) {
         Finding finding =
-            FindingOn(record, Finding::Kind::LinkToNothing,
+            FindingOn(graph.At(node), Finding::Kind::LinkToNothing,
                       std::string("its ") + link.name + " is a node that does not exist");
         finding.claimed = id;
-        findings.push_back(std::move(finding));
+        sink(finding);
       }
     }
-  });
+  }
 }
 
 /// Finds shapes that reports cannot be made of. A link to nothing has been told of already.
-void FindShapesWithoutGeometry(const RecordGraph& graph, std::vector<Finding>& findings) {
-  graph.ForEach([&](const TreeRecord& record) {
+void FindShapesWithoutGeometry(const RecordGraph& graph, const FindingSink& sink) {
+  for (std::size_t node = 0; node < graph.Count(); ++node) {
+    const TreeRecord& record = graph.At(node);
     if (record.type != "Shape") {
-      return;
+      continue;
     }
-    const TreeRecord* child = graph.Find(record.firstChild);
-    if (record.firstChild == 0 || (child != nullptr && child->type != "Geometry")) {
+    const std::size_t child = graph.Find(record.firstChild);
+    if (record.firstChild == 0 || (child != kNone && graph.At(child).type != "Geometry")) {
       Finding finding = FindingOn(record, Finding::Kind::NoGeometry,
                                   "the first child of a shape must be a geometry");
       finding.claimed = record.firstChild;
-      findings.push_back(std::move(finding));
+      sink(finding);
     }
-  });
+  }
 }
 
 /// Finds the rings that the links of one kind form: each node has one, so following them
 /// either ends or comes back. Every node is passed once.
 void FindRings(const RecordGraph& graph, Link link, const std::string& text,
-               std::vector<Finding>& findings) {
-  std::unordered_map<const TreeRecord*, const TreeRecord*> seenFrom;
-  graph.ForEach([&](const TreeRecord& start) {
-    const TreeRecord* record = &start;
-    while (record != nullptr && seenFrom.insert({record, &start}).second) {
-      record = graph.Find(record->*link);
+               const FindingSink& sink) {
+  std::vector<std::size_t> seenFrom(graph.Count(), kNone);
+  for (std::size_t start = 0; start < graph.Count(); ++start) {
+    std::size_t node = start;
+    while (node != kNone && seenFrom[node] == kNone) {
+      seenFrom[node] = start;
+      node = graph.Find(graph.At(node).*link);
     }
-    if (record != nullptr && seenFrom.at(record) == &start) {
-      findings.push_back(FindingOn(*record, Finding::Kind::Cycle, text));
+    if (node != kNone && seenFrom[node] == start) {
+      sink(FindingOn(graph.At(node), Finding::Kind::Cycle, text));
     }
-  });
+  }
 }
 
 /// Goes through the lists of children, each node once and each list up to the first node that
 /// was met before. Keeps a stack of its own: models may nest to any depth.
 class ChildWalk {
  public:
-  ChildWalk(const RecordGraph& graph, std::vector<Finding>& findings)
-      : graph_(&graph), findings_(&findings) {}
+  ChildWalk(const RecordGraph& graph, const FindingSink& sink)
+      : graph_(&graph), sink_(&sink), parents_(graph.Count(), kNone), states_(graph.Count()) {}
 
   /// Walks what lies below "top"; false where that was met before.
-  bool From(const TreeRecord& top) {
-    if (!Enter(top, nullptr)) {
+  bool From(std::size_t top) {
+    if (states_[top] != State::Unmet) {
       return false;
     }
+    Enter(top);
     while (!open_.empty()) {
-      const TreeRecord* parent = open_.back().record;
-      const TreeRecord* child = open_.back().next;
-      if (child == nullptr) {
-        states_.at(parent).isOpen = false;
+      const std::size_t parent = open_.back().node;
+      const std::size_t child = open_.back().next;
+      if (child == kNone) {
+        states_[parent] = State::Done;
         open_.pop_back();
-      } else if (states_.contains(child)) {
-        open_.back().next = nullptr;  // the rest of the list has been seen
-        Report(*child, *parent);
+      } else if (states_[child] != State::Unmet) {
+        open_.back().next = kNone;  // the rest of the list has been seen
+        Report(child, parent);
       } else {
-        open_.back().next = graph_->Find(child->nextSibling);
-        Enter(*child, parent);
+        open_.back().next = graph_->Find(graph_->At(child).nextSibling);
+        parents_[child] = parent;
+        Enter(child);
       }
     }
     return true;
   }
 
  private:
-  struct State {
-    const TreeRecord* parent;
-    bool isOpen;  // it, or what lies below it, is at work
+  enum class State : unsigned char {
+    Unmet,
+    Open,  // it, or what lies below it, is at work
+    Done,
   };
   struct Level {
-    const TreeRecord* record;
-    const TreeRecord* next;
+    std::size_t node;
+    std::size_t next;
   };
 
-  bool Enter(const TreeRecord& record, const TreeRecord* parent) {
-    if (!states_.insert({&record, {parent, true}}).second) {
-      return false;
-    }
-    open_.push_back({&record, graph_->Find(record.firstChild)});
-    return true;
+  void Enter(std::size_t node) {
+    states_[node] = State::Open;
+    open_.push_back({node, graph_->Find(graph_->At(node).firstChild)});
   }
 
-  void Report(const TreeRecord& child, const TreeRecord& parent) {
-    const State& state = states_.at(&child);
-    if (state.isOpen) {
-      findings_->push_back(FindingOn(
-          child, Finding::Kind::Cycle,
-          "it stands below itself, in the children of node " + std::to_string(parent.id)));
-    } else if (state.parent != nullptr && state.parent != &parent) {
-      findings_->push_back(FindingOn(child, Finding::Kind::SharedChild,
-                                     "it stands in the children of node " +
-                                         std::to_string(state.parent->id) + " and of node " +
-                                         std::to_string(parent.id)));
+  void Report(std::size_t child, std::size_t parent) {
+    const std::string otherId = std::to_string(graph_->At(parent).id);
+    if (states_[child] == State::Open) {
+      (*sink_)(FindingOn(graph_->At(child), Finding::Kind::Cycle,
+                         "it stands below itself, in the children of node " + otherId));
+    } else if (parents_[child] != kNone && parents_[child] != parent) {
+      (*sink_)(FindingOn(graph_->At(child), Finding::Kind::SharedChild,
+                         "it stands in the children of node " +
+                             std::to_string(graph_->At(parents_[child]).id) + " and of node " +
+                             otherId));
     }
   }
 
   const RecordGraph* graph_;
-  std::vector<Finding>* findings_;
-  std::unordered_map<const TreeRecord*, State> states_;
+  const FindingSink* sink_;
+  std::vector<std::size_t> parents_;
+  std::vector<State> states_;
   std::vector<Level> open_;
 };
 
-/// All that stand in some list of children.
-std::unordered_set<const TreeRecord*> ChildrenIn(const RecordGraph& graph) {
-  std::unordered_set<const TreeRecord*> children;
-  graph.ForEach([&](const TreeRecord& parent) {
-    const TreeRecord* child = graph.Find(parent.firstChild);
-    while (child != nullptr && children.insert(child).second) {
-      child = graph.Find(child->nextSibling);
+/// Which nodes stand in some list of children.
+std::vector<bool> ChildrenIn(const RecordGraph& graph) {
+  std::vector<bool> isChild(graph.Count());
+  for (std::size_t parent = 0; parent < graph.Count(); ++parent) {
+    std::size_t child = graph.Find(graph.At(parent).firstChild);
+    while (child != kNone && !isChild[child]) {
+      isChild[child] = true;
+      child = graph.Find(graph.At(child).nextSibling);
     }
-  });
-  return children;
+  }
+  return isChild;
 }
 
 /// Finds what is wrong with the lists of children. Of nodes that the root does not reach, only
 /// the topmost are told.
-void FindChildFaults(const RecordGraph& graph, bool areAll, std::vector<Finding>& findings) {
-  ChildWalk walk(graph, findings);
-  walk.From(*graph.Find(kRootId));
-  const auto walkTop = [&](const TreeRecord& top) {
+void FindChildFaults(const RecordGraph& graph, bool areAll, const FindingSink& sink) {
+  ChildWalk walk(graph, sink);
+  walk.From(graph.Root());
+  const auto walkTop = [&](std::size_t top) {
     if (walk.From(top) && areAll) {
-      findings.push_back(FindingOn(top, Finding::Kind::UnreferencedNode,
-                                   "no list of children leads to it from the root"));
+      sink(FindingOn(graph.At(top), Finding::Kind::UnreferencedNode,
+                     "no list of children leads to it from the root"));
     }
   };
-  const auto children = ChildrenIn(graph);
-  graph.ForEach([&](const TreeRecord& record) {
-    if (!children.contains(&record)) {
-      walkTop(record);
+  const std::vector<bool> isChild = ChildrenIn(graph);
+  for (std::size_t node = 0; node < graph.Count(); ++node) {
+    if (!isChild[node]) {
+      walkTop(node);
     }
-  });
-  graph.ForEach(walkTop);  // what is left are rings, in which each one has a parent
+  }
+  for (std::size_t node = 0; node < graph.Count(); ++node) {
+    walkTop(node);  // what is left are rings, in which each one has a parent
+  }
 }
 
 void AddUnreadable(const StreamMap& map, std::string text, const std::exception& exception,
-                   const LbtLbf::LbFile& file, std::vector<Finding>& findings) {
+                   const LbtLbf::LbFile& file, const FindingSink& sink) {
   Finding finding{.kind = Finding::Kind::UnreadableRecord,
                   .text = std::move(text) + ": " + ReasonOf(exception, file)};
   if (const auto block = file.GetIndex().LastLoaded(); block && !map.IsEmpty()) {
     map.Place(map.StartOf(block->number), finding);
   }
-  findings.push_back(std::move(finding));
+  sink(finding);
 }
 
 }  // namespace
 
 TreeRecords ReadTreeRecords(LbtLbf::LbFile& file, bool wideOffsets, const StreamMap& map,
-                            std::vector<Finding>& findings) {
+                            const FindingSink& sink) {
   const std::string stream = LbtTev::StreamNames().tree;
   TreeRecords read;
   if (map.IsEmpty()) {
     read.areAll = false;
-    findings.push_back({.kind = Finding::Kind::MissingTree,
-                        .text = "there is no stream \"" + stream + "\", so the model is empty"});
+    sink({.kind = Finding::Kind::MissingTree,
+          .text = "there is no stream \"" + stream + "\", so the model is empty"});
     return read;
   }
   std::string at = "the number of tree records";
@@ -250,9 +230,9 @@ TreeRecords ReadTreeRecords(LbtLbf::LbFile& file, bool wideOffsets, const Stream
     const int count = LbtTev::ReadTreeRecordCount(file, stream);
     if (count < 0) {
       read.areAll = false;
-      findings.push_back({.kind = Finding::Kind::UnreadableRecord,
-                          .text = "the number of tree records is negative, so none is read",
-                          .claimed = static_cast<std::uint32_t>(count)});
+      sink({.kind = Finding::Kind::UnreadableRecord,
+            .text = "the number of tree records is negative, so none is read",
+            .claimed = static_cast<std::uint32_t>(count)});
     }
     for (int i = 0; i < count; ++i) {
       at = "tree record " + std::to_string(i) + " of " + std::to_string(count);
@@ -260,21 +240,20 @@ TreeRecords ReadTreeRecords(LbtLbf::LbFile& file, bool wideOffsets, const Stream
     }
   } catch (const std::exception& exception) {
     read.areAll = false;
-    AddUnreadable(map, at + " cannot be read", exception, file, findings);
+    AddUnreadable(map, at + " cannot be read", exception, file, sink);
   }
   return read;
 }
 
-void CheckStructure(const TreeRecords& read, std::vector<Finding>& findings) {
-  FindRepeatedIds(read.records, findings);
+void CheckStructure(const TreeRecords& read, const FindingSink& sink) {
+  FindRepeatedIds(read.records, sink);
   const RecordGraph graph(read.records);
   if (read.areAll) {
-    FindLinksToNothing(graph, findings);
+    FindLinksToNothing(graph, sink);
   }
-  FindShapesWithoutGeometry(graph, findings);
-  FindRings(graph, &TreeRecord::parent, "its parents lead back to itself", findings);
-  FindRings(graph, &TreeRecord::previousSibling, "its previous siblings lead back to itself",
-            findings);
-  FindRings(graph, &TreeRecord::nextSibling, "its next siblings lead back to itself", findings);
-  FindChildFaults(graph, read.areAll, findings);
+  FindShapesWithoutGeometry(graph, sink);
+  FindRings(graph, &TreeRecord::parent, "its parents lead back to itself", sink);
+  FindRings(graph, &TreeRecord::previousSibling, "its previous siblings lead back to itself", sink);
+  FindRings(graph, &TreeRecord::nextSibling, "its next siblings lead back to itself", sink);
+  FindChildFaults(graph, read.areAll, sink);
 }

@@ -16,8 +16,8 @@ struct TreeRecords {
 
 /// Reads all tree records. "map" is that of their stream.
 [[nodiscard]] TreeRecords ReadTreeRecords(LbtLbf::LbFile& file, bool wideOffsets,
-                                          const StreamMap& map, std::vector<Finding>& findings);
+                                          const StreamMap& map, const FindingSink& sink);
 
 /// Checks how the records refer to each other. What a missing record could mend is not looked
 /// at where not all are there.
-void CheckStructure(const TreeRecords& records, std::vector<Finding>& findings);
+void CheckStructure(const TreeRecords& records, const FindingSink& sink);

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <span>
 #include <tuple>
 #include <unordered_map>
+#include <utility>
 
 #include "ContainerCheck.h"
 #include "Lbt/Tev/Geometry.h"
@@ -64,14 +66,44 @@ bool RefersToNodes(const Variable& variable) {
          variable.variableType != Geometry::VariableType::VerticesPerFace;
 }
 
+/// What is wrong with the data of a variable, in little room: there may be very many. The
+/// findings are made when they are told.
+struct DataFault {
+  std::uint32_t nodeId = 0;
+  std::uint32_t index = 0;
+  Finding::Kind kind{};
+  std::uint32_t reason = 0;   ///< the place of its text, for data that cannot be loaded
+  std::uint64_t element = 0;  ///< of the data, for one that is no node
+  std::uint64_t claimed = 0;
+  std::uint64_t found = 0;
+
+  /// The order in which the tree has the variables.
+  [[nodiscard]] auto Order() const { return std::pair(nodeId, index); }
+};
+
+/// Texts, each kept once.
+class Reasons {
+ public:
+  [[nodiscard]] std::uint32_t Add(const std::string& text) {
+    const auto [place, isNew] = places_.try_emplace(text, texts_.size());
+    if (isNew) {
+      texts_.push_back(&place->first);
+    }
+    return static_cast<std::uint32_t>(place->second);
+  }
+  [[nodiscard]] const std::string& At(std::uint32_t place) const { return *texts_[place]; }
+
+ private:
+  std::map<std::string, std::size_t> places_;
+  std::vector<const std::string*> texts_;  // nodes of the map do not move
+};
+
 /// Loads data in the order of the stream, so that each block is read once, and the same data
 /// once for all variables that share it.
 class DataCheck {
  public:
-  DataCheck(const LbtTev::Tree& tree, const StreamMap& map, std::vector<Finding>& findings)
-      : file_(&tree.GetFile()), map_(&map), findings_(&findings), allowance_(kMost * map.Length()) {
-    allowance_ += kSpare;
-  }
+  DataCheck(const LbtTev::Tree& tree, const StreamMap& map)
+      : file_(&tree.GetFile()), map_(&map), allowance_(kMost * map.Length() + kSpare) {}
 
   void Add(const PlacedVariable& variable) {
     if (variable.Array().loader != nullptr) {
@@ -88,12 +120,24 @@ class DataCheck {
       Check({first, behind});
       first = behind;
     }
+    std::ranges::stable_sort(faults_, {}, &DataFault::Order);
+  }
+
+  /// Tells what is wrong with the data of "variable". To be asked for one variable after another,
+  /// in their order.
+  void Tell(const PlacedVariable& variable, const FindingSink& sink) {
+    for (; told_ < faults_.size() && IsOf(faults_[told_], variable); ++told_) {
+      sink(FindingOf(faults_[told_], variable));
+    }
+  }
+
+  void TellOfSkipped(const FindingSink& sink) const {
     if (skipped_ != 0) {
-      findings_->push_back({.kind = Finding::Kind::OverlappingData,
-                            .text = "variables share their data so often that the data of " +
-                                    std::to_string(skipped_) + " was not loaded",
-                            .claimed = claimed_,
-                            .found = map_->Length()});
+      sink({.kind = Finding::Kind::OverlappingData,
+            .text = "variables share their data so often that the data of " +
+                    std::to_string(skipped_) + " was not loaded",
+            .claimed = claimed_,
+            .found = map_->Length()});
     }
   }
 
@@ -104,6 +148,10 @@ class DataCheck {
   // for each of very many variables.
   static constexpr std::uint64_t kMost = 4;
   static constexpr std::uint64_t kSpare = std::uint64_t{16} * 1024 * 1024;
+
+  [[nodiscard]] static bool IsOf(const DataFault& fault, const PlacedVariable& variable) {
+    return fault.nodeId == variable.nodeId && fault.index == variable.index;
+  }
 
   void Check(Group group) {
     const LbtTev::DataLoader& loader = *group.front().Array().loader;
@@ -128,25 +176,26 @@ class DataCheck {
     try {
       values_.clear();
       loader.LoadTo(values_);
-      allowance_ -= CostOf(loader);
-      CheckNodeRange(group);
     } catch (const std::exception& exception) {
       AddUnreadable(group, "the data cannot be loaded: " + ReasonOf(exception, *file_), true);
+      return;
     }
+    allowance_ -= CostOf(loader);
+    CheckNodeRange(group);
   }
 
   /// Variables that have it through a link are left out: the one linked to is there, too.
   void AddUnreadable(Group group, const std::string& text, bool isBlockGood) {
+    const std::uint32_t reason = reasons_.Add(text);
     for (const PlacedVariable& variable : group) {
       if (!variable.Get().isLinked) {
         const LbtTev::DataLoader& loader = *variable.Array().loader;
-        Finding finding = variable.FindingOn(Finding::Kind::UnreadableData, text);
-        finding.claimed = loader.GetByteSize();
-        finding.found = isBlockGood ? std::min<std::uint64_t>(map_->BytesAt(loader.GetPosition()),
-                                                              loader.GetByteSize())
-                                    : 0;
-        map_->Place(loader.GetPosition(), finding);
-        findings_->push_back(std::move(finding));
+        DataFault& fault = AddFault(variable, Finding::Kind::UnreadableData);
+        fault.reason = reason;
+        fault.claimed = loader.GetByteSize();
+        fault.found = isBlockGood ? std::min<std::uint64_t>(map_->BytesAt(loader.GetPosition()),
+                                                            loader.GetByteSize())
+                                  : 0;
       }
     }
   }
@@ -160,16 +209,33 @@ class DataCheck {
       const auto nodes = RefersToNodes(variable.Get()) ? NodeCount(*variable.geometry)
                                                        : std::optional<std::uint64_t>();
       if (nodes && *highest >= *nodes) {
-        Finding finding = variable.FindingOn(
-            Finding::Kind::NodeRange,
-            "element " + std::to_string(highest - values_.begin()) +
-                " of the data is no index of a node; the nodes of the geometry count from 0");
-        finding.claimed = *highest;
-        finding.found = *nodes;
-        map_->Place(variable.Array().loader->GetPosition(), finding);
-        findings_->push_back(std::move(finding));
+        DataFault& fault = AddFault(variable, Finding::Kind::NodeRange);
+        fault.element = static_cast<std::uint64_t>(highest - values_.begin());
+        fault.claimed = *highest;
+        fault.found = *nodes;
       }
     }
+  }
+
+  DataFault& AddFault(const PlacedVariable& variable, Finding::Kind kind) {
+    DataFault& fault = faults_.emplace_back();
+    fault.nodeId = variable.nodeId;
+    fault.index = static_cast<std::uint32_t>(variable.index);
+    fault.kind = kind;
+    return fault;
+  }
+
+  [[nodiscard]] Finding FindingOf(const DataFault& fault, const PlacedVariable& variable) const {
+    Finding finding = variable.FindingOn(
+        fault.kind,
+        fault.kind == Finding::Kind::NodeRange
+            ? "element " + std::to_string(fault.element) +
+                  " of the data is no index of a node; the nodes of the geometry count from 0"
+            : reasons_.At(fault.reason));
+    finding.claimed = fault.claimed;
+    finding.found = fault.found;
+    map_->Place(variable.Array().loader->GetPosition(), finding);
+    return finding;
   }
 
   std::optional<std::uint64_t> NodeCount(const Geometry& geometry) {
@@ -181,8 +247,10 @@ class DataCheck {
 
   const LbtLbf::LbFile* file_;
   const StreamMap* map_;
-  std::vector<Finding>* findings_;
   std::vector<PlacedVariable> variables_;
+  std::vector<DataFault> faults_;
+  std::size_t told_ = 0;
+  Reasons reasons_;
   std::unordered_map<const Geometry*, std::optional<std::uint64_t>> nodeCounts_;
   std::vector<unsigned int> values_;
   std::uint64_t allowance_;
@@ -246,36 +314,32 @@ std::optional<Finding> LinkFault(const PlacedVariable& placed, const LbtTev::Tre
                            : LinkFault(placed, *target);
 }
 
-/// Back to the order in which the tree has the variables; what is of none comes last.
-void SortByVariable(std::vector<Finding>& findings) {
-  std::ranges::stable_sort(findings, {}, [](const Finding& finding) {
-    return finding.node ? std::tuple(0, finding.node->number, finding.variable->number)
-                        : std::tuple(1, std::uint64_t{0}, std::uint64_t{0});
-  });
+template <class Visit>
+void ForEachVariable(const LbtTev::Tree& tree, Visit visit) {
+  for (const auto& [id, entry] : tree.GetNodes()) {
+    const auto* geometry = dynamic_cast<const Geometry*>(entry.data);
+    const std::size_t count = geometry == nullptr ? 0 : geometry->variables.size();
+    for (std::size_t index = 0; index < count; ++index) {
+      visit(PlacedVariable{id, geometry, index});
+    }
+  }
 }
 
 }  // namespace
 
 void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map,
                     const std::function<bool(unsigned int id)>& mayBeUnread,
-                    std::vector<Finding>& findings) {
-  std::vector<Finding> own;
-  DataCheck data(tree, map, own);
-  for (const auto& [id, entry] : tree.GetNodes()) {
-    const auto* geometry = dynamic_cast<const Geometry*>(entry.data);
-    const std::size_t count = geometry == nullptr ? 0 : geometry->variables.size();
-    for (std::size_t index = 0; index < count; ++index) {
-      const PlacedVariable variable{id, geometry, index};
-      auto fault = variable.Get().isLinked ? LinkFault(variable, tree, mayBeUnread)
-                                           : ByteCountFault(variable);
-      if (fault) {
-        own.push_back(std::move(*fault));
-      }
-      data.Add(variable);
-    }
-  }
+                    const FindingSink& sink) {
+  DataCheck data(tree, map);
+  ForEachVariable(tree, [&](const PlacedVariable& variable) { data.Add(variable); });
   data.Run();
-  SortByVariable(own);
-  findings.insert(findings.end(), std::make_move_iterator(own.begin()),
-                  std::make_move_iterator(own.end()));
+  ForEachVariable(tree, [&](const PlacedVariable& variable) {
+    const auto fault =
+        variable.Get().isLinked ? LinkFault(variable, tree, mayBeUnread) : ByteCountFault(variable);
+    if (fault) {
+      sink(*fault);
+    }
+    data.Tell(variable, sink);
+  });
+  data.TellOfSkipped(sink);
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <vector>
 
 #include "Lbt/Tev/TevInfo/ModelCheck.h"
 #include "Lbt/Tev/Tree.h"
@@ -12,4 +11,4 @@
 /// loaded: of a link to such a one, nothing can be said.
 void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map,
                     const std::function<bool(unsigned int id)>& mayBeUnread,
-                    std::vector<Finding>& findings);
+                    const FindingSink& sink);

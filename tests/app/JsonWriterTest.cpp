@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+
+#include "tev/JsonWriter.h"
+
+namespace {
+
+class JsonWriterTest : public ::testing::Test {
+ protected:
+  /// Closes all that is open.
+  [[nodiscard]] std::string Closed() {
+    while (json.Depth() > 0) {
+      json.Close();
+    }
+    return text.str();
+  }
+
+  std::ostringstream text;
+  JsonWriter json{text};
+};
+
+TEST_F(JsonWriterTest, ValueInPieces_HasTheFormOfAWholeOne) {
+  json.OpenObject();
+  json.Member("text", "a \"b\"\n\xff");
+  json.Key("list");
+  json.OpenList();
+  json.Value(1);
+  json.OpenObject();
+  json.Member("none", nullptr);
+  json.Close();
+  json.OpenList();
+  json.Close();
+  json.Value(Json{{"whole", {1, 2}}});
+  json.Close();
+  json.Key("empty");
+  json.OpenObject();
+  json.Close();
+  json.Member("last", true);
+  EXPECT_EQ(Closed(),
+            "{\n"
+            "  \"text\": \"a \\\"b\\\"\\n\xef\xbf\xbd\",\n"
+            "  \"list\": [\n"
+            "    1,\n"
+            "    {\n"
+            "      \"none\": null\n"
+            "    },\n"
+            "    [],\n"
+            "    {\n"
+            "      \"whole\": [\n"
+            "        1,\n"
+            "        2\n"
+            "      ]\n"
+            "    }\n"
+            "  ],\n"
+            "  \"empty\": {},\n"
+            "  \"last\": true\n"
+            "}");
+}
+
+TEST_F(JsonWriterTest, ValueThatBreaksOffBehindAKey_IsClosedAsNull) {
+  json.OpenObject();
+  json.Key("list");
+  json.OpenList();
+  json.OpenObject();
+  json.Member("a", 1);
+  json.Key("b");
+  EXPECT_EQ(Json::parse(Closed()), Json::parse(R"({"list": [{"a": 1, "b": null}]})"));
+}
+
+TEST_F(JsonWriterTest, ValueThatBreaksOffBeforeItsFirstPart_IsClosedAsAnEmptyOne) {
+  json.OpenObject();
+  json.Key("list");
+  json.OpenList();
+  EXPECT_EQ(Closed(), "{\n  \"list\": []\n}");
+}
+
+}  // namespace
