@@ -43,4 +43,12 @@ class TevCheckRun : public TevRun {
   return BlockText(number, std::string(stream), container.Block(stream).offset + within);
 }
 
+/// "m.tev: block 1 (Tev Tree) at byte 4711, node 4 (mesh 1)", for a node of a model whose records
+/// stand in the order of their nodes.
+[[nodiscard]] inline std::string NodeText(ModelWriter& model, NodeRef node, int treeBlock) {
+  return "m.tev: " + BlockText(treeBlock, kTree, model, model.RecordStart(kTree, node - 1)) +
+         ", node " + std::to_string(model.At(node).id.value_or(node)) + " (" + model.At(node).name +
+         ")";
+}
+
 }  // namespace tevtest

@@ -11,21 +11,33 @@ namespace {
 
 class TevCheckTree : public TevCheckRun {
  protected:
+  /// Where the record of a node is.
+  [[nodiscard]] std::string Node(NodeRef node) { return NodeText(model, node, kTreeBlock); }
+
+  /// Where its light data is: that at a place, counted from 0. Shapes have none.
+  [[nodiscard]] std::string LightOf(NodeRef node, std::size_t place) {
+    return "m.tev: " +
+           BlockText(kLightBlock, kLightData, model, model.RecordStart(kLightData, place)) +
+           ", node " + std::to_string(node) + " (" + model.At(node).name + ")";
+  }
+
   ModelWriter model = SmallModel();
 };
 
 TEST_F(TevCheckTree, TreeRecordThatEndsTooEarly_IsCounted) {
   std::string bytes = model.StreamBytes(kTree);
+  const std::size_t last = model.RecordStart(kTree, 6);
   bytes.pop_back();
   model.ReplaceStream(kTree, bytes);
-  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model) +
+  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model, last) +
                               ": tree record 6 of 7 cannot be read: Not enough bytes in the "
                               "block\n");
 }
 
 TEST_F(TevCheckTree, AbsurdCountOfRecords_EndsWithTheRecordsThatThereAre) {
-  model.ReplaceStream(kTree, Hex("ffffff7f") + model.StreamBytes(kTree).substr(4));
-  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model) +
+  const std::string bytes = model.StreamBytes(kTree);
+  model.ReplaceStream(kTree, Hex("ffffff7f") + bytes.substr(4));
+  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model, bytes.size()) +
                               ": tree record 7 of 2147483647 cannot be read: Not enough bytes in "
                               "the block\n");
 }
@@ -35,6 +47,43 @@ TEST_F(TevCheckTree, TreeWithoutAWholeCount_HasNoRecords) {
   EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model) +
                               ": the number of tree records cannot be read: Not enough bytes in "
                               "the block\n");
+}
+
+TEST_F(TevCheckTree, RecordOverTwoBlocks_IsWhereItBegins) {
+  model.At(kSmallMesh2).lastChild = 99;
+  const std::size_t start = model.RecordStart(kTree, kSmallMesh2 - 1);
+  model.SetLayout(kTree, {.split = StreamLayout::Split::AtCuts, .cuts = {start + 8}});
+  const Container container = model.ToContainer().Build();
+  EXPECT_EQ(
+      Check(container.bytes),
+      "m.tev: " + BlockText(kTreeBlock, std::string(kTree), container.Block(kTree).offset + start) +
+          ", node 6 (mesh 2): its last child is a node that does not exist (claimed 99)\n");
+}
+
+TEST_F(TevCheckTree, RecordInACompressedBlock_IsAtTheStartOfTheBlock) {
+  model.At(kSmallMesh2).lastChild = 99;
+  model.SetLayout(kTree, {.packing = StreamLayout::Packing::Compressed});
+  EXPECT_EQ(Check(model),
+            "m.tev: " + BlockText(kTreeBlock, kTree, model) +
+                ", node 6 (mesh 2): its last child is a node that does not exist (claimed 99)\n");
+}
+
+TEST_F(TevCheckTree, RefusedSecondTreeBlock_IsNamedAndNotThatBeforeIt) {
+  model.SetLayout(
+      kTree, {.split = StreamLayout::Split::AtCuts, .cuts = {model.RecordStart(kTree, 6) + 8}});
+  ContainerWriter writer = model.ToContainer();
+  BlockSpec& second = writer.Blocks().at(kTreeBlock + 1);
+  second.compressed = true;
+  second.storedBytes = Hex("04000000 'no stream'");
+  const Container container = writer.Build();
+  const std::string block =
+      "m.tev: " + BlockText(kTreeBlock + 1, std::string(kTree), container.Block(kTree, 1).offset);
+  const std::string error = "Error -3 while uncompressing block \n";
+  const std::string found = Check(container.bytes, error + error);
+  EXPECT_TRUE(found.starts_with(block + ": zlib refuses the data (code -3)\n" + block +
+                                ": tree record 6 of 7 cannot be read: zlib refuses the data of "
+                                "block 2 (Tev Tree)\n"))
+      << found;
 }
 
 TEST_F(TevCheckTree, RefusedTreeBlock_IsNamedWhereItIsMissed) {
@@ -52,17 +101,20 @@ TEST_F(TevCheckTree, RefusedTreeBlock_IsNamedWhereItIsMissed) {
 }
 
 TEST_F(TevCheckTree, LightDataThatEndsTooEarly_NamesTheNode) {
+  const std::string place = LightOf(kSmallNodeSets, 4);
   std::string bytes = model.StreamBytes(kLightData);
   bytes.pop_back();
   model.ReplaceStream(kLightData, bytes);
-  EXPECT_EQ(Check(model),
-            "m.tev: node 7 (Sets): its data cannot be read: Not enough bytes in the block\n");
+  EXPECT_EQ(Check(model), place + ": its data cannot be read: Not enough bytes in the block\n");
 }
 
 TEST_F(TevCheckTree, LightDataBehindItsStream_NamesTheNode) {
   model.At(kSmallMesh2).lightPosition = 100000;
-  EXPECT_EQ(Check(model),
-            "m.tev: node 6 (mesh 2): its data cannot be read: Invalid block position\n");
+  const std::size_t length = model.StreamBytes(kLightData).size();
+  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kLightBlock, kLightData, model, length) +
+                              ", node 6 (mesh 2): its data cannot be read: Invalid block position "
+                              "(claimed 100000, found " +
+                              std::to_string(length) + ")\n");
 }
 
 TEST_F(TevCheckTree, UnreadableNode_LeavesTheVariablesOfThoseBeforeItToBeChecked) {
@@ -70,10 +122,14 @@ TEST_F(TevCheckTree, UnreadableNode_LeavesTheVariablesOfThoseBeforeItToBeChecked
   model.VariableAt(kSmallMesh1, 4).byteCount = 6;
   model.At(kSmallMesh2).Geometry().count = 8;
   model.SetRecordOrder({1, 2, 3, 4, 5, 7, 6});
+  // Before it lie Node Ids, Coordinates, Connectivity and Polylength.
+  constexpr std::size_t kData = 20 + 60 + 32 + 8;
   EXPECT_EQ(Check(model),
-            "m.tev: node 6 (mesh 2): its data cannot be read: Not enough bytes in the block\n"
-            "m.tev: node 4 (mesh 1), variable 4 (Element Ids): its byte count does not fit items "
-            "of 1 components, 4 bytes each (claimed 6, found 4)\n");
+            LightOf(kSmallMesh2, 4) +
+                ": its data cannot be read: Not enough bytes in the block\nm.tev: " +
+                BlockText(kHeavyBlock, kHeavyData, model, kData) +
+                ", node 4 (mesh 1), variable 4 (Element Ids): its byte count does not fit items "
+                "of 1 components, 4 bytes each (claimed 6, found 4)\n");
 }
 
 TEST_F(TevCheckTree, LinkToANodeThatWasNotRead_IsNoFinding) {
@@ -82,16 +138,18 @@ TEST_F(TevCheckTree, LinkToANodeThatWasNotRead_IsNoFinding) {
   model.At(kSmallMesh2).Geometry().count = 8;
   model.SetRecordOrder({1, 2, 3, 4, 5, 7, 6});
   EXPECT_EQ(Check(model),
-            "m.tev: node 6 (mesh 2): its data cannot be read: Not enough bytes in the block\n");
+            LightOf(kSmallMesh2, 4) + ": its data cannot be read: Not enough bytes in the block\n");
 }
 
 TEST_F(TevCheckTree, BrokenModifierRecord_DoesNotKeepTheTreeFromBeingChecked) {
   model.SetModifierCount(3);
   model.At(kSmallMesh2).lastChild = 99;
   EXPECT_EQ(Check(model),
-            "m.tev: node 6 (mesh 2): its last child is a node that does not exist (claimed 99)\n"
-            "m.tev: the records of the programs that wrote the file cannot be read: Not enough "
-            "bytes in the block\n");
+            Node(kSmallMesh2) +
+                ": its last child is a node that does not exist (claimed 99)\nm.tev: " +
+                BlockText(0, kGlobalInformation, model) +
+                ": the records of the programs that wrote the file cannot be read: Not enough "
+                "bytes in the block\n");
 }
 
 TEST_F(TevCheckTree, BrokenNodeSets_AreNamedAndTheNextAreRead) {
@@ -136,8 +194,9 @@ TEST_F(TevCheckTree, IdThatRepeats_NamesBothRecords) {
   model.At(kSmallNodeSets).nextSibling = 0;
   model.At(kSmallRoot).lastChild = kSmallShape2;
   const std::string found = Check(model);
-  EXPECT_TRUE(found.starts_with(
-      "m.tev: node 5 (Sets): tree record 6 takes the place of record 4, which has the same id\n"))
+  EXPECT_TRUE(
+      found.starts_with(Node(kSmallNodeSets) +
+                        ": tree record 6 takes the place of record 4, which has the same id\n"))
       << found;
 }
 
@@ -152,8 +211,8 @@ TEST_F(TevCheckTree, LinksToNodesThatDoNotExist_AreNamed) {
   int claimed = 91;
   for (const char* link :
        {"parent", "previous sibling", "next sibling", "first child", "last child"}) {
-    expected += std::string("m.tev: node 6 (mesh 2): its ") + link +
-                " is a node that does not exist (claimed " + std::to_string(claimed++) + ")\n";
+    expected += Node(kSmallMesh2) + ": its " + link + " is a node that does not exist (claimed " +
+                std::to_string(claimed++) + ")\n";
   }
   EXPECT_EQ(Check(model), expected);
 }
@@ -163,61 +222,61 @@ TEST_F(TevCheckTree, ShapeWithoutAGeometry_IsNamed) {
   const NodeRef root = lone.AddGroup("model", 0);
   lone.AddShape("bare", root);
   lone.AddGroup("group", lone.AddShape("odd", root));
-  EXPECT_EQ(Check(lone),
-            "m.tev: node 2 (bare): the first child of a shape must be a geometry (claimed 0)\n"
-            "m.tev: node 3 (odd): the first child of a shape must be a geometry (claimed 4)\n");
+  EXPECT_EQ(Check(lone), NodeText(lone, 2, 0) +
+                             ": the first child of a shape must be a geometry (claimed 0)\n" +
+                             NodeText(lone, 3, 0) +
+                             ": the first child of a shape must be a geometry (claimed 4)\n");
 }
 
 TEST_F(TevCheckTree, CycleOfParents_IsToldOnce) {
   model.At(kSmallGeometryGroup).parent = kSmallShape1;
-  EXPECT_EQ(Check(model), "m.tev: node 2 (Geometry): its parents lead back to itself\n");
+  EXPECT_EQ(Check(model), Node(kSmallGeometryGroup) + ": its parents lead back to itself\n");
 }
 
 TEST_F(TevCheckTree, CycleOfSiblings_IsToldOnceForEachDirection) {
   model.At(kSmallShape2).nextSibling = kSmallShape1;
   model.At(kSmallShape1).previousSibling = kSmallShape2;
-  EXPECT_EQ(Check(model),
-            "m.tev: node 3 (Frame): its previous siblings lead back to itself\n"
-            "m.tev: node 3 (Frame): its next siblings lead back to itself\n");
+  EXPECT_EQ(Check(model), Node(kSmallShape1) + ": its previous siblings lead back to itself\n" +
+                              Node(kSmallShape1) + ": its next siblings lead back to itself\n");
 }
 
 TEST_F(TevCheckTree, NodeThatIsItsOwnSibling_IsACycle) {
   model.At(kSmallMesh1).nextSibling = kSmallMesh1;
-  EXPECT_EQ(Check(model), "m.tev: node 4 (mesh 1): its next siblings lead back to itself\n");
+  EXPECT_EQ(Check(model), Node(kSmallMesh1) + ": its next siblings lead back to itself\n");
 }
 
 TEST_F(TevCheckTree, CycleOfChildren_NamesWhereItCloses) {
   model.At(kSmallMesh2).firstChild = kSmallGeometryGroup;
   EXPECT_EQ(Check(model),
-            "m.tev: node 2 (Geometry): it stands below itself, in the children of node 6\n");
+            Node(kSmallGeometryGroup) + ": it stands below itself, in the children of node 6\n");
 }
 
 TEST_F(TevCheckTree, ChildOfTwoNodes_NamesBoth) {
   model.At(kSmallShape2).firstChild = kSmallMesh1;
   model.At(kSmallShape2).lastChild = kSmallMesh1;
   EXPECT_EQ(Check(model),
-            "m.tev: node 4 (mesh 1): it stands in the children of node 3 and of node 5\n"
-            "m.tev: node 6 (mesh 2): no list of children leads to it from the root\n");
+            Node(kSmallMesh1) + ": it stands in the children of node 3 and of node 5\n" +
+                Node(kSmallMesh2) + ": no list of children leads to it from the root\n");
 }
 
 TEST_F(TevCheckTree, NodesThatTheRootDoesNotReach_AreToldByTheTopmost) {
   model.At(kSmallShape1).nextSibling = 0;
-  EXPECT_EQ(Check(model), "m.tev: node 5 (Panel): no list of children leads to it from the root\n");
+  EXPECT_EQ(Check(model), Node(kSmallShape2) + ": no list of children leads to it from the root\n");
 }
 
 TEST_F(TevCheckTree, RingThatTheRootDoesNotReach_IsToldOnceAndAsACycle) {
   const NodeRef one = model.AddGroup("one", 0);
   const NodeRef other = model.AddGroup("other", one);
   model.At(other).firstChild = one;
-  EXPECT_EQ(Check(model),
-            "m.tev: node 8 (one): it stands below itself, in the children of node 9\n"
-            "m.tev: node 8 (one): no list of children leads to it from the root\n");
+  EXPECT_EQ(Check(model), Node(one) + ": it stands below itself, in the children of node 9\n" +
+                              Node(one) + ": no list of children leads to it from the root\n");
 }
 
 TEST_F(TevCheckTree, FileWithoutTheRootsId_HasNothingBelowIt) {
   ModelWriter lone;
   lone.At(lone.AddGroup("lone", 0)).id = 5;
-  EXPECT_EQ(Check(lone), "m.tev: node 5 (lone): no list of children leads to it from the root\n");
+  EXPECT_EQ(Check(lone),
+            NodeText(lone, 1, 0) + ": no list of children leads to it from the root\n");
 }
 
 }  // namespace

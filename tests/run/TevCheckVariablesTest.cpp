@@ -9,7 +9,6 @@ namespace tevtest {
 namespace {
 
 constexpr const char* kMesh1 = "node 4 (mesh 1), ";
-constexpr const char* kLinked = "m.tev: node 6 (mesh 2), variable 6 (Temperature\\x1eTime = 0.5): ";
 
 class TevCheckVariables : public TevCheckRun {
  protected:
@@ -17,8 +16,11 @@ class TevCheckVariables : public TevCheckRun {
     model.VariableAt(kSmallMesh2, 6).linkNodeId = node;
     model.VariableAt(kSmallMesh2, 6).linkVariableIndex = variable;
     const std::string found = Check(model);
-    EXPECT_TRUE(found.starts_with(kLinked)) << found;
-    return found.substr(std::min(found.size(), std::string(kLinked).size()));
+    const std::string place =
+        "m.tev: " + BlockText(kLightBlock, kLightData, model, model.RecordStart(kLightData, 3)) +
+        ", node 6 (mesh 2), variable 6 (Temperature\\x1eTime = 0.5): ";
+    EXPECT_TRUE(found.starts_with(place)) << found;
+    return found.substr(std::min(found.size(), place.size()));
   }
 
   /// Where a variable's data begins.
@@ -56,15 +58,16 @@ TEST_F(TevCheckVariables, ByteCountThatDoesNotFitTheWidth) {
   // 15 floats in items of 3; the last item is one short.
   model.VariableAt(kSmallMesh1, 5).byteCount = 56;
   EXPECT_EQ(Check(model),
-            "m.tev: node 4 (mesh 1), variable 5 (Displacement\\x1eTime = 0.5): its byte count does "
-            "not fit items of 3 components, 4 bytes each (claimed 56, found 48)\n");
+            DataText(20 + 60 + 32 + 8 + 8) + kMesh1 +
+                "variable 5 (Displacement\\x1eTime = 0.5): its byte count does "
+                "not fit items of 3 components, 4 bytes each (claimed 56, found 48)\n");
 }
 
 TEST_F(TevCheckVariables, DataWithoutComponents_FitsNothing) {
   model.VariableAt(kSmallMesh1, 4).width = 0;
-  EXPECT_EQ(Check(model),
-            "m.tev: node 4 (mesh 1), variable 4 (Element Ids): its byte count does not fit items "
-            "of 0 components, 4 bytes each (claimed 8, found 0)\n");
+  EXPECT_EQ(Check(model), DataText(20 + 60 + 32 + 8) + kMesh1 +
+                              "variable 4 (Element Ids): its byte count does not fit items "
+                              "of 0 components, 4 bytes each (claimed 8, found 0)\n");
 }
 
 TEST_F(TevCheckVariables, DataBeyondTheEndOfItsBlock_TellsHowMuchIsThere) {
@@ -110,7 +113,10 @@ TEST_F(TevCheckVariables, BadBlock_NamesWhatIsLostAndTheRestIsChecked) {
             "m.tev: " + block + ": zlib refuses the data (code -3)\nm.tev: " + block +
                 ", node 4 (mesh 1), variable 2 (Connectivity): the data cannot be loaded, since "
                 "its block cannot (claimed 32, found 0)\n"
-                "m.tev: node 4 (mesh 1), variable 5 (Displacement\\x1eTime = 0.5): its byte count "
+                "m.tev: " +
+                BlockText(kHeavyBlock + 5, std::string(kHeavyData),
+                          container.Block(kHeavyData, 5).offset) +
+                ", node 4 (mesh 1), variable 5 (Displacement\\x1eTime = 0.5): its byte count "
                 "does not fit items of 3 components, 4 bytes each (claimed 56, found 48)\n");
 }
 

@@ -228,6 +228,13 @@ std::string ModelWriter::StreamBytes(std::string_view stream) const {
   return found == streams.end() ? std::string() : found->second.bytes;
 }
 
+std::size_t ModelWriter::RecordStart(std::string_view stream, std::size_t nth) const {
+  constexpr std::size_t kCountOfRecords = 4;
+  if (nth == 0)
+    return stream == kTree ? kCountOfRecords : 0;
+  return Encode().find(stream)->second.recordEnds.at(nth - 1);
+}
+
 ContainerWriter ModelWriter::ToContainer() const {
   const Streams streams = Encode();
   std::vector<std::vector<BlockSpec>> blocks;

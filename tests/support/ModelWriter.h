@@ -76,6 +76,8 @@ class ModelWriter {
   ModelWriter& Interleave();
 
   [[nodiscard]] std::string StreamBytes(std::string_view stream) const;
+  /// Where the "nth" record of a stream begins in it, counted from 0; what has no bytes is none.
+  [[nodiscard]] std::size_t RecordStart(std::string_view stream, std::size_t nth) const;
   [[nodiscard]] ContainerWriter ToContainer() const;
   [[nodiscard]] std::string Build() const { return ToContainer().Build().bytes; }
 

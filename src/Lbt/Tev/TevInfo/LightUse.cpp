@@ -14,15 +14,21 @@ LightUse::LightUse(LbtLbf::LbFile& file, const StreamMap& map)
 void LightUse::OnRecord(const LbtTev::TreeRecord& record) {
   ++recordCount_;
   start_ = record.lightDataPosition != 0 ? record.lightDataPosition : end_;
+  isStartKnown_ = isKnown_ || record.lightDataPosition != 0;
+  id_ = record.id;
+  isGeometry_ = record.type == "Geometry";
 }
 
 void LightUse::OnNode() {
   ++nodeCount_;
+  if (isGeometry_ && isStartKnown_) {
+    geometries_.insert_or_assign(id_, start_);
+  }
   if (!isKnown_) {
     return;
   }
   try {
-    end_ = Cursor();
+    end_ = map_->CursorOf(*file_, stream_);
     if (start_ < end_) {
       used_.emplace_back(start_, end_);
     }
@@ -31,12 +37,21 @@ void LightUse::OnNode() {
   }
 }
 
-/// Where the next read would begin. That a block which is used up gives way to the next one
-/// does no harm: between them lies nothing.
-std::uint64_t LightUse::Cursor() {
-  const LbtLbf::Block& block = file_->GetReadingBlock(stream_);
-  const auto& blocks = file_->GetIndex().GetCache().Blocks();
-  return map_->StartOf(static_cast<std::uint64_t>(&block - blocks.data())) + block.GetPosition();
+void LightUse::PlaceLast(Finding& finding) const {
+  if (!isStartKnown_ || map_->IsEmpty()) {
+    return;
+  }
+  map_->Place(start_, finding);
+  if (start_ > map_->Length()) {
+    finding.claimed = start_;
+    finding.found = map_->Length();
+  }
+}
+
+void LightUse::PlaceGeometry(unsigned int id, Finding& finding) const {
+  if (const auto found = geometries_.find(id); found != geometries_.end()) {
+    map_->Place(found->second, finding);
+  }
 }
 
 void LightUse::FindUnused(const FindingSink& sink) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -28,15 +29,24 @@ class LightUse final : public LbtTev::LoadObserver {
   /// nothing where the lengths of blocks are in doubt, and with them the places of all data.
   void FindUnused(const FindingSink& sink);
 
- private:
-  [[nodiscard]] std::uint64_t Cursor();
+  /// Tells in "finding" where the data of the last record begins, as far as that is known, and
+  /// where it would have to begin in the stream if it lies behind that.
+  void PlaceLast(Finding& finding) const;
 
+  /// The same for a geometry that was read, by its id.
+  void PlaceGeometry(unsigned int id, Finding& finding) const;
+
+ private:
   LbtLbf::LbFile* file_;
   const StreamMap* map_;
   std::string stream_;
   bool isKnown_;
   std::uint64_t start_ = 0;
   std::uint64_t end_ = 0;
+  bool isStartKnown_ = false;
+  bool isGeometry_ = false;
+  unsigned int id_ = 0;
+  std::unordered_map<unsigned int, std::uint64_t> geometries_;  // where their data begins
   std::vector<std::pair<std::uint64_t, std::uint64_t>> used_;
   std::size_t recordCount_ = 0;
   std::size_t nodeCount_ = 0;

@@ -23,6 +23,7 @@ class TolerantLoad {
                const FindingSink& sink)
       : records_(&records),
         sink_(&sink),
+        globalMap_(blocks, LbtTev::StreamNames().global),
         lightMap_(blocks, LbtTev::StreamNames().light),
         heavyMap_(blocks, LbtTev::StreamNames().heavy),
         lightUse_(tree_.GetFile(), lightMap_) {}
@@ -39,8 +40,11 @@ class TolerantLoad {
       lightUse_.FindUnused(*sink_);
     }
     tree_.UpdateLinkedBuffers();
-    CheckVariables(
-        tree_, heavyMap_, [this](unsigned int id) { return MayBeUnread(id); }, *sink_);
+    CheckVariables(tree_, heavyMap_,
+                   {.mayBeUnread = [this](unsigned int id) { return MayBeUnread(id); },
+                    .place = [this](unsigned int id,
+                                    Finding& finding) { lightUse_.PlaceGeometry(id, finding); }},
+                   *sink_);
   }
 
  private:
@@ -48,8 +52,10 @@ class TolerantLoad {
     try {
       tree_.LoadGlobalInfo(tree_.GetFile());
     } catch (const std::exception& exception) {
-      (*sink_)(
-          FindingOn("the records of the programs that wrote the file cannot be read", exception));
+      Finding finding =
+          FindingOn("the records of the programs that wrote the file cannot be read", exception);
+      globalMap_.Place(0, finding);
+      (*sink_)(finding);
     }
   }
 
@@ -72,6 +78,7 @@ class TolerantLoad {
       const LbtTev::TreeRecord& record = records_->records[at];
       Finding finding = FindingOn("its data cannot be read", exception);
       finding.node = NumberedName{record.id, record.name};
+      lightUse_.PlaceLast(finding);
       (*sink_)(finding);
     }
   }
@@ -128,12 +135,17 @@ class TolerantLoad {
 
   const TreeRecords* records_;
   const FindingSink* sink_;
+  StreamMap globalMap_;
   StreamMap lightMap_;
   StreamMap heavyMap_;
   LbtTev::Tree tree_;
   LightUse lightUse_;
   std::unordered_set<unsigned int> unread_;  // ids of records whose nodes were not loaded
 };
+
+StreamMap MapOfTree(const std::vector<CheckedBlock>& blocks) {
+  return {blocks, LbtTev::StreamNames().tree};
+}
 
 }  // namespace
 
@@ -147,9 +159,8 @@ void CheckModel(const std::string& path, const FindingSink& sink) {
       return;
     }
     blocks = CheckBlocks(file, sink);
-    records =
-        ReadTreeRecords(file, wideOffsets, StreamMap(blocks, LbtTev::StreamNames().tree), sink);
+    records = ReadTreeRecords(file, wideOffsets, MapOfTree(blocks), sink);
   }
-  CheckStructure(records, sink);
+  CheckStructure(records, MapOfTree(blocks), sink);
   TolerantLoad(blocks, records, sink).Run(path);
 }

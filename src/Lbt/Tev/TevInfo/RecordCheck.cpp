@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
+#include <optional>
+#include <string>
 #include <utility>
 
-#include "ContainerCheck.h"
-#include "Lbt/Tev/StreamNames.h"
 #include "RecordGraph.h"
 
 using LbtTev::TreeRecord;
@@ -16,14 +16,30 @@ namespace {
 
 constexpr std::size_t kNone = RecordGraph::kNone;
 
-NumberedName NameOf(const TreeRecord& record) { return {record.id, record.name}; }
+/// Tells of records, and where in the file they are.
+class Teller {
+ public:
+  Teller(const StreamMap& map, const FindingSink& sink) : map_(&map), sink_(&sink) {}
 
-Finding FindingOn(const TreeRecord& record, Finding::Kind kind, std::string text) {
-  return {.kind = kind, .text = std::move(text), .node = NameOf(record)};
-}
+  void operator()(const PlacedRecord& record, Finding::Kind kind, std::string text,
+                  std::optional<std::uint64_t> claimed = std::nullopt) const {
+    Finding finding{.kind = kind,
+                    .text = std::move(text),
+                    .node = NumberedName{record.id, record.name},
+                    .claimed = claimed};
+    if (record.position) {
+      map_->Place(*record.position, finding);
+    }
+    (*sink_)(finding);
+  }
+
+ private:
+  const StreamMap* map_;
+  const FindingSink* sink_;
+};
 
 /// Tells of each record that takes the place of one before it, in the order of the file.
-void FindRepeatedIds(const std::vector<TreeRecord>& records, const FindingSink& sink) {
+void FindRepeatedIds(const std::vector<PlacedRecord>& records, const Teller& tell) {
   std::vector<std::size_t> byId(records.size());
   std::iota(byId.begin(), byId.end(), std::size_t{0});
   std::ranges::stable_sort(byId, {}, [&](std::size_t place) { return records[place].id; });
@@ -35,9 +51,9 @@ void FindRepeatedIds(const std::vector<TreeRecord>& records, const FindingSink& 
   }
   std::ranges::sort(repeated);
   for (const auto& [place, before] : repeated) {
-    sink(FindingOn(records[place], Finding::Kind::RepeatedId,
-                   "tree record " + std::to_string(place) + " takes the place of record " +
-                       std::to_string(before) + ", which has the same id"));
+    tell(records[place], Finding::Kind::RepeatedId,
+         "tree record " + std::to_string(place) + " takes the place of record " +
+             std::to_string(before) + ", which has the same id");
   }
 }
 
@@ -52,42 +68,36 @@ constexpr std::array<NamedLink, 5> kLinks{{{&TreeRecord::parent, "parent"},
                                            {&TreeRecord::firstChild, "first child"},
                                            {&TreeRecord::lastChild, "last child"}}};
 
-void FindLinksToNothing(const RecordGraph& graph, const FindingSink& sink) {
+void FindLinksToNothing(const RecordGraph& graph, const Teller& tell) {
   for (std::size_t node = 0; node < graph.Count(); ++node) {
     for (const NamedLink& link : kLinks) {
       const unsigned int id = graph.At(node).*link.link;
       if (id != 0 && graph.Find(id) == kNone) {
-        Finding finding =
-            FindingOn(graph.At(node), Finding::Kind::LinkToNothing,
-                      std::string("its ") + link.name + " is a node that does not exist");
-        finding.claimed = id;
-        sink(finding);
+        tell(graph.At(node), Finding::Kind::LinkToNothing,
+             std::string("its ") + link.name + " is a node that does not exist", id);
       }
     }
   }
 }
 
 /// Finds shapes that reports cannot be made of. A link to nothing has been told of already.
-void FindShapesWithoutGeometry(const RecordGraph& graph, const FindingSink& sink) {
+void FindShapesWithoutGeometry(const RecordGraph& graph, const Teller& tell) {
   for (std::size_t node = 0; node < graph.Count(); ++node) {
-    const TreeRecord& record = graph.At(node);
+    const PlacedRecord& record = graph.At(node);
     if (record.type != "Shape") {
       continue;
     }
     const std::size_t child = graph.Find(record.firstChild);
     if (record.firstChild == 0 || (child != kNone && graph.At(child).type != "Geometry")) {
-      Finding finding = FindingOn(record, Finding::Kind::NoGeometry,
-                                  "the first child of a shape must be a geometry");
-      finding.claimed = record.firstChild;
-      sink(finding);
+      tell(record, Finding::Kind::NoGeometry, "the first child of a shape must be a geometry",
+           record.firstChild);
     }
   }
 }
 
 /// Finds the rings that the links of one kind form: each node has one, so following them
 /// either ends or comes back. Every node is passed once.
-void FindRings(const RecordGraph& graph, Link link, const std::string& text,
-               const FindingSink& sink) {
+void FindRings(const RecordGraph& graph, Link link, const std::string& text, const Teller& tell) {
   std::vector<std::size_t> seenFrom(graph.Count(), kNone);
   for (std::size_t start = 0; start < graph.Count(); ++start) {
     std::size_t node = start;
@@ -96,7 +106,7 @@ void FindRings(const RecordGraph& graph, Link link, const std::string& text,
       node = graph.Find(graph.At(node).*link);
     }
     if (node != kNone && seenFrom[node] == start) {
-      sink(FindingOn(graph.At(node), Finding::Kind::Cycle, text));
+      tell(graph.At(node), Finding::Kind::Cycle, text);
     }
   }
 }
@@ -105,8 +115,8 @@ void FindRings(const RecordGraph& graph, Link link, const std::string& text,
 /// was met before. Keeps a stack of its own: models may nest to any depth.
 class ChildWalk {
  public:
-  ChildWalk(const RecordGraph& graph, const FindingSink& sink)
-      : graph_(&graph), sink_(&sink), parents_(graph.Count(), kNone), states_(graph.Count()) {}
+  ChildWalk(const RecordGraph& graph, const Teller& tell)
+      : graph_(&graph), tell_(&tell), parents_(graph.Count(), kNone), states_(graph.Count()) {}
 
   /// Walks what lies below "top"; false where that was met before.
   bool From(std::size_t top) {
@@ -151,18 +161,17 @@ class ChildWalk {
   void Report(std::size_t child, std::size_t parent) {
     const std::string otherId = std::to_string(graph_->At(parent).id);
     if (states_[child] == State::Open) {
-      (*sink_)(FindingOn(graph_->At(child), Finding::Kind::Cycle,
-                         "it stands below itself, in the children of node " + otherId));
+      (*tell_)(graph_->At(child), Finding::Kind::Cycle,
+               "it stands below itself, in the children of node " + otherId);
     } else if (parents_[child] != kNone && parents_[child] != parent) {
-      (*sink_)(FindingOn(graph_->At(child), Finding::Kind::SharedChild,
-                         "it stands in the children of node " +
-                             std::to_string(graph_->At(parents_[child]).id) + " and of node " +
-                             otherId));
+      (*tell_)(graph_->At(child), Finding::Kind::SharedChild,
+               "it stands in the children of node " +
+                   std::to_string(graph_->At(parents_[child]).id) + " and of node " + otherId);
     }
   }
 
   const RecordGraph* graph_;
-  const FindingSink* sink_;
+  const Teller* tell_;
   std::vector<std::size_t> parents_;
   std::vector<State> states_;
   std::vector<Level> open_;
@@ -183,13 +192,13 @@ std::vector<bool> ChildrenIn(const RecordGraph& graph) {
 
 /// Finds what is wrong with the lists of children. Of nodes that the root does not reach, only
 /// the topmost are told.
-void FindChildFaults(const RecordGraph& graph, bool areAll, const FindingSink& sink) {
-  ChildWalk walk(graph, sink);
+void FindChildFaults(const RecordGraph& graph, bool areAll, const Teller& tell) {
+  ChildWalk walk(graph, tell);
   walk.From(graph.Root());
   const auto walkTop = [&](std::size_t top) {
     if (walk.From(top) && areAll) {
-      sink(FindingOn(graph.At(top), Finding::Kind::UnreferencedNode,
-                     "no list of children leads to it from the root"));
+      tell(graph.At(top), Finding::Kind::UnreferencedNode,
+           "no list of children leads to it from the root");
     }
   };
   const std::vector<bool> isChild = ChildrenIn(graph);
@@ -203,57 +212,18 @@ void FindChildFaults(const RecordGraph& graph, bool areAll, const FindingSink& s
   }
 }
 
-void AddUnreadable(const StreamMap& map, std::string text, const std::exception& exception,
-                   const LbtLbf::LbFile& file, const FindingSink& sink) {
-  Finding finding{.kind = Finding::Kind::UnreadableRecord,
-                  .text = std::move(text) + ": " + ReasonOf(exception, file)};
-  if (const auto block = file.GetIndex().LastLoaded(); block && !map.IsEmpty()) {
-    map.Place(map.StartOf(block->number), finding);
-  }
-  sink(finding);
-}
-
 }  // namespace
 
-TreeRecords ReadTreeRecords(LbtLbf::LbFile& file, bool wideOffsets, const StreamMap& map,
-                            const FindingSink& sink) {
-  const std::string stream = LbtTev::StreamNames().tree;
-  TreeRecords read;
-  if (map.IsEmpty()) {
-    read.areAll = false;
-    sink({.kind = Finding::Kind::MissingTree,
-          .text = "there is no stream \"" + stream + "\", so the model is empty"});
-    return read;
-  }
-  std::string at = "the number of tree records";
-  try {
-    const int count = LbtTev::ReadTreeRecordCount(file, stream);
-    if (count < 0) {
-      read.areAll = false;
-      sink({.kind = Finding::Kind::UnreadableRecord,
-            .text = "the number of tree records is negative, so none is read",
-            .claimed = static_cast<std::uint32_t>(count)});
-    }
-    for (int i = 0; i < count; ++i) {
-      at = "tree record " + std::to_string(i) + " of " + std::to_string(count);
-      read.records.push_back(LbtTev::ReadTreeRecord(file, stream, wideOffsets));
-    }
-  } catch (const std::exception& exception) {
-    read.areAll = false;
-    AddUnreadable(map, at + " cannot be read", exception, file, sink);
-  }
-  return read;
-}
-
-void CheckStructure(const TreeRecords& read, const FindingSink& sink) {
-  FindRepeatedIds(read.records, sink);
+void CheckStructure(const TreeRecords& read, const StreamMap& map, const FindingSink& sink) {
+  const Teller tell(map, sink);
+  FindRepeatedIds(read.records, tell);
   const RecordGraph graph(read.records);
   if (read.areAll) {
-    FindLinksToNothing(graph, sink);
+    FindLinksToNothing(graph, tell);
   }
-  FindShapesWithoutGeometry(graph, sink);
-  FindRings(graph, &TreeRecord::parent, "its parents lead back to itself", sink);
-  FindRings(graph, &TreeRecord::previousSibling, "its previous siblings lead back to itself", sink);
-  FindRings(graph, &TreeRecord::nextSibling, "its next siblings lead back to itself", sink);
-  FindChildFaults(graph, read.areAll, sink);
+  FindShapesWithoutGeometry(graph, tell);
+  FindRings(graph, &TreeRecord::parent, "its parents lead back to itself", tell);
+  FindRings(graph, &TreeRecord::previousSibling, "its previous siblings lead back to itself", tell);
+  FindRings(graph, &TreeRecord::nextSibling, "its next siblings lead back to itself", tell);
+  FindChildFaults(graph, read.areAll, tell);
 }

@@ -2,28 +2,26 @@
 
 #include <algorithm>
 
-using LbtTev::TreeRecord;
-
 namespace {
 
 constexpr unsigned int kRootId = 1;
 
-unsigned int IdOf(const TreeRecord* record) { return record->id; }
+unsigned int IdOf(const PlacedRecord* record) { return record->id; }
 
 }  // namespace
 
-RecordGraph::RecordGraph(const std::vector<TreeRecord>& records) {
+RecordGraph::RecordGraph(const std::vector<PlacedRecord>& records) {
   rootless_.id = kRootId;
   nodes_.reserve(records.size() + 1);
   nodes_.push_back(&rootless_);
-  for (const TreeRecord& record : records) {
+  for (const PlacedRecord& record : records) {
     nodes_.push_back(&record);
   }
   std::ranges::stable_sort(nodes_, {}, IdOf);
   // From behind, so that the last of each id is the one that stays.
   const auto dropped = std::unique(
       nodes_.rbegin(), nodes_.rend(),
-      [](const TreeRecord* one, const TreeRecord* other) { return one->id == other->id; });
+      [](const PlacedRecord* one, const PlacedRecord* other) { return one->id == other->id; });
   nodes_.erase(nodes_.begin(), dropped.base());
   root_ = Find(kRootId);
 }

@@ -4,7 +4,7 @@
 #include <limits>
 #include <vector>
 
-#include "Lbt/Tev/TreeRecord.h"
+#include "TreeRecords.h"
 
 /// Tree records as a tree has them: one for each id, by id, and one for the root in any case.
 class RecordGraph {
@@ -13,14 +13,14 @@ class RecordGraph {
   static constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
 
   /// "records" must outlive this. Of those with one id, the last counts.
-  explicit RecordGraph(const std::vector<LbtTev::TreeRecord>& records);
+  explicit RecordGraph(const std::vector<PlacedRecord>& records);
   RecordGraph(const RecordGraph&) = delete;
   RecordGraph& operator=(const RecordGraph&) = delete;
   ~RecordGraph() = default;
 
   /// Nodes are numbered from 0 on, in the order of their ids.
   [[nodiscard]] std::size_t Count() const { return nodes_.size(); }
-  [[nodiscard]] const LbtTev::TreeRecord& At(std::size_t node) const { return *nodes_[node]; }
+  [[nodiscard]] const PlacedRecord& At(std::size_t node) const { return *nodes_[node]; }
 
   /// None for id 0, which means none in every link, and for one that no record has.
   [[nodiscard]] std::size_t Find(unsigned int id) const;
@@ -28,7 +28,7 @@ class RecordGraph {
   [[nodiscard]] std::size_t Root() const { return root_; }
 
  private:
-  LbtTev::TreeRecord rootless_;  // stands for a root that no record has
-  std::vector<const LbtTev::TreeRecord*> nodes_;
+  PlacedRecord rootless_;  // stands for a root that no record has
+  std::vector<const PlacedRecord*> nodes_;
   std::size_t root_ = 0;
 };

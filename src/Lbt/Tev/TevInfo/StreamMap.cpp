@@ -43,6 +43,12 @@ void StreamMap::Place(std::uint64_t position, Finding& finding) const {
   }
 }
 
+std::uint64_t StreamMap::CursorOf(LbtLbf::LbFile& file, const std::string& name) const {
+  const LbtLbf::Block& block = file.GetReadingBlock(name);
+  const auto& blocks = file.GetIndex().GetCache().Blocks();
+  return StartOf(static_cast<std::uint64_t>(&block - blocks.data())) + block.GetPosition();
+}
+
 std::uint64_t StreamMap::BytesAt(std::uint64_t position) const {
   const Span* span = SpanAt(position);
   const std::uint64_t end = span == nullptr ? 0 : span->start + LengthOf(*span->block);

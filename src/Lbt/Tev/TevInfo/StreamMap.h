@@ -6,6 +6,7 @@
 
 #include "Lbt/Lbf/BlockCheck.h"
 #include "Lbt/Lbf/Index.h"
+#include "Lbt/Lbf/LbFile.h"
 #include "Lbt/Tev/TevInfo/ModelCheck.h"
 
 /// A block of a container with what checking it has shown.
@@ -46,6 +47,10 @@ class StreamMap {
 
   /// Tells in "finding" which block a position lies in, and where in the file it is.
   void Place(std::uint64_t position, Finding& finding) const;
+
+  /// Where the next read of this stream, "name", would begin. That a block which is used up gives
+  /// way to the next one does no harm: between them lies nothing. Throws what loading that throws.
+  [[nodiscard]] std::uint64_t CursorOf(LbtLbf::LbFile& file, const std::string& name) const;
 
   /// Bytes between a position and the end of its block, which no value goes beyond.
   [[nodiscard]] std::uint64_t BytesAt(std::uint64_t position) const;

@@ -327,16 +327,19 @@ void ForEachVariable(const LbtTev::Tree& tree, Visit visit) {
 
 }  // namespace
 
-void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map,
-                    const std::function<bool(unsigned int id)>& mayBeUnread,
+void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map, const LoadedNodes& nodes,
                     const FindingSink& sink) {
   DataCheck data(tree, map);
   ForEachVariable(tree, [&](const PlacedVariable& variable) { data.Add(variable); });
   data.Run();
   ForEachVariable(tree, [&](const PlacedVariable& variable) {
-    const auto fault =
-        variable.Get().isLinked ? LinkFault(variable, tree, mayBeUnread) : ByteCountFault(variable);
+    auto fault = variable.Get().isLinked ? LinkFault(variable, tree, nodes.mayBeUnread)
+                                         : ByteCountFault(variable);
     if (fault) {
+      nodes.place(variable.nodeId, *fault);
+      if (!variable.Get().isLinked && variable.Array().loader != nullptr) {
+        map.Place(variable.Array().loader->GetPosition(), *fault);
+      }
       sink(*fault);
     }
     data.Tell(variable, sink);

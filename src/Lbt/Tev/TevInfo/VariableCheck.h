@@ -6,9 +6,16 @@
 #include "Lbt/Tev/Tree.h"
 #include "StreamMap.h"
 
+/// What loading a tree has shown of its nodes, by id.
+struct LoadedNodes {
+  /// Whether the file may have such a node which was not loaded: of a link to it, nothing can be
+  /// said.
+  std::function<bool(unsigned int id)> mayBeUnread;
+  /// Tells in a finding where the record of a geometry is, as far as that is known.
+  std::function<void(unsigned int id, Finding& finding)> place;
+};
+
 /// Checks the variables of all geometries of a tree, and loads the data of each. "map" is that
-/// of the heavy data. "mayBeUnread" says whether the file may have a node of that id which was not
-/// loaded: of a link to such a one, nothing can be said.
-void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map,
-                    const std::function<bool(unsigned int id)>& mayBeUnread,
+/// of the heavy data.
+void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map, const LoadedNodes& nodes,
                     const FindingSink& sink);

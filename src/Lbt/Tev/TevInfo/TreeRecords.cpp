@@ -1,0 +1,91 @@
+#include "TreeRecords.h"
+
+#include <exception>
+#include <string>
+
+#include "ContainerCheck.h"
+#include "Lbt/Tev/StreamNames.h"
+
+namespace {
+
+/// Reads records one after another, and knows at which it is.
+class RecordReader {
+ public:
+  RecordReader(LbtLbf::LbFile& file, bool wideOffsets, const StreamMap& map)
+      : file_(&file), wideOffsets_(wideOffsets), map_(&map), stream_(LbtTev::StreamNames().tree) {}
+
+  void Read(TreeRecords& read) {
+    start_ = map_->CursorOf(*file_, stream_);
+    count_ = LbtTev::ReadTreeRecordCount(*file_, stream_);
+    for (int i = 0; i < *count_; ++i) {
+      start_.reset();
+      start_ = map_->CursorOf(*file_, stream_);
+      read.records.push_back({LbtTev::ReadTreeRecord(*file_, stream_, wideOffsets_), start_});
+    }
+  }
+
+  [[nodiscard]] bool IsCountNegative() const { return count_.value_or(0) < 0; }
+
+  [[nodiscard]] Finding NegativeCount() const {
+    Finding finding{.kind = Finding::Kind::UnreadableRecord,
+                    .text = "the number of tree records is negative, so none is read",
+                    .claimed = static_cast<std::uint32_t>(*count_)};
+    map_->Place(*start_, finding);
+    return finding;
+  }
+
+  /// What a failure was about: the count, or the record behind the "before" ones. It is where
+  /// that begins, or in the block whose loading came last where that is another one.
+  [[nodiscard]] Finding FailureOf(const std::exception& exception, std::size_t before) const {
+    const std::string what =
+        count_ ? "tree record " + std::to_string(before) + " of " + std::to_string(*count_)
+               : "the number of tree records";
+    Finding finding{.kind = Finding::Kind::UnreadableRecord,
+                    .text = what + " cannot be read: " + ReasonOf(exception, *file_)};
+    const auto block = file_->GetIndex().LastLoaded();
+    const CheckedBlock* first = start_ ? map_->BlockAt(*start_) : nullptr;
+    if (first != nullptr && (!block || block->number == first->name.number)) {
+      map_->Place(*start_, finding);
+    } else if (block) {
+      map_->Place(map_->StartOf(block->number), finding);
+    }
+    return finding;
+  }
+
+ private:
+  LbtLbf::LbFile* file_;
+  bool wideOffsets_;
+  const StreamMap* map_;
+  std::string stream_;
+  std::optional<int> count_;
+  std::optional<std::uint64_t> start_;  // of what is read at the moment
+};
+
+}  // namespace
+
+TreeRecords ReadTreeRecords(LbtLbf::LbFile& file, bool wideOffsets, const StreamMap& map,
+                            const FindingSink& sink) {
+  TreeRecords read;
+  if (map.IsEmpty()) {
+    read.areAll = false;
+    sink({.kind = Finding::Kind::MissingTree,
+          .text = "there is no stream \"" + std::string(LbtTev::StreamNames().tree) +
+                  "\", so the model is empty"});
+    return read;
+  }
+  RecordReader reader(file, wideOffsets, map);
+  std::optional<Finding> failure;
+  try {
+    reader.Read(read);
+  } catch (const std::exception& exception) {
+    failure = reader.FailureOf(exception, read.records.size());
+  }
+  if (reader.IsCountNegative()) {
+    failure = reader.NegativeCount();
+  }
+  read.areAll = !failure;
+  if (failure) {
+    sink(*failure);
+  }
+  return read;
+}
