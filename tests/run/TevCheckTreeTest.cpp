@@ -49,6 +49,43 @@ TEST_F(TevCheckTree, TreeWithoutAWholeCount_HasNoRecords) {
                               "the block\n");
 }
 
+TEST_F(TevCheckTree, BytesBehindTheLastRecord_AreUnused) {
+  const std::string bytes = model.StreamBytes(kTree);
+  const std::string size = std::to_string(bytes.size());
+  for (const auto& [rest, text] : {std::pair("x", "1 byte"), {"more", "4 bytes"}}) {
+    model.ReplaceStream(kTree, bytes + rest);
+    EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model, bytes.size()) +
+                                ": nothing reads the " + text +
+                                " behind the last tree record, from byte " + size +
+                                " of the stream on (claimed " +
+                                std::to_string(bytes.size() + std::string(rest).size()) +
+                                ", found " + size + ")\n");
+  }
+}
+
+TEST_F(TevCheckTree, BlockBehindTheLastRecord_IsUnusedAndNamed) {
+  ContainerWriter writer = model.ToContainer();
+  writer.AddRaw(kTree, "").AddCompressed(kTree, "12345").AddRaw(kTree, "67");
+  const std::size_t size = model.StreamBytes(kTree).size();
+  const Container container = writer.Build();
+  EXPECT_EQ(Check(container.bytes),
+            "m.tev: " + BlockText(7, std::string(kTree), container.Block(kTree, 2).offset) +
+                ": nothing reads the 7 bytes behind the last tree record, from byte " +
+                std::to_string(size) + " of the stream on (claimed " + std::to_string(size + 7) +
+                ", found " + std::to_string(size) + ")\n");
+}
+
+TEST_F(TevCheckTree, CountOfRecordsThatIsTooSmall_LeavesTheRestUnread) {
+  const std::string bytes = model.StreamBytes(kTree);
+  const std::size_t end = model.RecordStart(kTree, 6);
+  model.ReplaceStream(kTree, Hex("06000000") + bytes.substr(4));
+  const std::string found = Check(model);
+  EXPECT_TRUE(found.starts_with("m.tev: " + BlockText(kTreeBlock, kTree, model, end) +
+                                ": nothing reads the " + std::to_string(bytes.size() - end) +
+                                " bytes behind the last tree record, from byte "))
+      << found;
+}
+
 TEST_F(TevCheckTree, RecordOverTwoBlocks_IsWhereItBegins) {
   model.At(kSmallMesh2).lastChild = 99;
   const std::size_t start = model.RecordStart(kTree, kSmallMesh2 - 1);

@@ -52,6 +52,24 @@ class RecordReader {
     return finding;
   }
 
+  /// Tells of bytes behind the last record. Call it when all have been read.
+  void FindUnused(const FindingSink& sink) const {
+    const std::uint64_t end = map_->CursorOf(*file_, stream_);
+    const std::uint64_t unused = map_->Length() - end;
+    if (unused == 0) {
+      return;
+    }
+    Finding finding{.kind = Finding::Kind::UnusedBytes,
+                    .text = "nothing reads the " + std::to_string(unused) +
+                            (unused == 1 ? " byte" : " bytes") +
+                            " behind the last tree record, from byte " + std::to_string(end) +
+                            " of the stream on",
+                    .claimed = map_->Length(),
+                    .found = end};
+    map_->Place(end, finding);
+    sink(finding);
+  }
+
  private:
   LbtLbf::LbFile* file_;
   bool wideOffsets_;
@@ -86,6 +104,8 @@ TreeRecords ReadTreeRecords(LbtLbf::LbFile& file, bool wideOffsets, const Stream
   read.areAll = !failure;
   if (failure) {
     sink(*failure);
+  } else if (map.IsExact()) {  // else the places of all data are in doubt
+    reader.FindUnused(sink);
   }
   return read;
 }
