@@ -49,6 +49,15 @@ TEST_F(TevCheckTree, TreeWithoutAWholeCount_HasNoRecords) {
                               "the block\n");
 }
 
+TEST_F(TevCheckTree, NegativeCountOfRecords_IsToldAsSuchAndNothingIsRead) {
+  for (const auto& [stored, count] : {std::pair("ffffffff", "-1"), {"00000080", "-2147483648"}}) {
+    model.ReplaceStream(kTree, Hex(stored) + SmallModel().StreamBytes(kTree).substr(4));
+    EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model) +
+                                ": the number of tree records is " + count +
+                                ", below 0, so no record is read\n");
+  }
+}
+
 TEST_F(TevCheckTree, BytesBehindTheLastRecord_AreUnused) {
   const std::string bytes = model.StreamBytes(kTree);
   const std::string size = std::to_string(bytes.size());

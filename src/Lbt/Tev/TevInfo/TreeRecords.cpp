@@ -28,8 +28,8 @@ class RecordReader {
 
   [[nodiscard]] Finding NegativeCount() const {
     Finding finding{.kind = Finding::Kind::UnreadableRecord,
-                    .text = "the number of tree records is negative, so none is read",
-                    .claimed = static_cast<std::uint32_t>(*count_)};
+                    .text = "the number of tree records is " + std::to_string(*count_) +
+                            ", below 0, so no record is read"};
     map_->Place(*start_, finding);
     return finding;
   }
