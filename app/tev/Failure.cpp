@@ -1,7 +1,6 @@
 #include "tev/Failure.h"
 
-#include <new>
-
+#include "Lbt/Lbf/LackOfMemory.h"
 #include "Lbt/Tev/TevInfo/PartsAndResults.h"
 #include "Lbt/Util/Exception.h"
 #include "tev/VisibleText.h"
@@ -11,11 +10,11 @@ std::string NameOf(const LbtLbf::NumberedBlock& block) {
 }
 
 std::string ReasonOf(const std::exception& exception) {
+  if (LbtLbf::IsLackOfMemory(exception)) {
+    return "not enough memory";
+  }
   if (const auto* known = dynamic_cast<const Lbt::Util::Exception*>(&exception)) {
     return OneLine(known->GetLogMessage());
-  }
-  if (dynamic_cast<const std::bad_alloc*>(&exception) != nullptr) {
-    return "not enough memory";
   }
   return OneLine(exception.what());
 }

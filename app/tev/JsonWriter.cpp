@@ -8,6 +8,12 @@ constexpr std::size_t kIndent = 2;
 
 }  // namespace
 
+JsonWriter::~JsonWriter() {
+  while (!closers_.empty()) {
+    Close();
+  }
+}
+
 void JsonWriter::BreakLine() {
   *output_ << '\n';
   for (std::size_t i = 0; i < kIndent * closers_.size(); ++i) {

@@ -14,6 +14,10 @@ class JsonWriter {
  public:
   /// "output" must outlive this.
   explicit JsonWriter(std::ostream& output) : output_(&output) {}
+  /// Closes what is open.
+  ~JsonWriter();
+  JsonWriter(const JsonWriter&) = delete;
+  JsonWriter& operator=(const JsonWriter&) = delete;
 
   void OpenObject() { Open("{}"); }
   void OpenList() { Open("[]"); }

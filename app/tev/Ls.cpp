@@ -164,12 +164,13 @@ std::vector<std::string> FaultsOf(const ContainerListing& listing) {
 
 Ending AnswerLs(const std::string& path, AnswerWriter& writer) {
   const ContainerListing listing = List(path);
+  Ending ending{.faults = FaultsOf(listing)};  // first: after the whole answer nothing fails
   if (writer.IsJson()) {
     WriteJson(path, listing, writer.Object());
   } else {
     writer.Write(TextOf(listing));
   }
-  return {.faults = FaultsOf(listing)};
+  return ending;
 }
 
 }  // namespace

@@ -11,8 +11,10 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "run/SmallReport.h"
@@ -197,35 +199,76 @@ class FailingCallsOfTev : public FailingCalls {
     return RunProgram(command, options);
   }
 
-  /// Returns the number of calls.
-  long ExpectAnswerOrFailure(std::string_view fault, std::vector<std::string> arguments) const {
-    arguments.push_back(model);
-    const std::string answer = RunTev(arguments, {}).output;
+  /// Runs tev again and again, each time with a later call failing, until a run has no such call.
+  /// Every run must have ended by itself with status 0 or 2 and pass "check". Returns the number
+  /// of calls.
+  long ForEachCallOfTev(std::string_view fault, const std::vector<std::string>& arguments,
+                        const std::function<void(const RunResult&, long call)>& check) const {
     long call = 1;
     for (; !HasFailure(); ++call) {
-      SCOPED_TRACE(::testing::PrintToString(arguments) + " " + std::to_string(call));
+      SCOPED_TRACE(std::string(fault) + ::testing::PrintToString(arguments) + " " +
+                   std::to_string(call));
       const RunResult result = RunTev(arguments, Failing(fault, call));
       if (!dir.Has("reached"))
         break;
-      ExpectAnswerOrFailure(result, answer);
+      EXPECT_EQ(result.signal, 0);
+      EXPECT_TRUE(result.status == 0 || result.status == 2) << result.status;
+      check(result, call);
     }
     return call - 1;
   }
 
- private:
-  static void ExpectAnswerOrFailure(const RunResult& result, const std::string& answer) {
-    EXPECT_EQ(result.signal, 0);
-    if (result.status == 0) {
-      EXPECT_EQ(result.error, "");
-      EXPECT_EQ(result.output, answer);
-      return;
+  /// Returns the number of calls. "known" are further answers that may be had.
+  long ExpectAnswerOrFailure(std::string_view fault, std::vector<std::string> arguments,
+                             const std::set<std::string>& known = {}) const {
+    arguments.push_back(model);
+    std::set<std::string> answers = known;
+    answers.insert(RunTev(arguments, {}).output);
+    return ForEachCallOfTev(fault, arguments, [&](const RunResult& result, long) {
+      EXPECT_EQ(answers.contains(result.output), result.status == 0) << result.output;
+      if (result.status == 0) {
+        EXPECT_EQ(result.error, "");
+      } else {
+        ExpectReason(result.error);
+      }
+    });
+  }
+
+  static void ExpectReason(const std::string& error) {
+    EXPECT_TRUE(error.starts_with("tev: ") ||
+                error.starts_with("Error -4 while uncompressing block \ntev: "))
+        << error;
+    EXPECT_TRUE(error.ends_with("\n"));
+  }
+
+  /// What is wrong with the brackets of a JSON text; "" where nothing is.
+  [[nodiscard]] static std::string FaultOfJson(const std::string& text) {
+    std::string open;
+    bool isInString = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      const char c = text[i];
+      if (isInString && c == '\\') {
+        ++i;
+      } else if (c == '"') {
+        isInString = !isInString;
+      } else if (!isInString && (c == '{' || c == '[')) {
+        open += c == '{' ? '}' : ']';
+      } else if (!isInString && (c == '}' || c == ']')) {
+        if (open.empty() || open.back() != c)
+          return "wrong bracket at " + std::to_string(i);
+        open.pop_back();
+      }
     }
-    EXPECT_EQ(result.status, 2);
-    EXPECT_NE(result.output, answer);
-    EXPECT_TRUE(result.error.starts_with("tev: ") ||
-                result.error.starts_with("Error -4 while uncompressing block \ntev: "))
-        << result.error;
-    EXPECT_TRUE(result.error.ends_with("\n"));
+    return open.empty() && !isInString ? "" : "not closed";
+  }
+
+  /// What the answer of a subcommand is where the version of the file is "1." for "1.3".
+  [[nodiscard]] std::string AnswerOfCutVersion(const std::string& command,
+                                               std::string_view label) const {
+    std::string answer = RunTev({command, model}, {}).output;
+    const std::size_t at = answer.find(std::string(label) + "1.3");
+    EXPECT_NE(at, std::string::npos);
+    return answer.erase(at + label.size() + 2, 1);
   }
 };
 
@@ -243,6 +286,144 @@ TEST_F(FailingCallsOfTev, ReadThatFails_IsANamedFailure) {
   // The header and the index, and for "info" the blocks, too.
   EXPECT_GT(ExpectAnswerOrFailure("read-error", {"info"}), 8);
   EXPECT_GT(ExpectAnswerOrFailure("read-error", {"ls"}), 3);
+}
+
+// As above: a file that ends in the middle of its version has one that is as good.
+TEST_F(FailingCallsOfTev, ReadThatEndsEarly_IsANamedFailure) {
+  EXPECT_GT(ExpectAnswerOrFailure("read-end", {"info"}, {AnswerOfCutVersion("info", "Version: ")}),
+            8);
+  EXPECT_GT(ExpectAnswerOrFailure("read-end", {"ls"}, {AnswerOfCutVersion("ls", "Version ")}), 3);
+  EXPECT_GT(ExpectAnswerOrFailure("read-end", {"tree"}), 8);
+}
+
+TEST_F(FailingCallsOfTev, ReadOfATreeThatFails_IsANamedFailure) {
+  EXPECT_GT(ExpectAnswerOrFailure("read-error", {"tree"}), 8);
+}
+
+/// The check of a sound model, with and without blocks that are compressed.
+class FailingCallsOfACheck : public FailingCallsOfTev {
+ protected:
+  FailingCallsOfACheck() {
+    ModelWriter writer = SmallModel();
+    writer.SetLayoutOfOthers({.packing = StreamLayout::Packing::Compressed});
+    dir.Write("packed.tev", writer.Build());
+  }
+};
+
+TEST_F(FailingCallsOfACheck, MallocThatFails_IsNeverToldAsDamage) {
+  for (const char* name : {"small.tev", "packed.tev"}) {
+    long failures = 0;
+    const auto check = [&](const RunResult& result, long) {
+      if (result.status == 0) {
+        EXPECT_EQ(result.output + result.error, "");
+        return;
+      }
+      ++failures;
+      if (result.output.empty()) {
+        ExpectReason(result.error);
+        EXPECT_TRUE(result.error.ends_with("not enough memory\n") ||
+                    result.error.ends_with("Unable to open file \"" + std::string(name) + "\"\n"))
+            << result.error;
+      } else {
+        // A block, for which there may be too little where there is enough for all else.
+        EXPECT_TRUE(result.output.starts_with(std::string(name) + ": block ")) << result.output;
+        EXPECT_TRUE(result.output.ends_with(": not enough memory\n") ||
+                    result.output.find(": not enough memory (") != std::string::npos)
+            << result.output;
+      }
+    };
+    const long calls = ForEachCallOfTev("malloc", {"check", name}, check);
+    EXPECT_GT(calls, 200);
+    EXPECT_GT(failures, calls / 2);
+  }
+}
+
+TEST_F(FailingCallsOfACheck, MallocThatFails_LeavesJsonWhole) {
+  dir.Write("other.tev", "no model");
+  const std::string answer =
+      RunTev({"check", "--json", "small.tev", "other.tev", "none"}, {}).output;
+  const auto check = [&](const RunResult& result, long) {
+    EXPECT_EQ(result.status, 2);
+    if (result.output != answer)
+      ExpectReason(result.error);
+    EXPECT_EQ(result.output.empty() ? "" : FaultOfJson(result.output), "") << result.output;
+  };
+  EXPECT_GT(
+      ForEachCallOfTev("malloc", {"check", "--json", "small.tev", "other.tev", "none"}, check),
+      300);
+}
+
+TEST_F(FailingCallsOfACheck, ReadThatFailsOrEndsEarly_IsTold) {
+  for (const char* fault : {"read-error", "read-end"}) {
+    for (const char* name : {"small.tev", "packed.tev"}) {
+      long silent = 0;
+      const auto check = [&](const RunResult& result, long) {
+        if (result.status == 0) {
+          EXPECT_EQ(result.output + result.error, "");
+          ++silent;
+          return;
+        }
+        EXPECT_NE(result.output + result.error, "");
+        EXPECT_TRUE(result.output.empty() || result.output.starts_with(std::string(name) + ": "))
+            << result.output;
+        EXPECT_TRUE(result.output.empty() || result.output.ends_with("\n"));
+        if (!result.error.empty())
+          ExpectReason(result.error);
+      };
+      // A header of three reads, the index and the tree; then the header, the index and six blocks.
+      EXPECT_GE(ForEachCallOfTev(fault, {"check", name}, check), 3 + 2 + 3 + 7);
+      // Node sets that cannot be read are tried again, and are sound then. Twice a version may be
+      // cut.
+      EXPECT_EQ(silent, fault == std::string("read-end") ? 3 : 1);
+    }
+  }
+}
+
+class FailingCallsOfAnExport : public FailingCallsOfTev {
+ protected:
+  /// Returns how many calls there were, and how many of the runs made the export.
+  std::pair<long, long> ExpectExportOrFailure(std::string_view fault) const {
+    const std::vector<std::string> arguments{"cdf", model, "mesh 1", "out.cdf"};
+    EXPECT_EQ(RunTev(arguments, {}).status, 0);
+    const std::string whole = dir.Read("out.cdf");
+    EXPECT_GT(whole.size(), 100U);
+    fs::remove(dir / "out.cdf");
+    long exports = 0;
+    const auto check = [&](const RunResult& result, long) {
+      EXPECT_EQ(result.output, "");
+      const std::string exported = dir.Has("out.cdf") ? dir.Read("out.cdf") : "";
+      if (result.status == 0) {
+        EXPECT_EQ(result.error, "");
+        EXPECT_EQ(exported, whole);
+        ++exports;
+      } else {
+        ExpectReason(result.error);
+        EXPECT_TRUE(whole.starts_with(exported)) << exported;
+        EXPECT_NE(exported, whole);
+      }
+      fs::remove(dir / "out.cdf");
+    };
+    const long calls = ForEachCallOfTev(fault, arguments, check);
+    return {calls, exports};
+  }
+};
+
+TEST_F(FailingCallsOfAnExport, MallocThatFails_IsANamedFailure) {
+  const auto [calls, exports] = ExpectExportOrFailure("malloc");
+  EXPECT_GT(calls, 200);
+  EXPECT_LT(exports, calls / 2);
+}
+
+TEST_F(FailingCallsOfAnExport, ReadThatFails_IsANamedFailure) {
+  const auto [calls, exports] = ExpectExportOrFailure("read-error");
+  EXPECT_GT(calls, 9);
+  EXPECT_EQ(exports, 0);
+}
+
+TEST_F(FailingCallsOfAnExport, ReadThatEndsEarly_IsANamedFailureButInTheVersion) {
+  const auto [calls, exports] = ExpectExportOrFailure("read-end");
+  EXPECT_GT(calls, 9);
+  EXPECT_EQ(exports, 1);
 }
 
 }  // namespace

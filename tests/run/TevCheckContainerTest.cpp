@@ -47,6 +47,15 @@ TEST_F(TevCheckContainer, NewerVersion_IsToldInTenths) {
             "file version upto 13.\n");
 }
 
+TEST_F(TevCheckContainer, FileCutWithinTheHeader_TellsHowMuchIsThere) {
+  const std::string bytes = SmallModel().Build();
+  for (const std::size_t size : {8U, 11U, 12U, 15U}) {
+    EXPECT_EQ(Check(bytes.substr(0, size)),
+              "m.tev: the file ends before its header does (claimed 16, found " +
+                  std::to_string(size) + ")\n");
+  }
+}
+
 TEST_F(TevCheckContainer, FileCutWithinTheIndex_TellsHowMuchIsThere) {
   ContainerWriter writer = SmallModel().ToContainer();
   const std::size_t size = writer.Build().indexSize;

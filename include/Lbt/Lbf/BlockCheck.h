@@ -21,7 +21,8 @@ struct BlockCheck {
 
 /// Checks the block of an entry as loading it would, the check sum of a compressed one
 /// included, but keeps nothing of it: the memory that it takes does not grow with the block.
-/// A block that the file does not hold whole is not inflated. Throws "Read Error".
+/// A block that the file does not hold whole is not inflated. Throws "Read Error",
+/// also where the file gets shorter meanwhile, and std::bad_alloc.
 [[nodiscard]] BlockCheck CheckBlock(LbFile& file, const IndexItem& item);
 
 }  // namespace LbtLbf

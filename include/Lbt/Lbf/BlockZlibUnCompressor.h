@@ -21,7 +21,8 @@ class BlockTransformation {
 /// Leaves the cursor at the end of the contents; a recorded length above what comes
 /// out is no error. Throws "Out of Bounds" for a block without a whole length field,
 /// "Memory Allocation Error", and, where zlib refuses the data, a plain
-/// std::exception after a line on standard error. The block is empty after a failure.
+/// std::exception after a line on standard error, or, where zlib finds no memory, an
+/// InflateMemoryError after the same. The block is empty after a failure.
 class BlockZlibUnCompressor final : public BlockTransformation {
  public:
   void operator()(Block& block) override;

@@ -7,6 +7,7 @@
 #include <new>
 #include <span>
 
+#include "Lbt/Log/Raise.h"
 #include "Lbt/Util/LittleEndian.h"
 
 namespace LbtLbf {
@@ -15,6 +16,14 @@ namespace {
 
 constexpr std::uint32_t kLengthField = 4;
 constexpr std::size_t kPiece = std::size_t{64} * 1024;
+
+/// Reads bytes that the file has had a moment ago.
+void ReadWhole(LbFile& file, std::uint64_t offset, std::span<unsigned char> bytes) {
+  if (file.ReadStored(offset, bytes) < bytes.size()) {
+    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ReadError, "Unable to read from file",
+                    "include/Lbt/Lbf/BlockCheck");
+  }
+}
 
 /// A stretch of the file that is read piece by piece.
 class StoredBytes {
@@ -25,10 +34,11 @@ class StoredBytes {
   /// The next piece; empty at the end.
   [[nodiscard]] std::span<unsigned char> Next() {
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(left_, kPiece));
-    const std::size_t read = file_->ReadStored(offset_, std::span(piece_).first(wanted));
-    offset_ += read;
-    left_ = read < wanted ? 0 : left_ - read;
-    return std::span(piece_).first(read);
+    const std::span<unsigned char> piece = std::span(piece_).first(wanted);
+    ReadWhole(*file_, offset_, piece);
+    offset_ += wanted;
+    left_ -= wanted;
+    return piece;
   }
 
  private:
@@ -63,6 +73,9 @@ class Inflation {
       const int code = Step();
       if (code == Z_STREAM_END) {
         return Z_OK;
+      }
+      if (code == Z_MEM_ERROR) {
+        throw std::bad_alloc();
       }
       if (code != Z_OK && code != Z_BUF_ERROR) {
         return code == Z_NEED_DICT ? Z_DATA_ERROR : code;
@@ -121,9 +134,10 @@ BlockCheck CheckBlock(LbFile& file, const IndexItem& item) {
     return check;
   }
   std::array<unsigned char, kLengthField> field{};
-  if (item.size < kLengthField || file.ReadStored(item.position, field) < kLengthField) {
+  if (check.sizeInFile < kLengthField) {
     return check;
   }
+  ReadWhole(file, item.position, field);
   check.recordedLength = Lbt::Util::FromLittleEndian<std::uint32_t>(field.data());
   if (check.sizeInFile == item.size) {
     Inflate(file, item, check);

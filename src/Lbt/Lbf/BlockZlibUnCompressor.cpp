@@ -8,6 +8,7 @@
 #include <iostream>
 #include <utility>
 
+#include "Lbt/Lbf/LackOfMemory.h"
 #include "Lbt/Util/LittleEndian.h"
 
 namespace LbtLbf {
@@ -24,6 +25,9 @@ std::uint64_t MostUncompressed(std::uint64_t compressed) {
 
 [[noreturn]] void Refuse(int code) {
   std::cerr << "Error " << code << " while uncompressing block " << std::endl;
+  if (code == Z_MEM_ERROR) {
+    throw InflateMemoryError();
+  }
   throw std::exception();
 }
 

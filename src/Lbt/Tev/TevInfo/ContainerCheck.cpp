@@ -1,10 +1,10 @@
 #include "ContainerCheck.h"
 
 #include <algorithm>
-#include <new>
 #include <typeinfo>
 
 #include "Lbt/Lbf/BlockCheck.h"
+#include "Lbt/Lbf/LackOfMemory.h"
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Util/Exception.h"
 
@@ -13,6 +13,7 @@ using LbtLbf::LbFile;
 
 namespace {
 
+constexpr std::uint64_t kHeaderSize = 16;
 constexpr int kZlibBufferError = -5;
 
 NumberedName NameOf(const LbtLbf::NumberedBlock& block) { return {block.number, block.stream}; }
@@ -80,6 +81,9 @@ void AddUnused(std::uint64_t offset, std::uint64_t size, std::uint64_t unused,
 /// Tells where the first index is, and how much of it where the file ends before it does.
 void PlaceIndex(const LbFile& file, Finding& finding) {
   const std::uint64_t offset = file.GetIndex().GetIndexPosition();
+  if (offset == 0) {
+    return;  // not even its size could be read
+  }
   const std::uint64_t size = file.GetIndex().GetIndexSize();
   const std::uint64_t fileSize = file.GetSize().value_or(0);
   finding.offset = offset;
@@ -105,7 +109,8 @@ void CheckContents(LbFile& file, const LbtLbf::IndexItem& item, CheckedBlock& bl
     fault = FaultOf(block);
   } catch (const std::exception& exception) {
     fault = FindingOn(block, Finding::Kind::UnreadableBlock,
-                      "the block cannot be read: " + ReasonOf(exception, file));
+                      "the block cannot be read, though the file is long enough for it: " +
+                          ReasonOf(exception, file));
   }
   if (fault) {
     sink(*fault);
@@ -116,10 +121,11 @@ void CheckContents(LbFile& file, const LbtLbf::IndexItem& item, CheckedBlock& bl
 
 std::string ReasonOf(const std::exception& exception, const LbFile& file) {
   if (const auto* known = dynamic_cast<const Exception*>(&exception)) {
-    return known->GetLogMessage();
+    // A block may need more memory than there is, and the next ones not.
+    return LbtLbf::IsLackOfMemory(exception) ? "not enough memory" : known->GetLogMessage();
   }
-  if (dynamic_cast<const std::bad_alloc*>(&exception) != nullptr) {
-    return "not enough memory";
+  if (LbtLbf::IsLackOfMemory(exception)) {
+    throw;
   }
   const auto block = file.GetIndex().LastLoaded();
   if (typeid(exception) == typeid(std::exception) && block) {
@@ -151,8 +157,18 @@ bool CheckIndex(LbFile& file, const FindingSink& sink) {
     file.ReadIndex();
     return true;
   } catch (const std::exception& exception) {
+    if (LbtLbf::IsLackOfMemory(exception)) {
+      throw;  // without the index, there is nothing to go on with
+    }
     Finding finding{.kind = Finding::Kind::Index,
                     .text = "the index cannot be read: " + ReasonOf(exception, file)};
+    if (const std::uint64_t size = file.GetSize().value_or(kHeaderSize); size < kHeaderSize) {
+      sink({.kind = Finding::Kind::Header,
+            .text = "the file ends before its header does",
+            .claimed = kHeaderSize,
+            .found = size});
+      return false;
+    }
     if (const auto& second = file.GetIndex().GetContinuation()) {
       finding.block = NameOf(*second);
     } else {

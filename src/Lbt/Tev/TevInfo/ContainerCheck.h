@@ -19,5 +19,7 @@
 /// Checks all blocks, each by itself.
 [[nodiscard]] std::vector<CheckedBlock> CheckBlocks(LbtLbf::LbFile& file, const FindingSink& sink);
 
-/// What an exception tells on reading from "file", in words that stand behind a colon.
+/// What an exception tells on reading from "file", in words that stand behind a colon. Only for use
+/// in its handler: a lack of memory that is none for a block tells nothing of the file, and is
+/// thrown on.
 [[nodiscard]] std::string ReasonOf(const std::exception& exception, const LbtLbf::LbFile& file);

@@ -33,7 +33,10 @@ void LightUse::OnNode() {
       used_.emplace_back(start_, end_);
     }
   } catch (const std::exception&) {
-    isKnown_ = false;  // the next block cannot be loaded, of which others tell
+    // All blocks are sound, so the fault is the machine's. It must not end the loading here, where
+    // it would count as that of the next record.
+    failure_ = std::current_exception();
+    isKnown_ = false;
   }
 }
 
@@ -55,6 +58,9 @@ void LightUse::PlaceGeometry(unsigned int id, Finding& finding) const {
 }
 
 void LightUse::FindUnused(const FindingSink& sink) {
+  if (failure_) {
+    std::rethrow_exception(failure_);
+  }
   if (!isKnown_) {
     return;
   }

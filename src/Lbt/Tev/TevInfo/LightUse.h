@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -27,6 +28,7 @@ class LightUse final : public LbtTev::LoadObserver {
 
   /// Tells of light data that no record has read. Call it after a tree was loaded whole. Does
   /// nothing where the lengths of blocks are in doubt, and with them the places of all data.
+  /// Throws where a sound block could not be loaded on the way.
   void FindUnused(const FindingSink& sink);
 
   /// Tells in "finding" where the data of the last record begins, as far as that is known, and
@@ -41,6 +43,7 @@ class LightUse final : public LbtTev::LoadObserver {
   const StreamMap* map_;
   std::string stream_;
   bool isKnown_;
+  std::exception_ptr failure_;
   std::uint64_t start_ = 0;
   std::uint64_t end_ = 0;
   bool isStartKnown_ = false;

@@ -28,9 +28,9 @@ class TolerantLoad {
         heavyMap_(blocks, LbtTev::StreamNames().heavy),
         lightUse_(tree_.GetFile(), lightMap_) {}
 
-  void Run(const std::string& path) {
-    bool wideOffsets = false;
-    static_cast<void>(LbtTev::OpenContainer(tree_.GetFile(), path, wideOffsets));
+  void Run(const std::string& path, bool wideOffsets) {
+    bool opensWide = false;
+    static_cast<void>(LbtTev::OpenContainer(tree_.GetFile(), path, opensWide));
     LoadModifiers();
     if (!LoadTree(wideOffsets)) {
       LoadRest();
@@ -71,12 +71,16 @@ class TolerantLoad {
   }
 
   /// Nothing to add for a tree record that cannot be read, which has been told of already, nor
-  /// for what follows the records, which is tried again for each node.
+  /// for what follows the records, which is tried again for each node. Only for use in a handler:
+  /// that a record cannot be read which was read before is no fault of the file, and thrown on.
   void AddUnreadableNode(const std::exception& exception) {
     const std::size_t at = lightUse_.NodeCount();
+    if (at == lightUse_.RecordCount() && at < records_->records.size()) {
+      throw;
+    }
+    Finding finding = FindingOn("its data cannot be read", exception);
     if (at < lightUse_.RecordCount() && at < records_->records.size()) {
       const LbtTev::TreeRecord& record = records_->records[at];
-      Finding finding = FindingOn("its data cannot be read", exception);
       finding.node = NumberedName{record.id, record.name};
       lightUse_.PlaceLast(finding);
       (*sink_)(finding);
@@ -152,9 +156,9 @@ StreamMap MapOfTree(const std::vector<CheckedBlock>& blocks) {
 void CheckModel(const std::string& path, const FindingSink& sink) {
   std::vector<CheckedBlock> blocks;
   TreeRecords records;
+  bool wideOffsets = false;
   {
     LbtLbf::LbFile file;
-    bool wideOffsets = false;
     if (!CheckHeader(file, path, wideOffsets, sink) || !CheckIndex(file, sink)) {
       return;
     }
@@ -162,5 +166,5 @@ void CheckModel(const std::string& path, const FindingSink& sink) {
     records = ReadTreeRecords(file, wideOffsets, MapOfTree(blocks), sink);
   }
   CheckStructure(records, MapOfTree(blocks), sink);
-  TolerantLoad(blocks, records, sink).Run(path);
+  TolerantLoad(blocks, records, sink).Run(path, wideOffsets);
 }
