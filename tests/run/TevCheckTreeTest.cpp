@@ -154,6 +154,24 @@ TEST_F(TevCheckTree, LightDataThatEndsTooEarly_NamesTheNode) {
   EXPECT_EQ(Check(model), place + ": its data cannot be read: Not enough bytes in the block\n");
 }
 
+TEST_F(TevCheckTree, RefusedBlockOfANodesData_IsWhereTheNodeIsTold) {
+  const std::string error = "Error -3 while uncompressing block \n";
+  for (const auto& [number, stream] :
+       {std::pair(kLightBlock, kLightData), {kAttributesBlock, kAttributes}}) {
+    ContainerWriter writer = model.ToContainer();
+    BlockSpec& bad = writer.Blocks().at(static_cast<std::size_t>(number));
+    bad.compressed = true;
+    bad.storedBytes = Hex("04000000 'no stream'");
+    const Container container = writer.Build();
+    const std::string block =
+        "m.tev: " + BlockText(number, std::string(stream), container.Block(stream).offset);
+    EXPECT_EQ(Check(container.bytes, error),
+              block + ": zlib refuses the data (code -3)\n" + block +
+                  ", node 1 (model): its data cannot be read: zlib refuses the data of block " +
+                  std::to_string(number) + " (" + std::string(stream) + ")\n");
+  }
+}
+
 TEST_F(TevCheckTree, LightDataBehindItsStream_NamesTheNode) {
   model.At(kSmallMesh2).lightPosition = 100000;
   const std::size_t length = model.StreamBytes(kLightData).size();

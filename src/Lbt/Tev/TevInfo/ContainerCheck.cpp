@@ -119,6 +119,11 @@ void CheckContents(LbFile& file, const LbtLbf::IndexItem& item, CheckedBlock& bl
 
 }  // namespace
 
+std::optional<LbtLbf::NumberedBlock> RefusedBlock(const std::exception& exception,
+                                                  const LbFile& file) {
+  return typeid(exception) == typeid(std::exception) ? file.GetIndex().LastLoaded() : std::nullopt;
+}
+
 std::string ReasonOf(const std::exception& exception, const LbFile& file) {
   if (const auto* known = dynamic_cast<const Exception*>(&exception)) {
     // A block may need more memory than there is, and the next ones not.
@@ -127,8 +132,7 @@ std::string ReasonOf(const std::exception& exception, const LbFile& file) {
   if (LbtLbf::IsLackOfMemory(exception)) {
     throw;
   }
-  const auto block = file.GetIndex().LastLoaded();
-  if (typeid(exception) == typeid(std::exception) && block) {
+  if (const auto block = RefusedBlock(exception, file)) {
     return "zlib refuses the data of block " + std::to_string(block->number) + " (" +
            block->stream + ")";
   }

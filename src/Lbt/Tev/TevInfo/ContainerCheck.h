@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,10 @@
 
 /// Checks all blocks, each by itself.
 [[nodiscard]] std::vector<CheckedBlock> CheckBlocks(LbtLbf::LbFile& file, const FindingSink& sink);
+
+/// The block that zlib has refused, where an exception tells of that.
+[[nodiscard]] std::optional<LbtLbf::NumberedBlock> RefusedBlock(const std::exception& exception,
+                                                                const LbtLbf::LbFile& file);
 
 /// What an exception tells on reading from "file", in words that stand behind a colon. Only for use
 /// in its handler: a lack of memory that is none for a block tells nothing of the file, and is

@@ -14,7 +14,7 @@ LightUse::LightUse(LbtLbf::LbFile& file, const StreamMap& map)
 void LightUse::OnRecord(const LbtTev::TreeRecord& record) {
   ++recordCount_;
   start_ = record.lightDataPosition != 0 ? record.lightDataPosition : end_;
-  isStartKnown_ = isKnown_ || record.lightDataPosition != 0;
+  isStartKnown_ = isKnown_ || record.lightDataPosition != 0 || recordCount_ == 1;
   id_ = record.id;
   isGeometry_ = record.type == "Geometry";
 }

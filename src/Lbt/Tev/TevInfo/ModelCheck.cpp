@@ -21,7 +21,8 @@ class TolerantLoad {
  public:
   TolerantLoad(const std::vector<CheckedBlock>& blocks, const TreeRecords& records,
                const FindingSink& sink)
-      : records_(&records),
+      : blocks_(&blocks),
+        records_(&records),
         sink_(&sink),
         globalMap_(blocks, LbtTev::StreamNames().global),
         lightMap_(blocks, LbtTev::StreamNames().light),
@@ -54,7 +55,9 @@ class TolerantLoad {
     } catch (const std::exception& exception) {
       Finding finding =
           FindingOn("the records of the programs that wrote the file cannot be read", exception);
-      globalMap_.Place(0, finding);
+      if (!finding.block) {
+        globalMap_.Place(0, finding);
+      }
       (*sink_)(finding);
     }
   }
@@ -82,7 +85,9 @@ class TolerantLoad {
     if (at < lightUse_.RecordCount() && at < records_->records.size()) {
       const LbtTev::TreeRecord& record = records_->records[at];
       finding.node = NumberedName{record.id, record.name};
-      lightUse_.PlaceLast(finding);
+      if (!finding.block) {
+        lightUse_.PlaceLast(finding);
+      }
       (*sink_)(finding);
     }
   }
@@ -128,15 +133,23 @@ class TolerantLoad {
     (*sink_)(finding);
   }
 
+  /// Where zlib has refused a block, it is placed there.
   [[nodiscard]] Finding FindingOn(const std::string& text, const std::exception& exception) const {
-    return {.kind = Finding::Kind::UnreadableRecord,
-            .text = text + ": " + ReasonOf(exception, tree_.GetFile())};
+    Finding finding{.kind = Finding::Kind::UnreadableRecord,
+                    .text = text + ": " + ReasonOf(exception, tree_.GetFile())};
+    if (const auto refused = RefusedBlock(exception, tree_.GetFile())) {
+      const CheckedBlock& block = blocks_->at(refused->number);
+      finding.block = block.name;
+      finding.offset = block.offset;
+    }
+    return finding;
   }
 
   [[nodiscard]] bool MayBeUnread(unsigned int id) const {
     return unread_.contains(id) || (!records_->areAll && tree_.FindNode(id) == nullptr);
   }
 
+  const std::vector<CheckedBlock>* blocks_;
   const TreeRecords* records_;
   const FindingSink* sink_;
   StreamMap globalMap_;
