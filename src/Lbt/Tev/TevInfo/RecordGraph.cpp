@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr unsigned int kRootId = 1;
-
 unsigned int IdOf(const PlacedRecord* record) { return record->id; }
 
 }  // namespace
@@ -23,7 +21,6 @@ RecordGraph::RecordGraph(const std::vector<PlacedRecord>& records) {
       nodes_.rbegin(), nodes_.rend(),
       [](const PlacedRecord* one, const PlacedRecord* other) { return one->id == other->id; });
   nodes_.erase(nodes_.begin(), dropped.base());
-  root_ = Find(kRootId);
 }
 
 std::size_t RecordGraph::Find(unsigned int id) const {

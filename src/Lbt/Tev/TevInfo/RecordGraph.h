@@ -25,10 +25,11 @@ class RecordGraph {
   /// None for id 0, which means none in every link, and for one that no record has.
   [[nodiscard]] std::size_t Find(unsigned int id) const;
 
-  [[nodiscard]] std::size_t Root() const { return root_; }
+  [[nodiscard]] std::size_t Root() const { return Find(kRootId); }
 
  private:
+  static constexpr unsigned int kRootId = 1;
+
   PlacedRecord rootless_;  // stands for a root that no record has
   std::vector<const PlacedRecord*> nodes_;
-  std::size_t root_ = 0;
 };
