@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <memory>
 #include <span>
+#include <string_view>
 
 namespace LbtLbf {
 
@@ -34,7 +35,32 @@ class Block {
 
   /// The same without a copy: the bytes stay in the block and are valid as long as
   /// its buffer is.
-  [[nodiscard]] std::span<const unsigned char> Get(std::uint32_t length);
+  [[nodiscard]] std::span<const unsigned char> Get(std::uint32_t length) {
+    if (length == 0) {
+      return {};
+    }
+    if (buffer_ == nullptr || length > GetRemaining()) {
+      RaiseTooShort();
+    }
+    const std::span<const unsigned char> bytes(buffer_.get() + position_, length);
+    position_ += length;
+    return bytes;
+  }
+
+  /// The same as characters.
+  [[nodiscard]] std::string_view GetText(std::uint32_t length) {
+    const std::span<const unsigned char> bytes = Get(length);
+    const void* characters = bytes.data();
+    return {static_cast<const char*>(characters), bytes.size()};
+  }
+
+  /// All bytes from the cursor to the end as characters, with the cursor left where it is.
+  [[nodiscard]] std::string_view Peek() {
+    const std::uint32_t start = position_;
+    const std::string_view rest = HasBuffer() ? GetText(GetRemaining()) : std::string_view();
+    position_ = start;
+    return rest;
+  }
 
   /// Moves the cursor; to the size is allowed. Throws "Out of Bounds" beyond it.
   void SetPosition(const unsigned long& position);
@@ -85,6 +111,7 @@ class Block {
     }
   };
 
+  [[noreturn]] static void RaiseTooShort();
   void Swap(Block& other) noexcept;
   void Reallocate(std::uint64_t capacity);
 

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Lbt/Lbf/Block.h"
 #include "Lbt/Lbf/IndexItem.h"
+#include "Lbt/Lbf/StoredList.h"
 #include "Lbt/Util/LittleEndian.h"
 
 /// How values lie in a block: little-endian, unaligned, back to back, without type
@@ -41,6 +43,10 @@ void CopyFromBlock(Block& block, bool& value);
 /// string of length 0 leaves "text" as it was.
 void CopyFromBlock(Block& block, std::string& text);
 
+/// The same without a copy: the text is valid as long as the block's buffer is. One of length
+/// 0 is empty.
+[[nodiscard]] std::string_view TextFromBlock(Block& block);
+
 namespace Detail {
 
 /// The length that a vector keeps of a stored count of which only "read" elements
@@ -50,7 +56,30 @@ namespace Detail {
   return count <= blockSize ? count : read + 1;
 }
 
+/// How many of "count" elements the rest of the block could hold.
+template <Lbt::Util::StoredNumber T>
+[[nodiscard]] std::uint32_t FittingElements(const Block& block, std::uint32_t count) {
+  return std::min<std::uint32_t>(count,
+                                 block.GetRemaining() / static_cast<std::uint32_t>(sizeof(T)));
+}
+
 }  // namespace Detail
+
+/// Reads a list of numbers without a copy; "list" is unchanged after a failure.
+template <Lbt::Util::StoredNumber T>
+void CopyFromBlock(Block& block, StoredList<T>& list) {
+  const auto count = NumberFromBlock<std::uint32_t>(block);
+  const std::uint32_t read = Detail::FittingElements<T>(block, count);
+  const StoredList<T> elements(block.Get(read * static_cast<std::uint32_t>(sizeof(T))));
+  if (read != count) {
+    static_cast<void>(NumberFromBlock<T>(block));  // fails: the element that is not there
+  }
+  list = elements;
+}
+
+/// Reads a list of strings without copies: each is valid as long as the block's buffer is.
+/// After a failure "texts" has those that could be read.
+void CopyFromBlock(Block& block, std::vector<std::string_view>& texts);
 
 /// Reads a vector of numbers. It is resized first and keeps its length where the
 /// elements run out (cut to those read and one more where no block of this size
@@ -59,8 +88,7 @@ template <class T>
 void CopyFromBlock(Block& block, std::vector<T>& values) {
   static_assert(Lbt::Util::StoredNumber<T>);
   const auto count = NumberFromBlock<std::uint32_t>(block);
-  const auto read =
-      std::min<std::uint32_t>(count, block.GetRemaining() / static_cast<std::uint32_t>(sizeof(T)));
+  const std::uint32_t read = Detail::FittingElements<T>(block, count);
   values.resize(read == count ? count : Detail::KeptLength(count, read, block.GetSize()));
   const auto bytes = block.Get(read * static_cast<std::uint32_t>(sizeof(T)));
   for (std::size_t i = 0; i < read; ++i) {

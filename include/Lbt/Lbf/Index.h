@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -50,6 +51,10 @@ class Index {
   [[nodiscard]] Block& GetReadingBlock(std::string_view name) {
     return cache_.GetBlock(GetReadingBlockIndex(name));
   }
+
+  /// The block that serves the next read of stream "name", or null for an unknown name.
+  /// Throws what a load throws.
+  [[nodiscard]] Block* FindReadingBlock(std::string_view name, std::FILE* stream);
 
   /// Copies "length" bytes (its low 32 bits) of stream "name", all from one block. An
   /// unknown name, or no block to choose, leaves "destination" alone.
@@ -107,13 +112,16 @@ class Index {
 
  private:
   [[nodiscard]] NamedStream& FindStream(std::string_view name);
+  [[nodiscard]] NamedStream* FindStreamOrNull(std::string_view name);
   void AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items);
   void BuildStreams();
 
   BlockCache cache_;
   std::map<std::string, NamedStream, std::less<>> streams_;
-  /// The stream that was asked for last: reads come in runs. Map nodes do not move.
-  std::map<std::string, NamedStream, std::less<>>::value_type* recent_ = nullptr;
+  /// Some streams that were asked for before: reads go to and fro between a few. Map nodes do
+  /// not move.
+  std::array<std::map<std::string, NamedStream, std::less<>>::value_type*, 4> recent_{};
+  std::size_t nextRecent_ = 0;
   std::optional<NumberedBlock> continuation_;
   std::uint32_t unusedBytes_ = 0;
   std::uint32_t continuationUnusedBytes_ = 0;

@@ -13,7 +13,9 @@
 #include <vector>
 
 #include "Lbt/Lbf/Block.h"
+#include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Lbf/Index.h"
+#include "Lbt/Lbf/StoredList.h"
 #include "Lbt/Util/FileAccess.h"
 
 namespace LbtLbf {
@@ -24,11 +26,14 @@ extern std::string tev_file_version;  // NOLINT(*-avoid-non-const-global-variabl
 
 /// The types that can be read from a named stream.
 template <class T>
-concept StreamValue = std::same_as<T, unsigned char> || std::same_as<T, bool> ||
-    std::same_as<T, unsigned int> || std::same_as<T, float> || std::same_as<T, unsigned long> ||
-    std::same_as<T, std::string> || std::same_as<T, std::vector<unsigned char>> ||
-    std::same_as<T, std::vector<unsigned int>> || std::same_as<T, std::vector<float>> ||
-    std::same_as<T, std::vector<double>> || std::same_as<T, std::vector<std::string>>;
+concept StreamValue =
+    std::same_as<T, unsigned char> || std::same_as<T, bool> || std::same_as<T, unsigned int> ||
+    std::same_as<T, float> || std::same_as<T, unsigned long> || std::same_as<T, std::string> ||
+    std::same_as<T, std::vector<unsigned char>> || std::same_as<T, std::vector<unsigned int>> ||
+    std::same_as<T, std::vector<float>> || std::same_as<T, std::vector<double>> ||
+    std::same_as<T, std::vector<std::string>> || std::same_as<T, StoredList<unsigned char>> ||
+    std::same_as<T, StoredList<unsigned int>> || std::same_as<T, StoredList<float>> ||
+    std::same_as<T, StoredList<double>> || std::same_as<T, std::vector<std::string_view>>;
 
 /// The reader of one container file.
 ///
@@ -87,13 +92,29 @@ class LbFile {
   /// Reads one value by the rules of CopyFromBlock, all from one block. A missing
   /// stream leaves "value" alone while the file is open, and is "Element Not Found"
   /// when it is closed; callers depend on that difference.
+  ///
+  /// A StoredList and views of strings stay in their block: they are valid until the next
+  /// seek in the stream.
   template <StreamValue T>
   void Get(std::string_view name, T& value);
+
+  /// Reads values one after another as calls of Get do, and looks for the stream's block only
+  /// where the last one has no bytes left.
+  template <StreamValue... T>
+  void GetEach(std::string_view name, T&... values) {
+    Block* block = nullptr;
+    (GetNext(name, block, values), ...);
+  }
 
   /// The next "length" bytes of a stream without a copy, valid until the next seek in
   /// it; none where the stream is missing.
   [[nodiscard]] std::span<const unsigned char> GetBytes(std::string_view name,
                                                         unsigned long length);
+
+  /// What is left of the block that the next read of a stream is served from, with no cursor
+  /// moved; valid until the next seek in the stream. Nothing where the file is closed, its
+  /// index has not been read, or it lacks the stream. Throws what a load throws.
+  [[nodiscard]] std::string_view PeekBytes(std::string_view name);
 
   /// The block that the next read of a stream is served from. Throws "Element Not
   /// Found" for a missing stream.
@@ -124,6 +145,19 @@ class LbFile {
     void operator()(std::FILE* stream) const { static_cast<void>(std::fclose(stream)); }
   };
 
+  template <StreamValue T>
+  void GetNext(std::string_view name, Block*& block, T& value) {
+    if (block == nullptr || block->IsConsumed()) {
+      block = FindReadingBlock(name);
+    }
+    if (block != nullptr) {
+      CopyFromBlock(*block, value);
+    } else {
+      Get(name, value);
+    }
+  }
+
+  [[nodiscard]] Block* FindReadingBlock(std::string_view name);
   [[nodiscard]] std::string ReadHeader(long offset, std::size_t length);
 
   std::unique_ptr<std::FILE, Close> stream_;

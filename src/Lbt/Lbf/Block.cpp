@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Lbt/Log/Raise.h"
+#include "Lbt/Util/LargePages.h"
 #include "SizeSetting.h"
 
 namespace LbtLbf {
@@ -78,16 +79,8 @@ void Block::Get(void* const& destination, const unsigned int& length) {
   }
 }
 
-std::span<const unsigned char> Block::Get(std::uint32_t length) {
-  if (length == 0) {
-    return {};
-  }
-  if (buffer_ == nullptr || std::uint64_t{position_} + length > size_) {
-    Raise(Exception::ErrorType::OutOfBounds, "Not enough bytes in the block", kFile);
-  }
-  const std::span<const unsigned char> bytes(buffer_.get() + position_, length);
-  position_ += length;
-  return bytes;
+void Block::RaiseTooShort() {
+  Raise(Exception::ErrorType::OutOfBounds, "Not enough bytes in the block", kFile);
 }
 
 void Block::SetPosition(const unsigned long& position) {
@@ -124,6 +117,7 @@ void Block::CheckFreeSpaceAndAllocateMemory(unsigned int& position, const unsign
   }
   if (end >= capacity_) {
     AllocateAdditionalMemory(std::max(length, GetDefaultSize()));
+    Lbt::Util::AskForLargePages(buffer_.get() + position, length);
   }
 }
 

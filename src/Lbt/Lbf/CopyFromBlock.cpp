@@ -21,6 +21,8 @@ IndexItem ItemFromBlock(Block& block) {
   return item;
 }
 
+std::string_view UpToNul(std::string_view text) { return text.substr(0, text.find('\0')); }
+
 /// The longest stated list of strings that is kept as it is: one of no more elements than
 /// the block has bytes, but in large blocks only as many as it could hold.
 std::uint32_t MostKept(std::uint32_t blockSize) {
@@ -33,13 +35,23 @@ std::uint32_t MostKept(std::uint32_t blockSize) {
 
 void CopyFromBlock(Block& block, bool& value) { value = NumberFromBlock<std::uint8_t>(block) != 0; }
 
+std::string_view TextFromBlock(Block& block) {
+  return UpToNul(block.GetText(NumberFromBlock<std::uint32_t>(block)));
+}
+
 void CopyFromBlock(Block& block, std::string& text) {
   const auto length = NumberFromBlock<std::uint32_t>(block);
-  if (length == 0) {
-    return;
+  if (length != 0) {
+    text.assign(UpToNul(block.GetText(length)));
   }
-  const auto bytes = block.Get(length);
-  text.assign(bytes.begin(), std::ranges::find(bytes, '\0'));
+}
+
+void CopyFromBlock(Block& block, std::vector<std::string_view>& texts) {
+  texts.clear();
+  const auto count = NumberFromBlock<std::uint32_t>(block);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    texts.push_back(TextFromBlock(block));
+  }
 }
 
 template <>

@@ -34,7 +34,7 @@ void AbsorbNotFound(Read read) {
 void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long& size) {
   Trace("Reading index block ... ", kFile);
   cache_.Assign({}, 0);
-  recent_ = nullptr;
+  recent_ = {};
   streams_.clear();
   const off_t offset = ftello(stream);
   indexPosition_ = offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
@@ -78,16 +78,31 @@ std::optional<NumberedBlock> Index::LastLoaded() const {
   return entry ? NumberedBlock{*entry, cache_.Items()[*entry].name} : continuation_;
 }
 
-NamedStream& Index::FindStream(std::string_view name) {
-  if (recent_ != nullptr && recent_->first == name) {
-    return recent_->second;
+NamedStream* Index::FindStreamOrNull(std::string_view name) {
+  for (auto* recent : recent_) {
+    if (recent != nullptr && recent->first == name) {
+      return &recent->second;
+    }
   }
   const auto found = streams_.find(name);
   if (found == streams_.end()) {
+    return nullptr;
+  }
+  recent_[nextRecent_++ % recent_.size()] = &*found;
+  return &found->second;
+}
+
+NamedStream& Index::FindStream(std::string_view name) {
+  NamedStream* stream = FindStreamOrNull(name);
+  if (stream == nullptr) {
     Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
   }
-  recent_ = &*found;
-  return found->second;
+  return *stream;
+}
+
+Block* Index::FindReadingBlock(std::string_view name, std::FILE* stream) {
+  NamedStream* found = FindStreamOrNull(name);
+  return found == nullptr ? nullptr : &cache_.GetBlock(found->Choose(cache_, stream));
 }
 
 unsigned long Index::GetReadingBlockIndex(std::string_view name, std::FILE* stream) {

@@ -165,6 +165,17 @@ std::span<const unsigned char> LbFile::GetBytes(std::string_view name, unsigned 
   }
 }
 
+/// The block that serves the next read of a stream; null where only Get can tell what comes
+/// of it: the file is closed, its index has not been read, or it lacks the stream.
+Block* LbFile::FindReadingBlock(std::string_view name) {
+  return IsOpen() && !index_.IsEmpty() ? index_.FindReadingBlock(name, stream_.get()) : nullptr;
+}
+
+std::string_view LbFile::PeekBytes(std::string_view name) {
+  Block* block = FindReadingBlock(name);
+  return block == nullptr ? std::string_view() : block->Peek();
+}
+
 template <StreamValue T>
 void LbFile::Get(std::string_view name, T& value) {
   try {
@@ -187,6 +198,11 @@ template void LbFile::Get(std::string_view name, std::vector<unsigned int>& valu
 template void LbFile::Get(std::string_view name, std::vector<float>& value);
 template void LbFile::Get(std::string_view name, std::vector<double>& value);
 template void LbFile::Get(std::string_view name, std::vector<std::string>& value);
+template void LbFile::Get(std::string_view name, StoredList<unsigned char>& value);
+template void LbFile::Get(std::string_view name, StoredList<unsigned int>& value);
+template void LbFile::Get(std::string_view name, StoredList<float>& value);
+template void LbFile::Get(std::string_view name, StoredList<double>& value);
+template void LbFile::Get(std::string_view name, std::vector<std::string_view>& value);
 
 void LbFile::SetBlockPosition(std::string_view name, unsigned long offset) {
   index_.SetBlockPosition(name, offset, stream_.get());
