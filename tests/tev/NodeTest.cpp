@@ -63,6 +63,17 @@ TEST(Node, LoadAndSave_ChangeNothing) {
   }
 }
 
+TEST(NodeCast, GivesTheNodeAsItsOwnKindOnly) {
+  Group group;
+  Node* node = &group;
+  const Node* constant = &group;
+  EXPECT_EQ(NodeCast<Group>(node), &group);
+  EXPECT_EQ(NodeCast<Group>(constant), &group);
+  EXPECT_EQ(NodeCast<Shape>(node), nullptr);
+  EXPECT_EQ(NodeCast<Geometry>(constant), nullptr);
+  EXPECT_EQ(NodeCast<Group>(static_cast<Node*>(nullptr)), nullptr);
+}
+
 TEST(Material, BothVersionGetters_SayTheSame) {
   const Material material;
   EXPECT_EQ(material.getVersion(), "0.3");

@@ -142,6 +142,17 @@ TEST(TreeGraft, LaterRecordsWithoutParent_NameTheGraftedOnesParent) {
   EXPECT_EQ(LinksOf(host.tree, 6), (Ids{2, 0, 0, 0, 0}));
 }
 
+TEST(TreeGraft, NodeSetsAsFirstRecordUnderTheBareRoot_AreReadWhateverTheirOwnId) {
+  ModelWriter guest;
+  guest.AddNodeSets("sets", 0, {{"Fixed", {{1, 1}}}});
+  guest.At(1).id = 50;
+  Tree tree;
+  const Graft graft(tree, guest, 1);
+  const auto& sets = dynamic_cast<const NodeSets&>(*tree.GetReqNode(2).data).sets;
+  ASSERT_EQ(sets.size(), 1U);
+  EXPECT_EQ(sets[0].name, "Fixed");
+}
+
 TEST(TreeGraft, LinksOf0_StayNone) {
   ModelWriter guest;
   guest.AddGroup("guest", 0);

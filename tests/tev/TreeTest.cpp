@@ -177,6 +177,31 @@ TEST(Tree, ARepeatedId_ReplacesTheEntryAndItsNode) {
   EXPECT_EQ(loaded.tree.GetNextId(), 3U);
 }
 
+TEST(Tree, NodeSetsWhoseIdIsRepeated_AreReadOnceFromTheLastOne) {
+  ModelWriter model;
+  model.AddGroup("root", 0);
+  model.AddNodeSets("first", 1, {{"First", {{1, 1}}}});
+  model.AddNodeSets("second", 1, {{"Second", {{2, 2}}}});
+  model.AddNodeSets("third", 1, {{"Third", {{3, 3}}}});
+  model.AddGroup("fourth", 1);
+  model.At(3).id = 2;
+  model.At(5).id = 4;
+  LoadedTree loaded(model);
+  const auto& sets = loaded.At<NodeSets>(2).sets;
+  ASSERT_EQ(sets.size(), 1U);
+  EXPECT_EQ(sets[0].name, "Second");
+  EXPECT_EQ(loaded.At<Group>(4).name, "fourth");
+}
+
+TEST(Tree, ALoadWithoutABlockMap_IsTheSame) {
+  const ModelWriter model = tevtest::SmallModel();
+  LoadedTree loaded(model);
+  ModelOnDisk disk(model.Build());
+  Tree tree;
+  tree.LoadTree(disk.File(), 0, true);
+  EXPECT_EQ(Outline(tree), Outline(loaded.tree));
+}
+
 TEST(Tree, ARecordOfId0_IsKeptButIsNobodysTarget) {
   ModelWriter model;
   model.AddGroup("root", 0);

@@ -1,40 +1,44 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 #include <vector>
 
 #include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Lbf/StoredList.h"
 #include "Lbt/Util/AttributeValue.h"
 
 namespace LbtUtil {
 
-/// Reads attribute sets, one after another, and keeps the memory of its lists between
-/// them. Each set is read as ReadAttributesFromLbf does.
+/// Reads attribute sets, one after another, and keeps the memory of its list of names
+/// between them. Each set is read as ReadAttributesFromLbf does.
 class AttributeSetReader {
  public:
   void Read(LbtLbf::LbFile& file, std::string_view blockName, AttributeMap& attributes);
 
  private:
-  /// The values of one kind, taken one after another.
-  template <class T>
+  /// The values of one kind, which stay in their block, taken one after another.
+  template <class List>
   struct Queue {
-    void Read(LbtLbf::LbFile& file, std::string_view blockName);
-    [[nodiscard]] const T& Next();
+    void Clear() {
+      values = {};
+      next = 0;
+    }
+    [[nodiscard]] typename List::value_type Next();
 
-    std::vector<T> values;
+    List values;
     std::size_t next = 0;
   };
 
+  void ReadLists(LbtLbf::LbFile& file, std::string_view blockName);
   [[nodiscard]] AttributeValue NextValue(AttributeValue::Kind kind);
 
-  std::vector<std::string> names_;
-  Queue<unsigned char> types_;
-  Queue<unsigned int> uintValues_;
-  Queue<float> floatValues_;
-  Queue<double> doubleValues_;
-  Queue<std::string> textValues_;
+  std::vector<std::string_view> names_;
+  Queue<LbtLbf::StoredList<unsigned char>> types_;
+  Queue<LbtLbf::StoredList<unsigned int>> uintValues_;
+  Queue<LbtLbf::StoredList<float>> floatValues_;
+  Queue<LbtLbf::StoredList<double>> doubleValues_;
+  Queue<std::vector<std::string_view>> textValues_;
 };
 
 /// Reads one attribute set of a stream into "attributes"; a name that is there gets

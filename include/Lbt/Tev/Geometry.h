@@ -10,8 +10,11 @@
 #include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/NumericArray.h"
 #include "Lbt/Util/AttributeValue.h"
+#include "Lbt/Util/SharedAttributes.h"
 
 namespace LbtTev {
+
+class AttributeSetCache;
 
 /// The mesh and the results of a part: variables with their numeric data, which
 /// stays in the file until it is wanted.
@@ -32,9 +35,9 @@ class Geometry final : public Node {
     std::string name;
     VariableType variableType{};
     bool isVibration = false;  ///< the "Category" attribute says "Vibration"
-    LbtUtil::AttributeMap attributes;
+    bool isLinked = false;     ///< the data is that of another node's variable
+    LbtUtil::SharedAttributes attributes;
     NumericArray array;
-    bool isLinked = false;  ///< the data is that of another node's variable
     unsigned int linkNodeId = 0;
     unsigned int linkVariableIndex = 0;
   };
@@ -57,11 +60,12 @@ class Geometry final : public Node {
   ///   linked: node id (u32, shifted by "idOffset" unless it is 0), variable index (u32)
   ///   a flag (bool); and one attribute set
   ///
-  /// In "0.5" the data is read at once. Any other version is left to ReadVc_l05.
+  /// In "0.5" the data is read at once. Any other version is left to ReadVc_l05. "cache"
+  /// spares the reading of attribute sets that were read before.
   /// Throws what reading streams throws.
   void ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
               std::string_view heavyDataBlockName, std::string_view attributesBlockName,
-              std::string_view version, unsigned int idOffset);
+              std::string_view version, unsigned int idOffset, AttributeSetCache* cache = nullptr);
 
   /// Reads the variables of a record from before "0.5": variable count (u32), then for
   /// each name (string), type (u32), byte count (u32), width (1 byte); unless the
@@ -70,7 +74,7 @@ class Geometry final : public Node {
   /// in the heavy data (u32), which is not shuffled.
   void ReadVc_l05(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
                   std::string_view heavyDataBlockName, std::string_view attributesBlockName,
-                  std::string_view version);
+                  std::string_view version, AttributeSetCache* cache = nullptr);
 
   /// Appends a variable and returns its index.
   unsigned int Add(std::string variableName, const VariableType& type, NumericArray array,

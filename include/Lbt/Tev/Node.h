@@ -1,6 +1,8 @@
 #pragma once
 
 #include <string>
+#include <type_traits>
+#include <typeinfo>
 
 namespace LbtTev {
 
@@ -31,5 +33,15 @@ class Node {
   bool reservedFlag = false;      ///< carried, without a meaning here
   unsigned int reservedWord = 0;  ///< carried, without a meaning here
 };
+
+/// What dynamic_cast to a class without derived ones gives, in a fraction of its time: the node
+/// as one of class T, or null where it is none or is null.
+template <class T, class Base>
+[[nodiscard]] auto NodeCast(Base* node) {
+  static_assert(std::is_final_v<T> && std::is_base_of_v<Node, T>);
+  using Target = std::conditional_t<std::is_const_v<Base>, const T, T>;
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-static-cast-downcast): the type is the very one
+  return node != nullptr && typeid(*node) == typeid(T) ? static_cast<Target*>(node) : nullptr;
+}
 
 }  // namespace LbtTev

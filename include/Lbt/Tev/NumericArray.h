@@ -24,15 +24,16 @@ class NumericArray final {
   void CreateDataLoader(LbtLbf::LbFile& file, const std::string& blockName, unsigned long position,
                         bool shuffled);
 
+  // Ordered for size: models have many arrays.
   unsigned long byteSize = 0;
-  unsigned char width = 1;
   boost::shared_ptr<DataLoader> loader;
-  unsigned int dataType = 0;  ///< element type of an array made in memory; files have none
   /// The data itself where the file's record version has it read at once; such an
   /// array has no loader.
   boost::shared_ptr<const std::vector<unsigned char>> storedBytes;
-
+  unsigned int dataType = 0;  ///< element type of an array made in memory; files have none
+  unsigned char width = 1;
   bool hasData = false;
+
   // Carried from the file, without a meaning here.
   bool firstFlag = false;
   bool secondFlag = false;

@@ -15,6 +15,6 @@ std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& a
 /// Opens a model and loads its tree; numbers of variables stay in the file, which
 /// stays open. Throws any Lbt::Util::Exception of the layers below, std::out_of_range
 /// for damaged node sets, and std::exception for a block that zlib refuses.
-void OpenModel(Tree& tree, const std::string& path);
+void OpenModel(Tree& tree, const std::string& path, LoadObserver* observer = nullptr);
 
 }  // namespace LbtTev

@@ -46,6 +46,10 @@ class Tree : public LbtAdt::Tree<Node*> {
   void LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& blockMap,
                 unsigned int parentId, bool wideOffsets, LoadObserver* observer = nullptr);
 
+  /// The same for a caller who has no use for the ids in the file.
+  void LoadTree(LbtLbf::LbFile& file, unsigned int parentId, bool wideOffsets,
+                LoadObserver* observer = nullptr);
+
   /// Gives every linked variable a copy of its target's array, as the target had it
   /// before; a target that does not exist gives an empty one.
   void UpdateLinkedBuffers();
@@ -61,9 +65,13 @@ class Tree : public LbtAdt::Tree<Node*> {
   std::vector<ModifierInfo> modifierInfos;
 
  private:
-  void InsertNode(LbtAdt::TreeNode<Node*> entry, std::unique_ptr<Node> node);
-  void GraftNode(unsigned int parentId, const LbtAdt::TreeNode<Node*>& record,
-                 std::unique_ptr<Node> node);
+  unsigned int InsertNode(LbtAdt::TreeNode<Node*> entry, std::unique_ptr<Node> node);
+  unsigned int GraftNode(unsigned int parentId, const LbtAdt::TreeNode<Node*>& record,
+                         std::unique_ptr<Node> node);
+  [[nodiscard]] bool HasData() const;
+  void ReadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>* blockMap,
+                unsigned int parentId, bool wideOffsets, LoadObserver* observer);
+  void LoadNodeSets(LbtLbf::LbFile& file, std::vector<unsigned int> ids);
   void LoadNumbers(LbtLbf::LbFile& file);
 
   LbtLbf::LbFile file_;

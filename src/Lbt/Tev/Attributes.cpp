@@ -1,6 +1,6 @@
 #include "Lbt/Tev/Attributes.h"
 
-#include <utility>
+#include <string>
 
 #include "Lbt/Log/Raise.h"
 
@@ -15,15 +15,8 @@ namespace {
 
 }  // namespace
 
-template <class T>
-void AttributeSetReader::Queue<T>::Read(LbtLbf::LbFile& file, std::string_view blockName) {
-  values.clear();
-  next = 0;
-  file.Get(blockName, values);
-}
-
-template <class T>
-const T& AttributeSetReader::Queue<T>::Next() {
+template <class List>
+typename List::value_type AttributeSetReader::Queue<List>::Next() {
   if (next == values.size()) {
     RaiseTooShort();
   }
@@ -44,23 +37,28 @@ AttributeValue AttributeSetReader::NextValue(AttributeValue::Kind kind) {
   return {};
 }
 
+void AttributeSetReader::ReadLists(LbtLbf::LbFile& file, std::string_view blockName) {
+  names_.clear();
+  types_.Clear();
+  uintValues_.Clear();
+  floatValues_.Clear();
+  doubleValues_.Clear();
+  textValues_.Clear();
+  file.GetEach(blockName, names_, types_.values, uintValues_.values, floatValues_.values,
+               doubleValues_.values, textValues_.values);
+}
+
 void AttributeSetReader::Read(LbtLbf::LbFile& file, std::string_view blockName,
                               AttributeMap& attributes) {
-  names_.clear();
-  file.Get(blockName, names_);
-  types_.Read(file, blockName);
-  uintValues_.Read(file, blockName);
-  floatValues_.Read(file, blockName);
-  doubleValues_.Read(file, blockName);
-  textValues_.Read(file, blockName);
-
+  ReadLists(file, blockName);
   auto kind = AttributeValue::Kind::UnsignedInteger;
-  for (std::string& name : names_) {
+  for (const std::string_view name : names_) {
     const unsigned char code = types_.Next();
     if (code <= static_cast<unsigned char>(AttributeValue::Kind::Double)) {
       kind = static_cast<AttributeValue::Kind>(code);
     }
-    attributes.insert_or_assign(std::move(name), NextValue(kind));
+    // Sets mostly have their names in order.
+    attributes.insert_or_assign(attributes.end(), std::string(name), NextValue(kind));
   }
 }
 

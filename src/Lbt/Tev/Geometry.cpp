@@ -46,7 +46,7 @@ void Geometry::ProcessAttributes(VarStruct& variable, LbtUtil::AttributeMap attr
   variable.isVibration = category != attributes.end() && category->second.IsText("Vibration");
   std::erase_if(attributes, [](const auto& attribute) { return IsOfStorage(attribute.first); });
   // Entries that are there already and not named again stay.
-  attributes.merge(variable.attributes);
+  attributes.insert(variable.attributes.begin(), variable.attributes.end());
   variable.attributes = std::move(attributes);
 }
 

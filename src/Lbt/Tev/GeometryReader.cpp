@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "Lbt/Tev/AttributeSetCache.h"
 #include "Lbt/Tev/Attributes.h"
 #include "Lbt/Tev/Geometry.h"
 
@@ -17,6 +18,7 @@ struct Source {
   std::string_view heavy;
   std::string_view attributes;
   std::string_view version;
+  AttributeSetCache* cache;
   LbtUtil::AttributeSetReader attributeReader{};
 
   template <class T>
@@ -29,19 +31,20 @@ struct Source {
 /// Variables for which room is made ahead of reading them; a file may claim any number.
 constexpr unsigned int kMostReserved = 256;
 
-/// The flags and values that every record with them has in this order.
-void ReadFlagsAndValues(Source& source, NumericArray& array) {
-  array.firstFlag = source.Light<bool>();
-  array.secondFlag = source.Light<bool>();
-  array.firstValue = source.Light<float>();
-  array.secondValue = source.Light<float>();
-  array.thirdFlag = source.Light<bool>();
+/// Reads size and width, and whatever is stored behind them.
+template <class... Further>
+void ReadArray(Source& source, NumericArray& array, Further&... further) {
+  unsigned int byteSize = 0;
+  source.file.GetEach(source.light, byteSize, array.width, further...);
+  array.byteSize = byteSize;
+  array.hasData = byteSize != 0;
 }
 
-void ReadSize(Source& source, NumericArray& array) {
-  array.byteSize = source.Light<unsigned int>();
-  array.hasData = array.byteSize != 0;
-  array.width = source.Light<unsigned char>(array.width);
+/// The same with the flags and values that most records have in this order.
+template <class... Further>
+void ReadFlaggedArray(Source& source, NumericArray& array, Further&... further) {
+  ReadArray(source, array, array.firstFlag, array.secondFlag, array.firstValue, array.secondValue,
+            array.thirdFlag, further...);
 }
 
 Geometry::VariableType MaskedType(unsigned int code) {
@@ -64,11 +67,18 @@ void ReadDataAtOnce(Source& source, unsigned long position, NumericArray& array)
       boost::make_shared<const std::vector<unsigned char>>(bytes.begin(), bytes.end());
 }
 
+/// A position of 32 or 64 bits.
+template <class Position>
+[[nodiscard]] unsigned long ReadArrayAndPosition(Source& source, NumericArray& array) {
+  Position position = 0;
+  ReadFlaggedArray(source, array, position);
+  return position;
+}
+
 void ReadOwnData(Source& source, Geometry& geometry, const std::string& name, NumericArray& array) {
-  ReadSize(source, array);
-  ReadFlagsAndValues(source, array);
-  const unsigned long position =
-      source.version == "0.7" ? source.Light<unsigned long>() : source.Light<unsigned int>();
+  const unsigned long position = source.version == "0.7"
+                                     ? ReadArrayAndPosition<unsigned long>(source, array)
+                                     : ReadArrayAndPosition<unsigned int>(source, array);
   if (source.version == "0.5") {
     ReadDataAtOnce(source, position, array);
   } else {
@@ -76,68 +86,81 @@ void ReadOwnData(Source& source, Geometry& geometry, const std::string& name, Nu
   }
 }
 
-void ReadVariable(Source& source, Geometry& geometry, unsigned int idOffset) {
-  auto name = source.Light<std::string>();
-  const Geometry::VariableType type = MaskedType(source.Light<unsigned int>());
-  const bool isLinked = source.Light<bool>();
-  NumericArray array;
-  unsigned int linkNodeId = 0;
-  unsigned int linkVariableIndex = 0;
-  if (isLinked) {
-    linkNodeId = ReadLink(source, idOffset);
-    linkVariableIndex = source.Light<unsigned int>();
-  } else {
-    ReadOwnData(source, geometry, name, array);
+/// Attribute sets that were read before are taken from the cache, where there is one.
+void ReadAttributes(Source& source, Geometry::VarStruct& variable) {
+  const std::string_view storedSet =
+      source.cache == nullptr
+          ? std::string_view()
+          : AttributeSetCache::StoredSet(source.file.PeekBytes(source.attributes));
+  const auto* known = storedSet.empty() ? nullptr : source.cache->Find(storedSet);
+  if (known != nullptr) {
+    static_cast<void>(source.file.GetBytes(source.attributes, storedSet.size()));
+    variable.isVibration = known->isVibration;
+    variable.attributes = known->attributes;
+    return;
   }
-  static_cast<void>(source.Light<bool>());
   LbtUtil::AttributeMap attributes;
   source.attributeReader.Read(source.file, source.attributes, attributes);
+  Geometry::ProcessAttributes(variable, std::move(attributes));
+  if (!storedSet.empty()) {
+    source.cache->Keep(storedSet, {variable.isVibration, variable.attributes});
+  }
+}
 
-  Geometry::VarStruct& variable =
-      geometry
-          .variables[geometry.Add(std::move(name), type, std::move(array), std::move(attributes))];
-  if (isLinked) {
-    variable.isLinked = true;
-    variable.linkNodeId = linkNodeId;
-    variable.linkVariableIndex = linkVariableIndex;
+void ReadVariable(Source& source, Geometry& geometry, unsigned int idOffset) {
+  Geometry::VarStruct variable;
+  unsigned int type = 0;
+  source.file.GetEach(source.light, variable.name, type, variable.isLinked);
+  variable.variableType = MaskedType(type);
+  if (variable.isLinked) {
+    variable.linkNodeId = ReadLink(source, idOffset);
+    variable.linkVariableIndex = source.Light<unsigned int>();
+  } else {
+    ReadOwnData(source, geometry, variable.name, variable.array);
+  }
+  static_cast<void>(source.Light<bool>());
+  ReadAttributes(source, variable);
+  if (variable.isLinked) {
     variable.attributes.clear();
   }
+  geometry.variables.push_back(std::move(variable));
 }
 
 void ReadOldVariable(Source& source, Geometry& geometry) {
   const bool hasFlags = source.version != "0.1" && source.version != "0.0a";
   const bool hasFurtherFlag = hasFlags && source.version != "0.2";
   const bool hasAttributes = hasFurtherFlag && source.version != "0.3";
-  auto name = source.Light<std::string>();
-  const auto type = static_cast<Geometry::VariableType>(source.Light<unsigned int>());
-  NumericArray array;
-  ReadSize(source, array);
+  Geometry::VarStruct variable;
+  unsigned int type = 0;
+  source.file.GetEach(source.light, variable.name, type);
+  variable.variableType = static_cast<Geometry::VariableType>(type);
   if (hasFlags) {
-    ReadFlagsAndValues(source, array);
+    ReadFlaggedArray(source, variable.array);
+  } else {
+    ReadArray(source, variable.array);
   }
   if (hasFurtherFlag) {
     static_cast<void>(source.Light<bool>());
   }
-  LbtUtil::AttributeMap attributes;
   if (hasAttributes) {
-    source.attributeReader.Read(source.file, source.attributes, attributes);
+    ReadAttributes(source, variable);
   }
   const unsigned long position = source.Light<unsigned int>();
   source.file.SetBlockPosition(source.heavy, position);
-  array.CreateDataLoader(source.file, std::string(source.heavy), position, false);
-  geometry.Add(std::move(name), type, std::move(array), std::move(attributes));
+  variable.array.CreateDataLoader(source.file, std::string(source.heavy), position, false);
+  geometry.variables.push_back(std::move(variable));
 }
 
 }  // namespace
 
 void Geometry::ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
                       std::string_view heavyDataBlockName, std::string_view attributesBlockName,
-                      std::string_view version, unsigned int idOffset) {
+                      std::string_view version, unsigned int idOffset, AttributeSetCache* cache) {
   if (version != "0.5" && version != "0.6" && version != "0.7") {
-    ReadVc_l05(file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version);
+    ReadVc_l05(file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version, cache);
     return;
   }
-  Source source{file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version};
+  Source source{file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version, cache};
   const auto count = source.Light<unsigned int>();
   variables.reserve(std::min(count, kMostReserved));
   for (unsigned int i = 0; i < count; ++i) {
@@ -147,8 +170,8 @@ void Geometry::ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
 
 void Geometry::ReadVc_l05(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
                           std::string_view heavyDataBlockName, std::string_view attributesBlockName,
-                          std::string_view version) {
-  Source source{file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version};
+                          std::string_view version, AttributeSetCache* cache) {
+  Source source{file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version, cache};
   const auto count = source.Light<unsigned int>();
   variables.reserve(std::min(count, kMostReserved));
   for (unsigned int i = 0; i < count; ++i) {

@@ -40,10 +40,11 @@ std::unique_ptr<Node> ReadShape(LbtLbf::LbFile& file, const StreamNames& streams
 }
 
 std::unique_ptr<Node> ReadGeometry(LbtLbf::LbFile& file, const StreamNames& streams,
-                                   const TreeRecord& record, unsigned int idOffset) {
+                                   const TreeRecord& record, unsigned int idOffset,
+                                   AttributeSetCache& cache) {
   auto geometry = std::make_unique<Geometry>();
-  geometry->ReadVc(file, streams.light, streams.heavy, streams.attributes, record.version,
-                   idOffset);
+  geometry->ReadVc(file, streams.light, streams.heavy, streams.attributes, record.version, idOffset,
+                   &cache);
   return geometry;
 }
 
@@ -73,7 +74,8 @@ std::unique_ptr<Node> SkipFutureNode(LbtLbf::LbFile& file, const StreamNames& st
 }
 
 std::unique_ptr<Node> ReadByType(LbtLbf::LbFile& file, const StreamNames& streams,
-                                 const TreeRecord& record, unsigned int idOffset) {
+                                 const TreeRecord& record, unsigned int idOffset,
+                                 AttributeSetCache& cache) {
   if (record.type == "Group") {
     return ReadGroup(file, streams, record);
   }
@@ -81,7 +83,7 @@ std::unique_ptr<Node> ReadByType(LbtLbf::LbFile& file, const StreamNames& stream
     return ReadShape(file, streams, record);
   }
   if (record.type == "Geometry") {
-    return ReadGeometry(file, streams, record, idOffset);
+    return ReadGeometry(file, streams, record, idOffset, cache);
   }
   if (record.type == "NodeSets") {
     return ReadNodeSets(file, streams);
@@ -92,8 +94,9 @@ std::unique_ptr<Node> ReadByType(LbtLbf::LbFile& file, const StreamNames& stream
 }  // namespace
 
 std::unique_ptr<Node> ReadNode(LbtLbf::LbFile& file, const StreamNames& streams,
-                               const TreeRecord& record, unsigned int idOffset) {
-  std::unique_ptr<Node> node = ReadByType(file, streams, record, idOffset);
+                               const TreeRecord& record, unsigned int idOffset,
+                               AttributeSetCache& cache) {
+  std::unique_ptr<Node> node = ReadByType(file, streams, record, idOffset, cache);
   if (node != nullptr) {
     node->name = record.name;
     node->recordVersion = record.version;

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/AttributeSetCache.h"
 #include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/StreamNames.h"
 #include "Lbt/Tev/TreeRecord.h"
@@ -13,6 +14,7 @@ namespace LbtTev {
 /// of the class that the record's type names, a FutureNode for any other name, none
 /// for an empty one. Throws what reading streams and records throws.
 [[nodiscard]] std::unique_ptr<Node> ReadNode(LbtLbf::LbFile& file, const StreamNames& streams,
-                                             const TreeRecord& record, unsigned int idOffset);
+                                             const TreeRecord& record, unsigned int idOffset,
+                                             AttributeSetCache& cache);
 
 }  // namespace LbtTev

@@ -1,7 +1,5 @@
 #include "Lbt/Tev/OpenModel.h"
 
-#include <map>
-
 #include "Lbt/Log/Raise.h"
 #include "Lbt/Tev/Group.h"
 
@@ -13,7 +11,7 @@ namespace {
 /// that, else none.
 unsigned int GraftingParent(Tree& tree) {
   tree.SetCurrentId(Tree::kRootId);
-  const auto* group = dynamic_cast<const Group*>(tree.GetCurrentNode().data);
+  const auto* group = NodeCast<Group>(tree.GetCurrentNode().data);
   return group != nullptr && group->groupByte != 0 ? Tree::kRootId : 0;
 }
 
@@ -32,14 +30,13 @@ std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& a
   return version;
 }
 
-void OpenModel(Tree& tree, const std::string& path) {
+void OpenModel(Tree& tree, const std::string& path, LoadObserver* observer) {
   LbtLbf::LbFile& file = tree.GetFile();
   bool atLeast07 = false;
   tree.SetVersion(OpenContainer(file, path, atLeast07));
   const unsigned int parentId = GraftingParent(tree);
-  std::map<unsigned int, unsigned int> blockMap;
   tree.LoadGlobalInfo(file);
-  tree.LoadTree(file, blockMap, parentId, atLeast07);
+  tree.LoadTree(file, parentId, atLeast07, observer);
   tree.UpdateLinkedBuffers();
   if (tree.GetVersion() != "0.1") {
     // What is loaded after a model goes by its version for this moment only, and by

@@ -1,5 +1,7 @@
 #include "Lbt/Tev/Tree.h"
 
+#include <algorithm>
+
 #include "Lbt/Log/Raise.h"
 #include "Lbt/Log/Trace.h"
 #include "Lbt/Tev/BlockVersionedIo.h"
@@ -37,7 +39,7 @@ using Link = std::pair<Geometry::VarStruct*, NumericArray>;
 /// The array of a link's target; an empty one where there is none.
 NumericArray TargetOf(const Tree& tree, const Geometry::VarStruct& variable) {
   const auto* entry = tree.FindNode(variable.linkNodeId);
-  const auto* target = entry == nullptr ? nullptr : dynamic_cast<const Geometry*>(entry->data);
+  const auto* target = entry == nullptr ? nullptr : NodeCast<Geometry>(entry->data);
   if (target == nullptr || variable.linkVariableIndex >= target->variables.size()) {
     return {};
   }
@@ -50,6 +52,12 @@ void CollectLinks(const Tree& tree, Geometry& geometry, std::vector<Link>& links
       links.emplace_back(&variable, TargetOf(tree, variable));
     }
   }
+}
+
+/// These read nothing yet, so that they need not wait for the rest of the tree.
+void MakeLoaders(LbtLbf::LbFile& file, const std::string& heavy, Geometry& geometry) {
+  geometry.LoadConnectivityBlocks(file, heavy);
+  geometry.LoadOtherBlocks(file, heavy);
 }
 
 }  // namespace
@@ -72,8 +80,21 @@ void Tree::LoadGlobalInfo(LbtLbf::LbFile& file) {
 
 void Tree::LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& blockMap,
                     unsigned int parentId, bool wideOffsets, LoadObserver* observer) {
+  ReadTree(file, &blockMap, parentId, wideOffsets, observer);
+}
+
+void Tree::LoadTree(LbtLbf::LbFile& file, unsigned int parentId, bool wideOffsets,
+                    LoadObserver* observer) {
+  ReadTree(file, nullptr, parentId, wideOffsets, observer);
+}
+
+void Tree::ReadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>* blockMap,
+                    unsigned int parentId, bool wideOffsets, LoadObserver* observer) {
   const StreamNames streams;
   const unsigned int idOffset = parentId == 0 ? 0 : GetNextId() - 1;
+  AttributeSetCache cache;
+  const bool isFirst = !HasData();
+  std::vector<unsigned int> nodeSetIds;
   const int count = ReadTreeRecordCount(file, streams.tree);
   for (int i = 0; i < count; ++i) {
     const TreeRecord record = ReadTreeRecord(file, streams.tree, wideOffsets);
@@ -81,36 +102,64 @@ void Tree::LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& 
       observer->OnRecord(record);
     }
     const LbtAdt::TreeNode<Node*> entry = EntryOf(record, parentId, idOffset);
-    blockMap.insert_or_assign(blockMap.end(), entry.id, record.id);
+    if (blockMap != nullptr) {
+      blockMap->insert_or_assign(blockMap->end(), entry.id, record.id);
+    }
     if (record.lightDataPosition != 0) {
       file.SetBlockPosition(streams.light, record.lightDataPosition);
     }
-    std::unique_ptr<Node> node = ReadNode(file, streams, record, idOffset);
-    if (i == 0 && parentId != 0) {
-      GraftNode(parentId, entry, std::move(node));
-    } else {
-      InsertNode(entry, std::move(node));
+    std::unique_ptr<Node> node = ReadNode(file, streams, record, idOffset, cache);
+    Node* const read = node.get();
+    const unsigned int id = i == 0 && parentId != 0 ? GraftNode(parentId, entry, std::move(node))
+                                                    : InsertNode(entry, std::move(node));
+    if (auto* geometry = NodeCast<Geometry>(read); isFirst && geometry != nullptr) {
+      MakeLoaders(file, streams.heavy, *geometry);
+    } else if (NodeCast<NodeSets>(read) != nullptr) {
+      nodeSetIds.push_back(id);
     }
     if (observer != nullptr) {
       observer->OnNode();
     }
   }
-  LoadNumbers(file);
+  if (isFirst) {
+    LoadNodeSets(file, std::move(nodeSetIds));
+  } else {
+    LoadNumbers(file);
+  }
 }
 
-void Tree::InsertNode(LbtAdt::TreeNode<Node*> entry, std::unique_ptr<Node> node) {
+bool Tree::HasData() const {
+  return std::ranges::any_of(GetNodes(),
+                             [](const auto& node) { return node.second.data != nullptr; });
+}
+
+/// In the order of ids, each once; a later record may have put another node in place.
+void Tree::LoadNodeSets(LbtLbf::LbFile& file, std::vector<unsigned int> ids) {
+  std::ranges::sort(ids);
+  ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+  for (const unsigned int id : ids) {
+    if (auto* sets = NodeCast<NodeSets>(GetNodes().at(id).data); sets != nullptr) {
+      sets->LoadDataBlocks(file, StreamNames().heavy);
+    }
+  }
+}
+
+/// Returns the id that the node has in the tree, as the next function does.
+unsigned int Tree::InsertNode(LbtAdt::TreeNode<Node*> entry, std::unique_ptr<Node> node) {
   entry.data = node.get();
   const std::unique_ptr<Node> replaced(Insert(entry));
   static_cast<void>(node.release());  // the entry has it now
+  return entry.id;
 }
 
-void Tree::GraftNode(unsigned int parentId, const LbtAdt::TreeNode<Node*>& record,
-                     std::unique_ptr<Node> node) {
+unsigned int Tree::GraftNode(unsigned int parentId, const LbtAdt::TreeNode<Node*>& record,
+                             std::unique_ptr<Node> node) {
   LbtAdt::TreeNode<Node*>& grafted = AppendChild(parentId);
   grafted.nextSibling = record.nextSibling;
   grafted.firstChild = record.firstChild;
   grafted.lastChild = record.lastChild;
   grafted.data = node.release();
+  return grafted.id;
 }
 
 /// Runs over all nodes, those of earlier loads included.
@@ -120,9 +169,9 @@ void Tree::LoadNumbers(LbtLbf::LbFile& file) {
   std::vector<Geometry*> geometries;
   std::vector<NodeSets*> nodeSets;
   for (const auto& [id, entry] : GetNodes()) {
-    if (auto* geometry = dynamic_cast<Geometry*>(entry.data); geometry != nullptr) {
+    if (auto* geometry = NodeCast<Geometry>(entry.data); geometry != nullptr) {
       geometries.push_back(geometry);
-    } else if (auto* sets = dynamic_cast<NodeSets*>(entry.data); sets != nullptr) {
+    } else if (auto* sets = NodeCast<NodeSets>(entry.data); sets != nullptr) {
       nodeSets.push_back(sets);
     }
   }
@@ -146,7 +195,7 @@ void Tree::UpdateLinkedBuffers() {
   // gets what that one had.
   std::vector<Link> links;
   for (const auto& [id, entry] : GetNodes()) {
-    if (auto* geometry = dynamic_cast<Geometry*>(entry.data); geometry != nullptr) {
+    if (auto* geometry = NodeCast<Geometry>(entry.data); geometry != nullptr) {
       CollectLinks(*this, *geometry, links);
     }
   }

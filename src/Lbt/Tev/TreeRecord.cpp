@@ -11,15 +11,8 @@ int ReadTreeRecordCount(LbtLbf::LbFile& file, const std::string& name) {
 
 TreeRecord ReadTreeRecord(LbtLbf::LbFile& file, const std::string& name, bool wideOffsets) {
   TreeRecord record;
-  file.Get(name, record.id);
-  file.Get(name, record.parent);
-  file.Get(name, record.previousSibling);
-  file.Get(name, record.nextSibling);
-  file.Get(name, record.firstChild);
-  file.Get(name, record.lastChild);
-  file.Get(name, record.name);
-  file.Get(name, record.type);
-  file.Get(name, record.version);
+  file.GetEach(name, record.id, record.parent, record.previousSibling, record.nextSibling,
+               record.firstChild, record.lastChild, record.name, record.type, record.version);
   if (wideOffsets) {
     file.Get(name, record.lightDataPosition);
   } else {

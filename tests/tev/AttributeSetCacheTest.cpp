@@ -1,0 +1,180 @@
+// Variables with the same stored attributes share them.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "Failure.h"
+#include "Lbt/Tev/AttributeSetCache.h"
+#include "Lbt/Tev/Geometry.h"
+#include "ModelOnDisk.h"
+#include "support/Attributes.h"
+#include "support/ByteWriter.h"
+#include "support/ModelWriter.h"
+
+namespace LbtTev {
+namespace {
+
+using tevtest::Attribute;
+using tevtest::AttributeSet;
+using tevtest::kAttributes;
+using tevtest::LoadedTree;
+using tevtest::ModelWriter;
+using tevtest::NodeRef;
+using tevtest::StreamLayout;
+using tevtest::Variable;
+
+const AttributeSet kSet{Attribute::Text("Title", "Gear"), Attribute::Float("Time", 0.5F),
+                        Attribute::Uint("LoadCase", 3), Attribute::Double("Tolerance", 1e-9)};
+
+std::string StoredSetOf(const std::string& bytes) {
+  return std::string(AttributeSetCache::StoredSet(bytes));
+}
+
+TEST(AttributeSetCache, StoredSet_IsTheSetThatTheBytesStartWith) {
+  const std::string set = kSet.Encode();
+  EXPECT_EQ(StoredSetOf(set), set);
+  EXPECT_EQ(StoredSetOf(set + "more"), set);
+  EXPECT_EQ(StoredSetOf(AttributeSet().Encode() + set), AttributeSet().Encode());
+}
+
+TEST(AttributeSetCache, StoredSetThatIsCut_IsNone) {
+  const std::string set = kSet.Encode();
+  for (std::size_t length = 0; length < set.size(); ++length) {
+    EXPECT_EQ(StoredSetOf(set.substr(0, length)), "") << length;
+  }
+}
+
+TEST(AttributeSetCache, StoredSetWithACountThatOverflows_IsNone) {
+  const std::string huge = tevtest::ByteWriter().U32(0xFFFFFFFF).Bytes();
+  EXPECT_EQ(StoredSetOf(huge + kSet.Encode()), "");
+  const std::string names = tevtest::ByteWriter().U32(0).Bytes();
+  EXPECT_EQ(StoredSetOf(names + names + huge + kSet.Encode()), "");
+}
+
+TEST(AttributeSetCache, StoredSetBeyondOneKibibyte_IsNone) {
+  const auto setOf = [](std::size_t length) {
+    return AttributeSet{Attribute::Text("t", std::string(length, 'x'))}.Encode();
+  };
+  const std::size_t rest = setOf(1).size() - 1;
+  EXPECT_EQ(StoredSetOf(setOf(1024 - rest)).size(), 1024U);
+  EXPECT_EQ(StoredSetOf(setOf(1025 - rest)), "");
+}
+
+TEST(AttributeSetCache, WhatWasKept_IsFoundByItsBytes) {
+  AttributeSetCache cache;
+  EXPECT_EQ(cache.Find("a"), nullptr);
+  cache.Keep("a", {true, {{"n", 1U}}});
+  cache.Keep("b", {false, {{"n", 2U}}});
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_NE(cache.Find("a"), nullptr);
+    EXPECT_TRUE(cache.Find("a")->isVibration);
+    EXPECT_EQ(cache.Find("a")->attributes.at("n").GetAttributeString(), "1");
+    EXPECT_FALSE(cache.Find("b")->isVibration);
+    EXPECT_EQ(cache.Find("b")->attributes.at("n").GetAttributeString(), "2");
+    EXPECT_EQ(cache.Find("c"), nullptr);
+  }
+}
+
+TEST(AttributeSetCache, ManySets_AreNotAllKept) {
+  constexpr int kMany = 5000;
+  AttributeSetCache cache;
+  int found = 0;
+  for (int i = 0; i < kMany; ++i) {
+    cache.Keep(std::to_string(i), {});
+    EXPECT_NE(cache.Find(std::to_string(i)), nullptr);
+  }
+  for (int i = 0; i < kMany; ++i) {
+    found += cache.Find(std::to_string(i)) == nullptr ? 0 : 1;
+  }
+  EXPECT_GE(found, 1);
+  EXPECT_LE(found, 1024);
+}
+
+/// One shape after the other, each with a geometry of one variable.
+ModelWriter ModelOf(const std::vector<AttributeSet>& sets) {
+  ModelWriter model;
+  const NodeRef root = model.AddGroup("root", 0);
+  for (const AttributeSet& set : sets) {
+    const NodeRef geometry = model.AddGeometry("mesh", root);
+    model.AddVariable(geometry, Variable::Floats("v", 12, 1, {1.0F}, set));
+  }
+  return model;
+}
+
+std::vector<std::string> AttributesOf(const Geometry::VarStruct& variable) {
+  std::vector<std::string> texts;
+  for (const auto& [name, value] : variable.attributes) {
+    texts.push_back(name + "=" + value.GetAttributeString());
+  }
+  return texts;
+}
+
+const Geometry::VarStruct& VariableOf(LoadedTree& loaded, unsigned int id) {
+  return loaded.At<Geometry>(id).variables.at(0);
+}
+
+TEST(AttributeSets, EqualOnesOfSeveralGeometries_AreSharedAndOthersAreNot) {
+  const AttributeSet other{Attribute::Text("Title", "Gear"), Attribute::Float("Time", 0.25F)};
+  LoadedTree loaded(ModelOf({kSet, other, kSet, other, {}}));
+  const std::vector<std::string> expected{"LoadCase=3", "Time=0.5", "Title=Gear",
+                                          "Tolerance=1e-09"};
+  EXPECT_EQ(AttributesOf(VariableOf(loaded, 2)), expected);
+  EXPECT_EQ(AttributesOf(VariableOf(loaded, 4)), expected);
+  EXPECT_EQ(AttributesOf(VariableOf(loaded, 3)),
+            (std::vector<std::string>{"Time=0.25", "Title=Gear"}));
+  EXPECT_EQ(AttributesOf(VariableOf(loaded, 5)), AttributesOf(VariableOf(loaded, 3)));
+  EXPECT_TRUE(VariableOf(loaded, 6).attributes.empty());
+  EXPECT_TRUE(VariableOf(loaded, 2).attributes.IsSharedWith(VariableOf(loaded, 4).attributes));
+  EXPECT_FALSE(VariableOf(loaded, 2).attributes.IsSharedWith(VariableOf(loaded, 3).attributes));
+}
+
+TEST(AttributeSets, SharedOnes_KeepWhatWasMadeOfThem) {
+  const AttributeSet vibration{Attribute::Text("Category", "Vibration"),
+                               Attribute::Text("Link.Node", "7"), Attribute::Uint("Complex", 1)};
+  LoadedTree loaded(ModelOf({vibration, vibration, kSet}));
+  for (const unsigned int id : {2U, 3U}) {
+    EXPECT_TRUE(VariableOf(loaded, id).isVibration) << id;
+    EXPECT_EQ(AttributesOf(VariableOf(loaded, id)), std::vector<std::string>{"Category=Vibration"})
+        << id;
+  }
+  EXPECT_FALSE(VariableOf(loaded, 4).isVibration);
+}
+
+TEST(AttributeSets, LinkedVariableWithASharedSet_HasNoneAndTheOthersKeepTheirs) {
+  ModelWriter model = ModelOf({kSet});
+  const NodeRef geometry = model.AddGeometry("links", 1);
+  model.AddVariable(geometry, Variable::Link("l", 12, 2, 0, kSet));
+  model.AddVariable(geometry, Variable::Floats("v", 12, 1, {1.0F}, kSet));
+  LoadedTree loaded(model);
+  const auto& variables = loaded.At<Geometry>(3).variables;
+  EXPECT_TRUE(variables.at(0).attributes.empty());
+  EXPECT_EQ(variables.at(1).attributes.size(), 4U);
+  EXPECT_EQ(VariableOf(loaded, 2).attributes.size(), 4U);
+}
+
+TEST(AttributeSets, CutBetweenBlocksAnywhere_AreTheSame) {
+  const std::vector<AttributeSet> sets{kSet, kSet, kSet};
+  // Where lists end: a value lies in one block.
+  const std::vector<std::string> names{"Title", "Time", "LoadCase", "Tolerance"};
+  const std::size_t first = tevtest::ByteWriter().Texts(names).Bytes().size();
+  const std::size_t second = first + 8;  // four type codes
+  for (const std::size_t cut : {first, second, second + 8}) {
+    SCOPED_TRACE(cut);
+    ModelWriter model = ModelOf(sets);
+    const std::size_t setSize = kSet.Encode().size();
+    const std::size_t rootSet = AttributeSet().Encode().size();
+    StreamLayout layout{.split = StreamLayout::Split::AtCuts};
+    layout.cuts = {rootSet + cut, rootSet + setSize, rootSet + setSize + cut};
+    LoadedTree loaded(model.SetLayout(kAttributes, layout));
+    for (const unsigned int id : {2U, 3U, 4U}) {
+      EXPECT_EQ(VariableOf(loaded, id).attributes.size(), 4U) << id;
+      EXPECT_EQ(VariableOf(loaded, id).attributes.at("LoadCase").GetAttributeString(), "3");
+    }
+  }
+}
+
+}  // namespace
+}  // namespace LbtTev
