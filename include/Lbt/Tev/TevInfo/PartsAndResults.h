@@ -26,12 +26,12 @@ struct GeometryAssertion {
 };
 
 /// The two parts of a variable's name: what stands before the first record separator
-/// (character 30), and what stands behind it.
+/// (character 30), and what stands behind it. They are views of the name.
 struct VariableName {
-  explicit VariableName(const std::string& name);
+  explicit VariableName(std::string_view name);
 
-  std::string result;
-  std::string instance;
+  std::string_view result;
+  std::string_view instance;
 };
 
 /// Takes a result variable and the parts of its name.

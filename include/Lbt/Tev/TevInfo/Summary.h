@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <optional>
@@ -13,6 +15,8 @@
 #include "Lbt/Tev/TevInfo/TevInfo.h"
 #include "Lbt/Tev/Tree.h"
 #include "Lbt/Util/AttributeValue.h"
+#include "Lbt/Util/SharedAttributes.h"
+#include "Lbt/Util/TextHash.h"
 
 /// What a model holds, in sum.
 struct SummaryFacts {
@@ -46,14 +50,12 @@ class SummaryCollector {
   [[nodiscard]] SummaryFacts Facts(const GroupListing& groups) const;
 
  private:
-  /// Lets texts be looked up without making strings of them.
-  struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view text) const {
-      return std::hash<std::string_view>()(text);
-    }
+  /// Distinct texts, some of which come again and again.
+  struct Texts {
+    std::unordered_set<std::string, Lbt::Util::TextHash, std::equal_to<>> all;
+    std::array<const std::string*, 4> recent{};  ///< elements do not move
+    std::size_t nextRecent = 0;
   };
-  using Texts = std::unordered_set<std::string, Hash, std::equal_to<>>;
 
   static void Insert(Texts& texts, std::string_view text);
   static void Insert(Texts& texts, const LbtUtil::AttributeValue& value);
@@ -61,6 +63,8 @@ class SummaryCollector {
   void AddAll(const LbtUtil::AttributeMap& attributes, bool hasInstance);
   [[nodiscard]] std::string Category() const;
 
+  LbtUtil::SharedAttributes last_;  // of the variable before
+  bool lastHadInstance_ = false;
   Texts resultNames_;
   Texts instanceNames_;
   Texts titles_;

@@ -115,13 +115,13 @@ class GeometryExport {
     } else if (variable.variableType == Geometry::VariableType::Coordinates) {
       WriteValues("*VERTICES", variable, name);
     } else if (name.result != "Node Ids") {
-      WriteValues("*RESULT,NAME=\"" + name.result + "\"", variable, name);
+      WriteValues("*RESULT,NAME=\"" + std::string(name.result) + "\"", variable, name);
     }
   }
 
   void WriteValues(const std::string& keyword, const Variable& variable, const VariableName& name) {
     text_->Add(keyword);
-    EndKeyword(*text_, name.instance);
+    EndKeyword(*text_, std::string(name.instance));
     AddLines(*text_, Load<float>(variable), variable.array.width);
   }
 
@@ -136,7 +136,7 @@ class GeometryExport {
       return;
     }
     text_->Add("*FACES");
-    EndKeyword(*text_, name.instance);
+    EndKeyword(*text_, std::string(name.instance));
     FaceWalk walk(verticesPerFace);
     for (const unsigned int vertex : vertices) {
       text_->AddNumber(vertex).Add(walk.CompletesFace() ? "\n" : ",");
@@ -147,7 +147,7 @@ class GeometryExport {
   void WriteFaceSet(std::size_t faceCount, const VariableName& name) {
     constexpr std::size_t kPerLine = 7;
     text_->Add("*FACESET,NAME=\"").Add(geometry_->name).Add("\"");
-    EndKeyword(*text_, name.instance);
+    EndKeyword(*text_, std::string(name.instance));
     for (std::size_t face = 0; face < faceCount; ++face) {
       text_->AddNumber(std::uint64_t{face}).Add((face + 1) % kPerLine == 0 ? "\n" : ",");
     }
@@ -160,7 +160,7 @@ class GeometryExport {
 
   const Geometry* geometry_;
   TextBuffer* text_;
-  std::map<std::string, const Variable*> verticesPerFace_;
+  std::map<std::string_view, const Variable*> verticesPerFace_;  // by views of the variables' names
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "Lbt/Tev/TevInfo/PartsAndResults.h"
 
 #include <cstddef>
+#include <iterator>
 #include <utility>
 
 #include "DatasetGatherer.h"
@@ -17,7 +18,7 @@ using Entry = LbtAdt::TreeNode<LbtTev::Node*>;
 constexpr char kRecordSeparator = '\x1e';
 
 const Group* AsGroup(const Entry* entry) {
-  return entry == nullptr ? nullptr : dynamic_cast<const Group*>(entry->data);
+  return entry == nullptr ? nullptr : LbtTev::NodeCast<Group>(entry->data);
 }
 
 const Entry* ParentOf(const LbtTev::Tree& tree, const Entry* entry) {
@@ -46,8 +47,18 @@ std::string ListShape(const LbtTev::Tree& tree, const Entry& shape, GroupListing
   return partName;
 }
 
-const Geometry& GeometryOf(const LbtTev::Tree& tree, const Entry& shape) {
-  const auto* geometry = dynamic_cast<const Geometry*>(tree.GetReqNode(shape.firstChild).data);
+using Position = LbtTev::Tree::Nodes::const_iterator;
+
+/// The first child mostly has the next id.
+const Entry& FirstChildOf(const LbtTev::Tree& tree, Position shape) {
+  const unsigned int firstChild = shape->second.firstChild;
+  const Position next = std::next(shape);
+  const bool isNext = firstChild != 0 && next != tree.GetNodes().end() && next->first == firstChild;
+  return isNext ? next->second : tree.GetReqNode(firstChild);
+}
+
+const Geometry& GeometryOf(const LbtTev::Tree& tree, Position shape) {
+  const auto* geometry = LbtTev::NodeCast<Geometry>(FirstChildOf(tree, shape).data);
   if (geometry == nullptr) {
     throw GeometryAssertion();
   }
@@ -61,10 +72,10 @@ bool IsResult(const Geometry::VarStruct& variable, const VariableName& name) {
 
 }  // namespace
 
-VariableName::VariableName(const std::string& name) {
+VariableName::VariableName(std::string_view name) {
   const std::size_t separator = name.find(kRecordSeparator);
   result = name.substr(0, separator);
-  if (separator != std::string::npos) {
+  if (separator != std::string_view::npos) {
     instance = name.substr(separator + 1);
   }
 }
@@ -89,12 +100,13 @@ void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
 void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
                            const ResultSink& addResult, std::vector<TevDataset>* datasets) {
   DatasetGatherer gatherer;
-  for (const auto& [id, entry] : tree.GetNodes()) {
-    if (dynamic_cast<const LbtTev::Shape*>(entry.data) == nullptr) {
+  for (Position shape = tree.GetNodes().begin(); shape != tree.GetNodes().end(); ++shape) {
+    const Entry& entry = shape->second;
+    if (LbtTev::NodeCast<LbtTev::Shape>(entry.data) == nullptr) {
       continue;
     }
     const std::string partName = ListShape(tree, entry, groups);
-    const Geometry& geometry = GeometryOf(tree, entry);
+    const Geometry& geometry = GeometryOf(tree, shape);
     for (std::size_t i = 0; i < geometry.variables.size(); ++i) {
       const Geometry::VarStruct& variable = geometry.variables[i];
       const VariableName name(variable.name);

@@ -4,6 +4,8 @@
 
 namespace {
 
+using namespace std::string_view_literals;
+
 constexpr char kRecordSeparator = '\x1e';
 
 std::size_t ListingSize(const GroupListing& groups, const std::string& name) {
@@ -22,9 +24,17 @@ std::vector<std::string> Sorted(const Texts& texts) {
 }  // namespace
 
 void SummaryCollector::Insert(Texts& texts, std::string_view text) {
-  if (!texts.contains(text)) {
-    texts.emplace(text);
+  const auto isText = [text](const std::string* recent) {
+    return recent != nullptr && *recent == text;
+  };
+  if (std::ranges::any_of(texts.recent, isText)) {
+    return;
   }
+  auto found = texts.all.find(text);
+  if (found == texts.all.end()) {
+    found = texts.all.emplace(text).first;
+  }
+  texts.recent[texts.nextRecent++ % texts.recent.size()] = &*found;
 }
 
 void SummaryCollector::Insert(Texts& texts, const LbtUtil::AttributeValue& value) {
@@ -55,33 +65,41 @@ void SummaryCollector::Add(const LbtTev::Geometry::VarStruct& variable, const Va
   if (!name.instance.empty()) {
     InsertInstance(instanceNames_, LbtUtil::AttributeValue::KeptText(name.instance));
   }
-  AddAll(variable.attributes, !name.instance.empty());
+  const bool hasInstance = !name.instance.empty();
+  const bool isKnown =
+      variable.attributes.IsSharedWith(last_) && (hasInstance || !lastHadInstance_);
+  if (!isKnown) {
+    AddAll(variable.attributes, hasInstance);
+    last_ = variable.attributes;
+    lastHadInstance_ = hasInstance;
+  }
 }
 
 /// "hasInstance" where an instance name came with the variable and hides the attribute.
 void SummaryCollector::AddAll(const LbtUtil::AttributeMap& attributes, bool hasInstance) {
-  for (const auto& [name, value] : attributes) {
-    if (name == "Title") {
+  for (const auto& [key, value] : attributes) {
+    const std::string_view name = key;
+    if (name == "Title"sv) {
       Insert(titles_, value);
-    } else if (name == "Category") {
+    } else if (name == "Category"sv) {
       Insert(categories_, value);
-    } else if (name == "Frequency") {
+    } else if (name == "Frequency"sv) {
       Insert(frequencies_, value);
-    } else if (name == "Time") {
+    } else if (name == "Time"sv) {
       Insert(times_, value);
-    } else if (name == "Instance Name" && !hasInstance) {
+    } else if (name == "Instance Name"sv && !hasInstance) {
       value.WithText([this](std::string_view text) { InsertInstance(instanceNames_, text); });
     }
-    hasMode_ = hasMode_ || name == "Mode";
-    hasLoadCase_ = hasLoadCase_ || name == "LoadCase";
+    hasMode_ = hasMode_ || name == "Mode"sv;
+    hasLoadCase_ = hasLoadCase_ || name == "LoadCase"sv;
   }
 }
 
 /// An explicit category wins; else the first kind of step that any result has names the
 /// analysis. "Frequency" is no name of an analysis, and what users see all the same.
 std::string SummaryCollector::Category() const {
-  if (!categories_.empty()) {
-    return *std::ranges::min_element(categories_);
+  if (!categories_.all.empty()) {
+    return *std::ranges::min_element(categories_.all);
   }
   if (hasLoadCase_) {
     return "Structural";
@@ -89,16 +107,16 @@ std::string SummaryCollector::Category() const {
   if (hasMode_) {
     return "Modal";
   }
-  if (!frequencies_.empty()) {
+  if (!frequencies_.all.empty()) {
     return "Frequency";
   }
-  return times_.empty() ? "Unknown" : "Transient";
+  return times_.all.empty() ? "Unknown" : "Transient";
 }
 
 SummaryFacts SummaryCollector::Facts(const GroupListing& groups) const {
   SummaryFacts facts;
-  if (!titles_.empty()) {
-    facts.title = *std::ranges::min_element(titles_);
+  if (!titles_.all.empty()) {
+    facts.title = *std::ranges::min_element(titles_.all);
   }
   facts.category = Category();
   facts.numberOfCutSections = ListingSize(groups, "Cut-Sections");
@@ -108,10 +126,10 @@ SummaryFacts SummaryCollector::Facts(const GroupListing& groups) const {
   if (const auto parts = groups.find("Geometry"); parts != groups.end()) {
     facts.parts = parts->second;
   }
-  facts.results = Sorted(resultNames_);
-  facts.instances = Sorted(instanceNames_);
-  facts.timeSteps = Sorted(times_);
-  facts.frequencies = Sorted(frequencies_);
+  facts.results = Sorted(resultNames_.all);
+  facts.instances = Sorted(instanceNames_.all);
+  facts.timeSteps = Sorted(times_.all);
+  facts.frequencies = Sorted(frequencies_.all);
   return facts;
 }
 

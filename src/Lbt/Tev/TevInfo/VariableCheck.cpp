@@ -47,7 +47,7 @@ struct PlacedVariable {
 std::optional<std::uint64_t> NodeCountOf(const Geometry& geometry) {
   std::optional<std::uint64_t> count;
   for (const Variable& variable : geometry.variables) {
-    const std::string result = VariableName(variable.name).result;
+    const std::string_view result = VariableName(variable.name).result;
     if (variable.variableType != Geometry::VariableType::Coordinates && result != "Coordinates" &&
         result != "Node Ids") {
       continue;
