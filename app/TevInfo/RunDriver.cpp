@@ -16,7 +16,9 @@
 #include "Lbt/Tev/Tree.h"
 #include "Lbt/Util/FileSize.h"
 #include "Lbt/Util/MemoryUsage.h"
+#include "Lbt/Util/Undestroyed.h"
 #include "TevInfo/CommandLine.h"
+#include "TevInfo/HeapWatch.h"
 #include "TevInfo/Output.h"
 
 namespace {
@@ -85,14 +87,30 @@ void WriteReport(const TevInfo& info, std::ostream& stream) {
   }
 }
 
+/// Closes a model's file at the end of a run, however that comes, and leaves the tree to the
+/// end of the process.
+class ClosingAtEnd {
+ public:
+  explicit ClosingAtEnd(LbtLbf::LbFile& file) : file_(file) {}
+  ~ClosingAtEnd() { file_.CloseFile(); }
+  ClosingAtEnd(const ClosingAtEnd&) = delete;
+  ClosingAtEnd& operator=(const ClosingAtEnd&) = delete;
+
+ private:
+  LbtLbf::LbFile& file_;
+};
+
 void Report(const CommandLine& commandLine) {
   const std::string& model = commandLine.positional.front();
   TevInfo info;
   info.setFormat(commandLine.format);
-  LbtTev::Tree tree;
+  static Lbt::Util::Undestroyed<LbtTev::Tree> kept;
+  LbtTev::Tree& tree = kept.Get();
+  const ClosingAtEnd closing(tree.GetFile());
   std::srand(0);  // NOLINT(cert-msc32-c, cert-msc51-cpp): the same numbers in every run
   const std::string tevFileSize = LbtUtil::GetFileSize(model.c_str());
-  LbtTev::OpenModel(tree, model);
+  HeapWatch heapWatch;
+  LbtTev::OpenModel(tree, model, &heapWatch);
   AddEntries(info, GatherFacts(info, tree), tevFileSize);
 
   Output output;

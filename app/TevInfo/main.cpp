@@ -1,5 +1,3 @@
-#include <malloc.h>
-
 #include <cstdlib>
 #include <iostream>
 
@@ -9,9 +7,6 @@
 
 int main(int argc, char** argv) {
   Lbt::Util::FillStandardDescriptors();
-  // A tree is freed as a whole: to join freed pieces at once costs less than to collect
-  // them in bins that are joined over and over.
-  static_cast<void>(mallopt(M_MXFAST, 0));
   try {
     return RunTevInfo(argc, argv);
   } catch (const GeometryAssertion&) {
