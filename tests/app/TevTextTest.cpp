@@ -64,4 +64,41 @@ TEST(Table, Columns_AreAsWideAsTheyNeedToBe) {
             "  x       200\n");
 }
 
+/// The rows of a table with one cell of that many characters above a short one.
+std::string RowsOf(std::size_t longest) {
+  Table table({{"Name", Table::Align::Left}, {"N", Table::Align::Right}});
+  table.Add({std::string(longest, 'x'), "1"});
+  table.Add({"short", "2"});
+  std::ostringstream stream;
+  table.Write(stream);
+  return stream.str();
+}
+
+std::string Blanks(std::size_t count) { return std::string(count, ' '); }
+
+TEST(Table, CellOfEightyColumns_IsTheWidestThatWidensItsColumn) {
+  EXPECT_EQ(RowsOf(80), "  Name" + Blanks(76) + "  N\n" +            //
+                            "  " + std::string(80, 'x') + "  1\n" +  //
+                            "  short" + Blanks(75) + "  2\n");
+}
+
+TEST(Table, LongerCell_SticksOutAndLeavesTheOtherRowsAsTheyAre) {
+  EXPECT_EQ(RowsOf(81), "  Name" + Blanks(76) + "  N\n" +            //
+                            "  " + std::string(81, 'x') + "  1\n" +  //
+                            "  short" + Blanks(75) + "  2\n");
+  // Many rows beside one long name cost no more than their own text.
+  EXPECT_EQ(RowsOf(1000000).size() - RowsOf(80).size(), 1000000U - 80U);
+}
+
+TEST(Table, LongerCellOfAColumnToTheRight_SticksOutToo) {
+  Table table({{"N", Table::Align::Right}});
+  table.Add({std::string(100, '9')});
+  table.Add({"7"});
+  std::ostringstream stream;
+  table.Write(stream);
+  EXPECT_EQ(stream.str(), "  " + Blanks(79) + "N\n" +                //
+                              "  " + std::string(100, '9') + "\n" +  //
+                              "  " + Blanks(79) + "7\n");
+}
+
 }  // namespace

@@ -211,6 +211,65 @@ TEST_F(ExtractData, LinksWithoutAGatheredTarget_AddNothing) {
   EXPECT_EQ(datasets[0].names, Names{"owner"});
 }
 
+/// What all names that data sets repeat may be long together, and a part's name of so many bytes
+/// that a few data sets come to that.
+constexpr std::size_t kMostNames = std::size_t{128} * 1024 * 1024;
+constexpr std::size_t kPartName = kMostNames / 32;
+
+class RepeatedNames : public ExtractData {
+ protected:
+  /// A geometry in a part with a long name.
+  NodeRef AddLongMesh(std::string_view name) { return AddLongMesh(name, kPartName - name.size()); }
+  NodeRef AddLongMesh(std::string_view name, std::size_t partNameSize) {
+    const NodeRef part = model.AddGroup(std::string(partNameSize, 'p'), 0);
+    return model.AddGeometry(name, model.AddShape("S", model.AddGroup("Geometry", part)));
+  }
+
+  void AddScalars(NodeRef geometry, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+      model.AddVariable(geometry, Variable::Floats("Heat", kScalarResult, 1, {1}));
+  }
+
+  void ExpectTooLong() const {
+    EXPECT_EQ(error, ExpectedFailure("Out of Bounds", "Not enough bytes in the block",
+                                     "include/Lbt/Tev/TevInfo/PartsAndResults"));
+  }
+};
+
+TEST_F(RepeatedNames, OfTheLimitInAll_AreGathered) {
+  AddScalars(AddLongMesh("mesh"), 32);
+  Gather();
+  EXPECT_EQ(error, "");
+  EXPECT_EQ(datasets.size(), 32U);
+}
+
+TEST_F(RepeatedNames, OfOneByteMore_EndTheWalkAndKeepWhatCameBefore) {
+  AddScalars(AddLongMesh("mesh"), 31);
+  AddScalars(AddLongMesh("mesh", kPartName - 3), 1);
+  Gather();
+  ExpectTooLong();
+  EXPECT_EQ(datasets.size(), 31U);
+}
+
+TEST_F(RepeatedNames, GeometriesOfLinkedVariables_CountWithoutTheirParts) {
+  const NodeRef owner = AddLongMesh("mesh");
+  AddScalars(owner, 31);
+  // Three quarters of what is left, then all of it, then one byte more than that.
+  const NodeRef user = AddMesh(std::string(kPartName / 4 * 3, 'u'));
+  model.AddVariable(user, Variable::Link("Heat", kScalarResult, owner, 0));
+  const NodeRef last = AddMesh(std::string(kPartName / 4, 'v'));
+  model.AddVariable(last, Variable::Link("Heat", kScalarResult, owner, 0));
+  Gather();
+  EXPECT_EQ(error, "");
+  EXPECT_EQ(datasets.at(0).names.size(), 3U);
+
+  model.AddVariable(AddMesh("w"), Variable::Link("Heat", kScalarResult, owner, 0));
+  Gather();
+  ExpectTooLong();
+  EXPECT_EQ(datasets.size(), 31U);
+  EXPECT_EQ(datasets.at(0).names.size(), 3U);
+}
+
 TEST_F(ExtractData, DamagedVariable_EndsTheWalkAndKeepsWhatCameBefore) {
   const NodeRef mesh = AddMesh("mesh");
   model.AddVariable(mesh, Variable::Floats("a", kScalarResult, 1, {1}));

@@ -1,4 +1,5 @@
-// Absurd counts and lengths under a limit of memory that no true model of that size needs.
+// Absurd counts and lengths, and claims on the same bytes, under a limit of memory that no true
+// model of that size needs.
 //
 // Not built with the address sanitizer: it reserves terabytes of address space for itself, so that
 // no limit can be set.
@@ -7,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,7 +19,9 @@
 #include "run/TevCheckRun.h"
 #include "run/TevInfoRun.h"
 #include "support/ByteWriter.h"
+#include "support/ModelWriter.h"
 #include "support/SmallModel.h"
+#include "support/Variable.h"
 
 namespace tevtest {
 namespace {
@@ -109,6 +114,54 @@ TEST_F(MemoryLimitOfACheck, VeryManyBlocks_AreListedAsTheyAreMade) {
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.error, "");
   EXPECT_NE(run.output.rfind("\"number\": 99999,"), std::string::npos);
+}
+
+// Several variables may claim the same bytes: each then has its own copy of them, and the dump must
+// take no more memory than all copies together.
+class SharedBytes : public TevInfoRun {
+ protected:
+  /// A model whose variables all claim the whole of one block, which compresses to almost nothing.
+  [[nodiscard]] std::string Model(std::string_view name) const {
+    ModelWriter model;
+    const NodeRef mesh = model.AddGeometry("mesh", model.AddShape("S", model.AddGroup("Part", 0)));
+    for (std::size_t i = 0; i < kVariables; ++i) {
+      Variable variable = Variable::Floats(name, kScalarResult, 1, {});
+      variable.heavyBytes = i == 0 ? std::string(kBlock, '\0') : std::string();
+      variable.heavyPosition = 0;
+      variable.byteCount = kBlock;
+      model.AddVariable(mesh, variable);
+    }
+    model.SetLayout(kHeavyData, {.packing = StreamLayout::Packing::Compressed});
+    return dir.Write("model.tev", model.Build());
+  }
+
+  /// Whether the data sets are gathered with so much memory for the program's own data.
+  [[nodiscard]] bool IsGathered(const std::string& model, std::size_t memory) const {
+    const Outcome outcome =
+        Run({"--extract-data", model}, {.environment = {{"PRAMO_DEFAULT_TEV_BLOCK_SIZE", "0"}},
+                                        .hooks = {Limit(RLIMIT_DATA, memory)}});
+    EXPECT_EQ(outcome.signal, 0);
+    if (outcome.error == Notice())
+      return outcome.status == 0;
+    EXPECT_TRUE(outcome.error.ends_with("Exception: std::bad_alloc\n")) << outcome.error;
+    return false;
+  }
+
+  static constexpr std::uint32_t kBlock = 1024 * 1024;
+  static constexpr std::size_t kVariables = 64;
+  static constexpr std::size_t kClaimed = kVariables * kBlock;
+};
+
+TEST_F(SharedBytes, DumpOfThem_TakesTheMemoryThatTheyClaim) {
+  const std::string model = Model("Heat");
+  EXPECT_TRUE(IsGathered(model, kClaimed + kClaimed / 8));
+  EXPECT_FALSE(IsGathered(model, kClaimed));
+}
+
+TEST_F(SharedBytes, ElementIndices_TakeItTwice) {
+  const std::string model = Model("Element Indices");
+  EXPECT_TRUE(IsGathered(model, 2 * kClaimed + kClaimed / 8));
+  EXPECT_FALSE(IsGathered(model, 2 * kClaimed));
 }
 
 }  // namespace

@@ -7,12 +7,15 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "support/Mask.h"
+#include "support/MemoryAllowance.h"
 #include "support/Process.h"
 #include "support/TempDir.h"
 
@@ -131,6 +134,26 @@ TEST(RunForked, Body_RunsInAChildOfItsOwn) {
   EXPECT_EQ(result.status, 5);
   EXPECT_EQ(value, 1);
 }
+
+#if !defined(TEVTEST_SANITIZED)
+
+TEST(DoWithin, Memory_IsCountedAlsoWhereItIsGivenBack) {
+  constexpr std::size_t kSize = 16 << 20;
+  const auto work = [] {
+    const std::vector<char> taken(kSize, 'x');
+    if (taken.back() != 'x')
+      throw std::logic_error("nothing was taken");
+  };
+  EXPECT_EQ(DoWithin(kSize + kSize / 4, work), Allowed::Enough);
+  EXPECT_EQ(DoWithin(kSize / 2, work), Allowed::TooLittle);
+}
+
+TEST(DoWithin, WorkThatFailsOtherwise_Throws) {
+  const auto work = [] { throw std::runtime_error("no"); };
+  EXPECT_THROW(static_cast<void>(DoWithin(1 << 20, work)), std::runtime_error);
+}
+
+#endif
 
 TEST(TempDir, EndOfLife_RemovesEverything) {
   std::filesystem::path path;
