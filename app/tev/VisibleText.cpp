@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "tev/CharacterWidth.h"
+
 namespace {
 
 /// The form that all sequences with a first byte have.
@@ -39,19 +41,25 @@ bool IsScalar(std::uint32_t point, std::uint32_t least) {
 /// The C1 controls count: some terminals obey them.
 bool IsControl(std::uint32_t point) { return point < 0x20 || (point >= 0x7F && point < 0xA0); }
 
-/// The bytes of the printable character that "text" starts with; 0 where it starts with
+struct Character {
+  std::size_t length;  // in bytes
+  std::uint32_t point;
+};
+
+/// The printable character that "text" starts with; of length 0 where it starts with
 /// anything else.
-std::size_t PrintableLength(std::string_view text) {
+Character FirstCharacter(std::string_view text) {
   const Form form = FormOf(static_cast<unsigned char>(text.front()));
   const std::string_view rest = text.substr(1, form.length == 0 ? 0 : form.length - 1);
   if (rest.size() + 1 != form.length || !std::ranges::all_of(rest, IsContinuation)) {
-    return 0;
+    return {};
   }
   std::uint32_t point = form.bits;
   for (const char c : rest) {
     point = (point << 6U) | (static_cast<unsigned char>(c) & 0x3FU);
   }
-  return IsScalar(point, form.least) && !IsControl(point) ? form.length : 0;
+  return IsScalar(point, form.least) && !IsControl(point) ? Character{form.length, point}
+                                                          : Character{};
 }
 
 void AppendByte(std::string& text, unsigned char byte) {
@@ -66,7 +74,7 @@ void AppendByte(std::string& text, unsigned char byte) {
 std::string VisibleText(std::string_view text) {
   std::string visible;
   while (!text.empty()) {
-    const std::size_t length = PrintableLength(text);
+    const std::size_t length = FirstCharacter(text).length;
     if (length == 0) {
       AppendByte(visible, static_cast<unsigned char>(text.front()));
     } else {
@@ -86,14 +94,25 @@ std::string OneLine(std::string_view text) {
 }
 
 std::size_t WidthOf(std::string_view text) {
-  return text.size() - static_cast<std::size_t>(std::ranges::count_if(text, IsContinuation));
+  std::size_t width = 0;
+  while (!text.empty()) {
+    const Character character = FirstCharacter(text);
+    width += ColumnsOf(character.point);
+    text.remove_prefix(std::max<std::size_t>(character.length, 1));
+  }
+  return width;
 }
 
 std::string FirstColumns(std::string_view text, std::size_t columns) {
-  std::size_t end = text.size();
-  for (std::size_t width = WidthOf(text); width > columns;) {
-    --end;
-    width -= IsContinuation(text[end]) ? 0U : 1U;
+  std::string_view rest = text;
+  while (!rest.empty()) {
+    const Character character = FirstCharacter(rest);
+    const std::size_t width = ColumnsOf(character.point);
+    if (width > columns) {
+      break;
+    }
+    columns -= width;
+    rest.remove_prefix(std::max<std::size_t>(character.length, 1));
   }
-  return std::string(text.substr(0, end));
+  return std::string(text.substr(0, text.size() - rest.size()));
 }

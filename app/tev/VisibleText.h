@@ -15,8 +15,8 @@
 /// "text" without the line feeds at its end, those within replaced by blanks.
 [[nodiscard]] std::string OneLine(std::string_view text);
 
-/// How many columns valid UTF-8 takes, at one for each character.
+/// How many columns of a terminal valid UTF-8 takes.
 [[nodiscard]] std::size_t WidthOf(std::string_view text);
 
-/// What of valid UTF-8 fits into "columns".
+/// What of valid UTF-8 fits into "columns". Marks stay with their character.
 [[nodiscard]] std::string FirstColumns(std::string_view text, std::size_t columns);

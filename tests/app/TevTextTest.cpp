@@ -2,6 +2,7 @@
 
 #include <sstream>
 #include <string>
+#include <string_view>
 
 #include "tev/Progress.h"
 #include "tev/Table.h"
@@ -47,6 +48,35 @@ TEST(FirstColumns, Characters_AreNotCutApart) {
   EXPECT_EQ(FirstColumns("a", 0), "");
 }
 
+TEST(FirstColumns, WideCharacters_AreKeptWhereBothTheirColumnsAre) {
+  const std::string text = "\xe6\xbc\xa2\xe5\xad\x97z";  // two ideographs and a letter
+  EXPECT_EQ(FirstColumns(text, 5), text);
+  EXPECT_EQ(FirstColumns(text, 4), text.substr(0, 6));
+  EXPECT_EQ(FirstColumns(text, 3), text.substr(0, 3));
+  EXPECT_EQ(FirstColumns(text, 1), "");
+}
+
+TEST(FirstColumns, Marks_StayWithTheirCharacter) {
+  const std::string text = "u\xcc\x88x";  // u, a mark of two dots, x
+  EXPECT_EQ(FirstColumns(text, 2), text);
+  EXPECT_EQ(FirstColumns(text, 1), "u\xcc\x88");
+}
+
+TEST(WidthOf, Characters_CountAsTerminalsShowThem) {
+  EXPECT_EQ(WidthOf(""), 0U);
+  EXPECT_EQ(WidthOf("K\xc3\xbchl"), 4U);
+  EXPECT_EQ(WidthOf("Ku\xcc\x88hl"), 4U);
+  EXPECT_EQ(WidthOf("\xe6\xbc\xa2\xe5\xad\x97"), 4U);
+  EXPECT_EQ(WidthOf("\xf0\x9f\x94\xa7 "), 3U);
+}
+
+TEST(ProgressText, WidePath_IsCutToTheColumnsThatItTakes) {
+  const std::string_view before = "2 of 10 files done, at work on ";
+  const std::string path = "\xe6\xbc\xa2\xe5\xad\x97";
+  EXPECT_EQ(ProgressText(2, 10, path, before.size() + 4), std::string(before) + path);
+  EXPECT_EQ(ProgressText(2, 10, path, before.size() + 3), std::string(before) + path.substr(0, 3));
+}
+
 TEST(ProgressText, Path_IsMadeVisibleAndCut) {
   EXPECT_EQ(ProgressText(2, 10, "a\x1b", 80), "2 of 10 files done, at work on a\\x1b");
   EXPECT_EQ(ProgressText(2, 10, "a", 7), "2 of 10");
@@ -62,6 +92,18 @@ TEST(Table, Columns_AreAsWideAsTheyNeedToBe) {
             "  Name      N\n"
             "  K\xc3\xbchler    1\n"
             "  x       200\n");
+}
+
+TEST(Table, CellsOfWideCharactersAndMarks_LineUp) {
+  Table table({{"Name", Table::Align::Left}, {"N", Table::Align::Right}});
+  table.Add({"\xe6\xbc\xa2\xe5\xad\x97z", "1"});
+  table.Add({"Ku\xcc\x88hl", "2"});
+  std::ostringstream stream;
+  table.Write(stream);
+  EXPECT_EQ(stream.str(),
+            "  Name   N\n"
+            "  \xe6\xbc\xa2\xe5\xad\x97z  1\n"
+            "  Ku\xcc\x88hl   2\n");
 }
 
 /// The rows of a table with one cell of that many characters above a short one.
