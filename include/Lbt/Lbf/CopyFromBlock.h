@@ -63,6 +63,14 @@ template <Lbt::Util::StoredNumber T>
                                  block.GetRemaining() / static_cast<std::uint32_t>(sizeof(T)));
 }
 
+/// The longest stated list that keeps its length where its elements run out and each takes
+/// many bytes of memory: as for all lists, one of no more elements than the block has
+/// bytes, but in large blocks only as many as it could hold of "shortest" bytes each.
+[[nodiscard]] inline std::uint32_t MostKept(std::uint32_t blockSize, std::uint32_t shortest) {
+  constexpr std::uint32_t kFew = 4096;
+  return std::max(blockSize / shortest, std::min(blockSize, kFew));
+}
+
 }  // namespace Detail
 
 /// Reads a list of numbers without a copy; "list" is unchanged after a failure.

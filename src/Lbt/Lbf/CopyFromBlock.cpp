@@ -11,6 +11,9 @@ namespace {
 /// Bytes of an index entry whose name is empty.
 constexpr std::uint32_t kShortestItem = 11;
 
+/// Bytes of an empty string.
+constexpr std::uint32_t kShortestString = sizeof(std::uint32_t);
+
 IndexItem ItemFromBlock(Block& block) {
   IndexItem item;
   CopyFromBlock(block, item.sequence);
@@ -22,14 +25,6 @@ IndexItem ItemFromBlock(Block& block) {
 }
 
 std::string_view UpToNul(std::string_view text) { return text.substr(0, text.find('\0')); }
-
-/// The longest stated list of strings that is kept as it is: one of no more elements than
-/// the block has bytes, but in large blocks only as many as it could hold.
-std::uint32_t MostKept(std::uint32_t blockSize) {
-  constexpr std::uint32_t kShortestString = sizeof(std::uint32_t);
-  constexpr std::uint32_t kFew = 4096;
-  return std::max(blockSize / kShortestString, std::min(blockSize, kFew));
-}
 
 }  // namespace
 
@@ -57,7 +52,7 @@ void CopyFromBlock(Block& block, std::vector<std::string_view>& texts) {
 template <>
 void CopyFromBlock<std::string>(Block& block, std::vector<std::string>& texts) {
   const auto count = NumberFromBlock<std::uint32_t>(block);
-  const std::uint32_t mostKept = MostKept(block.GetSize());
+  const std::uint32_t mostKept = Detail::MostKept(block.GetSize(), kShortestString);
   if (count <= mostKept) {
     texts.resize(count);
   }

@@ -2,23 +2,14 @@
 
 #include <string>
 
-#include "Lbt/Log/Raise.h"
+#include "TooShort.h"
 
 namespace LbtUtil {
-
-namespace {
-
-[[noreturn]] void RaiseTooShort() {
-  Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds, "Not enough bytes in the block",
-                  "include/Lbt/Tev/Attributes");
-}
-
-}  // namespace
 
 template <class List>
 typename List::value_type AttributeSetReader::Queue<List>::Next() {
   if (next == values.size()) {
-    RaiseTooShort();
+    LbtTev::RaiseTooShort("include/Lbt/Tev/Attributes");
   }
   return values[next++];
 }

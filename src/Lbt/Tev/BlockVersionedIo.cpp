@@ -97,14 +97,8 @@ namespace LbtLbf {
 
 namespace {
 
-/// The longest stated list that is kept as it is where its records run out: as for all
-/// lists one of no more elements than the block has bytes, but in large blocks only as
-/// many as it could hold, for each is as large as many bytes in memory.
-std::uint32_t MostKept(std::uint32_t blockSize) {
-  constexpr std::uint32_t kShortestRecord = 8 * sizeof(std::uint32_t);  // all strings empty
-  constexpr std::uint32_t kFew = 4096;
-  return std::max(blockSize / kShortestRecord, std::min(blockSize, kFew));
-}
+/// Bytes of a modifier record whose strings are all empty.
+constexpr std::uint32_t kShortestRecord = 8 * sizeof(std::uint32_t);
 
 }  // namespace
 
@@ -122,7 +116,8 @@ void CopyFromBlock<LbtTev::ModifierInfo>(Block& block,
       LbtTev::CopyFromBlock_Versioned(block, modifiers[read]);
     }
   } catch (const Lbt::Util::Exception&) {
-    modifiers.resize(Detail::KeptLength(count, read, MostKept(block.GetSize())));
+    const std::uint32_t mostKept = Detail::MostKept(block.GetSize(), kShortestRecord);
+    modifiers.resize(Detail::KeptLength(count, read, mostKept));
     throw;
   }
 }

@@ -3,13 +3,11 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "Lbt/Log/Raise.h"
+#include "TooShort.h"
 
 namespace LbtTev {
 
 namespace {
-
-using Lbt::Util::Exception;
 
 /// The five lists as they are stored.
 struct StoredSets {
@@ -20,14 +18,11 @@ struct StoredSets {
   std::vector<unsigned int> secondValues;
 };
 
-[[noreturn]] void RaiseTooShort() {
-  Lbt::Log::Raise(Exception::ErrorType::OutOfBounds, "Not enough bytes in the block",
-                  "include/Lbt/Tev/NodeSets");
-}
+constexpr const char* kFile = "include/Lbt/Tev/NodeSets";
 
 unsigned int At(const std::vector<unsigned int>& list, std::size_t index) {
   if (index >= list.size()) {
-    RaiseTooShort();
+    RaiseTooShort(kFile);
   }
   return list[index];
 }
@@ -40,7 +35,7 @@ class Allowance {
 
   void Take(std::size_t amount) {
     if (amount > left_) {
-      RaiseTooShort();
+      RaiseTooShort(kFile);
     }
     left_ -= amount;
   }
