@@ -6,6 +6,7 @@
 #include "Lbt/Lbf/BlockCheck.h"
 #include "support/ByteWriter.h"
 #include "support/ContainerWriter.h"
+#include "support/MemoryAllowance.h"
 #include "support/TempDir.h"
 
 namespace tevtest {
@@ -124,6 +125,30 @@ TEST(BlockCheck, CompressedBlockWithoutALengthField_HasNoRecordedLength) {
   const BlockCheck check = CheckOf({.name = "A", .compressed = true, .storedBytes = "123"});
   EXPECT_FALSE(check.recordedLength.has_value());
 }
+
+#if !defined(TEVTEST_SANITIZED)
+
+TEST(BlockCheck, CompressedBlockWithoutMemoryForZlib_FailsForTheLackOfIt) {
+  const TempDir directory;
+  LbtLbf::LbFile file;
+  file.OpenFile(
+      directory.Write("a.tev", ContainerWriter().AddCompressed("A", "some data").Build().bytes),
+      "rb");
+  file.ReadIndex();
+  const auto check = [&] {
+    static_cast<void>(LbtLbf::CheckBlock(file, file.GetIndex().GetItems().at(0)));
+  };
+  constexpr std::size_t kLeastOfZlib = 4096;
+  EXPECT_EQ(DoWithin(0, check), Allowed::Enough);
+  EXPECT_EQ(DoWithin(0,
+                     [&] {
+                       TakeAllPiecesFrom(kLeastOfZlib);
+                       check();
+                     }),
+            Allowed::TooLittle);
+}
+
+#endif
 
 }  // namespace
 }  // namespace tevtest

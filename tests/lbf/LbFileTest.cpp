@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -201,6 +202,36 @@ TEST_F(LbFileTest, FailureToReadTheHeader_IsAReadError) {
   EXPECT_EQ(FailureOf([&] { static_cast<void>(file_.ReadVersion()); }),
             tevtest::UnableToRead(kLbFileHeader));
   EXPECT_EQ(FailureOf([&] { file_.ReadIndex(); }), tevtest::UnableToRead(kLbFileHeader));
+}
+
+TEST_F(LbFileTest, HeaderOfAPipe_IsAReadError) {
+  const std::string path = directory_ / "pipe";
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  file_.OpenFile(path, "rb");
+  EXPECT_EQ(FailureOf([&] { static_cast<void>(file_.ReadVersion()); }),
+            tevtest::UnableToRead(kLbFileHeader));
+  EXPECT_EQ(FailureOf([&] { file_.ReadIndex(); }), tevtest::UnableToRead(kLbFileHeader));
+}
+
+TEST_F(LbFileTest, ReadStored_GivesWhatTheFileHas) {
+  const std::string bytes = Writer().Build().bytes;
+  Open(bytes);
+  std::array<unsigned char, 4> room{};
+  EXPECT_EQ(file_.ReadStored(0, room), 4U);
+  EXPECT_EQ(std::string(room.begin(), room.end()), bytes.substr(0, 4));
+  EXPECT_EQ(file_.ReadStored(bytes.size() - 1, room), 1U);
+  EXPECT_EQ(file_.ReadStored(bytes.size() + 1, room), 0U);
+}
+
+TEST_F(LbFileTest, ReadStored_WhereNothingCanBeRead_IsAReadError) {
+  std::array<unsigned char, 4> room{};
+  const auto failureAt = [&](std::uint64_t offset) {
+    return FailureOf([&] { static_cast<void>(file_.ReadStored(offset, room)); });
+  };
+  EXPECT_EQ(failureAt(0), tevtest::UnableToRead(kLbFileHeader));  // no file is open
+  file_.OpenFile(directory_.Path(), "rb");
+  EXPECT_EQ(failureAt(0), tevtest::UnableToRead(kLbFileHeader));
+  EXPECT_EQ(failureAt(~std::uint64_t{0}), tevtest::UnableToRead(kLbFileHeader));
 }
 
 TEST_F(LbFileTest, GetIdentity_IsThatOfTheFile) {

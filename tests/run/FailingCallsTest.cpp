@@ -186,6 +186,16 @@ TEST_F(FailingCalls, ReadThatEndsEarly_IsAFileThatEndsThere) {
   EXPECT_EQ(ForEachCall("read-end", {model}, check), 10);
 }
 
+TEST_F(FailingCalls, FailureInAYearWithoutACalendarForm_HasNoTime) {
+  const Outcome outcome = Run({"none.tev"}, Failing("late", 1));
+  const std::string_view time = "Time : #\n \n";
+  std::string expected =
+      Failure("Miscelleneous Error", "Unable to open file \"none.tev\"", "include/Lbt/Lbf/LbFile");
+  ASSERT_NE(expected.find(time), std::string::npos) << expected;
+  expected.replace(expected.find(time), time.size(), "Time :  \n");
+  ExpectFailed(outcome, expected);
+}
+
 // The companion program: its answer in full, or its status for a file that failed and one line
 // for what did, behind zlib's own where that had no memory.
 class FailingCallsOfTev : public FailingCalls {

@@ -128,6 +128,9 @@ class NoDescriptorsLeft : public Faults {
   }
 };
 
+// Coverage counters need a descriptor at the end of a run: this run has none.
+#if !defined(TEVTEST_COUNTED)
+
 TEST_F(NoDescriptorsLeft, ForTheModel_ItCannotBeOpened) {
   const Outcome outcome = RunWith(1, {model, "report.xml"});
   ExpectFailed(outcome, Failure("Miscelleneous Error", "Unable to open file \"" + model + "\"",
@@ -137,6 +140,8 @@ TEST_F(NoDescriptorsLeft, ForTheModel_ItCannotBeOpened) {
   EXPECT_FALSE(dir.Has("report.xml"));
   ExpectModelUntouched();
 }
+
+#endif
 
 TEST_F(NoDescriptorsLeft, ForTheOutput_TheReportGoesToStandardOutput) {
   const Outcome outcome = RunWith(2, {model, "report.xml"});

@@ -148,7 +148,7 @@ class SharedBytes : public TevInfoRun {
   }
 
   static constexpr std::uint32_t kBlock = 1024 * 1024;
-  static constexpr std::size_t kVariables = 64;
+  static constexpr std::size_t kVariables = 16;
   static constexpr std::size_t kClaimed = kVariables * kBlock;
 };
 

@@ -40,6 +40,9 @@ TEST_F(StandardStreams, FullOutputFile_FailsTheRun) {
   EXPECT_EQ(outcome.output, kMemoryLine);
 }
 
+// The limit would cut the files of coverage counters as well.
+#if !defined(TEVTEST_COUNTED)
+
 TEST_F(StandardStreams, OutputFileWithoutRoom_FailsTheRun) {
   const Outcome outcome =
       Run({model, "report.xml"},
@@ -47,6 +50,8 @@ TEST_F(StandardStreams, OutputFileWithoutRoom_FailsTheRun) {
   ExpectNotWritten(outcome);
   EXPECT_EQ(dir.Read("report.xml"), document.substr(0, 1024));
 }
+
+#endif
 
 TEST_F(StandardStreams, ReportThatCannotBeWritten_IsInTheLog) {
   EXPECT_EQ(Run({model, "/dev/full"}).log, std::string(kIndexLog) + std::string(kLinksLog) +

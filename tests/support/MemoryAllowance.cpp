@@ -3,6 +3,7 @@
 #include <malloc.h>
 #include <sys/resource.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <new>
 #include <stdexcept>
@@ -48,6 +49,16 @@ Allowed DoWithin(std::size_t bytes, const std::function<void()>& work) {
   if (result.status != kDone && result.status != kNoMemory)
     throw std::runtime_error("the work failed: " + result.error);
   return result.status == kDone ? Allowed::Enough : Allowed::TooLittle;
+}
+
+void TakeAllPiecesFrom(std::size_t bytes) {
+  for (std::size_t size = std::size_t{1024} * 1024; size >= bytes; size /= 2) {
+    // Kept until the child ends; seen by the compiler as used.
+    const void* volatile taken = nullptr;
+    do {
+      taken = std::malloc(size);
+    } while (taken != nullptr);
+  }
 }
 
 }  // namespace tevtest

@@ -13,4 +13,7 @@ enum class Allowed { Enough, TooLittle };
 /// sanitizer takes memory for itself: with one, no call of this means anything.
 [[nodiscard]] Allowed DoWithin(std::size_t bytes, const std::function<void()>& work);
 
+/// Within such work: takes what lies free in the heap, too, but for pieces of less than "bytes".
+void TakeAllPiecesFrom(std::size_t bytes);
+
 }  // namespace tevtest

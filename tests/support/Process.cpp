@@ -157,10 +157,30 @@ void SetUpChild(const RunOptions& options, const Channels& channels) {
     hook();
 }
 
+#if defined(TEVTEST_COUNTED)
+extern "C" void __gcov_reset();
+extern "C" void __gcov_dump();
+#endif
+
+/// With coverage counters: a child starts without those of its parent, and adds its own to the
+/// files, which _exit() would leave out.
+void ForgetCounters() {
+#if defined(TEVTEST_COUNTED)
+  __gcov_reset();
+#endif
+}
+
+void HandOnCounters() {
+#if defined(TEVTEST_COUNTED)
+  __gcov_dump();
+#endif
+}
+
 /// The life of the child; "body" does not return when it starts a program.
 [[noreturn]] void LiveAsChild(const std::function<int()>& body, const RunOptions& options,
                               Channels& channels) {
   int status = 127;
+  ForgetCounters();
   try {
     SetUpChild(options, channels);
     status = body();
@@ -170,6 +190,7 @@ void SetUpChild(const RunOptions& options, const Channels& channels) {
     [[maybe_unused]] const auto n =
         ::write(channels.failure.writeEnd.Get(), text.data(), text.size());
   }
+  HandOnCounters();
   ::_exit(status);
 }
 

@@ -155,6 +155,19 @@ TEST(DataLoader, WithoutTheStream_FailsByItsPosition) {
             tevtest::kInvalidPosition);
 }
 
+TEST(DataLoader, BehindTheEndOfAClosedFilesBlocks_LoadsNothing) {
+  ModelOnDisk disk({{kHeavyData, Hex("01020304 05060708")}});
+  const Stored whole{.byteSize = 8, .shuffled = false};
+  Uints out;
+  LoaderOf(disk, whole).LoadTo(out);
+  disk.File().CloseFile();
+  out = {7};
+  LoaderOf(disk, {.position = 8, .byteSize = 4}).LoadTo(out);
+  EXPECT_EQ(out, Uints{7});
+  LoaderOf(disk, whole).LoadTo(out);  // the block itself is still there
+  EXPECT_EQ(out, (Uints{0x04030201, 0x08070605}));
+}
+
 TEST(DataLoader, Data_CanBeLoadedInAnyOrderAndAgain) {
   const std::string first = ElementBytes(Uints{1});
   const std::string second = ElementBytes(Uints{2});

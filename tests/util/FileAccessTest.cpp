@@ -14,6 +14,7 @@ namespace {
 
 using Lbt::Util::IdentityOf;
 using Lbt::Util::IsRegularFile;
+using Lbt::Util::SizeOf;
 using tevtest::OpenFile;
 using tevtest::Redirect;
 using tevtest::RunOptions;
@@ -39,6 +40,14 @@ TEST(FileAccess, IdentityOf_FilesWithTheSameContent_Differs) {
 }
 
 TEST(FileAccess, IdentityOf_ClosedDescriptor_IsNone) { EXPECT_FALSE(IdentityOf(-1)); }
+
+TEST(FileAccess, SizeOf_AFile_IsItsBytes) {
+  const TempDir directory;
+  EXPECT_EQ(SizeOf(OpenFile(directory.Write("file", "text")).Get()), 4U);
+  EXPECT_EQ(SizeOf(OpenFile(directory.Write("empty", "")).Get()), 0U);
+}
+
+TEST(FileAccess, SizeOf_ClosedDescriptor_IsNone) { EXPECT_FALSE(SizeOf(-1)); }
 
 TEST(FileAccess, IsRegularFile_AFile_IsOne) {
   const TempDir directory;

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -51,6 +52,14 @@ TEST(OpenForReplacing, NewFile_HasTheRightsThatTheMaskLeaves) {
   });
   ASSERT_EQ(result.status, 0);
   EXPECT_EQ(fs::status(path).permissions(), static_cast<fs::perms>(0660));
+}
+
+TEST(OpenForReplacing, FileThatCannotBeEmptied_IsLeftAlone) {
+  const OpenFile sealed(memfd_create("sealed", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+  ASSERT_EQ(write(sealed.Get(), "text", 4), 4);
+  ASSERT_EQ(fcntl(sealed.Get(), F_ADD_SEALS, F_SEAL_SHRINK), 0);
+  EXPECT_FALSE(Replace("/proc/self/fd/" + std::to_string(sealed.Get()), "x"));
+  EXPECT_EQ(Lbt::Util::SizeOf(sealed.Get()), 4U);
 }
 
 TEST(OpenForReplacing, ExistingFile_IsEmptied) {

@@ -1,9 +1,10 @@
 // Loaded into a program in front of its libraries (LD_PRELOAD): makes one call of malloc and its
-// kin, or one of fread, fail. Counting starts with main(): what runs before, the loader and the
-// constructors of static objects, has no way yet to end but the runtime's own.
+// kin, or one of fread, fail, or moves the clock. Counting starts with main(): what runs before,
+// the loader and the constructors of static objects, has no way yet to end but the runtime's own.
 //
 //   TEVTEST_FAULT  "malloc": no memory; "read-error": the read fails; "read-end": the read meets
-//                  the file's end after half of its bytes
+//                  the file's end after half of its bytes; "late": all of the run is in a year that
+//                  has more than four digits
 //   TEVTEST_CALL   the number of the call, from 1
 //   TEVTEST_MARK   a file that is created when that call is made
 
@@ -16,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 // The allocator behind the names that this library takes over.
 extern "C" {
@@ -26,7 +28,7 @@ void* __libc_realloc(void* memory, std::size_t size);
 
 namespace {
 
-enum class Fault { None, Malloc, ReadError, ReadEnd };
+enum class Fault { None, Malloc, ReadError, ReadEnd, Late };
 
 struct State {
   Fault fault = Fault::None;
@@ -45,6 +47,8 @@ Fault FaultOf(const char* name) {
     return Fault::None;
   if (std::strcmp(name, "malloc") == 0)
     return Fault::Malloc;
+  if (std::strcmp(name, "late") == 0)
+    return Fault::Late;
   return std::strcmp(name, "read-error") == 0 ? Fault::ReadError : Fault::ReadEnd;
 }
 
@@ -116,7 +120,12 @@ Main& TheMain() {
 
 int CountedMain(int count, char** arguments, char** environment) {
   Start();
-  return TheMain()(count, arguments, environment);
+  const int status = TheMain()(count, arguments, environment);
+#if defined(TEVTEST_COUNTED)
+  // Coverage counters are written behind main, by calls that are not the program's own.
+  TheState().fault = Fault::None;
+#endif
+  return status;
 }
 
 }  // namespace
@@ -138,6 +147,16 @@ std::size_t fread(void* destination, std::size_t size, std::size_t count, std::F
   if ((fault == Fault::ReadError || fault == Fault::ReadEnd) && size != 0 && IsReached())
     return FailingRead(destination, size * count, stream) / size;
   return Next<Read>("fread")(destination, size, count, stream);
+}
+
+std::time_t time(std::time_t* result) {
+  constexpr std::time_t kFarOff = 316516464000;  // about the year 12000
+  std::timespec now{};
+  std::timespec_get(&now, TIME_UTC);
+  const std::time_t seconds = TheState().fault == Fault::Late ? kFarOff : now.tv_sec;
+  if (result != nullptr)
+    *result = seconds;
+  return seconds;
 }
 
 int __libc_start_main(Main main, int count, char** arguments, void (*start)(), void (*finish)(),
