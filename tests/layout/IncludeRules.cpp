@@ -31,7 +31,14 @@ constexpr std::array kTestPlaces{
     Place{"util/", Layer::Util},    Place{"log/", Layer::Log},   Place{"lbf/", Layer::Lbf},
     Place{"adt/", Layer::Adt},      Place{"tev/", Layer::Tev},   Place{"report/", Layer::Report},
     Place{"app/", Layer::App},      Place{"run/", Layer::None},  Place{"layout/", Layer::None},
-    Place{"support/", Layer::None}, Place{"sweep/", Layer::App},
+    Place{"support/", Layer::None}, Place{"sweep/", Layer::App}, Place{"install/", Layer::Report},
+};
+
+// Fuzzers and benchmarks stand on the library, as a program does, but never on a program.
+constexpr std::array kFolders{
+    Place{"app/", Layer::App},
+    Place{"bench/", Layer::Report},
+    Place{"fuzz/", Layer::Report},
 };
 
 /// The layer of the first place that the text begins with.
@@ -75,9 +82,18 @@ bool LeavesItsRoot(std::string_view included) {
          included.find("/../") != std::string_view::npos;
 }
 
-bool IsForTests(std::string_view included) {
-  return included.starts_with("support/") || included.starts_with("gtest/") ||
-         included.starts_with("gmock/");
+bool IsFramework(std::string_view included) {
+  return included.starts_with("gtest/") || included.starts_with("gmock/");
+}
+
+/// Fuzzers and benchmarks make their models with the helpers of the tests.
+bool MayUseHelpers(std::string_view path) {
+  return IsTest(path) || path.starts_with("bench/") || path.starts_with("fuzz/");
+}
+
+bool IsForTests(std::string_view path, std::string_view included) {
+  return (IsFramework(included) && !IsTest(path)) ||
+         (included.starts_with("support/") && !MayUseHelpers(path));
 }
 
 /// What is wrong with an include; empty where it is allowed.
@@ -86,7 +102,7 @@ std::string FaultOf(std::string_view path, Layer layer, std::string_view include
   if (LeavesItsRoot(included)) {
     return quoted + " goes around the include roots";
   }
-  if (IsForTests(included) && !IsTest(path)) {
+  if (IsForTests(path, included)) {
     return quoted + " is for tests only";
   }
   const std::optional<Layer> other = Find(kHeaderPlaces, included);
@@ -109,8 +125,8 @@ std::string_view NameOf(Layer layer) {
 }
 
 std::optional<Layer> LayerOfFile(std::string_view path) {
-  if (path.starts_with("app/")) {
-    return Layer::App;
+  if (const auto layer = Find(kFolders, path)) {
+    return layer;
   }
   if (const auto test = After("tests/", path)) {
     return Find(kTestPlaces, *test);

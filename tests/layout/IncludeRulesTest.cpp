@@ -67,6 +67,22 @@ TEST(IncludeRules, HelpersOfTheTestsInTheProduct_AreFound) {
             Faults{"src/Lbt/Lbf/Block.cpp:1: \"support/ByteWriter.h\" is for tests only"});
 }
 
+TEST(IncludeRules, FuzzersAndBenchmarks_MayUseTheLibraryAndTheHelpersOfTheTests) {
+  const std::string text =
+      "#include \"Target.h\"\n#include \"Lbt/Tev/TevInfo/Summary.h\"\n"
+      "#include \"support/ModelWriter.h\"\n";
+  EXPECT_EQ(FaultsIn("fuzz/Target.cpp", text), Faults{});
+  EXPECT_EQ(FaultsIn("bench/Inflate.cpp", text), Faults{});
+}
+
+TEST(IncludeRules, FuzzersAndBenchmarksOnAProgramOrOnTheTestFramework_AreFound) {
+  EXPECT_EQ(FaultsIn("fuzz/targets/dump.cpp", "#include \"TevInfo/RunDriver.h\"\n"),
+            Faults{"fuzz/targets/dump.cpp:1: layer report includes \"TevInfo/RunDriver.h\" of "
+                   "layer app"});
+  EXPECT_EQ(FaultsIn("bench/Start.cpp", "#include <gtest/gtest.h>\n"),
+            Faults{"bench/Start.cpp:1: \"gtest/gtest.h\" is for tests only"});
+}
+
 TEST(IncludeRules, PathsAroundTheIncludeRoots_AreFound) {
   EXPECT_EQ(
       FaultsIn("src/Lbt/Util/ToString.cpp", "#include \"../Log/Raise.h\"\n"),

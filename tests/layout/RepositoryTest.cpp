@@ -1,15 +1,20 @@
 #include <gtest/gtest.h>
 
+#include <array>
+#include <filesystem>
 #include <set>
+#include <string>
 
 #include "IncludeRules.h"
 
 namespace layout {
 namespace {
 
+constexpr std::array kFolders{"include", "src", "app", "tests", "bench", "fuzz"};
+
 std::vector<std::string> AllSources() {
   std::vector<std::string> all;
-  for (const char* folder : {"include", "src", "app", "tests"}) {
+  for (const char* folder : kFolders) {
     const std::vector<std::string> some = SourcesBelow(TEVINFO_SOURCE_DIR, folder);
     all.insert(all.end(), some.begin(), some.end());
   }
@@ -18,6 +23,23 @@ std::vector<std::string> AllSources() {
 
 std::string TextIn(const std::string& path) {
   return TextOf(std::filesystem::path(TEVINFO_SOURCE_DIR) / path);
+}
+
+/// Whether somebody builds there, under whatever name.
+bool IsBuildFolder(const std::filesystem::path& folder) {
+  return folder.filename() == "build" || std::filesystem::exists(folder / "CMakeCache.txt");
+}
+
+TEST(Repository, EveryFolderWithSources_IsRead) {
+  std::set<std::string> found;
+  for (const auto& entry : std::filesystem::directory_iterator(TEVINFO_SOURCE_DIR)) {
+    const std::string name = entry.path().filename();
+    if (entry.is_directory() && !name.starts_with('.') && !IsBuildFolder(entry.path()) &&
+        !SourcesBelow(TEVINFO_SOURCE_DIR, name).empty()) {
+      found.insert(name);
+    }
+  }
+  EXPECT_EQ(found, std::set<std::string>(kFolders.begin(), kFolders.end()));
 }
 
 TEST(Repository, EveryInclude_KeepsTheOrderOfTheLayers) {
