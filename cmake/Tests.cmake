@@ -96,3 +96,13 @@ if(TARGET test_run AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   add_dependencies(test_run fault_preload)
   target_compile_definitions(test_run PRIVATE "FAULT_PRELOAD=\"$<TARGET_FILE:fault_preload>\"")
 endif()
+
+# What an installation is good for depends on no compiler flags, so the Release build alone tries it.
+if(TEVINFO_INSTALL AND CMAKE_BUILD_TYPE STREQUAL "Release")
+  add_test(NAME install.project_outside COMMAND "${CMAKE_COMMAND}"
+    "-DBUILD=${CMAKE_CURRENT_BINARY_DIR}" "-DWORK=${CMAKE_CURRENT_BINARY_DIR}/install_test"
+    "-DGENERATOR=${CMAKE_GENERATOR}" "-DCOMPILER=${CMAKE_CXX_COMPILER}"
+    "-DEXAMPLES=${PROJECT_SOURCE_DIR}/examples"
+    -P "${PROJECT_SOURCE_DIR}/tests/install/check.cmake")
+  set_tests_properties(install.project_outside PROPERTIES LABELS install TIMEOUT 300)
+endif()
