@@ -17,11 +17,6 @@
 
 namespace {
 
-using tevtest::Allowed;
-using tevtest::DoWithin;
-
-constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
-
 /// Takes everything and keeps only counts.
 class CountingBuffer : public std::streambuf {
  public:
@@ -127,8 +122,11 @@ TEST(DumpWork, ManyInstancesAndIdSetsWithoutNodes_WriteTheMeshAlone) {
 
 #if !defined(TEVTEST_SANITIZED)
 
+using tevtest::Allowed;
+using tevtest::DoWithin;
+
 /// The buffer of the text, a listing of the data sets, and what one table is made of.
-constexpr std::size_t kDumpMemory = 2 * kMebibyte;
+constexpr std::size_t kDumpMemory = std::size_t{2} * 1024 * 1024;
 
 void Dump(const TevInfo& info) { static_cast<void>(CountsOf(info)); }
 
