@@ -9,26 +9,29 @@
 
 namespace {
 
-constexpr std::uintptr_t kMebibyte = 1024 * 1024;
-constexpr std::uintptr_t kSmallHeap = 4 * kMebibyte;
-constexpr int kGrowth = 16 * kMebibyte;
+constexpr std::uint32_t kLargeTree = 2048;  // nodes
+constexpr int kGrowth = 16 * 1024 * 1024;
 
 std::uintptr_t HeapEnd() { return std::bit_cast<std::uintptr_t>(sbrk(0)); }
 
 }  // namespace
 
-HeapWatch::HeapWatch() : start_(HeapEnd()), asked_(start_) {}
+HeapWatch::HeapWatch() : asked_(HeapEnd()) {}
 
 void HeapWatch::OnNode() {
-  const std::uintptr_t heapEnd = HeapEnd();
-  if (heapEnd > asked_ && heapEnd - start_ > kSmallHeap) {
-    AskForLargePages(heapEnd);
+  ++nodes_;
+  if (nodes_ == kLargeTree) {
+    // From now on the heap grows in steps that are worth a request.
+    static_cast<void>(mallopt(M_TOP_PAD, kGrowth));
+  }
+  if (nodes_ >= kLargeTree) {
+    AskForLargePages(HeapEnd());
   }
 }
 
 void HeapWatch::AskForLargePages(std::uintptr_t heapEnd) {
-  // From now on the heap grows in steps that are worth a request.
-  static_cast<void>(mallopt(M_TOP_PAD, kGrowth));
-  Lbt::Util::AskForLargePages(std::bit_cast<void*>(asked_), heapEnd - asked_);
-  asked_ = heapEnd;
+  if (heapEnd > asked_) {
+    Lbt::Util::AskForLargePages(std::bit_cast<void*>(asked_), heapEnd - asked_);
+    asked_ = heapEnd;
+  }
 }

@@ -4,9 +4,9 @@
 
 #include "Lbt/Tev/LoadObserver.h"
 
-/// Asks the system for large pages behind the heap once a model's tree has made it grow: the
-/// nodes of a large tree would else cost a page fault for every 4 KiB. It is a request only,
-/// and small models never come to it.
+/// Asks the system for large pages behind the heap once a model's tree turns out to be large:
+/// its nodes would else cost a page fault for every 4 KiB. It is a request only, and small
+/// models never come to it.
 class HeapWatch final : public LbtTev::LoadObserver {
  public:
   HeapWatch();
@@ -17,6 +17,6 @@ class HeapWatch final : public LbtTev::LoadObserver {
  private:
   void AskForLargePages(std::uintptr_t heapEnd);
 
-  std::uintptr_t start_;  // the heap's end before the load
-  std::uintptr_t asked_;  // up to where
+  std::uint32_t nodes_ = 0;
+  std::uintptr_t asked_;  // up to where; at first where the heap ended before the load
 };

@@ -153,6 +153,36 @@ TEST_F(ModifierRun, ThreeOrMore_ShowOnlyTheOriginal) {
   ExpectModifiers(ModelModifiedBy({"one", "two", "three", "four"}), original);
 }
 
+// More nodes than a run takes for a small tree.
+TEST_F(ReportRun, ManyNodes_AreReportedInFull) {
+  constexpr std::size_t kParts = 6000;
+  model = ModelWriter();
+  const NodeRef geometry = model.AddGroup("Geometry", model.AddGroup("model", 0));
+  std::string names;
+  for (std::size_t i = 0; i < kParts; ++i) {
+    const std::string name = "Part " + std::to_string(i);
+    names += (names.empty() ? "" : ", ") + name;
+    const NodeRef mesh = model.AddGeometry(name, model.AddShape(name, geometry));
+    for (const char* result : {"Heat", "Stress"}) {
+      model.AddVariable(
+          mesh, Variable::Floats(result + ("\x1eTime = " + std::to_string(i % 3)), kScalarResult, 1,
+                                 {1.0F}, {Attribute::Float("Time", static_cast<float>(i % 3))}));
+    }
+  }
+  model.SetLayoutOfOthers({.packing = StreamLayout::Packing::Compressed});
+  const std::string bytes = model.Build();
+  const std::string summary =
+      NativeEntry("Category", "Transient") + NativeEntry("Number of Parts", "6000") +
+      NativeEntry("Number of Cut-sections", "0") + NativeEntry("Number of Iso-surfaces", "0") +
+      NativeEntry("Number of Iso-volumes", "0") + NativeEntry("Number of Flow-lines", "0") +
+      NativeEntry("Number of Results", "2") + NativeEntry("Number of Instances", "3") +
+      NativeEntry("Parts", names) + NativeEntry("Results", "Heat, Stress") +
+      NativeEntry("Instances", "Time = 0, Time = 1, Time = 2") +
+      NativeEntry("Time Steps", "0, 1, 2");
+  ExpectReport(Run({dir.Write("model.tev", bytes)}),
+               NativeDocument(NativeEntry("Tev File Size", KibibyteText(bytes.size())) + summary));
+}
+
 TEST_F(ReportRun, MemoryLine_ShowsWholeMebibytesThatTheRunHad) {
   const std::string path = dir.Write("model.tev", model.Build());
   const RunResult run =

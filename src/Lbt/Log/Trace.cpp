@@ -74,6 +74,7 @@ void SetLogFile() {
     return;
   }
   const std::string path = directory + "TevInfo_trace.log";
-  std::cerr << "Writing log to \"" << path << '"' << std::endl;
+  // In one piece, so that runs at the same time do not mix theirs.
+  std::cerr << "Writing log to \"" + path + "\"\n" << std::flush;
   Lbt::Log::LogTraceToFile(path.c_str());
 }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Lbt/Log/Raise.h"
+#include "Lbt/Util/LargePages.h"
 #include "Lbt/Util/UnShuffle.h"
 
 namespace LbtTev {
@@ -62,6 +63,8 @@ void DataLoader::LoadTo(std::vector<T>& out) const {
   if (stored.empty()) {
     return;  // a closed file whose blocks in memory are used up
   }
+  out.reserve(count);
+  Lbt::Util::AskForLargePages(out.data(), count * kElementSize);
   out.resize(count);
   const auto elements = stored.first(count * kElementSize);
   std::byte* items = std::as_writable_bytes(std::span(out)).data();
