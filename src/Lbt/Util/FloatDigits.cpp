@@ -57,10 +57,6 @@ Decimal ToDecimal(double value) {
   auto digits = static_cast<std::uint32_t>(scaled);
   const double rest = scaled - digits;
   digits += rest > 0.5 ? 1 : 0;
-  if (digits == 1000000) {
-    digits = 100000;
-    ++exponent;
-  }
   return {digits, exponent, std::abs(rest - 0.5) > kDoubt};
 }
 
