@@ -181,6 +181,30 @@ TEST(Block, GetWithoutACopy_HasTheSameBounds) {
   EXPECT_EQ(block.GetPosition(), 3U);
 }
 
+TEST(Block, GetText_HasTheSameBytesAndBounds) {
+  const OpenBytes file("abcdef");
+  Block block;
+  block.Read(file.Stream(), 6);
+  EXPECT_EQ(block.GetText(2), "ab");
+  EXPECT_EQ(block.GetText(0), "");
+  EXPECT_EQ(FailureOf([&] { static_cast<void>(block.GetText(5)); }), tevtest::NotEnoughBytes());
+  EXPECT_EQ(block.GetText(4), "cdef");
+}
+
+TEST(Block, Peek_SeesWhatIsLeftAndTakesNothing) {
+  const OpenBytes file("abcdef");
+  Block block;
+  EXPECT_EQ(block.Peek(), "");
+  block.Read(file.Stream(), 6);
+  EXPECT_EQ(Taken(block, 4), "abcd");
+  EXPECT_EQ(block.Peek(), "ef");
+  EXPECT_EQ(block.Peek(), "ef");
+  EXPECT_EQ(Taken(block, 2), "ef");
+  EXPECT_EQ(block.Peek(), "");
+  block.Release();
+  EXPECT_EQ(block.Peek(), "");
+}
+
 TEST(Block, SetPosition_ToTheSize_Succeeds) {
   Block block = BlockOf("abc");
   block.SetPosition(3);

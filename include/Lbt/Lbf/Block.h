@@ -54,12 +54,14 @@ class Block {
     return {static_cast<const char*>(characters), bytes.size()};
   }
 
-  /// All bytes from the cursor to the end as characters, with the cursor left where it is.
-  [[nodiscard]] std::string_view Peek() {
-    const std::uint32_t start = position_;
-    const std::string_view rest = HasBuffer() ? GetText(GetRemaining()) : std::string_view();
-    position_ = start;
-    return rest;
+  /// The bytes from the cursor to the end as characters, with the cursor left where it is; none
+  /// of a released block.
+  [[nodiscard]] std::string_view Peek() const {
+    if (!HasBuffer()) {
+      return {};
+    }
+    const void* start = buffer_.get() + position_;
+    return {static_cast<const char*>(start), GetRemaining()};
   }
 
   /// Moves the cursor; to the size is allowed. Throws "Out of Bounds" beyond it.

@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "Lbt/Lbf/Block.h"
-#include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Lbf/Index.h"
 #include "Lbt/Lbf/StoredList.h"
 #include "Lbt/Util/FileAccess.h"
@@ -98,23 +97,15 @@ class LbFile {
   template <StreamValue T>
   void Get(std::string_view name, T& value);
 
-  /// Reads values one after another as calls of Get do, and looks for the stream's block only
-  /// where the last one has no bytes left.
-  template <StreamValue... T>
-  void GetEach(std::string_view name, T&... values) {
-    Block* block = nullptr;
-    (GetNext(name, block, values), ...);
-  }
-
   /// The next "length" bytes of a stream without a copy, valid until the next seek in
   /// it; none where the stream is missing.
   [[nodiscard]] std::span<const unsigned char> GetBytes(std::string_view name,
                                                         unsigned long length);
 
-  /// What is left of the block that the next read of a stream is served from, with no cursor
-  /// moved; valid until the next seek in the stream. Nothing where the file is closed, its
-  /// index has not been read, or it lacks the stream. Throws what a load throws.
-  [[nodiscard]] std::string_view PeekBytes(std::string_view name);
+  /// The block that the next read of a stream is served from; valid until the next seek. Null
+  /// where only a read can tell what comes of it: the file is closed, its index has not been
+  /// read, or it lacks the stream. Throws what a load throws.
+  [[nodiscard]] Block* FindReadingBlock(std::string_view name);
 
   /// The block that the next read of a stream is served from. Throws "Element Not
   /// Found" for a missing stream.
@@ -145,19 +136,6 @@ class LbFile {
     void operator()(std::FILE* stream) const { static_cast<void>(std::fclose(stream)); }
   };
 
-  template <StreamValue T>
-  void GetNext(std::string_view name, Block*& block, T& value) {
-    if (block == nullptr || block->IsConsumed()) {
-      block = FindReadingBlock(name);
-    }
-    if (block != nullptr) {
-      CopyFromBlock(*block, value);
-    } else {
-      Get(name, value);
-    }
-  }
-
-  [[nodiscard]] Block* FindReadingBlock(std::string_view name);
   [[nodiscard]] std::string ReadHeader(long offset, std::size_t length);
 
   std::unique_ptr<std::FILE, Close> stream_;

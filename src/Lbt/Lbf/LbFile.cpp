@@ -165,15 +165,8 @@ std::span<const unsigned char> LbFile::GetBytes(std::string_view name, unsigned 
   }
 }
 
-/// The block that serves the next read of a stream; null where only Get can tell what comes
-/// of it: the file is closed, its index has not been read, or it lacks the stream.
 Block* LbFile::FindReadingBlock(std::string_view name) {
   return IsOpen() && !index_.IsEmpty() ? index_.FindReadingBlock(name, stream_.get()) : nullptr;
-}
-
-std::string_view LbFile::PeekBytes(std::string_view name) {
-  Block* block = FindReadingBlock(name);
-  return block == nullptr ? std::string_view() : block->Peek();
 }
 
 template <StreamValue T>

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "Lbt/Lbf/StreamReader.h"
 #include "TooShort.h"
 
 namespace LbtUtil {
@@ -35,8 +36,9 @@ void AttributeSetReader::ReadLists(LbtLbf::LbFile& file, std::string_view blockN
   floatValues_.Clear();
   doubleValues_.Clear();
   textValues_.Clear();
-  file.GetEach(blockName, names_, types_.values, uintValues_.values, floatValues_.values,
-               doubleValues_.values, textValues_.values);
+  LbtLbf::StreamReader(file, blockName)
+      .Get(names_, types_.values, uintValues_.values, floatValues_.values, doubleValues_.values,
+           textValues_.values);
 }
 
 void AttributeSetReader::Read(LbtLbf::LbFile& file, std::string_view blockName,

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "Lbt/Lbf/StreamReader.h"
 #include "Lbt/Tev/AttributeSetCache.h"
 #include "Lbt/Tev/Attributes.h"
 #include "Lbt/Tev/Geometry.h"
@@ -14,17 +15,25 @@ namespace {
 /// Where the parts of a geometry record lie, and what reads its attribute sets.
 struct Source {
   LbtLbf::LbFile& file;
-  std::string_view light;
+  LbtLbf::StreamReader light;
   std::string_view heavy;
-  std::string_view attributes;
+  LbtLbf::StreamReader attributes;
   std::string_view version;
   AttributeSetCache* cache;
   LbtUtil::AttributeSetReader attributeReader{};
 
   template <class T>
-  [[nodiscard]] T Light(T value = T{}) const {
-    file.Get(light, value);
+  [[nodiscard]] T Light() {
+    T value{};
+    light.Get(value);
     return value;
+  }
+
+  /// Readers know no block any more behind a seek.
+  void SeekHeavy(unsigned long position) {
+    file.SetBlockPosition(heavy, position);
+    light = LbtLbf::StreamReader(file, light.GetName());
+    attributes = LbtLbf::StreamReader(file, attributes.GetName());
   }
 };
 
@@ -35,7 +44,7 @@ constexpr unsigned int kMostReserved = 256;
 template <class... Further>
 void ReadArray(Source& source, NumericArray& array, Further&... further) {
   unsigned int byteSize = 0;
-  source.file.GetEach(source.light, byteSize, array.width, further...);
+  source.light.Get(byteSize, array.width, further...);
   array.byteSize = byteSize;
   array.hasData = byteSize != 0;
 }
@@ -54,14 +63,14 @@ Geometry::VariableType MaskedType(unsigned int code) {
 }
 
 /// Like all ids of a grafted file; a link to nothing stays one.
-unsigned int ReadLink(const Source& source, unsigned int idOffset) {
+unsigned int ReadLink(Source& source, unsigned int idOffset) {
   const auto nodeId = source.Light<unsigned int>();
   return nodeId == 0 ? 0 : nodeId + idOffset;
 }
 
 /// Takes the data of a version "0.5" variable, which no loader will fetch later.
 void ReadDataAtOnce(Source& source, unsigned long position, NumericArray& array) {
-  source.file.SetBlockPosition(source.heavy, position);
+  source.SeekHeavy(position);
   const auto bytes = source.file.GetBytes(source.heavy, array.byteSize);
   array.storedBytes =
       boost::make_shared<const std::vector<unsigned char>>(bytes.begin(), bytes.end());
@@ -88,19 +97,18 @@ void ReadOwnData(Source& source, Geometry& geometry, const std::string& name, Nu
 
 /// Attribute sets that were read before are taken from the cache, where there is one.
 void ReadAttributes(Source& source, Geometry::VarStruct& variable) {
+  LbtLbf::Block* block = source.cache == nullptr ? nullptr : source.attributes.FindBlock();
   const std::string_view storedSet =
-      source.cache == nullptr
-          ? std::string_view()
-          : AttributeSetCache::StoredSet(source.file.PeekBytes(source.attributes));
+      block == nullptr ? std::string_view() : AttributeSetCache::StoredSet(block->Peek());
   const auto* known = storedSet.empty() ? nullptr : source.cache->Find(storedSet);
   if (known != nullptr) {
-    static_cast<void>(source.file.GetBytes(source.attributes, storedSet.size()));
+    static_cast<void>(block->GetText(static_cast<std::uint32_t>(storedSet.size())));
     variable.isVibration = known->isVibration;
     variable.attributes = known->attributes;
     return;
   }
   LbtUtil::AttributeMap attributes;
-  source.attributeReader.Read(source.file, source.attributes, attributes);
+  source.attributeReader.Read(source.file, source.attributes.GetName(), attributes);
   Geometry::ProcessAttributes(variable, std::move(attributes));
   if (!storedSet.empty()) {
     source.cache->Keep(storedSet, {variable.isVibration, variable.attributes});
@@ -110,7 +118,7 @@ void ReadAttributes(Source& source, Geometry::VarStruct& variable) {
 void ReadVariable(Source& source, Geometry& geometry, unsigned int idOffset) {
   Geometry::VarStruct variable;
   unsigned int type = 0;
-  source.file.GetEach(source.light, variable.name, type, variable.isLinked);
+  source.light.Get(variable.name, type, variable.isLinked);
   variable.variableType = MaskedType(type);
   if (variable.isLinked) {
     variable.linkNodeId = ReadLink(source, idOffset);
@@ -132,7 +140,7 @@ void ReadOldVariable(Source& source, Geometry& geometry) {
   const bool hasAttributes = hasFurtherFlag && source.version != "0.3";
   Geometry::VarStruct variable;
   unsigned int type = 0;
-  source.file.GetEach(source.light, variable.name, type);
+  source.light.Get(variable.name, type);
   variable.variableType = static_cast<Geometry::VariableType>(type);
   if (hasFlags) {
     ReadFlaggedArray(source, variable.array);
@@ -146,7 +154,7 @@ void ReadOldVariable(Source& source, Geometry& geometry) {
     ReadAttributes(source, variable);
   }
   const unsigned long position = source.Light<unsigned int>();
-  source.file.SetBlockPosition(source.heavy, position);
+  source.SeekHeavy(position);
   variable.array.CreateDataLoader(source.file, std::string(source.heavy), position, false);
   geometry.variables.push_back(std::move(variable));
 }
@@ -160,7 +168,9 @@ void Geometry::ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
     ReadVc_l05(file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version, cache);
     return;
   }
-  Source source{file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version, cache};
+  Source source{
+      file, {file, lightDataBlockName}, heavyDataBlockName, {file, attributesBlockName}, version,
+      cache};
   const auto count = source.Light<unsigned int>();
   variables.reserve(std::min(count, kMostReserved));
   for (unsigned int i = 0; i < count; ++i) {
@@ -171,7 +181,9 @@ void Geometry::ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
 void Geometry::ReadVc_l05(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
                           std::string_view heavyDataBlockName, std::string_view attributesBlockName,
                           std::string_view version, AttributeSetCache* cache) {
-  Source source{file, lightDataBlockName, heavyDataBlockName, attributesBlockName, version, cache};
+  Source source{
+      file, {file, lightDataBlockName}, heavyDataBlockName, {file, attributesBlockName}, version,
+      cache};
   const auto count = source.Light<unsigned int>();
   variables.reserve(std::min(count, kMostReserved));
   for (unsigned int i = 0; i < count; ++i) {

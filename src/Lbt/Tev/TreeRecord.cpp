@@ -1,5 +1,6 @@
 #include "Lbt/Tev/TreeRecord.h"
 
+#include "Lbt/Lbf/StreamReader.h"
 #include "Lbt/Util/LittleEndian.h"
 
 namespace LbtTev {
@@ -11,13 +12,14 @@ int ReadTreeRecordCount(LbtLbf::LbFile& file, const std::string& name) {
 
 TreeRecord ReadTreeRecord(LbtLbf::LbFile& file, const std::string& name, bool wideOffsets) {
   TreeRecord record;
-  file.GetEach(name, record.id, record.parent, record.previousSibling, record.nextSibling,
-               record.firstChild, record.lastChild, record.name, record.type, record.version);
+  LbtLbf::StreamReader tree(file, name);
+  tree.Get(record.id, record.parent, record.previousSibling, record.nextSibling, record.firstChild,
+           record.lastChild, record.name, record.type, record.version);
   if (wideOffsets) {
-    file.Get(name, record.lightDataPosition);
+    tree.Get(record.lightDataPosition);
   } else {
     unsigned int position = 0;
-    file.Get(name, position);
+    tree.Get(position);
     record.lightDataPosition = position;
   }
   return record;

@@ -1,4 +1,4 @@
-// Reading several values at a time, and looking at what comes next.
+// Reading values of a stream one after another, and looking at what comes next.
 
 #include <gtest/gtest.h>
 
@@ -8,6 +8,7 @@
 
 #include "LbfSupport.h"
 #include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Lbf/StreamReader.h"
 #include "support/ByteWriter.h"
 #include "support/ContainerWriter.h"
 #include "support/TempDir.h"
@@ -28,6 +29,7 @@ class Opened {
   }
 
   LbFile* operator->() { return &file_; }
+  LbFile& operator*() { return file_; }
 
  private:
   TempDir directory_;
@@ -42,7 +44,7 @@ struct Values {
 };
 
 void ReadEach(Opened& file, Values& values) {
-  file->GetEach("A", values.number, values.flag, values.text, values.wide);
+  StreamReader(*file, "A").Get(values.number, values.flag, values.text, values.wide);
 }
 
 void ExpectRead(const Values& values) {
@@ -52,7 +54,7 @@ void ExpectRead(const Values& values) {
   EXPECT_EQ(values.wide, 0x100000000U);
 }
 
-TEST(LbFileEach, ValuesInOneBlock_FollowOneAnother) {
+TEST(StreamReader, ValuesInOneBlock_FollowOneAnother) {
   Opened file(ContainerWriter().AddRaw(
       "A", ByteWriter().U32(7).U8(1).Text("abc").U64(0x100000000).U8(9).Bytes()));
   Values values;
@@ -63,7 +65,7 @@ TEST(LbFileEach, ValuesInOneBlock_FollowOneAnother) {
   EXPECT_EQ(next, 9);
 }
 
-TEST(LbFileEach, EachValueInABlockOfItsOwn_IsRead) {
+TEST(StreamReader, EachValueInABlockOfItsOwn_IsRead) {
   Opened file(ContainerWriter()
                   .AddRaw("A", ByteWriter().U32(7).Bytes())
                   .AddRaw("A", "")
@@ -76,7 +78,7 @@ TEST(LbFileEach, EachValueInABlockOfItsOwn_IsRead) {
   ExpectRead(values);
 }
 
-TEST(LbFileEach, ValueThatABlockCannotHold_FailsBehindThoseBefore) {
+TEST(StreamReader, ValueThatABlockCannotHold_FailsBehindThoseBefore) {
   Opened file(ContainerWriter()
                   .AddRaw("A", ByteWriter().U32(7).U8(1).U32(9).Bytes())
                   .AddRaw("A", ByteWriter().Text("abc").Bytes()));
@@ -88,7 +90,7 @@ TEST(LbFileEach, ValueThatABlockCannotHold_FailsBehindThoseBefore) {
   EXPECT_EQ(values.wide, 2U);
 }
 
-TEST(LbFileEach, MissingStream_LeavesAllValuesAlone) {
+TEST(StreamReader, MissingStream_LeavesAllValuesAlone) {
   Opened file(ContainerWriter().AddRaw("B", "x"));
   Values values;
   ReadEach(file, values);
@@ -98,45 +100,51 @@ TEST(LbFileEach, MissingStream_LeavesAllValuesAlone) {
   EXPECT_EQ(values.wide, 2U);
 }
 
-TEST(LbFileEach, ListsOfAStreamInSeveralBlocks_StayValidTogether) {
+TEST(StreamReader, ListsOfAStreamInSeveralBlocks_StayValidTogether) {
   Opened file(ContainerWriter()
                   .AddCompressed("A", ByteWriter().U32(2).Text("one").Text("two").Bytes())
                   .AddCompressed("A", ByteWriter().U32(1).U32(5).Bytes()));
   std::vector<std::string_view> texts;
   StoredList<unsigned int> numbers;
-  file->GetEach("A", texts, numbers);
+  StreamReader(*file, "A").Get(texts, numbers);
   EXPECT_EQ(texts, (std::vector<std::string_view>{"one", "two"}));
   ASSERT_EQ(numbers.size(), 1U);
   EXPECT_EQ(numbers[0], 5U);
 }
 
-TEST(LbFilePeek, BytesOfTheNextRead_AreSeenAndNotTaken) {
+/// What is left of the block that the next read is served from.
+std::string_view Ahead(LbFile& file, std::string_view stream) {
+  Block* block = file.FindReadingBlock(stream);
+  return block == nullptr ? "no block" : block->Peek();
+}
+
+TEST(LbFileReadingBlock, BytesOfTheNextRead_AreSeenAndNotTaken) {
   Opened file(ContainerWriter().AddRaw("A", "abc").AddRaw("A", "de"));
   unsigned char taken = 0;
   file->Get("A", taken);  // which reads the index
-  EXPECT_EQ(file->PeekBytes("A"), "bc");
-  EXPECT_EQ(file->PeekBytes("A"), "bc");
+  EXPECT_EQ(Ahead(*file, "A"), "bc");
+  EXPECT_EQ(Ahead(*file, "A"), "bc");
   file->Get("A", taken);
   file->Get("A", taken);
   EXPECT_EQ(taken, 'c');
-  EXPECT_EQ(file->PeekBytes("A"), "de");
+  EXPECT_EQ(Ahead(*file, "A"), "de");
 }
 
-TEST(LbFilePeek, ClosedFileUnreadIndexOrMissingStream_HasNothing) {
+TEST(LbFileReadingBlock, ClosedFileUnreadIndexOrMissingStream_HasNone) {
   LbFile closed;
-  EXPECT_EQ(closed.PeekBytes("A"), "");
+  EXPECT_EQ(closed.FindReadingBlock("A"), nullptr);
   Opened file(ContainerWriter().AddRaw("A", "abc"));
-  EXPECT_EQ(file->PeekBytes("A"), "");
+  EXPECT_EQ(file->FindReadingBlock("A"), nullptr);
   file->ReadIndex();
-  EXPECT_EQ(file->PeekBytes("A"), "abc");
-  EXPECT_EQ(file->PeekBytes("B"), "");
+  EXPECT_EQ(Ahead(*file, "A"), "abc");
+  EXPECT_EQ(file->FindReadingBlock("B"), nullptr);
 }
 
-TEST(LbFilePeek, StreamThatIsUsedUp_HasNothing) {
+TEST(LbFileReadingBlock, StreamThatIsUsedUp_HasItsLastOneWithoutBytes) {
   Opened file(ContainerWriter().AddRaw("A", "a"));
   unsigned char taken = 0;
   file->Get("A", taken);
-  EXPECT_EQ(file->PeekBytes("A"), "");
+  EXPECT_EQ(Ahead(*file, "A"), "");
 }
 
 }  // namespace
