@@ -46,7 +46,7 @@ def profile(command):
                 # A function that calls itself stands there more than once.
                 inclusive[name] = max(inclusive.get(name, 0), value / total)
         for value, name, library in _annotated(path, "--inclusive=no"):
-            kind = _kind(name, library)
+            kind = kind_of(name, library)
             alone[kind] = alone.get(kind, 0) + value / total
         return _sorted(inclusive), _sorted(alone)
 
@@ -60,11 +60,11 @@ def _annotated(path, option):
         if match and match.group(3):
             # "file:function": a file's name has no colon, a function's has.
             function = match.group(2).split(":", 1)[1]
-            yield (int(match.group(1).replace(",", "")), _short(function),
+            yield (int(match.group(1).replace(",", "")), short_name(function),
                    os.path.basename(match.group(3)))
 
 
-def _short(function):
+def short_name(function):
     """A function's name without its arguments and those of templates."""
     name = re.sub(r" \[clone.*|'\d+$", "", function)
     name = name.replace("(anonymous namespace)::", "").replace("operator()", "operator call")
@@ -75,7 +75,8 @@ def _short(function):
     return name if name.startswith("operator ") else name.split(" ")[-1]
 
 
-def _kind(name, library):
+def kind_of(name, library):
+    """Helpers of one kind under one name; a function of the program under its own."""
     if library.startswith("libz."):
         return "zlib"
     if library.startswith("ld-"):

@@ -110,7 +110,8 @@ class Dump(Case):
         for kind in ("hdf5", "netcdf"):
             self.arena.call([rivals, kind, model, self.arena.path("dump." + kind)])
         self.ours = self.runner("`TevInfo --extract-data`",
-                                [self.arena.program("TevInfo"), "--extract-data", model])
+                                [self.arena.program("TevInfo"), "--extract-data", model],
+                                runs_per_turn=5)
         self.h5dump = self.runner("`h5dump`", ["h5dump", self.arena.path("dump.hdf5")])
         self.ncdump = self.runner("`ncdump`", ["ncdump", self.arena.path("dump.netcdf")])
         loop = self.runner("plain loop over a C++ stream",
@@ -152,7 +153,8 @@ class ManyNodes(Case):
         model = self.model("nodes")
         rival = self.arena.path("nodes.hdf5")
         self.arena.call([self.arena.program("bench_rivals"), "hdf5", model, rival])
-        self.ours = self.runner("`TevInfo`", [self.arena.program("TevInfo"), model])
+        self.ours = self.runner("`TevInfo`", [self.arena.program("TevInfo"), model],
+                                runs_per_turn=10)
         self.h5dump = self.runner("`h5dump -A`", ["h5dump", "-A", rival])
         self.start = self.runner("trivial program", [self.arena.program("bench_start"), model],
                                  runs_per_turn=20)

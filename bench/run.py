@@ -15,12 +15,21 @@ import tempfile
 
 import callgrind
 import document
+import sampling
 from cases import CASES, GIB, Goals
 from contest import Arena
 from document import table, text_of_seconds
 
 VALUES_PER_LOOP = 4096  # of bench_numbers
 OTHERS = ("numbers", "container", "profile")
+PROFILE_NOTES = """\
+What is neither inflating, copying once nor writing text, and why it is there: page faults are
+memory that is touched for the first time, for each byte once, in large pages where the system has
+them. Allocating is the tree itself: a node, its variables, their names, the places of their data and
+their loaders, which callers may ask for after the report; nothing of it is freed one by one.
+`GatherPartsAndResults` and `Tree::UpdateLinkedBuffers` walk over the whole tree once more, since a
+link may lead to what comes later, and wait for memory that the caches have lost by then. The
+comparisons of texts are the names of streams, variables and attributes."""
 
 
 # --- Pieces ---------------------------------------------------------------------------------------
@@ -53,19 +62,22 @@ def container_section(arena, quick):
 
 
 def profile_section(arena):
-    parts = ["## Where the time goes\n\nShares of all instructions, counted by callgrind: what a "
-             "flame graph would show, from the root to the tips. With all that it calls:"]
+    sampled = sampling.is_possible()
+    profile = sampling.profile if sampled else callgrind.profile
+    how = ("time, sampled by perf in ten runs each" if sampled
+           else "instructions, counted by callgrind")
+    parts = [f"## Where the time goes\n\nShares of all {how}: what a flame graph would show, from "
+             "the root to the tips. With all that it calls:"]
     runs = (("the dump", ["--extract-data", arena.path("dump.tev")]),
             ("the report on many nodes", [arena.path("nodes.tev")]))
-    profiles = [(name, callgrind.profile([arena.program("TevInfo"), *arguments]))
-                for name, arguments in runs]
+    profiles = [(name, profile([arena.program("TevInfo"), *arguments])) for name, arguments in runs]
     for heading, which, least in (("", 0, 0.03), ("By itself:\n\n", 1, 0.02)):
         for name, shares in profiles:
             rows = [[f"`{function}`" if "::" in function else function, f"{share:.0%}"]
                     for share, function in shares[which] if share >= least]
             parts.append(heading + table([f"In {name}", "Share"], rows))
             heading = ""
-    return "\n\n".join(parts)
+    return "\n\n".join([*parts, PROFILE_NOTES])
 
 
 # --- The document ---------------------------------------------------------------------------------
