@@ -65,6 +65,36 @@ TEST_F(MemoryLimitOfAGoodModel, HeavyDataOfAVariable_IsNotReadForTheReport) {
                                               "include/Lbt/Lbf/Block"));
 }
 
+// Each block has a buffer of 10 MiB, of which only the pages that are filled may cost memory, also
+// where a tree is so large that its own memory is asked for in larger pages.
+TEST_F(MemoryLimitOfAGoodModel, ManySmallBlocksBehindALargeTree_CostWhatTheyHold) {
+  constexpr std::uint32_t kTogether = 2100;
+  constexpr std::uint32_t kApart = 300;
+  const auto record = [](std::uint32_t id) {
+    ByteWriter bytes;
+    bytes.U32(id);
+    for (int link = 0; link < 5; ++link) {
+      bytes.U32(0);
+    }
+    return bytes.Text("").Text("").Text("").U64(0).Bytes();
+  };
+  std::string first = ByteWriter().U32(kTogether + kApart).Bytes();
+  for (std::uint32_t id = 1; id <= kTogether; ++id) {
+    first += record(id);
+  }
+  ContainerWriter container;
+  container.AddRaw("Tev Tree", first);
+  for (std::uint32_t id = 1; id <= kApart; ++id) {
+    container.AddRaw("Tev Tree", record(kTogether + id));
+  }
+  const std::string path = dir.Write("model.tev", container.Build().bytes);
+  const RunResult run =
+      RunProgram({TEVINFO_PROGRAM, path}, {.environment = {{"QUARLO_TEMP_PATH", logDirectory}}});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_NE(run.output.find(NativeEntry("Category", "Unknown")), std::string::npos);
+  EXPECT_LT(run.peakKiB, 128 * 1024);
+}
+
 class MemoryLimitOfACheck : public TevCheckRun {
  protected:
   /// 100,000 tree records of 47 bytes, each with five links to nothing.

@@ -140,6 +140,24 @@ TEST(Tree, RecordsThatEndTooEarly_FailAndKeepTheNodesReadUntilThen) {
   }
 }
 
+TEST(Tree, GeometriesOfALoadThatFailed_HaveNoLoaders) {
+  ModelWriter model;
+  model.AddGroup("root", 0);
+  model.AddVariable(model.AddGeometry("mesh", 1), tevtest::Variable::Floats("v", 12, 1, {1.0F}));
+  const std::string whole = model.StreamBytes(kTree);
+  LoadedTree loaded(model);
+  EXPECT_NE(loaded.At<Geometry>(2).variables.at(0).array.loader, nullptr);
+
+  model.AddGroup("never read", 1);
+  model.ReplaceStream(kTree, model.StreamBytes(kTree).substr(0, whole.size() + 20));
+  ModelOnDisk disk(model.Build());
+  Tree tree;
+  EXPECT_EQ(FailureOf([&] { tree.LoadTree(disk.File(), 0, true); }), tevtest::kNotEnoughBytes);
+  const auto& geometry = dynamic_cast<const Geometry&>(*tree.GetReqNode(2).data);
+  EXPECT_EQ(geometry.variables.at(0).array.loader, nullptr);
+  EXPECT_EQ(geometry.heavyDataPositions.at("v"), 0U);
+}
+
 TEST(Tree, AFieldThatGoesOnInTheNextBlock_FailsWithNotEnoughBytes) {
   ModelWriter model;
   model.AddGroup("first", 0);

@@ -93,7 +93,7 @@ class LbFile {
   /// when it is closed; callers depend on that difference.
   ///
   /// A StoredList and views of strings stay in their block: they are valid until the next
-  /// seek in the stream.
+  /// seek in the stream, or until the block or the index is read anew.
   template <StreamValue T>
   void Get(std::string_view name, T& value);
 

@@ -16,6 +16,11 @@ namespace LbtTev {
 /// that it stays small whatever a file has.
 class AttributeSetCache {
  public:
+  AttributeSetCache() = default;
+  ~AttributeSetCache() = default;
+  AttributeSetCache(const AttributeSetCache&) = delete;
+  AttributeSetCache& operator=(const AttributeSetCache&) = delete;
+
   /// What Geometry::ProcessAttributes makes of a set.
   struct Result {
     bool isVibration = false;

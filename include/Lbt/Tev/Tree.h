@@ -65,12 +65,13 @@ class Tree : public LbtAdt::Tree<Node*> {
   std::vector<ModifierInfo> modifierInfos;
 
  private:
+  class Loading;
+
   unsigned int InsertNode(LbtAdt::TreeNode<Node*> entry, std::unique_ptr<Node> node);
   unsigned int GraftNode(unsigned int parentId, const LbtAdt::TreeNode<Node*>& record,
                          std::unique_ptr<Node> node);
   [[nodiscard]] bool HasData() const;
-  void ReadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>* blockMap,
-                unsigned int parentId, bool wideOffsets, LoadObserver* observer);
+  void DropLoaders();
   void LoadNodeSets(LbtLbf::LbFile& file, std::vector<unsigned int> ids);
   void LoadNumbers(LbtLbf::LbFile& file);
 

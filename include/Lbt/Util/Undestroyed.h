@@ -15,6 +15,7 @@ class Undestroyed {
   Undestroyed(const Undestroyed&) = delete;
   Undestroyed& operator=(const Undestroyed&) = delete;
 
+  /// The value.
   [[nodiscard]] T& Get() { return value_; }
 
  private:

@@ -117,7 +117,9 @@ void Block::CheckFreeSpaceAndAllocateMemory(unsigned int& position, const unsign
   }
   if (end >= capacity_) {
     AllocateAdditionalMemory(std::max(length, GetDefaultSize()));
-    Lbt::Util::AskForLargePages(buffer_.get() + position, length);
+    if (end <= capacity_) {
+      Lbt::Util::AskForLargePages(buffer_.get() + position, length);
+    }
   }
 }
 

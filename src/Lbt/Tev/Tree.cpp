@@ -54,12 +54,6 @@ void CollectLinks(const Tree& tree, Geometry& geometry, std::vector<Link>& links
   }
 }
 
-/// These read nothing yet, so that they need not wait for the rest of the tree.
-void MakeLoaders(LbtLbf::LbFile& file, const std::string& heavy, Geometry& geometry) {
-  geometry.LoadConnectivityBlocks(file, heavy);
-  geometry.LoadOtherBlocks(file, heavy);
-}
-
 }  // namespace
 
 Tree::~Tree() {
@@ -78,59 +72,118 @@ void Tree::LoadGlobalInfo(LbtLbf::LbFile& file) {
   }
 }
 
+/// One load of a tree.
+class Tree::Loading {
+ public:
+  Loading(Tree& tree, LbtLbf::LbFile& file, unsigned int parentId, bool wideOffsets)
+      : tree_(tree),
+        file_(file),
+        parentId_(parentId),
+        idOffset_(parentId == 0 ? 0 : tree.GetNextId() - 1),
+        wideOffsets_(wideOffsets),
+        isFirst_(!tree.HasData()) {}
+
+  /// Null where nobody wants to have them.
+  void SetListeners(std::map<unsigned int, unsigned int>* blockMap, LoadObserver* observer) {
+    blockMap_ = blockMap;
+    observer_ = observer;
+  }
+
+  void Run() {
+    const int count = ReadTreeRecordCount(file_, streams_.tree);
+    try {
+      for (int i = 0; i < count; ++i) {
+        ReadOne(i == 0 && parentId_ != 0);
+      }
+    } catch (...) {
+      if (isFirst_) {
+        tree_.DropLoaders();
+      }
+      throw;
+    }
+    if (isFirst_) {
+      tree_.LoadNodeSets(file_, std::move(nodeSetIds_));
+    } else {
+      tree_.LoadNumbers(file_);
+    }
+  }
+
+ private:
+  void ReadOne(bool isGrafted) {
+    const TreeRecord record = ReadTreeRecord(file_, streams_.tree, wideOffsets_);
+    if (observer_ != nullptr) {
+      observer_->OnRecord(record);
+    }
+    const LbtAdt::TreeNode<Node*> entry = EntryOf(record, parentId_, idOffset_);
+    if (blockMap_ != nullptr) {
+      blockMap_->insert_or_assign(blockMap_->end(), entry.id, record.id);
+    }
+    if (record.lightDataPosition != 0) {
+      file_.SetBlockPosition(streams_.light, record.lightDataPosition);
+    }
+    std::unique_ptr<Node> node = ReadNode(file_, streams_, record, idOffset_, cache_);
+    Node* const read = node.get();
+    const unsigned int id = isGrafted ? tree_.GraftNode(parentId_, entry, std::move(node))
+                                      : tree_.InsertNode(entry, std::move(node));
+    LocateNumbers(read, id);
+    if (observer_ != nullptr) {
+      observer_->OnNode();
+    }
+  }
+
+  /// Loaders read nothing yet: those of a first load are made while the geometry is at hand.
+  void LocateNumbers(Node* node, unsigned int id) {
+    if (auto* geometry = NodeCast<Geometry>(node); isFirst_ && geometry != nullptr) {
+      geometry->LoadConnectivityBlocks(file_, streams_.heavy);
+      geometry->LoadOtherBlocks(file_, streams_.heavy);
+    } else if (NodeCast<NodeSets>(node) != nullptr) {
+      nodeSetIds_.push_back(id);
+    }
+  }
+
+  Tree& tree_;
+  LbtLbf::LbFile& file_;
+  const StreamNames streams_;
+  unsigned int parentId_;
+  unsigned int idOffset_;
+  bool wideOffsets_;
+  bool isFirst_;  // no nodes were there before
+  std::map<unsigned int, unsigned int>* blockMap_ = nullptr;
+  LoadObserver* observer_ = nullptr;
+  AttributeSetCache cache_;
+  std::vector<unsigned int> nodeSetIds_;
+};
+
 void Tree::LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& blockMap,
                     unsigned int parentId, bool wideOffsets, LoadObserver* observer) {
-  ReadTree(file, &blockMap, parentId, wideOffsets, observer);
+  Loading loading(*this, file, parentId, wideOffsets);
+  loading.SetListeners(&blockMap, observer);
+  loading.Run();
 }
 
 void Tree::LoadTree(LbtLbf::LbFile& file, unsigned int parentId, bool wideOffsets,
                     LoadObserver* observer) {
-  ReadTree(file, nullptr, parentId, wideOffsets, observer);
-}
-
-void Tree::ReadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>* blockMap,
-                    unsigned int parentId, bool wideOffsets, LoadObserver* observer) {
-  const StreamNames streams;
-  const unsigned int idOffset = parentId == 0 ? 0 : GetNextId() - 1;
-  AttributeSetCache cache;
-  const bool isFirst = !HasData();
-  std::vector<unsigned int> nodeSetIds;
-  const int count = ReadTreeRecordCount(file, streams.tree);
-  for (int i = 0; i < count; ++i) {
-    const TreeRecord record = ReadTreeRecord(file, streams.tree, wideOffsets);
-    if (observer != nullptr) {
-      observer->OnRecord(record);
-    }
-    const LbtAdt::TreeNode<Node*> entry = EntryOf(record, parentId, idOffset);
-    if (blockMap != nullptr) {
-      blockMap->insert_or_assign(blockMap->end(), entry.id, record.id);
-    }
-    if (record.lightDataPosition != 0) {
-      file.SetBlockPosition(streams.light, record.lightDataPosition);
-    }
-    std::unique_ptr<Node> node = ReadNode(file, streams, record, idOffset, cache);
-    Node* const read = node.get();
-    const unsigned int id = i == 0 && parentId != 0 ? GraftNode(parentId, entry, std::move(node))
-                                                    : InsertNode(entry, std::move(node));
-    if (auto* geometry = NodeCast<Geometry>(read); isFirst && geometry != nullptr) {
-      MakeLoaders(file, streams.heavy, *geometry);
-    } else if (NodeCast<NodeSets>(read) != nullptr) {
-      nodeSetIds.push_back(id);
-    }
-    if (observer != nullptr) {
-      observer->OnNode();
-    }
-  }
-  if (isFirst) {
-    LoadNodeSets(file, std::move(nodeSetIds));
-  } else {
-    LoadNumbers(file);
-  }
+  Loading loading(*this, file, parentId, wideOffsets);
+  loading.SetListeners(nullptr, observer);
+  loading.Run();
 }
 
 bool Tree::HasData() const {
   return std::ranges::any_of(GetNodes(),
                              [](const auto& node) { return node.second.data != nullptr; });
+}
+
+/// Leaves the nodes of a load that failed without the loaders that only a whole load makes:
+/// the caller may let go of the file. Old records have made theirs while they were read.
+void Tree::DropLoaders() {
+  for (const auto& [id, entry] : GetNodes()) {
+    auto* geometry = NodeCast<Geometry>(entry.data);
+    if (geometry != nullptr && !geometry->heavyDataPositions.empty()) {
+      for (Geometry::VarStruct& variable : geometry->variables) {
+        variable.array.loader.reset();
+      }
+    }
+  }
 }
 
 /// In the order of ids, each once; a later record may have put another node in place.

@@ -40,6 +40,11 @@ struct SummaryFacts {
 /// not grow with the number of results.
 class SummaryCollector {
  public:
+  SummaryCollector() = default;
+  ~SummaryCollector() = default;
+  SummaryCollector(const SummaryCollector&) = delete;
+  SummaryCollector& operator=(const SummaryCollector&) = delete;
+
   /// Takes the attributes of one result.
   void Add(const LbtUtil::AttributeMap& attributes);
 

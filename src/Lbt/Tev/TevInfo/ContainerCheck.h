@@ -9,7 +9,7 @@
 #include "Lbt/Tev/TevInfo/ModelCheck.h"
 #include "StreamMap.h"
 
-/// Opens a container. What is wrong with its header goes to "findings", and the result is
+/// Opens a container. What is wrong with its header goes to "sink", and the result is
 /// false then. Throws where the file cannot be opened.
 [[nodiscard]] bool CheckHeader(LbtLbf::LbFile& file, const std::string& path, bool& wideOffsets,
                                const FindingSink& sink);
