@@ -16,7 +16,10 @@ class Undestroyed {
   Undestroyed& operator=(const Undestroyed&) = delete;
 
   /// The value.
-  [[nodiscard]] T& Get() { return value_; }
+  [[nodiscard]] T& Get() {
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-union-access): its only member, and always alive
+    return value_;
+  }
 
  private:
   union {

@@ -52,7 +52,7 @@ using Position = LbtTev::Tree::Nodes::const_iterator;
 /// The first child mostly has the next id.
 const Entry& FirstChildOf(const LbtTev::Tree& tree, Position shape) {
   const unsigned int firstChild = shape->second.firstChild;
-  const Position next = std::next(shape);
+  const auto next = std::next(shape);
   const bool isNext = firstChild != 0 && next != tree.GetNodes().end() && next->first == firstChild;
   return isNext ? next->second : tree.GetReqNode(firstChild);
 }
@@ -100,7 +100,7 @@ void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
 void GatherPartsAndResults(const LbtTev::Tree& tree, GroupListing& groups,
                            const ResultSink& addResult, std::vector<TevDataset>* datasets) {
   DatasetGatherer gatherer;
-  for (Position shape = tree.GetNodes().begin(); shape != tree.GetNodes().end(); ++shape) {
+  for (auto shape = tree.GetNodes().begin(); shape != tree.GetNodes().end(); ++shape) {
     const Entry& entry = shape->second;
     if (LbtTev::NodeCast<LbtTev::Shape>(entry.data) == nullptr) {
       continue;
