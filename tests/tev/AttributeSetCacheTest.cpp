@@ -78,6 +78,12 @@ TEST(AttributeSetCache, WhatWasKept_IsFoundByItsBytes) {
   }
 }
 
+TEST(AttributeSetCache, NoSet_IsNotKept) {
+  AttributeSetCache cache;
+  cache.Keep("", {true, {}});
+  EXPECT_EQ(cache.Find(""), nullptr);
+}
+
 TEST(AttributeSetCache, ManySets_AreNotAllKept) {
   constexpr int kMany = 5000;
   AttributeSetCache cache;
