@@ -228,6 +228,26 @@ TEST_F(TevCheckTree, BrokenNodeSets_AreNamedAndTheNextAreRead) {
                 BlockText(kHeavyBlock, kHeavyData, model, length) + ", node 8 (More)" + reason);
 }
 
+TEST_F(TevCheckTree, NodeSetsInARefusedBlock_AreToldWithTheirBlock) {
+  model.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord,
+                               .packing = StreamLayout::Packing::Compressed});
+  ContainerWriter writer = model.ToContainer();
+  std::vector<int> heavy;
+  for (int i = 0; i < static_cast<int>(writer.Blocks().size()); ++i) {
+    if (writer.Blocks()[static_cast<std::size_t>(i)].name == kHeavyData) {
+      heavy.push_back(i);
+    }
+  }
+  const int last = heavy.back();  // that of the node sets
+  writer.Blocks().at(static_cast<std::size_t>(last)).storedBytes = Hex("20000000 'no zlib stream'");
+  const Container container = writer.Build();
+  const std::string block = BlockText(last, std::string(kHeavyData),
+                                      container.Block(kHeavyData, heavy.size() - 1).offset);
+  EXPECT_EQ(Check(container.bytes, "Error -3 while uncompressing block \n"),
+            "m.tev: " + block + ": zlib refuses the data (code -3)\nm.tev: " + block +
+                ", node 7 (Sets): its node sets cannot be read, since their block cannot\n");
+}
+
 TEST_F(TevCheckTree, LightDataBehindTheLastRecord_IsUnused) {
   const std::string bytes = model.StreamBytes(kLightData);
   model.ReplaceStream(kLightData, bytes + "rest");

@@ -165,5 +165,19 @@ TEST_F(TevCheckVariables, ConnectivityWithoutCertainNodes_IsNotJudged) {
   EXPECT_EQ(Answer({"check", "m.tev"}), "");
 }
 
+TEST_F(TevCheckVariables, ConnectivityWithNodesThatLeadNowhere_IsNotJudged) {
+  model.VariableAt(kSmallMesh2, 1) = Variable::Link("Coordinates", kCoordinates, 99, 0);
+  model.VariableAt(kSmallMesh2, 2) = Variable::Uints("Connectivity", kConnectivity, 1, {900});
+  const std::string found = Check(model);
+  EXPECT_NE(found.find("node 6 (mesh 2), variable 1 (Coordinates): "), std::string::npos) << found;
+  EXPECT_EQ(found.find("variable 2 (Connectivity)"), std::string::npos) << found;
+}
+
+TEST_F(TevCheckVariables, ConnectivityWithoutElements_IsSound) {
+  model.VariableAt(kSmallMesh2, 2) = Variable::Uints("Connectivity", kConnectivity, 1, {});
+  Write("m.tev", model);
+  EXPECT_EQ(Answer({"check", "m.tev"}), "");
+}
+
 }  // namespace
 }  // namespace tevtest
