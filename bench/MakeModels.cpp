@@ -4,6 +4,7 @@
 //
 // Cases: dump, nodes, small-data, big-data, tiny, many.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -97,32 +98,28 @@ void MakeNodes(const fs::path& path) {
   Save(path, model.Build());
 }
 
-/// Heavy data of "mebibytes" in blocks of 4 MiB, and behind it a block with node sets, which a
-/// report reads. The blocks hold zeros that the file system need not store.
+/// Heavy data of "mebibytes" in compressed blocks of at most 64 MiB, and behind it a block with
+/// node sets, which a report reads. The blocks hold zeros, so that gigabytes take some megabytes on
+/// disk; a report learns their lengths alone.
 void MakeData(const fs::path& path, std::size_t mebibytes) {
-  constexpr std::size_t kBlock = 4 * kMebibyte;
-  const std::size_t blocks = mebibytes * kMebibyte / kBlock;
+  const std::size_t block = std::min<std::size_t>(mebibytes, 64) * kMebibyte;
+  const std::size_t blocks = mebibytes * kMebibyte / block;
   ModelWriter model;
   const NodeRef root = model.AddGroup("model", 0);
   AddMesh(model, model.AddGroup("Geometry", root), "mesh", 3);
   const NodeRef sets = model.AddNodeSets("Sets", root, {{"Fixed", {{1, 1}, {1, 2}}}});
   const std::string heavy = model.StreamBytes(kHeavyData);
   const std::string setBytes = model.At(sets).NodeSets().lists.Encode();
-  model.At(sets).NodeSets().heavyPosition = heavy.size() + blocks * kBlock;
+  model.At(sets).NodeSets().heavyPosition = heavy.size() + blocks * block;
 
   ContainerWriter container = model.ToContainer();
+  ContainerWriter zeros;
+  zeros.AddCompressed(kHeavyData, std::string(block, '\0'));
   for (std::size_t i = 0; i < blocks; ++i) {
-    container.Add({.name = std::string(kHeavyData),
-                   .storedBytes = "",
-                   .storedSize = static_cast<std::uint32_t>(kBlock)});
+    container.Add(zeros.Blocks().front());
   }
-  container.Add({.name = std::string(kHeavyData),
-                 .storedBytes = "",
-                 .storedSize = static_cast<std::uint32_t>(setBytes.size())});
-  const std::string head = container.Build().bytes;
-  Save(path, head);
-  fs::resize_file(path, head.size() + blocks * kBlock);
-  std::ofstream(path, std::ios::binary | std::ios::app) << setBytes;
+  container.AddCompressed(kHeavyData, setBytes);
+  Save(path, container.Build().bytes);
 }
 
 void MakeTiny(const fs::path& path) {

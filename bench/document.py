@@ -80,6 +80,14 @@ def _package(name):
     return _first_line(["dpkg-query", "-W", "-f", "${Version}", name])
 
 
+def commit():
+    """The commit that is checked out, and whether the sources differ from it."""
+    name = _first_line(["git", "-C", str(ROOT), "rev-parse", "--short=12", "HEAD"])
+    changed = subprocess.run(["git", "-C", str(ROOT), "diff", "--quiet", "HEAD", "--", ".",
+                              ":!docs/performance.md"], check=False).returncode != 0
+    return f"{name} with changes" if changed else name
+
+
 def versions():
     """(name, version) of all that takes part."""
     return [
@@ -91,5 +99,6 @@ def versions():
         ("{fmt}", _package("libfmt-dev")),
         ("Google Benchmark", _package("libbenchmark-dev")),
         ("hyperfine", _first_line(["hyperfine", "--version"], r"(\d\S*)")),
+        ("perf", _first_line(["perf", "--version"], r"(\d\S*)")),
         ("valgrind", _first_line(["valgrind", "--version"], r"(\d\S*)")),
     ]

@@ -58,7 +58,8 @@ def container_section(arena, quick):
         rows.append([group, f"{ours}: {text_of_seconds(our_time * 1e-9)}",
                      f"{limit}: {text_of_seconds(least * 1e-9)}", f"{our_time / least:.2f}"])
     return ("### Container\n\nPieces of the container against the least that the same work "
-            "takes.\n\n" + table(["Piece", "Container", "Limit", "Ratio"], sorted(rows)))
+            "takes; the ratio is that of the container to the limit.\n\n"
+            + table(["Piece", "Container", "Limit", "Ratio"], sorted(rows)))
 
 
 def profile_section(arena):
@@ -86,10 +87,11 @@ def introduction(load, rounds):
     cores = os.cpu_count()
     versions = "; ".join(f"{name} {version}" for name, version in document.versions())
     return ("# Performance\n\n`./dev bench` writes this page. All programs ran in turns in one "
-            f"run of {rounds} rounds, with warm caches. Times are medians on the clock; the "
-            "processor's own time is given beside them, and memory is the largest resident size. "
-            "A ratio is that to the first program of its table.\n\n"
-            f"- Date: {datetime.date.today().isoformat()}\n"
+            f"run of {rounds} rounds, with warm caches. Times are medians on the clock, but for the "
+            "pieces (number text and container), which are medians of the processor's time; that "
+            "is given beside the others, too, and memory is the largest resident size. A ratio is "
+            "that to the first program of its table.\n\n"
+            f"- Date: {datetime.date.today().isoformat()}, at commit {document.commit()}\n"
             f"- Machine: {document.cpu_name()}, {cores} cores, "
             f"{document.memory_size() / GIB:.0f} GiB of memory; load when it began: {load:.1f}\n"
             f"- Versions: {versions}")

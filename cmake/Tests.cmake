@@ -51,11 +51,15 @@ function(tevinfo_tests folder)
     # Some tests leave a run no descriptor or no room in files, which its counters need at its end.
     target_compile_definitions(${target} PRIVATE TEVTEST_COUNTED)
   endif()
+  set(timeout 300)
+  if(folder STREQUAL "sweep")
+    set(timeout 7200)  # one model's damage as a whole, under the sanitizers
+  endif()
   gtest_discover_tests(${target}
     TEST_PREFIX "${folder}."
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT 300)
+    PROPERTIES TIMEOUT ${timeout})
 endfunction()
 
 foreach(layer IN LISTS TEVINFO_LAYERS)

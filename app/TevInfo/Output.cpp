@@ -20,9 +20,19 @@ std::optional<std::string> ReportPath(const CommandLine& commandLine) {
   return std::nullopt;
 }
 
+[[noreturn]] void RaiseNotWritten() {
+  Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::WriteError, "Unable to write the report",
+                  "include/Lbt/Tev/TevInfo/TevInfo");
+}
+
 }  // namespace
 
-Output::Output() : standard_(STDOUT_FILENO, DescriptorStream::Ownership::Borrowed) {}
+Output::Output(const LbtLbf::LbFile& model)
+    : standard_(STDOUT_FILENO, DescriptorStream::Ownership::Borrowed) {
+  if (Lbt::Util::IdentityOf(STDOUT_FILENO) == model.GetIdentity()) {
+    RaiseNotWritten();
+  }
+}
 
 void Output::OpenReport(const CommandLine& commandLine, const LbtLbf::LbFile& model) {
   const std::optional<std::string> path = ReportPath(commandLine);
@@ -45,7 +55,6 @@ std::ostream& Output::Report() {
 void Output::Finish() {
   const bool isFileWritten = !file_ || file_->Finish();
   if (!standard_.Finish() || !isFileWritten) {
-    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::WriteError, "Unable to write the report",
-                    "include/Lbt/Tev/TevInfo/TevInfo");
+    RaiseNotWritten();
   }
 }

@@ -10,7 +10,8 @@
 /// where one is named and can be opened, else to standard output as well.
 class Output {
  public:
-  Output();
+  /// Throws "Write Error" where standard output is the model, which is never changed.
+  explicit Output(const LbtLbf::LbFile& model);
 
   [[nodiscard]] std::ostream& Standard() { return standard_; }
 

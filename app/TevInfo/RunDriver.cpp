@@ -113,7 +113,7 @@ void Report(const CommandLine& commandLine) {
   LbtTev::OpenModel(tree, model, &heapWatch);
   AddEntries(info, GatherFacts(info, tree), tevFileSize);
 
-  Output output;
+  Output output(tree.GetFile());
   output.Standard() << "Peak Memory Usage: " << LbtUtil::GetLinuxMemoryUsage().second << " Mb"
                     << std::endl;
   output.OpenReport(commandLine, tree.GetFile());

@@ -1,7 +1,10 @@
 #include "tev/FileRun.h"
 
+#include <unistd.h>
+
 #include <iostream>
 
+#include "Lbt/Util/FileAccess.h"
 #include "tev/Failure.h"
 #include "tev/Progress.h"
 #include "tev/VisibleText.h"
@@ -17,6 +20,17 @@ Ending TryFile(const FileRun& run, const std::string& path, AnswerWriter& writer
   }
 }
 
+/// An answer that is written into one of the models, by the shell's ">>", would change it.
+void RefuseOutputInModels(const std::vector<std::string>& files) {
+  const auto output = Lbt::Util::IdentityOf(STDOUT_FILENO);
+  for (const std::string& file : files) {
+    if (output && output == Lbt::Util::IdentityOf(file) &&
+        Lbt::Util::IsRegularFile(STDOUT_FILENO)) {
+      throw Failure(file + ": standard output is this file");
+    }
+  }
+}
+
 }  // namespace
 
 void ReportFailure(const std::string& path, std::string_view reason) {
@@ -24,6 +38,7 @@ void ReportFailure(const std::string& path, std::string_view reason) {
 }
 
 Status RunOverFiles(const FileRun& run, std::ostream& output) {
+  RefuseOutputInModels(run.files);
   Progress progress(run.files.size());
   AnswerWriter writer({.command = run.command, .layout = run.layout, .json = run.json}, output,
                       progress);

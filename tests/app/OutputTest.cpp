@@ -43,7 +43,7 @@ class OutputOfARun : public testing::Test {
     LbtLbf::LbFile model;
     model.OpenFile("model", "rb");
     try {
-      Output output;
+      Output output(model);
       output.Standard() << "memory;";
       output.OpenReport(commandLine, model);
       output.Report() << "report";

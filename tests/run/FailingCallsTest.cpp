@@ -165,6 +165,25 @@ TEST_F(FailingCalls, ReadThatFails_IsAReadErrorOfTheFileOrOfTheBlock) {
   EXPECT_EQ(ForEachCall("read-error", {model}, check), kHeaderReads + 1 + 6);
 }
 
+TEST_F(FailingCalls, ReadThatFailsInADataExtraction_IsToldAsItIsInAReport) {
+  const auto check = [&](const Outcome& outcome, long call) {
+    EXPECT_EQ(outcome.error,
+              ReadError(call <= 3 ? "include/Lbt/Lbf/LbFile" : "include/Lbt/Lbf/Block"));
+    EXPECT_EQ(outcome.status, call <= 10 ? 2 : 0);  // behind the model the data is gathered
+    EXPECT_EQ(outcome.output.empty(), outcome.status == 2);
+  };
+  EXPECT_GE(ForEachCall("read-error", {"--extract-data", model}, check), 10);
+}
+
+TEST_F(FailingCalls, ReadThatFailsInTheEkmForm_LeavesNoDocument) {
+  const auto check = [&](const Outcome& outcome, long) {
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_FALSE(dir.Has("ekm-meta-data.xml"));
+  };
+  EXPECT_EQ(ForEachCall("read-error", {"--ekm-meta-data", model}, check), 10);
+}
+
 // A header that ends early is that of a file which ends there: its signature is wrong, its version
 // has fewer digits ("1." for "1.3", as good as it), its index has no bytes.
 TEST_F(FailingCalls, ReadThatEndsEarly_IsAFileThatEndsThere) {

@@ -92,7 +92,7 @@ TEST_F(MemoryLimitOfAGoodModel, ManySmallBlocksBehindALargeTree_CostWhatTheyHold
       RunProgram({TEVINFO_PROGRAM, path}, {.environment = {{"QUARLO_TEMP_PATH", logDirectory}}});
   EXPECT_EQ(run.status, 0);
   EXPECT_NE(run.output.find(NativeEntry("Category", "Unknown")), std::string::npos);
-  EXPECT_LT(run.peakKiB, 128 * 1024);
+  EXPECT_LT(run.peakKiB, 64 * 1024);
 }
 
 class MemoryLimitOfACheck : public TevCheckRun {

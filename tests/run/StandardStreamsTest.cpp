@@ -1,7 +1,9 @@
 // Standard descriptors that are full, broken or closed.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -71,6 +73,33 @@ TEST_F(StandardStreams, ClosedStandardOutput_DoesNotLetTheReportIntoAnotherFile)
 
 TEST_F(StandardStreams, BrokenPipe_EndsTheRunByItsSignal) {
   EXPECT_EQ(Run({model}, {.output = Redirect::BrokenPipe()}).signal, SIGPIPE);
+}
+
+/// A descriptor that the shell's ">>" makes, until its end.
+class Appending {
+ public:
+  explicit Appending(const std::string& path)
+      : descriptor_(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC)) {}
+  ~Appending() { ::close(descriptor_); }
+  Appending(const Appending&) = delete;
+  Appending& operator=(const Appending&) = delete;
+
+  [[nodiscard]] Redirect Stream() const { return Redirect::ToDescriptor(descriptor_); }
+
+ private:
+  int descriptor_;
+};
+
+TEST_F(StandardStreams, StandardOutputThatIsTheModel_FailsAndLeavesTheModel) {
+  const Appending output(model);
+  ExpectNotWritten(Run({model}, {.output = output.Stream()}));
+  ExpectNotWritten(Run({"--extract-data", model, model}, {.output = output.Stream()}));
+  EXPECT_EQ(ReadFile(model), bytes);
+
+  const RunResult tev = RunProgram({TEV_PROGRAM, "ls", model}, {.output = output.Stream()});
+  EXPECT_EQ(tev.status, 2);
+  EXPECT_EQ(tev.error, "tev: " + model + ": standard output is this file\n");
+  EXPECT_EQ(ReadFile(model), bytes);
 }
 
 TEST_F(StandardStreams, ClosedStandardInput_ChangesNothing) {

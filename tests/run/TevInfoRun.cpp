@@ -7,6 +7,7 @@
 #include <sstream>
 #include <utility>
 
+#include "run/UnchangedModels.h"
 #include "support/Mask.h"
 
 namespace tevtest {
@@ -130,6 +131,7 @@ Outcome TevInfoRun::RunCopy(const std::string& program, std::vector<std::string>
   options.environment.try_emplace("PRAMO_MAX_TEV_BLOCK_SIZE", std::nullopt);
   options.workingDirectory = dir.Path().string();
   options.hooks.push_back(Limit(RLIMIT_CORE, 0));
+  const UnchangedModels unchanged(arguments, dir.Path());
   const RunResult result = RunProgram(arguments, options);
   const bool hasLog = std::filesystem::is_regular_file(LogPath());
   return {.status = result.status,

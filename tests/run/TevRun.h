@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "run/UnchangedModels.h"
 #include "support/ModelWriter.h"
 #include "support/Process.h"
 #include "support/TempDir.h"
@@ -17,6 +18,7 @@ class TevRun : public ::testing::Test {
   [[nodiscard]] RunResult Run(std::vector<std::string> arguments, RunOptions options = {}) const {
     arguments.insert(arguments.begin(), TEV_PROGRAM);
     options.workingDirectory = dir.Path();
+    const UnchangedModels unchanged(arguments, dir.Path());
     return RunProgram(arguments, options);
   }
 
