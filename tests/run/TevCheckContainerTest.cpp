@@ -10,12 +10,13 @@ namespace {
 
 class TevCheckContainer : public TevCheckRun {
  protected:
-  /// A sound model with one more block, which no model reads: the seventh.
+  /// A sound model with one more block, of which no record is read: the seventh.
   [[nodiscard]] std::string CheckWith(const BlockSpec& block) const {
     ContainerWriter writer = SmallModel().ToContainer();
     const Container container = writer.Add(block).Build();
     const std::string text = Check(container.bytes);
-    const std::string start = "m.tev: " + BlockText(6, "Spare", container.Block("Spare").offset);
+    const std::string start =
+        "m.tev: " + BlockText(6, "Resources", container.Block("Resources", 1).offset);
     EXPECT_TRUE(text.starts_with(start)) << text << start;
     return text.substr(std::min(text.size(), start.size()));
   }
@@ -79,26 +80,26 @@ TEST_F(TevCheckContainer, RefusedSecondIndex_IsNamed) {
 
 TEST_F(TevCheckContainer, FileCutWithinABlock_TellsHowMuchIsThere) {
   ContainerWriter writer = SmallModel().ToContainer();
-  writer.AddRaw("Spare", "1234567890").AddRaw("Last", "12345");
+  writer.AddRaw("Resources", "1234567890").AddRaw("Resources", "12345");
   const Container whole = writer.Build();
-  const std::size_t spare = whole.Block("Spare").offset;
+  const std::size_t spare = whole.Block("Resources", 1).offset;
   EXPECT_EQ(Check(writer.TruncateTo(spare + 4).Build().bytes),
-            "m.tev: " + BlockText(6, "Spare", spare) +
+            "m.tev: " + BlockText(6, "Resources", spare) +
                 ": the file ends before the block does (claimed 10, found 4)\n"
                 "m.tev: " +
-                BlockText(7, "Last", spare + 10) +
+                BlockText(7, "Resources", spare + 10) +
                 ": the file ends before the block does (claimed 5, found 0)\n");
 }
 
 TEST_F(TevCheckContainer, CompressedBlockWithoutALengthField_IsTooShort) {
-  EXPECT_EQ(CheckWith({.name = "Spare", .compressed = true, .storedBytes = "123"}),
+  EXPECT_EQ(CheckWith({.name = "Resources", .compressed = true, .storedBytes = "123"}),
             ": the block is too short for a compressed one\n");
 }
 
 TEST_F(TevCheckContainer, FlippedBitOfACheckSum_IsRefused) {
   std::string stored = Compressed("some data that is to be kept");
   stored.back() = static_cast<char>(stored.back() ^ 1);
-  EXPECT_EQ(CheckWith({.name = "Spare", .compressed = true, .storedBytes = stored}),
+  EXPECT_EQ(CheckWith({.name = "Resources", .compressed = true, .storedBytes = stored}),
             ": zlib refuses the data (code -3)\n");
 }
 
@@ -106,15 +107,15 @@ TEST_F(TevCheckContainer, ZlibStreamThatIsCut_IsRefused) {
   // Without the last byte of its check sum all data is there, which has a code of its own.
   std::string stored = Compressed("some data that is to be kept");
   stored.pop_back();
-  EXPECT_EQ(CheckWith({.name = "Spare", .compressed = true, .storedBytes = stored}),
+  EXPECT_EQ(CheckWith({.name = "Resources", .compressed = true, .storedBytes = stored}),
             ": the block ends before its zlib stream does (code -5)\n");
   stored.resize(stored.size() - 10);
-  EXPECT_EQ(CheckWith({.name = "Spare", .compressed = true, .storedBytes = stored}),
+  EXPECT_EQ(CheckWith({.name = "Resources", .compressed = true, .storedBytes = stored}),
             ": the block ends before its zlib stream does (code -3)\n");
 }
 
 TEST_F(TevCheckContainer, RecordedLengthThatIsTooSmall_IsRefused) {
-  EXPECT_EQ(CheckWith({.name = "Spare",
+  EXPECT_EQ(CheckWith({.name = "Resources",
                        .payload = std::string(100, 'x'),
                        .compressed = true,
                        .recordedLength = 99}),
@@ -122,7 +123,7 @@ TEST_F(TevCheckContainer, RecordedLengthThatIsTooSmall_IsRefused) {
 }
 
 TEST_F(TevCheckContainer, RecordedLengthThatIsTooLarge_IsTold) {
-  EXPECT_EQ(CheckWith({.name = "Spare",
+  EXPECT_EQ(CheckWith({.name = "Resources",
                        .payload = std::string(100, 'x'),
                        .compressed = true,
                        .recordedLength = 101}),
@@ -139,11 +140,11 @@ TEST_F(TevCheckContainer, BytesBehindTheEntries_AreUnused) {
 }
 
 TEST_F(TevCheckContainer, BytesBehindTheEntriesOfASecondIndex_AreUnused) {
-  // Its entry for "Spare": count, then 11 bytes and the name.
-  constexpr std::size_t kSize = 4 + 11 + 5;
+  // Its entry for "Resources": count, then 11 bytes and the name.
+  constexpr std::size_t kSize = 4 + 11 + 9;
   for (const bool isCompressed : {false, true}) {
     ContainerWriter writer = SmallModel().ToContainer();
-    writer.AddRaw("Spare", "1");
+    writer.AddRaw("Resources", "1");
     writer.ContinueAfter({.after = 6,
                           .block = {.name = "\vIndex Block 1", .compressed = isCompressed},
                           .trailing = "123"});
@@ -151,25 +152,55 @@ TEST_F(TevCheckContainer, BytesBehindTheEntriesOfASecondIndex_AreUnused) {
     const std::size_t offset = container.continuations.at(0).offset + (isCompressed ? 0 : kSize);
     EXPECT_EQ(Check(container.bytes),
               "m.tev: " + BlockText(6, "\\x0bIndex Block 1", offset) +
-                  ": the index has bytes behind its last entry (claimed 23, found 20)\n");
+                  ": the index has bytes behind its last entry (claimed 27, found 24)\n");
   }
+}
+
+TEST_F(TevCheckContainer, StreamOfANameThatNobodyReads_IsToldOnce) {
+  ContainerWriter writer = SmallModel().ToContainer();
+  for (BlockSpec& block : writer.Blocks()) {
+    if (block.name == kAttributes) {
+      block.name = "Attributer";
+    }
+  }
+  writer.AddRaw("Attributer", "123");
+  const Container container = writer.Build();
+  EXPECT_EQ(
+      Check(container.bytes),
+      "m.tev: " + BlockText(kAttributesBlock, "Attributer", container.Block("Attributer").offset) +
+          ": nothing reads a stream of this name\n");
+}
+
+TEST_F(TevCheckContainer, BytesBehindTheLastBlock_AreUnused) {
+  const std::string bytes = SmallModel().Build();
+  EXPECT_EQ(Check(bytes + "1234567"), "m.tev: byte " + std::to_string(bytes.size()) +
+                                          ": nothing reads the 7 bytes behind the last block\n");
+  const std::string empty = ContainerWriter().Build().bytes;
+  EXPECT_TRUE(Check(empty + "1")
+                  .starts_with("m.tev: byte " + std::to_string(empty.size()) +
+                               ": nothing reads the 1 byte behind the last block\n"));
 }
 
 TEST_F(TevCheckContainer, SeveralBadBlocks_AreAllTold) {
   ContainerWriter writer = SmallModel().ToContainer();
-  for (const char* name : {"One", "Two"}) {
-    writer.Add({.name = name, .compressed = true, .storedBytes = Hex("04000000 'no stream'")});
+  for (int i = 0; i < 2; ++i) {
+    writer.Add(
+        {.name = "Resources", .compressed = true, .storedBytes = Hex("04000000 'no stream'")});
   }
   const Container container = writer.Build();
-  EXPECT_EQ(Check(container.bytes), "m.tev: " + BlockText(6, "One", container.Block("One").offset) +
-                                        ": zlib refuses the data (code -3)\nm.tev: " +
-                                        BlockText(7, "Two", container.Block("Two").offset) +
-                                        ": zlib refuses the data (code -3)\n");
+  EXPECT_EQ(Check(container.bytes),
+            "m.tev: " + BlockText(6, "Resources", container.Block("Resources", 1).offset) +
+                ": zlib refuses the data (code -3)\nm.tev: " +
+                BlockText(7, "Resources", container.Block("Resources", 2).offset) +
+                ": zlib refuses the data (code -3)\n");
 }
 
 TEST_F(TevCheckContainer, NoTreeStream_IsAnEmptyModel) {
-  EXPECT_EQ(Check(ContainerWriter().AddRaw("Tev Tref", "1").Build().bytes),
-            "m.tev: there is no stream \"Tev Tree\", so the model is empty\n");
+  const Container misnamed = ContainerWriter().AddRaw("Tev Tref", "1").Build();
+  EXPECT_EQ(Check(misnamed.bytes),
+            "m.tev: " + BlockText(0, "Tev Tref", misnamed.Block("Tev Tref").offset) +
+                ": nothing reads a stream of this name\n"
+                "m.tev: there is no stream \"Tev Tree\", so the model is empty\n");
   EXPECT_EQ(Check(ContainerWriter().Build().bytes),
             "m.tev: there is no stream \"Tev Tree\", so the model is empty\n");
 }

@@ -145,7 +145,8 @@ TEST_F(TevCheckFiles, JsonOfManyKinds_FitsTheSchema) {
   dir.Write("b.tev", SmallModel().ToContainer().SetIndexTrailing("12345").Build().bytes);
   dir.Write("c.tev", SmallModel().ToContainer().SetIndexCount(90).Build().bytes);
   ContainerWriter writer;
-  writer.Add({.name = "A", .compressed = true, .storedBytes = Hex("04000000 'no zlib stream'")});
+  writer.Add(
+      {.name = "Resources", .compressed = true, .storedBytes = Hex("04000000 'no zlib stream'")});
   writer.Add({.name = "B", .payload = "1234", .compressed = true, .recordedLength = 5});
   dir.Write("d.tev", writer.Build().bytes);
   ModelWriter rings = SmallModel();

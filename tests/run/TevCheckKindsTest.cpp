@@ -122,21 +122,21 @@ std::vector<Case> ContainerCases() {
                    .claimed = indexSize + 5,
                    .found = indexSize});
   cases.push_back({.name = "NoTree",
-                   .bytes = ContainerWriter().AddRaw("A", "1").Build().bytes,
+                   .bytes = ContainerWriter().AddRaw("Resources", "1").Build().bytes,
                    .kind = "missing-tree",
                    .text = "there is no stream \"Tev Tree\", so the model is empty"});
   return cases;
 }
 
-/// A sound model with a block of a stream that no model has, and what is wrong with that.
+/// A sound model with one more block, and what is wrong with that.
 Case BlockCase(const std::string& name, BlockSpec spare,
                std::optional<std::size_t> cutWithin = {}) {
   ContainerWriter writer = SmallModel().ToContainer();
-  spare.name = "Spare";
+  spare.name = "Resources";
   writer.Add(spare);
   Case one{.name = name};
-  one.block = Named{6, "Spare"};
-  one.offset = writer.Build().Block("Spare").offset;
+  one.block = Named{6, "Resources"};
+  one.offset = writer.Build().Block("Resources", 1).offset;
   if (cutWithin)
     writer.TruncateTo(*one.offset + *cutWithin);
   one.bytes = writer.Build().bytes;

@@ -32,8 +32,9 @@ struct Finding {
     BlockOutsideFile,  ///< the file ends before a block does
     UnreadableBlock,   ///< a block cannot be read or inflated
     RecordedLength,    ///< less comes out of a block than its recorded length
-    UnusedBytes,       ///< bytes of an index, a tree stream or light data that nothing reads
-    MissingTree,       ///< there are no tree records at all
+    UnusedBytes,  ///< a stream, or bytes of an index, a tree, light data or the file, that nothing
+                  ///< reads
+    MissingTree,  ///< there are no tree records at all
     UnreadableRecord,  ///< records of the tree, of nodes or of modifiers end too early, say
     RepeatedId,        ///< two tree records have one id
     LinkToNothing,     ///< a node or a variable refers to something that does not exist

@@ -1,11 +1,14 @@
 #include "ContainerCheck.h"
 
 #include <algorithm>
+#include <array>
+#include <string_view>
 #include <typeinfo>
 
 #include "Lbt/Lbf/BlockCheck.h"
 #include "Lbt/Lbf/LackOfMemory.h"
 #include "Lbt/Tev/OpenModel.h"
+#include "Lbt/Tev/StreamNames.h"
 #include "Lbt/Util/Exception.h"
 
 using Lbt::Util::Exception;
@@ -99,6 +102,38 @@ void AddUnusedOfContinuation(const LbtLbf::Index& index, const CheckedBlock& blo
   const std::uint64_t length = block.check.length;
   const std::uint64_t within = block.isCompressed ? 0 : length - unused;
   AddUnused(block.offset + within, length, unused, block.name, sink);
+}
+
+bool IsKnown(std::string_view stream) {
+  const LbtTev::StreamNames names;
+  const std::array<std::string_view, 6> known{names.tree,       names.light,     names.heavy,
+                                              names.attributes, names.resources, names.global};
+  return std::ranges::find(known, stream) != known.end();
+}
+
+/// One changed letter of a name in the index hides a whole stream from every reader.
+void AddUnknownStreams(const LbtLbf::Index& index, const std::vector<CheckedBlock>& blocks,
+                       const FindingSink& sink) {
+  const auto& second = index.GetContinuation();
+  for (const auto& [name, stream] : index.GetStreams()) {
+    if (!IsKnown(name) && (!second || second->stream != name)) {
+      sink(FindingOn(blocks[stream.Limiter().blocks.front()], Finding::Kind::UnusedBytes,
+                     "nothing reads a stream of this name"));
+    }
+  }
+}
+
+void AddTail(const LbFile& file, const std::vector<CheckedBlock>& blocks, const FindingSink& sink) {
+  const LbtLbf::Index& index = file.GetIndex();
+  const std::uint64_t end = blocks.empty() ? index.GetIndexPosition() + index.GetIndexSize()
+                                           : blocks.back().offset + blocks.back().storedSize;
+  const std::uint64_t size = file.GetSize().value_or(0);
+  if (size > end) {
+    sink({.kind = Finding::Kind::UnusedBytes,
+          .text = "nothing reads the " + std::to_string(size - end) +
+                  (size - end == 1 ? " byte" : " bytes") + " behind the last block",
+          .offset = end});
+  }
 }
 
 void CheckContents(LbFile& file, const LbtLbf::IndexItem& item, CheckedBlock& block,
@@ -201,5 +236,7 @@ std::vector<CheckedBlock> CheckBlocks(LbFile& file, const FindingSink& sink) {
       AddUnusedOfContinuation(index, block, sink);
     }
   }
+  AddUnknownStreams(index, blocks, sink);
+  AddTail(file, blocks, sink);
   return blocks;
 }
