@@ -14,11 +14,13 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "run/SmallReport.h"
 #include "run/TevInfoRun.h"
+#include "support/Mask.h"
 #include "support/SmallModel.h"
 
 namespace tevtest {
@@ -182,6 +184,61 @@ TEST_F(FailingCalls, ReadThatFailsInTheEkmForm_LeavesNoDocument) {
     EXPECT_FALSE(dir.Has("ekm-meta-data.xml"));
   };
   EXPECT_EQ(ForEachCall("read-error", {"--ekm-meta-data", model}, check), 10);
+}
+
+/// A model that somebody changes just before a read of the program, whichever it is.
+class HeldReads : public FailingCalls {
+ protected:
+  static constexpr long kReads = 3 + 1 + 6;  // header, index, a block of each stream
+
+  /// Writes a copy of the model, runs TevInfo on it, and calls "change" before read "number".
+  [[nodiscard]] RunResult RunChanging(long number, const std::function<void()>& change) const {
+    dir.Write("changing.tev", bytes);
+    RunOptions options = Failing("read-held", number);
+    options.environment.emplace("QUARLO_TEMP_PATH", logDirectory);
+    RunResult result;
+    std::thread run([&] { result = RunProgram({TEVINFO_PROGRAM, dir / "changing.tev"}, options); });
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(15);
+    while (!dir.Has("reached") && std::chrono::steady_clock::now() < deadline)
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    EXPECT_TRUE(dir.Has("reached"));
+    change();
+    fs::remove(dir / "reached");
+    run.join();
+    result.output = MaskPeakMemory(result.output);
+    result.error = MaskException(result.error);
+    return result;
+  }
+};
+
+TEST_F(HeldReads, ModelThatIsEmptied_IsAFileThatEndsThere) {
+  const std::string noTevFile = MaskException(
+      Notice() + Failure("Format Not Supported", (dir / "changing.tev") + " is not a Tev file",
+                         "include/Lbt/Tev/Tree"));
+  const std::string noIndex =
+      Notice() + Failure("Out of Bounds", "Not enough bytes in the block", "include/Lbt/Lbf/Block");
+  for (long number = 1; number <= kReads; ++number) {
+    SCOPED_TRACE(number);
+    const RunResult result = RunChanging(number, [&] { fs::resize_file(dir / "changing.tev", 0); });
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    // No version is an old one; what then lacks is the index.
+    EXPECT_EQ(result.error, number == 1   ? noTevFile
+                            : number <= 3 ? noIndex
+                                          : ReadError("include/Lbt/Lbf/Block"));
+  }
+}
+
+TEST_F(HeldReads, ModelThatIsReplaced_IsReportedAsTheOneThatWasOpened) {
+  for (long number = 1; number <= kReads; ++number) {
+    SCOPED_TRACE(number);
+    const RunResult result = RunChanging(
+        number, [&] { fs::rename(dir.Write("other.tev", "no model"), dir / "changing.tev"); });
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, Notice());
+    EXPECT_EQ(result.output, std::string(kMemoryLine) + document);
+    EXPECT_EQ(dir.Read("changing.tev"), "no model");
+  }
 }
 
 // A header that ends early is that of a file which ends there: its signature is wrong, its version

@@ -3,8 +3,9 @@
 // the loader and the constructors of static objects, has no way yet to end but the runtime's own.
 //
 //   TEVTEST_FAULT  "malloc": no memory; "read-error": the read fails; "read-end": the read meets
-//                  the file's end after half of its bytes; "late": all of the run is in a year that
-//                  has more than four digits
+//                  the file's end after half of its bytes; "read-held": the read waits until
+//                  somebody has removed the mark, 20 seconds at most; "late": all of the run is in
+//                  a year that has more than four digits
 //   TEVTEST_CALL   the number of the call, from 1
 //   TEVTEST_MARK   a file that is created when that call is made
 
@@ -28,7 +29,7 @@ void* __libc_realloc(void* memory, std::size_t size);
 
 namespace {
 
-enum class Fault { None, Malloc, ReadError, ReadEnd, Late };
+enum class Fault { None, Malloc, ReadError, ReadEnd, ReadHeld, Late };
 
 struct State {
   Fault fault = Fault::None;
@@ -49,6 +50,8 @@ Fault FaultOf(const char* name) {
     return Fault::Malloc;
   if (std::strcmp(name, "late") == 0)
     return Fault::Late;
+  if (std::strcmp(name, "read-held") == 0)
+    return Fault::ReadHeld;
   return std::strcmp(name, "read-error") == 0 ? Fault::ReadError : Fault::ReadEnd;
 }
 
@@ -111,6 +114,14 @@ std::size_t FailingRead(void* destination, std::size_t bytes, std::FILE* stream)
   return half + ReadFrom("/dev/null", static_cast<char*>(destination) + half, bytes - half, stream);
 }
 
+void WaitUntilTheMarkIsGone() {
+  constexpr useconds_t kStep = 500;
+  constexpr int kSteps = 20 * 1000000 / kStep;
+  const char* mark = TheState().mark;
+  for (int i = 0; i < kSteps && mark != nullptr && ::access(mark, F_OK) == 0; ++i)
+    ::usleep(kStep);
+}
+
 using Main = int (*)(int, char**, char**);
 
 Main& TheMain() {
@@ -146,6 +157,8 @@ std::size_t fread(void* destination, std::size_t size, std::size_t count, std::F
   const Fault fault = TheState().fault;
   if ((fault == Fault::ReadError || fault == Fault::ReadEnd) && size != 0 && IsReached())
     return FailingRead(destination, size * count, stream) / size;
+  if (fault == Fault::ReadHeld && IsReached())
+    WaitUntilTheMarkIsGone();
   return Next<Read>("fread")(destination, size, count, stream);
 }
 
