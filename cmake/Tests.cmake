@@ -27,8 +27,8 @@ function(tevinfo_build_fast target)
     <gtest/gtest.h> <filesystem> <functional> <map> <sstream> <string> <vector>)
 endfunction()
 
-# Under a sanitizer a test program takes longer to start than most of its tests to run, so that these
-# go in groups there. GTEST_FILTER picks single ones.
+# Under a sanitizer or with counters a test program takes longer to start and to end than most of its
+# tests to run, so that these go in groups there. GTEST_FILTER picks single ones.
 function(tevinfo_test_groups folder)
   set(groups 8)
   math(EXPR last "${groups} - 1")
@@ -64,7 +64,7 @@ function(tevinfo_tests folder)
     # Some tests leave a run no descriptor or no room in files, which its counters need at its end.
     target_compile_definitions(${target} PRIVATE TEVTEST_COUNTED)
   endif()
-  if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+  if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=" OR hasCounters)
     tevinfo_test_groups(${folder})
   else()
     gtest_discover_tests(${target}
