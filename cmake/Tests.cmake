@@ -35,8 +35,10 @@ function(tevinfo_test_groups folder)
   foreach(group RANGE ${last})
     add_test(NAME "${folder}.${group}" COMMAND test_${folder})
     set_tests_properties("${folder}.${group}" PROPERTIES
-      ENVIRONMENT "GTEST_TOTAL_SHARDS=${groups};GTEST_SHARD_INDEX=${group}"
-      TIMEOUT 7200)  # the whole sweep is long
+      ENVIRONMENT "GTEST_TOTAL_SHARDS=${groups};GTEST_SHARD_INDEX=${group}")
+    if(NOT folder STREQUAL "sweep")  # which is long where it is run as a whole: that says so itself
+      set_tests_properties("${folder}.${group}" PROPERTIES TIMEOUT 600)
+    endif()
   endforeach()
 endfunction()
 
@@ -71,7 +73,7 @@ function(tevinfo_tests folder)
       TEST_PREFIX "${folder}."
       DISCOVERY_MODE PRE_TEST
       DISCOVERY_TIMEOUT 60
-      PROPERTIES TIMEOUT 600)
+      PROPERTIES TIMEOUT 300)
   endif()
 endfunction()
 

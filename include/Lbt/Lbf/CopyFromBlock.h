@@ -43,10 +43,6 @@ void CopyFromBlock(Block& block, bool& value);
 /// string of length 0 leaves "text" as it was.
 void CopyFromBlock(Block& block, std::string& text);
 
-/// The same without a copy: the text is valid as long as the block's buffer is. One of length
-/// 0 is empty.
-[[nodiscard]] std::string_view TextFromBlock(Block& block);
-
 namespace Detail {
 
 /// The length that a vector keeps of a stored count of which only "read" elements

@@ -30,10 +30,6 @@ std::string_view UpToNul(std::string_view text) { return text.substr(0, text.fin
 
 void CopyFromBlock(Block& block, bool& value) { value = NumberFromBlock<std::uint8_t>(block) != 0; }
 
-std::string_view TextFromBlock(Block& block) {
-  return UpToNul(block.GetText(NumberFromBlock<std::uint32_t>(block)));
-}
-
 void CopyFromBlock(Block& block, std::string& text) {
   const auto length = NumberFromBlock<std::uint32_t>(block);
   if (length != 0) {
@@ -45,7 +41,7 @@ void CopyFromBlock(Block& block, std::vector<std::string_view>& texts) {
   texts.clear();
   const auto count = NumberFromBlock<std::uint32_t>(block);
   for (std::uint32_t i = 0; i < count; ++i) {
-    texts.push_back(TextFromBlock(block));
+    texts.push_back(UpToNul(block.GetText(NumberFromBlock<std::uint32_t>(block))));
   }
 }
 
