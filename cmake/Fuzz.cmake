@@ -13,7 +13,7 @@ function(tevinfo_fuzz_program name source)
   add_executable(${name} "${source}" "${fuzzDir}/Target.cpp" "${fuzzDir}/MemoryFile.cpp" ${ARGN})
   tevinfo_own_code(${name})
   target_include_directories(${name} PRIVATE "${fuzzDir}")
-  target_link_libraries(${name} PRIVATE lbt_report test_support)
+  target_link_libraries(${name} PRIVATE lbt_report lbt_check lbt_analysis test_support)
   set_target_properties(${name} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/fuzz")
 endfunction()

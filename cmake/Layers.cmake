@@ -1,18 +1,23 @@
 # The layers of the library, from the bottom to the top. Each links only the one below it and sees
 # only the headers of its own and of those below: the headers stand in one include/ tree, so each
 # layer gets an include root of its own in the build tree, with a link to each of its headers. An
-# include that points upwards therefore does not compile.
+# include that points upwards therefore does not compile. The rooms on top stand side by side: all
+# link the uppermost layer, and none sees another.
 
 find_package(Boost REQUIRED)
 find_package(ZLIB REQUIRED)
 
-set(TEVINFO_LAYERS util log lbf adt tev report)
+set(layersInOrder util log lbf adt tev)
+set(roomsOnTop report check analysis)
+set(TEVINFO_LAYERS ${layersInOrder} ${roomsOnTop})
 set(TEVINFO_DIR_util Lbt/Util)
 set(TEVINFO_DIR_log Lbt/Log)
 set(TEVINFO_DIR_lbf Lbt/Lbf)
 set(TEVINFO_DIR_adt Lbt/Adt)
 set(TEVINFO_DIR_tev Lbt/Tev)
 set(TEVINFO_DIR_report Lbt/Tev/TevInfo)
+set(TEVINFO_DIR_check Lbt/Tev/Check)
+set(TEVINFO_DIR_analysis Lbt/Tev/Analysis)
 
 # Makes "root"/"dir" hold a link to each of the given headers and nothing else.
 function(tevinfo_stage_headers root dir)
@@ -70,10 +75,14 @@ endfunction()
 add_custom_target(check_headers)
 set(TEVINFO_LAYER_TARGETS)
 set(below "")
-foreach(layer IN LISTS TEVINFO_LAYERS)
+foreach(layer IN LISTS layersInOrder)
   tevinfo_layer(${layer} "${below}")
   list(APPEND TEVINFO_LAYER_TARGETS lbt_${layer})
   set(below ${layer})
+endforeach()
+foreach(room IN LISTS roomsOnTop)
+  tevinfo_layer(${room} "${below}")
+  list(APPEND TEVINFO_LAYER_TARGETS lbt_${room})
 endforeach()
 
 target_link_libraries(lbt_util ${lbt_util_SCOPE} Boost::headers)

@@ -2,7 +2,7 @@
 # reach everything but main().
 
 # Makes the library "library" and the program "program" of app/"folder"; does nothing while the
-# folder has no main.cpp. Further arguments: packages' targets that the library links.
+# folder has no main.cpp. Further arguments: the rooms and packages that the library links.
 function(tevinfo_program program library folder)
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/app/${folder}/*.cpp")
   set(main "${PROJECT_SOURCE_DIR}/app/${folder}/main.cpp")
@@ -14,7 +14,7 @@ function(tevinfo_program program library folder)
   tevinfo_library(${library} ${sources})
   set(scope ${${library}_SCOPE})
   target_include_directories(${library} ${scope} "${PROJECT_SOURCE_DIR}/app")
-  target_link_libraries(${library} ${scope} lbt_report ${ARGN})
+  target_link_libraries(${library} ${scope} ${ARGN})
 
   add_executable(${program} "${main}")
   tevinfo_own_code(${program})
@@ -23,13 +23,14 @@ function(tevinfo_program program library folder)
 endfunction()
 
 set(TEVINFO_PROGRAMS)
-tevinfo_program(TevInfo tevinfo_app TevInfo)
+tevinfo_program(TevInfo tevinfo_app TevInfo lbt_report)
 
 file(GLOB companionSources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/app/tev/*.cpp")
 if(companionSources)
   find_package(CLI11 REQUIRED)
   find_package(nlohmann_json REQUIRED)
-  tevinfo_program(tev tev_app tev CLI11::CLI11 nlohmann_json::nlohmann_json)
+  tevinfo_program(tev tev_app tev lbt_report lbt_check lbt_analysis CLI11::CLI11
+    nlohmann_json::nlohmann_json)
   foreach(target tev_app tev)
     get_target_property(type ${target} TYPE)
     if(NOT type STREQUAL "INTERFACE_LIBRARY")

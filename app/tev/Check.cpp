@@ -2,13 +2,16 @@
 #include <string>
 #include <vector>
 
-#include "Lbt/Tev/TevInfo/ModelCheck.h"
+#include "Lbt/Tev/Check/ModelCheck.h"
 #include "tev/Json.h"
 #include "tev/Subcommands.h"
 #include "tev/VisibleText.h"
 
 namespace {
 
+using LbtTev::Check::CheckModel;
+using LbtTev::Check::Finding;
+using LbtTev::Check::NumberedName;
 using Kind = Finding::Kind;
 
 /// The name of a kind for scripts.

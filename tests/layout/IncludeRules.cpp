@@ -15,9 +15,11 @@ struct Place {
   Layer layer;
 };
 
-// Longer prefixes first: the report layer stands inside the folder of the tev layer.
+// Longer prefixes first: the rooms stand inside the folder of the tev layer.
 constexpr std::array kHeaderPlaces{
     Place{"Lbt/Tev/TevInfo/", Layer::Report},
+    Place{"Lbt/Tev/Check/", Layer::Check},
+    Place{"Lbt/Tev/Analysis/", Layer::Analysis},
     Place{"Lbt/Tev/", Layer::Tev},
     Place{"Lbt/Adt/", Layer::Adt},
     Place{"Lbt/Lbf/", Layer::Lbf},
@@ -28,17 +30,20 @@ constexpr std::array kHeaderPlaces{
 };
 
 constexpr std::array kTestPlaces{
-    Place{"util/", Layer::Util},    Place{"log/", Layer::Log},   Place{"lbf/", Layer::Lbf},
-    Place{"adt/", Layer::Adt},      Place{"tev/", Layer::Tev},   Place{"report/", Layer::Report},
-    Place{"app/", Layer::App},      Place{"run/", Layer::None},  Place{"layout/", Layer::None},
-    Place{"support/", Layer::None}, Place{"sweep/", Layer::App}, Place{"install/", Layer::Report},
+    Place{"util/", Layer::Util},   Place{"log/", Layer::Log},
+    Place{"lbf/", Layer::Lbf},     Place{"adt/", Layer::Adt},
+    Place{"tev/", Layer::Tev},     Place{"report/", Layer::Report},
+    Place{"check/", Layer::Check}, Place{"analysis/", Layer::Analysis},
+    Place{"app/", Layer::App},     Place{"run/", Layer::None},
+    Place{"layout/", Layer::None}, Place{"support/", Layer::None},
+    Place{"sweep/", Layer::App},   Place{"install/", Layer::Library},
 };
 
 // Fuzzers and benchmarks stand on the library, as a program does, but never on a program.
 constexpr std::array kFolders{
     Place{"app/", Layer::App},
-    Place{"bench/", Layer::Report},
-    Place{"fuzz/", Layer::Report},
+    Place{"bench/", Layer::Library},
+    Place{"fuzz/", Layer::Library},
 };
 
 /// The layer of the first place that the text begins with.
@@ -96,6 +101,13 @@ bool IsForTests(std::string_view path, std::string_view included) {
          (included.starts_with("support/") && !MayUseHelpers(path));
 }
 
+bool IsRoom(Layer layer) { return layer >= Layer::Report && layer <= Layer::Analysis; }
+
+/// Whether a file of one layer may include headers of another one.
+bool Sees(Layer layer, Layer other) {
+  return other == layer || (other < layer && !(IsRoom(layer) && IsRoom(other)));
+}
+
 /// What is wrong with an include; empty where it is allowed.
 std::string FaultOf(std::string_view path, Layer layer, std::string_view included) {
   const std::string quoted = "\"" + std::string(included) + "\"";
@@ -109,7 +121,7 @@ std::string FaultOf(std::string_view path, Layer layer, std::string_view include
   if (!other && included.starts_with("Lbt/")) {
     return quoted + " is in no layer";
   }
-  if (other && *other > layer) {
+  if (other && !Sees(layer, *other)) {
     return "layer " + std::string(NameOf(layer)) + " includes " + quoted + " of layer " +
            std::string(NameOf(*other));
   }
@@ -119,8 +131,8 @@ std::string FaultOf(std::string_view path, Layer layer, std::string_view include
 }  // namespace
 
 std::string_view NameOf(Layer layer) {
-  constexpr std::array<std::string_view, 8> kNames{"none", "util", "log",    "lbf",
-                                                   "adt",  "tev",  "report", "app"};
+  constexpr std::array<std::string_view, 11> kNames{
+      "none", "util", "log", "lbf", "adt", "tev", "report", "check", "analysis", "library", "app"};
   return kNames.at(static_cast<std::size_t>(layer));
 }
 

@@ -35,6 +35,20 @@ TEST(IncludeRules, EveryStepUpTheOrder_IsFound) {
   }
 }
 
+TEST(IncludeRules, RoomsThatStandSideBySide_DoNotSeeEachOther) {
+  const std::vector<std::string> rooms{"TevInfo", "Check", "Analysis"};
+  for (const std::string& room : rooms) {
+    for (const std::string& other : rooms) {
+      const std::string text = "#include \"Lbt/Tev/" + other + "/X.h\"";
+      EXPECT_EQ(FaultsIn("src/Lbt/Tev/" + room + "/Y.cpp", text).size(), room == other ? 0U : 1U)
+          << room << ": " << text;
+    }
+    EXPECT_EQ(FaultsIn("src/Lbt/Tev/" + room + "/Y.cpp", "#include \"Lbt/Tev/Tree.h\""), Faults{});
+    EXPECT_EQ(FaultsIn("src/Lbt/Tev/Tree.cpp", "#include \"Lbt/Tev/" + room + "/X.h\"").size(), 1U);
+    EXPECT_EQ(FaultsIn("app/tev/Y.cpp", "#include \"Lbt/Tev/" + room + "/X.h\""), Faults{});
+  }
+}
+
 TEST(IncludeRules, IncludeOfTheProgramInTheLibrary_IsFound) {
   EXPECT_EQ(FaultsIn("src/Lbt/Tev/TevInfo/Summary.cpp", "#include \"TevInfo/RunDriver.h\"\n"),
             Faults{"src/Lbt/Tev/TevInfo/Summary.cpp:1: layer report includes "
@@ -77,7 +91,7 @@ TEST(IncludeRules, FuzzersAndBenchmarks_MayUseTheLibraryAndTheHelpersOfTheTests)
 
 TEST(IncludeRules, FuzzersAndBenchmarksOnAProgramOrOnTheTestFramework_AreFound) {
   EXPECT_EQ(FaultsIn("fuzz/targets/dump.cpp", "#include \"TevInfo/RunDriver.h\"\n"),
-            Faults{"fuzz/targets/dump.cpp:1: layer report includes \"TevInfo/RunDriver.h\" of "
+            Faults{"fuzz/targets/dump.cpp:1: layer library includes \"TevInfo/RunDriver.h\" of "
                    "layer app"});
   EXPECT_EQ(FaultsIn("bench/Start.cpp", "#include <gtest/gtest.h>\n"),
             Faults{"bench/Start.cpp:1: \"gtest/gtest.h\" is for tests only"});

@@ -58,7 +58,7 @@ TEST(Repository, EveryLayer_IsAmongTheFilesThatAreRead) {
     }
   }
   EXPECT_EQ(seen, (std::set{Layer::None, Layer::Util, Layer::Log, Layer::Lbf, Layer::Adt,
-                            Layer::Tev, Layer::Report, Layer::App}));
+                            Layer::Tev, Layer::Report, Layer::Check, Layer::Library, Layer::App}));
 }
 
 TEST(Repository, EveryHeader_IsGuardedByPragmaOnce) {

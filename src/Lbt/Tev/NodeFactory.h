@@ -5,8 +5,8 @@
 #include "Lbt/Lbf/LbFile.h"
 #include "Lbt/Tev/AttributeSetCache.h"
 #include "Lbt/Tev/Node.h"
-#include "Lbt/Tev/StreamNames.h"
 #include "Lbt/Tev/TreeRecord.h"
+#include "Lbt/Tev/Vocabulary.h"
 
 namespace LbtTev {
 

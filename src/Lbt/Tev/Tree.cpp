@@ -7,8 +7,8 @@
 #include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/NodeSets.h"
-#include "Lbt/Tev/StreamNames.h"
 #include "Lbt/Tev/TreeRecord.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "NodeFactory.h"
 
 namespace LbtTev {

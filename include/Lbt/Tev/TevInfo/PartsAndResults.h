@@ -8,6 +8,7 @@
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/TevInfo/TevDataset.h"
 #include "Lbt/Tev/Tree.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/AttributeValue.h"
 
 /// Names of shapes by the name of the group that they lie under, in tree order.
@@ -25,14 +26,7 @@ struct GeometryAssertion {
   static constexpr const char* kExpression = "0 != pTevGeometry";
 };
 
-/// The two parts of a variable's name: what stands before the first record separator
-/// (character 30), and what stands behind it. They are views of the name.
-struct VariableName {
-  explicit VariableName(std::string_view name);
-
-  std::string_view result;
-  std::string_view instance;
-};
+using LbtTev::VariableName;
 
 /// Takes a result variable and the parts of its name.
 using ResultSink =

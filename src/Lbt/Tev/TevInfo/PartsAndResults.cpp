@@ -15,8 +15,6 @@ using LbtTev::Geometry;
 using LbtTev::Group;
 using Entry = LbtAdt::TreeNode<LbtTev::Node*>;
 
-constexpr char kRecordSeparator = '\x1e';
-
 const Group* AsGroup(const Entry* entry) {
   return entry == nullptr ? nullptr : LbtTev::NodeCast<Group>(entry->data);
 }
@@ -66,19 +64,12 @@ const Geometry& GeometryOf(const LbtTev::Tree& tree, Position shape) {
 }
 
 bool IsResult(const Geometry::VarStruct& variable, const VariableName& name) {
-  return variable.variableType > Geometry::VariableType::LastMesh && name.result != "Node Ids" &&
-         name.result != "Element IDs";
+  return variable.variableType > Geometry::VariableType::LastMesh &&
+         name.result != LbtTev::MeshName::kNodeIds &&
+         name.result != LbtTev::MeshName::kElementIdsInCapitals;
 }
 
 }  // namespace
-
-VariableName::VariableName(std::string_view name) {
-  const std::size_t separator = name.find(kRecordSeparator);
-  result = name.substr(0, separator);
-  if (separator != std::string_view::npos) {
-    instance = name.substr(separator + 1);
-  }
-}
 
 LbtUtil::AttributeMap AttributesOf(const Geometry::VarStruct& variable, const VariableName& name) {
   LbtUtil::AttributeMap attributes = variable.attributes;

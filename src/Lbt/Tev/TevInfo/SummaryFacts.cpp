@@ -6,7 +6,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr char kRecordSeparator = '\x1e';
+using LbtTev::kRecordSeparator;
 
 std::size_t ListingSize(const GroupListing& groups, const std::string& name) {
   const auto found = groups.find(name);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace LbtTev::Check {
+
 namespace {
 
 std::uint64_t LengthOf(const CheckedBlock& block) { return block.check.recordedLength.value_or(0); }
@@ -54,3 +56,5 @@ std::uint64_t StreamMap::BytesAt(std::uint64_t position) const {
   const std::uint64_t end = span == nullptr ? 0 : span->start + LengthOf(*span->block);
   return position < end ? end - position : 0;
 }
+
+}  // namespace LbtTev::Check

@@ -1,4 +1,4 @@
-#include "Lbt/Tev/TevInfo/ModelCheck.h"
+#include "Lbt/Tev/Check/ModelCheck.h"
 
 #include <algorithm>
 #include <map>
@@ -8,11 +8,13 @@
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/NodeSets.h"
 #include "Lbt/Tev/OpenModel.h"
-#include "Lbt/Tev/StreamNames.h"
 #include "Lbt/Tev/Tree.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "LightUse.h"
 #include "RecordCheck.h"
 #include "VariableCheck.h"
+
+namespace LbtTev::Check {
 
 namespace {
 
@@ -181,3 +183,5 @@ void CheckModel(const std::string& path, const FindingSink& sink) {
   CheckStructure(records, MapOfTree(blocks), sink);
   TolerantLoad(blocks, records, sink).Run(path, wideOffsets);
 }
+
+}  // namespace LbtTev::Check

@@ -9,6 +9,8 @@
 
 #include "RecordGraph.h"
 
+namespace LbtTev::Check {
+
 using LbtTev::TreeRecord;
 using Link = unsigned int TreeRecord::*;
 
@@ -227,3 +229,5 @@ void CheckStructure(const TreeRecords& read, const StreamMap& map, const Finding
   FindRings(graph, &TreeRecord::nextSibling, "its next siblings lead back to itself", tell);
   FindChildFaults(graph, read.areAll, tell);
 }
+
+}  // namespace LbtTev::Check

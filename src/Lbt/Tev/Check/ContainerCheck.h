@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "Lbt/Lbf/LbFile.h"
-#include "Lbt/Tev/TevInfo/ModelCheck.h"
+#include "Lbt/Tev/Check/ModelCheck.h"
 #include "StreamMap.h"
+
+namespace LbtTev::Check {
 
 /// Opens a container. What is wrong with its header goes to "sink", and the result is
 /// false then. Throws where the file cannot be opened.
@@ -28,3 +30,5 @@
 /// in its handler: a lack of memory that is none for a block tells nothing of the file, and is
 /// thrown on.
 [[nodiscard]] std::string ReasonOf(const std::exception& exception, const LbtLbf::LbFile& file);
+
+}  // namespace LbtTev::Check

@@ -9,9 +9,11 @@
 #include <vector>
 
 #include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/Check/ModelCheck.h"
 #include "Lbt/Tev/LoadObserver.h"
-#include "Lbt/Tev/TevInfo/ModelCheck.h"
 #include "StreamMap.h"
+
+namespace LbtTev::Check {
 
 /// Follows the loading of a tree: how far it is, and which light data its records read.
 class LightUse final : public LbtTev::LoadObserver {
@@ -54,3 +56,5 @@ class LightUse final : public LbtTev::LoadObserver {
   std::size_t recordCount_ = 0;
   std::size_t nodeCount_ = 0;
 };
+
+}  // namespace LbtTev::Check

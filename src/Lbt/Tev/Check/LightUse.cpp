@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <exception>
 
-#include "Lbt/Tev/StreamNames.h"
+#include "Lbt/Tev/Vocabulary.h"
+
+namespace LbtTev::Check {
 
 LightUse::LightUse(LbtLbf::LbFile& file, const StreamMap& map)
     : file_(&file),
@@ -86,3 +88,5 @@ void LightUse::FindUnused(const FindingSink& sink) {
     sink(finding);
   }
 }
+
+}  // namespace LbtTev::Check

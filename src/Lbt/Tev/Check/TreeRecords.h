@@ -5,9 +5,11 @@
 #include <vector>
 
 #include "Lbt/Lbf/LbFile.h"
-#include "Lbt/Tev/TevInfo/ModelCheck.h"
+#include "Lbt/Tev/Check/ModelCheck.h"
 #include "Lbt/Tev/TreeRecord.h"
 #include "StreamMap.h"
+
+namespace LbtTev::Check {
 
 /// A tree record and where it begins in its stream.
 struct PlacedRecord : LbtTev::TreeRecord {
@@ -23,3 +25,5 @@ struct TreeRecords {
 /// Reads all tree records. "map" is that of their stream.
 [[nodiscard]] TreeRecords ReadTreeRecords(LbtLbf::LbFile& file, bool wideOffsets,
                                           const StreamMap& map, const FindingSink& sink);
+
+}  // namespace LbtTev::Check

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace LbtTev::Check {
+
 /// Something of a model file that has a number (or an id) and a name.
 struct NumberedName {
   /// Characters of a name that are kept: a finding must not cost what a name may be long.
@@ -69,3 +71,5 @@ using FindingSink = std::function<void(const Finding&)>;
 /// Takes time in proportion to what the blocks hold, and memory for the tree and one variable,
 /// however much is wrong. Throws where the file cannot be opened.
 void CheckModel(const std::string& path, const FindingSink& sink);
+
+}  // namespace LbtTev::Check

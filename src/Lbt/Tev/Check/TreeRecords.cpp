@@ -4,7 +4,9 @@
 #include <string>
 
 #include "ContainerCheck.h"
-#include "Lbt/Tev/StreamNames.h"
+#include "Lbt/Tev/Vocabulary.h"
+
+namespace LbtTev::Check {
 
 namespace {
 
@@ -109,3 +111,5 @@ TreeRecords ReadTreeRecords(LbtLbf::LbFile& file, bool wideOffsets, const Stream
   }
   return read;
 }
+
+}  // namespace LbtTev::Check

@@ -7,7 +7,9 @@
 #include "Lbt/Lbf/BlockCheck.h"
 #include "Lbt/Lbf/Index.h"
 #include "Lbt/Lbf/LbFile.h"
-#include "Lbt/Tev/TevInfo/ModelCheck.h"
+#include "Lbt/Tev/Check/ModelCheck.h"
+
+namespace LbtTev::Check {
 
 /// A block of a container with what checking it has shown.
 struct CheckedBlock {
@@ -67,3 +69,5 @@ class StreamMap {
   std::uint64_t length_ = 0;
   bool isExact_ = true;
 };
+
+}  // namespace LbtTev::Check

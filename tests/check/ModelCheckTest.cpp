@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Lbt/Tev/TevInfo/ModelCheck.h"
+#include "Lbt/Tev/Check/ModelCheck.h"
 #include "Lbt/Util/Exception.h"
 #include "support/ByteWriter.h"
 #include "support/SmallModel.h"
@@ -12,6 +12,8 @@
 namespace tevtest {
 namespace {
 
+using LbtTev::Check::CheckModel;
+using LbtTev::Check::Finding;
 using Kind = Finding::Kind;
 
 std::vector<Finding> FindingsOf(const std::string& bytes) {

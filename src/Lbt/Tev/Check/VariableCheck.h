@@ -2,9 +2,11 @@
 
 #include <functional>
 
-#include "Lbt/Tev/TevInfo/ModelCheck.h"
+#include "Lbt/Tev/Check/ModelCheck.h"
 #include "Lbt/Tev/Tree.h"
 #include "StreamMap.h"
+
+namespace LbtTev::Check {
 
 /// What loading a tree has shown of its nodes, by id.
 struct LoadedNodes {
@@ -19,3 +21,5 @@ struct LoadedNodes {
 /// of the heavy data.
 void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map, const LoadedNodes& nodes,
                     const FindingSink& sink);
+
+}  // namespace LbtTev::Check

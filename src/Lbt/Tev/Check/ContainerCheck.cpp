@@ -8,8 +8,10 @@
 #include "Lbt/Lbf/BlockCheck.h"
 #include "Lbt/Lbf/LackOfMemory.h"
 #include "Lbt/Tev/OpenModel.h"
-#include "Lbt/Tev/StreamNames.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/Exception.h"
+
+namespace LbtTev::Check {
 
 using Lbt::Util::Exception;
 using LbtLbf::LbFile;
@@ -240,3 +242,5 @@ std::vector<CheckedBlock> CheckBlocks(LbFile& file, const FindingSink& sink) {
   AddTail(file, blocks, sink);
   return blocks;
 }
+
+}  // namespace LbtTev::Check

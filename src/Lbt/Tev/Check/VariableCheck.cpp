@@ -11,7 +11,9 @@
 
 #include "ContainerCheck.h"
 #include "Lbt/Tev/Geometry.h"
-#include "Lbt/Tev/TevInfo/PartsAndResults.h"
+#include "Lbt/Tev/Vocabulary.h"
+
+namespace LbtTev::Check {
 
 using LbtTev::Geometry;
 using Variable = Geometry::VarStruct;
@@ -346,3 +348,5 @@ void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map, const Loaded
   });
   data.TellOfSkipped(sink);
 }
+
+}  // namespace LbtTev::Check

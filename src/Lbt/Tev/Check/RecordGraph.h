@@ -6,6 +6,8 @@
 
 #include "TreeRecords.h"
 
+namespace LbtTev::Check {
+
 /// Tree records as a tree has them: one for each id, by id, and one for the root in any case.
 class RecordGraph {
  public:
@@ -33,3 +35,5 @@ class RecordGraph {
   PlacedRecord rootless_;  // stands for a root that no record has
   std::vector<const PlacedRecord*> nodes_;
 };
+
+}  // namespace LbtTev::Check

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace LbtTev::Check {
+
 namespace {
 
 unsigned int IdOf(const PlacedRecord* record) { return record->id; }
@@ -28,3 +30,5 @@ std::size_t RecordGraph::Find(unsigned int id) const {
   const bool isThere = id != 0 && found != nodes_.end() && (*found)->id == id;
   return isThere ? static_cast<std::size_t>(found - nodes_.begin()) : kNone;
 }
+
+}  // namespace LbtTev::Check
