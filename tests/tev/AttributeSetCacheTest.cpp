@@ -145,7 +145,10 @@ TEST(AttributeSets, SharedOnes_KeepWhatWasMadeOfThem) {
     EXPECT_TRUE(VariableOf(loaded, id).isVibration) << id;
     EXPECT_EQ(AttributesOf(VariableOf(loaded, id)), std::vector<std::string>{"Category=Vibration"})
         << id;
+    EXPECT_EQ(VariableOf(loaded, id).storageAttributes.size(), 2U) << id;
+    EXPECT_TRUE(VariableOf(loaded, id).storageAttributes.at("Link.Node").IsText("7")) << id;
   }
+  EXPECT_TRUE(VariableOf(loaded, 4).storageAttributes.empty());
   EXPECT_FALSE(VariableOf(loaded, 4).isVibration);
 }
 
@@ -157,6 +160,7 @@ TEST(AttributeSets, LinkedVariableWithASharedSet_HasNoneAndTheOthersKeepTheirs) 
   LoadedTree loaded(model);
   const auto& variables = loaded.At<Geometry>(3).variables;
   EXPECT_TRUE(variables.at(0).attributes.empty());
+  EXPECT_TRUE(variables.at(0).storageAttributes.empty());
   EXPECT_EQ(variables.at(1).attributes.size(), 4U);
   EXPECT_EQ(VariableOf(loaded, 2).attributes.size(), 4U);
 }

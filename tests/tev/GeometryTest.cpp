@@ -109,6 +109,18 @@ TEST(Geometry, ProcessAttributes_LeavesOutWhatDescribesTheStorage) {
   Geometry::ProcessAttributes(variable, attributes);
   EXPECT_EQ(NamesOf(variable.attributes), (Names{"", "A Link.", "Category", "Contents2", "Label",
                                                  "Link", "Linked", "complex", "link.x"}));
+  EXPECT_EQ(
+      NamesOf(variable.storageAttributes),
+      (Names{"Complex", "Contents", "DataSource", "DataType", "Link.", "Link.Node", "Structure"}));
+}
+
+TEST(Geometry, ProcessAttributes_KeepsTheValuesOfWhatDescribesTheStorage) {
+  Geometry::VarStruct variable;
+  variable.storageAttributes = {{"Contents", "kept"}, {"Structure", "old"}};
+  Geometry::ProcessAttributes(variable, {{"Structure", "Element"}, {"Title", "x"}});
+  EXPECT_EQ(NamesOf(variable.storageAttributes), (Names{"Contents", "Structure"}));
+  EXPECT_TRUE(variable.storageAttributes.at("Structure").IsText("Element"));
+  EXPECT_TRUE(variable.storageAttributes.at("Contents").IsText("kept"));
 }
 
 TEST(Geometry, ProcessAttributes_OverwritesAndKeepsOthers) {

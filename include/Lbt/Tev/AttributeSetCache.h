@@ -25,6 +25,7 @@ class AttributeSetCache {
   struct Result {
     bool isVibration = false;
     LbtUtil::SharedAttributes attributes;
+    LbtUtil::SharedAttributes storageAttributes{};
   };
 
   /// The attribute set that "bytes" start with, as it is stored; none where it is too long to

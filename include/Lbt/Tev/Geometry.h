@@ -37,6 +37,8 @@ class Geometry final : public Node {
     bool isVibration = false;  ///< the "Category" attribute says "Vibration"
     bool isLinked = false;     ///< the data is that of another node's variable
     LbtUtil::SharedAttributes attributes;
+    /// Those that describe how the data is stored, which "attributes" has not.
+    LbtUtil::SharedAttributes storageAttributes;
     NumericArray array;
     unsigned int linkNodeId = 0;
     unsigned int linkVariableIndex = 0;
@@ -80,9 +82,9 @@ class Geometry final : public Node {
   unsigned int Add(std::string variableName, const VariableType& type, NumericArray array,
                    LbtUtil::AttributeMap attributes);
 
-  /// Sets isVibration and takes over all attributes but those that describe how the
-  /// data is stored: "Complex", "Contents", "DataSource", "DataType", "Structure" and
-  /// whatever begins with "Link.".
+  /// Sets isVibration and takes over all attributes: into "storageAttributes" those that
+  /// describe how the data is stored ("Complex", "Contents", "DataSource", "DataType",
+  /// "Structure" and whatever begins with "Link."), into "attributes" all others.
   static void ProcessAttributes(VarStruct& variable, LbtUtil::AttributeMap attributes);
 
   /// Make the loaders of the connectivity variables, and of all others, from the

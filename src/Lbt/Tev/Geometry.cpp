@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <utility>
 
 #include "Lbt/Log/Raise.h"
@@ -15,6 +16,25 @@ bool IsOfStorage(std::string_view attributeName) {
                                                           "DataType", "Structure"};
   return std::ranges::find(kNames, attributeName) != kNames.end() ||
          attributeName.starts_with("Link.");
+}
+
+/// Takes the attributes that describe how data is stored out of "attributes".
+LbtUtil::AttributeMap TakeStorageAttributes(LbtUtil::AttributeMap& attributes) {
+  LbtUtil::AttributeMap taken;
+  for (auto attribute = attributes.begin(); attribute != attributes.end();) {
+    const auto next = std::next(attribute);
+    if (IsOfStorage(attribute->first)) {
+      taken.insert(taken.end(), attributes.extract(attribute));
+    }
+    attribute = next;
+  }
+  return taken;
+}
+
+/// Entries that are there already and not named again stay.
+void Update(LbtUtil::SharedAttributes& attributes, LbtUtil::AttributeMap added) {
+  added.insert(attributes.begin(), attributes.end());
+  attributes = std::move(added);
 }
 
 }  // namespace
@@ -44,10 +64,8 @@ unsigned int Geometry::Add(std::string variableName, const VariableType& type, N
 void Geometry::ProcessAttributes(VarStruct& variable, LbtUtil::AttributeMap attributes) {
   const auto category = attributes.find("Category");
   variable.isVibration = category != attributes.end() && category->second.IsText("Vibration");
-  std::erase_if(attributes, [](const auto& attribute) { return IsOfStorage(attribute.first); });
-  // Entries that are there already and not named again stay.
-  attributes.insert(variable.attributes.begin(), variable.attributes.end());
-  variable.attributes = std::move(attributes);
+  Update(variable.storageAttributes, TakeStorageAttributes(attributes));
+  Update(variable.attributes, std::move(attributes));
 }
 
 void Geometry::LoadConnectivityBlocks(LbtLbf::LbFile& file, const std::string& heavyDataBlockName) {

@@ -105,13 +105,15 @@ void ReadAttributes(Source& source, Geometry::VarStruct& variable) {
     static_cast<void>(block->GetText(static_cast<std::uint32_t>(storedSet.size())));
     variable.isVibration = known->isVibration;
     variable.attributes = known->attributes;
+    variable.storageAttributes = known->storageAttributes;
     return;
   }
   LbtUtil::AttributeMap attributes;
   source.attributeReader.Read(source.file, source.attributes.GetName(), attributes);
   Geometry::ProcessAttributes(variable, std::move(attributes));
   if (!storedSet.empty()) {
-    source.cache->Keep(storedSet, {variable.isVibration, variable.attributes});
+    source.cache->Keep(storedSet,
+                       {variable.isVibration, variable.attributes, variable.storageAttributes});
   }
 }
 
@@ -130,6 +132,7 @@ void ReadVariable(Source& source, Geometry& geometry, unsigned int idOffset) {
   ReadAttributes(source, variable);
   if (variable.isLinked) {
     variable.attributes.clear();
+    variable.storageAttributes.clear();
   }
   geometry.variables.push_back(std::move(variable));
 }
