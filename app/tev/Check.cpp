@@ -1,3 +1,5 @@
+// "tev check": looks for damage in models.
+
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -66,6 +68,8 @@ std::string PlaceText(const Finding& finding) {
   std::string text;
   if (finding.block) {
     text += TextOf("block", *finding.block);
+  } else if (finding.stream) {
+    text += "block unknown (" + *finding.stream + ")";
   }
   if (finding.offset) {
     text += (text.empty() ? "byte " : " at byte ") + std::to_string(*finding.offset);
@@ -79,7 +83,7 @@ std::string PlaceText(const Finding& finding) {
   return text.empty() ? text : text + ": ";
 }
 
-/// The numbers behind a finding: " (claimed 400, found 280)".
+/// The numbers that end a finding: " (claimed 400, found 280)".
 std::string NumbersText(const Finding& finding) {
   if (!finding.claimed) {
     return "";

@@ -130,16 +130,16 @@ TEST_F(TevCheckContainer, RecordedLengthThatIsTooLarge_IsTold) {
             ": the recorded length is above what comes out (claimed 101, found 100)\n");
 }
 
-TEST_F(TevCheckContainer, BytesBehindTheEntries_AreUnused) {
+TEST_F(TevCheckContainer, BytesAfterTheEntries_AreUnused) {
   ContainerWriter writer = SmallModel().ToContainer();
   const std::size_t size = writer.Build().indexSize;
   EXPECT_EQ(Check(writer.SetIndexTrailing("12345").Build().bytes),
             "m.tev: byte " + std::to_string(16 + size) +
-                ": the index has bytes behind its last entry (claimed " + std::to_string(size + 5) +
+                ": the index has bytes after its last entry (claimed " + std::to_string(size + 5) +
                 ", found " + std::to_string(size) + ")\n");
 }
 
-TEST_F(TevCheckContainer, BytesBehindTheEntriesOfASecondIndex_AreUnused) {
+TEST_F(TevCheckContainer, BytesAfterTheEntriesOfASecondIndex_AreUnused) {
   // Its entry for "Resources": count, then 11 bytes and the name.
   constexpr std::size_t kSize = 4 + 11 + 9;
   for (const bool isCompressed : {false, true}) {
@@ -152,7 +152,7 @@ TEST_F(TevCheckContainer, BytesBehindTheEntriesOfASecondIndex_AreUnused) {
     const std::size_t offset = container.continuations.at(0).offset + (isCompressed ? 0 : kSize);
     EXPECT_EQ(Check(container.bytes),
               "m.tev: " + BlockText(6, "\\x0bIndex Block 1", offset) +
-                  ": the index has bytes behind its last entry (claimed 27, found 24)\n");
+                  ": the index has bytes after its last entry (claimed 27, found 24)\n");
   }
 }
 
@@ -171,14 +171,14 @@ TEST_F(TevCheckContainer, StreamOfANameThatNobodyReads_IsToldOnce) {
           ": nothing reads a stream of this name\n");
 }
 
-TEST_F(TevCheckContainer, BytesBehindTheLastBlock_AreUnused) {
+TEST_F(TevCheckContainer, BytesAfterTheLastBlock_AreUnused) {
   const std::string bytes = SmallModel().Build();
   EXPECT_EQ(Check(bytes + "1234567"), "m.tev: byte " + std::to_string(bytes.size()) +
-                                          ": nothing reads the 7 bytes behind the last block\n");
+                                          ": nothing reads the 7 bytes after the last block\n");
   const std::string empty = ContainerWriter().Build().bytes;
   EXPECT_TRUE(Check(empty + "1")
                   .starts_with("m.tev: byte " + std::to_string(empty.size()) +
-                               ": nothing reads the 1 byte behind the last block\n"));
+                               ": nothing reads the 1 byte after the last block\n"));
 }
 
 TEST_F(TevCheckContainer, SeveralBadBlocks_AreAllTold) {

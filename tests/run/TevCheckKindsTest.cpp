@@ -117,7 +117,7 @@ std::vector<Case> ContainerCases() {
   cases.push_back({.name = "UnusedOfTheIndex",
                    .bytes = SmallModel().ToContainer().SetIndexTrailing("12345").Build().bytes,
                    .kind = "unused-bytes",
-                   .text = "the index has bytes behind its last entry",
+                   .text = "the index has bytes after its last entry",
                    .offset = 16 + indexSize,
                    .claimed = indexSize + 5,
                    .found = indexSize});
@@ -264,7 +264,7 @@ std::vector<Case> StreamCases() {
   cases.push_back({.name = "UnusedOfTheTree",
                    .bytes = tail.Build(),
                    .kind = "unused-bytes",
-                   .text = "nothing reads the 5 bytes behind the last tree record, from byte " +
+                   .text = "nothing reads the 5 bytes after the last tree record, from byte " +
                            std::to_string(tree.size()) + " of the stream on",
                    .block = TreeBlock(),
                    .offset = OffsetOf(tail, kTree, tree.size()),

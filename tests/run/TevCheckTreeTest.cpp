@@ -58,28 +58,28 @@ TEST_F(TevCheckTree, NegativeCountOfRecords_IsToldAsSuchAndNothingIsRead) {
   }
 }
 
-TEST_F(TevCheckTree, BytesBehindTheLastRecord_AreUnused) {
+TEST_F(TevCheckTree, BytesAfterTheLastRecord_AreUnused) {
   const std::string bytes = model.StreamBytes(kTree);
   const std::string size = std::to_string(bytes.size());
   for (const auto& [rest, text] : {std::pair("x", "1 byte"), {"more", "4 bytes"}}) {
     model.ReplaceStream(kTree, bytes + rest);
     EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model, bytes.size()) +
                                 ": nothing reads the " + text +
-                                " behind the last tree record, from byte " + size +
+                                " after the last tree record, from byte " + size +
                                 " of the stream on (claimed " +
                                 std::to_string(bytes.size() + std::string(rest).size()) +
                                 ", found " + size + ")\n");
   }
 }
 
-TEST_F(TevCheckTree, BlockBehindTheLastRecord_IsUnusedAndNamed) {
+TEST_F(TevCheckTree, BlockAfterTheLastRecord_IsUnusedAndNamed) {
   ContainerWriter writer = model.ToContainer();
   writer.AddRaw(kTree, "").AddCompressed(kTree, "12345").AddRaw(kTree, "67");
   const std::size_t size = model.StreamBytes(kTree).size();
   const Container container = writer.Build();
   EXPECT_EQ(Check(container.bytes),
             "m.tev: " + BlockText(7, std::string(kTree), container.Block(kTree, 2).offset) +
-                ": nothing reads the 7 bytes behind the last tree record, from byte " +
+                ": nothing reads the 7 bytes after the last tree record, from byte " +
                 std::to_string(size) + " of the stream on (claimed " + std::to_string(size + 7) +
                 ", found " + std::to_string(size) + ")\n");
 }
@@ -91,7 +91,7 @@ TEST_F(TevCheckTree, CountOfRecordsThatIsTooSmall_LeavesTheRestUnread) {
   const std::string found = Check(model);
   EXPECT_TRUE(found.starts_with("m.tev: " + BlockText(kTreeBlock, kTree, model, end) +
                                 ": nothing reads the " + std::to_string(bytes.size() - end) +
-                                " bytes behind the last tree record, from byte "))
+                                " bytes after the last tree record, from byte "))
       << found;
 }
 
@@ -172,7 +172,24 @@ TEST_F(TevCheckTree, RefusedBlockOfANodesData_IsWhereTheNodeIsTold) {
   }
 }
 
-TEST_F(TevCheckTree, LightDataBehindItsStream_NamesTheNode) {
+TEST_F(TevCheckTree, LightDataAfterABlockOfUnknownLength_IsInNoBlockThatCouldBeNamed) {
+  // Three stored bytes are too few for a length. The second group says that its data lies after
+  // their block.
+  model.SetLayout(kLightData, {.split = StreamLayout::Split::BlockPerRecord,
+                               .packing = StreamLayout::Packing::Compressed});
+  model.At(kSmallGeometryGroup).lightPosition = model.RecordStart(kLightData, 2);
+  ContainerWriter writer = model.ToContainer();
+  writer.Blocks().at(kLightBlock + 1).storedBytes = "123";
+  const Container container = writer.Build();
+  const std::string block =
+      BlockText(kLightBlock + 1, std::string(kLightData), container.Block(kLightData, 1).offset);
+  EXPECT_EQ(Check(container.bytes),
+            "m.tev: " + block + ": the block is too short for a compressed one\n" +
+                "m.tev: block unknown (Light Data), node 2 (Geometry): its data cannot be read: "
+                "Not enough bytes in the block\n");
+}
+
+TEST_F(TevCheckTree, LightDataBeyondItsStream_NamesTheNode) {
   model.At(kSmallMesh2).lightPosition = 100000;
   const std::size_t length = model.StreamBytes(kLightData).size();
   EXPECT_EQ(Check(model), "m.tev: " + BlockText(kLightBlock, kLightData, model, length) +
@@ -248,7 +265,7 @@ TEST_F(TevCheckTree, NodeSetsInARefusedBlock_AreToldWithTheirBlock) {
                 ", node 7 (Sets): its node sets cannot be read, since their block cannot\n");
 }
 
-TEST_F(TevCheckTree, LightDataBehindTheLastRecord_IsUnused) {
+TEST_F(TevCheckTree, LightDataAfterTheLastRecord_IsUnused) {
   const std::string bytes = model.StreamBytes(kLightData);
   model.ReplaceStream(kLightData, bytes + "rest");
   EXPECT_EQ(Check(model), "m.tev: " + BlockText(kLightBlock, kLightData, model, bytes.size()) +

@@ -78,7 +78,7 @@ TEST_F(TevCheckVariables, DataBeyondTheEndOfItsBlock_TellsHowMuchIsThere) {
                               "bytes in the block (claimed 8, found 4)\n");
 }
 
-TEST_F(TevCheckVariables, DataBehindTheStream_HasNothing) {
+TEST_F(TevCheckVariables, DataBeyondTheStream_HasNothing) {
   const auto length = static_cast<std::uint32_t>(model.StreamBytes(kHeavyData).size());
   model.VariableAt(kSmallMesh1, 4).heavyPosition = length + 100;
   EXPECT_EQ(Check(model), DataText(length) + kMesh1 +
@@ -118,6 +118,35 @@ TEST_F(TevCheckVariables, BadBlock_NamesWhatIsLostAndTheRestIsChecked) {
                           container.Block(kHeavyData, 5).offset) +
                 ", node 4 (mesh 1), variable 5 (Displacement\\x1eTime = 0.5): its byte count "
                 "does not fit items of 3 components, 4 bytes each (claimed 56, found 48)\n");
+}
+
+TEST_F(TevCheckVariables, DataAfterABlockOfUnknownLength_IsInNoBlockThatCouldBeNamed) {
+  // The second heavy block is one that the file ends before: how much it holds cannot be known, and
+  // so neither which block has what lies after its first byte.
+  model.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord,
+                               .packing = StreamLayout::Packing::Compressed});
+  ContainerWriter writer = model.ToContainer();
+  const Container whole = writer.Build();
+  const std::size_t start = whole.Block(kHeavyData, 1).offset;
+  const std::string found = Check(writer.TruncateTo(start + 3).Build().bytes);
+  const std::string second = BlockText(kHeavyBlock + 1, std::string(kHeavyData), start);
+  EXPECT_NE(found.find("m.tev: " + second + ": the file ends before the block does ("),
+            std::string::npos)
+      << found;
+  EXPECT_NE(found.find("m.tev: " + second + ", " + kMesh1 +
+                       "variable 1 (Coordinates): the data cannot be loaded, since its block "
+                       "cannot (claimed 60, found 0)\n"),
+            std::string::npos)
+      << found;
+  EXPECT_NE(found.find("m.tev: block unknown (Heavy Data), node 4 (mesh 1), variable 2 "
+                       "(Connectivity): the data cannot be loaded, since the length of an earlier "
+                       "block is unknown (claimed 32, found 0)\n"),
+            std::string::npos)
+      << found;
+  EXPECT_NE(found.find("m.tev: block unknown (Heavy Data), node 7 (Sets): its node sets cannot be "
+                       "read, since the length of an earlier block is unknown\n"),
+            std::string::npos)
+      << found;
 }
 
 TEST_F(TevCheckVariables, ConnectivityOutsideTheNodeRange_NamesTheHighestIndex) {

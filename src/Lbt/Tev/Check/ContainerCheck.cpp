@@ -1,3 +1,5 @@
+// The container of a model: header, index, each block by itself, and what nothing reads.
+
 #include "ContainerCheck.h"
 
 #include <algorithm>
@@ -75,7 +77,7 @@ void AddUnused(std::uint64_t offset, std::uint64_t size, std::uint64_t unused,
                std::optional<NumberedName> block, const FindingSink& sink) {
   if (unused != 0) {
     sink({.kind = Finding::Kind::UnusedBytes,
-          .text = "the index has bytes behind its last entry",
+          .text = "the index has bytes after its last entry",
           .block = std::move(block),
           .offset = offset,
           .claimed = size,
@@ -133,7 +135,7 @@ void AddTail(const LbFile& file, const std::vector<CheckedBlock>& blocks, const 
   if (size > end) {
     sink({.kind = Finding::Kind::UnusedBytes,
           .text = "nothing reads the " + std::to_string(size - end) +
-                  (size - end == 1 ? " byte" : " bytes") + " behind the last block",
+                  (size - end == 1 ? " byte" : " bytes") + " after the last block",
           .offset = end});
   }
 }

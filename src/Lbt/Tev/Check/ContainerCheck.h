@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Lbt/Lbf/LbFile.h"
-#include "Lbt/Tev/Check/ModelCheck.h"
+#include "Lbt/Tev/Check/Finding.h"
 #include "StreamMap.h"
 
 namespace LbtTev::Check {
@@ -26,7 +26,7 @@ namespace LbtTev::Check {
 [[nodiscard]] std::optional<LbtLbf::NumberedBlock> RefusedBlock(const std::exception& exception,
                                                                 const LbtLbf::LbFile& file);
 
-/// What an exception tells on reading from "file", in words that stand behind a colon. Only for use
+/// What an exception tells on reading from "file", in words that stand after a colon. Only for use
 /// in its handler: a lack of memory that is none for a block tells nothing of the file, and is
 /// thrown on.
 [[nodiscard]] std::string ReasonOf(const std::exception& exception, const LbtLbf::LbFile& file);

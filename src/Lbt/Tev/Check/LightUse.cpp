@@ -1,3 +1,5 @@
+// Which light data the records of a tree read, and where that of a record lies.
+
 #include "LightUse.h"
 
 #include <algorithm>
@@ -47,7 +49,7 @@ void LightUse::PlaceLast(Finding& finding) const {
     return;
   }
   map_->Place(start_, finding);
-  if (start_ > map_->Length()) {
+  if (map_->Knows(start_) && start_ > map_->Length()) {
     finding.claimed = start_;
     finding.found = map_->Length();
   }
@@ -71,12 +73,12 @@ void LightUse::FindUnused(const FindingSink& sink) {
   std::uint64_t end = 0;
   std::uint64_t unused = 0;
   std::uint64_t first = 0;
-  for (const auto& [start, behind] : used_) {
+  for (const auto& [start, stop] : used_) {
     if (start > end) {
       first = unused == 0 ? end : first;
       unused += start - end;
     }
-    end = std::max(end, behind);
+    end = std::max(end, stop);
   }
   if (unused != 0) {
     Finding finding{.kind = Finding::Kind::UnusedBytes,

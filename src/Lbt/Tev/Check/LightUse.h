@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Lbt/Lbf/LbFile.h"
-#include "Lbt/Tev/Check/ModelCheck.h"
+#include "Lbt/Tev/Check/Finding.h"
 #include "Lbt/Tev/LoadObserver.h"
 #include "StreamMap.h"
 
@@ -34,7 +34,7 @@ class LightUse final : public LbtTev::LoadObserver {
   void FindUnused(const FindingSink& sink);
 
   /// Tells in "finding" where the data of the last record begins, as far as that is known, and
-  /// where it would have to begin in the stream if it lies behind that.
+  /// where it would have to begin in the stream if it lies beyond the end.
   void PlaceLast(Finding& finding) const;
 
   /// The same for a geometry that was read, by its id.

@@ -1,3 +1,5 @@
+// The check of a model file as a whole.
+
 #include "Lbt/Tev/Check/ModelCheck.h"
 
 #include <algorithm>
@@ -101,7 +103,7 @@ class TolerantLoad {
     }
   }
 
-  /// What loading a tree does behind the records.
+  /// What loading a tree does after the records.
   void LoadRest() {
     for (const auto& [id, entry] : tree_.GetNodes()) {
       if (auto* geometry = dynamic_cast<LbtTev::Geometry*>(entry.data)) {
@@ -115,6 +117,13 @@ class TolerantLoad {
 
   void LoadNodeSets(unsigned int id, LbtTev::NodeSets& nodeSets) {
     const CheckedBlock* block = heavyMap_.BlockAt(nodeSets.heavyDataPosition);
+    if (!heavyMap_.Knows(nodeSets.heavyDataPosition)) {
+      AddUnreadableSets(id, nodeSets,
+                        {.kind = Finding::Kind::UnreadableRecord,
+                         .text = "its node sets cannot be read, since the length of an earlier "
+                                 "block is unknown"});
+      return;
+    }
     if (block != nullptr && !block->IsGood()) {
       // Trying would only cost as much again for each.
       AddUnreadableSets(id, nodeSets,

@@ -1,13 +1,14 @@
+// How the tree records of a model refer to each other.
+
 #include "RecordCheck.h"
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <numeric>
 #include <optional>
 #include <string>
 #include <utility>
-
-#include "RecordGraph.h"
 
 namespace LbtTev::Check {
 
@@ -16,7 +17,58 @@ using Link = unsigned int TreeRecord::*;
 
 namespace {
 
+/// Tree records as a tree has them: one for each id, by id, and one for the root in any case.
+class RecordGraph {
+ public:
+  /// No node.
+  static constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
+
+  /// "records" must outlive this. Of those with one id, the last counts.
+  explicit RecordGraph(const std::vector<PlacedRecord>& records);
+  RecordGraph(const RecordGraph&) = delete;
+  RecordGraph& operator=(const RecordGraph&) = delete;
+  ~RecordGraph() = default;
+
+  /// Nodes are numbered from 0 on, in the order of their ids.
+  [[nodiscard]] std::size_t Count() const { return nodes_.size(); }
+  [[nodiscard]] const PlacedRecord& At(std::size_t node) const { return *nodes_[node]; }
+
+  /// None for id 0, which means none in every link, and for one that no record has.
+  [[nodiscard]] std::size_t Find(unsigned int id) const;
+
+  [[nodiscard]] std::size_t Root() const { return Find(kRootId); }
+
+ private:
+  static constexpr unsigned int kRootId = 1;
+
+  PlacedRecord rootless_;  // stands for a root that no record has
+  std::vector<const PlacedRecord*> nodes_;
+};
+
 constexpr std::size_t kNone = RecordGraph::kNone;
+
+unsigned int IdOf(const PlacedRecord* record) { return record->id; }
+
+RecordGraph::RecordGraph(const std::vector<PlacedRecord>& records) {
+  rootless_.id = kRootId;
+  nodes_.reserve(records.size() + 1);
+  nodes_.push_back(&rootless_);
+  for (const PlacedRecord& record : records) {
+    nodes_.push_back(&record);
+  }
+  std::ranges::stable_sort(nodes_, {}, IdOf);
+  // From the end, so that the last of each id is the one that stays.
+  const auto dropped = std::unique(
+      nodes_.rbegin(), nodes_.rend(),
+      [](const PlacedRecord* one, const PlacedRecord* other) { return one->id == other->id; });
+  nodes_.erase(nodes_.begin(), dropped.base());
+}
+
+std::size_t RecordGraph::Find(unsigned int id) const {
+  const auto found = std::ranges::lower_bound(nodes_, id, {}, IdOf);
+  const bool isThere = id != 0 && found != nodes_.end() && (*found)->id == id;
+  return isThere ? static_cast<std::size_t>(found - nodes_.begin()) : kNone;
+}
 
 /// Tells of records, and where in the file they are.
 class Teller {

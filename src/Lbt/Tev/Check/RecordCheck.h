@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Lbt/Tev/Check/ModelCheck.h"
+#include "Lbt/Tev/Check/Finding.h"
 #include "StreamMap.h"
 #include "TreeRecords.h"
 

@@ -1,3 +1,5 @@
+// Where the blocks of a stream lie.
+
 #include "StreamMap.h"
 
 #include <algorithm>
@@ -10,11 +12,13 @@ std::uint64_t LengthOf(const CheckedBlock& block) { return block.check.recordedL
 
 }  // namespace
 
-StreamMap::StreamMap(const std::vector<CheckedBlock>& blocks, const std::string& stream) {
+StreamMap::StreamMap(const std::vector<CheckedBlock>& blocks, const std::string& stream)
+    : stream_(stream) {
   for (const CheckedBlock& block : blocks) {
-    if (block.name.name == stream) {
+    if (block.name.name == stream && areLengthsKnown_) {
       spans_.push_back({length_, &block});
       length_ += LengthOf(block);
+      areLengthsKnown_ = block.check.recordedLength.has_value();
       isExact_ = isExact_ && block.IsGood() && block.check.length == LengthOf(block);
     }
   }
@@ -27,8 +31,8 @@ std::uint64_t StreamMap::StartOf(std::uint64_t number) const {
 }
 
 const StreamMap::Span* StreamMap::SpanAt(std::uint64_t position) const {
-  const auto behind = std::ranges::upper_bound(spans_, position, {}, &Span::start);
-  return behind == spans_.begin() ? nullptr : &*(behind - 1);
+  const auto next = std::ranges::upper_bound(spans_, position, {}, &Span::start);
+  return next == spans_.begin() || !Knows(position) ? nullptr : &*(next - 1);
 }
 
 const CheckedBlock* StreamMap::BlockAt(std::uint64_t position) const {
@@ -42,6 +46,8 @@ void StreamMap::Place(std::uint64_t position, Finding& finding) const {
     const std::uint64_t within = std::min(position - span->start, LengthOf(block));
     finding.block = block.name;
     finding.offset = block.offset + (block.isCompressed ? 0 : within);
+  } else if (!Knows(position)) {
+    finding.stream = stream_;
   }
 }
 

@@ -7,7 +7,7 @@
 #include "Lbt/Lbf/BlockCheck.h"
 #include "Lbt/Lbf/Index.h"
 #include "Lbt/Lbf/LbFile.h"
-#include "Lbt/Tev/Check/ModelCheck.h"
+#include "Lbt/Tev/Check/Finding.h"
 
 namespace LbtTev::Check {
 
@@ -26,10 +26,11 @@ struct CheckedBlock {
 };
 
 /// Where the blocks of one stream lie, by the lengths that they are recorded with: a seek
-/// counts blocks with those as long as it has not read them.
+/// counts blocks with those as long as it has not read them. Where such a length cannot be read,
+/// nothing is known of what lies after the start of its block.
 class StreamMap {
  public:
-  /// Keeps pointers to the blocks of that stream among "blocks".
+  /// Keeps pointers to the blocks of that stream among "blocks", and its name.
   StreamMap(const std::vector<CheckedBlock>& blocks, const std::string& stream);
 
   [[nodiscard]] bool IsEmpty() const { return spans_.empty(); }
@@ -37,17 +38,23 @@ class StreamMap {
   /// Whether every block can be loaded and holds what it is recorded with.
   [[nodiscard]] bool IsExact() const { return isExact_; }
 
-  /// Length of the stream.
+  /// Whether it is known where in the file a position of the stream is.
+  [[nodiscard]] bool Knows(std::uint64_t position) const {
+    return areLengthsKnown_ || position <= length_;
+  }
+
+  /// Length of the stream, as far as it is known.
   [[nodiscard]] std::uint64_t Length() const { return length_; }
 
   /// Where a block of the stream starts in it, by its number among all blocks.
   [[nodiscard]] std::uint64_t StartOf(std::uint64_t number) const;
 
   /// The block that a position of the stream lies in, the last one for any beyond; null where
-  /// there is none.
+  /// there is none or where it is unknown.
   [[nodiscard]] const CheckedBlock* BlockAt(std::uint64_t position) const;
 
-  /// Tells in "finding" which block a position lies in, and where in the file it is.
+  /// Tells in "finding" which block a position lies in, and where in the file it is; the stream
+  /// alone where that is unknown.
   void Place(std::uint64_t position, Finding& finding) const;
 
   /// Where the next read of this stream, "name", would begin. That a block which is used up gives
@@ -65,8 +72,10 @@ class StreamMap {
 
   [[nodiscard]] const Span* SpanAt(std::uint64_t position) const;
 
-  std::vector<Span> spans_;
+  std::string stream_;
+  std::vector<Span> spans_;  // up to the first block of unknown length
   std::uint64_t length_ = 0;
+  bool areLengthsKnown_ = true;
   bool isExact_ = true;
 };
 

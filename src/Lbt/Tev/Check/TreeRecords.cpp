@@ -1,3 +1,5 @@
+// The tree records of a model, as far as they can be read.
+
 #include "TreeRecords.h"
 
 #include <exception>
@@ -36,7 +38,7 @@ class RecordReader {
     return finding;
   }
 
-  /// What a failure was about: the count, or the record behind the "before" ones. It is where
+  /// What a failure was about: the count, or the record after the "before" ones. It is where
   /// that begins, or in the block whose loading came last where that is another one.
   [[nodiscard]] Finding FailureOf(const std::exception& exception, std::size_t before) const {
     const std::string what =
@@ -54,7 +56,7 @@ class RecordReader {
     return finding;
   }
 
-  /// Tells of bytes behind the last record. Call it when all have been read.
+  /// Tells of bytes after the last record. Call it when all have been read.
   void FindUnused(const FindingSink& sink) const {
     const std::uint64_t end = map_->CursorOf(*file_, stream_);
     const std::uint64_t unused = map_->Length() - end;
@@ -64,7 +66,7 @@ class RecordReader {
     Finding finding{.kind = Finding::Kind::UnusedBytes,
                     .text = "nothing reads the " + std::to_string(unused) +
                             (unused == 1 ? " byte" : " bytes") +
-                            " behind the last tree record, from byte " + std::to_string(end) +
+                            " after the last tree record, from byte " + std::to_string(end) +
                             " of the stream on",
                     .claimed = map_->Length(),
                     .found = end};

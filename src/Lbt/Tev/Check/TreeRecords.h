@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Lbt/Lbf/LbFile.h"
-#include "Lbt/Tev/Check/ModelCheck.h"
+#include "Lbt/Tev/Check/Finding.h"
 #include "Lbt/Tev/TreeRecord.h"
 #include "StreamMap.h"
 

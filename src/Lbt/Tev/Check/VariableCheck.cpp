@@ -1,3 +1,5 @@
+// The variables of all geometries: byte counts, links and data.
+
 #include "VariableCheck.h"
 
 #include <algorithm>
@@ -116,11 +118,11 @@ class DataCheck {
   void Run() {
     std::ranges::stable_sort(variables_, {}, &PlacedVariable::Range);
     for (auto first = variables_.begin(); first != variables_.end();) {
-      const auto behind = std::find_if(first, variables_.end(), [&](const PlacedVariable& other) {
+      const auto next = std::find_if(first, variables_.end(), [&](const PlacedVariable& other) {
         return other.Range() != first->Range();
       });
-      Check({first, behind});
-      first = behind;
+      Check({first, next});
+      first = next;
     }
     std::ranges::stable_sort(faults_, {}, &DataFault::Order);
   }
@@ -159,7 +161,11 @@ class DataCheck {
     const LbtTev::DataLoader& loader = *group.front().Array().loader;
     claimed_ += loader.GetByteSize();
     const CheckedBlock* block = map_->BlockAt(loader.GetPosition());
-    if (block != nullptr && !block->IsGood()) {
+    if (!map_->Knows(loader.GetPosition())) {
+      AddUnreadable(group,
+                    "the data cannot be loaded, since the length of an earlier block is unknown",
+                    false);
+    } else if (block != nullptr && !block->IsGood()) {
       AddUnreadable(group, "the data cannot be loaded, since its block cannot", false);
     } else if (CostOf(loader) > allowance_) {
       skipped_ += group.size();

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "Lbt/Tev/Check/ModelCheck.h"
+#include "Lbt/Tev/Check/Finding.h"
 #include "Lbt/Tev/Tree.h"
 #include "StreamMap.h"
 
