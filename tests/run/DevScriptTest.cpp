@@ -21,11 +21,9 @@ class DevScript : public ::testing::Test {
  protected:
   DevScript() {
     dir.MakeDirectory("repository");
-    fs::create_directories(dir / "repository/app/tev");
     fs::create_directories(dir / "repository/fuzz/targets");
     fs::copy_file(fs::path(TEVINFO_SOURCE_DIR) / "dev", dir / "repository/dev");
-    // With sources of the companion program, its libraries are needed, too.
-    dir.Write("repository/app/tev/main.cpp", "");
+    fs::copy(fs::path(TEVINFO_SOURCE_DIR) / "tools", dir / "repository/tools");
     dir.MakeDirectory("bin");
     for (const char* name : {"bash", "cat", "chmod", "cp", "dirname", "env", "find", "grep",
                              "mkdir", "mktemp", "nproc", "rm", "sed", "sort", "xargs"})
@@ -100,6 +98,14 @@ TEST_F(DevScript, EveryVerb_InstallsNothingWhereNothingIsMissing) {
 
 TEST_F(DevScript, EveryVerbWithoutDebiansPackageManager_InstallsNothingWhereItsPartsAreThere) {
   ExpectNothingInstalled();
+}
+
+TEST_F(DevScript, UnknownVerb_IsNamedAndTheVerbsListed) {
+  const RunResult result = Run({"polish"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.output, "");
+  EXPECT_TRUE(result.error.starts_with("dev: unknown verb \"polish\"\n\nUsage: ./dev <verb>"))
+      << result.error;
 }
 
 TEST_F(DevScript, MissingPackages_AreInstalledAlone) {

@@ -1,0 +1,92 @@
+# The Debian packages that the verbs of ./dev need, and their installation where they are missing.
+# Sourced, never run.
+
+build_packages=(g++ cmake ninja-build zlib1g-dev libboost-dev libcli11-dev nlohmann-json3-dev)
+test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema)
+asan_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
+coverage_packages=("${test_packages[@]}" gcovr)
+format_packages=(clang-format)
+lint_packages=("${asan_packages[@]}" clang-tidy clang-format)
+counts_packages=("${build_packages[@]}" valgrind python3)
+bench_packages=("${counts_packages[@]}" hdf5-tools netcdf-bin libhdf5-dev libnetcdf-dev libfmt-dev
+  libbenchmark-dev hyperfine linux-perf)
+
+# Prints those of the given packages that are not installed.
+missing_packages() {
+  if command -v dpkg-query >/dev/null; then
+    missing_by_dpkg "$@"
+  else
+    missing_by_probe "$@"
+  fi
+}
+
+missing_by_dpkg() {
+  local installed package
+  installed="$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2>/dev/null || true)"
+  for package in "$@"; do
+    grep -qxF "installed $package" <<<"$installed" || printf '%s\n' "$package"
+  done
+}
+
+missing_by_probe() {
+  local package
+  for package in "$@"; do
+    has_parts_of "$package" || printf '%s\n' "$package"
+  done
+}
+
+# Whether what the Debian package of that name brings is there.
+has_parts_of() {
+  case "$1" in
+    ninja-build) command -v ninja >/dev/null ;;
+    clang) command -v clang++ >/dev/null ;;
+    zlib1g-dev) has_header zlib.h ;;
+    libboost-dev) has_header boost/version.hpp ;;
+    libgtest-dev) has_header gtest/gtest.h ;;
+    libcli11-dev) has_header CLI/CLI.hpp ;;
+    nlohmann-json3-dev) has_header nlohmann/json.hpp ;;
+    python3-jsonschema) python3 -c 'import jsonschema' 2>/dev/null ;;
+    libclang-rt-14-dev) has_clang_runtime ;;
+    hdf5-tools) command -v h5dump >/dev/null ;;
+    netcdf-bin) command -v ncdump >/dev/null ;;
+    libhdf5-dev) has_header hdf5.h || has_header hdf5/serial/hdf5.h ;;
+    libnetcdf-dev) has_header netcdf.h ;;
+    libfmt-dev) has_header fmt/format.h ;;
+    libbenchmark-dev) has_header benchmark/benchmark.h ;;
+    *) command -v "$1" >/dev/null ;;
+  esac
+}
+
+has_header() {
+  printf '#include <%s>\n' "$1" | g++ -std=c++20 -x c++ -fsyntax-only - 2>/dev/null
+}
+
+has_clang_runtime() {
+  local runtime
+  runtime="$(clang++ -print-file-name=libclang_rt.asan-x86_64.a 2>/dev/null)" && [[ -f $runtime ]]
+}
+
+# Installs those of the given packages that are missing.
+need() {
+  local missing
+  mapfile -t missing < <(missing_packages "$@")
+  if ((${#missing[@]} > 0)); then
+    install_packages "${missing[@]}"
+  fi
+}
+
+install_packages() {
+  local as_root=()
+  command -v apt-get >/dev/null ||
+    fail "missing: $* (there is no apt-get; please install them by other means)"
+  if ((EUID != 0)); then
+    command -v sudo >/dev/null || fail "missing: $* (installing them needs root or sudo)"
+    as_root=(sudo)
+  fi
+  say "installing $*"
+  # A source that does not answer must not stop the rest; the installation decides.
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update >&2 ||
+    say "apt-get update failed; going on with the lists that are there"
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y --no-install-recommends "$@" >&2 || fail "could not install: $*"
+}
