@@ -3,10 +3,10 @@
 #include <exception>
 #include <stdexcept>
 #include <string>
-#include <typeinfo>
 
 #include "Lbt/Lbf/Index.h"
 #include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Util/Exception.h"
 
 /// What went wrong with a file, in one line for its user.
 class Failure : public std::runtime_error {
@@ -31,8 +31,8 @@ decltype(auto) NamingBlocks(const LbtLbf::LbFile& file, Read read) {
   try {
     return read();
   } catch (const std::exception& exception) {
-    const auto block = file.GetIndex().LastLoaded();
-    if (typeid(exception) == typeid(std::exception) && block) {
+    const auto block = file.GetIndex().RefusedBlock();
+    if (block && dynamic_cast<const Lbt::Util::Exception*>(&exception) == nullptr) {
       throw Failure("zlib refuses the data of " + NameOf(*block));
     }
     throw;

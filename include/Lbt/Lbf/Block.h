@@ -99,6 +99,10 @@ class Block {
   [[nodiscard]] bool HasBuffer() const { return buffer_ != nullptr; }
   [[nodiscard]] bool IsConsumed() const { return position_ == size_; }
 
+  /// The bytes between a stream's offset and its end; as many as there can be where it has no
+  /// end that can be known.
+  [[nodiscard]] static std::uint64_t BytesLeft(std::FILE* stream);
+
   /// The growth step of all blocks, in bytes: 10 MiB, or what the environment
   /// variable PRAMO_DEFAULT_TEV_BLOCK_SIZE last said.
   [[nodiscard]] static std::uint32_t GetDefaultSize();

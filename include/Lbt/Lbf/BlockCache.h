@@ -32,6 +32,11 @@ class BlockCache {
   /// Throws "Out of Bounds" where those four bytes are not stored and "Read Error".
   [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry, std::FILE* stream);
 
+  /// The same as far as the file can hold it: what lies beyond its end does not count, and a
+  /// compressed block counts with no more than deflate can make of what is stored. Throws "Read
+  /// Error".
+  [[nodiscard]] std::uint64_t ReadCredibleLength(std::size_t entry, std::FILE* stream);
+
   /// Frees an entry's block; its size stays known.
   void Release(std::size_t entry);
 
@@ -52,8 +57,14 @@ class BlockCache {
   /// The entry that the last load was about, whether it went well or not.
   [[nodiscard]] std::optional<std::size_t> LastLoaded() const { return lastLoaded_; }
 
+  /// The entry whose data zlib refused in the last load; none where that went well or failed
+  /// otherwise, or was said to be forgotten.
+  [[nodiscard]] std::optional<std::size_t> LastRefused() const { return lastRefused_; }
+  void ForgetRefusal() { lastRefused_.reset(); }
+
  private:
   void ComputePosition(std::size_t entry);
+  void Inflate(std::size_t entry);
   void SeekTo(std::size_t entry, std::FILE* stream);
 
   std::vector<IndexItem> items_;
@@ -61,6 +72,7 @@ class BlockCache {
   std::uint64_t firstPosition_ = 0;
   std::uint64_t loadCount_ = 0;
   std::optional<std::size_t> lastLoaded_;
+  std::optional<std::size_t> lastRefused_;
 };
 
 }  // namespace LbtLbf

@@ -15,8 +15,14 @@ class BlockTransformation {
   virtual void operator()(Block& block) = 0;
 };
 
-/// Replaces a compressed block by its contents. As stored: the uncompressed length
-/// (32 bits, little-endian), then a zlib stream (RFC 1950).
+/// Replaces a compressed block by its contents and returns zlib's code. Where that is not 0, the
+/// block is empty and nothing has been told to anybody. Throws as the transformation does else.
+[[nodiscard]] int ReplaceByContents(Block& block);
+
+/// Tells on standard error that zlib refuses a block, and throws what stands for that code.
+[[noreturn]] void RaiseRefusal(int code);
+
+/// Replaces a compressed block by its contents; how it is stored stands in Inflation.h.
 ///
 /// Leaves the cursor at the end of the contents; a recorded length above what comes
 /// out is no error. Throws "Out of Bounds" for a block without a whole length field,

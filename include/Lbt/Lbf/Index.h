@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -52,9 +51,29 @@ class Index {
     return cache_.GetBlock(GetReadingBlockIndex(name));
   }
 
-  /// The block that serves the next read of stream "name", or null for an unknown name.
-  /// Throws what a load throws.
-  [[nodiscard]] Block* FindReadingBlock(std::string_view name, std::FILE* stream);
+  /// The stream of a name, to be asked as often as one likes: valid until the index is read anew.
+  /// Null for an unknown name.
+  [[nodiscard]] NamedStream* FindStream(std::string_view name);
+
+  /// What the functions of these names do, for a stream that was found before. What the block
+  /// reference is valid for: until blocks are created, or the index is read anew.
+  [[nodiscard]] Block& GetReadingBlock(NamedStream& named, std::FILE* stream) {
+    return cache_.GetBlock(named.Choose(cache_, stream));
+  }
+  [[nodiscard]] Block& GetReadingBlock(NamedStream& named) {
+    return cache_.GetBlock(named.ChooseInMemory(cache_));
+  }
+  void SetBlockPosition(NamedStream& named, unsigned long offset, std::FILE* stream) {
+    named.Seek(cache_, offset, stream);
+  }
+
+  /// Where the next read of a stream begins; see NamedStream::Position.
+  [[nodiscard]] std::uint64_t GetPosition(NamedStream& named) { return named.Position(cache_); }
+
+  /// The length of a whole stream by the file's own word; see NamedStream::RecordedLength.
+  [[nodiscard]] std::uint64_t ReadRecordedLength(NamedStream& named, std::FILE* stream) {
+    return named.RecordedLength(cache_, stream);
+  }
 
   /// Copies "length" bytes (its low 32 bits) of stream "name", all from one block. An
   /// unknown name, or no block to choose, leaves "destination" alone.
@@ -90,6 +109,11 @@ class Index {
   /// index that could not be loaded counts, though the index is empty then.
   [[nodiscard]] std::optional<NumberedBlock> LastLoaded() const;
 
+  /// The block whose data zlib refused in the last load, as long as no seek follows; none where
+  /// that went well or failed otherwise. What is thrown then has no type of its own, and names no
+  /// block.
+  [[nodiscard]] std::optional<NumberedBlock> RefusedBlock() const;
+
   /// The block of the second index, where there is one.
   [[nodiscard]] const std::optional<NumberedBlock>& GetContinuation() const {
     return continuation_;
@@ -111,18 +135,15 @@ class Index {
   [[nodiscard]] std::uint64_t GetIndexSize() const { return indexSize_; }
 
  private:
-  [[nodiscard]] NamedStream& FindStream(std::string_view name);
-  [[nodiscard]] NamedStream* FindStreamOrNull(std::string_view name);
+  [[nodiscard]] NamedStream& GetStream(std::string_view name);
   void AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items);
   void BuildStreams();
+  [[nodiscard]] NumberedBlock Numbered(std::size_t entry) const;
 
   BlockCache cache_;
   std::map<std::string, NamedStream, std::less<>> streams_;
-  /// Some streams that were asked for before: reads go to and fro between a few. Map nodes do
-  /// not move.
-  std::array<std::map<std::string, NamedStream, std::less<>>::value_type*, 4> recent_{};
-  std::size_t nextRecent_ = 0;
   std::optional<NumberedBlock> continuation_;
+  bool isContinuationRefused_ = false;
   std::uint32_t unusedBytes_ = 0;
   std::uint32_t continuationUnusedBytes_ = 0;
   std::uint8_t nextSequence_ = 0;

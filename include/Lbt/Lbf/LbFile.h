@@ -102,6 +102,29 @@ class LbFile {
   [[nodiscard]] std::span<const unsigned char> GetBytes(std::string_view name,
                                                         unsigned long length);
 
+  /// The stream of a name, or null where the file lacks it; nothing is logged then. Reads the
+  /// index first as a named read does. Valid until the index is read anew.
+  [[nodiscard]] NamedStream* FindStream(std::string_view name);
+
+  /// The block that the next read of a stream is served from. Throws what a load throws; of a
+  /// closed file "Element Not Found" where no block in memory has bytes left.
+  [[nodiscard]] Block& GetReadingBlock(NamedStream& named) {
+    return IsOpen() ? index_.GetReadingBlock(named, stream_.get()) : index_.GetReadingBlock(named);
+  }
+
+  /// Puts the cursor of a stream at a byte; see Index::SetBlockPosition.
+  void SetBlockPosition(NamedStream& named, unsigned long offset) {
+    index_.SetBlockPosition(named, offset, stream_.get());
+  }
+
+  /// Where the next read of a stream begins; see NamedStream::Position.
+  [[nodiscard]] std::uint64_t GetPosition(NamedStream& named) { return index_.GetPosition(named); }
+
+  /// The length of a whole stream by the file's own word; see NamedStream::RecordedLength.
+  [[nodiscard]] std::uint64_t ReadRecordedLength(NamedStream& named) {
+    return index_.ReadRecordedLength(named, stream_.get());
+  }
+
   /// The block that the next read of a stream is served from; valid until the next seek. Null
   /// where only a read can tell what comes of it: the file is closed, its index has not been
   /// read, or it lacks the stream. Throws what a load throws.
@@ -136,6 +159,7 @@ class LbFile {
     void operator()(std::FILE* stream) const { static_cast<void>(std::fclose(stream)); }
   };
 
+  void ReadIndexOnce();
   [[nodiscard]] std::string ReadHeader(long offset, std::size_t length);
 
   std::unique_ptr<std::FILE, Close> stream_;

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <set>
 #include <vector>
 
@@ -24,6 +25,13 @@ struct BlockSizeLimiter {
   std::uint32_t maxBlockSize;
 };
 
+/// What loading the blocks of a stream has cost: bytes of their contents.
+struct StreamWork {
+  std::uint64_t loads = 0;
+  std::uint64_t loadedFirst = 0;  ///< by the first load of a block
+  std::uint64_t loadedAgain = 0;  ///< by all further ones
+};
+
 /// All blocks of one name, read as one sequence of bytes: which block the next read
 /// is served from, and where an offset lies.
 ///
@@ -33,7 +41,10 @@ struct BlockSizeLimiter {
 class NamedStream {
  public:
   /// Appends an entry to the stream.
-  void Append(std::size_t entry) { limiter_.blocks.push_back(entry); }
+  void Append(std::size_t entry) {
+    limiter_.blocks.push_back(entry);
+    recordedLength_.reset();
+  }
 
   /// The entry from which the next read is served: the first one whose block has
   /// bytes left, loading blocks on the way; the last one where none has. Throws what
@@ -49,6 +60,19 @@ class NamedStream {
   /// its recorded length and is not inflated. Throws what a load throws, and "Out of
   /// Bounds" for an offset beyond the end.
   void Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file);
+
+  /// Where the next read begins, in bytes from the stream's start. Loads nothing: a block that
+  /// has not been loaded counts with the length that is known of it.
+  [[nodiscard]] std::uint64_t Position(const BlockCache& cache);
+
+  /// The length of the whole stream by the file's own word, as far as the file can hold it: of a
+  /// block that lies beyond the file's end its bytes there do not count, and a compressed block
+  /// counts with no more than deflate can make of what is stored. Reads the length fields at the
+  /// first call, and inflates nothing.
+  [[nodiscard]] std::uint64_t RecordedLength(BlockCache& cache, std::FILE* file);
+
+  /// What the loads of this stream have cost until now.
+  [[nodiscard]] const StreamWork& Work() const { return work_; }
 
   /// Loads one of the stream's entries, anew where it is in memory.
   void Reload(BlockCache& cache, std::size_t entry, std::FILE* file);
@@ -67,7 +91,9 @@ class NamedStream {
   [[nodiscard]] bool NeedsLoad(const BlockCache& cache, std::size_t place) const;
   [[nodiscard]] std::size_t FindPlace(BlockCache& cache, std::uint64_t offset, std::FILE* file);
   [[nodiscard]] std::uint32_t Measure(BlockCache& cache, std::size_t place, std::FILE* file) const;
+  void Advance(const BlockCache& cache);
   void Load(BlockCache& cache, std::size_t place, std::FILE* file);
+  void CountLoad(std::size_t place, std::uint64_t length);
   void Pass(BlockCache& cache, std::size_t place);
   void LeaveBefore(BlockCache& cache, std::size_t place);
   void PassFailed(BlockCache& cache, std::size_t place);
@@ -79,6 +105,9 @@ class NamedStream {
   std::vector<std::size_t> loaded_;  // heap with the least on top: loaded blocks
   std::set<std::size_t> suspects_;   // passed with a recorded length of 0, never inflated
   std::vector<std::size_t> failed_;  // of known length, but loading them failed
+  std::vector<bool> wasLoaded_;      // by place
+  std::optional<std::uint64_t> recordedLength_;
+  StreamWork work_;
 };
 
 }  // namespace LbtLbf

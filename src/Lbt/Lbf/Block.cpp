@@ -1,3 +1,5 @@
+// The growing byte buffer of a block, and the one way in for what is decoded.
+
 #include "Lbt/Lbf/Block.h"
 
 #include <sys/stat.h>
@@ -26,17 +28,6 @@ std::uint32_t& DefaultSize() {
   return size;
 }
 
-/// The bytes between a stream's offset and its end; as many as there can be where
-/// it has no end that can be known.
-std::uint64_t BytesLeft(std::FILE* stream) {
-  const off_t offset = ftello(stream);
-  struct stat status {};
-  if (offset < 0 || fstat(fileno(stream), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return std::numeric_limits<std::uint64_t>::max();
-  }
-  return status.st_size > offset ? static_cast<std::uint64_t>(status.st_size - offset) : 0;
-}
-
 }  // namespace
 
 std::uint32_t Block::GetDefaultSize() { return DefaultSize(); }
@@ -56,6 +47,15 @@ void Block::Swap(Block& other) noexcept {
   std::swap(capacity_, other.capacity_);
   std::swap(size_, other.size_);
   std::swap(position_, other.position_);
+}
+
+std::uint64_t Block::BytesLeft(std::FILE* stream) {
+  const off_t offset = ftello(stream);
+  struct stat status {};
+  if (offset < 0 || fstat(fileno(stream), &status) != 0 || !S_ISREG(status.st_mode)) {
+    return std::numeric_limits<std::uint64_t>::max();
+  }
+  return status.st_size > offset ? static_cast<std::uint64_t>(status.st_size - offset) : 0;
 }
 
 void Block::Read(std::FILE* stream, const unsigned int& length) {

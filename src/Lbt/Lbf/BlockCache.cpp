@@ -1,9 +1,15 @@
+// Loads and releases the blocks of an index, one entry at a time.
+
 #include "Lbt/Lbf/BlockCache.h"
 
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include "Lbt/Lbf/BlockZlibUnCompressor.h"
-#include "Lbt/Lbf/CopyFromBlock.h"
+#include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Log/Raise.h"
 
 namespace LbtLbf {
@@ -15,12 +21,13 @@ namespace {
 
 // A load fails in a block, whichever entry it is for.
 constexpr const char* kFile = "include/Lbt/Lbf/Block";
-constexpr std::uint32_t kLengthField = 4;
 
 }  // namespace
 
 void BlockCache::Assign(std::vector<IndexItem> items, std::uint64_t firstPosition) {
   items_ = std::move(items);
+  lastLoaded_.reset();
+  lastRefused_.reset();
   blocks_.clear();
   blocks_.resize(items_.size());
   firstPosition_ = firstPosition;
@@ -50,6 +57,7 @@ void BlockCache::SeekTo(std::size_t entry, std::FILE* stream) {
 
 void BlockCache::Load(std::size_t entry, std::FILE* stream) {
   lastLoaded_ = entry;
+  lastRefused_.reset();
   ++loadCount_;
   items_[entry].loaded = 0;
   Block& block = blocks_[entry];
@@ -57,10 +65,21 @@ void BlockCache::Load(std::size_t entry, std::FILE* stream) {
   SeekTo(entry, stream);
   block.Read(stream, items_[entry].size);
   if (items_[entry].IsCompressed()) {
-    BlockZlibUnCompressor()(block);
+    Inflate(entry);
   }
   items_[entry].loaded = 1;
   block.SetPosition(0);
+}
+
+void BlockCache::Inflate(std::size_t entry) {
+  const int code = ReplaceByContents(blocks_[entry]);
+  if (code == Z_OK) {
+    return;
+  }
+  if (code != Z_MEM_ERROR) {
+    lastRefused_ = entry;
+  }
+  RaiseRefusal(code);
 }
 
 std::uint32_t BlockCache::ReadRecordedLength(std::size_t entry, std::FILE* stream) {
@@ -68,15 +87,27 @@ std::uint32_t BlockCache::ReadRecordedLength(std::size_t entry, std::FILE* strea
   if (!item.IsCompressed()) {
     return item.size;
   }
-  if (item.size < kLengthField) {
+  if (item.size < kLengthFieldSize) {
     Raise(Exception::ErrorType::OutOfBounds, "Not enough bytes in the block", kFile);
   }
   SeekTo(entry, stream);
-  unsigned char stored[kLengthField];
-  if (std::fread(stored, kLengthField, 1, stream) != 1) {
+  std::array<unsigned char, kLengthFieldSize> field{};
+  if (std::fread(field.data(), field.size(), 1, stream) != 1) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
   }
-  return Lbt::Util::FromLittleEndian<std::uint32_t>(stored);
+  return LengthFromField(field.data());
+}
+
+std::uint64_t BlockCache::ReadCredibleLength(std::size_t entry, std::FILE* stream) {
+  SeekTo(entry, stream);
+  const IndexItem& item = items_[entry];
+  const std::uint64_t stored = std::min<std::uint64_t>(item.size, Block::BytesLeft(stream));
+  if (!item.IsCompressed()) {
+    return stored;
+  }
+  return stored < kLengthFieldSize
+             ? 0
+             : RoomToInflate(ReadRecordedLength(entry, stream), stored - kLengthFieldSize);
 }
 
 void BlockCache::Release(std::size_t entry) {

@@ -1,17 +1,19 @@
+// Lists the blocks of a container with their places and lengths.
+
 #include "Lbt/Lbf/ContainerListing.h"
 
 #include <map>
 #include <string_view>
 #include <utility>
 
+#include "Lbt/Lbf/Inflation.h"
+
 namespace LbtLbf {
 
 namespace {
 
-constexpr std::uint32_t kLengthField = 4;
-
 bool HasLengthField(const IndexItem& item, std::uint64_t fileSize) {
-  return item.size >= kLengthField && item.position + kLengthField <= fileSize;
+  return item.size >= kLengthFieldSize && item.position + kLengthFieldSize <= fileSize;
 }
 
 BlockFacts FactsOf(LbFile& file, std::size_t number, std::uint64_t fileSize) {

@@ -1,3 +1,5 @@
+// The index of a container: reads it, and sends every read and seek to the stream of its name.
+
 #include "Lbt/Lbf/Index.h"
 
 #include <utility>
@@ -34,7 +36,8 @@ void AbsorbNotFound(Read read) {
 void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long& size) {
   Trace("Reading index block ... ", kFile);
   cache_.Assign({}, 0);
-  recent_ = {};
+  continuation_.reset();
+  isContinuationRefused_ = false;
   streams_.clear();
   const off_t offset = ftello(stream);
   indexPosition_ = offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
@@ -58,7 +61,12 @@ void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items)
   firstIndex.Assign(items, indexPosition_ + indexSize_);
   const std::size_t last = items.size() - 1;
   continuation_ = {last, items[last].name};
-  firstIndex.Load(last, stream);
+  try {
+    firstIndex.Load(last, stream);
+  } catch (...) {
+    isContinuationRefused_ = firstIndex.LastRefused().has_value();
+    throw;
+  }
   std::vector<IndexItem> appended;
   CopyFromBlock<IndexItem>(firstIndex.GetBlock(last), appended);
   continuationUnusedBytes_ = firstIndex.GetBlock(last).GetRemaining();
@@ -75,42 +83,40 @@ void Index::BuildStreams() {
 
 std::optional<NumberedBlock> Index::LastLoaded() const {
   const std::optional<std::size_t> entry = cache_.LastLoaded();
-  return entry ? NumberedBlock{*entry, cache_.Items()[*entry].name} : continuation_;
+  return entry ? Numbered(*entry) : continuation_;
 }
 
-NamedStream* Index::FindStreamOrNull(std::string_view name) {
-  for (auto* recent : recent_) {
-    if (recent != nullptr && recent->first == name) {
-      return &recent->second;
-    }
+std::optional<NumberedBlock> Index::RefusedBlock() const {
+  const std::optional<std::size_t> entry = cache_.LastRefused();
+  if (entry) {
+    return Numbered(*entry);
   }
+  return isContinuationRefused_ ? continuation_ : std::nullopt;
+}
+
+NumberedBlock Index::Numbered(std::size_t entry) const {
+  return {entry, cache_.Items()[entry].name};
+}
+
+NamedStream* Index::FindStream(std::string_view name) {
   const auto found = streams_.find(name);
-  if (found == streams_.end()) {
-    return nullptr;
-  }
-  recent_[nextRecent_++ % recent_.size()] = &*found;
-  return &found->second;
+  return found == streams_.end() ? nullptr : &found->second;
 }
 
-NamedStream& Index::FindStream(std::string_view name) {
-  NamedStream* stream = FindStreamOrNull(name);
+NamedStream& Index::GetStream(std::string_view name) {
+  NamedStream* stream = FindStream(name);
   if (stream == nullptr) {
     Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
   }
   return *stream;
 }
 
-Block* Index::FindReadingBlock(std::string_view name, std::FILE* stream) {
-  NamedStream* found = FindStreamOrNull(name);
-  return found == nullptr ? nullptr : &cache_.GetBlock(found->Choose(cache_, stream));
-}
-
 unsigned long Index::GetReadingBlockIndex(std::string_view name, std::FILE* stream) {
-  return FindStream(name).Choose(cache_, stream);
+  return GetStream(name).Choose(cache_, stream);
 }
 
 unsigned long Index::GetReadingBlockIndex(std::string_view name) {
-  return FindStream(name).ChooseInMemory(cache_);
+  return GetStream(name).ChooseInMemory(cache_);
 }
 
 void Index::Get(std::string_view name, void* const& destination, unsigned long length) {
@@ -125,12 +131,10 @@ void Index::Get(std::string_view name, void* const& destination, unsigned long l
 }
 
 void Index::SetBlockPosition(std::string_view name, unsigned long offset, std::FILE* stream) {
-  auto found = streams_.find(name);
-  if (found == streams_.end()) {
+  if (FindStream(name) == nullptr) {
     CreateBlock(std::string(name));
-    found = streams_.find(name);
   }
-  found->second.Seek(cache_, offset, stream);
+  GetStream(name).Seek(cache_, offset, stream);
 }
 
 unsigned long Index::CreateBlock(const std::string& name) {
@@ -143,15 +147,15 @@ unsigned long Index::CreateBlock(const std::string& name) {
 }
 
 BlockSizeLimiter& Index::GetBlockSizeLimiter(std::string_view name) {
-  return FindStream(name).Limiter();
+  return GetStream(name).Limiter();
 }
 
 void Index::ReadBufferFromFileStream(unsigned long entry, std::FILE* stream) {
-  FindStream(cache_.Items().at(entry).name).Reload(cache_, entry, stream);
+  GetStream(cache_.Items().at(entry).name).Reload(cache_, entry, stream);
 }
 
 Block& Index::GetBlock(unsigned long entry) {
-  FindStream(cache_.Items().at(entry).name).Expose(entry);
+  GetStream(cache_.Items().at(entry).name).Expose(entry);
   return cache_.GetBlock(entry);
 }
 

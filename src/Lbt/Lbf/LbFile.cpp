@@ -130,14 +130,20 @@ void LbFile::ReadIndex() {
   Trace("Index read. ", kFile);
 }
 
-Block& LbFile::GetReadingBlock(std::string_view name) {
-  if (!IsOpen()) {
-    return index_.GetReadingBlock(name);
-  }
-  if (index_.IsEmpty()) {
+void LbFile::ReadIndexOnce() {
+  if (IsOpen() && index_.IsEmpty()) {
     ReadIndex();
   }
-  return index_.GetReadingBlock(name, stream_.get());
+}
+
+NamedStream* LbFile::FindStream(std::string_view name) {
+  ReadIndexOnce();
+  return index_.FindStream(name);
+}
+
+Block& LbFile::GetReadingBlock(std::string_view name) {
+  ReadIndexOnce();
+  return IsOpen() ? index_.GetReadingBlock(name, stream_.get()) : index_.GetReadingBlock(name);
 }
 
 void LbFile::Get(std::string_view name, void* const& destination, unsigned long length) {
@@ -166,7 +172,8 @@ std::span<const unsigned char> LbFile::GetBytes(std::string_view name, unsigned 
 }
 
 Block* LbFile::FindReadingBlock(std::string_view name) {
-  return IsOpen() && !index_.IsEmpty() ? index_.FindReadingBlock(name, stream_.get()) : nullptr;
+  NamedStream* named = IsOpen() ? index_.FindStream(name) : nullptr;
+  return named == nullptr ? nullptr : &GetReadingBlock(*named);
 }
 
 template <StreamValue T>

@@ -1,3 +1,5 @@
+// One stream of blocks: chooses the block to read from, seeks, and releases what was passed.
+
 #include "Lbt/Lbf/NamedStream.h"
 
 #include <algorithm>
@@ -21,7 +23,7 @@ BlockSizeLimiter::BlockSizeLimiter()
     : maxBlockSize(SizeSetting("PRAMO_MAX_TEV_BLOCK_SIZE").value_or(kDefaultMaxBlockSize)) {}
 
 std::size_t NamedStream::Choose(BlockCache& cache, std::FILE* file) {
-  for (; firstOpen_ < limiter_.blocks.size(); ++firstOpen_) {
+  for (; firstOpen_ < limiter_.blocks.size(); Advance(cache)) {
     const std::size_t entry = EntryAt(firstOpen_);
     if (cache.GetBlock(entry).IsConsumed() && NeedsLoad(cache, firstOpen_)) {
       Load(cache, firstOpen_, file);
@@ -32,6 +34,43 @@ std::size_t NamedStream::Choose(BlockCache& cache, std::FILE* file) {
     }
   }
   Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
+}
+
+/// Leaves the first open block, which is used up; its length is known by now.
+void NamedStream::Advance(const BlockCache& cache) {
+  if (!IsKnown(firstOpen_)) {
+    lengths_.Append(cache.GetBlock(EntryAt(firstOpen_)).GetSize());
+  }
+  ++firstOpen_;
+}
+
+std::uint64_t NamedStream::Position(const BlockCache& cache) {
+  if (limiter_.blocks.empty()) {
+    return 0;
+  }
+  const std::size_t last = limiter_.blocks.size() - 1;
+  const auto isUsedUp = [&](std::size_t place) {
+    return cache.GetBlock(EntryAt(place)).IsConsumed() && !NeedsLoad(cache, place);
+  };
+  while (firstOpen_ < last && isUsedUp(firstOpen_)) {
+    Advance(cache);
+  }
+  std::size_t place = firstOpen_;
+  while (place < last && IsKnown(place) && (isUsedUp(place) || suspects_.contains(place))) {
+    ++place;
+  }
+  return lengths_.Sum(place) + cache.GetBlock(EntryAt(place)).GetPosition();
+}
+
+std::uint64_t NamedStream::RecordedLength(BlockCache& cache, std::FILE* file) {
+  if (!recordedLength_) {
+    std::uint64_t length = 0;
+    for (const std::size_t entry : limiter_.blocks) {
+      length += cache.ReadCredibleLength(entry, file);
+    }
+    recordedLength_ = length;
+  }
+  return *recordedLength_;
 }
 
 std::size_t NamedStream::ChooseInMemory(const BlockCache& cache) const {
@@ -46,6 +85,7 @@ std::size_t NamedStream::ChooseInMemory(const BlockCache& cache) const {
 }
 
 void NamedStream::Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file) {
+  cache.ForgetRefusal();
   const std::size_t place = FindPlace(cache, offset, file);
   LeaveBefore(cache, place);
   firstOpen_ = suspects_.empty() ? place : std::min(place, *suspects_.begin());
@@ -132,6 +172,7 @@ void NamedStream::Load(BlockCache& cache, std::size_t place, std::FILE* file) {
     throw;
   }
   suspects_.erase(place);
+  CountLoad(place, cache.GetBlock(entry).GetSize());
   if (!wasLoaded) {
     loaded_.push_back(place);
     std::push_heap(loaded_.begin(), loaded_.end(), std::greater<>());
@@ -140,6 +181,13 @@ void NamedStream::Load(BlockCache& cache, std::size_t place, std::FILE* file) {
     lengths_.Change(place, lengths_.Sum(place + 1) - lengths_.Sum(place),
                     cache.GetBlock(entry).GetSize());
   }
+}
+
+void NamedStream::CountLoad(std::size_t place, std::uint64_t length) {
+  wasLoaded_.resize(limiter_.blocks.size());
+  ++work_.loads;
+  (wasLoaded_[place] ? work_.loadedAgain : work_.loadedFirst) += length;
+  wasLoaded_[place] = true;
 }
 
 void NamedStream::Reload(BlockCache& cache, std::size_t entry, std::FILE* file) {

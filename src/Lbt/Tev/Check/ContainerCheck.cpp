@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
-#include <typeinfo>
 
 #include "Lbt/Lbf/BlockCheck.h"
 #include "Lbt/Lbf/LackOfMemory.h"
@@ -160,7 +159,8 @@ void CheckContents(LbFile& file, const LbtLbf::IndexItem& item, CheckedBlock& bl
 
 std::optional<LbtLbf::NumberedBlock> RefusedBlock(const std::exception& exception,
                                                   const LbFile& file) {
-  return typeid(exception) == typeid(std::exception) ? file.GetIndex().LastLoaded() : std::nullopt;
+  const bool isKnown = dynamic_cast<const Exception*>(&exception) != nullptr;
+  return isKnown ? std::nullopt : file.GetIndex().RefusedBlock();
 }
 
 std::string ReasonOf(const std::exception& exception, const LbFile& file) {

@@ -1,0 +1,106 @@
+// Inflates compressed blocks, from memory or piece by piece, with the results of `uncompress`.
+
+#include "Lbt/Lbf/Inflation.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "Lbt/Util/LittleEndian.h"
+
+namespace LbtLbf {
+
+namespace {
+
+class ZStream {
+ public:
+  ZStream() : initCode_(inflateInit(&stream_)) {}
+  ~ZStream() { inflateEnd(&stream_); }
+  ZStream(const ZStream&) = delete;
+  ZStream& operator=(const ZStream&) = delete;
+
+  [[nodiscard]] int InitCode() const { return initCode_; }
+  [[nodiscard]] bool WantsInput() const { return stream_.avail_in == 0; }
+  [[nodiscard]] bool WantsRoom() const { return stream_.avail_out == 0; }
+  [[nodiscard]] std::uint64_t Length() const { return stream_.total_out; }
+
+  void SetInput(std::span<const unsigned char> bytes) {
+    // zlib's interface lacks a const; it does not write there.
+    stream_.next_in = const_cast<unsigned char*>(  // NOLINT(cppcoreguidelines-pro-type-const-cast)
+        bytes.data());
+    stream_.avail_in = static_cast<uInt>(bytes.size());
+  }
+  void SetRoom(std::span<unsigned char> bytes) {
+    stream_.next_out = bytes.data();
+    stream_.avail_out = static_cast<uInt>(bytes.size());
+  }
+
+  [[nodiscard]] int Step() { return inflate(&stream_, Z_NO_FLUSH); }
+
+ private:
+  z_stream stream_{};
+  int initCode_;
+};
+
+/// What `uncompress` makes of the code that inflating ended with.
+int ResultOf(int code, bool hasRoomLeft) {
+  if (code == Z_STREAM_END) {
+    return Z_OK;
+  }
+  if (code == Z_NEED_DICT || (code == Z_BUF_ERROR && hasRoomLeft)) {
+    return Z_DATA_ERROR;
+  }
+  return code;
+}
+
+}  // namespace
+
+std::uint32_t LengthFromField(const unsigned char* field) {
+  static_assert(kLengthFieldSize == sizeof(std::uint32_t));
+  return Lbt::Util::FromLittleEndian<std::uint32_t>(field);
+}
+
+std::uint64_t RoomToInflate(std::uint32_t recorded, std::uint64_t compressed) {
+  constexpr std::uint64_t kMostExpansion = 1032;
+  constexpr std::uint64_t kSpare = 64;
+  return std::min<std::uint64_t>(recorded, compressed * kMostExpansion + kSpare);
+}
+
+Inflated Inflate(const CompressedSource& next, std::uint64_t room,
+                 std::span<unsigned char> window) {
+  // Where nothing may come out, zlib still gets a byte of room, and that it is used is damage.
+  std::array<unsigned char, 1> unwanted{};
+  const bool isNothingWanted = room == 0;
+  if (isNothingWanted) {
+    room = unwanted.size();
+    window = unwanted;
+  }
+  ZStream stream;
+  int code = stream.InitCode();
+  while (code == Z_OK) {
+    if (stream.WantsInput()) {
+      stream.SetInput(next());
+    }
+    if (stream.WantsRoom()) {
+      const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(room, window.size()));
+      stream.SetRoom(window.first(piece));
+      room -= piece;
+    }
+    code = stream.Step();
+  }
+  const bool isCut = code == Z_BUF_ERROR && stream.WantsInput();
+  const bool hasRoomLeft = room != 0 || !stream.WantsRoom();
+  if (isNothingWanted) {
+    return {ResultOf(code, hasRoomLeft || stream.Length() != 0), 0, isCut};
+  }
+  return {ResultOf(code, hasRoomLeft), stream.Length(), isCut};
+}
+
+Inflated Inflate(std::span<const unsigned char> compressed, std::span<unsigned char> contents) {
+  return Inflate([&compressed] { return std::exchange(compressed, {}); }, contents.size(),
+                 contents);
+}
+
+}  // namespace LbtLbf
