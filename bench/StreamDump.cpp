@@ -7,22 +7,24 @@
 #include <iostream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Lbt/Tev/OpenModel.h"
-#include "Lbt/Tev/TevInfo/PartsAndResults.h"
-#include "Lbt/Tev/TevInfo/TevDataset.h"
+#include "Lbt/Tev/TevInfo/ModelFacts.h"
 
 namespace {
+
+using LbtTev::Report::ModelFacts;
 
 std::vector<TevDataset> Load(const std::string& path) {
   LbtTev::Tree tree;
   LbtTev::OpenModel(tree, path);
-  GroupListing groups;
-  std::vector<TevDataset> datasets;
-  GatherPartsAndResults(
-      tree, groups, [](const auto&, const auto&) {}, &datasets);
-  return datasets;
+  ModelFacts facts = LbtTev::Report::GatherModelFacts(tree, LbtTev::Report::Numbers::Wanted);
+  if (!facts.failures.empty()) {
+    std::rethrow_exception(facts.failures.front());
+  }
+  return std::move(facts.datasets);
 }
 
 const TevDataset& Find(const std::vector<TevDataset>& datasets, const std::string& result) {

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <typeinfo>
 
-#include "Lbt/Tev/TevInfo/PartsAndResults.h"
+#include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Util/Exception.h"
 #include "MemoryFile.h"
 
@@ -24,7 +24,7 @@ void TryBytes(std::span<const std::uint8_t> bytes) {
     TryFile(file.Path(), bytes);
   } catch (const Lbt::Util::Exception&) {
     return;  // a failure with a name
-  } catch (const GeometryAssertion&) {
+  } catch (const LbtTev::Report::GeometryAssertion&) {
     return;  // the one broken invariant
   } catch (const std::out_of_range&) {
     return;  // names of node sets and steps of the export

@@ -1,3 +1,5 @@
+// Reads the arguments of TevInfo.
+
 #include "TevInfo/CommandLine.h"
 
 #include <string_view>

@@ -1,3 +1,5 @@
+// Asks for large pages where a model has a large tree.
+
 #include "TevInfo/HeapWatch.h"
 
 #include <malloc.h>

@@ -1,3 +1,5 @@
+// Where a run of TevInfo writes.
+
 #include "TevInfo/Output.h"
 
 #include <unistd.h>

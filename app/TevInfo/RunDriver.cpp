@@ -1,17 +1,17 @@
+// One run of TevInfo: the arguments, the model, the report, the exit status.
+
 #include "TevInfo/RunDriver.h"
 
 #include <cstdlib>
 #include <exception>
 #include <iostream>
-#include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "Lbt/Log/Trace.h"
 #include "Lbt/Tev/OpenModel.h"
+#include "Lbt/Tev/TevInfo/Entries.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
-#include "Lbt/Tev/TevInfo/Summary.h"
 #include "Lbt/Tev/TevInfo/TevInfo.h"
 #include "Lbt/Tev/Tree.h"
 #include "Lbt/Util/FileSize.h"
@@ -23,60 +23,26 @@
 
 namespace {
 
-void AddText(TevInfo& info, const std::string& key, const std::optional<std::string>& text) {
-  if (text) {
-    AddStreamMetaData(info, key, *text);
+using LbtTev::Report::ModelFacts;
+using LbtTev::Report::Numbers;
+
+/// What ended the gathering early is told, and the report goes on with what there is.
+void TellFailures(const ModelFacts& facts) {
+  for (const std::exception_ptr& failure : facts.failures) {
+    try {
+      std::rethrow_exception(failure);
+    } catch (const std::exception& exception) {
+      std::cerr << "Exception: " << exception.what() << std::endl;
+    }
   }
 }
 
-/// Who wrote the model and who last did. The entries stop at the first record between
-/// the two, so that of three records only the first is written; readers count on it.
-void AddModifiers(TevInfo& info, const std::vector<LbtTev::ModifierInfo>& modifiers) {
-  std::vector<std::string> suffixes(modifiers.size());
-  if (!suffixes.empty()) {
-    suffixes.back() = " (Latest Translation)";
-  }
-  if (suffixes.size() >= 2) {
-    suffixes.front() = " (Original Modification)";
-  }
-  for (std::size_t i = 0; i < modifiers.size() && !suffixes[i].empty(); ++i) {
-    WriteModifierInfo(info, modifiers[i], suffixes[i]);
-  }
-}
-
-/// Adds the entries of one of the model's native files: its path, type and size.
-void AddNativeFile(TevInfo& info, const std::string& kind, const NativeFileFacts& facts) {
-  AddText(info, kind, facts.path);
-  AddText(info, kind + " Type", facts.type);
-  AddText(info, "Native " + kind + " Size", facts.size);
-}
-
-void AddValue(TevInfo& info, const std::string& key,
-              const std::optional<LbtUtil::AttributeValue>& value) {
-  if (value) {
-    AddStreamMetaData(info, key, value->GetAttributeString());
-  }
-}
-
-/// Adds all entries, in the order of the report.
-void AddEntries(TevInfo& info, const ModelFacts& facts, const std::string& tevFileSize) {
-  AddModifiers(info, facts.modifiers);
-  AddNativeFile(info, "Model File", facts.modelFile);
-  AddNativeFile(info, "Results File", facts.resultsFile);
-  AddValue(info, "Number of Nodes", facts.numberOfNodes);
-  AddValue(info, "Number of Elements", facts.numberOfElements);
-  AddStreamMetaData(info, "Tev File Size", tevFileSize);
-  addSummary(info, facts.summary);
-}
-
-/// Gathers what can be gathered: a failure on the way is told, and the report goes on.
-ModelFacts GatherFacts(TevInfo& info, LbtTev::Tree& tree) {
-  LbtUtil::AttributeMap rootAttributes;
-  GroupListing partsAndResults;
-  SummaryCollector results;
-  extractRootNodeAttributes(tree, rootAttributes);
-  extractPartsAndResults(tree, info, partsAndResults, results);
-  return MakeModelFacts(tree, std::move(rootAttributes), results.Facts(partsAndResults));
+ModelFacts GatherFacts(const LbtTev::Tree& tree, TevInfo::Format format) {
+  const bool isDump = format == TevInfo::ExtractData;
+  ModelFacts facts =
+      LbtTev::Report::GatherModelFacts(tree, isDump ? Numbers::Wanted : Numbers::Left);
+  TellFailures(facts);
+  return facts;
 }
 
 void WriteReport(const TevInfo& info, std::ostream& stream) {
@@ -108,10 +74,12 @@ void Report(const CommandLine& commandLine) {
   LbtTev::Tree& tree = kept.Get();
   const ClosingAtEnd closing(tree.GetFile());
   std::srand(0);  // NOLINT(cert-msc32-c, cert-msc51-cpp): the same numbers in every run
-  const std::string tevFileSize = LbtUtil::GetFileSize(model.c_str());
+  std::string fileSize = LbtUtil::GetFileSize(model.c_str());
   HeapWatch heapWatch;
   LbtTev::OpenModel(tree, model, &heapWatch);
-  AddEntries(info, GatherFacts(info, tree), tevFileSize);
+  ModelFacts facts = GatherFacts(tree, info.format);
+  facts.fileSize = std::move(fileSize);
+  LbtTev::Report::AddEntries(info, std::move(facts));
 
   Output output(tree.GetFile());
   output.Standard() << "Peak Memory Usage: " << LbtUtil::GetLinuxMemoryUsage().second << " Mb"

@@ -1,9 +1,13 @@
+// The program TevInfo.
+
 #include <cstdlib>
 #include <iostream>
 
-#include "Lbt/Tev/TevInfo/PartsAndResults.h"
+#include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Util/FileAccess.h"
 #include "TevInfo/RunDriver.h"
+
+using LbtTev::Report::GeometryAssertion;
 
 int main(int argc, char** argv) {
   Lbt::Util::FillStandardDescriptors();

@@ -17,6 +17,7 @@ namespace {
 
 using Lbt::Util::DescriptorStream;
 using Lbt::Util::Exception;
+using LbtTev::Report::CdfPlace;
 
 struct Arguments {
   std::string model;
@@ -61,7 +62,7 @@ std::string PlaceText(const CdfPlace& place) {
 void Write(const LbtTev::Tree& tree, const std::string& geometry, std::ostream& stream) {
   CdfPlace place;
   try {
-    NamingBlocks(tree.GetFile(), [&] { WriteCdf(tree, geometry, stream, &place); });
+    NamingBlocks(tree.GetFile(), [&] { LbtTev::Report::WriteCdf(tree, geometry, stream, &place); });
   } catch (const std::out_of_range&) {
     throw Failure(PlaceText(place) + "its instance name has no \" = \" before a step");
   } catch (const std::exception& exception) {

@@ -1,7 +1,7 @@
 #include "tev/Failure.h"
 
 #include "Lbt/Lbf/LackOfMemory.h"
-#include "Lbt/Tev/TevInfo/PartsAndResults.h"
+#include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Util/Exception.h"
 #include "tev/VisibleText.h"
 
@@ -24,7 +24,7 @@ std::string ReasonOfCurrentException() {
     throw;
   } catch (const std::exception& exception) {
     return ReasonOf(exception);
-  } catch (const GeometryAssertion&) {
+  } catch (const LbtTev::Report::GeometryAssertion&) {
     return "the first child of a shape is no geometry";
   }
 }

@@ -1,17 +1,21 @@
 #include <array>
+#include <exception>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "Lbt/Tev/TevInfo/Entries.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
-#include "Lbt/Util/FileSize.h"
 #include "tev/Json.h"
 #include "tev/OpenedModel.h"
 #include "tev/Subcommands.h"
 #include "tev/VisibleText.h"
 
 using LbtTev::ModifierInfo;
+using LbtTev::Report::ModelFacts;
+using LbtTev::Report::NativeFileFacts;
+using LbtTev::Report::SummaryFacts;
 
 namespace {
 
@@ -115,9 +119,9 @@ void AddRootAttributes(Lines& lines, const LbtUtil::AttributeMap& attributes) {
 std::string TextOf(const ModelFacts& facts) {
   Lines lines;
   lines.Add("Tev Version", facts.version);
-  if (facts.fileSize) {
-    lines.Add("Tev File Size", LbtUtil::FileSizeText(static_cast<std::int64_t>(*facts.fileSize)) +
-                                   " (" + std::to_string(*facts.fileSize) + " bytes)");
+  if (facts.fileBytes) {
+    lines.Add("Tev File Size",
+              facts.fileSize + " (" + std::to_string(*facts.fileBytes) + " bytes)");
   }
   AddFile(lines, "Model File", facts.modelFile);
   AddFile(lines, "Results File", facts.resultsFile);
@@ -177,7 +181,7 @@ Json ObjectOf(const SummaryFacts& facts) {
 
 Json ObjectOf(const std::string& path, const ModelFacts& facts) {
   Json json{{"file", path},
-            {"fileBytes", JsonOrNull(facts.fileSize)},
+            {"fileBytes", JsonOrNull(facts.fileBytes)},
             {"version", facts.version},
             {"modelFile", ObjectOf(facts.modelFile)},
             {"resultsFile", ObjectOf(facts.resultsFile)},
@@ -190,8 +194,13 @@ Json ObjectOf(const std::string& path, const ModelFacts& facts) {
 }
 
 Ending AnswerInfo(const std::string& path, AnswerWriter& writer) {
-  const ModelFacts facts =
-      WithModel(path, [](const LbtTev::Tree& tree) { return GatherModelFacts(tree); });
+  const ModelFacts facts = WithModel(path, [](const LbtTev::Tree& tree) {
+    ModelFacts gathered = LbtTev::Report::GatherModelFacts(tree);
+    if (!gathered.failures.empty()) {
+      std::rethrow_exception(gathered.failures.front());
+    }
+    return gathered;
+  });
   writer.Write(writer.IsJson() ? JsonText(ObjectOf(path, facts)) : TextOf(facts));
   return {};
 }

@@ -13,7 +13,7 @@ namespace {
 
 Ending AnswerTree(const std::string& path, AnswerWriter& writer, const TreeOptions& options) {
   const std::string text = WithModel(path, [&](const LbtTev::Tree& tree) {
-    const TreeOutline outline = OutlineOf(tree);
+    const LbtTev::Report::TreeOutline outline = LbtTev::Report::OutlineOf(tree);
     return writer.IsJson() ? TreeJsonText(path, outline, options)
                            : TreeDrawingText(outline, options);
   });

@@ -13,6 +13,8 @@ namespace {
 
 using Lbt::Util::ToString;
 using LbtTev::Geometry;
+using LbtTev::Report::OutlineItem;
+using LbtTev::Report::TreeOutline;
 
 constexpr std::size_t kDeepestIndent = 40;
 

@@ -14,4 +14,5 @@ struct TreeOptions {
 
 /// The drawing of a tree: a line for each node, indented by its depth, with lines below
 /// it for what it holds. Deeper than 40 levels the indent stays and the depth is told.
-[[nodiscard]] std::string TreeDrawingText(const TreeOutline& outline, const TreeOptions& options);
+[[nodiscard]] std::string TreeDrawingText(const LbtTev::Report::TreeOutline& outline,
+                                          const TreeOptions& options);

@@ -10,6 +10,8 @@
 namespace {
 
 using LbtTev::Geometry;
+using LbtTev::Report::OutlineItem;
+using LbtTev::Report::TreeOutline;
 
 /// The first "count" numbers.
 template <std::size_t kSize>

@@ -7,5 +7,6 @@
 
 /// A tree as one JSON object with the list of its nodes, each before its children. The
 /// list is flat and the depth a number, since readers of JSON bear only so much nesting.
-[[nodiscard]] std::string TreeJsonText(const std::string& path, const TreeOutline& outline,
+[[nodiscard]] std::string TreeJsonText(const std::string& path,
+                                       const LbtTev::Report::TreeOutline& outline,
                                        const TreeOptions& options);

@@ -1,7 +1,7 @@
 // The data dump.
 
 #include "Lbt/Tev/OpenModel.h"
-#include "Lbt/Tev/TevInfo/Summary.h"
+#include "Lbt/Tev/TevInfo/Entries.h"
 #include "NullStream.h"
 #include "Target.h"
 
@@ -10,9 +10,8 @@ void tevfuzz::TryFile(const std::string& path, std::span<const std::uint8_t> /*b
   LbtTev::OpenModel(tree, path);
   TevInfo info;
   info.setFormat(TevInfo::ExtractData);
-  GroupListing groups;
-  ResultAttributeList results;
-  extractPartsAndResults(tree, info, groups, results);
+  LbtTev::Report::AddEntries(
+      info, LbtTev::Report::GatherModelFacts(tree, LbtTev::Report::Numbers::Wanted));
   NullStream stream;
   info.printData(stream);
 }

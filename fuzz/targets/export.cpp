@@ -20,7 +20,7 @@ void tevfuzz::TryFile(const std::string& path, std::span<const std::uint8_t> /*b
   NullStream stream;
   for (const std::string& name : names) {
     try {
-      WriteCdf(tree, name, stream);
+      LbtTev::Report::WriteCdf(tree, name, stream);
     } catch (const std::exception&) {
       continue;  // the other geometries are written all the same
     }

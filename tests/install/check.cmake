@@ -41,9 +41,15 @@ run("${CMAKE_COMMAND}" -S "${CMAKE_CURRENT_LIST_DIR}" -B "${WORK}/build" -G "${G
   "-DCMAKE_CXX_COMPILER=${COMPILER}" "-DCMAKE_PREFIX_PATH=${prefix}" -DCMAKE_BUILD_TYPE=Debug)
 run("${CMAKE_COMMAND}" --build "${WORK}/build")
 run("${WORK}/build/consumer" "${model}")
-if(NOT output STREQUAL "Base (Steel)\nArm (Aluminium)\n")
+if(NOT output MATCHES "^Base \\(Steel\\)\nArm \\(Aluminium\\)\n<lbt:metadata ")
   message(FATAL_ERROR "The project outside finds other parts:\n${output}")
 endif()
+expect_text("${output}" "<attribute name=\"Number of Parts\" value=\"2\"/>")
+
+# What was built is the example that the README shows.
+file(READ "${CMAKE_CURRENT_LIST_DIR}/main.cpp" example)
+file(READ "${CMAKE_CURRENT_LIST_DIR}/../../README.md" readme)
+expect_text("${readme}" "```cpp\n${example}```\n")
 
 # The library that it found is the one that was installed, not one of the machine's.
 file(READ "${WORK}/build/CMakeCache.txt" cache)

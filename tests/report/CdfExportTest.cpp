@@ -12,6 +12,7 @@
 
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/TevInfo/CdfExport.h"
+#include "Lbt/Tev/TevInfo/Given.h"
 #include "Lbt/Util/Exception.h"
 #include "support/Mask.h"
 #include "support/ModelWriter.h"
@@ -20,6 +21,9 @@
 
 namespace tevtest {
 namespace {
+
+using LbtTev::Report::CdfPlace;
+using LbtTev::Report::WriteCdf;
 
 const std::string kHeadings = "*HEADER,TITLE=\"Test\"\n*ANALYSIS,NAME=\"Test\"\n";
 constexpr std::uint64_t kOutsideTheFile = 1U << 20U;

@@ -70,7 +70,7 @@ std::string Mesh(std::vector<TevDataset> datasets) {
   return stream.str();
 }
 
-/// What the dump of one group has behind its node and element blocks.
+/// What the dump of one group has after its node and element blocks.
 std::string Tables(std::vector<TevDataset> datasets) {
   const std::string dump = Dump(std::move(datasets));
   const std::size_t first = dump.find("Data : ");
@@ -297,7 +297,7 @@ TEST(DumpMesh, Coordinates_ReadAsInAStream) {
             "\n    Connectivity : \n\n");
 }
 
-TEST(DumpMesh, WithoutCoordinates_TheFirstRowEndsBehindItsNodeId) {
+TEST(DumpMesh, WithoutCoordinates_TheFirstRowEndsAfterItsNodeId) {
   EXPECT_EQ(Mesh({Floats("Node Ids", {7, 8})}),
             "    Coordinates : \n             7\n\n    Connectivity : \n\n");
 }
@@ -310,7 +310,7 @@ TEST(DumpMesh, CoordinatesThatEndWithinARow_EndTheBlockThere) {
             "\n    Connectivity : \n\n");
 }
 
-TEST(DumpMesh, CoordinatesThatEndBehindARow_LeaveTheNextNodeIdAlone) {
+TEST(DumpMesh, CoordinatesThatEndAfterARow_LeaveTheNextNodeIdAlone) {
   EXPECT_EQ(Mesh({Floats("Node Ids", {7, 8, 9}), Floats("Coordinates", {1, 2, 3})}),
             "    Coordinates : \n"
             "             7             1             2             3\n"
@@ -368,7 +368,7 @@ TEST(DumpMesh, IndicesWiderThanTheirField_AreNotCut) {
             "         3    12345678    123456789    4294967295\n\n");
 }
 
-TEST(DumpMesh, ElementIdsBehindPolylength_CountTheElements) {
+TEST(DumpMesh, ElementIdsAfterPolylength_CountTheElements) {
   const TevDataset indices = Integers("Connectivity", {0, 1, 2});
   const TevDataset lengths = Integers("Polylength", {1, 1, 1});
   EXPECT_EQ(Elements({indices, lengths, Floats("Element Ids", {8, 9})}),
@@ -398,7 +398,7 @@ TEST(DumpMesh, WithoutPolylength_HasNoElements) {
   EXPECT_EQ(Elements({Integers("Connectivity", {0, 1}), Floats("Element Ids", {8, 9})}), "\n");
 }
 
-TEST(DumpMesh, WithoutConnectivity_TheFirstRowEndsBehindItsLength) {
+TEST(DumpMesh, WithoutConnectivity_TheFirstRowEndsAfterItsLength) {
   EXPECT_EQ(Elements({Integers("Polylength", {2, 2})}), "         2\n\n");
 }
 
@@ -507,21 +507,15 @@ TEST(DumpTables, LastNodeIdsEmpty_LeaveNoTable) {
   EXPECT_EQ(Tables({Floats("Node Ids", {1}), Floats("Heat", {10}), Floats("Node Ids", {})}), "");
 }
 
-TEST(DumpTables, IntegersBehindAFloat_EndTheFirstRowBehindIt) {
-  EXPECT_EQ(Tables({Floats("Node Ids", {7, 8}), Floats("Heat", {5, 6}), Integers("Set", {1, 2})}),
-            "Data : \n"
-            "    Results: Heat, Set, Node Ids\n"
-            "    Values : \n"
-            "             5\n"
-            "\n");
-}
-
-TEST(DumpTables, IntegersAsTheFirstColumn_LeaveNoRow) {
-  EXPECT_EQ(Tables({Floats("Node Ids", {7, 8}), Integers("Set", {1, 2}), Floats("Heat", {5, 6}),
+TEST(DumpTables, Integers_AreNamedWithoutAColumn) {
+  EXPECT_EQ(Tables({Floats("Node Ids", {7, 8}), Integers("First", {1, 2}), Floats("Heat", {5, 6}),
+                    Integers("Last", {3, 4, 5, 6}), Integers("Short", {1}),
                     Floats("Heat", {3, 4}, "Time = 1")}),
             "Data : \n"
-            "    Results: Set, Heat, Node Ids\n"
+            "    Results: First, Heat, Last, Short, Node Ids\n"
             "    Values : \n"
+            "             5             7\n"
+            "             6             8\n"
             "\n"
             "Data : \n"
             "    Instance : Time = 1\n"
@@ -532,13 +526,13 @@ TEST(DumpTables, IntegersAsTheFirstColumn_LeaveNoRow) {
             "\n");
 }
 
-TEST(DumpTables, IntegersWithoutAColumn_DoNoHarm) {
-  EXPECT_EQ(Tables({Floats("Node Ids", {7, 8}), Integers("Set", {1}), Floats("Heat", {5, 6})}),
+TEST(DumpTables, IntegersAlone_LeaveTheNodeIds) {
+  EXPECT_EQ(Tables({Floats("Node Ids", {7, 8}), Integers("Set", {1, 2})}),
             "Data : \n"
-            "    Results: Set, Heat, Node Ids\n"
+            "    Results: Set, Node Ids\n"
             "    Values : \n"
-            "             5             7\n"
-            "             6             8\n"
+            "             7\n"
+            "             8\n"
             "\n");
 }
 
@@ -548,6 +542,19 @@ TEST(DumpTables, IntegersAsNodeIds_CountNodesWithoutNamingThem) {
             "    Results: Heat, Node Ids\n"
             "    Values : \n"
             "             5\n"
+            "             6\n"
+            "\n");
+}
+
+TEST(DumpTables, ElementIndices_AreTheirFloats) {
+  TevDataset indices = Floats("Element Indices", {1.5F, 2});
+  indices.intValues = {1, 2};
+  EXPECT_EQ(Tables({Floats("Node Ids", {7, 8}), indices}),
+            "Data : \n"
+            "    Results: Element Indices, Node Ids\n"
+            "    Values : \n"
+            "           1.5             7\n"
+            "             2             8\n"
             "\n");
 }
 
@@ -735,7 +742,7 @@ class NaiveDump {
     for (const std::size_t i : listed) {
       os_ << separator << datasets_[i].result;
       separator = ", ";
-      const std::size_t m = datasets_[i].size() / nodeCount;
+      const std::size_t m = datasets_[i].kind == 1 ? datasets_[i].size() / nodeCount : 0;
       for (std::size_t k = 0; k < m; ++k) {
         columns.push_back({i, m, k});
       }

@@ -6,14 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "Lbt/Tev/TevInfo/Summary.h"
-#include "Lbt/Tev/TevInfo/TevDataset.h"
+#include "Lbt/Tev/TevInfo/Given.h"
 #include "report/OpenedModel.h"
 #include "support/Mask.h"
 #include "support/ModelWriter.h"
 
 namespace tevtest {
 namespace {
+
+using LbtTev::Report::GroupListing;
+using LbtTev::Report::ResultAttributeList;
 
 using Floats = std::vector<float>;
 using Integers = std::vector<unsigned int>;
@@ -211,63 +213,58 @@ TEST_F(ExtractData, LinksWithoutAGatheredTarget_AddNothing) {
   EXPECT_EQ(datasets[0].names, Names{"owner"});
 }
 
-/// What all names that data sets repeat may be long together, and a part's name of so many bytes
-/// that a few data sets come to that.
-constexpr std::size_t kMostNames = std::size_t{128} * 1024 * 1024;
-constexpr std::size_t kPartName = kMostNames / 32;
+constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
+
+/// Names that are free, and what the longer ones may come to where a model has no numbers.
+constexpr std::size_t kOrdinaryName = 1024;
+constexpr std::size_t kMostOfLongNames = 16 * kMebibyte;
 
 class RepeatedNames : public ExtractData {
  protected:
-  /// A geometry in a part with a long name.
-  NodeRef AddLongMesh(std::string_view name) { return AddLongMesh(name, kPartName - name.size()); }
-  NodeRef AddLongMesh(std::string_view name, std::size_t partNameSize) {
+  /// A geometry in a part with a name of that length.
+  NodeRef AddMeshInPart(std::string_view name, std::size_t partNameSize) {
     const NodeRef part = model.AddGroup(std::string(partNameSize, 'p'), 0);
     return model.AddGeometry(name, model.AddShape("S", model.AddGroup("Geometry", part)));
   }
 
-  void AddScalars(NodeRef geometry, std::size_t count) {
+  void AddVariables(NodeRef geometry, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i)
-      model.AddVariable(geometry, Variable::Floats("Heat", kScalarResult, 1, {1}));
+      model.AddVariable(geometry, Variable::Floats("Heat", kScalarResult, 1, {}));
   }
 
-  void ExpectTooLong() const {
-    EXPECT_EQ(error, ExpectedFailure("Out of Bounds", "Not enough bytes in the block",
-                                     "include/Lbt/Tev/TevInfo/PartsAndResults"));
+  void ExpectTooOften() const {
+    EXPECT_EQ(error, ExpectedFailure("Out of Bounds", "The model refers to its data too often",
+                                     "include/Lbt/Tev/TevInfo/TevDataset"));
   }
 };
 
-TEST_F(RepeatedNames, OfTheLimitInAll_AreGathered) {
-  AddScalars(AddLongMesh("mesh"), 32);
+TEST_F(RepeatedNames, OfOrdinaryLength_AreFreeHoweverOftenTheyCome) {
+  // Forty thousand data sets with two names of 1,024 bytes: five times what long ones may come to.
+  AddVariables(AddMeshInPart(std::string(kOrdinaryName, 'm'), kOrdinaryName), 40000);
   Gather();
   EXPECT_EQ(error, "");
-  EXPECT_EQ(datasets.size(), 32U);
+  EXPECT_EQ(datasets.size(), 40000U);
 }
 
-TEST_F(RepeatedNames, OfOneByteMore_EndTheWalkAndKeepWhatCameBefore) {
-  AddScalars(AddLongMesh("mesh"), 31);
-  AddScalars(AddLongMesh("mesh", kPartName - 3), 1);
+TEST_F(RepeatedNames, OfMoreThanOrdinaryLength_CountWithTheRest) {
+  // 16 times the file and 16 MiB: the file is the two names and some bytes.
+  AddVariables(AddMeshInPart("mesh", kOrdinaryName + kMebibyte), 32 + 1);
   Gather();
-  ExpectTooLong();
-  EXPECT_EQ(datasets.size(), 31U);
+  EXPECT_EQ(datasets.size(), 32U);
+  ExpectTooOften();
 }
 
 TEST_F(RepeatedNames, GeometriesOfLinkedVariables_CountWithoutTheirParts) {
-  const NodeRef owner = AddLongMesh("mesh");
-  AddScalars(owner, 31);
-  // Three quarters of what is left, then all of it, then one byte more than that.
-  const NodeRef user = AddMesh(std::string(kPartName / 4 * 3, 'u'));
-  model.AddVariable(user, Variable::Link("Heat", kScalarResult, owner, 0));
-  const NodeRef last = AddMesh(std::string(kPartName / 4, 'v'));
-  model.AddVariable(last, Variable::Link("Heat", kScalarResult, owner, 0));
+  const NodeRef owner = AddMeshInPart("mesh", kOrdinaryName + kMebibyte);
+  AddVariables(owner, 30);
+  const NodeRef user = AddMesh(std::string(kOrdinaryName + kMebibyte, 'u'));
+  for (int i = 0; i < 20; ++i)
+    model.AddVariable(user, Variable::Link("Heat", kScalarResult, owner, 0));
   Gather();
-  EXPECT_EQ(error, "");
-  EXPECT_EQ(datasets.at(0).names.size(), 3U);
-
-  model.AddVariable(AddMesh("w"), Variable::Link("Heat", kScalarResult, owner, 0));
-  Gather();
-  ExpectTooLong();
-  EXPECT_EQ(datasets.size(), 31U);
-  EXPECT_EQ(datasets.at(0).names.size(), 3U);
+  // The owner and as many names as the two long ones in the file and 16 MiB leave.
+  EXPECT_EQ(datasets.size(), 30U);
+  EXPECT_EQ(datasets.at(0).names.size(), 1U + 16U + 2U * 16U - 30U);
+  ExpectTooOften();
 }
 
 TEST_F(ExtractData, DamagedVariable_EndsTheWalkAndKeepsWhatCameBefore) {

@@ -4,14 +4,18 @@
 #include <type_traits>
 #include <vector>
 
-#include "Lbt/Tev/TevInfo/PartsAndResults.h"
-#include "Lbt/Tev/TevInfo/Summary.h"
+#include "Lbt/Tev/TevInfo/Given.h"
+#include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "report/OpenedModel.h"
 #include "support/Mask.h"
 #include "support/ModelWriter.h"
 
 namespace tevtest {
 namespace {
+
+using LbtTev::Report::GeometryAssertion;
+using LbtTev::Report::GroupListing;
+using LbtTev::Report::ResultAttributeList;
 
 /// What extractPartsAndResults leaves.
 struct Gathered {
@@ -71,22 +75,6 @@ struct Placed {
   GroupListing listing;
   std::string part;
 };
-
-TEST(VariableName, FirstSeparator_Splits) {
-  const VariableName name("Stress\x1eTime = 1\x1eTop");
-  EXPECT_EQ(name.result, "Stress");
-  EXPECT_EQ(name.instance, "Time = 1\x1eTop");
-}
-
-TEST(VariableName, SeparatorMissingOrLast_GivesNoInstance) {
-  EXPECT_EQ(VariableName("Stress").result, "Stress");
-  EXPECT_EQ(VariableName("Stress").instance, "");
-  EXPECT_EQ(VariableName("Stress\x1e").result, "Stress");
-  EXPECT_EQ(VariableName("Stress\x1e").instance, "");
-  EXPECT_EQ(VariableName("\x1eTop").result, "");
-  EXPECT_EQ(VariableName("\x1eTop").instance, "Top");
-  EXPECT_EQ(VariableName("").result, "");
-}
 
 TEST(Listing, DirectlyUnderGeometry_BelongsToThePartAbove) {
   const Placed placed({"root", "Frame", "Geometry"});
@@ -241,6 +229,21 @@ TEST(Results, NameAndInstance_AreAddedToTheAttributes) {
   EXPECT_EQ(gathered.Text(0, "Frequency"), "1e-07");
 }
 
+TEST(Results, TextsOfASecondList_TakeThePlaceOfThoseOfTheFirst) {
+  // The same names with longer, shorter and fewer texts than the set before has.
+  const Gathered gathered(ModelOf(
+      {Scalar("a", kScalarResult,
+              {Attribute::Text("Title", "first title"), Attribute::Text("Label", "first label")}),
+       Scalar("b", kScalarResult, {Attribute::Text("Title", "2"), Attribute::Text("Label", "l2")}),
+       Scalar("c", kScalarResult, {Attribute::Text("Label", "label of the third")})}));
+  EXPECT_EQ(gathered.Text(0, "Title"), "first title");
+  EXPECT_EQ(gathered.Text(0, "Label"), "first label");
+  EXPECT_EQ(gathered.Text(1, "Title"), "2");
+  EXPECT_EQ(gathered.Text(1, "Label"), "l2");
+  EXPECT_EQ(gathered.Text(2, "Title"), "none");
+  EXPECT_EQ(gathered.Text(2, "Label"), "label of the third");
+}
+
 TEST(Results, SeparatorAtTheEnd_GivesNoInstanceName) {
   const Gathered gathered(ModelOf({Scalar("Stress\x1e"), Scalar("Strain")}));
   EXPECT_EQ(gathered.Text(0, "Result Name"), "Stress");
@@ -324,9 +327,28 @@ TEST(ExtractPartsAndResults, FurtherChildren_AreNotLookedAt) {
 }
 
 TEST(ExtractPartsAndResults, GeometryOfTwoShapes_CountsForEach) {
-  ModelWriter model = ModelOf({Scalar("a")});
+  ModelWriter model = ModelOf({Scalar("a"), Scalar("b")});
   model.At(model.AddShape("T", 2)).firstChild = 4;
-  EXPECT_EQ(Gathered(model).ResultNames(), (std::vector<std::string>{"a", "a"}));
+  const Gathered gathered(model, TevInfo::ExtractData);
+  EXPECT_EQ(gathered.ResultNames(), (std::vector<std::string>{"a", "b", "a", "b"}));
+  EXPECT_EQ(gathered.groups, (GroupListing{{"Geometry", {"S", "T"}}}));
+  EXPECT_EQ(gathered.info.datasets.size(), 4U);
+}
+
+TEST(ExtractPartsAndResults, ListsWithSomethingInThem_AreAppendedTo) {
+  OpenedModel first(ModelOf({Scalar("a", kScalarResult, {Attribute::Text("Title", "old text")})}));
+  OpenedModel second(ModelOf({Scalar("b", kScalarResult, {Attribute::Text("Title", "new")})}));
+  TevInfo info;
+  info.setFormat(TevInfo::ExtractData);
+  GroupListing groups;
+  ResultAttributeList results;
+  extractPartsAndResults(first.tree, info, groups, results);
+  extractPartsAndResults(second.tree, info, groups, results);
+  EXPECT_EQ(groups, (GroupListing{{"Geometry", {"S", "S"}}}));
+  EXPECT_EQ(info.datasets.size(), 2U);
+  ASSERT_EQ(results.size(), 2U);
+  EXPECT_EQ(results[0].at("Title").GetAttributeString(), "old text");
+  EXPECT_EQ(results[1].at("Title").GetAttributeString(), "new");
 }
 
 TEST(ExtractPartsAndResults, ModelWithoutShapes_GivesNothing) {

@@ -3,7 +3,7 @@
 #include <array>
 #include <string>
 
-#include "Lbt/Tev/TevInfo/SolverFileTypes.h"
+#include "Lbt/Tev/TevInfo/ModelFacts.h"
 
 namespace {
 

@@ -4,13 +4,17 @@
 #include <utility>
 #include <vector>
 
-#include "Lbt/Tev/TevInfo/Summary.h"
+#include "Lbt/Tev/TevInfo/Entries.h"
+#include "Lbt/Tev/TevInfo/Given.h"
 #include "report/OpenedModel.h"
 #include "support/ModelWriter.h"
 
 namespace tevtest {
 namespace {
 
+using LbtTev::Report::GroupListing;
+using LbtTev::Report::ModelFacts;
+using LbtTev::Report::ResultAttributeList;
 using LbtUtil::AttributeMap;
 
 std::string Entry(const std::string& name, const std::string& value) {
@@ -33,7 +37,10 @@ std::string SummaryOf(const GroupListing& groups, const ResultAttributeList& res
 
 /// The category of the summary of these results.
 std::string CategoryOf(const ResultAttributeList& results) {
-  return GatherSummaryFacts({}, results).category;
+  const std::string summary = SummaryOf({}, results);
+  const std::string start = "name=\"Category\" value=\"";
+  const std::size_t first = summary.find(start) + start.size();
+  return summary.substr(first, summary.find("\"/>", first) - first);
 }
 
 TEST(GetNameListAsString, Names_AreJoinedInTheirOrder) {
@@ -188,8 +195,20 @@ TEST(Category, EmptyTexts_CountLikeAnyOther) {
   EXPECT_EQ(CategoryOf({{{"Mode", ""}, {"Time", 1U}}}), "Modal");
 }
 
-TEST(Category, Several_TheSmallestTextCounts) {
+TEST(Category, Several_TheSmallestTextCountsWhereverItStands) {
   EXPECT_EQ(CategoryOf({{{"Category", "b"}}, {{"Category", "B"}}, {{"Category", 7U}}}), "7");
+  EXPECT_EQ(CategoryOf({{{"Category", "A"}}, {{"Category", "b"}}, {{"Category", "B"}}}), "A");
+  EXPECT_EQ(CategoryOf({{{"Category", "b"}}, {{"Category", "A"}}, {{"Category", "B"}}}), "A");
+}
+
+TEST(Title, Several_TheSmallestTextCountsWhereverItStands) {
+  const std::string rest = Entry("Category", "Unknown") + kNoCounts;
+  EXPECT_EQ(SummaryOf({}, {{{"Title", "a"}}, {{"Title", "c"}}, {{"Title", "b"}}}),
+            Entry("Title", "a") + rest);
+  EXPECT_EQ(SummaryOf({}, {{{"Title", "c"}}, {{"Title", "a"}}, {{"Title", "b"}}}),
+            Entry("Title", "a") + rest);
+  EXPECT_EQ(SummaryOf({}, {{{"Title", "c"}}, {{"Title", "b"}}, {{"Title", "a"}}}),
+            Entry("Title", "a") + rest);
 }
 
 TEST(Category, RulesLookAtAllResults) {
@@ -197,13 +216,13 @@ TEST(Category, RulesLookAtAllResults) {
   EXPECT_EQ(CategoryOf({{{"Label", "L"}, {"Subtitle", "S"}}}), "Unknown");
 }
 
-/// Both ways from a model to its summary, through the list of results and through the collector,
-/// must come to the same.
+/// Both ways from a model to its summary, through the lists of the given functions and through the
+/// facts, must come to the same.
 class SummaryOfAModel : public ::testing::Test {
  protected:
   SummaryOfAModel()
-      : group_(model.AddGroup("Geometry", model.AddGroup("root", 0))),
-        mesh(model.AddGeometry("mesh", model.AddShape("Frame", group_))) {}
+      : group(model.AddGroup("Geometry", model.AddGroup("root", 0))),
+        mesh(model.AddGeometry("mesh", model.AddShape("Frame", group))) {}
 
   void AddResult(std::string_view name, AttributeSet attributes = {}) {
     model.AddVariable(mesh, Variable::Floats(name, kScalarResult, 1, {1}, std::move(attributes)));
@@ -213,26 +232,22 @@ class SummaryOfAModel : public ::testing::Test {
     OpenedModel opened(model);
     GroupListing groups;
     ResultAttributeList results;
-    SummaryCollector collector;
-    TevInfo fromList;
-    TevInfo fromCollector;
-    fromList.setFormat(TevInfo::NativeMetaData);
-    fromCollector.setFormat(TevInfo::NativeMetaData);
-    extractPartsAndResults(opened.tree, fromList, groups, results);
-    addMiscAttributes(fromList, groups, results);
-    groups.clear();
-    extractPartsAndResults(opened.tree, fromCollector, groups, collector);
-    addSummary(fromCollector, collector.Facts(groups));
-    EXPECT_EQ(fromList.metadata, expected);
-    EXPECT_EQ(fromCollector.metadata, expected);
+    TevInfo fromLists;
+    TevInfo fromFacts;
+    fromLists.setFormat(TevInfo::NativeMetaData);
+    fromFacts.setFormat(TevInfo::NativeMetaData);
+    extractPartsAndResults(opened.tree, fromLists, groups, results);
+    addMiscAttributes(fromLists, groups, results);
+    const ModelFacts facts = LbtTev::Report::GatherModelFacts(opened.tree);
+    LbtTev::Report::AddSummary(fromFacts, facts.summary);
+    EXPECT_TRUE(facts.failures.empty());
+    EXPECT_EQ(fromLists.metadata, expected);
+    EXPECT_EQ(fromFacts.metadata, expected);
   }
 
   ModelWriter model;
 
- private:
-  const NodeRef group_;
-
- protected:
+  const NodeRef group;
   const NodeRef mesh;
   const std::string counts =
       Entry("Number of Parts", "1") + kNoCounts.substr(kNoCounts.find('\n') + 1);
@@ -271,7 +286,32 @@ TEST_F(SummaryOfAModel, AttributesOfAllResults_AreSummedUp) {
                 Entry("Frequencies", "50"));
 }
 
-TEST_F(SummaryOfAModel, LongNames_AreTheSameBehind256Characters) {
+TEST_F(SummaryOfAModel, SameAttributesAfterAVariableWithAnInstance_TellTheirInstance) {
+  const AttributeSet attributes{Attribute::Text("Instance Name", "of the set")};
+  AddResult("a\x1eTop", attributes);
+  AddResult("b", attributes);
+  AddResult("c\x1eTop", attributes);
+  ExpectSummary(Entry("Category", "Unknown") + counts + Entry("Number of Results", "3") +
+                Entry("Number of Instances", "2") + Entry("Parts", "Frame") +
+                Entry("Results", "a, b, c") + Entry("Instances", "Top, of the set"));
+}
+
+TEST_F(SummaryOfAModel, GeometryOfSeveralShapes_CountsOnceWhereverItsOwnShapeComes) {
+  AddResult("a\x1eTop", {Attribute::Text("Title", "t")});
+  const NodeRef before = model.AddShape("Other", group);
+  const NodeRef late = model.AddGeometry("late", model.AddShape("Own", group));
+  model.AddVariable(late, Variable::Floats("b", kScalarResult, 1, {1}));
+  model.At(before).firstChild = late;
+  model.At(model.AddShape("Third", group)).firstChild = late;
+  model.At(model.AddShape("Fourth", group)).firstChild = mesh;
+  ExpectSummary(Entry("Title", "t") + Entry("Category", "Unknown") + Entry("Number of Parts", "5") +
+                kNoCounts.substr(kNoCounts.find('\n') + 1) + Entry("Number of Results", "2") +
+                Entry("Number of Instances", "1") +
+                Entry("Parts", "Frame, Other, Own, Third, Fourth") + Entry("Results", "a, b") +
+                Entry("Instances", "Top"));
+}
+
+TEST_F(SummaryOfAModel, LongNames_AreTheSameAfter256Characters) {
   AddResult(std::string(256, 'r') + "1\x1e" + std::string(256, 'i') + "1");
   AddResult(std::string(256, 'r') + "2\x1e" + std::string(256, 'i') + "2");
   ExpectSummary(Entry("Category", "Unknown") + counts + Entry("Number of Results", "1") +

@@ -1,3 +1,5 @@
+// Runs everything on one file and names how each ends.
+
 #include "Outcomes.h"
 
 #include <array>
@@ -11,11 +13,16 @@
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/TevInfo/CdfExport.h"
-#include "Lbt/Tev/TevInfo/Summary.h"
+#include "Lbt/Tev/TevInfo/Entries.h"
+#include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Util/Exception.h"
 #include "tev/RunTev.h"
 
 namespace {
+
+using LbtTev::Report::GeometryAssertion;
+using LbtTev::Report::ModelFacts;
+using LbtTev::Report::Numbers;
 
 /// A stream that takes any text and keeps none.
 class NullBuffer : public std::streambuf {
@@ -43,24 +50,20 @@ std::string EndOf(Work work) {
   }
 }
 
-void Report(LbtTev::Tree& tree, TevInfo::Format format) {
+/// As the program reports; a failure on the way shows once the report is written.
+void Report(const LbtTev::Tree& tree, TevInfo::Format format) {
   TevInfo info;
   info.setFormat(format);
-  LbtUtil::AttributeMap rootAttributes;
-  GroupListing groups;
-  ResultAttributeList results;
-  GatherRootAttributes(tree, rootAttributes);
-  // The throwing core, so that a failure shows; what the format wants is gathered before.
-  GatherPartsAndResults(tree, groups, results,
-                        format == TevInfo::ExtractData ? &info.datasets : nullptr);
-  for (const LbtTev::ModifierInfo& modifier : tree.modifierInfos) {
-    WriteModifierInfo(info, modifier, "");
-  }
-  addMiscAttributes(info, groups, results);
+  const bool isDump = format == TevInfo::ExtractData;
+  const ModelFacts facts = GatherModelFacts(tree, isDump ? Numbers::Wanted : Numbers::Left);
+  LbtTev::Report::AddEntries(info, facts);
   NullBuffer buffer;
   std::ostream stream(&buffer);
   stream << info.getMetadataString();
   info.printData(stream);
+  if (!facts.failures.empty()) {
+    std::rethrow_exception(facts.failures.front());
+  }
 }
 
 void Export(const LbtTev::Tree& tree) {
@@ -73,7 +76,7 @@ void Export(const LbtTev::Tree& tree) {
   NullBuffer buffer;
   std::ostream stream(&buffer);
   for (const std::string& name : names) {
-    WriteCdf(tree, name, stream);
+    LbtTev::Report::WriteCdf(tree, name, stream);
   }
 }
 

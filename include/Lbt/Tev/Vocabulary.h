@@ -45,4 +45,35 @@ inline constexpr std::string_view kElementIndices = "Element Indices";
 inline constexpr std::string_view kElementIdsInCapitals = "Element IDs";
 }  // namespace MeshName
 
+/// Names of groups that say what the shapes below them are.
+namespace GroupName {
+inline constexpr std::string_view kParts = "Geometry";
+inline constexpr std::string_view kCutSections = "Cut-Sections";
+inline constexpr std::string_view kIsoSurfaces = "Iso-Surfaces";
+inline constexpr std::string_view kIsoVolumes = "Iso-Volumes";
+inline constexpr std::string_view kFlowLines = "Flow Lines";
+}  // namespace GroupName
+
+/// Attributes of the root: the solver's files that a model was made from, and what these counted.
+namespace RootAttribute {
+inline constexpr std::string_view kModelFile = "Model File";
+inline constexpr std::string_view kModelFileSize = "Model File Size";
+inline constexpr std::string_view kResultsFile = "Results File";
+inline constexpr std::string_view kResultsFileSize = "Results File Size";
+inline constexpr std::string_view kNodeCount = "Number of Nodes in the Model";
+inline constexpr std::string_view kElementCount = "Number of Elements in the Model";
+}  // namespace RootAttribute
+
+/// Attributes of a result variable.
+namespace ResultAttribute {
+inline constexpr std::string_view kResultName = "Result Name";
+inline constexpr std::string_view kInstanceName = "Instance Name";
+inline constexpr std::string_view kTitle = "Title";
+inline constexpr std::string_view kCategory = "Category";
+inline constexpr std::string_view kFrequency = "Frequency";
+inline constexpr std::string_view kTime = "Time";
+inline constexpr std::string_view kMode = "Mode";
+inline constexpr std::string_view kLoadCase = "LoadCase";
+}  // namespace ResultAttribute
+
 }  // namespace LbtTev

@@ -6,6 +6,8 @@
 
 #include "Lbt/Tev/Tree.h"
 
+namespace LbtTev::Report {
+
 /// The block that an export is at: a variable of a geometry.
 struct CdfPlace {
   unsigned int geometryId = 0;
@@ -22,9 +24,7 @@ struct CdfPlace {
 /// Throws std::out_of_range for an instance name without " = ", and what loading
 /// numbers throws, with the blocks before it written; "place", where it is not null, then
 /// tells at which variable.
-void WriteCdf(const LbtTev::Tree& tree, const std::string& geometryName, std::ostream& stream,
+void WriteCdf(const Tree& tree, const std::string& geometryName, std::ostream& stream,
               CdfPlace* place = nullptr);
 
-/// The same to a file, which is emptied first; the model itself is spared. Never
-/// throws: a failure leaves the file with what was written, without a message.
-void exportCDF(LbtTev::Tree& tree, const std::string& geometryName, const std::string& outputPath);
+}  // namespace LbtTev::Report

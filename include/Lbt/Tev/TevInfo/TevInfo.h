@@ -103,7 +103,7 @@ class TevInfo {
 };
 
 /// "key" in the form that ANSYS EKM takes: the first character in lower case, white
-/// space behind it dropped. Only ASCII letters and white space count.
+/// space after it dropped. Only ASCII letters and white space count.
 [[nodiscard]] std::string getEkmCompatibleKey(const std::string& key);
 
 /// Adds an entry, with the key in the form that the record's format wants.

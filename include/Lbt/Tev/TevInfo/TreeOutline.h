@@ -5,9 +5,11 @@
 
 #include "Lbt/Tev/Tree.h"
 
+namespace LbtTev::Report {
+
 /// One entry of a tree at its place in a drawing.
 struct OutlineItem {
-  const LbtAdt::TreeNode<LbtTev::Node*>* entry;
+  const LbtAdt::TreeNode<Node*>* entry;
   std::size_t depth;  ///< 0 for the root, and for the first of those that no parent reaches
 };
 
@@ -20,4 +22,6 @@ struct TreeOutline {
 
 /// Makes the outline of a tree, whose entries it points into. Takes time and memory in
 /// proportion to their number.
-[[nodiscard]] TreeOutline OutlineOf(const LbtTev::Tree& tree);
+[[nodiscard]] TreeOutline OutlineOf(const Tree& tree);
+
+}  // namespace LbtTev::Report

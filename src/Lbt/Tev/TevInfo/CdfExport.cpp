@@ -1,3 +1,5 @@
+// Writes geometries in the CDF text format.
+
 #include "Lbt/Tev/TevInfo/CdfExport.h"
 
 #include <cstddef>
@@ -5,19 +7,18 @@
 #include <vector>
 
 #include "Lbt/Tev/Geometry.h"
-#include "Lbt/Tev/TevInfo/PartsAndResults.h"
-#include "Lbt/Util/FileAccess.h"
-#include "Lbt/Util/OutputStream.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/TextBuffer.h"
 #include "Lbt/Util/ToString.h"
+
+namespace LbtTev::Report {
 
 namespace {
 
 using Lbt::Util::TextBuffer;
-using LbtTev::Geometry;
 using Variable = Geometry::VarStruct;
 
-/// The end of a keyword line: with the step that stands behind the first " = " of the
+/// The end of a keyword line: with the step that stands after the first " = " of the
 /// instance name.
 void EndKeyword(TextBuffer& text, const std::string& instance) {
   constexpr std::string_view kBeforeStep = " = ";
@@ -38,7 +39,7 @@ std::vector<T> Load(const Variable& variable) {
   return values;
 }
 
-/// Values separated by commas, with a line feed behind every "perLine"-th.
+/// Values separated by commas, with a line feed after every "perLine"-th.
 template <class T>
 void AddLines(TextBuffer& text, const std::vector<T>& values, std::size_t perLine) {
   for (std::size_t i = 0; i < values.size(); ++i) {
@@ -114,7 +115,7 @@ class GeometryExport {
       WriteFaces(variable, name);
     } else if (variable.variableType == Geometry::VariableType::Coordinates) {
       WriteValues("*VERTICES", variable, name);
-    } else if (name.result != "Node Ids") {
+    } else if (name.result != MeshName::kNodeIds) {
       WriteValues("*RESULT,NAME=\"" + std::string(name.result) + "\"", variable, name);
     }
   }
@@ -165,7 +166,7 @@ class GeometryExport {
 
 }  // namespace
 
-void WriteCdf(const LbtTev::Tree& tree, const std::string& geometryName, std::ostream& stream,
+void WriteCdf(const Tree& tree, const std::string& geometryName, std::ostream& stream,
               CdfPlace* place) {
   TextBuffer text(stream);
   CdfPlace unwanted;
@@ -180,16 +181,4 @@ void WriteCdf(const LbtTev::Tree& tree, const std::string& geometryName, std::os
   text.Flush();
 }
 
-void exportCDF(LbtTev::Tree& tree, const std::string& geometryName, const std::string& outputPath) {
-  try {
-    const auto descriptor = Lbt::Util::OpenForReplacing(outputPath, tree.GetFile().GetIdentity());
-    if (!descriptor) {
-      return;
-    }
-    Lbt::Util::DescriptorStream file(*descriptor, Lbt::Util::DescriptorStream::Ownership::Owned);
-    WriteCdf(tree, geometryName, file);
-  } catch (...) {
-    // The file keeps what was written; who wants to know more calls WriteCdf.
-    return;
-  }
-}
+}  // namespace LbtTev::Report

@@ -1,61 +1,74 @@
+// Gathers the numbers of variables as the data sets of a dump.
+
 #include "DatasetGatherer.h"
 
-#include "Clamp.h"
 #include "Lbt/Log/Raise.h"
+#include "Lbt/Util/Clamped.h"
+
+namespace LbtTev::Report {
 
 namespace {
 
-using LbtTev::Geometry;
-
 template <class T>
-void LoadValues(const LbtTev::NumericArray& array, std::vector<T>& values) {
+void LoadValues(const NumericArray& array, std::vector<T>& values) {
   if (array.loader != nullptr) {
     array.loader->LoadTo(values);
   }
 }
 
-TevDataset DatasetOf(const VariablePlace& place, const Geometry::VarStruct& variable) {
-  TevDataset dataset;
-  dataset.group = place.partName;
-  dataset.result = place.name.result;
-  dataset.instance = place.name.instance;
-  if (Geometry::IsConnectivity(variable.variableType)) {
-    dataset.kind = TevDataset::kIntegers;
-    LoadValues(variable.array, dataset.intValues);
-  } else {
-    LoadValues(variable.array, dataset.floatValues);
-  }
-  if (dataset.kind == TevDataset::kFloats && dataset.result == "Element Indices") {
-    dataset.intValues.reserve(dataset.floatValues.size());
-    for (const float value : dataset.floatValues) {
-      dataset.intValues.push_back(Clamped<unsigned int>(value));
-    }
-  }
-  dataset.names.push_back(place.geometryName);
-  return dataset;
-}
-
 }  // namespace
 
-void DatasetGatherer::Gather(const VariablePlace& place, const Geometry::VarStruct& variable,
-                             std::vector<TevDataset>& datasets) {
+DatasetGatherer::DatasetGatherer(const Tree& tree, std::vector<TevDataset>& datasets)
+    : datasets_(&datasets),
+      namesLeft_(16 * tree.GetFile().GetSize().value_or(0) + std::uint64_t{16} * 1024 * 1024) {}
+
+void DatasetGatherer::Gather(const Part& part, std::size_t index, const VariableName& name) {
+  const Geometry::VarStruct& variable = part.geometry.variables[index];
   if (!variable.isLinked) {
-    TakeName(place.partName.size() + place.geometryName.size());
-    datasets.push_back(DatasetOf(place, variable));
-    positions_.insert_or_assign({place.geometryId, place.variableIndex}, datasets.size() - 1);
+    datasets_->push_back(DatasetOf(part, variable, name));
+    positions_.insert_or_assign({part.geometryId, index}, datasets_->size() - 1);
     return;
   }
   const auto target = positions_.find({variable.linkNodeId, variable.linkVariableIndex});
   if (variable.linkNodeId != 0 && target != positions_.end()) {
-    TakeName(place.geometryName.size());
-    datasets[target->second].names.push_back(place.geometryName);
+    Charge(part.geometry.name.size());
+    (*datasets_)[target->second].names.push_back(part.geometry.name);
   }
 }
 
-void DatasetGatherer::TakeName(std::size_t size) {
-  if (size > namesLeft_) {
-    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds, "Not enough bytes in the block",
-                    "include/Lbt/Tev/TevInfo/PartsAndResults");
+TevDataset DatasetGatherer::DatasetOf(const Part& part, const Geometry::VarStruct& variable,
+                                      const VariableName& name) {
+  Charge(part.name.size());
+  Charge(part.geometry.name.size());
+  TevDataset dataset;
+  dataset.group = part.name;
+  dataset.result = name.result;
+  dataset.instance = name.instance;
+  dataset.names.push_back(part.geometry.name);
+  if (Geometry::IsConnectivity(variable.variableType)) {
+    dataset.kind = TevDataset::kIntegers;
+    LoadValues(variable.array, dataset.intValues);
+    return dataset;
   }
-  namesLeft_ -= size;
+  LoadValues(variable.array, dataset.floatValues);
+  if (name.result == MeshName::kElementIndices) {
+    dataset.intValues.reserve(dataset.floatValues.size());
+    for (const float value : dataset.floatValues) {
+      dataset.intValues.push_back(Lbt::Util::Clamped<unsigned int>(value));
+    }
+  }
+  return dataset;
 }
+
+/// Names of ordinary length are free, however many data sets a model has.
+void DatasetGatherer::Charge(std::size_t nameSize) {
+  constexpr std::size_t kOrdinary = 1024;
+  const std::size_t charged = nameSize > kOrdinary ? nameSize - kOrdinary : 0;
+  if (charged > namesLeft_) {
+    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds,
+                    "The model refers to its data too often", "include/Lbt/Tev/TevInfo/TevDataset");
+  }
+  namesLeft_ -= charged;
+}
+
+}  // namespace LbtTev::Report

@@ -1,3 +1,5 @@
+// Writes the data dump.
+
 #include "DumpWriter.h"
 
 #include <algorithm>
@@ -6,9 +8,14 @@
 #include <span>
 #include <string_view>
 
-#include "Clamp.h"
+#include "Lbt/Tev/Vocabulary.h"
+#include "Lbt/Util/Clamped.h"
+
+namespace LbtTev::Report {
 
 namespace {
+
+using Lbt::Util::Clamped;
 
 constexpr std::string_view kIndent = "    ";
 constexpr std::size_t kValueWidth = 10;
@@ -16,8 +23,8 @@ constexpr std::size_t kLengthWidth = 6;
 constexpr std::size_t kIndexWidth = 8;
 
 bool DescribesMesh(const std::string& result) {
-  static constexpr std::array<std::string_view, 4> kNames{"Connectivity", "Coordinates",
-                                                          "Polylength", "Node Ids"};
+  static constexpr std::array kNames{MeshName::kConnectivity, MeshName::kCoordinates,
+                                     MeshName::kPolylength, MeshName::kNodeIds};
   return std::ranges::find(kNames, result) != kNames.end();
 }
 
@@ -55,7 +62,7 @@ void DumpWriter::WriteAnalysis(const std::string& group, const Positions& positi
   // Every set of node ids becomes the last column so far; the last set counts the nodes.
   Positions nodeIds;
   for (const std::size_t position : positions) {
-    if (At(position).result == "Node Ids" && At(position).instance.empty()) {
+    if (At(position).result == MeshName::kNodeIds && At(position).instance.empty()) {
       nodeIds.push_back(position);
     }
   }
@@ -103,17 +110,17 @@ DumpWriter::Mesh DumpWriter::FindMesh(const Positions& positions) const {
   Mesh mesh;
   for (const std::size_t position : positions) {
     const TevDataset& dataset = At(position);
-    if (dataset.result == "Node Ids") {
+    if (dataset.result == MeshName::kNodeIds) {
       mesh.nodeIds = &dataset;
       mesh.nodeCount = dataset.size();
-    } else if (dataset.result == "Coordinates") {
+    } else if (dataset.result == MeshName::kCoordinates) {
       mesh.coordinates = &dataset;
-    } else if (dataset.result == "Connectivity") {
+    } else if (dataset.result == MeshName::kConnectivity) {
       mesh.connectivity = &dataset;
-    } else if (dataset.result == "Polylength") {
+    } else if (dataset.result == MeshName::kPolylength) {
       mesh.polylength = &dataset;
       mesh.elementCount = dataset.size();
-    } else if (dataset.result == "Element Ids") {
+    } else if (dataset.result == MeshName::kElementIds) {
       mesh.elementCount = dataset.size();
     }
   }
@@ -184,38 +191,65 @@ void DumpWriter::WriteTable(const std::string& instance, const Positions& result
   text_.Add("\n");
 }
 
+/// Data sets of integers have no columns, like those with fewer values than nodes.
 void DumpWriter::WriteRows(const Positions& positions, std::size_t nodeCount) {
   std::vector<Columns> columns;
   for (const std::size_t position : positions) {
-    const std::size_t components = At(position).size() / nodeCount;
-    if (components != 0) {
-      columns.push_back({At(position).floatValues, components, At(position).result == "Node Ids"});
+    const TevDataset& dataset = At(position);
+    const std::size_t components = dataset.size() / nodeCount;
+    if (dataset.kind == TevDataset::kFloats && components != 0) {
+      columns.push_back({{.dataset = position, .components = components, .component = 0},
+                         dataset.floatValues,
+                         dataset.result == MeshName::kNodeIds});
     }
   }
   for (std::size_t node = 0; node < nodeCount; ++node) {
-    for (const Columns& dataset : columns) {
-      const std::size_t written = WriteComponents(dataset, node);
-      if (written < dataset.components) {
-        text_.Add(&dataset == columns.data() && written == 0 ? "" : "\n");
-        return;
-      }
+    for (const Columns& ofDataset : columns) {
+      WriteComponents(ofDataset, node);
     }
     text_.Add("\n");
   }
 }
 
-/// Writes what there is of a node's values and returns how many they are.
-std::size_t DumpWriter::WriteComponents(const Columns& dataset, std::size_t node) {
-  for (std::size_t k = 0; k < dataset.components; ++k) {
-    const std::size_t index = dataset.isNodeId ? node : k + dataset.components * node;
-    if (index >= dataset.values.size()) {
-      return k;
-    }
-    if (dataset.isNodeId) {
-      text_.AddColumn(Clamped<std::int32_t>(dataset.values[index]), kValueWidth);
+void DumpWriter::WriteComponents(const Columns& columns, std::size_t node) {
+  TevInfo::DimenInfo column = columns.first;
+  for (; column.component < column.components; ++column.component) {
+    if (columns.isNodeId) {
+      text_.AddColumn(Clamped<std::int32_t>(columns.values[node]), kValueWidth);
     } else {
-      text_.AddColumn(dataset.values[index], kValueWidth);
+      text_.AddColumn(columns.values[column.component + column.components * node], kValueWidth);
     }
   }
-  return dataset.components;
+}
+
+}  // namespace LbtTev::Report
+
+using LbtTev::Report::DumpWriter;
+
+void TevInfo::printData(std::ostream& os) const {
+  DumpWriter writer(datasets, os);
+  writer.WriteAll();
+  writer.Finish();
+}
+
+void TevInfo::printAnalysis(std::ostream& os, const std::string& group,
+                            const std::vector<std::size_t>& indices) const {
+  DumpWriter writer(datasets, os);
+  writer.WriteAnalysis(group, indices);
+  writer.Finish();
+}
+
+void TevInfo::printMesh(std::ostream& os, const std::vector<std::size_t>& indices) const {
+  DumpWriter writer(datasets, os);
+  writer.WriteMesh(indices);
+  writer.Finish();
+}
+
+void TevInfo::printResults(std::ostream& os,
+                           const std::map<std::string, std::vector<std::size_t>>& /*byResult*/,
+                           const std::map<std::string, std::vector<std::size_t>>& byInstance,
+                           std::size_t nodeCount) const {
+  DumpWriter writer(datasets, os);
+  writer.WriteResults(byInstance, {}, nodeCount);
+  writer.Finish();
 }

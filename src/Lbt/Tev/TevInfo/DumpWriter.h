@@ -9,6 +9,8 @@
 #include "Lbt/Tev/TevInfo/TevInfo.h"
 #include "Lbt/Util/TextBuffer.h"
 
+namespace LbtTev::Report {
+
 /// Writes the data dump. Data sets are meant by their positions in the sequence.
 class DumpWriter {
  public:
@@ -38,10 +40,11 @@ class DumpWriter {
     std::size_t elementCount = 0;
   };
 
-  /// The columns of a data set in a table.
+  /// The columns of a data set in a table, of which the first one stands for all: a data set may
+  /// have millions.
   struct Columns {
+    TevInfo::DimenInfo first;
     std::span<const float> values;
-    std::size_t components;
     bool isNodeId;
   };
 
@@ -57,9 +60,11 @@ class DumpWriter {
   void WriteTable(const std::string& instance, const Positions& results, const Positions& nodeIds,
                   std::size_t nodeCount);
   void WriteRows(const Positions& positions, std::size_t nodeCount);
-  [[nodiscard]] std::size_t WriteComponents(const Columns& dataset, std::size_t node);
+  void WriteComponents(const Columns& columns, std::size_t node);
 
   const std::vector<TevDataset>* datasets_;
   TevDataset none_;
   Lbt::Util::TextBuffer text_;
 };
+
+}  // namespace LbtTev::Report

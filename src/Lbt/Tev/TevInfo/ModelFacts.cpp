@@ -1,61 +1,119 @@
+// Gathers what a report tells of a model.
+
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 
+#include <span>
+#include <string_view>
 #include <utility>
 
-#include "Lbt/Tev/TevInfo/PartsAndResults.h"
-#include "Lbt/Tev/TevInfo/SolverFileTypes.h"
+#include "DatasetGatherer.h"
+#include "Lbt/Util/FileSize.h"
+#include "PartWalk.h"
+#include "SummaryCollector.h"
+
+namespace LbtTev::Report {
 
 namespace {
 
 using LbtUtil::AttributeMap;
 using LbtUtil::AttributeValue;
 
-std::optional<AttributeValue> Find(const AttributeMap& attributes, const std::string& name) {
-  const auto found = attributes.find(name);
+/// Takes the facts of the parts.
+class FactsSink final : public PartSink {
+ public:
+  explicit FactsSink(DatasetGatherer* numbers) : numbers_(numbers) {}
+
+  void List(const std::string& group, const std::string& shape) override {
+    summary_.List(group, std::span(&shape, 1));
+  }
+
+  /// What a geometry tells does not change with the shapes that have it.
+  void Take(const Part& part) override {
+    if (part.isRepeated && numbers_ == nullptr) {
+      return;
+    }
+    for (std::size_t i = 0; i < part.geometry.variables.size(); ++i) {
+      const Geometry::VarStruct& variable = part.geometry.variables[i];
+      const VariableName name(variable.name);
+      if (IsResult(variable, name)) {
+        summary_.Add(variable, name);
+      }
+      if (numbers_ != nullptr) {
+        numbers_->Gather(part, i, name);
+      }
+    }
+  }
+
+  [[nodiscard]] SummaryFacts TakeFacts() { return summary_.TakeFacts(); }
+
+ private:
+  SummaryCollector summary_;
+  DatasetGatherer* numbers_;  // null where they are left
+};
+
+/// Runs one step of the gathering. The report goes on with what there is.
+template <class Step>
+void KeepFailure(ModelFacts& facts, Step step) {
+  try {
+    step();
+  } catch (const std::exception&) {
+    facts.failures.push_back(std::current_exception());
+  }
+}
+
+std::optional<AttributeValue> Find(const AttributeMap& attributes, std::string_view name) {
+  const auto found = attributes.find(std::string(name));
   return found == attributes.end() ? std::nullopt : std::optional(found->second);
 }
 
-std::optional<std::string> FindText(const AttributeMap& attributes, const std::string& name) {
+std::optional<std::string> FindText(const AttributeMap& attributes, std::string_view name) {
   const std::optional<AttributeValue> value = Find(attributes, name);
   return value ? std::optional(value->GetAttributeString()) : std::nullopt;
 }
 
-NativeFileFacts NativeFileOf(const AttributeMap& attributes, const std::string& kind,
+NativeFileFacts NativeFileOf(const AttributeMap& attributes, std::string_view pathName,
+                             std::string_view sizeName,
                              std::string (*formatOf)(const std::string&)) {
   NativeFileFacts facts;
-  facts.path = FindText(attributes, kind);
-  facts.size = FindText(attributes, kind + " Size");
+  facts.path = FindText(attributes, pathName);
+  facts.size = FindText(attributes, sizeName);
   if (facts.path) {
     facts.type = formatOf(*facts.path);
   }
   return facts;
 }
 
+void TakeRootAttributes(const AttributeMap& attributes, ModelFacts& facts) {
+  facts.modelFile = NativeFileOf(attributes, RootAttribute::kModelFile,
+                                 RootAttribute::kModelFileSize, GetModelFileFormat);
+  facts.resultsFile = NativeFileOf(attributes, RootAttribute::kResultsFile,
+                                   RootAttribute::kResultsFileSize, GetResultsFileFormat);
+  facts.numberOfNodes = Find(attributes, RootAttribute::kNodeCount);
+  facts.numberOfElements = Find(attributes, RootAttribute::kElementCount);
+}
+
 }  // namespace
 
-ModelFacts MakeModelFacts(const LbtTev::Tree& tree, AttributeMap rootAttributes,
-                          SummaryFacts summary) {
+ModelFacts GatherModelFacts(const Tree& tree, Numbers numbers) {
   ModelFacts facts;
+  facts.failures.reserve(2);  // so that the lack of memory can be kept, too
+  KeepFailure(facts, [&] { GatherRootAttributes(tree, facts.rootAttributes); });
+  std::optional<DatasetGatherer> datasets;
+  if (numbers == Numbers::Wanted) {
+    datasets.emplace(tree, facts.datasets);
+  }
+  FactsSink sink(datasets ? &*datasets : nullptr);
+  KeepFailure(facts, [&] { WalkParts(tree, sink); });
+
+  TakeRootAttributes(facts.rootAttributes, facts);
+  facts.summary = sink.TakeFacts();
   facts.version = tree.GetVersion();
-  facts.fileSize = tree.GetFile().GetSize();
   facts.modifiers = tree.modifierInfos;
-  facts.modelFile = NativeFileOf(rootAttributes, "Model File", GetModelFileFormat);
-  facts.resultsFile = NativeFileOf(rootAttributes, "Results File", GetResultsFileFormat);
-  facts.numberOfNodes = Find(rootAttributes, "Number of Nodes in the Model");
-  facts.numberOfElements = Find(rootAttributes, "Number of Elements in the Model");
-  facts.rootAttributes = std::move(rootAttributes);
-  facts.summary = std::move(summary);
+  facts.fileBytes = tree.GetFile().GetSize();
+  if (facts.fileBytes) {
+    facts.fileSize = LbtUtil::FileSizeText(static_cast<std::int64_t>(*facts.fileBytes));
+  }
   return facts;
 }
 
-ModelFacts GatherModelFacts(const LbtTev::Tree& tree) {
-  AttributeMap rootAttributes;
-  GroupListing groups;
-  SummaryCollector results;
-  GatherRootAttributes(tree, rootAttributes);
-  GatherPartsAndResults(
-      tree, groups,
-      [&results](const auto& variable, const VariableName& name) { results.Add(variable, name); },
-      nullptr);
-  return MakeModelFacts(tree, std::move(rootAttributes), results.Facts(groups));
-}
+}  // namespace LbtTev::Report

@@ -1,7 +1,9 @@
-#include "Lbt/Tev/TevInfo/SolverFileTypes.h"
+// Names solver formats by the names of their files.
 
 #include <array>
 #include <string_view>
+
+#include "Lbt/Tev/TevInfo/ModelFacts.h"
 
 namespace {
 

@@ -1,3 +1,5 @@
+// The record of a report and its document.
+
 #include "Lbt/Tev/TevInfo/TevInfo.h"
 
 #include <array>

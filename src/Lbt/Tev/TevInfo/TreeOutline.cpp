@@ -1,15 +1,19 @@
+// Puts the entries of a tree in the order in which they are drawn.
+
 #include "Lbt/Tev/TevInfo/TreeOutline.h"
 
 #include <unordered_set>
 
+namespace LbtTev::Report {
+
 namespace {
 
-using Entry = LbtAdt::TreeNode<LbtTev::Node*>;
+using Entry = LbtAdt::TreeNode<Node*>;
 using Entries = std::unordered_set<const Entry*>;
 
 /// All entries that stand in some entry's list of children. A list is left where it
 /// runs into one that was walked before: the rest is the same.
-Entries ChildrenOf(const LbtTev::Tree& tree) {
+Entries ChildrenOf(const Tree& tree) {
   Entries children;
   for (const auto& [id, parent] : tree.GetNodes()) {
     const Entry* child = tree.FindNode(parent.firstChild);
@@ -23,7 +27,7 @@ Entries ChildrenOf(const LbtTev::Tree& tree) {
 /// Appends entries with what lies below them, each entry once.
 class Walk {
  public:
-  explicit Walk(const LbtTev::Tree& tree) : tree_(&tree) {}
+  explicit Walk(const Tree& tree) : tree_(&tree) {}
 
   void Append(const Entry& top, std::vector<OutlineItem>& items) {
     Visit(&top, 0, items);
@@ -51,17 +55,17 @@ class Walk {
     }
   }
 
-  const LbtTev::Tree* tree_;
+  const Tree* tree_;
   Entries seen_;
   std::vector<OutlineItem> pending_;  // a stack of its own: models may nest to any depth
 };
 
 }  // namespace
 
-TreeOutline OutlineOf(const LbtTev::Tree& tree) {
+TreeOutline OutlineOf(const Tree& tree) {
   TreeOutline outline;
   Walk walk(tree);
-  if (const Entry* root = tree.FindNode(LbtTev::Tree::kRootId); root != nullptr) {
+  if (const Entry* root = tree.FindNode(Tree::kRootId); root != nullptr) {
     walk.Append(*root, outline.reached);
   }
   const Entries children = ChildrenOf(tree);
@@ -76,3 +80,5 @@ TreeOutline OutlineOf(const LbtTev::Tree& tree) {
   }
   return outline;
 }
+
+}  // namespace LbtTev::Report

@@ -4,6 +4,8 @@
 #include <concepts>
 #include <limits>
 
+namespace Lbt::Util {
+
 /// "value" truncated toward zero and limited to what T can hold; NaN is 0. The
 /// conversion is defined for every float.
 template <std::integral T>
@@ -21,3 +23,5 @@ template <std::integral T>
   }
   return static_cast<T>(wide);
 }
+
+}  // namespace Lbt::Util
