@@ -27,6 +27,11 @@ function(tevinfo_build_fast target)
     <gtest/gtest.h> <filesystem> <functional> <map> <sstream> <string> <vector>)
 endfunction()
 
+# Seconds on the clock after which a test counts as one that hangs. Far above what any takes, for a
+# busy machine makes no test fail: what may take long has a bound of its processor time, or counts
+# its work.
+set(hang 1800)
+
 # Under a sanitizer or with counters a test program takes longer to start and to end than most of its
 # tests to run, so that these go in groups there. GTEST_FILTER picks single ones.
 function(tevinfo_test_groups folder)
@@ -37,7 +42,7 @@ function(tevinfo_test_groups folder)
     set_tests_properties("${folder}.${group}" PROPERTIES
       ENVIRONMENT "GTEST_TOTAL_SHARDS=${groups};GTEST_SHARD_INDEX=${group}")
     if(NOT folder STREQUAL "sweep")  # which is long where it is run as a whole: that says so itself
-      set_tests_properties("${folder}.${group}" PROPERTIES TIMEOUT 600)
+      set_tests_properties("${folder}.${group}" PROPERTIES TIMEOUT ${hang})
     endif()
   endforeach()
 endfunction()
@@ -72,8 +77,8 @@ function(tevinfo_tests folder)
     gtest_discover_tests(${target}
       TEST_PREFIX "${folder}."
       DISCOVERY_MODE PRE_TEST
-      DISCOVERY_TIMEOUT 60
-      PROPERTIES TIMEOUT 300)
+      DISCOVERY_TIMEOUT ${hang}
+      PROPERTIES TIMEOUT ${hang})
   endif()
 endfunction()
 
@@ -123,5 +128,5 @@ if(TEVINFO_INSTALL AND CMAKE_BUILD_TYPE STREQUAL "Release")
     "-DGENERATOR=${CMAKE_GENERATOR}" "-DCOMPILER=${CMAKE_CXX_COMPILER}"
     "-DEXAMPLES=${PROJECT_SOURCE_DIR}/examples"
     -P "${PROJECT_SOURCE_DIR}/tests/install/check.cmake")
-  set_tests_properties(install.project_outside PROPERTIES LABELS install TIMEOUT 300)
+  set_tests_properties(install.project_outside PROPERTIES LABELS install TIMEOUT ${hang})
 endif()

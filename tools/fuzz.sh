@@ -21,7 +21,7 @@ verb_fuzz-one() {
   local target="$1" seconds="$2"
   mkdir -p "build/fuzz/$target"
   cp -n fuzz/corpus/* "build/fuzz/$target/"
-  "build/asan/fuzz/fuzz_$target" -max_total_time="$seconds" -max_len=8192 -timeout=20 \
+  "build/asan/fuzz/fuzz_$target" -max_total_time="$seconds" -max_len=8192 -timeout=300 \
     -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="build/fuzz/$target-" \
     "build/fuzz/$target" >"build/fuzz/$target.log" 2>&1
 }

@@ -29,7 +29,6 @@ class OutputOfARun : public testing::Test {
   RunResult Write(TevInfo::Format format, std::vector<std::string> positional,
                   RunOptions options = {}) {
     options.workingDirectory = directory_.Path().string();
-    options.timeout = std::chrono::seconds(20);
     const CommandLine commandLine{format, std::move(positional)};
     return tevtest::RunForked([&] { return WriteInChild(commandLine); }, options);
   }

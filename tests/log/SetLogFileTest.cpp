@@ -25,7 +25,6 @@ constexpr const char* kRecord = "LbFile : 12 @ text\n";
 /// Sets the log file in a child and logs one record there. Ends with the number of loggers.
 RunResult SetAndLog(std::optional<std::string> directory, RunOptions options = {}) {
   options.environment["QUARLO_TEMP_PATH"] = std::move(directory);
-  options.timeout = std::chrono::seconds(20);
   return tevtest::RunForked(
       [] {
         SetLogFile();
@@ -125,7 +124,7 @@ TEST(SetLogFile, Refusal_RegistersTheNullPublisher) {
 /// Expects that a log that is refused under its name is announced as ever and lost silently.
 void ExpectLost(const TempDir& directory) {
   const RunResult result = SetAndLog(directory.Path().string());
-  EXPECT_FALSE(result.timedOut);
+  EXPECT_FALSE(result.hung);
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.error, Notice(directory / "TevInfo_trace.log"));
 }

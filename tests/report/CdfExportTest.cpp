@@ -462,7 +462,7 @@ class CdfFile : public ::testing::Test {
       exportCDF(model.tree, "mesh", output);
       return 7;
     });
-    EXPECT_FALSE(result.timedOut);
+    EXPECT_FALSE(result.hung);
     EXPECT_EQ(result.status, 7);
     EXPECT_EQ(result.output + result.error, "");
   }

@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -18,9 +17,7 @@ namespace {
 
 class BadModel : public TevInfoRun {
  protected:
-  [[nodiscard]] Outcome RunOn(const std::string& path) const {
-    return Run({path}, {.timeout = std::chrono::seconds(20)});
-  }
+  [[nodiscard]] Outcome RunOn(const std::string& path) const { return Run({path}); }
 
   void ExpectNoTevFile(const std::string& path) const {
     ExpectFailed(RunOn(path), Failure("Format Not Supported", path + " is not a Tev file",

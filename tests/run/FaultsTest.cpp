@@ -193,9 +193,9 @@ class Pipe {
   }
 
   [[nodiscard]] bool WaitForBytes() const {
-    constexpr int kMilliseconds = 30000;
+    constexpr int kForever = -1;  // a run that ends without any ends the wait, too
     pollfd wanted{ends_[0], POLLIN, 0};
-    return ::poll(&wanted, 1, kMilliseconds) == 1;
+    return ::poll(&wanted, 1, kForever) == 1 && (wanted.revents & POLLIN) != 0;
   }
 
   /// Everything up to the end that the last writer makes.

@@ -81,14 +81,14 @@ TEST_F(OutputFile, FileWithoutPermission_SendsTheReportToStandardOutput) {
 
 TEST_F(OutputFile, PipeWithoutAReader_SendsTheReportToStandardOutput) {
   ASSERT_EQ(::mkfifo((dir / "pipe").c_str(), 0600), 0);
-  ExpectReport(Run({model, "pipe"}, {.timeout = std::chrono::seconds(20)}), document);
+  ExpectReport(Run({model, "pipe"}), document);
 }
 
 TEST_F(OutputFile, PipeWithAReader_TakesTheReport) {
   ASSERT_EQ(::mkfifo((dir / "pipe").c_str(), 0600), 0);
   const int reader = ::open((dir / "pipe").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   ASSERT_GE(reader, 0);
-  ExpectReport(Run({model, "pipe"}, {.timeout = std::chrono::seconds(20)}), "");
+  ExpectReport(Run({model, "pipe"}), "");
   std::array<char, 65536> read{};
   const ssize_t count = ::read(reader, read.data(), read.size());
   ::close(reader);

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdlib>
@@ -34,7 +35,7 @@ TEST(RunProgram, StatusAndBothOutputs_AreReported) {
   EXPECT_EQ(result.signal, 0);
   EXPECT_EQ(result.output, "out\n");
   EXPECT_EQ(result.error, "err\n");
-  EXPECT_FALSE(result.timedOut);
+  EXPECT_FALSE(result.hung);
 }
 
 TEST(RunProgram, Signal_IsReportedInPlaceOfAStatus) {
@@ -50,12 +51,31 @@ TEST(RunProgram, MuchOutputOnBothChannels_IsReadWhole) {
 }
 
 TEST(RunProgram, ProgramThatHangs_IsKilledWithItsChildren) {
-  const auto start = std::chrono::steady_clock::now();
-  const RunResult result = Shell("echo begun; sleep 60; true", {.timeout = milliseconds(200)});
-  EXPECT_TRUE(result.timedOut);
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+  const RunResult result =
+      Shell("(sleep 20; echo survived); true",
+            {.output = Redirect::ToDescriptor(ends[1]), .hang = milliseconds(200)});
+  ::close(ends[1]);
+  EXPECT_TRUE(result.hung);
   EXPECT_EQ(result.signal, SIGKILL);
-  EXPECT_EQ(result.output, "begun\n");
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+  char first = ' ';
+  EXPECT_EQ(::read(ends[0], &first, 1), 0);
+  ::close(ends[0]);
+}
+
+TEST(RunProgram, ProgramThatWorksForever_IsEndedByItsProcessorTime) {
+  const RunResult result =
+      Shell("trap '' XCPU; while :; do :; done", {.processorTime = std::chrono::seconds(1)});
+  EXPECT_EQ(result.signal, SIGKILL);
+  EXPECT_FALSE(result.hung);
+  EXPECT_GE(result.processorTime, std::chrono::seconds(1));
+}
+
+TEST(RunProgram, ProgramThatWaits_UsesNoProcessorTime) {
+  const RunResult result = Shell("sleep 1.2", {.processorTime = std::chrono::seconds(1)});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_LT(result.processorTime, std::chrono::seconds(1));
 }
 
 TEST(RunProgram, MissingProgram_Throws) {

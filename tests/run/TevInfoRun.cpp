@@ -136,7 +136,7 @@ Outcome TevInfoRun::RunCopy(const std::string& program, std::vector<std::string>
   const bool hasLog = std::filesystem::is_regular_file(LogPath());
   return {.status = result.status,
           .signal = result.signal,
-          .timedOut = result.timedOut,
+          .hung = result.hung,
           .output = MaskPeakMemory(result.output),
           .error = MaskError(result.error),
           .log = hasLog ? MaskFreeLines(ReadFile(LogPath())) : ""};
@@ -149,7 +149,7 @@ void TevInfoRun::ExpectReport(const Outcome& outcome, std::string_view document)
 }
 
 void TevInfoRun::ExpectFailed(const Outcome& outcome, std::string_view text) const {
-  EXPECT_FALSE(outcome.timedOut);
+  EXPECT_FALSE(outcome.hung);
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(outcome.output, "");
   EXPECT_EQ(outcome.error, Notice() + std::string(text));

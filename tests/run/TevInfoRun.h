@@ -17,7 +17,7 @@ namespace tevtest {
 struct Outcome {
   int status = -1;  ///< -1 where a signal ended the run
   int signal = 0;
-  bool timedOut = false;
+  bool hung = false;
   std::string output;
   std::string error;
   std::string log;  ///< empty where there is none

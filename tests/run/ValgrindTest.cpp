@@ -36,7 +36,7 @@ class Valgrind : public ::testing::Test {
     const RunResult result =
         RunProgram(command, {.environment = {{"QUARLO_TEMP_PATH", dir.Path().string()}},
                              .workingDirectory = dir.Path().string(),
-                             .timeout = std::chrono::minutes(4)});
+                             .processorTime = std::chrono::minutes(4)});
     EXPECT_EQ(result.status, status) << result.error;
     EXPECT_EQ(dir.Read("findings"), "");
   }

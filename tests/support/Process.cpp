@@ -145,6 +145,13 @@ void ResetSignals() {
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
+/// The signal comes at the soft limit; the hard one ends a program that ignores it.
+void LimitProcessorTime(std::chrono::seconds most) {
+  const auto seconds = static_cast<rlim_t>(most.count());
+  const rlimit limit{seconds, seconds + 1};
+  Check(::setrlimit(RLIMIT_CPU, &limit) == 0, "setrlimit");
+}
+
 void SetUpChild(const RunOptions& options, const Channels& channels) {
   ::setpgid(0, 0);
   ResetSignals();
@@ -153,6 +160,7 @@ void SetUpChild(const RunOptions& options, const Channels& channels) {
     Check(::chdir(options.workingDirectory.c_str()) == 0, "chdir " + options.workingDirectory);
   }
   ApplyAll(options, channels);
+  LimitProcessorTime(options.processorTime);
   for (const ChildHook& hook : options.hooks)
     hook();
 }
@@ -244,14 +252,18 @@ void Collect(std::array<std::pair<Descriptor*, std::string*>, 3> sources,
   }
 }
 
+std::chrono::microseconds InMicroseconds(const timeval& time) {
+  return std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
+}
+
 /// Waits for the child's end and kills it, with its process group, when the time is up.
 void Await(pid_t child, Clock::time_point deadline, RunResult& result) {
   int status = 0;
   rusage usage{};
   pid_t ended = 0;
   while ((ended = ::wait4(child, &status, WNOHANG, &usage)) == 0) {
-    if (!result.timedOut && MillisecondsUntil(deadline) == 0) {
-      result.timedOut = true;
+    if (!result.hung && MillisecondsUntil(deadline) == 0) {
+      result.hung = true;
       ::kill(-child, SIGKILL);
       ::kill(child, SIGKILL);
     }
@@ -262,6 +274,7 @@ void Await(pid_t child, Clock::time_point deadline, RunResult& result) {
     result.status = WEXITSTATUS(status);
   if (WIFSIGNALED(status))
     result.signal = WTERMSIG(status);
+  result.processorTime = InMicroseconds(usage.ru_utime) + InMicroseconds(usage.ru_stime);
   result.peakKiB = usage.ru_maxrss;
 }
 
@@ -269,7 +282,7 @@ void Await(pid_t child, Clock::time_point deadline, RunResult& result) {
 
 RunResult RunForked(const std::function<int()>& body, const RunOptions& options) {
   Channels channels;
-  const Clock::time_point deadline = Clock::now() + options.timeout;
+  const Clock::time_point deadline = Clock::now() + options.hang;
   std::fflush(nullptr);  // or the child writes the caller's pending output again
   const pid_t child = ::fork();
   Check(child >= 0, "fork");

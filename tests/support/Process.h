@@ -45,15 +45,19 @@ struct RunOptions {
   Redirect output{};
   Redirect error{};
   std::vector<ChildHook> hooks{};
-  std::chrono::milliseconds timeout{60000};  ///< then the child and its children are killed
+  std::chrono::seconds processorTime{60};  ///< of each process; then the system ends it (SIGXCPU)
+  std::chrono::milliseconds hang{
+      600000};  ///< on the clock: then the child and its children are
+                ///< killed. No test may count on less: machines are busy.
 };
 
 struct RunResult {
-  int status = -1;  ///< exit status; -1 when a signal ended the child
-  int signal = 0;   ///< the signal that ended the child, or 0
-  bool timedOut = false;
+  int status = -1;    ///< exit status; -1 when a signal ended the child
+  int signal = 0;     ///< the signal that ended the child, or 0
+  bool hung = false;  ///< killed, for it neither ended nor used up its processor time
   std::string output;
   std::string error;
+  std::chrono::microseconds processorTime{0};  ///< of the program and of the system for it
   long peakKiB = 0;  ///< largest resident size, never below the caller's own at the start
 };
 

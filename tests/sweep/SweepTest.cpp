@@ -135,7 +135,9 @@ TEST_P(Sweep, EveryDamage_StaysWithinTheMemoryOfItsContents) {
                    ? 0
                    : 1;
       },
-      {.hooks = {tevtest::Limit(RLIMIT_AS, kLimit)}, .timeout = std::chrono::minutes(20)});
+      {.hooks = {tevtest::Limit(RLIMIT_AS, kLimit)},
+       .processorTime = std::chrono::minutes(20),
+       .hang = std::chrono::hours(2)});
   EXPECT_EQ(result.status, 0) << result.output << result.error;
 }
 

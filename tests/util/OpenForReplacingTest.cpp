@@ -145,9 +145,8 @@ TEST(OpenForReplacing, PipeThatNobodyReads_IsNoneAtOnce) {
   const TempDir directory;
   const std::string path = directory / "pipe";
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-  const auto result = tevtest::RunForked([&path] { return Replace(path, "x") ? 1 : 0; },
-                                         {.timeout = std::chrono::seconds(20)});
-  EXPECT_FALSE(result.timedOut);
+  const auto result = tevtest::RunForked([&path] { return Replace(path, "x") ? 1 : 0; });
+  EXPECT_FALSE(result.hung);
   EXPECT_EQ(result.status, 0);
 }
 

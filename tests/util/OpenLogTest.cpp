@@ -28,7 +28,6 @@ bool WriteLog(const std::string& path) {
 
 /// Ends with 1 if the log is taken; a hang is no status at all.
 int StatusOfLog(const std::string& path, tevtest::RunOptions options = {}) {
-  options.timeout = std::chrono::seconds(20);
   return tevtest::RunForked([&path] { return WriteLog(path) ? 1 : 0; }, options).status;
 }
 

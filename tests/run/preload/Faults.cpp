@@ -4,7 +4,7 @@
 //
 //   TEVTEST_FAULT  "malloc": no memory; "read-error": the read fails; "read-end": the read meets
 //                  the file's end after half of its bytes; "read-held": the read waits until
-//                  somebody has removed the mark, 20 seconds at most; "late": all of the run is in
+//                  somebody has removed the mark, ten minutes at most; "late": all of the run is in
 //                  a year that has more than four digits
 //   TEVTEST_CALL   the number of the call, from 1
 //   TEVTEST_MARK   a file that is created when that call is made
@@ -116,7 +116,7 @@ std::size_t FailingRead(void* destination, std::size_t bytes, std::FILE* stream)
 
 void WaitUntilTheMarkIsGone() {
   constexpr useconds_t kStep = 500;
-  constexpr int kSteps = 20 * 1000000 / kStep;
+  constexpr int kSteps = 600 * 1000000 / kStep;
   const char* mark = TheState().mark;
   for (int i = 0; i < kSteps && mark != nullptr && ::access(mark, F_OK) == 0; ++i)
     ::usleep(kStep);
