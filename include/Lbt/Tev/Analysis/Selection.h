@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Lbt/Tev/Analysis/Model.h"
+
+namespace LbtTev::Analysis {
+
+/// Whether the whole of "text" fits a shell glob: "*" stands for any characters, "?" for one,
+/// "[a-z]" for one of those, "[!a-z]" for one of the others. Characters are those of UTF-8.
+[[nodiscard]] bool FitsGlob(std::string_view text, std::string_view glob);
+
+/// What of a model is asked for, as patterns; no pattern means all.
+///
+/// A name that matches exactly wins over the same text read as a glob. A number matches a
+/// part's id, too, and the empty step the fields without one.
+struct Selection {
+  std::vector<std::string> parts{};
+  std::vector<std::string> results{};
+  std::vector<std::string> steps{};
+};
+
+/// The steps that were asked for; all where there is no pattern.
+class SelectedSteps {
+ public:
+  /// Throws as the functions below.
+  SelectedSteps(const Model& model, std::span<const std::string> patterns);
+
+  [[nodiscard]] bool Has(std::optional<std::size_t> step) const;
+
+ private:
+  bool isAll_ = false;
+  bool hasNone_ = false;  // fields without a step
+  std::vector<bool> steps_;
+};
+
+/// Indices of the parts that fit any of the patterns, in ascending order.
+///
+/// This and the functions below throw "Element Not Found" for a pattern that fits nothing,
+/// with a text that names what there is and what comes nearest.
+[[nodiscard]] std::vector<std::size_t> SelectParts(const Model& model,
+                                                   std::span<const std::string> patterns);
+
+/// Names of the results that fit any of the patterns, in byte order. Of the names in
+/// "further", which are no results, each may be asked for exactly as it is.
+[[nodiscard]] std::vector<std::string_view> SelectResults(
+    const Model& model, std::span<const std::string> patterns,
+    std::span<const std::string_view> further = {});
+
+/// A field and the index of its part.
+struct FieldOfPart {
+  std::size_t part = 0;
+  const Field* field = nullptr;
+};
+
+/// All fields that a selection asks for, part by part as they are stored.
+[[nodiscard]] std::vector<FieldOfPart> SelectFields(const Model& model, const Selection& selection);
+
+/// The one of "names" that takes the fewest changes of characters to be "name"; empty where all
+/// would be quite another name.
+[[nodiscard]] std::string_view NearestName(std::string_view name,
+                                           std::span<const std::string_view> names);
+
+}  // namespace LbtTev::Analysis

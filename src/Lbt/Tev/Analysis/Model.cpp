@@ -1,0 +1,270 @@
+// Describes a loaded model: its parts, fields and results.
+#include "Lbt/Tev/Analysis/Model.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Lbt/Tev/TitleAndCategory.h"
+#include "Lbt/Tev/Vocabulary.h"
+
+namespace LbtTev::Analysis {
+
+namespace {
+
+using Variable = Geometry::VarStruct;
+using Entry = LbtAdt::TreeNode<Node*>;
+
+bool IsAboveMeshTypes(const Variable& variable) {
+  return variable.variableType > Geometry::VariableType::LastMesh;
+}
+
+bool IsMeshName(std::string_view result) {
+  static constexpr std::string_view kNames[]{MeshName::kNodeIds,
+                                             MeshName::kCoordinates,
+                                             MeshName::kConnectivity,
+                                             MeshName::kPolylength,
+                                             MeshName::kElementIds,
+                                             MeshName::kElementIndices,
+                                             MeshName::kElementIdsInCapitals};
+  return std::ranges::find(kNames, result) != std::end(kNames);
+}
+
+/// The variables that the report takes attributes of results from.
+bool IsReportedResult(const Variable& variable) {
+  const VariableName name(variable.name);
+  return IsAboveMeshTypes(variable) && name.result != MeshName::kNodeIds &&
+         name.result != MeshName::kElementIdsInCapitals;
+}
+
+/// Which variable of a mesh this is, by its type, or by its name for ids; null for none.
+const Variable* MeshVariables::*RoleOf(const Variable& variable) {
+  if (variable.variableType == Geometry::VariableType::Coordinates) {
+    return &MeshVariables::coordinates;
+  }
+  if (variable.variableType == Geometry::VariableType::VerticesPerFace) {
+    return &MeshVariables::lengths;
+  }
+  if (Geometry::IsConnectivity(variable.variableType)) {
+    return &MeshVariables::faces;
+  }
+  const std::string_view result = VariableName(variable.name).result;
+  if (result == MeshName::kNodeIds) {
+    return &MeshVariables::nodeIds;
+  }
+  const bool isElementIds =
+      result == MeshName::kElementIds || result == MeshName::kElementIdsInCapitals;
+  return isElementIds ? &MeshVariables::elementIds : nullptr;
+}
+
+}  // namespace
+
+std::size_t MeshVariables::ElementCount() const {
+  return lengths == nullptr ? 0 : lengths->array.GetNumElements();
+}
+
+std::size_t TuplesOf(const NumericArray& array) {
+  return array.GetWidth() == 0 ? 0 : array.GetNumElements() / array.GetWidth();
+}
+
+std::string ShownName(std::string_view name) {
+  std::string shown(name);
+  std::ranges::replace(shown, kRecordSeparator, ' ');
+  return shown;
+}
+
+Model::Model(const Tree& tree) : tree_(&tree) {
+  FindParts();
+  FindSteps();
+  std::map<unsigned int, unsigned int> partOfGeometry;
+  for (const Part& part : parts_) {
+    partOfGeometry.emplace(tree.FindNode(part.id)->firstChild, part.id);
+  }
+  for (Content& content : contents_) {
+    FindFields(content);
+  }
+  for (Part& part : parts_) {
+    Describe(part, partOfGeometry);
+  }
+  FindResults();
+  FindTitleAndCategory();
+}
+
+/// Different instances may be shown with the same text, and are the same step then.
+void Model::FindSteps() {
+  std::map<std::string, const Variable*> subtitled;
+  for (const Content& content : contents_) {
+    if (content.geometry == nullptr) {
+      continue;
+    }
+    for (const Variable& variable : content.geometry->variables) {
+      const std::string_view instance = VariableName(variable.name).instance;
+      if (instance.empty()) {
+        continue;
+      }
+      const auto [known, isNew] = stepOfInstance_.emplace(instance, 0);
+      const bool hasSubtitle = variable.attributes.contains("Subtitle");
+      if (isNew || hasSubtitle) {
+        const Variable*& first = subtitled.emplace(ShownName(instance), nullptr).first->second;
+        first = first == nullptr && hasSubtitle ? &variable : first;
+      }
+    }
+  }
+  for (const auto& [text, variable] : subtitled) {
+    Step& step = steps_.emplace_back(text);
+    step.subtitle =
+        variable == nullptr ? "" : variable->attributes.at("Subtitle").GetAttributeString();
+  }
+  std::ranges::sort(steps_, [](const Step& left, const Step& right) { return left < right; });
+  std::map<std::string_view, std::size_t> places;
+  for (std::size_t i = 0; i < steps_.size(); ++i) {
+    places.emplace(steps_[i].text, i);
+  }
+  for (auto& [instance, step] : stepOfInstance_) {
+    step = places.at(ShownName(instance));
+  }
+}
+
+std::optional<std::size_t> Model::StepOf(std::string_view instance) const {
+  return instance.empty() ? std::nullopt : std::optional(stepOfInstance_.at(instance));
+}
+
+void Model::FindFields(Content& content) {
+  if (content.geometry == nullptr) {
+    return;
+  }
+  for (const Variable& variable : content.geometry->variables) {
+    const VariableName name(variable.name);
+    const std::optional<std::size_t> step = StepOf(name.instance);
+    if (const auto role = RoleOf(variable); role != nullptr) {
+      const Variable*& known = content.meshes[step].*role;
+      known = known == nullptr ? &variable : known;
+    }
+    if (IsAboveMeshTypes(variable) && !IsMeshName(name.result)) {
+      content.fields.push_back({.result = name.result,
+                                .step = step,
+                                .components = variable.array.GetWidth(),
+                                .count = TuplesOf(variable.array),
+                                .variable = &variable});
+    }
+  }
+  for (Field& field : content.fields) {
+    field.location = LocationOf(content, field);
+  }
+}
+
+Location Model::LocationOf(const Content& content, const Field& field) const {
+  const MeshVariables mesh = MeshAt(content, field.step);
+  const bool fitsNodes =
+      mesh.coordinates != nullptr && TuplesOf(mesh.coordinates->array) == field.count;
+  const bool fitsElements = mesh.lengths != nullptr && mesh.ElementCount() == field.count;
+  if (fitsNodes && fitsElements) {
+    return StoredLocationOf(*field.variable) == Location::Element ? Location::Element
+                                                                  : Location::Node;
+  }
+  if (fitsElements) {
+    return Location::Element;
+  }
+  return fitsNodes ? Location::Node : Location::Unknown;
+}
+
+Location Model::StoredLocationOf(const Variable& variable) const {
+  const Variable* owner = &variable;
+  if (variable.isLinked) {
+    const Entry* entry = tree_->FindNode(variable.linkNodeId);
+    const auto* target = entry == nullptr ? nullptr : NodeCast<Geometry>(entry->data);
+    const bool exists = target != nullptr && variable.linkVariableIndex < target->variables.size();
+    owner = exists ? &target->variables[variable.linkVariableIndex] : nullptr;
+  }
+  if (owner == nullptr || !owner->storageAttributes.contains("Structure")) {
+    return Location::Unknown;
+  }
+  const std::string structure = owner->storageAttributes.at("Structure").GetAttributeString();
+  if (structure.starts_with("Element")) {
+    return Location::Element;
+  }
+  return structure.starts_with("Node") ? Location::Node : Location::Unknown;
+}
+
+void Model::FindResults() {
+  std::map<std::string_view, Result> results;
+  for (const Content& content : contents_) {
+    for (const Field& field : content.fields) {
+      const auto [known, isNew] = results.emplace(
+          field.result, Result{std::string(field.result), field.components, field.location});
+      Result& result = known->second;
+      if (result.components != field.components) {
+        result.components.reset();
+      }
+      if (result.location != field.location) {
+        result.location = Location::Mixed;
+      }
+    }
+  }
+  for (auto& [name, result] : results) {
+    results_.push_back(std::move(result));
+  }
+}
+
+void Model::FindTitleAndCategory() {
+  TitleAndCategory found;
+  LbtUtil::SharedAttributes last;
+  for (const Content& content : contents_) {
+    const std::span<const Variable> variables =
+        content.geometry == nullptr ? std::span<const Variable>() : content.geometry->variables;
+    for (const Variable& variable : variables) {
+      if (IsReportedResult(variable) && !variable.attributes.IsSharedWith(last)) {
+        found.Add(variable.attributes);
+        last = variable.attributes;
+      }
+    }
+  }
+  title_ = found.Title();
+  category_ = found.Category();
+}
+
+StepRange Model::GetStepRange() const {
+  StepRange range{.count = steps_.size()};
+  if (steps_.empty() || steps_.front().label != steps_.back().label) {
+    return range;
+  }
+  range.label = steps_.front().label;
+  range.first = steps_.front().value;
+  const auto last = std::find_if(steps_.rbegin(), steps_.rend(),
+                                 [](const Step& step) { return step.value.has_value(); });
+  range.last = last == steps_.rend() ? std::nullopt : last->value;
+  return range;
+}
+
+std::span<const Field> Model::FieldsOf(const Part& part) const {
+  return contents_[part.content].fields;
+}
+
+const Field* Model::FindField(const Part& part, std::string_view result,
+                              std::optional<std::size_t> step) const {
+  const std::span<const Field> fields = FieldsOf(part);
+  const auto found = std::ranges::find_if(
+      fields, [&](const Field& field) { return field.step == step && field.result == result; });
+  return found == fields.end() ? nullptr : &*found;
+}
+
+MeshVariables Model::MeshAt(const Part& part, std::optional<std::size_t> step) const {
+  return MeshAt(contents_[part.content], step);
+}
+
+MeshVariables Model::MeshAt(const Content& content, std::optional<std::size_t> step) {
+  MeshVariables mesh;
+  for (const std::optional<std::size_t>& candidate : {step, std::optional<std::size_t>()}) {
+    const auto found = content.meshes.find(candidate);
+    if (found == content.meshes.end()) {
+      continue;
+    }
+    for (const auto role :
+         {&MeshVariables::coordinates, &MeshVariables::faces, &MeshVariables::lengths,
+          &MeshVariables::nodeIds, &MeshVariables::elementIds}) {
+      mesh.*role = mesh.*role == nullptr ? found->second.*role : mesh.*role;
+    }
+  }
+  return mesh;
+}
+
+}  // namespace LbtTev::Analysis

@@ -1,0 +1,196 @@
+// Finds what patterns ask for, and says what there is where they fit nothing.
+#include "Lbt/Tev/Analysis/Selection.h"
+
+#include <algorithm>
+#include <charconv>
+#include <numeric>
+#include <set>
+
+#include "Lbt/Log/Raise.h"
+
+namespace LbtTev::Analysis {
+
+namespace {
+
+using Names = std::span<const std::string_view>;
+using Lbt::Util::Exception;
+
+/// As much of a name as a message quotes.
+std::string Quoted(std::string_view name) {
+  constexpr std::size_t kMost = 200;
+  return '"' + std::string(name.substr(0, kMost)) + '"';
+}
+
+std::string Listed(const char* kind, Names names) {
+  constexpr std::size_t kMost = 10;
+  if (names.empty()) {
+    return std::string("the model has no ") + kind;
+  }
+  std::string text = "there are ";
+  for (std::size_t i = 0; i < std::min(names.size(), kMost); ++i) {
+    text += (i == 0 ? "" : ", ") + Quoted(names[i]);
+  }
+  return names.size() <= kMost ? text
+                               : text + " and " + std::to_string(names.size() - kMost) + " more";
+}
+
+[[noreturn]] void RaiseNoMatch(const char* kind, std::string_view pattern, Names names) {
+  const std::string_view nearest = NearestName(pattern, names);
+  const std::string message = std::string("No ") + kind + " fits " + Quoted(pattern) +
+                              (nearest.empty() ? "" : ", did you mean " + Quoted(nearest) + '?') +
+                              (nearest.empty() ? ": " : " ") + Listed(kind, names);
+  Lbt::Log::Raise(Exception::ErrorType::ElementNotFound, message.c_str(),
+                  "include/Lbt/Tev/Analysis/Selection");
+}
+
+/// Indices of the names that a pattern asks for: those that it is, else those that it fits.
+std::vector<std::size_t> FindIn(Names names, std::string_view pattern) {
+  std::vector<std::size_t> exact;
+  std::vector<std::size_t> fitting;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (names[i] == pattern) {
+      exact.push_back(i);
+    } else if (exact.empty() && FitsGlob(names[i], pattern)) {
+      fitting.push_back(i);
+    }
+  }
+  return exact.empty() ? fitting : exact;
+}
+
+bool IsId(std::string_view pattern, unsigned int id) {
+  unsigned int number = 0;
+  const char* end = pattern.data() + pattern.size();
+  const auto read = std::from_chars(pattern.data(), end, number);
+  return read.ec == std::errc() && read.ptr == end && number == id;
+}
+
+std::vector<std::size_t> FindParts(const Model& model, Names names, const std::string& pattern) {
+  std::vector<std::size_t> found = FindIn(names, pattern);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (IsId(pattern, model.Parts()[i].id)) {
+      found.push_back(i);
+    }
+  }
+  return found;
+}
+
+template <class List, class NameOf>
+std::vector<std::string_view> NamesOf(const List& list, const NameOf& nameOf) {
+  std::vector<std::string_view> names;
+  for (const auto& element : list) {
+    names.push_back(element.*nameOf);
+  }
+  return names;
+}
+
+std::size_t Distance(std::string_view left, std::string_view right) {
+  std::vector<std::size_t> row(right.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < left.size(); ++i) {
+    std::size_t diagonal = row[0];
+    row[0] = i + 1;
+    for (std::size_t j = 0; j < right.size(); ++j) {
+      const std::size_t replaced = diagonal + (left[i] == right[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+    }
+  }
+  return row.back();
+}
+
+}  // namespace
+
+std::string_view NearestName(std::string_view name, Names names) {
+  // Enough of both to tell, and little enough to be quick whatever a model has.
+  constexpr std::size_t kMostNames = 1000;
+  constexpr std::size_t kMostCharacters = 64;
+  const std::string_view start = name.substr(0, kMostCharacters);
+  std::string_view nearest;
+  std::size_t least = std::max<std::size_t>(start.size() / 2, 1) + 1;
+  for (const std::string_view candidate : names.first(std::min(names.size(), kMostNames))) {
+    const std::size_t distance = Distance(start, candidate.substr(0, kMostCharacters));
+    if (distance < least) {
+      least = distance;
+      nearest = candidate;
+    }
+  }
+  return nearest;
+}
+
+SelectedSteps::SelectedSteps(const Model& model, std::span<const std::string> patterns)
+    : isAll_(patterns.empty()), steps_(model.Steps().size()) {
+  const std::vector<std::string_view> names = NamesOf(model.Steps(), &Step::text);
+  for (const std::string& pattern : patterns) {
+    if (pattern.empty()) {
+      hasNone_ = true;
+      continue;
+    }
+    const std::vector<std::size_t> found = FindIn(names, pattern);
+    if (found.empty()) {
+      RaiseNoMatch("step", pattern, names);
+    }
+    for (const std::size_t step : found) {
+      steps_[step] = true;
+    }
+  }
+}
+
+bool SelectedSteps::Has(std::optional<std::size_t> step) const {
+  return isAll_ || (step ? steps_[*step] : hasNone_);
+}
+
+std::vector<std::size_t> SelectParts(const Model& model, std::span<const std::string> patterns) {
+  const std::vector<std::string_view> names = NamesOf(model.Parts(), &Part::name);
+  std::set<std::size_t> selected;
+  for (const std::string& pattern : patterns) {
+    const std::vector<std::size_t> found = FindParts(model, names, pattern);
+    if (found.empty()) {
+      RaiseNoMatch("part", pattern, names);
+    }
+    selected.insert(found.begin(), found.end());
+  }
+  for (std::size_t i = 0; i < names.size() && patterns.empty(); ++i) {
+    selected.insert(selected.end(), i);
+  }
+  return {selected.begin(), selected.end()};
+}
+
+std::vector<std::string_view> SelectResults(const Model& model,
+                                            std::span<const std::string> patterns, Names further) {
+  const std::vector<std::string_view> names = NamesOf(model.Results(), &Result::name);
+  std::set<std::string_view> selected;
+  for (const std::string& pattern : patterns) {
+    const auto named = std::ranges::find(further, pattern);
+    const std::vector<std::size_t> found = FindIn(names, pattern);
+    if (found.empty() && named == further.end()) {
+      RaiseNoMatch("result", pattern, names);
+    }
+    for (const std::size_t name : found) {
+      selected.insert(names[name]);
+    }
+    if (named != further.end()) {
+      selected.insert(*named);
+    }
+  }
+  if (patterns.empty()) {
+    return names;
+  }
+  return {selected.begin(), selected.end()};
+}
+
+std::vector<FieldOfPart> SelectFields(const Model& model, const Selection& selection) {
+  const std::vector<std::size_t> parts = SelectParts(model, selection.parts);
+  const std::vector<std::string_view> results = SelectResults(model, selection.results);
+  const SelectedSteps steps(model, selection.steps);
+  std::vector<FieldOfPart> fields;
+  for (const std::size_t part : parts) {
+    for (const Field& field : model.FieldsOf(model.Parts()[part])) {
+      if (steps.Has(field.step) && std::ranges::binary_search(results, field.result)) {
+        fields.push_back({part, &field});
+      }
+    }
+  }
+  return fields;
+}
+
+}  // namespace LbtTev::Analysis
