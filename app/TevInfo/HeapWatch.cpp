@@ -10,7 +10,7 @@
 #include <bit>
 #include <utility>
 
-#include "Lbt/Util/LargePages.h"
+#include "Lbt/Util/MemoryUsage.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "Lbt/Log/Trace.h"
+#include "Lbt/Log/Raise.h"
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/TevInfo/Entries.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"

@@ -1,6 +1,6 @@
 #include "tev/Failure.h"
 
-#include "Lbt/Lbf/LackOfMemory.h"
+#include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Util/Exception.h"
 #include "tev/VisibleText.h"

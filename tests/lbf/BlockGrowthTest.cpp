@@ -10,7 +10,7 @@
 
 #include "LbfSupport.h"
 #include "Lbt/Lbf/Block.h"
-#include "Lbt/Lbf/BlockZlibUnCompressor.h"
+#include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Lbf/NamedStream.h"
 #include "support/Process.h"
 

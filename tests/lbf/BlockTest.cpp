@@ -8,6 +8,7 @@
 
 #include "LbfSupport.h"
 #include "Lbt/Lbf/Block.h"
+#include "support/ByteWriter.h"
 
 namespace LbtLbf {
 namespace {
@@ -58,6 +59,20 @@ TEST(Block, Read_PutsBytesAtTheCursor) {
   EXPECT_EQ(block.GetPosition(), 3U);
   block.SetPosition(0);
   EXPECT_EQ(Taken(block, 5), "abcde");
+}
+
+TEST(Block, ReadOfManyPagesInTheMiddleOfOne_HasTheBytesOfTheFile) {
+  std::string bytes(std::size_t{9} * 1024 * 1024 + 123, 'x');
+  for (std::size_t i = 0; i < bytes.size(); i += 1000) {
+    bytes[i] = static_cast<char>(i);
+  }
+  const OpenBytes file(bytes);
+  Block block = BlockOf("12345");
+  block.SetPosition(5);
+  block.Read(file.Stream(), tevtest::Narrow(bytes.size()));
+  block.SetPosition(0);
+  EXPECT_EQ(block.GetText(5), "12345");
+  EXPECT_EQ(block.GetText(tevtest::Narrow(bytes.size())), bytes);
 }
 
 TEST(Block, Read_OverBytesThatAreThere_KeepsTheLargerSize) {

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "LbfSupport.h"
-#include "Lbt/Lbf/BlockZlibUnCompressor.h"
+#include "Lbt/Lbf/Inflation.h"
 #include "support/ByteWriter.h"
 #include "support/ContainerWriter.h"
 #include "support/Hex.h"

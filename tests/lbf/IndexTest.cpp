@@ -114,6 +114,17 @@ TEST(Index, StreamLimit_ComesFromTheEnvironmentWhenTheIndexIsRead) {
   EXPECT_EQ(file.Index().GetBlockSizeLimiter("B").maxBlockSize, 1000U);
 }
 
+TEST(Index, StreamWhoseBlocksACallerTookAway_IsNotFound) {
+  OpenContainer file(ContainerWriter().AddRaw("A", "abc"));
+  file.Index().GetBlockSizeLimiter("A").blocks.clear();
+  EXPECT_EQ(
+      FailureOf([&] { static_cast<void>(file.Index().GetReadingBlockIndex("A", file.Stream())); }),
+      tevtest::NotFound());
+  EXPECT_EQ(FailureOf([&] { static_cast<void>(file.Index().GetReadingBlockIndex("A")); }),
+            tevtest::NotFound());
+  EXPECT_EQ(FailureOf([&] { file.Seek("A", 0); }), tevtest::NotFound());
+}
+
 TEST(Index, GetBlockSizeLimiter_OfAnUnknownName_IsNotFound) {
   OpenContainer file(ContainerWriter().AddRaw("A", "1"));
   static_cast<void>(tevtest::TakeErrorLog());

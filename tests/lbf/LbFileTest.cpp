@@ -360,6 +360,16 @@ TEST_F(LbFileTest, FileThatEndsBeforeTheIndexSize_HasNotEnoughBytes) {
   EXPECT_EQ(tevtest::TakeErrorLog(), "Block : # @ Not enough bytes in the block\n");
 }
 
+// Some of its bytes are no size either.
+TEST_F(LbFileTest, FileThatEndsWithinTheIndexSize_HasNotEnoughBytes) {
+  for (const std::size_t size : {13U, 14U, 15U}) {
+    LbFile file;
+    file.OpenFile(directory_.Write("cut", Writer().TruncateTo(size).Build().bytes), "rb");
+    EXPECT_EQ(FailureOf([&] { file.ReadIndex(); }), tevtest::NotEnoughBytes()) << size;
+    EXPECT_EQ(file.GetIndex().GetIndexSize(), 0U);
+  }
+}
+
 TEST_F(LbFileTest, FileThatEndsWithinTheIndex_CannotBeRead) {
   Open(Writer().TruncateTo(20));
   EXPECT_EQ(FailureOf([&] { static_cast<void>(Read(1)); }), tevtest::UnableToRead());

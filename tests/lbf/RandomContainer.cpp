@@ -11,8 +11,8 @@ enum Kind { kRaw, kEmpty, kCompressed, kRecordedAbove, kRecordedBelow, kDamaged,
 
 }  // namespace
 
-RandomContainer::RandomContainer(std::mt19937& random) : random_(random) {
-  const std::size_t count = 1 + random_() % 9;
+RandomContainer::RandomContainer(std::mt19937& random, std::size_t most) : random_(random) {
+  const std::size_t count = 1 + random_() % most;
   for (std::size_t i = 0; i < count; ++i) {
     AddBlock(random_() % 4 == 0 ? "B" : "A", i + 1 == count);
   }

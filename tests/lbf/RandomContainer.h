@@ -10,12 +10,12 @@
 
 namespace tevtest {
 
-/// A random container of a few small blocks in two streams, "A" and "B", and what a reader must
-/// find in it. Among the blocks are empty ones, ones whose recorded length is wrong, damaged ones
-/// and ones that are cut.
+/// A random container of at most so many small blocks in two streams, "A" and "B", and what a
+/// reader must find in it. Among the blocks are empty ones, ones whose recorded length is wrong,
+/// damaged ones and ones that are cut.
 class RandomContainer {
  public:
-  explicit RandomContainer(std::mt19937& random);
+  RandomContainer(std::mt19937& random, std::size_t most);
 
   [[nodiscard]] const ContainerWriter& Writer() const { return writer_; }
   [[nodiscard]] const std::vector<ReferenceEntry>& Entries() const { return entries_; }

@@ -24,8 +24,9 @@ using tevtest::ReferenceStreams;
 /// The index of a container beside the model of it; each operation is done by both.
 class Pair {
  public:
-  explicit Pair(const RandomContainer& container)
-      : file_(container.Writer()), model_(container.Entries()) {}
+  /// Seeks go to places before "end", the most of them within the container.
+  Pair(const RandomContainer& container, std::uint64_t end)
+      : file_(container.Writer()), model_(container.Entries()), end_(end) {}
 
   /// Does a random operation with both; whether they came to the same.
   testing::AssertionResult Step(std::mt19937& random) {
@@ -51,7 +52,7 @@ class Pair {
       case 5:
       case 6:
       case 7:
-        return Seek(name, random() % 40, random() % 8 != 0);
+        return Seek(name, random() % end_, random() % 8 != 0);
       default:
         return Read(name, length);
     }
@@ -189,25 +190,33 @@ class Pair {
 
   OpenContainer file_;
   ReferenceStreams model_;
+  std::uint64_t end_;
   std::string history_;
   int created_ = 0;
 };
 
-TEST(StreamRules, RandomOperationsOnRandomContainers_AgreeWithTheModel) {
-  constexpr std::uint32_t kContainers = 1500;
-  constexpr int kSteps = 40;
+void ExpectAgreement(std::uint32_t containers, int steps, std::size_t mostBlocks,
+                     std::uint64_t end) {
   const tevtest::SizeVariables variables;
   tevtest::SizeVariables::Set(tevtest::SizeVariables::kDefaultSize, "32");
   testing::internal::CaptureStderr();  // zlib's refusals
-  for (std::uint32_t seed = 0; seed < kContainers && !HasFailure(); ++seed) {
+  for (std::uint32_t seed = 0; seed < containers && !testing::Test::HasFailure(); ++seed) {
     std::mt19937 random(seed);
-    const RandomContainer container(random);
-    Pair pair(container);
-    for (int step = 0; step < kSteps && !HasFailure(); ++step) {
+    const RandomContainer container(random, mostBlocks);
+    Pair pair(container, end);
+    for (int step = 0; step < steps && !testing::Test::HasFailure(); ++step) {
       EXPECT_TRUE(pair.Step(random)) << "seed " << seed;
     }
   }
   static_cast<void>(testing::internal::GetCapturedStderr());
+}
+
+TEST(StreamRules, RandomOperationsOnRandomContainers_AgreeWithTheModel) {
+  ExpectAgreement(1500, 40, 9, 40);
+}
+
+TEST(StreamRules, RandomOperationsOnLongStreams_AgreeWithTheModel) {
+  ExpectAgreement(60, 200, 150, 400);
 }
 
 }  // namespace

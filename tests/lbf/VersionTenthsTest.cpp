@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "Lbt/Lbf/VersionTenths.h"
+#include "Lbt/Lbf/LbFile.h"
 
 namespace LbtLbf {
 namespace {
@@ -29,6 +29,13 @@ TEST(VersionTenths, EveryTenthUpToTwenty_SurvivesTheRoundingToSinglePrecision) {
 TEST(VersionTenths, HundredthsAreDropped) {
   EXPECT_EQ(VersionTenths("1.25"), 12U);
   EXPECT_EQ(VersionTenths("1.29"), 12U);
+}
+
+// 0.299 as a single-precision number is a little less, so that 0.001 more is not yet 0.3.
+TEST(VersionTenths, Number_IsRoundedToSinglePrecisionFirst) {
+  EXPECT_EQ(VersionTenths(".299"), 2U);
+  EXPECT_EQ(VersionTenths(".399"), 3U);
+  EXPECT_EQ(VersionTenths(".199"), 2U);
 }
 
 TEST(VersionTenths, JustBelowATenth_CountsAsIt) {

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "Lbt/Log/Publisher.h"
+#include "Lbt/Log/Parts.h"
 
 namespace tevtest {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "Lbt/Log/Manager.h"
-#include "Lbt/Log/Trace.h"
+#include "Lbt/Log/Raise.h"
 #include "support/ContainerWriter.h"
 #include "support/Process.h"
 #include "support/TempDir.h"

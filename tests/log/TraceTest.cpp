@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Lbt/Log/Manager.h"
-#include "Lbt/Log/Trace.h"
+#include "Lbt/Log/Raise.h"
 #include "support/Process.h"
 #include "support/TempDir.h"
 

@@ -9,6 +9,8 @@
 #include "Lbt/Tev/Group.h"
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/Shape.h"
+#include "RecordBlock.h"
+#include "support/ContainerWriter.h"
 #include "support/SmallModel.h"
 #include "support/TempDir.h"
 
@@ -184,6 +186,26 @@ TEST(OpenModel, LeavesTheVersionForRecordsAtTheNewest) {
     EXPECT_EQ(tree.modifierInfos.size(), 2U) << version;
     EXPECT_EQ(LbtLbf::tev_file_version, "1.3");
   }
+}
+
+/// The version for records after a model of version "version" was loaded with "former" in force.
+std::string VersionForRecordsAfter(const char* version, const char* former) {
+  const TempDir directory;
+  const std::string model =
+      tevtest::ContainerWriter().SetVersion(version).AddRaw("other", "").Build().bytes;
+  const tevtest::FileVersion kept(former);
+  Tree tree;
+  OpenModel(tree, directory.Write("model.tev", model));
+  return LbtLbf::tev_file_version;
+}
+
+TEST(OpenModel, AfterAnotherVersionForRecords_SetsTheNewest) {
+  EXPECT_EQ(VersionForRecordsAfter("0.6", "1.1"), "1.3");
+  EXPECT_EQ(VersionForRecordsAfter("1.3", "1.1"), "1.3");
+}
+
+TEST(OpenModel, OfTheOldestVersion_LeavesThatForRecordsAlone) {
+  EXPECT_EQ(VersionForRecordsAfter("0.1", "1.1"), "1.1");
 }
 
 TEST(OpenModel, UpdatesLinks) {

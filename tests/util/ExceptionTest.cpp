@@ -75,6 +75,18 @@ TEST(Exception, ErrorTypeWithoutAName_HasAnEmptyOne) {
   }
 }
 
+TEST(Exception, WhatItCarries_IsOffered) {
+  const std::time_t before = std::time(nullptr);
+  const Exception exception(ErrorType::ReadError, "x", kFile, 18446744073709551615UL, "Load");
+  const std::time_t after = std::time(nullptr);
+  EXPECT_STREQ(exception.GetFile(), kFile);
+  EXPECT_EQ(exception.GetLine(), 18446744073709551615UL);
+  EXPECT_STREQ(exception.GetMethod(), "Load");
+  EXPECT_GE(exception.GetTime(), before);
+  EXPECT_LE(exception.GetTime(), after);
+  EXPECT_EQ(exception.GetLevel(), 2000);
+}
+
 TEST(Exception, What_OfEveryType_NamesIt) {
   for (const Category& category : kCategories) {
     const Exception exception = Made(category.type, "x");

@@ -58,6 +58,35 @@ TEST(OpenLog, ModelUnderTheLogsName_IsRefusedAndKept) {
   EXPECT_EQ(directory.Read("log"), model);
 }
 
+TEST(OpenLog, BeginningOfAModelsSignature_IsTaken) {
+  const TempDir directory;
+  for (const std::string& old :
+       {std::string("\x89"), std::string("\x89LBF\r\n\x1a"),
+        std::string("\x89LBF\r\n\x1a\r and more"), " " + std::string(tevtest::kSignature)}) {
+    EXPECT_TRUE(WriteLog(directory.Write("log", old))) << old.size();
+    EXPECT_EQ(directory.Read("log"), "new");
+  }
+}
+
+TEST(OpenLog, WholeSignature_IsRefusedAndKept) {
+  const TempDir directory;
+  const std::string signature(tevtest::kSignature);
+  for (const std::string& old : {signature, signature + "1.3"}) {
+    EXPECT_FALSE(WriteLog(directory.Write("log", old)));
+    EXPECT_EQ(directory.Read("log"), old);
+  }
+}
+
+TEST(OpenLog, FileThatMayBeWrittenButNotRead_IsWritten) {
+  const TempDir directory;
+  const std::string log = directory.Write("log", kOldLog);
+  fs::permissions(log, static_cast<fs::perms>(0222));
+  fs::permissions(directory.Path(), static_cast<fs::perms>(0755));
+  EXPECT_EQ(StatusOfLog(log, {.hooks = {tevtest::RunAsUnprivileged}}), 1);
+  fs::permissions(log, static_cast<fs::perms>(0644));
+  EXPECT_EQ(directory.Read("log"), "new");
+}
+
 TEST(OpenLog, LogThatACrashLeftBehind_IsTakenAndEmptied) {
   const tevtest::TempDir directory;
   for (const std::string& old : {std::string(16, '\0'), std::string("\r\n"), std::string("\xc3")}) {

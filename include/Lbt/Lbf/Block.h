@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -102,6 +103,11 @@ class Block {
   /// The bytes between a stream's offset and its end; as many as there can be where it has no
   /// end that can be known.
   [[nodiscard]] static std::uint64_t BytesLeft(std::FILE* stream);
+
+  /// The byte count that an environment variable sets, read as `strtoul` reads it:
+  /// text that is no number counts as 0. None where the variable is unset or its
+  /// value is not within 0 to 4294967294.
+  [[nodiscard]] static std::optional<std::uint32_t> SizeFromEnvironment(const char* variable);
 
   /// The growth step of all blocks, in bytes: 10 MiB, or what the environment
   /// variable PRAMO_DEFAULT_TEV_BLOCK_SIZE last said.

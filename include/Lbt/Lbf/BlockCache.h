@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Lbt/Lbf/Block.h"
-#include "Lbt/Lbf/IndexItem.h"
+#include "Lbt/Lbf/CopyFromBlock.h"
 
 namespace LbtLbf {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "Lbt/Lbf/IndexItem.h"
+#include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Lbf/LbFile.h"
 
 namespace LbtLbf {

@@ -1,14 +1,14 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "Lbt/Lbf/Block.h"
-#include "Lbt/Lbf/IndexItem.h"
-#include "Lbt/Lbf/StoredList.h"
 #include "Lbt/Util/LittleEndian.h"
 
 /// How values lie in a block: little-endian, unaligned, back to back, without type
@@ -23,6 +23,45 @@
 /// Bounds", "Not enough bytes in the block", where the block ends too early; what
 /// was read until then stays consumed.
 namespace LbtLbf {
+
+/// A list of numbers as it lies in a block, which it is valid as long as. Elements are
+/// decoded when they are asked for.
+template <Lbt::Util::StoredNumber T>
+class StoredList {
+ public:
+  using value_type = T;
+
+  /// An empty list.
+  StoredList() = default;
+  /// As many elements as "bytes" hold.
+  explicit StoredList(std::span<const unsigned char> bytes) : bytes_(bytes) {}
+
+  [[nodiscard]] std::size_t size() const { return bytes_.size() / sizeof(T); }
+
+  /// The element at "index", which must be below the size.
+  [[nodiscard]] T operator[](std::size_t index) const {
+    return Lbt::Util::FromLittleEndian<T>(bytes_.data() + index * sizeof(T));
+  }
+
+ private:
+  std::span<const unsigned char> bytes_;
+};
+
+/// One entry of a container's index: where a stored block lies and how.
+struct IndexItem {
+  std::uint8_t sequence = 0;   ///< number in order of creation
+  std::string name;            ///< name of the stream that the block belongs to
+  std::uint64_t position = 0;  ///< offset of the stored block in the file, computed
+  std::uint32_t size = 0;      ///< stored bytes
+  std::uint8_t compression = 0;
+  std::uint8_t options = 0;       ///< carried, without a meaning here
+  std::uint8_t reservedFlag = 0;  ///< always 0
+  std::uint8_t loaded = 0;        ///< 1 while the block holds the entry's data
+  std::uint32_t reservedWord = 0;
+
+  /// Whether the block is stored zlib-compressed; other bits have no meaning.
+  [[nodiscard]] bool IsCompressed() const { return (compression & 1U) != 0; }
+};
 
 /// Reads a number.
 template <Lbt::Util::StoredNumber T>

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <span>
+
+#include "Lbt/Lbf/Block.h"
 
 namespace LbtLbf {
 
@@ -39,5 +42,42 @@ using CompressedSource = std::function<std::span<const unsigned char>()>;
 /// The same with the whole stream and all contents in memory.
 [[nodiscard]] Inflated Inflate(std::span<const unsigned char> compressed,
                                std::span<unsigned char> contents);
+
+/// zlib finds no memory to inflate a block with. Tells no more than what is thrown where zlib
+/// refuses the data: reports show both alike.
+class InflateMemoryError final : public std::exception {};
+
+/// Whether an exception tells that memory has run out, and nothing of the file.
+[[nodiscard]] bool IsLackOfMemory(const std::exception& exception);
+
+/// Rewrites a block in place.
+class BlockTransformation {
+ public:
+  BlockTransformation() = default;
+  virtual ~BlockTransformation() = default;
+  BlockTransformation(const BlockTransformation&) = delete;
+  BlockTransformation& operator=(const BlockTransformation&) = delete;
+
+  virtual void operator()(Block& block) = 0;
+};
+
+/// Replaces a compressed block by its contents and returns zlib's code. Where that is not 0, the
+/// block is empty and nothing has been told to anybody. Throws as the transformation does else.
+[[nodiscard]] int ReplaceByContents(Block& block);
+
+/// Tells on standard error that zlib refuses a block, and throws what stands for that code.
+[[noreturn]] void RaiseRefusal(int code);
+
+/// Replaces a compressed block by its contents.
+///
+/// Leaves the cursor at the end of the contents; a recorded length above what comes
+/// out is no error. Throws "Out of Bounds" for a block without a whole length field,
+/// "Memory Allocation Error", and, where zlib refuses the data, a plain
+/// std::exception after a line on standard error, or, where zlib finds no memory, an
+/// InflateMemoryError after the same. The block is empty after a failure.
+class BlockZlibUnCompressor final : public BlockTransformation {
+ public:
+  void operator()(Block& block) override;
+};
 
 }  // namespace LbtLbf

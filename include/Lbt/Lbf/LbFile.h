@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "Lbt/Lbf/Block.h"
+#include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Lbf/Index.h"
-#include "Lbt/Lbf/StoredList.h"
 #include "Lbt/Util/FileAccess.h"
 
 namespace LbtLbf {
@@ -22,6 +22,11 @@ namespace LbtLbf {
 /// The container version that the readers of versioned records go by: "1.3" from
 /// the start of the program on.
 extern std::string tev_file_version;  // NOLINT(*-avoid-non-const-global-variables)
+
+/// A version text as a count of tenths: 13 for "1.3", 1 for "0.1a", 12 for "1.25".
+/// The number is read as `strtod` reads it. One that is not finite, is negative or
+/// does not fit counts as 4294967295, which nothing supports.
+[[nodiscard]] std::uint32_t VersionTenths(const std::string& version);
 
 /// The types that can be read from a named stream.
 template <class T>
@@ -46,7 +51,7 @@ concept StreamValue =
 class LbFile {
  public:
   /// The first bytes of every container file.
-  static constexpr std::string_view kSignature = "\x89LBF\r\n\x1a\n";
+  static constexpr std::string_view kSignature = Lbt::Util::kModelSignature;
 
   LbFile() = default;
   virtual ~LbFile();

@@ -7,9 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Lbt/Log/Filter.h"
-#include "Lbt/Log/Formatter.h"
-#include "Lbt/Log/Publisher.h"
+#include "Lbt/Log/Parts.h"
 #include "Lbt/Util/LogRecord.h"
 #include "Lbt/Util/SingletonHolder.h"
 

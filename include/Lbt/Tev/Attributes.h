@@ -4,8 +4,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Lbf/LbFile.h"
-#include "Lbt/Lbf/StoredList.h"
 #include "Lbt/Util/AttributeValue.h"
 
 namespace LbtUtil {

@@ -58,6 +58,14 @@ class Exception : public std::exception {
   /// The bare description, without the frame of what().
   [[nodiscard]] virtual const char* GetLogMessage() const noexcept { return description_; }
 
+  /// Where it was raised, as the constructor was told.
+  [[nodiscard]] const char* GetFile() const noexcept { return file_; }
+  [[nodiscard]] unsigned long GetLine() const noexcept { return line_; }
+  [[nodiscard]] const char* GetMethod() const noexcept { return method_; }
+
+  /// When it was made.
+  [[nodiscard]] std::time_t GetTime() const noexcept { return time_; }
+
   /// The log level of every exception: 2000.
   [[nodiscard]] std::uint16_t GetLevel() const noexcept { return level_; }
 

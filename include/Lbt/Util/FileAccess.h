@@ -5,8 +5,12 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace Lbt::Util {
+
+/// The first bytes of every model file. No text begins with them.
+inline constexpr std::string_view kModelSignature = "\x89LBF\r\n\x1a\n";
 
 /// Which file a path or a descriptor stands for: its device and inode. Two
 /// spellings, a hard link and what a symbolic link points to have the same one.
@@ -40,10 +44,10 @@ void FillStandardDescriptors();
 [[nodiscard]] std::optional<int> OpenForReplacing(const std::string& path,
                                                   std::optional<FileIdentity> spared);
 
-/// Opens "path" as a text log, emptied, for writing. Follows no link, never
-/// blocks, and takes only a regular file of one name that does not start as a model
-/// does: what lies in a shared directory under the log's name may be a trap, or
-/// somebody's data. None on failure; the caller owns the descriptor.
+/// Opens "path" as a text log, emptied, for writing. Follows no link, never blocks, and takes only
+/// a regular file of one name that does not begin with kModelSignature: what lies in a shared
+/// directory under the log's name may be a trap, or somebody's data. A file that may be written but
+/// not read is taken for a log. None on failure; the caller owns the descriptor.
 [[nodiscard]] std::optional<int> OpenLog(const std::string& path);
 
 }  // namespace Lbt::Util

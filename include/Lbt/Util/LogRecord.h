@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <ctime>
 #include <string_view>
 
@@ -27,7 +29,12 @@ struct LogRecord {
         time(std::time(nullptr)) {}
 
   /// Appends "text", as `strncat` does with the room left in kMessageSize.
-  void AppendToMessage(const char* text) noexcept;
+  void AppendToMessage(const char* text) noexcept {
+    const std::size_t used = std::strlen(message);
+    const std::size_t added = strnlen(text, kMessageSize - used);
+    std::memcpy(message + used, text, added);
+    message[used + added] = '\0';
+  }
 
   /// The message so far.
   [[nodiscard]] std::string_view Message() const noexcept { return message; }

@@ -45,7 +45,10 @@ class SharedAttributes {
   }
 
  private:
-  [[nodiscard]] static const AttributeMap& NoAttributes();
+  [[nodiscard]] static const AttributeMap& NoAttributes() {
+    static const AttributeMap none;
+    return none;
+  }
 
   boost::shared_ptr<const AttributeMap> map_;
 };

@@ -5,13 +5,13 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <utility>
 
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Util/LargePages.h"
-#include "SizeSetting.h"
+#include "Lbt/Util/MemoryUsage.h"
 
 namespace LbtLbf {
 
@@ -30,10 +30,22 @@ std::uint32_t& DefaultSize() {
 
 }  // namespace
 
+std::optional<std::uint32_t> Block::SizeFromEnvironment(const char* variable) {
+  const char* text = std::getenv(variable);
+  if (text == nullptr) {
+    return std::nullopt;
+  }
+  const unsigned long value = std::strtoul(text, nullptr, 10);
+  if (value >= std::numeric_limits<std::uint32_t>::max()) {
+    return std::nullopt;
+  }
+  return static_cast<std::uint32_t>(value);
+}
+
 std::uint32_t Block::GetDefaultSize() { return DefaultSize(); }
 
 void Block::RefreshDefaultSize() {
-  DefaultSize() = SizeSetting("PRAMO_DEFAULT_TEV_BLOCK_SIZE").value_or(DefaultSize());
+  DefaultSize() = SizeFromEnvironment("PRAMO_DEFAULT_TEV_BLOCK_SIZE").value_or(DefaultSize());
 }
 
 Block& Block::operator=(Block&& other) noexcept {

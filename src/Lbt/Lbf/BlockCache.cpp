@@ -8,7 +8,6 @@
 #include <array>
 #include <utility>
 
-#include "Lbt/Lbf/BlockZlibUnCompressor.h"
 #include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Log/Raise.h"
 

@@ -1,3 +1,5 @@
+// Decodes the values that lie in a block.
+
 #include "Lbt/Lbf/CopyFromBlock.h"
 
 #include <algorithm>

@@ -6,7 +6,6 @@
 
 #include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Log/Trace.h"
 
 namespace LbtLbf {
 

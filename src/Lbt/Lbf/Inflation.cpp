@@ -6,8 +6,11 @@
 
 #include <algorithm>
 #include <array>
+#include <iostream>
+#include <new>
 #include <utility>
 
+#include "Lbt/Util/Exception.h"
 #include "Lbt/Util/LittleEndian.h"
 
 namespace LbtLbf {
@@ -101,6 +104,48 @@ Inflated Inflate(const CompressedSource& next, std::uint64_t room,
 Inflated Inflate(std::span<const unsigned char> compressed, std::span<unsigned char> contents) {
   return Inflate([&compressed] { return std::exchange(compressed, {}); }, contents.size(),
                  contents);
+}
+
+void RaiseRefusal(int code) {
+  std::cerr << "Error " << code << " while uncompressing block " << std::endl;
+  if (code == Z_MEM_ERROR) {
+    throw InflateMemoryError();
+  }
+  throw std::exception();
+}
+
+int ReplaceByContents(Block& block) {
+  Block stored = std::move(block);
+  stored.SetPosition(0);
+  const std::uint32_t recorded = LengthFromField(stored.Get(kLengthFieldSize).data());
+  const std::span<const unsigned char> source = stored.Get(stored.GetRemaining());
+  const std::uint64_t room = RoomToInflate(recorded, source.size());
+
+  Block::RefreshDefaultSize();
+  Block contents;
+  unsigned int start = 0;
+  contents.CheckFreeSpaceAndAllocateMemory(start, static_cast<unsigned int>(room));
+  const Inflated inflated = Inflate(source, contents.Room().first(room));
+  if (inflated.code == Z_OK) {
+    contents.Append(static_cast<std::uint32_t>(inflated.length));
+    contents.ShrinkTo(std::max<std::uint64_t>(inflated.length, Block::GetDefaultSize()));
+    block = std::move(contents);
+  }
+  return inflated.code;
+}
+
+void BlockZlibUnCompressor::operator()(Block& block) {
+  if (const int code = ReplaceByContents(block); code != Z_OK) {
+    RaiseRefusal(code);
+  }
+}
+
+bool IsLackOfMemory(const std::exception& exception) {
+  using Lbt::Util::Exception;
+  const auto* known = dynamic_cast<const Exception*>(&exception);
+  return dynamic_cast<const std::bad_alloc*>(&exception) != nullptr ||
+         dynamic_cast<const InflateMemoryError*>(&exception) != nullptr ||
+         (known != nullptr && known->GetType() == Exception::ErrorType::MemoryAllocationError);
 }
 
 }  // namespace LbtLbf

@@ -1,16 +1,18 @@
+// Opens a container file and serves its named reads.
+
 #include "Lbt/Lbf/LbFile.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
+#include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 
 #include "Lbt/Lbf/CopyFromBlock.h"
-#include "Lbt/Lbf/VersionTenths.h"
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Log/Trace.h"
 #include "Lbt/Util/LittleEndian.h"
 #include "Lbt/Util/ToString.h"
 
@@ -58,6 +60,19 @@ std::FILE* Open(const std::string& path, const char* mode) {
 }
 
 }  // namespace
+
+std::uint32_t VersionTenths(const std::string& version) {
+  constexpr auto kUnsupported = std::numeric_limits<std::uint32_t>::max();
+  constexpr double kAgainstRounding = 0.001;
+  const double number = std::strtod(version.c_str(), nullptr);
+  // Four characters can hold "1e99", which no float can.
+  if (!std::isfinite(number) || number < 0 || number > std::numeric_limits<float>::max()) {
+    return kUnsupported;
+  }
+  const double tenths = (static_cast<double>(static_cast<float>(number)) + kAgainstRounding) * 10.0;
+  return tenths < static_cast<double>(kUnsupported) ? static_cast<std::uint32_t>(tenths)
+                                                    : kUnsupported;
+}
 
 LbFile::~LbFile() { LbFile::CloseFile(); }
 

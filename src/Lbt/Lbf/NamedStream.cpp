@@ -3,10 +3,10 @@
 #include "Lbt/Lbf/NamedStream.h"
 
 #include <algorithm>
+#include <bit>
 #include <functional>
 
 #include "Lbt/Log/Raise.h"
-#include "SizeSetting.h"
 
 namespace LbtLbf {
 
@@ -17,10 +17,47 @@ namespace {
 
 constexpr const char* kFile = "include/Lbt/Lbf/Index";
 
+std::size_t LowestBit(std::size_t value) { return value & (~value + 1); }
+
 }  // namespace
 
+void PrefixSums::Append(std::uint64_t length) {
+  const std::size_t node = tree_.size() + 1;
+  for (std::size_t part = 1; part < LowestBit(node); part <<= 1U) {
+    length += tree_[node - part - 1];
+  }
+  tree_.push_back(length);
+}
+
+void PrefixSums::Change(std::size_t index, std::uint64_t from, std::uint64_t to) {
+  for (std::size_t node = index + 1; node <= tree_.size(); node += LowestBit(node)) {
+    tree_[node - 1] += to - from;  // modulo 2^64, right in either direction
+  }
+}
+
+std::uint64_t PrefixSums::Sum(std::size_t count) const {
+  std::uint64_t sum = 0;
+  for (std::size_t node = count; node > 0; node -= LowestBit(node)) {
+    sum += tree_[node - 1];
+  }
+  return sum;
+}
+
+std::size_t PrefixSums::Find(std::uint64_t offset) const {
+  std::size_t found = 0;
+  for (std::size_t step = std::bit_floor(tree_.size()); step > 0; step >>= 1U) {
+    const std::size_t node = found + step;
+    if (node <= tree_.size() && tree_[node - 1] <= offset) {
+      offset -= tree_[node - 1];
+      found = node;
+    }
+  }
+  return found;
+}
+
 BlockSizeLimiter::BlockSizeLimiter()
-    : maxBlockSize(SizeSetting("PRAMO_MAX_TEV_BLOCK_SIZE").value_or(kDefaultMaxBlockSize)) {}
+    : maxBlockSize(
+          Block::SizeFromEnvironment("PRAMO_MAX_TEV_BLOCK_SIZE").value_or(kDefaultMaxBlockSize)) {}
 
 std::size_t NamedStream::Choose(BlockCache& cache, std::FILE* file) {
   for (; firstOpen_ < limiter_.blocks.size(); Advance(cache)) {
@@ -86,6 +123,9 @@ std::size_t NamedStream::ChooseInMemory(const BlockCache& cache) const {
 
 void NamedStream::Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file) {
   cache.ForgetRefusal();
+  if (limiter_.blocks.empty()) {
+    Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
+  }
   const std::size_t place = FindPlace(cache, offset, file);
   LeaveBefore(cache, place);
   firstOpen_ = suspects_.empty() ? place : std::min(place, *suspects_.begin());

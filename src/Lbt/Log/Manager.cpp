@@ -1,3 +1,5 @@
+// Hands records to the loggers.
+
 #include "Lbt/Log/Manager.h"
 
 namespace Lbt::Log {

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Util/LargePages.h"
+#include "Lbt/Util/MemoryUsage.h"
 #include "Lbt/Util/UnShuffle.h"
 
 namespace LbtTev {

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Log/Trace.h"
 #include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/NodeSets.h"

@@ -1,3 +1,5 @@
+// The value of an attribute as text.
+
 #include "Lbt/Util/AttributeValue.h"
 
 #include "Lbt/Util/ToString.h"

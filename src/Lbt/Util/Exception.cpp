@@ -1,3 +1,5 @@
+// Formats the text of a failure, once and in place.
+
 #include "Lbt/Util/Exception.h"
 
 #include <array>

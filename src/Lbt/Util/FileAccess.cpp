@@ -1,9 +1,14 @@
+// Opens files so that nothing hangs and no model is ever written to.
+
 #include "Lbt/Util/FileAccess.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
+#include <string_view>
 #include <utility>
 
 namespace Lbt::Util {
@@ -21,8 +26,10 @@ class Descriptor {
       close(descriptor_);
     }
   }
+  Descriptor(Descriptor&& other) noexcept : descriptor_(other.HandOn()) {}
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
+  Descriptor& operator=(Descriptor&&) = delete;
 
   [[nodiscard]] int Get() const { return descriptor_; }
   [[nodiscard]] int HandOn() { return std::exchange(descriptor_, -1); }
@@ -31,12 +38,26 @@ class Descriptor {
   int descriptor_;
 };
 
-/// Whether a file starts with the byte that models start with, and no text does.
+/// Whether a file begins as a model does, or cannot be told from one.
 bool MayBeAModel(int descriptor) {
-  constexpr unsigned char kFirstOfModels = 0x89;
-  unsigned char first = 0;
-  const ssize_t count = pread(descriptor, &first, 1, 0);
-  return count < 0 || (count == 1 && first == kFirstOfModels);
+  std::array<char, kModelSignature.size()> beginning{};
+  const ssize_t count = pread(descriptor, beginning.data(), beginning.size(), 0);
+  return count < 0 ||
+         std::string_view(beginning.data(), static_cast<std::size_t>(count)) == kModelSignature;
+}
+
+/// Opens a file to append to it. Appending keeps runs that share a log from leaving holes where
+/// another one emptied it.
+Descriptor OpenToAppend(const std::string& path, int access) {
+  return Descriptor(open(
+      path.c_str(), access | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
+      kReadableByAll));
+}
+
+/// Whether an open file is a regular one without a second name.
+bool IsOfOneName(int descriptor) {
+  struct stat status {};
+  return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
 }
 
 }  // namespace
@@ -100,17 +121,12 @@ std::optional<int> OpenForReplacing(const std::string& path, std::optional<FileI
 }
 
 std::optional<int> OpenLog(const std::string& path) {
-  // Appending keeps runs that share a log from leaving holes where another one emptied it: a log
-  // that starts with a hole is no text, and no later run would write to it.
-  Descriptor file(open(path.c_str(),
-                       O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
-                       kReadableByAll));
-  struct stat status {};
-  if (file.Get() < 0 || fstat(file.Get(), &status) != 0) {
-    return std::nullopt;
-  }
-  const bool ownFile = S_ISREG(status.st_mode) && status.st_nlink == 1;
-  if (!ownFile || MayBeAModel(file.Get()) || ftruncate(file.Get(), 0) != 0) {
+  Descriptor toRead = OpenToAppend(path, O_RDWR);
+  const bool isReadable = toRead.Get() >= 0;
+  Descriptor file =
+      isReadable || errno != EACCES ? std::move(toRead) : OpenToAppend(path, O_WRONLY);
+  if (file.Get() < 0 || !IsOfOneName(file.Get()) || (isReadable && MayBeAModel(file.Get())) ||
+      ftruncate(file.Get(), 0) != 0) {
     return std::nullopt;
   }
   return file.HandOn();

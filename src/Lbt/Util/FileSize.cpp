@@ -1,3 +1,5 @@
+// The size of a file as text.
+
 #include "Lbt/Util/FileSize.h"
 
 #include <sys/stat.h>

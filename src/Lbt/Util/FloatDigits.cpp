@@ -1,3 +1,5 @@
+// The six significant digits of a float, found without a search.
+
 #include "FloatDigits.h"
 
 #include <array>

@@ -1,3 +1,5 @@
+// Numbers as the text that an output stream writes.
+
 #include "Lbt/Util/NumberText.h"
 
 #include <charconv>

@@ -1,3 +1,5 @@
+// Buffers text for a file descriptor and remembers a failed write.
+
 #include "Lbt/Util/OutputStream.h"
 
 #include <unistd.h>

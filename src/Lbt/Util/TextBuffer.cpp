@@ -1,3 +1,5 @@
+// Collects text and hands it on in large pieces.
+
 #include "Lbt/Util/TextBuffer.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// Values to text and back.
+
 #include "Lbt/Util/ToString.h"
 
 #include <sstream>

@@ -1,3 +1,5 @@
+// Puts shuffled bytes back into their elements.
+
 #include "Lbt/Util/UnShuffle.h"
 
 #include <cstdint>

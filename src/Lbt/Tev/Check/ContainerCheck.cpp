@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "Lbt/Lbf/BlockCheck.h"
-#include "Lbt/Lbf/LackOfMemory.h"
+#include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/Exception.h"

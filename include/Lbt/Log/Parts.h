@@ -1,11 +1,53 @@
 #pragma once
 
+#include <cstdint>
 #include <ostream>
 #include <string>
 
+#include "Lbt/Util/LogRecord.h"
 #include "Lbt/Util/OutputStream.h"
 
+/// What a logger is made of: a filter, a formatter and a publisher.
 namespace Lbt::Log {
+
+/// Decides whether a record passes.
+class Filter {
+ public:
+  Filter() = default;
+  virtual ~Filter() = default;
+  Filter(const Filter&) = delete;
+  Filter& operator=(const Filter&) = delete;
+
+  [[nodiscard]] virtual bool operator()(const Util::LogRecord& record) = 0;
+};
+
+/// Passes the records of level N and above.
+template <std::uint16_t N>
+class LevelFilter final : public Filter {
+ public:
+  [[nodiscard]] bool operator()(const Util::LogRecord& record) override {
+    return record.level >= N;
+  }
+};
+
+/// Turns a record into text.
+class Formatter {
+ public:
+  Formatter() = default;
+  virtual ~Formatter() = default;
+  Formatter(const Formatter&) = delete;
+  Formatter& operator=(const Formatter&) = delete;
+
+  [[nodiscard]] virtual std::string operator()(const Util::LogRecord& record) = 0;
+};
+
+/// One line a record: base name of its source file, " : ", its line, " @ ", its
+/// message. Throws std::out_of_range for a source file without any "/" or
+/// backslash; every caller passes a whole path.
+class DefaultFormatter final : public Formatter {
+ public:
+  [[nodiscard]] std::string operator()(const Util::LogRecord& record) override;
+};
 
 /// Takes the text of records to where it is kept.
 class Publisher {

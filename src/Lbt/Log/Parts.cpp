@@ -1,6 +1,10 @@
-#include "Lbt/Log/Formatter.h"
+// Formats log records and publishes their text.
+
+#include "Lbt/Log/Parts.h"
 
 #include <string_view>
+
+#include "Lbt/Util/FileAccess.h"
 
 namespace Lbt::Log {
 
@@ -15,5 +19,19 @@ std::string DefaultFormatter::operator()(const Util::LogRecord& record) {
   line += '\n';
   return line;
 }
+
+StreamPublisher& StreamPublisher::operator<<(const char* text) {
+  *stream_ << text;
+  return *this;
+}
+
+void StreamPublisher::flush() { stream_->flush(); }
+
+namespace Detail {
+
+LogFile::LogFile(const std::string& path)
+    : file(Util::OpenLog(path).value_or(-1), Util::DescriptorStream::Ownership::Owned) {}
+
+}  // namespace Detail
 
 }  // namespace Lbt::Log

@@ -1,4 +1,4 @@
-// Lists that are read without a copy.
+// Lists and texts that are read without a copy.
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,6 @@
 
 #include "LbfSupport.h"
 #include "Lbt/Lbf/CopyFromBlock.h"
-#include "Lbt/Lbf/StoredList.h"
 #include "support/ByteWriter.h"
 #include "support/Hex.h"
 
@@ -30,8 +29,6 @@ std::vector<T> ElementsOf(const StoredList<T>& list) {
   }
   return elements;
 }
-
-TEST(StoredList, Default_IsEmpty) { EXPECT_EQ(StoredList<float>().size(), 0U); }
 
 TEST(StoredList, BytesBehindTheLastWholeElement_DoNotCount) {
   const std::string bytes = Hex("0100000002000000ffffff");
