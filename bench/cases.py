@@ -83,7 +83,7 @@ class Case:
 
     def streams(self, path):
         """Inflated bytes of a model's streams by name, and its largest heavy block."""
-        answer = json.loads(self.arena.call([self.arena.program("tev"), "ls", "--json", path]))
+        answer = json.loads(self.arena.call([self.arena.program("tev"), "blocks", "--json", path]))
         sizes = {}
         largest = 0
         for block in answer["files"][0]["blocks"]:

@@ -19,7 +19,7 @@ NOTABLE = 10.0
 CASES = {
     "report": ["TevInfo", "examples/bracket.tev"],
     "dump": ["TevInfo", "--extract-data", "examples/bracket.tev"],
-    "ls": ["tev", "ls", "examples/heatsink.tev"],
+    "blocks": ["tev", "blocks", "examples/heatsink.tev"],
 }
 
 

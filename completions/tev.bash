@@ -15,13 +15,13 @@ _tev() {
   local word="${COMP_WORDS[COMP_CWORD]}" command="${COMP_WORDS[1]}" options=''
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    _tev_words 'cdf check info ls tree --help --version'
+    _tev_words 'blocks cdf check help info tree --help --version'
     return
   fi
   case "$command" in
     cdf) ;;
-    check | info | ls) options='--json' ;;
-    tree) options='--attributes --depth --json' ;;
+    blocks | check | info) options='--files0-from --json --jsonl --no-progress --output --progress' ;;
+    tree) options='--attributes --depth --files0-from --json --jsonl --no-progress --output --progress' ;;
     *) return ;;
   esac
   if [[ ${COMP_WORDS[COMP_CWORD - 1]} == --depth ]]; then

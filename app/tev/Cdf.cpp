@@ -1,3 +1,5 @@
+// tev cdf: one geometry as CDF text.
+
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <set>
@@ -6,24 +8,13 @@
 
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/TevInfo/CdfExport.h"
-#include "Lbt/Util/Exception.h"
-#include "Lbt/Util/FileAccess.h"
-#include "Lbt/Util/OutputStream.h"
 #include "tev/OpenedModel.h"
-#include "tev/Subcommands.h"
+#include "tev/Verbs.h"
 #include "tev/VisibleText.h"
 
 namespace {
 
-using Lbt::Util::DescriptorStream;
-using Lbt::Util::Exception;
 using LbtTev::Report::CdfPlace;
-
-struct Arguments {
-  std::string model;
-  std::string geometry;
-  std::string output;
-};
 
 /// The names of all geometries, in byte order.
 std::set<std::string> GeometryNames(const LbtTev::Tree& tree) {
@@ -36,21 +27,21 @@ std::set<std::string> GeometryNames(const LbtTev::Tree& tree) {
   return names;
 }
 
-void RequireGeometry(const LbtTev::Tree& tree, const std::string& name) {
+void RequireGeometry(const LbtTev::Tree& tree, const std::string& path, const std::string& name) {
   const std::set<std::string> names = GeometryNames(tree);
   if (names.contains(name)) {
     return;
   }
-  std::string message = "there is no geometry " + QuotedText(name);
+  std::string message = path + ": there is no geometry " + QuotedText(name);
   if (names.empty()) {
-    throw Failure(message + "; the model has none");
+    throw UsageError(message + "; the model has none");
   }
   const char* separator = "; there are: ";
   for (const std::string& known : names) {
     message += separator + QuotedText(known);
     separator = ", ";
   }
-  throw Failure(message);
+  throw UsageError(message);
 }
 
 std::string PlaceText(const CdfPlace& place) {
@@ -64,54 +55,44 @@ void Write(const LbtTev::Tree& tree, const std::string& geometry, std::ostream& 
   try {
     NamingBlocks(tree.GetFile(), [&] { LbtTev::Report::WriteCdf(tree, geometry, stream, &place); });
   } catch (const std::out_of_range&) {
-    throw Failure(PlaceText(place) + "its instance name has no \" = \" before a step");
-  } catch (const std::exception& exception) {
-    throw Failure(PlaceText(place) + ReasonOf(exception));
+    throw Failure(FailureCode::Damaged,
+                  PlaceText(place) + "its instance name has no \" = \" before a step");
+  } catch (...) {
+    const Failure failure = FailureOfCurrentException();
+    throw Failure(failure.Code(), PlaceText(place) + failure.what());
   }
 }
 
-int OpenOutput(const std::string& path, const LbtLbf::LbFile& model) {
-  const auto identity = model.GetIdentity();
-  if (identity && Lbt::Util::IdentityOf(path) == identity) {
-    throw Failure("the output " + QuotedText(path) + " is the model itself");
-  }
-  const auto descriptor = Lbt::Util::OpenForReplacing(path, identity);
-  if (!descriptor) {
-    throw Failure("Unable to open file " + QuotedText(path));
-  }
-  return *descriptor;
+void Export(const Input& input, AnswerWriter& writer, const std::string& geometry) {
+  WithModel(input, writer, [&](const LbtTev::Tree& tree) {
+    RequireGeometry(tree, input.path, geometry);
+    Write(tree, geometry, writer.Text());
+  });
 }
 
-void Export(const LbtTev::Tree& tree, const Arguments& arguments) {
-  RequireGeometry(tree, arguments.geometry);
-  DescriptorStream stream(OpenOutput(arguments.output, tree.GetFile()),
-                          DescriptorStream::Ownership::Owned);
-  Write(tree, arguments.geometry, stream);
-  if (!stream.Finish()) {
-    throw Failure(std::string(Exception::GetDescription(Exception::ErrorType::WriteError)) +
-                  ": Unable to write " + QuotedText(arguments.output));
-  }
-}
+constexpr const char* kNotes =
+    "Every geometry of that name is written. OUTPUT may be - for standard output.\n"
+    "Example: tev cdf bracket.tev \"Arm (Aluminium)\" arm.cdf";
 
-Status Run(const Arguments& arguments) {
-  try {
-    WithModel(arguments.model, [&](const LbtTev::Tree& tree) { Export(tree, arguments); });
-    return Status::Done;
-  } catch (const std::exception& exception) {
-    ReportFailure(arguments.model, ReasonOf(exception));
-    return Status::FileFailed;
-  }
+Action SetUp(CLI::App& app) {
+  const auto run = std::make_shared<FileRun>(FileRun{.verb = "cdf", .layout = TextLayout::Lines});
+  const auto geometry = std::make_shared<std::string>();
+  app.add_option_function<std::string>(
+         "MODEL", [run](const std::string& path) { run->files = {path}; }, "The model file")
+      ->required();
+  app.add_option("GEOMETRY", *geometry, "The name of the geometry")->required();
+  app.add_option("OUTPUT", run->output, "The file to write")->required();
+  run->answer = [geometry](const Input& input, AnswerWriter& writer) {
+    Export(input, writer, *geometry);
+  };
+  return [run] { return RunOverFiles(*run); };
 }
 
 }  // namespace
 
-void AddCdf(CLI::App& app, Action& action) {
-  CLI::App* command = app.add_subcommand("cdf", "Export a geometry to the CDF text format");
-  const auto arguments = std::make_shared<Arguments>();
-  command->add_option("MODEL", arguments->model, "The model file")->required();
-  command->add_option("GEOMETRY", arguments->geometry, "The name of the geometry")->required();
-  command->add_option("OUTPUT", arguments->output, "The file to write")->required();
-  command->callback([&action, arguments] {
-    action = [arguments](std::ostream& /*output*/) { return Run(*arguments); };
-  });
+Verb CdfVerb() {
+  return {.name = "cdf",
+          .summary = "Export a geometry to the CDF text format",
+          .notes = kNotes,
+          .setUp = SetUp};
 }

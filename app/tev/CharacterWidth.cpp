@@ -1,3 +1,5 @@
+// Which characters take two columns of a terminal, and which none.
+
 #include "tev/CharacterWidth.h"
 
 #include <algorithm>

@@ -6,7 +6,7 @@
 
 #include "Lbt/Tev/Check/ModelCheck.h"
 #include "tev/Json.h"
-#include "tev/Subcommands.h"
+#include "tev/Verbs.h"
 #include "tev/VisibleText.h"
 
 namespace {
@@ -129,45 +129,41 @@ void WriteObject(const Finding& finding, JsonWriter& json) {
   json.Close();
 }
 
-void BeginObject(const std::string& path, JsonWriter& json) {
-  json.OpenObject();
-  json.Member("file", path);
-  json.Key("findings");
-  json.OpenList();
-}
-
-/// A file that cannot be opened gets no object: it begins with the first finding, or with none.
-bool WriteJson(const std::string& path, AnswerWriter& writer) {
+bool WriteJson(const Input& input, AnswerWriter& writer) {
   bool isSound = true;
-  CheckModel(path, [&](const Finding& finding) {
-    if (isSound) {
-      BeginObject(path, writer.Object());
-      isSound = false;
-    }
-    WriteObject(finding, writer.Object());
+  writer.Facts().Key("findings");
+  writer.Facts().OpenList();
+  CheckModel(input.source, [&](const Finding& finding) {
+    WriteObject(finding, writer.Facts());
+    isSound = false;
   });
-  if (isSound) {
-    BeginObject(path, writer.Object());
-  }
+  writer.Facts().Close();
   return isSound;
 }
 
-bool WriteLines(const std::string& path, AnswerWriter& writer) {
+bool WriteLines(const Input& input, AnswerWriter& writer) {
   bool isSound = true;
-  CheckModel(path, [&](const Finding& finding) {
-    writer.Write(LineOf(path, finding));
+  CheckModel(input.source, [&](const Finding& finding) {
+    writer.Text() << LineOf(input.path, finding);
     isSound = false;
   });
   return isSound;
 }
 
-Ending AnswerCheck(const std::string& path, AnswerWriter& writer) {
-  const bool isSound = writer.IsJson() ? WriteJson(path, writer) : WriteLines(path, writer);
-  return {.isFailure = !isSound};
+void AnswerCheck(const Input& input, AnswerWriter& writer) {
+  if (!(writer.IsJson() ? WriteJson(input, writer) : WriteLines(input, writer))) {
+    writer.Fail({FailureCode::Damaged, "there are findings"}, Told::InTheAnswer);
+  }
 }
 
 }  // namespace
 
-void AddCheck(CLI::App& app, Action& action) {
-  AddFileCommand(app, action, "check", "Look for damage in models", AnswerCheck, TextLayout::Lines);
+Verb CheckVerb() {
+  return {.name = "check",
+          .summary = "Look for damage in models",
+          .notes = "Example: tev check *.tev",
+          .setUp = [](CLI::App& app) {
+            return RunWithFileOptions(
+                app, {.verb = "check", .layout = TextLayout::Lines, .answer = AnswerCheck});
+          }};
 }

@@ -1,9 +1,58 @@
+// What can be wrong with a file, by code and as one line of text.
+
 #include "tev/Failure.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
 
 #include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Util/Exception.h"
 #include "tev/VisibleText.h"
+
+namespace {
+
+FailureCode CodeOf(int error) {
+  switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+    case ELOOP:
+    case ENAMETOOLONG:
+      return FailureCode::NotFound;
+    case EACCES:
+    case EPERM:
+      return FailureCode::PermissionDenied;
+    case ENXIO:
+    case EISDIR:
+      return FailureCode::NotAFile;
+    case ENOMEM:
+      return FailureCode::OutOfMemory;
+    default:
+      return FailureCode::IoError;
+  }
+}
+
+/// Whether the library could not open a file that could be opened a moment ago.
+bool IsUnopened(const std::exception& exception) {
+  using Lbt::Util::Exception;
+  const auto* known = dynamic_cast<const Exception*>(&exception);
+  return known != nullptr && known->GetType() == Exception::ErrorType::MiscelleneousError;
+}
+
+}  // namespace
+
+std::string_view NameOf(FailureCode code) {
+  constexpr std::array<std::string_view, 8> kNames{
+      "not-found",           "permission-denied", "not-a-file",    "not-a-model",
+      "unsupported-version", "damaged",           "out-of-memory", "io-error"};
+  return kNames.at(static_cast<std::size_t>(code));
+}
+
+Failure SystemFailure(const std::string& what, int error) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread
+  return {CodeOf(error), what + ": " + std::strerror(error)};
+}
 
 std::string NameOf(const LbtLbf::NumberedBlock& block) {
   return "block " + std::to_string(block.number) + " (" + block.stream + ")";
@@ -19,12 +68,19 @@ std::string ReasonOf(const std::exception& exception) {
   return OneLine(exception.what());
 }
 
-std::string ReasonOfCurrentException() {
+Failure FailureOfCurrentException() {
   try {
     throw;
+  } catch (const Failure& failure) {
+    return failure;
   } catch (const std::exception& exception) {
-    return ReasonOf(exception);
+    const int error = errno;
+    if (IsUnopened(exception)) {
+      return SystemFailure("cannot open", error);
+    }
+    const bool isMemory = LbtLbf::IsLackOfMemory(exception);
+    return {isMemory ? FailureCode::OutOfMemory : FailureCode::Damaged, ReasonOf(exception)};
   } catch (const LbtTev::Report::GeometryAssertion&) {
-    return "the first child of a shape is no geometry";
+    return {FailureCode::Damaged, "the first child of a shape is no geometry"};
   }
 }

@@ -1,18 +1,51 @@
 #pragma once
 
+#include <cstdint>
 #include <exception>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "Lbt/Lbf/Index.h"
 #include "Lbt/Lbf/LbFile.h"
 #include "Lbt/Util/Exception.h"
 
-/// What went wrong with a file, in one line for its user.
+/// What kind of thing is wrong with a file, for scripts.
+enum class FailureCode : std::uint8_t {
+  NotFound,
+  PermissionDenied,
+  NotAFile,            ///< a folder where only a file can be, a pipe, a device
+  NotAModel,           ///< it lacks the signature
+  UnsupportedVersion,  ///< the container is newer than this program
+  Damaged,             ///< it has the signature
+  OutOfMemory,
+  IoError,
+};
+
+/// The name of a code in JSON: "not-found".
+[[nodiscard]] std::string_view NameOf(FailureCode code);
+
+/// What went wrong with a file, in one line for its user. It makes the exit status 2.
 class Failure : public std::runtime_error {
+ public:
+  Failure(FailureCode code, const std::string& message)
+      : std::runtime_error(message), code_(code) {}
+
+  [[nodiscard]] FailureCode Code() const { return code_; }
+
+ private:
+  FailureCode code_;
+};
+
+/// A command line that asks for what cannot be: the run ends with status 1, and nothing is
+/// written. Names that a model does not have count, too.
+class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+/// "what" with the system's reason "error": "cannot open: Permission denied".
+[[nodiscard]] Failure SystemFailure(const std::string& what, int error);
 
 /// A block as messages name it: "block 3 (Heavy Data)".
 [[nodiscard]] std::string NameOf(const LbtLbf::NumberedBlock& block);
@@ -20,9 +53,9 @@ class Failure : public std::runtime_error {
 /// One line on what an exception tells.
 [[nodiscard]] std::string ReasonOf(const std::exception& exception);
 
-/// The same for the exception that is being handled, whatever it is. Only for use in a
-/// handler.
-[[nodiscard]] std::string ReasonOfCurrentException();
+/// What the exception that is being handled, whatever it is, tells of a file. What the library
+/// throws of itself means damage, unless memory is what lacks. Only for use in a handler.
+[[nodiscard]] Failure FailureOfCurrentException();
 
 /// Runs "read", which reads from "file". Where zlib refuses a block, it throws a Failure
 /// that names the block; the exception that the library throws then tells nothing.
@@ -32,8 +65,9 @@ decltype(auto) NamingBlocks(const LbtLbf::LbFile& file, Read read) {
     return read();
   } catch (const std::exception& exception) {
     const auto block = file.GetIndex().RefusedBlock();
-    if (block && dynamic_cast<const Lbt::Util::Exception*>(&exception) == nullptr) {
-      throw Failure("zlib refuses the data of " + NameOf(*block));
+    if (block && dynamic_cast<const Lbt::Util::Exception*>(&exception) == nullptr &&
+        dynamic_cast<const std::runtime_error*>(&exception) == nullptr) {
+      throw Failure(FailureCode::Damaged, "zlib refuses the data of " + NameOf(*block));
     }
     throw;
   }

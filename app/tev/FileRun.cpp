@@ -1,61 +1,49 @@
+// Runs a verb over all files that a command line names.
+
 #include "tev/FileRun.h"
 
-#include <unistd.h>
-
-#include <iostream>
-
-#include "Lbt/Util/FileAccess.h"
 #include "tev/Failure.h"
-#include "tev/Progress.h"
-#include "tev/VisibleText.h"
 
 namespace {
 
-/// An exception on the way is a fault.
-Ending TryFile(const FileRun& run, const std::string& path, AnswerWriter& writer) {
+void TryFile(const FileRun& run, const Input& input, AnswerWriter& writer) {
   try {
-    return run.answer(path, writer);
-  } catch (...) {
-    return {.faults = {ReasonOfCurrentException()}};
-  }
-}
-
-/// An answer that is written into one of the models, by the shell's ">>", would change it.
-void RefuseOutputInModels(const std::vector<std::string>& files) {
-  const auto output = Lbt::Util::IdentityOf(STDOUT_FILENO);
-  for (const std::string& file : files) {
-    if (output && output == Lbt::Util::IdentityOf(file) &&
-        Lbt::Util::IsRegularFile(STDOUT_FILENO)) {
-      throw Failure(file + ": standard output is this file");
+    if (input.failure && !run.takesFailures) {
+      throw Failure(*input.failure);
     }
+    run.answer(input, writer);
+  } catch (const UsageError&) {
+    throw;
+  } catch (...) {
+    writer.FailWithoutFacts(FailureOfCurrentException());
   }
 }
 
 }  // namespace
 
-void ReportFailure(const std::string& path, std::string_view reason) {
-  std::cerr << "tev: " + VisibleText(path) + ": " + VisibleText(reason) + '\n' << std::flush;
-}
-
-Status RunOverFiles(const FileRun& run, std::ostream& output) {
-  RefuseOutputInModels(run.files);
-  Progress progress(run.files.size());
-  AnswerWriter writer({.command = run.command, .layout = run.layout, .json = run.json}, output,
-                      progress);
-  Status status = Status::Done;
-  for (std::size_t i = 0; i < run.files.size() && output.good(); ++i) {
-    const std::string& path = run.files[i];
-    progress.Show(i, path);
-    writer.BeginFile(path);
-    const Ending ending = TryFile(run, path, writer);
-    progress.Clear();
+Status RunOverFiles(const FileRun& run) {
+  Output output(run.output);
+  output.RequireApartFrom(run.files);
+  Inputs inputs(run.files, run.filesFrom);
+  if (inputs.CanBeMany()) {
+    static_cast<void>(output.Stream());  // a long run must not learn at its end that it has none
+  }
+  Progress progress(run.progress);
+  AnswerWriter writer({run.verb, run.form, run.layout, run.csvHeading}, output, progress);
+  std::size_t done = 0;
+  for (const Input* input = nullptr; output.IsGood() && (input = inputs.Next()) != nullptr;) {
+    progress.Show(done++, inputs.Count(), input->path);
+    writer.BeginFile(input->path);
+    TryFile(run, *input, writer);
     writer.EndFile();
-    for (const std::string& fault : ending.faults) {
-      ReportFailure(path, fault);
-      writer.AddFailure(path, fault);
-    }
-    status = ending.isFailure || !ending.faults.empty() ? Status::FileFailed : status;
+  }
+  if (run.finish) {
+    run.finish(writer);
   }
   writer.Close();
-  return status;
+  if (!writer.HasFailed()) {
+    static_cast<void>(output.Stream());  // an empty answer is one, too
+  }
+  output.Finish();
+  return writer.HasFailed() ? Status::FileFailed : Status::Done;
 }

@@ -1,43 +1,38 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
-#include <ostream>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "tev/AnswerWriter.h"
+#include "tev/Answers.h"
+#include "tev/Inputs.h"
 
-/// Exit statuses, those of TevInfo.
-enum class Status : int { Done = 0, BadUsage = 1, FileFailed = 2 };
+/// Exit statuses, those of TevInfo. A verb that compares has its own meaning of 1.
+enum class Status : std::uint8_t { Done = 0, BadUsage = 1, FileFailed = 2 };
 
-/// How the answer on one file ended.
-struct Ending {
-  /// What is wrong with the file, one line each; any makes it a failed file.
-  std::vector<std::string> faults = {};
-  bool isFailure = false;  ///< a failed file even without them, since the answer tells why
-};
+/// Answers on one file through "writer": text or JSON, as the writer's form says. An exception or
+/// a GeometryAssertion is a failure of the file; text that was written until then stays, and facts
+/// do not. A UsageError ends the whole run.
+using AnswerFunction = std::function<void(const Input& input, AnswerWriter& writer)>;
 
-/// Answers on one file, as text or in JSON, through "writer". An exception or a
-/// GeometryAssertion is a failure of the file; what was written until then stays.
-using AnswerFunction = std::function<Ending(const std::string& path, AnswerWriter& writer)>;
-
-/// A run of a subcommand over files.
+/// A run of a verb over files.
 struct FileRun {
-  std::string command;  ///< its name
-  std::vector<std::string> files;
-  bool json = false;
-  AnswerFunction answer;
+  std::string verb;  ///< its name
+  std::vector<std::string> files{};
+  std::string filesFrom{};  ///< a file of further names, as Inputs takes it
+  Form form = Form::Text;
   TextLayout layout = TextLayout::Sections;
+  std::string csvHeading{};
+  std::string output{};  ///< as Output takes it
+  Progress::Mode progress = Progress::Mode::Auto;
+  AnswerFunction answer{};
+  /// Whether it answers on files that cannot be opened or are no models, too. Else these have
+  /// failed before.
+  bool takesFailures = false;
+  std::function<void(AnswerWriter& writer)> finish{};  ///< after the last file, where it is set
 };
 
-/// Writes the answers for all files to "output" as they come, and names those that
-/// failed on standard error.
-///
-/// Text: as the layout of the run says.
-/// JSON: one object, {"command", "files": [an object for each file], "failures": [{"file",
-/// "reason"}]}, of the same shape for one file and for many.
-[[nodiscard]] Status RunOverFiles(const FileRun& run, std::ostream& output);
-
-/// Writes "tev: ", the path and the reason to standard error, as one line.
-void ReportFailure(const std::string& path, std::string_view reason);
+/// Writes the answers on all files as they come, and names those that failed on standard error.
+/// Throws a Failure where the answer cannot be written, and a UsageError.
+[[nodiscard]] Status RunOverFiles(const FileRun& run);

@@ -1,3 +1,5 @@
+// tev info: what a model holds and who wrote it.
+
 #include <array>
 #include <exception>
 #include <nlohmann/json.hpp>
@@ -9,7 +11,7 @@
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "tev/Json.h"
 #include "tev/OpenedModel.h"
-#include "tev/Subcommands.h"
+#include "tev/Verbs.h"
 #include "tev/VisibleText.h"
 
 using LbtTev::ModifierInfo;
@@ -179,9 +181,8 @@ Json ObjectOf(const SummaryFacts& facts) {
           {"frequencies", facts.frequencies}};
 }
 
-Json ObjectOf(const std::string& path, const ModelFacts& facts) {
-  Json json{{"file", path},
-            {"fileBytes", JsonOrNull(facts.fileBytes)},
+Json ObjectOf(const ModelFacts& facts) {
+  Json json{{"bytes", JsonOrNull(facts.fileBytes)},
             {"version", facts.version},
             {"modelFile", ObjectOf(facts.modelFile)},
             {"resultsFile", ObjectOf(facts.resultsFile)},
@@ -193,20 +194,31 @@ Json ObjectOf(const std::string& path, const ModelFacts& facts) {
   return json;
 }
 
-Ending AnswerInfo(const std::string& path, AnswerWriter& writer) {
-  const ModelFacts facts = WithModel(path, [](const LbtTev::Tree& tree) {
+void AnswerInfo(const Input& input, AnswerWriter& writer) {
+  const ModelFacts facts = WithModel(input, writer, [](const LbtTev::Tree& tree) {
     ModelFacts gathered = LbtTev::Report::GatherModelFacts(tree);
     if (!gathered.failures.empty()) {
       std::rethrow_exception(gathered.failures.front());
     }
     return gathered;
   });
-  writer.Write(writer.IsJson() ? JsonText(ObjectOf(path, facts)) : TextOf(facts));
-  return {};
+  if (!writer.IsJson()) {
+    writer.Text() << TextOf(facts);
+    return;
+  }
+  const Json object = ObjectOf(facts);
+  for (auto member = object.begin(); member != object.end(); ++member) {
+    writer.Facts().Member(member.key(), *member);
+  }
 }
 
 }  // namespace
 
-void AddInfo(CLI::App& app, Action& action) {
-  AddFileCommand(app, action, "info", "Tell what models hold and who wrote them", AnswerInfo);
+Verb InfoVerb() {
+  return {.name = "info",
+          .summary = "Tell what models hold and who wrote them",
+          .notes = "Example: tev info --json *.tev | jq '.files[].title'",
+          .setUp = [](CLI::App& app) {
+            return RunWithFileOptions(app, {.verb = "info", .answer = AnswerInfo});
+          }};
 }

@@ -1,3 +1,5 @@
+// Values of models in JSON.
+
 #include "tev/Json.h"
 
 #include <array>
@@ -5,6 +7,8 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <string>
+
+#include "tev/VisibleText.h"
 
 using LbtUtil::AttributeValue;
 
@@ -35,18 +39,8 @@ struct ToJson {
 }  // namespace
 
 std::string JsonText(const Json& json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace);
-}
-
-std::string Indented(std::string_view text, std::string_view indent) {
-  std::string indented;
-  for (const char c : text) {
-    indented += c;
-    if (c == '\n') {
-      indented += indent;
-    }
-  }
-  return indented;
+  // Outside of texts there is nothing but ASCII that prints.
+  return EscapedForJson(json.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 Json JsonOf(float value) {

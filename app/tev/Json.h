@@ -9,12 +9,9 @@
 /// JSON whose objects keep the order in which their members were added.
 using Json = nlohmann::ordered_json;
 
-/// The text of a value, in lines indented by two. Texts are escaped as JSON demands,
-/// with U+FFFD for what is no valid UTF-8; a number that is not finite is null.
+/// The text of a value on one line. Texts are escaped as JSON demands, and so is what might
+/// control a terminal, with U+FFFD for what is no valid UTF-8; a number that is not finite is null.
 [[nodiscard]] std::string JsonText(const Json& json);
-
-/// "text" with "indent" before all its lines but the first.
-[[nodiscard]] std::string Indented(std::string_view text, std::string_view indent);
 
 /// The value of an attribute. A float becomes the shortest number that reads back as it.
 [[nodiscard]] Json JsonOf(const LbtUtil::AttributeValue& value);

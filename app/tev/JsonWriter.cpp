@@ -1,3 +1,5 @@
+// Writes JSON as it comes, without holding it in memory.
+
 #include "tev/JsonWriter.h"
 
 #include <nlohmann/json.hpp>
@@ -9,21 +11,25 @@ constexpr std::size_t kIndent = 2;
 }  // namespace
 
 JsonWriter::~JsonWriter() {
-  while (!closers_.empty()) {
+  while (!closers_.empty() && output_->good()) {
     Close();
   }
 }
 
 void JsonWriter::BreakLine() {
+  if (layout_ == JsonLayout::OneLine) {
+    return;
+  }
   *output_ << '\n';
-  for (std::size_t i = 0; i < kIndent * closers_.size(); ++i) {
+  for (std::size_t i = 0; i < kIndent * (outerDepth_ + closers_.size()); ++i) {
     *output_ << ' ';
   }
 }
 
 void JsonWriter::BeginValue() {
-  if (!isKeyed_ && !closers_.empty()) {
-    *output_ << (isEmpty_ ? "" : ",");
+  if (!isKeyed_ && outerDepth_ + closers_.size() > 0) {
+    const char* separator = layout_ == JsonLayout::OneLine ? ", " : ",";
+    *output_ << (isEmpty_ ? "" : separator);
     BreakLine();
   }
   isKeyed_ = false;
@@ -58,10 +64,19 @@ void JsonWriter::Key(std::string_view name) {
   isKeyed_ = true;
 }
 
-void JsonWriter::Value(const Json& value) { ValueText(JsonText(value)); }
-
-void JsonWriter::ValueText(std::string_view text) {
-  const std::string indented = Indented(text, std::string(kIndent * closers_.size(), ' '));
-  BeginValue();
-  *output_ << indented;
+void JsonWriter::Value(const Json& value) {
+  if (!value.is_structured()) {
+    const std::string text = JsonText(value);
+    BeginValue();
+    *output_ << text;
+    return;
+  }
+  Open(value.is_object() ? "{}" : "[]");
+  for (auto item = value.begin(); item != value.end(); ++item) {
+    if (value.is_object()) {
+      Key(item.key());
+    }
+    Value(*item);
+  }
+  Close();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <nlohmann/json_fwd.hpp>
 #include <ostream>
 #include <string>
@@ -8,12 +9,22 @@
 
 #include "tev/Json.h"
 
-/// Writes one JSON value piece by piece, in the form of JsonText. What has been written is out of
-/// memory, and whatever goes wrong on the way, closing what is open leaves JSON.
+/// How JSON is laid out: over lines indented by two, or all on one line.
+enum class JsonLayout : std::uint8_t { Indented, OneLine };
+
+/// Writes one JSON value piece by piece. What has been written is out of memory, and whatever goes
+/// wrong on the way, closing what is open leaves JSON.
 class JsonWriter {
  public:
   /// "output" must outlive this.
-  explicit JsonWriter(std::ostream& output) : output_(&output) {}
+  explicit JsonWriter(std::ostream& output, JsonLayout layout = JsonLayout::Indented)
+      : output_(&output), layout_(layout) {}
+
+  /// One that goes on with the members of an object, which others began with a member and will
+  /// close: "depth" objects and lists are open around it.
+  JsonWriter(std::ostream& output, JsonLayout layout, std::size_t depth)
+      : output_(&output), layout_(layout), outerDepth_(depth), isEmpty_(false) {}
+
   /// Closes what is open.
   ~JsonWriter();
   JsonWriter(const JsonWriter&) = delete;
@@ -25,17 +36,14 @@ class JsonWriter {
   /// Closes what was opened last.
   void Close();
 
-  /// How much is open.
+  /// How much of what was opened here is open.
   [[nodiscard]] std::size_t Depth() const { return closers_.size(); }
 
   /// The name of the next value in an object.
   void Key(std::string_view name);
 
-  /// A whole value: the next of a list, or the one behind a key.
+  /// A whole value: the next of a list, or the one after a key.
   void Value(const Json& value);
-
-  /// The same, from its text.
-  void ValueText(std::string_view text);
 
   void Member(std::string_view name, const Json& value) {
     Key(name);
@@ -48,6 +56,8 @@ class JsonWriter {
   void BreakLine();
 
   std::ostream* output_;
+  JsonLayout layout_;
+  std::size_t outerDepth_ = 0;
   std::string closers_;   // of what is open
   bool isEmpty_ = true;   // nothing stands in what was opened last
   bool isKeyed_ = false;  // a key waits for its value

@@ -4,15 +4,25 @@
 
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/Tree.h"
+#include "tev/Answers.h"
 #include "tev/Failure.h"
+#include "tev/Inputs.h"
 
-/// Loads the model at "path" and hands it to "use". Throws what LbtTev::OpenModel and
-/// "use" do, and a Failure that names the block which zlib refuses.
+/// Opens the container "input", checks its version and tells "writer" of bytes that its index
+/// promises and the file does not have. Throws a Failure, and what LbtTev::OpenContainer does.
+void OpenContainer(LbtLbf::LbFile& file, const Input& input, AnswerWriter& writer);
+
+/// Loads the model "input" into "tree", as far as that is possible, and tells "writer" what is
+/// missing. Throws what LbtTev::OpenModel does where nothing can be loaded.
+void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer);
+
+/// The same, and hands the tree to "use". Throws what "use" does, and a Failure that names the
+/// block which zlib refuses.
 template <class Use>
-auto WithModel(const std::string& path, Use use) {
+auto WithModel(const Input& input, AnswerWriter& writer, Use use) {
   LbtTev::Tree tree;
   return NamingBlocks(tree.GetFile(), [&] {
-    LbtTev::OpenModel(tree, path);
+    LoadModel(tree, input, writer);
     return use(tree);
   });
 }

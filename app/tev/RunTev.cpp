@@ -1,98 +1,129 @@
+// Finds the verb that a command line names, reads its options and runs it.
+
 #include "tev/RunTev.h"
 
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <string_view>
 
-#include "Lbt/Util/Exception.h"
-#include "Lbt/Util/OutputStream.h"
 #include "tev/Failure.h"
-#include "tev/Subcommands.h"
+#include "tev/Output.h"
+#include "tev/Verbs.h"
 #include "tev/VisibleText.h"
 
 namespace {
 
-using Lbt::Util::DescriptorStream;
-using Lbt::Util::Exception;
-
 constexpr const char* kVersion = "tev " TEVINFO_VERSION;
+constexpr const char* kHelpAndVersion = " (see tev --help)";
 
-/// Shows a subcommand's arguments as "MODEL...", not with the number of how many there
-/// can be.
+/// Shows arguments as "PATH...", not with the number of how many there can be.
 class UsageFormatter : public CLI::Formatter {
  public:
   std::string make_option_usage(const CLI::Option* option) const override {
-    return option->get_name(true) + (option->get_expected_max() > 1 ? "..." : "");
+    const std::string name = option->get_name(true) + (option->get_expected_max() > 1 ? "..." : "");
+    return option->get_required() || option->get_expected_max() > 1 ? name : "[" + name + "]";
   }
 };
 
-void AddSubcommands(CLI::App& app, Action& action) {
+void Write(const std::string& text) {
+  Output output;
+  output.Stream() << text;
+  output.Finish();
+}
+
+void Complain(const std::string& line) {
+  std::cerr << "tev: " + VisibleText(line) + '\n' << std::flush;
+}
+
+const Verb* FindVerb(std::string_view name) {
+  const auto& verbs = Verbs();
+  const auto verb = std::find_if(verbs.begin(), verbs.end(),
+                                 [name](const Verb& candidate) { return candidate.name == name; });
+  return verb == verbs.end() ? nullptr : &*verb;
+}
+
+std::string HelpText() {
+  std::string text =
+      "Tells what Tev model files hold: text for people, JSON for scripts.\n"
+      "Usage: tev VERB [OPTIONS] PATH...\n\n"
+      "Verbs:\n";
+  for (const Verb& verb : Verbs()) {
+    constexpr std::size_t kColumn = 10;
+    text += "  " + verb.name + std::string(kColumn - std::min(kColumn, verb.name.size()), ' ') +
+            verb.summary + '\n';
+  }
+  return text +
+         "\n"
+         "tev help VERB and tev VERB --help tell of one verb, tev --version of the program.\n"
+         "Exit status: 0 done, 1 bad usage, 2 a file failed.\n";
+}
+
+/// Runs the verb with the arguments "argv", of which the first is the verb's own name.
+Status RunVerb(const Verb& verb, int argc, const char* const* argv) {
+  // Each verb is a program of its own to the parser: as a part of a larger one, it would take
+  // "++" for the end of the verb and the names of other verbs for these.
+  CLI::App app(verb.summary, "tev " + verb.name);
   app.formatter(std::make_shared<UsageFormatter>());
-  AddCdf(app, action);
-  AddCheck(app, action);
-  AddInfo(app, action);
-  AddLs(app, action);
-  AddTree(app, action);
-  app.require_subcommand(1);
-  app.set_version_flag("--version", kVersion, "Print the version and exit");
-  for (CLI::App* command : app.get_subcommands({})) {
-    command->set_version_flag("--version", kVersion, "Print the version and exit");
+  app.footer(verb.notes);
+  app.set_version_flag("-V,--version", kVersion, "Print the version and exit");
+  try {
+    const Action action = verb.setUp(app);
+    app.parse(argc, argv);
+    return action();
+  } catch (const CLI::Success& success) {
+    Write(dynamic_cast<const CLI::CallForVersion*>(&success) != nullptr
+              ? std::string(kVersion) + '\n'
+              : app.help());
+    return Status::Done;
+  } catch (const CLI::ParseError& error) {
+    Complain(OneLine(error.what()) + " (see tev " + verb.name + " --help)");
+  } catch (const UsageError& error) {
+    Complain(OneLine(error.what()));
   }
+  return verb.badUsage;
 }
 
-/// What is wrong with a command line, in one line.
-std::string FaultOf(const CLI::App& app, const CLI::ParseError& error, const char* first) {
-  if (app.get_subcommands().empty() && first != nullptr && *first != '-') {
-    return "there is no subcommand " + QuotedText(first);
-  }
-  return VisibleText(OneLine(error.what()));
-}
-
-/// The answer to a command line that asks for no run: help or the version on "output",
-/// or one line on standard error for what is wrong with it. "first" is the first argument.
-Status AnswerWithoutRun(const CLI::App& app, const CLI::ParseError& error, const char* first,
-                        std::ostream& output) {
-  if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-    std::ostream unused(nullptr);
-    app.exit(error, output, unused);
+Status Help(int argc, const char* const* argv) {
+  if (argc <= 2) {
+    Write(HelpText());
     return Status::Done;
   }
-  std::cerr << "tev: " + FaultOf(app, error, first) + " (see tev --help)\n" << std::flush;
+  if (const Verb* verb = FindVerb(argv[2])) {
+    const std::array<const char*, 2> arguments{argv[2], "--help"};
+    return RunVerb(*verb, static_cast<int>(arguments.size()), arguments.data());
+  }
+  Complain("there is no verb " + QuotedText(argv[2]) + kHelpAndVersion);
   return Status::BadUsage;
 }
 
-Status Run(int argc, const char* const* argv, std::ostream& output) {
-  CLI::App app("Looks into Tev model files", "tev");
-  Action action;
-  AddSubcommands(app, action);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return AnswerWithoutRun(app, error, argc > 1 ? argv[1] : nullptr, output);
+Status Run(int argc, const char* const* argv) {
+  const std::string_view first = argc > 1 ? argv[1] : "";
+  if (first == "help" || first == "--help" || first == "-h") {
+    return Help(argc, argv);
   }
-  return action(output);
+  if (first == "--version" || first == "-V") {
+    Write(std::string(kVersion) + '\n');
+    return Status::Done;
+  }
+  if (const Verb* verb = FindVerb(first)) {
+    return RunVerb(*verb, argc - 1, argv + 1);
+  }
+  Complain(argc > 1 ? "there is no verb " + QuotedText(first) + kHelpAndVersion
+                    : std::string("a verb is missing") + kHelpAndVersion);
+  return Status::BadUsage;
 }
 
 }  // namespace
 
 int RunTev(int argc, const char* const* argv) {
-  DescriptorStream output(STDOUT_FILENO, DescriptorStream::Ownership::Borrowed);
-  Status status = Status::FileFailed;
   try {
-    status = Run(argc, argv, output);
-  } catch (const std::exception& exception) {
-    std::cerr << "tev: " + VisibleText(ReasonOf(exception)) + '\n' << std::flush;
-  }
-  if (!output.Finish()) {
-    std::cerr << std::string("tev: ") +
-                     Exception::GetDescription(Exception::ErrorType::WriteError) +
-                     ": Unable to write the answer\n"
-              << std::flush;
+    return static_cast<int>(Run(argc, argv));
+  } catch (...) {
+    Complain(FailureOfCurrentException().what());
     return static_cast<int>(Status::FileFailed);
   }
-  return static_cast<int>(status);
 }

@@ -1,3 +1,5 @@
+// Tables of text for people.
+
 #include "tev/Table.h"
 
 #include <algorithm>
@@ -10,38 +12,48 @@ namespace {
 /// A longer cell sticks out, so that one long name does not make every row as long.
 constexpr std::size_t kWidest = 80;
 
+constexpr std::size_t kHeldBack = 250;
+
 }  // namespace
 
-Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {
+Table::Table(std::ostream& stream, std::vector<Column> columns, std::optional<std::size_t> limit)
+    : stream_(&stream), columns_(std::move(columns)), limit_(limit) {
   std::vector<std::string> headings;
   for (const Column& column : columns_) {
     headings.push_back(column.heading);
   }
-  widths_.resize(columns_.size());
   Add(std::move(headings));
 }
 
 void Table::Add(std::vector<std::string> cells) {
+  if (areWidthsKnown_) {
+    WriteRow(cells);
+    return;
+  }
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    widths_[i] = std::max(widths_[i], std::min(WidthOf(cells[i]), kWidest));
+    columns_[i].width = std::max(columns_[i].width, std::min(WidthOf(cells[i]), kWidest));
   }
   rows_.push_back(std::move(cells));
-}
-
-void Table::Write(std::ostream& stream) const {
-  for (const std::vector<std::string>& row : rows_) {
-    WriteRow(stream, row);
+  if (rows_.size() > kHeldBack) {
+    Finish();
   }
 }
 
-void Table::WriteRow(std::ostream& stream, const std::vector<std::string>& cells) const {
+void Table::Finish() {
+  areWidthsKnown_ = true;
+  for (const std::vector<std::string>& row : std::exchange(rows_, {})) {
+    WriteRow(row);
+  }
+}
+
+void Table::WriteRow(const std::vector<std::string>& cells) const {
   std::string line;
   for (std::size_t i = 0; i < cells.size(); ++i) {
     const std::size_t width = WidthOf(cells[i]);
-    const std::string padding(widths_[i] - std::min(widths_[i], width), ' ');
+    const std::string padding(columns_[i].width - std::min(columns_[i].width, width), ' ');
     const bool isLeft = columns_[i].align == Align::Left;
     line += "  " + (isLeft ? cells[i] + padding : padding + cells[i]);
   }
   line.erase(line.find_last_not_of(' ') + 1);
-  stream << line << '\n';
+  *stream_ << (limit_ ? FirstColumns(line, *limit_) : line) << '\n';
 }

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
-/// A table of text for people, with columns as wide as they need to be.
+/// Writes a table of text for people, row by row. Columns are as wide as the rows need that come
+/// first; these are held back until the widths are known, later ones that need more stick out.
 class Table {
  public:
   enum class Align { Left, Right };
@@ -13,21 +15,26 @@ class Table {
   struct Column {
     std::string heading;
     Align align;
+    std::size_t width = 0;  ///< what it has at least
   };
 
-  explicit Table(std::vector<Column> columns);
+  /// "stream" must outlive this. Lines are cut to "limit" columns where there is one.
+  Table(std::ostream& stream, std::vector<Column> columns,
+        std::optional<std::size_t> limit = std::nullopt);
 
-  /// Adds a row of as many cells as there are columns.
+  /// Adds a row; of fewer cells than there are columns where the last ones are empty. Lines are
+  /// indented by two and have no blanks at their end.
   void Add(std::vector<std::string> cells);
 
-  /// Writes the headings and all rows, each indented by two and without blanks at its
-  /// end.
-  void Write(std::ostream& stream) const;
+  /// Writes the rows that are held back.
+  void Finish();
 
  private:
-  void WriteRow(std::ostream& stream, const std::vector<std::string>& cells) const;
+  void WriteRow(const std::vector<std::string>& cells) const;
 
+  std::ostream* stream_;
   std::vector<Column> columns_;
-  std::vector<std::size_t> widths_;
-  std::vector<std::vector<std::string>> rows_;
+  std::optional<std::size_t> limit_;
+  std::vector<std::vector<std::string>> rows_;  // those that are held back
+  bool areWidthsKnown_ = false;
 };

@@ -1,24 +1,27 @@
+// tev tree: the tree of a model.
+
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
 #include "Lbt/Tev/TevInfo/TreeOutline.h"
 #include "tev/OpenedModel.h"
-#include "tev/Subcommands.h"
 #include "tev/TreeDrawing.h"
 #include "tev/TreeJson.h"
+#include "tev/Verbs.h"
 #include "tev/VisibleText.h"
 
 namespace {
 
-Ending AnswerTree(const std::string& path, AnswerWriter& writer, const TreeOptions& options) {
-  const std::string text = WithModel(path, [&](const LbtTev::Tree& tree) {
+void AnswerTree(const Input& input, AnswerWriter& writer, const TreeOptions& options) {
+  WithModel(input, writer, [&](const LbtTev::Tree& tree) {
     const LbtTev::Report::TreeOutline outline = LbtTev::Report::OutlineOf(tree);
-    return writer.IsJson() ? TreeJsonText(path, outline, options)
-                           : TreeDrawingText(outline, options);
+    if (writer.IsJson()) {
+      WriteTree(outline, options, writer.Facts());
+    } else {
+      writer.Text() << TreeDrawingText(outline, options);
+    }
   });
-  writer.Write(text);
-  return {};
 }
 
 /// What is wrong with the text of a whole number; empty where nothing is.
@@ -29,18 +32,24 @@ std::string WholeNumberFault(const std::string& text) {
   return isWhole ? "" : QuotedText(text) + " is no whole number";
 }
 
-}  // namespace
-
-void AddTree(CLI::App& app, Action& action) {
+Action SetUp(CLI::App& app) {
   const auto options = std::make_shared<TreeOptions>();
-  CLI::App& command = AddFileCommand(app, action, "tree", "Draw the trees of models",
-                                     [options](const std::string& path, AnswerWriter& writer) {
-                                       return AnswerTree(path, writer, *options);
-                                     });
-  command
-      .add_option("--depth", options->depth, "Draw only nodes down to this depth; the root is at 0")
+  app.add_option("--depth", options->depth, "Draw only nodes down to this depth; the root is at 0")
       ->option_text("N")
       ->check(WholeNumberFault);
-  command.add_flag("--attributes", options->attributes,
-                   "Tell the attributes of groups and variables, too");
+  app.add_flag("--attributes", options->attributes,
+               "Tell the attributes of groups and variables, too");
+  return RunWithFileOptions(
+      app, {.verb = "tree", .answer = [options](const Input& input, AnswerWriter& writer) {
+              AnswerTree(input, writer, *options);
+            }});
+}
+
+}  // namespace
+
+Verb TreeVerb() {
+  return {.name = "tree",
+          .summary = "Draw the trees of models",
+          .notes = "Example: tev tree --depth 3 bracket.tev",
+          .setUp = SetUp};
 }

@@ -1,3 +1,5 @@
+// The tree of a model as text.
+
 #include "tev/TreeDrawing.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The tree of a model in JSON.
+
 #include "tev/TreeJson.h"
 
 #include <array>
@@ -108,21 +110,21 @@ Json ObjectOf(const OutlineItem& item, bool isReached, const TreeOptions& option
   return json;
 }
 
-void Append(Json& nodes, const std::vector<OutlineItem>& items, bool areReached,
+void Append(JsonWriter& json, const std::vector<OutlineItem>& items, bool areReached,
             const TreeOptions& options) {
   for (const OutlineItem& item : items) {
     if (item.depth <= options.depth) {
-      nodes.push_back(ObjectOf(item, areReached, options));
+      json.Value(ObjectOf(item, areReached, options));
     }
   }
 }
 
 }  // namespace
 
-std::string TreeJsonText(const std::string& path, const TreeOutline& outline,
-                         const TreeOptions& options) {
-  Json json{{"file", path}, {"nodes", Json::array()}};
-  Append(json["nodes"], outline.reached, true, options);
-  Append(json["nodes"], outline.unreached, false, options);
-  return JsonText(json);
+void WriteTree(const TreeOutline& outline, const TreeOptions& options, JsonWriter& json) {
+  json.Key("nodes");
+  json.OpenList();
+  Append(json, outline.reached, true, options);
+  Append(json, outline.unreached, false, options);
+  json.Close();
 }

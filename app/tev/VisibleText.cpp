@@ -1,3 +1,5 @@
+// Makes text fit for terminals.
+
 #include "tev/VisibleText.h"
 
 #include <algorithm>
@@ -38,17 +40,24 @@ bool IsScalar(std::uint32_t point, std::uint32_t least) {
   return point >= least && point <= 0x10FFFF && !isSurrogate;
 }
 
+/// Marks that turn the direction of text around would show a name as another one.
+bool IsDirection(std::uint32_t point) {
+  return point == 0x061C || point == 0x200E || point == 0x200F ||
+         (point >= 0x2028 && point <= 0x202E) || (point >= 0x2066 && point <= 0x2069);
+}
+
 /// The C1 controls count: some terminals obey them.
-bool IsControl(std::uint32_t point) { return point < 0x20 || (point >= 0x7F && point < 0xA0); }
+bool IsControl(std::uint32_t point) {
+  return point < 0x20 || (point >= 0x7F && point < 0xA0) || IsDirection(point);
+}
 
 struct Character {
   std::size_t length;  // in bytes
   std::uint32_t point;
 };
 
-/// The printable character that "text" starts with; of length 0 where it starts with
-/// anything else.
-Character FirstCharacter(std::string_view text) {
+/// The character that "text" starts with; of length 0 where it starts with no valid UTF-8.
+Character FirstOfAll(std::string_view text) {
   const Form form = FormOf(static_cast<unsigned char>(text.front()));
   const std::string_view rest = text.substr(1, form.length == 0 ? 0 : form.length - 1);
   if (rest.size() + 1 != form.length || !std::ranges::all_of(rest, IsContinuation)) {
@@ -58,8 +67,13 @@ Character FirstCharacter(std::string_view text) {
   for (const char c : rest) {
     point = (point << 6U) | (static_cast<unsigned char>(c) & 0x3FU);
   }
-  return IsScalar(point, form.least) && !IsControl(point) ? Character{form.length, point}
-                                                          : Character{};
+  return IsScalar(point, form.least) ? Character{form.length, point} : Character{};
+}
+
+/// The same, where it is printable.
+Character FirstCharacter(std::string_view text) {
+  const Character character = FirstOfAll(text);
+  return IsControl(character.point) ? Character{} : character;
 }
 
 void AppendByte(std::string& text, unsigned char byte) {
@@ -83,6 +97,25 @@ std::string VisibleText(std::string_view text) {
     text.remove_prefix(std::max<std::size_t>(length, 1));
   }
   return visible;
+}
+
+std::string EscapedForJson(std::string_view json) {
+  std::string escaped;
+  while (!json.empty()) {
+    const Character character = FirstOfAll(json);
+    const std::size_t length = std::max<std::size_t>(character.length, 1);
+    if (character.point >= 0x7F && IsControl(character.point)) {
+      constexpr std::string_view kDigits = "0123456789abcdef";
+      escaped += "\\u";
+      for (int shift = 12; shift >= 0; shift -= 4) {
+        escaped += kDigits[(character.point >> static_cast<unsigned>(shift)) & 0xFU];
+      }
+    } else {
+      escaped += json.substr(0, length);
+    }
+    json.remove_prefix(length);
+  }
+  return escaped;
 }
 
 std::string QuotedText(std::string_view text) { return '"' + VisibleText(text) + '"'; }

@@ -4,12 +4,15 @@
 #include <string>
 #include <string_view>
 
-/// "text" as it may go to a terminal: every control character and every byte that is no
-/// part of valid UTF-8 is written out, as "\x1b". Models come from anywhere, and a
-/// name must not move the cursor or retitle the window.
+/// "text" as it may go to a terminal: every control character, every mark that changes the
+/// direction of text and every byte that is no part of valid UTF-8 is written out, as "\x1b".
+/// Models come from anywhere, and a name must not move the cursor or retitle the window.
 [[nodiscard]] std::string VisibleText(std::string_view text);
 
-/// The same between double quotes.
+/// The text of JSON with "\u0085" for the characters that VisibleText writes out and JSON allows.
+[[nodiscard]] std::string EscapedForJson(std::string_view json);
+
+/// "text" between double quotes, made visible.
 [[nodiscard]] std::string QuotedText(std::string_view text);
 
 /// "text" without the line feeds at its end, those within replaced by blanks.

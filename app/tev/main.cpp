@@ -1,11 +1,13 @@
+// The program tev.
+
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <new>
 
 #include "Lbt/Util/FileAccess.h"
+#include "tev/FileRun.h"
 #include "tev/RunTev.h"
-#include "tev/Subcommands.h"
 
 namespace {
 

@@ -60,6 +60,29 @@ TEST_F(JsonWriterTest, ValueInPieces_HasTheFormOfAWholeOne) {
             "}");
 }
 
+TEST_F(JsonWriterTest, OneLine_HasABlankAfterEachCommaAndColon) {
+  {
+    JsonWriter line(text, JsonLayout::OneLine);
+    line.OpenObject();
+    line.Member("a", Json{1, {{"b", "\n"}}});
+    line.Member("c", nullptr);
+  }
+  EXPECT_EQ(text.str(), R"({"a": [1, {"b": "\n"}], "c": null})");
+}
+
+TEST_F(JsonWriterTest, MembersOfAnObjectAround_GoOnAfterItsFirst) {
+  json.OpenObject();
+  json.Member("first", 1);
+  {
+    JsonWriter members(text, JsonLayout::Indented, 1);
+    members.Member("second", 2);
+    members.Key("list");
+    members.OpenList();
+    members.Value(3);
+  }
+  EXPECT_EQ(Closed(), "{\n  \"first\": 1,\n  \"second\": 2,\n  \"list\": [\n    3\n  ]\n}");
+}
+
 TEST_F(JsonWriterTest, ValueThatBreaksOffBehindAKey_IsClosedAsNull) {
   json.OpenObject();
   json.Key("list");

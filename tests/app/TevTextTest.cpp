@@ -70,24 +70,38 @@ TEST(WidthOf, Characters_CountAsTerminalsShowThem) {
   EXPECT_EQ(WidthOf("\xf0\x9f\x94\xa7 "), 3U);
 }
 
-TEST(ProgressText, WidePath_IsCutToTheColumnsThatItTakes) {
-  const std::string_view before = "2 of 10 files done, at work on ";
-  const std::string path = "\xe6\xbc\xa2\xe5\xad\x97";
-  EXPECT_EQ(ProgressText(2, 10, path, before.size() + 4), std::string(before) + path);
-  EXPECT_EQ(ProgressText(2, 10, path, before.size() + 3), std::string(before) + path.substr(0, 3));
+TEST(VisibleText, MarksThatTurnTextAround_AreWrittenOut) {
+  EXPECT_EQ(VisibleText("a\xe2\x80\xae"
+                        "b"),
+            "a\\xe2\\x80\\xae"
+            "b");                                             // right to left
+  EXPECT_EQ(VisibleText("\xe2\x81\xa6"), "\\xe2\\x81\\xa6");  // an isolate
+  EXPECT_EQ(VisibleText("\xd8\x9c"), "\\xd8\\x9c");           // of Arabic letters
+  EXPECT_EQ(VisibleText("\xe2\x80\xad"), "\\xe2\\x80\\xad");
+  EXPECT_EQ(VisibleText("\xe2\x80\x90"), "\xe2\x80\x90");  // a hyphen
 }
 
-TEST(ProgressText, Path_IsMadeVisibleAndCut) {
-  EXPECT_EQ(ProgressText(2, 10, "a\x1b", 80), "2 of 10 files done, at work on a\\x1b");
-  EXPECT_EQ(ProgressText(2, 10, "a", 7), "2 of 10");
+TEST(EscapedForJson, WhatTerminalsObey_IsEscapedAndNothingElse) {
+  EXPECT_EQ(EscapedForJson("a\x7f\xc2\x85\xe2\x80\xae\xd8\x9c"), "a\\u007f\\u0085\\u202e\\u061c");
+  EXPECT_EQ(EscapedForJson("\n{\"K\xc3\xbchl\"}"), "\n{\"K\xc3\xbchl\"}");
+}
+
+TEST(ProgressText, Path_IsMadeVisible) {
+  EXPECT_EQ(ProgressText(2, 10, "a\x1b"), "2 of 10 files done, at work on a\\x1b");
+}
+
+TEST(ProgressText, UnknownNumberOfFiles_IsLeftOut) {
+  EXPECT_EQ(ProgressText(2, std::nullopt, "a"), "2 files done, at work on a");
+  EXPECT_EQ(ProgressText(1, std::nullopt, "a"), "1 file done, at work on a");
+  EXPECT_EQ(ProgressText(0, 1, "a"), "0 of 1 file done, at work on a");
 }
 
 TEST(Table, Columns_AreAsWideAsTheyNeedToBe) {
-  Table table({{"Name", Table::Align::Left}, {"N", Table::Align::Right}});
+  std::ostringstream stream;
+  Table table(stream, {{"Name", Table::Align::Left}, {"N", Table::Align::Right}});
   table.Add({"K\xc3\xbchler", "1"});
   table.Add({"x", "200"});
-  std::ostringstream stream;
-  table.Write(stream);
+  table.Finish();
   EXPECT_EQ(stream.str(),
             "  Name      N\n"
             "  K\xc3\xbchler    1\n"
@@ -95,11 +109,11 @@ TEST(Table, Columns_AreAsWideAsTheyNeedToBe) {
 }
 
 TEST(Table, CellsOfWideCharactersAndMarks_LineUp) {
-  Table table({{"Name", Table::Align::Left}, {"N", Table::Align::Right}});
+  std::ostringstream stream;
+  Table table(stream, {{"Name", Table::Align::Left}, {"N", Table::Align::Right}});
   table.Add({"\xe6\xbc\xa2\xe5\xad\x97z", "1"});
   table.Add({"Ku\xcc\x88hl", "2"});
-  std::ostringstream stream;
-  table.Write(stream);
+  table.Finish();
   EXPECT_EQ(stream.str(),
             "  Name   N\n"
             "  \xe6\xbc\xa2\xe5\xad\x97z  1\n"
@@ -108,11 +122,11 @@ TEST(Table, CellsOfWideCharactersAndMarks_LineUp) {
 
 /// The rows of a table with one cell of that many characters above a short one.
 std::string RowsOf(std::size_t longest) {
-  Table table({{"Name", Table::Align::Left}, {"N", Table::Align::Right}});
+  std::ostringstream stream;
+  Table table(stream, {{"Name", Table::Align::Left}, {"N", Table::Align::Right}});
   table.Add({std::string(longest, 'x'), "1"});
   table.Add({"short", "2"});
-  std::ostringstream stream;
-  table.Write(stream);
+  table.Finish();
   return stream.str();
 }
 
@@ -133,11 +147,11 @@ TEST(Table, LongerCell_SticksOutAndLeavesTheOtherRowsAsTheyAre) {
 }
 
 TEST(Table, LongerCellOfAColumnToTheRight_SticksOutToo) {
-  Table table({{"N", Table::Align::Right}});
+  std::ostringstream stream;
+  Table table(stream, {{"N", Table::Align::Right}});
   table.Add({std::string(100, '9')});
   table.Add({"7"});
-  std::ostringstream stream;
-  table.Write(stream);
+  table.Finish();
   EXPECT_EQ(stream.str(), "  " + Blanks(79) + "N\n" +                //
                               "  " + std::string(100, '9') + "\n" +  //
                               "  " + Blanks(79) + "7\n");

@@ -140,7 +140,7 @@ TEST_F(MemoryLimitOfACheck, VeryManyBlocks_AreListedAsTheyAreMade) {
   }
   dir.Write("m.tev", writer.Build().bytes);
   const RunResult run =
-      Run({"ls", "--json", "m.tev", "m.tev"}, {.hooks = {Limit(RLIMIT_AS, kLimit / 3)}});
+      Run({"blocks", "--json", "m.tev", "m.tev"}, {.hooks = {Limit(RLIMIT_AS, kLimit / 3)}});
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.error, "");
   EXPECT_NE(run.output.rfind("\"number\": 99999,"), std::string::npos);

@@ -96,7 +96,7 @@ TEST_F(StandardStreams, StandardOutputThatIsTheModel_FailsAndLeavesTheModel) {
   ExpectNotWritten(Run({"--extract-data", model, model}, {.output = output.Stream()}));
   EXPECT_EQ(ReadFile(model), bytes);
 
-  const RunResult tev = RunProgram({TEV_PROGRAM, "ls", model}, {.output = output.Stream()});
+  const RunResult tev = RunProgram({TEV_PROGRAM, "blocks", model}, {.output = output.Stream()});
   EXPECT_EQ(tev.status, 2);
   EXPECT_EQ(tev.error, "tev: " + model + ": standard output is this file\n");
   EXPECT_EQ(ReadFile(model), bytes);

@@ -64,29 +64,32 @@ class TevFiles : public TevRun {
   }
 };
 
+constexpr const char* kHint = " (\"tev check\" tells more)\n";
+
 TEST_F(TevFiles, MissingFile_IsNamedAndTheOthersAreDone) {
   Write("a.tev", SmallModel());
   Write("b.tev", SmallModel());
-  const RunResult run = Run({"ls", "a.tev", "missing.tev", "b.tev"});
+  const RunResult run = Run({"blocks", "a.tev", "missing.tev", "b.tev"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.error, "tev: missing.tev: Unable to open file \"missing.tev\"\n");
-  EXPECT_EQ(run.output, Answer({"ls", "a.tev", "b.tev"}));
+  EXPECT_EQ(run.error, "tev: missing.tev: cannot open: No such file or directory\n");
+  EXPECT_EQ(run.output, Answer({"blocks", "a.tev", "b.tev"}));
 }
 
 TEST_F(TevFiles, EachFileThatFails_IsNamedWithItsReason) {
   dir.Write("text.tev", "no model");
+  dir.Write("empty.tev", "");
   dir.Write("new.tev", ContainerWriter().SetVersion("1.4").Build().bytes);
   dir.Write("cut.tev", Hex("89 'LBF' 0d0a1a0a '1.3' 00"));
-  dir.MakeDirectory("folder");
-  const RunResult run = Run({"info", "text.tev", "new.tev", "cut.tev", "folder"});
+  const RunResult run = Run({"info", "text.tev", "empty.tev", "new.tev", "cut.tev", "/dev/null"});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.output, "");
   EXPECT_EQ(run.error,
-            "tev: text.tev: text.tev is not a Tev file\n"
+            "tev: text.tev: not a Tev file\n"
+            "tev: empty.tev: not a Tev file: it is empty\n"
             "tev: new.tev: This file is of tev file version 14. This version of Quarlo only "
             "supports tev file version upto 13.\n"
-            "tev: cut.tev: Not enough bytes in the block\n"
-            "tev: folder: folder is not a Tev file\n");
+            "tev: cut.tev: damaged: Not enough bytes in the block" +
+                std::string(kHint) + "tev: /dev/null: is no regular file\n");
 }
 
 TEST_F(TevFiles, BlockThatZlibRefuses_IsNamedByNumberAndStream) {
@@ -103,8 +106,8 @@ TEST_F(TevFiles, BlockThatZlibRefuses_IsNamedByNumberAndStream) {
   EXPECT_EQ(run.output, "");
   EXPECT_EQ(run.error,
             "Error -3 while uncompressing block \n"
-            "tev: a.tev: zlib refuses the data of block " +
-                std::to_string(number) + " (Light Data)\n");
+            "tev: a.tev: damaged: zlib refuses the data of block " +
+                std::to_string(number) + " (Light Data)" + kHint);
 }
 
 TEST_F(TevFiles, SecondIndexThatZlibRefuses_IsNamedToo) {
@@ -115,11 +118,12 @@ TEST_F(TevFiles, SecondIndexThatZlibRefuses_IsNamedToo) {
                                      .compressed = true,
                                      .storedBytes = Hex("10000000 'no zlib stream'")}});
   dir.Write("a.tev", container.Build().bytes);
-  const RunResult run = Run({"ls", "a.tev"});
+  const RunResult run = Run({"blocks", "a.tev"});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.error,
             "Error -3 while uncompressing block \n"
-            "tev: a.tev: zlib refuses the data of block 1 (\\x0bIndex Block 1)\n");
+            "tev: a.tev: damaged: zlib refuses the data of block 1 (\\x0bIndex Block 1)" +
+                std::string(kHint));
 }
 
 TEST_F(TevFiles, ShapeWhoseFirstChildIsNoGeometry_FailsAndTheOthersAreDone) {
@@ -129,7 +133,8 @@ TEST_F(TevFiles, ShapeWhoseFirstChildIsNoGeometry_FailsAndTheOthersAreDone) {
   Write("a.tev", SmallModel());
   const RunResult run = Run({"info", "broken.tev", "a.tev"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.error, "tev: broken.tev: the first child of a shape is no geometry\n");
+  EXPECT_EQ(run.error, "tev: broken.tev: damaged: the first child of a shape is no geometry" +
+                           std::string(kHint));
   EXPECT_EQ(run.output, Answer({"info", "a.tev"}));
 }
 
@@ -140,13 +145,13 @@ TEST_F(TevFiles, ShapeWithoutAGeometry_FailsInsteadOfGivingHalfOfTheFacts) {
   const RunResult run = Run({"info", "a.tev"});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.output, "");
-  EXPECT_EQ(run.error, "tev: a.tev: Element Not Found\n");
+  EXPECT_EQ(run.error, "tev: a.tev: damaged: Element Not Found" + std::string(kHint));
 }
 
 TEST_F(TevFiles, ControlCharactersInAPath_DoNotReachTheTerminal) {
   const std::string name = "a\x1b[31m\n.tev";
   Write(name, SmallModel());
-  EXPECT_TRUE(Answer({"ls", name}).starts_with("a\\x1b[31m\\x0a.tev\n"));
+  EXPECT_TRUE(Answer({"blocks", name}).starts_with("a\\x1b[31m\\x0a.tev\n"));
 }
 
 TEST_F(TevFiles, Json_HasOneShapeForOneFileForManyAndForNone) {
@@ -154,7 +159,10 @@ TEST_F(TevFiles, Json_HasOneShapeForOneFileForManyAndForNone) {
   const std::string object =
       "    {\n"
       "      \"file\": \"a.tev\",\n"
-      "      \"fileBytes\": 20,\n"
+      "      \"failure\": null,\n"
+      "      \"complete\": true,\n"
+      "      \"missing\": [],\n"
+      "      \"bytes\": 20,\n"
       "      \"version\": \"1.3\",\n"
       "      \"index\": {\n"
       "        \"offset\": 16,\n"
@@ -169,42 +177,67 @@ TEST_F(TevFiles, Json_HasOneShapeForOneFileForManyAndForNone) {
       "        \"ratio\": null\n"
       "      }\n"
       "    }";
-  const std::string start = "{\n  \"command\": \"ls\",\n  \"files\": [";
-  const std::string end = "\n  ],\n  \"failures\": []\n}\n";
-  EXPECT_EQ(Answer({"ls", "--json", "a.tev"}), start + "\n" + object + end);
-  EXPECT_EQ(Answer({"ls", "--json", "a.tev", "a.tev"}),
+  const std::string start = "{\n  \"format\": \"tev.blocks/1\",\n  \"files\": [";
+  const std::string end = "\n  ]\n}\n";
+  EXPECT_EQ(Answer({"blocks", "--json", "a.tev"}), start + "\n" + object + end);
+  EXPECT_EQ(Answer({"blocks", "--json", "a.tev", "a.tev"}),
             start + "\n" + object + ",\n" + object + end);
-  EXPECT_EQ(Run({"ls", "--json", "x"}).output,
+  EXPECT_EQ(Run({"blocks", "--json", "x"}).output,
             start +
-                "],\n  \"failures\": [\n    {\n      \"file\": \"x\",\n      \"reason\": \"Unable "
-                "to open file \\\"x\\\"\"\n    }\n  ]\n}\n");
+                "\n    {\n"
+                "      \"file\": \"x\",\n"
+                "      \"failure\": {\n"
+                "        \"code\": \"not-found\",\n"
+                "        \"message\": \"cannot open: No such file or directory\"\n"
+                "      },\n"
+                "      \"complete\": false,\n"
+                "      \"missing\": []\n"
+                "    }" +
+                end);
 }
 
-TEST_F(TevFiles, SeveralFilesOnATerminal_ShowOneLineThatIsClearedAtTheEnd) {
+TEST_F(TevFiles, JsonLines_HaveALineForEachFileInOrder) {
+  dir.Write("a.tev", ContainerWriter().Build().bytes);
+  const std::string facts =
+      ", \"bytes\": 20, \"version\": \"1.3\", \"index\": {\"offset\": 16, \"bytes\": 4}, "
+      "\"blocks\": [], \"streams\": [], \"totals\": {\"blocks\": 0, \"storedBytes\": 0, "
+      "\"inflatedBytes\": 0, \"ratio\": null}}\n";
+  const std::string start = "{\"format\": \"tev.blocks/1\", \"file\": ";
+  const RunResult run = Run({"blocks", "--jsonl", "a.tev", "x", "a.tev"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.error, "tev: x: cannot open: No such file or directory\n");
+  const std::string good =
+      start + "\"a.tev\", \"failure\": null, \"complete\": true, \"missing\": []" + facts;
+  EXPECT_EQ(run.output, good + start +
+                            "\"x\", \"failure\": {\"code\": \"not-found\", \"message\": "
+                            "\"cannot open: No such file or directory\"}, \"complete\": false, "
+                            "\"missing\": []}\n" +
+                            good);
+  EXPECT_EQ(Check(run.output, "lines", Schema("blocks")), "");
+}
+
+TEST_F(TevFiles, ProgressThatIsWanted_ShowsOneLineThatIsClearedAtTheEnd) {
   Write("a.tev", SmallModel());
-  Write("b.tev", SmallModel());
-  EXPECT_EQ(OnTerminal({"ls", "a.tev", "b.tev"}),
-            "\r\x1b[K0 of 2 files done, at work on a.tev\r\r\x1b[K"
-            "\r\x1b[K1 of 2 files done, at work on b.tev\r\r\x1b[K");
+  const std::string shown = OnTerminal({"blocks", "--progress", "a.tev", "a.tev"});
+  EXPECT_TRUE(shown.starts_with("\r\x1b[K0 of 2 files done, at work on a.tev\r\r\x1b[K")) << shown;
+  EXPECT_TRUE(shown.ends_with("\r\r\x1b[K")) << shown;
 }
 
 TEST_F(TevFiles, FailureOnATerminal_StandsOnALineOfItsOwn) {
-  EXPECT_EQ(OnTerminal({"ls", "x", "y"}),
-            "\r\x1b[K0 of 2 files done, at work on x\r\r\x1b[K"
-            "tev: x: Unable to open file \"x\"\r\n"
-            "\r\x1b[K1 of 2 files done, at work on y\r\r\x1b[K"
-            "tev: y: Unable to open file \"y\"\r\n");
+  EXPECT_TRUE(OnTerminal({"blocks", "--progress", "x", "y"})
+                  .starts_with("\r\x1b[K0 of 2 files done, at work on x\r\r\x1b[K"
+                               "tev: x: cannot open: No such file or directory\r\n"));
 }
 
 TEST_F(TevFiles, NarrowTerminal_CutsTheLine) {
   Write("a.tev", SmallModel());
-  const std::string written = OnTerminal({"ls", "a.tev", "a.tev"}, 21);
+  const std::string written = OnTerminal({"blocks", "--progress", "a.tev", "a.tev"}, 21);
   EXPECT_TRUE(written.starts_with("\r\x1b[K0 of 2 files done, a\r\r\x1b[K")) << written;
 }
 
-TEST_F(TevFiles, OneFileOnATerminal_ShowsNoProgress) {
+TEST_F(TevFiles, ProgressThatIsNotWanted_IsNotShown) {
   Write("a.tev", SmallModel());
-  EXPECT_EQ(OnTerminal({"ls", "a.tev"}), "");
+  EXPECT_EQ(OnTerminal({"blocks", "--no-progress", "a.tev", "a.tev"}), "");
 }
 
 }  // namespace

@@ -90,9 +90,9 @@ TEST_F(TevInfoCommand, Examples_FitTheSchemaAndWhatTheyWereMadeFrom) {
 TEST_F(TevInfoCommand, Json_HasTheExactSizeOfTheFile) {
   const std::string bytes = SmallModel().Build();
   dir.Write("a.tev", bytes);
-  EXPECT_NE(Answer({"info", "--json", "a.tev"})
-                .find("\"fileBytes\": " + std::to_string(bytes.size()) + ","),
-            std::string::npos);
+  EXPECT_NE(
+      Answer({"info", "--json", "a.tev"}).find("\"bytes\": " + std::to_string(bytes.size()) + ","),
+      std::string::npos);
 }
 
 TEST_F(TevInfoCommand, FileWithoutAModel_FitsTheSchema) {

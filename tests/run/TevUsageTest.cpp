@@ -15,48 +15,49 @@ void ExpectBadUsage(const RunResult& run, const std::string& line) {
 }
 
 TEST_F(TevUsage, NoArguments_IsBadUsageInOneLine) {
-  ExpectBadUsage(Run({}), "tev: A subcommand is required (see tev --help)\n");
+  ExpectBadUsage(Run({}), "tev: a verb is missing (see tev --help)\n");
 }
 
 TEST_F(TevUsage, UnknownSubcommand_IsNamed) {
-  ExpectBadUsage(Run({"fo\x1bo", "x"}),
-                 "tev: there is no subcommand \"fo\\x1bo\" (see tev --help)\n");
+  ExpectBadUsage(Run({"fo\x1bo", "x"}), "tev: there is no verb \"fo\\x1bo\" (see tev --help)\n");
 }
 
 TEST_F(TevUsage, NoModel_IsBadUsageOfEachSubcommand) {
-  for (const char* command : {"ls", "tree", "info", "cdf"}) {
-    ExpectBadUsage(Run({command}), "tev: MODEL is required (see tev --help)\n");
+  for (const std::string command : {"blocks", "tree", "info", "check"}) {
+    ExpectBadUsage(Run({command}), "tev: PATH is required (see tev " + command + " --help)\n");
   }
+  ExpectBadUsage(Run({"cdf"}), "tev: MODEL is required (see tev cdf --help)\n");
 }
 
 TEST_F(TevUsage, UnknownOption_IsBadUsageAndNothingIsDone) {
   Write("a.tev", SmallModel());
-  ExpectBadUsage(Run({"ls", "--jsno", "a.tev"}),
-                 "tev: The following argument was not expected: --jsno (see tev --help)\n");
+  ExpectBadUsage(Run({"blocks", "--jsno", "a.tev"}),
+                 "tev: The following argument was not expected: --jsno (see tev blocks --help)\n");
 }
 
 TEST_F(TevUsage, DepthThatIsNoWholeNumber_IsBadUsage) {
   for (const std::string depth : {"-1", "1.5", "two"}) {
     ExpectBadUsage(Run({"tree", "--depth", depth, "a.tev"}),
-                   "tev: --depth: \"" + depth + "\" is no whole number (see tev --help)\n");
+                   "tev: --depth: \"" + depth + "\" is no whole number (see tev tree --help)\n");
   }
 }
 
 TEST_F(TevUsage, CdfWithAFourthArgument_IsBadUsage) {
   ExpectBadUsage(Run({"cdf", "a.tev", "mesh", "out", "more"}),
-                 "tev: The following argument was not expected: more (see tev --help)\n");
+                 "tev: The following argument was not expected: more (see tev cdf --help)\n");
 }
 
 TEST_F(TevUsage, Help_ListsTheSubcommands) {
   const std::string help = Answer({"--help"});
-  for (const char* command : {"\n  cdf ", "\n  info ", "\n  ls ", "\n  tree "}) {
+  for (const char* command : {"\n  cdf ", "\n  info ", "\n  blocks ", "\n  tree "}) {
     EXPECT_NE(help.find(command), std::string::npos) << help;
   }
 }
 
 TEST_F(TevUsage, HelpOfASubcommand_ShowsHowToCallIt) {
-  EXPECT_NE(Answer({"ls", "--help"}).find("Usage: tev ls [OPTIONS] MODEL...\n"), std::string::npos);
-  EXPECT_NE(Answer({"info", "--help"}).find("Usage: tev info [OPTIONS] MODEL...\n"),
+  EXPECT_NE(Answer({"blocks", "--help"}).find("Usage: tev blocks [OPTIONS] PATH...\n"),
+            std::string::npos);
+  EXPECT_NE(Answer({"info", "--help"}).find("Usage: tev info [OPTIONS] PATH...\n"),
             std::string::npos);
   EXPECT_NE(Answer({"tree", "--help"}).find("--attributes"), std::string::npos);
   EXPECT_NE(Answer({"cdf", "--help"}).find("Usage: tev cdf [OPTIONS] MODEL GEOMETRY OUTPUT\n"),
@@ -66,16 +67,16 @@ TEST_F(TevUsage, HelpOfASubcommand_ShowsHowToCallIt) {
 TEST_F(TevUsage, Version_IsTheSameEverywhere) {
   const std::string version = Answer({"--version"});
   EXPECT_TRUE(version.starts_with("tev 0.") && version.ends_with("\n")) << version;
-  for (const char* command : {"ls", "tree", "info", "cdf"}) {
+  for (const char* command : {"blocks", "tree", "info", "cdf"}) {
     EXPECT_EQ(Answer({command, "--version"}), version);
   }
 }
 
 TEST_F(TevUsage, NamesOfFiles_AreTakenAsTheyAre) {
-  // As a list in brackets, as names of subcommands, and behind the end of the options.
-  for (const std::string name : {"[a,b]", "[x]", "ls", "info", "--json"}) {
+  // As a list in brackets, as names of verbs, and behind the end of the options.
+  for (const std::string name : {"[a,b]", "[x]", "blocks", "info", "--json", "++", "%%", "{}"}) {
     Write(name, SmallModel());
-    EXPECT_TRUE(Answer({"ls", "--", name}).starts_with(name + "\n")) << name;
+    EXPECT_TRUE(Answer({"blocks", "--", name}).starts_with(name + "\n")) << name;
   }
 }
 
@@ -84,7 +85,7 @@ TEST_F(TevUsage, AnyRun_WritesNoTraceLogAndAnnouncesNone) {
   const std::string log = dir.MakeDirectory("log");
   RunOptions options;
   options.environment = {{"QUARLO_TEMP_PATH", log}};
-  for (const char* command : {"ls", "tree", "info"}) {
+  for (const char* command : {"blocks", "tree", "info"}) {
     EXPECT_EQ(Run({command, "a.tev"}, options).error, "");
   }
   EXPECT_FALSE(dir.Has("log/TevInfo_trace.log"));
@@ -95,10 +96,10 @@ TEST_F(TevUsage, FullDisk_IsAWriteErrorWithStatus2) {
   RunOptions options;
   options.output = Redirect::To("/dev/full");
   for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"info", "a.tev"}, {"ls", "--json", "a.tev"}, {"--help"}}) {
+       {std::vector<std::string>{"info", "a.tev"}, {"blocks", "--json", "a.tev"}, {"--help"}}) {
     const RunResult run = Run(arguments, options);
     EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.error, "tev: Write Error: Unable to write the answer\n");
+    EXPECT_EQ(run.error, "tev: standard output: cannot write the answer\n");
   }
 }
 
@@ -109,7 +110,7 @@ TEST_F(TevUsage, ClosedStandardOutput_IsAWriteErrorAndNoModelIsHarmed) {
   options.output = Redirect{Redirect::Kind::Closed};
   const RunResult run = Run({"info", "a.tev"}, options);
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.error, "tev: Write Error: Unable to write the answer\n");
+  EXPECT_EQ(run.error, "tev: standard output: cannot write the answer\n");
   EXPECT_EQ(dir.Read("a.tev"), bytes);
 }
 

@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 """Checks what `tev ... --json` wrote, read from standard input.
 
-  check_tev_json.py schema SCHEMA.json
+  check_tev_json.py schema SCHEMA.json   (a document)
+  check_tev_json.py lines SCHEMA.json    (lines, of --jsonl)
   check_tev_json.py tree TRUTH.json.gz    (of one model, with --attributes)
   check_tev_json.py info TRUTH.json.gz    (of one model)
 
-"schema" validates it. The others compare it with TRUTH, which lists what the model was made from.
+"schema" and "lines" validate it against a closed copy of SCHEMA, which allows no key that it does
+not name. The others compare it with TRUTH, which lists what the model was made from.
 Exit status: 0 right, 1 wrong (the first difference is shown), 2 bad usage.
 """
 
@@ -20,11 +22,53 @@ NOT_KEPT = ("Complex", "Contents", "DataSource", "DataType", "Structure")
 MODIFIER = ("applicationName", "applicationVersion", "tevVersion", "userName", "date", "comment")
 
 
-def validate(document, path):
+IN_PLACE = ("allOf", "anyOf", "oneOf", "if", "then", "else", "not")
+
+
+def close(schema, is_whole=True):
+    """Forbids keys that the schema does not name. Schemas that apply in place of another, and entries,
+    which lines add a key to, are closed by what refers to them."""
+    if isinstance(schema, list):
+        for item in schema:
+            close(item, is_whole)
+    elif isinstance(schema, dict):
+        for key, value in schema.items():
+            if key == "$defs":
+                for name, definition in value.items():
+                    close(definition, name != "entry")
+            elif key == "properties":
+                for part in value.values():
+                    close(part)
+            elif key in IN_PLACE:
+                close(value, False)
+            elif key == "items":
+                close(value)
+        if is_whole and ("properties" in schema or schema.get("$ref") == "#/$defs/entry"):
+            schema["unevaluatedProperties"] = False
+
+
+def closed_copy(path):
     with open(path, encoding="utf-8") as file:
         schema = json.load(file)
     jsonschema.Draft202012Validator.check_schema(schema)
-    jsonschema.Draft202012Validator(schema).validate(document)
+    close(schema)
+    return schema
+
+
+def validate(text, path):
+    jsonschema.Draft202012Validator(closed_copy(path)).validate(json.loads(text))
+
+
+def validate_lines(text, path):
+    schema = closed_copy(path)
+    line_schema = {key: schema[key] for key in ("$schema", "$id", "$defs")}
+    line_schema["$ref"] = "#/$defs/line"
+    validator = jsonschema.Draft202012Validator(line_schema)
+    lines = text.splitlines()
+    if not lines:
+        raise AssertionError("there is no line")
+    for line in lines:
+        validator.validate(json.loads(line))
 
 
 def attributes(stored):
@@ -114,17 +158,18 @@ def check_info(document, truth):
 
 
 def main():
+    schemas = {"schema": validate, "lines": validate_lines}
     checks = {"tree": check_tree, "info": check_info}
-    if len(sys.argv) != 3 or sys.argv[1] not in ("schema", *checks):
+    if len(sys.argv) != 3 or sys.argv[1] not in (*schemas, *checks):
         print(__doc__, file=sys.stderr)
         return 2
-    document = json.loads(sys.stdin.buffer.read().decode("utf-8"))
+    text = sys.stdin.buffer.read().decode("utf-8")
     try:
-        if sys.argv[1] == "schema":
-            validate(document, sys.argv[2])
+        if sys.argv[1] in schemas:
+            schemas[sys.argv[1]](text, sys.argv[2])
         else:
             with gzip.open(sys.argv[2], "rt", encoding="utf-8") as file:
-                checks[sys.argv[1]](document, json.load(file))
+                checks[sys.argv[1]](json.loads(text), json.load(file))
     except (AssertionError, jsonschema.ValidationError) as error:
         print(error)
         return 1

@@ -102,7 +102,7 @@ void TryEverything(const std::string& path, Outcomes& outcomes) {
   ++outcomes["report: " + EndOf([&] { Report(tree, TevInfo::NativeMetaData); })];
   ++outcomes["dump: " + EndOf([&] { Report(tree, TevInfo::ExtractData); })];
   ++outcomes["export: " + EndOf([&] { Export(tree); })];
-  for (const char* command : {"ls", "tree", "info", "check"}) {
+  for (const char* command : {"blocks", "tree", "info", "check"}) {
     ++outcomes[std::string("tev ") + command + ": " + EndOfTev(command, path)];
   }
 }

@@ -116,7 +116,7 @@ TEST_P(Sweep, EveryDamage_EndsInANamedWay) {
   EXPECT_EQ(CountOf("bad alloc"), 0U);
   EXPECT_EQ(CountOf("Memory Allocation Error"), 0U);
   EXPECT_GT(CountOf("done"), 0U);
-  EXPECT_GT(CountOf("tev ls: failed"), 0U);
+  EXPECT_GT(CountOf("tev blocks: failed"), 0U);
 }
 
 // A sanitizer reserves address space of its own, so that a limit on it means nothing there.

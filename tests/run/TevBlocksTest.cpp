@@ -8,7 +8,7 @@
 namespace tevtest {
 namespace {
 
-using TevLs = TevRun;
+using TevBlocks = TevRun;
 
 /// The words of a line.
 std::vector<std::string> Words(const std::string& line) {
@@ -34,7 +34,7 @@ std::vector<std::vector<std::string>> Rows(const std::string& text) {
 
 using Row = std::vector<std::string>;
 
-TEST_F(TevLs, Text_ListsTheBlocksThenTheTotals) {
+TEST_F(TevBlocks, Text_ListsTheBlocksThenTheTotals) {
   // Payloads of powers of two, so that the ratios are known: 12 bytes stored for 24.
   ContainerWriter writer;
   writer.AddRaw("Alpha", "12345678");
@@ -44,97 +44,104 @@ TEST_F(TevLs, Text_ListsTheBlocksThenTheTotals) {
   // The index: 4 bytes for the count, 11 and the name for each of four entries.
   constexpr int kIndex = 4 + 4 * 11 + 3 * 5 + 4;
   const auto at = [](int offset) { return std::to_string(16 + kIndex + offset); };
-  EXPECT_EQ(Rows(Answer({"ls", "a.tev"})),
+  EXPECT_EQ(Rows(Answer({"blocks", "a.tev"})),
             (std::vector<Row>{
                 {"a.tev"},
                 {"Version", "1.3,", at(24), "bytes", "(" + at(24), "B),", "index", "of",
                  std::to_string(kIndex), "bytes", "at", "16"},
                 {"Block", "Stream", "Stored", "Inflated", "Ratio", "Offset", "Compression"},
-                {"0", "Alpha", "8", "8", "1", at(0), "none"},
-                {"1", "Beta", "12", "24", "2", at(8), "zlib"},
+                {"0", "Alpha", "8", "8", "1.00", at(0), "none"},
+                {"1", "Beta", "12", "24", "2.00", at(8), "zlib"},
                 {"2", "Alpha", "0", "0", "-", at(20), "none"},
-                {"3", "Alpha", "4", "4", "1", at(20), "none"},
+                {"3", "Alpha", "4", "4", "1.00", at(20), "none"},
                 {"Stream", "Blocks", "Stored", "Inflated", "Ratio"},
-                {"Alpha", "3", "12", "12", "1"},
-                {"Beta", "1", "12", "24", "2"},
-                {"(all)", "4", "24", "36", "1.5"},
+                {"Alpha", "3", "12", "12", "1.00"},
+                {"Beta", "1", "12", "24", "2.00"},
+                {"(all)", "4", "24", "36", "1.50"},
             }));
 }
 
-TEST_F(TevLs, Columns_StandUnderTheirHeadings) {
+TEST_F(TevBlocks, Columns_StandUnderTheirHeadings) {
   dir.Write("a.tev", ContainerWriter().AddRaw("K\xc3\xbchl", "1").AddRaw("x", "").Build().bytes);
-  const std::string text = Answer({"ls", "a.tev"});
+  const std::string text = Answer({"blocks", "a.tev"});
   EXPECT_NE(text.find("\n"
                       "  Block  Stream  Stored  Inflated  Ratio  Offset  Compression\n"
-                      "      0  K\xc3\xbchl         1         1      1      48  none\n"
+                      "      0  K\xc3\xbchl         1         1   1.00      48  none\n"
                       "      1  x            0         0      -      49  none\n"
                       "\n"
                       "  Stream  Blocks  Stored  Inflated  Ratio\n"
-                      "  K\xc3\xbchl         1       1         1      1\n"
+                      "  K\xc3\xbchl         1       1         1   1.00\n"
                       "  x            1       0         0      -\n"
-                      "  (all)        2       1         1      1\n"),
+                      "  (all)        2       1         1   1.00\n"),
             std::string::npos)
       << text;
 }
 
-TEST_F(TevLs, BlocksThatZlibWouldRefuse_AreListedAllTheSame) {
+TEST_F(TevBlocks, BlocksThatZlibWouldRefuse_AreListedAllTheSame) {
   ContainerWriter writer;
   writer.Add(
       {.name = "Heavy Data", .compressed = true, .storedBytes = Hex("ffffffff 'no zlib stream'")});
   dir.Write("a.tev", writer.Build().bytes);
-  EXPECT_EQ(Rows(Answer({"ls", "a.tev"})).at(3),
-            (Row{"0", "Heavy", "Data", "18", "4294967295", "2.38609e+08", "41", "zlib"}));
+  EXPECT_EQ(Rows(Answer({"blocks", "a.tev"})).at(3),
+            (Row{"0", "Heavy", "Data", "18", "4294967295", "238609294.17", "41", "zlib"}));
 }
 
-TEST_F(TevLs, SecondIndex_IsFollowed) {
+TEST_F(TevBlocks, SecondIndex_IsFollowed) {
   ContainerWriter writer;
   writer.AddRaw("A", "1").AddRaw("B", "22");
   writer.ContinueAfter({.after = 1, .block = {.name = "\vIndex Block 1", .compressed = true}});
   const Container container = writer.Build();
   dir.Write("a.tev", container.bytes);
-  const auto rows = Rows(Answer({"ls", "a.tev"}));
+  const auto rows = Rows(Answer({"blocks", "a.tev"}));
   const BlockPlace& second = container.continuations.at(0);
   EXPECT_EQ(rows.at(4).at(0) + rows.at(4).at(1) + rows.at(4).at(4),
             "1\\x0bIndex" + std::to_string(second.storedSize));
   EXPECT_EQ(rows.at(5),
-            (Row{"2", "B", "2", "2", "1", std::to_string(container.Block("B").offset), "none"}));
+            (Row{"2", "B", "2", "2", "1.00", std::to_string(container.Block("B").offset), "none"}));
 }
 
-TEST_F(TevLs, CutFile_IsListedAndFails) {
+TEST_F(TevBlocks, CutFile_IsListedAndFails) {
   ContainerWriter writer;
   writer.AddRaw("A", "1111").AddCompressed("B", "22222222").AddRaw("C", "3");
   const Container whole = writer.Build();
   dir.Write("a.tev", writer.TruncateTo(whole.Block("B").offset + 3).Build().bytes);
-  const RunResult run = Run({"ls", "a.tev"});
+  const RunResult run = Run({"blocks", "a.tev"});
+  const std::string missing = std::to_string(whole.bytes.size() - whole.Block("B").offset - 3);
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.error, "tev: a.tev: block 1 (B) does not lie within the file\n");
+  EXPECT_EQ(run.error, "tev: a.tev: damaged: the file ends " + missing +
+                           " bytes early, in block 1 (B) of 3 blocks"
+                           " (\"tev check\" tells more)\n");
   const auto rows = Rows(run.output);
-  EXPECT_EQ(rows.at(3).at(1), "A");
-  EXPECT_EQ(rows.at(4), (Row{"1", "B", std::to_string(whole.Block("B").storedSize), "-", "-",
+  EXPECT_EQ(rows.at(1).at(0), "INCOMPLETE:");
+  EXPECT_EQ(rows.at(4).at(1), "A");
+  EXPECT_EQ(rows.at(5), (Row{"1", "B", std::to_string(whole.Block("B").storedSize), "-", "-",
                              std::to_string(whole.Block("B").offset), "zlib"}));
-  EXPECT_EQ(Check(Run({"ls", "--json", "a.tev"}).output, "schema", Schema("ls")), "");
+  EXPECT_EQ(Check(Run({"blocks", "--json", "a.tev"}).output, "schema", Schema("blocks")), "");
 }
 
-TEST_F(TevLs, CompressedBlockWithoutALengthField_Fails) {
+TEST_F(TevBlocks, CompressedBlockWithoutALengthField_Fails) {
   ContainerWriter writer;
   writer.Add({.name = "A", .compressed = true, .storedBytes = "123"});
   dir.Write("a.tev", writer.Build().bytes);
-  const RunResult run = Run({"ls", "a.tev"});
+  const RunResult run = Run({"blocks", "a.tev"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.error, "tev: a.tev: block 0 (A) is too short for a compressed block\n");
+  EXPECT_EQ(
+      run.error,
+      "tev: a.tev: damaged: block 0 (A) is too short for a compressed block (\"tev check\" tells "
+      "more)\n");
 }
 
-TEST_F(TevLs, Examples_FitTheSchema) {
+TEST_F(TevBlocks, Examples_FitTheSchema) {
   const std::string answer =
-      Answer({"ls", "--json", Example("bracket.tev"), Example("heatsink.tev")});
-  EXPECT_EQ(Check(answer, "schema", Schema("ls")), "");
+      Answer({"blocks", "--json", Example("bracket.tev"), Example("heatsink.tev")});
+  EXPECT_EQ(Check(answer, "schema", Schema("blocks")), "");
 }
 
-TEST_F(TevLs, Json_HasExactNumbers) {
+TEST_F(TevBlocks, Json_HasExactNumbers) {
   ContainerWriter writer;
   writer.Add({.name = "B\xff\n", .compressed = true, .storedBytes = Hex("18000000 01020304")});
   dir.Write("a.tev", writer.Build().bytes);
-  const std::string answer = Answer({"ls", "--json", "a.tev"});
+  const std::string answer = Answer({"blocks", "--json", "a.tev"});
   EXPECT_NE(answer.find("        {\n"
                         "          \"number\": 0,\n"
                         "          \"stream\": \"B\xef\xbf\xbd\\n\",\n"
@@ -146,7 +153,7 @@ TEST_F(TevLs, Json_HasExactNumbers) {
                         "        }\n"),
             std::string::npos)
       << answer;
-  EXPECT_EQ(Check(answer, "schema", Schema("ls")), "");
+  EXPECT_EQ(Check(answer, "schema", Schema("blocks")), "");
 }
 
 }  // namespace

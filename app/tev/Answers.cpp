@@ -1,0 +1,223 @@
+// Writes the answers on all files of a run in the form that is asked for.
+
+#include "tev/Answers.h"
+
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "tev/VisibleText.h"
+
+namespace {
+
+/// What is open around the members of an ENTRY.
+constexpr std::size_t kDepthInDocument = 3;
+constexpr std::size_t kDepthInLine = 1;
+
+constexpr std::string_view kHint = " (\"tev check\" tells more)";
+
+std::string FormatOf(const std::string& verb) { return "tev." + verb + "/1"; }
+
+/// How a failure reads on standard error.
+std::string LineOf(const Failure& failure) {
+  return failure.Code() == FailureCode::Damaged
+             ? "damaged: " + std::string(failure.what()) + std::string(kHint)
+             : failure.what();
+}
+
+}  // namespace
+
+AnswerWriter::AnswerWriter(Style style, Output& output, Progress& progress)
+    : style_(std::move(style)), output_(&output), progress_(&progress), heldStream_(&held_) {
+  heldStream_.exceptions(std::ios::badbit);  // else a lack of memory would only cut the answer
+}
+
+void AnswerWriter::BeginFile(const std::string& path) {
+  path_ = path;
+  isTextBegun_ = false;
+  missing_.clear();
+  missingWritten_ = 0;
+  failure_.reset();
+  told_ = Told::OnStandardError;
+  hasFacts_ = true;
+  ClearFacts();
+}
+
+void AnswerWriter::ClearFacts() {
+  facts_.reset();
+  held_.Clear();
+  heldStream_.clear();
+}
+
+void AnswerWriter::BeginText() {
+  if (isTextBegun_) {
+    return;
+  }
+  progress_->Clear();
+  if (style_.form == Form::Csv && isFirstText_) {
+    output_->Stream() << style_.csvHeading << '\n';
+  } else if (style_.form == Form::Text && style_.layout == TextLayout::Sections) {
+    output_->Stream() << (isFirstText_ ? "" : "\n") << VisibleText(path_) << '\n';
+  }
+  isTextBegun_ = true;
+  isFirstText_ = false;
+}
+
+void AnswerWriter::WriteMissing() {
+  if (style_.form == Form::Text && style_.layout == TextLayout::Sections) {
+    for (; missingWritten_ < missing_.size(); ++missingWritten_) {
+      output_->Stream() << "  INCOMPLETE: " << VisibleText(missing_[missingWritten_]) << '\n';
+    }
+  }
+}
+
+std::ostream& AnswerWriter::Text() {
+  const bool isFirst = !isTextBegun_;
+  BeginText();
+  if (isFirst) {
+    WriteMissing();
+  }
+  return output_->Stream();
+}
+
+JsonWriter& AnswerWriter::Facts() {
+  if (!facts_) {
+    const bool isLine = style_.form == Form::JsonLines;
+    facts_.emplace(heldStream_, isLine ? JsonLayout::OneLine : JsonLayout::Indented,
+                   isLine ? kDepthInLine : kDepthInDocument);
+  }
+  return *facts_;
+}
+
+void AnswerWriter::AddMissing(std::string what) { missing_.push_back(std::move(what)); }
+
+void AnswerWriter::Fail(const Failure& failure, Told told) {
+  if (!failure_) {
+    failure_ = failure;
+    told_ = told;
+  }
+}
+
+void AnswerWriter::FailWithoutFacts(const Failure& failure) {
+  hasFacts_ = false;
+  ClearFacts();
+  failure_ = failure;
+  told_ = Told::OnStandardError;
+}
+
+std::optional<Failure> AnswerWriter::GetFailure() const {
+  if (failure_ || missing_.empty()) {
+    return failure_;
+  }
+  const std::size_t others = missing_.size() - 1;
+  return Failure(
+      FailureCode::Damaged,
+      missing_.front() + (others == 0 ? "" : ", and " + std::to_string(others) + " more"));
+}
+
+void AnswerWriter::WriteHead(JsonWriter& json) {
+  json.Member("file", path_);
+  json.Key("failure");
+  if (const auto failure = GetFailure()) {
+    json.OpenObject();
+    json.Member("code", NameOf(failure->Code()));
+    json.Member("message", failure->what());
+    json.Close();
+  } else {
+    json.Value(nullptr);
+  }
+  json.Member("complete", hasFacts_ && missing_.empty());
+  json.Key("missing");
+  json.OpenList();
+  for (const std::string& what : missing_) {
+    json.Value(what);
+  }
+  json.Close();
+}
+
+void AnswerWriter::BeginDocument() {
+  if (!document_) {
+    document_.emplace(output_->Stream());
+    document_->OpenObject();
+    document_->Member("format", FormatOf(style_.verb));
+    document_->Key("files");
+    document_->OpenList();
+  }
+}
+
+void AnswerWriter::WriteEntry() {
+  while (facts_ && facts_->Depth() > 0) {
+    facts_->Close();
+  }
+  progress_->Clear();
+  const bool isLine = style_.form == Form::JsonLines;
+  std::optional<JsonWriter> line;
+  if (isLine) {
+    line.emplace(output_->Stream(), JsonLayout::OneLine);
+  } else {
+    BeginDocument();
+  }
+  JsonWriter& json = isLine ? *line : *document_;
+  json.OpenObject();
+  if (isLine) {
+    json.Member("format", FormatOf(style_.verb));
+  }
+  WriteHead(json);
+  held_.CopyTo(output_->Stream());
+  json.Close();
+  if (isLine) {
+    output_->Stream() << '\n';
+  }
+}
+
+void AnswerWriter::TellFailure() const {
+  if (const auto failure = GetFailure(); failure && told_ == Told::OnStandardError) {
+    ReportFailure(path_, LineOf(*failure));
+  }
+}
+
+void AnswerWriter::EndFile() {
+  if (IsJson()) {
+    WriteEntry();
+  } else if (isTextBegun_) {
+    WriteMissing();
+  }
+  output_->Flush();
+  progress_->Clear();
+  TellFailure();
+  hasFailed_ = hasFailed_ || GetFailure();
+}
+
+void AnswerWriter::Close() {
+  if (style_.form == Form::Csv && isFirstText_) {
+    output_->Stream() << style_.csvHeading << '\n';
+  }
+  if (style_.form == Form::JsonDocument) {
+    BeginDocument();
+    document_->Close();
+    document_->Close();
+    output_->Stream() << '\n';
+  }
+}
+
+void ReportFailure(const std::string& path, std::string_view reason) {
+  std::cerr << "tev: " + VisibleText(path) + ": " + VisibleText(reason) + '\n' << std::flush;
+}
+
+void WriteCsvRow(std::ostream& stream, const std::vector<std::string>& cells) {
+  const char* separator = "";
+  for (const std::string& cell : cells) {
+    stream << separator;
+    separator = ",";
+    if (cell.find_first_of(",\"\r\n") == std::string::npos) {
+      stream << cell;
+      continue;
+    }
+    stream << '"';
+    for (const char c : cell) {
+      stream << (c == '"' ? "\"\"" : std::string_view(&c, 1));
+    }
+    stream << '"';
+  }
+  stream << '\n';
+}

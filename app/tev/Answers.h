@@ -1,0 +1,119 @@
+#pragma once
+
+#include <cstddef>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tev/Failure.h"
+#include "tev/JsonWriter.h"
+#include "tev/Output.h"
+#include "tev/Progress.h"
+#include "tev/TemporaryFile.h"
+
+/// What an answer is written as. JsonLines is one JSON object for each file, on a line of its own.
+enum class Form { Text, JsonDocument, JsonLines, Csv };
+
+/// How answers of text stand one after another: each as a section under its path, with an
+/// empty line between two, or all as one list of lines.
+enum class TextLayout { Sections, Lines };
+
+/// Who tells the user why a file failed: the frame, by a line on standard error, or the answer
+/// itself.
+enum class Told { OnStandardError, InTheAnswer };
+
+/// Writes the answers on several files, one after another, each in as many pieces as it comes in,
+/// with what stands around and between them.
+///
+/// JsonDocument: {"format": "tev.<verb>/1", "files": [ENTRY...]}. JsonLines: each ENTRY with
+/// "format" first. ENTRY: "file", "failure" (null, or {"code", "message"}; null exactly where the
+/// file does not make the exit status 2), "complete", "missing" (a list of texts), then the facts
+/// of the verb.
+///
+/// Since an ENTRY begins with how it ended, facts are held back until its end, in a temporary file
+/// where they are many; memory does not grow with them.
+class AnswerWriter {
+ public:
+  struct Style {
+    std::string verb;
+    Form form = Form::Text;
+    TextLayout layout = TextLayout::Sections;
+    std::string csvHeading{};  ///< the first line of the form Csv
+  };
+
+  /// "output" and "progress", whose line gives way to an answer, must outlive this.
+  AnswerWriter(Style style, Output& output, Progress& progress);
+
+  [[nodiscard]] Form GetForm() const { return style_.form; }
+  [[nodiscard]] bool IsJson() const {
+    return style_.form == Form::JsonDocument || style_.form == Form::JsonLines;
+  }
+  /// The columns of the terminal that text goes to, where it is one.
+  [[nodiscard]] std::optional<std::size_t> Columns() const { return output_->Columns(); }
+  [[nodiscard]] Progress& GetProgress() { return *progress_; }
+
+  /// The file that what follows is about.
+  void BeginFile(const std::string& path);
+
+  /// Text and Csv: where the next piece of the answer goes.
+  [[nodiscard]] std::ostream& Text();
+
+  /// JSON: where the members of the ENTRY go that come after the first four, one by one. All that
+  /// the verb's schema requires, or none.
+  [[nodiscard]] JsonWriter& Facts();
+
+  /// Says that a part of the file is lost, and which. What is there is told all the same, and the
+  /// file has failed, as damaged. To be called before the first Text() where that is possible.
+  void AddMissing(std::string what);
+
+  /// Says that the file has failed, though it has its facts. The first failure counts.
+  void Fail(const Failure& failure, Told told = Told::OnStandardError);
+
+  /// The same where there are no facts; those that have been written are dropped.
+  void FailWithoutFacts(const Failure& failure);
+
+  /// Ends the answer and tells of a failure.
+  void EndFile();
+
+  /// Ends the answer on all files.
+  void Close();
+
+  /// Whether a file failed.
+  [[nodiscard]] bool HasFailed() const { return hasFailed_; }
+
+ private:
+  void BeginText();
+  void WriteMissing();
+  void WriteEntry();
+  void WriteHead(JsonWriter& json);
+  void BeginDocument();
+  void TellFailure() const;
+  [[nodiscard]] std::optional<Failure> GetFailure() const;
+  void ClearFacts();
+
+  Style style_;
+  Output* output_;
+  Progress* progress_;
+  std::optional<JsonWriter> document_;  // the one of the form JsonDocument, from its first file on
+
+  std::string path_;
+  bool isTextBegun_ = false;  // of this file
+  bool isFirstText_ = true;   // of all files
+  std::vector<std::string> missing_;
+  std::size_t missingWritten_ = 0;
+  std::optional<Failure> failure_;
+  Told told_ = Told::OnStandardError;
+  bool hasFacts_ = true;  // or could have
+  bool hasFailed_ = false;
+
+  HeldText held_;
+  std::ostream heldStream_;
+  std::optional<JsonWriter> facts_;  // those of this file
+};
+
+/// Writes "tev: ", the path and the reason to standard error, as one line.
+void ReportFailure(const std::string& path, std::string_view reason);
+
+/// Writes one line of CSV; cells are quoted where they have to be.
+void WriteCsvRow(std::ostream& stream, const std::vector<std::string>& cells);

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstddef>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tev/Failure.h"
+#include "tev/TemporaryFile.h"
+
+/// One file that a run answers on.
+struct Input {
+  std::string path;                ///< as it was named, or as the walk of a folder came to it
+  std::string source;              ///< the path to open: for a pipe, that of its copy
+  std::optional<Failure> failure;  ///< why it cannot be read; no model of it needs to be opened
+};
+
+/// The number of the descriptor that a path stands for: "-" and "/dev/stdin" are standard input,
+/// "/dev/fd/7" is 7.
+[[nodiscard]] std::optional<int> DescriptorOf(const std::string& path);
+
+/// Whether the file at "path" begins with a model's signature. Throws a Failure where it cannot be
+/// opened or read.
+[[nodiscard]] bool BeginsAsModel(const std::string& path);
+
+/// The files that a command line names, one after another.
+///
+/// A named path is always one of them, if only with its failure. A folder is walked, in the byte
+/// order of its names: its regular files that begin with a model's signature, and those that
+/// cannot be opened; links to files are followed, links to folders are not. A pipe on a descriptor
+/// is copied to an unnamed temporary file. No more is kept in memory than the names in the folders
+/// that are being walked.
+class Inputs {
+ public:
+  /// "names" is a file of further paths, each ended by NUL; "-" is standard input, "" is none.
+  /// Throws a Failure where it cannot be opened.
+  Inputs(std::vector<std::string> paths, const std::string& names);
+  ~Inputs();
+  Inputs(const Inputs&) = delete;
+  Inputs& operator=(const Inputs&) = delete;
+
+  /// The next file; none after the last. Valid until the next call. Throws a Failure where the
+  /// file of names cannot be read to its end.
+  [[nodiscard]] const Input* Next();
+
+  /// How many there are in all, as long as that is known.
+  [[nodiscard]] std::optional<std::size_t> Count() const;
+
+  /// Whether there can be more than one.
+  [[nodiscard]] bool CanBeMany() const;
+
+ private:
+  struct Folder;
+
+  [[nodiscard]] std::optional<std::string> NextName();
+  [[nodiscard]] bool TakeNamed(const std::string& path);
+  [[nodiscard]] bool TakeFound(const std::string& path);
+  [[nodiscard]] bool Fail(const Failure& failure);
+  [[nodiscard]] bool TakeDescriptor(int descriptor);
+  [[nodiscard]] bool EnterFolder(const std::string& path);
+
+  std::vector<std::string> paths_;
+  std::size_t nextPath_ = 0;
+  std::string namesPath_;
+  std::ifstream namesFile_;
+  std::vector<Folder> folders_;  ///< those that are being walked, each in the one before
+  bool isCountKnown_;
+  Input input_;
+  TemporaryFile copy_;
+};

@@ -1,0 +1,98 @@
+// Opens what answers are written to, and keeps models from being that.
+
+#include "tev/Output.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "tev/Failure.h"
+#include "tev/Inputs.h"
+
+using Lbt::Util::DescriptorStream;
+using Lbt::Util::FileIdentity;
+using Lbt::Util::IdentityOf;
+
+namespace {
+
+/// Whether a file is a model, as far as it can be told without the right to read it.
+bool IsModel(const std::string& path) {
+  try {
+    return BeginsAsModel(path);
+  } catch (const Failure&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+std::optional<int> Output::Descriptor() const {
+  if (path_.empty() || path_ == "-" || path_ == "/dev/stdout") {
+    return STDOUT_FILENO;
+  }
+  if (path_ == "/dev/stderr") {
+    return STDERR_FILENO;
+  }
+  if (const auto descriptor = DescriptorOf(path_)) {
+    return descriptor;
+  }
+  // To open it anew would empty it under what others have written and are still to write.
+  const auto identity = IdentityOf(path_);
+  return identity && identity == IdentityOf(STDOUT_FILENO) ? std::optional(STDOUT_FILENO)
+                                                           : std::nullopt;
+}
+
+std::string Output::Name() const {
+  return path_.empty() || path_ == "-" ? "standard output" : path_;
+}
+
+void Output::RequireApartFrom(const std::vector<std::string>& spared) const {
+  const std::optional<int> descriptor = Descriptor();
+  const auto identity = descriptor ? IdentityOf(*descriptor) : IdentityOf(path_);
+  if (!identity || (descriptor && !Lbt::Util::IsRegularFile(*descriptor))) {
+    return;
+  }
+  for (const std::string& path : spared) {
+    if (IdentityOf(path) == identity) {
+      throw Failure(FailureCode::NotAFile, path + ": " + Name() + " is this file");
+    }
+  }
+  if (IsModel(descriptor ? "/proc/self/fd/" + std::to_string(*descriptor) : path_)) {
+    throw Failure(FailureCode::NotAFile, Name() + ": is a model, which is never written to");
+  }
+}
+
+DescriptorStream& Output::Stream() {
+  if (stream_ == nullptr) {
+    using enum DescriptorStream::Ownership;
+    if (const auto descriptor = Descriptor()) {
+      stream_ = std::make_unique<DescriptorStream>(*descriptor, Borrowed);
+    } else if (const auto file = Lbt::Util::OpenForReplacing(path_, std::nullopt)) {
+      stream_ = std::make_unique<DescriptorStream>(*file, Owned);
+    } else {
+      throw SystemFailure(path_ + ": cannot open", errno);
+    }
+  }
+  return *stream_;
+}
+
+std::optional<std::size_t> Output::Columns() const {
+  const std::optional<int> descriptor = Descriptor();
+  winsize size{};
+  const bool isKnown = descriptor && ioctl(*descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+  return isKnown ? std::optional<std::size_t>(size.ws_col) : std::nullopt;
+}
+
+void Output::Flush() {
+  if (stream_ != nullptr) {
+    stream_->flush();
+  }
+}
+
+void Output::Finish() {
+  if (stream_ != nullptr && !stream_->Finish()) {
+    throw Failure(FailureCode::IoError, Name() + ": cannot write the answer");
+  }
+}

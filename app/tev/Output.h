@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Lbt/Util/FileAccess.h"
+#include "Lbt/Util/OutputStream.h"
+
+/// Where an answer goes: standard output, or a file that "-o" names. A file is opened, and emptied,
+/// when the answer begins: a run that ends before has changed nothing. A model is never written to.
+class Output {
+ public:
+  /// "" and "-" are standard output. A path that stands for a descriptor, as "/dev/stdout" does,
+  /// or for the file that standard output goes to, is written to where it stands.
+  explicit Output(std::string path = {}) : path_(std::move(path)) {}
+
+  /// Throws a Failure where the answer would go into a model or into one of "spared", which are
+  /// paths. Nothing is opened.
+  void RequireApartFrom(const std::vector<std::string>& spared) const;
+
+  /// Opens it at the first call. Throws a Failure where it cannot be opened.
+  [[nodiscard]] Lbt::Util::DescriptorStream& Stream();
+
+  /// Whether it is still possible to write.
+  [[nodiscard]] bool IsGood() const { return stream_ == nullptr || stream_->good(); }
+
+  /// How many columns a line may have: those of the terminal, where it is one.
+  [[nodiscard]] std::optional<std::size_t> Columns() const;
+
+  /// Writes what the stream holds back, if it has been opened.
+  void Flush();
+
+  /// The same, and closes it. Throws a Failure where not all could be written.
+  void Finish();
+
+ private:
+  [[nodiscard]] std::optional<int> Descriptor() const;
+  [[nodiscard]] std::string Name() const;
+
+  std::string path_;
+  std::unique_ptr<Lbt::Util::DescriptorStream> stream_;
+};

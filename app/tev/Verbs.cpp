@@ -1,0 +1,79 @@
+// The list of all verbs, and the options that they share.
+
+#include "tev/Verbs.h"
+
+#include <CLI/CLI.hpp>
+#include <utility>
+
+namespace {
+
+/// A flag that sets the form, so that of several the last one counts.
+void AddFormFlag(CLI::App& app, const std::shared_ptr<FileRun>& run, const char* name, Form form,
+                 const char* description) {
+  app.add_flag_function(
+      name, [run, form](std::int64_t /*count*/) { run->form = form; }, description);
+}
+
+void AddProgressFlag(CLI::App& app, const std::shared_ptr<FileRun>& run, const char* name,
+                     Progress::Mode mode, const char* description) {
+  app.add_flag_function(
+      name, [run, mode](std::int64_t /*count*/) { run->progress = mode; }, description);
+}
+
+}  // namespace
+
+const std::vector<Verb>& Verbs() {
+  static const std::vector<Verb> verbs{InfoVerb(), TreeVerb(), BlocksVerb(), CheckVerb(),
+                                       CdfVerb()};
+  return verbs;
+}
+
+void AddAnswerOptions(CLI::App& app, const std::shared_ptr<FileRun>& run) {
+  AddFormFlag(app, run, "--json", Form::JsonDocument, "Write one JSON document");
+  AddFormFlag(app, run, "--jsonl", Form::JsonLines, "Write a line of JSON for each file");
+  if (!run->csvHeading.empty()) {
+    AddFormFlag(app, run, "--csv", Form::Csv, "Write comma-separated values");
+  }
+  app.add_option("-o,--output", run->output, "Write to FILE; - is standard output")
+      ->option_text("FILE");
+  AddProgressFlag(app, run, "--progress", Progress::Mode::Always,
+                  "Tell on standard error how far the run is, wherever that goes");
+  AddProgressFlag(app, run, "--no-progress", Progress::Mode::Never, "Never tell");
+}
+
+std::shared_ptr<FileRun> AddFileOptions(CLI::App& app, FileRun run) {
+  const auto shared = std::make_shared<FileRun>(std::move(run));
+  // An option that allows extra arguments would take a name in brackets for a list of
+  // names; one that wants as many as there can be takes each as it is.
+  constexpr int kAsManyAsThereAre = 1 << 28;
+  app.add_option("PATH", shared->files, "Models, and folders with models; - is standard input")
+      ->expected(kAsManyAsThereAre)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false)
+      ->option_text("...");
+  app.add_option("--files0-from", shared->filesFrom,
+                 "Read further paths, each ended by NUL, from FILE; - is standard input")
+      ->option_text("FILE");
+  AddAnswerOptions(app, shared);
+  app.callback([shared] {
+    if (shared->files.empty() && shared->filesFrom.empty()) {
+      throw CLI::RequiredError("PATH");
+    }
+  });
+  return shared;
+}
+
+std::shared_ptr<FileRun> AddModelOptions(CLI::App& app, FileRun run) {
+  const auto shared = std::make_shared<FileRun>(std::move(run));
+  app.add_option_function<std::string>(
+         "MODEL", [shared](const std::string& path) { shared->files = {path}; },
+         "The model; - is standard input")
+      ->required()
+      ->option_text(" ");
+  AddAnswerOptions(app, shared);
+  return shared;
+}
+
+Action RunWithFileOptions(CLI::App& app, FileRun run) {
+  return [shared = AddFileOptions(app, std::move(run))] { return RunOverFiles(*shared); };
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tev/FileRun.h"
+
+namespace CLI {
+class App;
+}
+
+/// What a command line asks for.
+using Action = std::function<Status()>;
+
+/// A verb of the program.
+///
+/// To add one:
+/// - Write app/tev/<Name>.cpp with a function `Verb <Name>Verb()`, declare it below, and put it
+///   into the list in Verbs.cpp, in the place that it shall have in `tev help`.
+/// - In its setUp, call AddFileOptions (or AddModelOptions, where the verb is about one model), add
+///   the verb's own options to the command line, and set the run's "answer": a function on one
+///   file, which writes text to AnswerWriter::Text() or facts to AnswerWriter::Facts(). Models are
+///   opened by WithModel. What is thrown becomes the file's failure; a UsageError ends the run with
+///   status 1 and nothing written.
+/// - "notes" ends the verb's help: examples, and statuses where they are its own.
+/// - Give it a schema in docs/schema, a man page in docs/man and a place in the completions.
+struct Verb {
+  std::string name;
+  std::string summary;  ///< a line in `tev help`
+  std::string notes;
+  /// Adds options to the command line. What it returns is called when they have been read.
+  std::function<Action(CLI::App& app)> setUp;
+  Status badUsage = Status::BadUsage;
+};
+
+/// All verbs, in the order of `tev help`.
+[[nodiscard]] const std::vector<Verb>& Verbs();
+
+/// Adds what every verb has: "--json", "--jsonl", "-o", "--progress" and "--no-progress", and
+/// "--csv" where the run has a heading for it. "run" becomes what they say.
+void AddAnswerOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
+
+/// Adds "PATH..." and "--files0-from", and the above. Run the result by RunOverFiles.
+[[nodiscard]] std::shared_ptr<FileRun> AddFileOptions(CLI::App& app, FileRun run);
+
+/// Adds "MODEL", and the above.
+[[nodiscard]] std::shared_ptr<FileRun> AddModelOptions(CLI::App& app, FileRun run);
+
+/// A verb over files without options of its own.
+[[nodiscard]] Action RunWithFileOptions(CLI::App& app, FileRun run);
+
+[[nodiscard]] Verb BlocksVerb();
+[[nodiscard]] Verb CdfVerb();
+[[nodiscard]] Verb CheckVerb();
+[[nodiscard]] Verb InfoVerb();
+[[nodiscard]] Verb TreeVerb();
