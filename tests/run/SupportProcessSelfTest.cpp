@@ -50,6 +50,14 @@ TEST(RunProgram, MuchOutputOnBothChannels_IsReadWhole) {
   EXPECT_EQ(result.error.size(), 300000U);
 }
 
+TEST(RunProgram, CountedOutput_IsOnlyCounted) {
+  const RunResult counted = Shell("printf 12345; echo x >&2", {.output = Redirect::Counted()});
+  EXPECT_EQ(counted.output, "");
+  EXPECT_EQ(counted.outputSize, 5U);
+  EXPECT_EQ(counted.error, "x\n");
+  EXPECT_EQ(Shell("printf 12345").outputSize, 5U);
+}
+
 TEST(RunProgram, ProgramThatHangs_IsKilledWithItsChildren) {
   std::array<int, 2> ends{};
   ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);

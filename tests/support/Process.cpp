@@ -99,6 +99,7 @@ void Apply(const Redirect& redirect, int target, const Descriptor& capture) {
       ::close(target);
       return;
     case Redirect::Kind::Capture:
+    case Redirect::Kind::Counted:
       if (capture.IsOpen())
         return Connect(capture.Get(), target);
       [[fallthrough]];
@@ -219,35 +220,44 @@ int MillisecondsUntil(Clock::time_point deadline) {
   return left <= 0 ? 0 : static_cast<int>(left) + 1;
 }
 
+/// What comes out of one channel: its text, unless only its length is wanted.
+struct Sink {
+  Descriptor* from = nullptr;
+  std::string* text = nullptr;
+  std::uint64_t* size = nullptr;
+};
+
 /// Reads what is there; closes the descriptor at its end.
-void Drain(Descriptor& from, std::string& to) {
+void Drain(const Sink& sink) {
   std::array<char, 65536> buffer{};
-  const ssize_t count = ::read(from.Get(), buffer.data(), buffer.size());
+  const ssize_t count = ::read(sink.from->Get(), buffer.data(), buffer.size());
   if (count < 0 && errno == EINTR)
     return;
   if (count <= 0)
-    return from.Close();
-  to.append(buffer.data(), static_cast<std::size_t>(count));
+    return sink.from->Close();
+  if (sink.text != nullptr)
+    sink.text->append(buffer.data(), static_cast<std::size_t>(count));
+  if (sink.size != nullptr)
+    *sink.size += static_cast<std::uint64_t>(count);
 }
 
 /// Collects all channels until each is closed or the time is up.
-void Collect(std::array<std::pair<Descriptor*, std::string*>, 3> sources,
-             Clock::time_point deadline) {
+void Collect(const std::array<Sink, 3>& sinks, Clock::time_point deadline) {
   while (true) {
     std::array<pollfd, 3> polled{};
     bool anyOpen = false;
-    for (std::size_t i = 0; i < sources.size(); ++i) {
-      polled[i] = {sources[i].first->Get(), POLLIN, 0};  // poll skips negative descriptors
-      anyOpen = anyOpen || sources[i].first->IsOpen();
+    for (std::size_t i = 0; i < sinks.size(); ++i) {
+      polled[i] = {sinks[i].from->Get(), POLLIN, 0};  // poll skips negative descriptors
+      anyOpen = anyOpen || sinks[i].from->IsOpen();
     }
     const int left = MillisecondsUntil(deadline);
     if (!anyOpen || left == 0)
       return;
     if (::poll(polled.data(), polled.size(), left) <= 0)
       continue;
-    for (std::size_t i = 0; i < sources.size(); ++i) {
+    for (std::size_t i = 0; i < sinks.size(); ++i) {
       if (polled[i].revents != 0)
-        Drain(*sources[i].first, *sources[i].second);
+        Drain(sinks[i]);
     }
   }
 }
@@ -294,7 +304,8 @@ RunResult RunForked(const std::function<int()>& body, const RunOptions& options)
     pipe->writeEnd.Close();
   RunResult result;
   std::string failure;
-  Collect({{{&channels.output.readEnd, &result.output},
+  const bool isCounted = options.output.kind == Redirect::Kind::Counted;
+  Collect({{{&channels.output.readEnd, isCounted ? nullptr : &result.output, &result.outputSize},
             {&channels.error.readEnd, &result.error},
             {&channels.failure.readEnd, &failure}}},
           deadline);

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
@@ -16,6 +17,7 @@ namespace tevtest {
 struct Redirect {
   enum class Kind {
     Capture,     ///< into the result; for standard input the same as Null
+    Counted,     ///< the same, but only how much it is
     Null,        ///< /dev/null
     Closed,      ///< not open at all
     Path,        ///< a file: read for standard input, else created and truncated
@@ -27,6 +29,7 @@ struct Redirect {
   std::string path{};
   int descriptor = -1;
 
+  static Redirect Counted() { return {Kind::Counted}; }
   static Redirect Null() { return {Kind::Null}; }
   static Redirect Closed() { return {Kind::Closed}; }
   static Redirect To(std::string path) { return {Kind::Path, std::move(path)}; }
@@ -57,6 +60,7 @@ struct RunResult {
   bool hung = false;  ///< killed, for it neither ended nor used up its processor time
   std::string output;
   std::string error;
+  std::uint64_t outputSize = 0;  ///< bytes of the output that came back, kept or only counted
   std::chrono::microseconds processorTime{0};  ///< of the program and of the system for it
   long peakKiB = 0;  ///< largest resident size, never below the caller's own at the start
 };

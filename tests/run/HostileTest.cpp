@@ -1,0 +1,129 @@
+// What small files that ask for far too much cost the programs: processor time, memory and log stay
+// within what the file holds and what the run writes, whatever its records refer to.
+//
+// Not built with a sanitizer or with counters: both cost time and memory of their own.
+
+#if !defined(TEVTEST_SANITIZED) && !defined(TEVTEST_COUNTED)
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "support/HostileRows.h"
+#include "support/Process.h"
+#include "support/TempDir.h"
+
+namespace tevtest {
+namespace {
+
+constexpr double kMebi = 1024 * 1024;
+constexpr std::string_view kTooOften = "The model refers to its data too often";
+
+/// One way to run a program on a model.
+struct Work {
+  std::string name;
+  std::vector<std::string> command;
+  bool mayTakeTimeForText = false;
+};
+
+/// A kind of hostile file as it is tried here.
+struct Case {
+  std::string_view row;
+  std::string_view refusing{};       ///< the works that end with kTooOften, each after a blank
+  HostileModel (*make)() = nullptr;  ///< else the full size, which may write gigabytes
+  std::string_view geometry = "g";
+};
+
+[[nodiscard]] const HostileRow& RowOf(std::string_view name) {
+  const auto& rows = HostileRows();
+  return *std::find_if(rows.begin(), rows.end(),
+                       [name](const HostileRow& row) { return row.name == name; });
+}
+
+class Hostile : public ::testing::TestWithParam<Case> {
+ protected:
+  /// The file is made in a child, whose memory would else count as that of the runs.
+  Hostile() {
+    const auto make = GetParam().make == nullptr ? RowOf(GetParam().row).full : GetParam().make;
+    const RunResult made = RunForked([&] {
+      const HostileModel hostile = make();
+      dir.Write("model.tev", hostile.bytes);
+      dir.Write("inflated", std::to_string(hostile.inflated));
+      return 0;
+    });
+    EXPECT_EQ(made.status, 0);
+    inflated_ = std::stod(dir.Read("inflated"));
+  }
+
+  void Try(const Work& work) const {
+    SCOPED_TRACE(work.name);
+    const bool isRefusing = GetParam().refusing.find(" " + work.name) != std::string_view::npos;
+    RunOptions options{.environment = {{"QUARLO_TEMP_PATH", dir.Path()}},
+                       .workingDirectory = dir.Path(),
+                       .hooks = {Limit(RLIMIT_CORE, 0)}};
+    if (!isRefusing)
+      options.output = Redirect::Counted();
+    const RunResult run = RunProgram(work.command, options);
+    EXPECT_EQ(run.signal, 0);
+    EXPECT_EQ((run.output + run.error).find(kTooOften) != std::string::npos, isRefusing)
+        << run.error;
+    ExpectWithinBounds(work, run);
+  }
+
+ private:
+  void ExpectWithinBounds(const Work& work, const RunResult& run) const {
+    constexpr double kSecondsForMebibyte = 0.01;
+    const double text = static_cast<double>(run.outputSize) / kMebi;
+    const double seconds = std::chrono::duration<double>(run.processorTime).count();
+    EXPECT_LE(seconds, 2 + (work.mayTakeTimeForText ? kSecondsForMebibyte * text : 0));
+    EXPECT_LE(static_cast<double>(run.peakKiB) * 1024, 256 * kMebi + 20 * inflated_);
+    const std::string log = dir / "TevInfo_trace.log";
+    const bool hasLog = std::filesystem::exists(log);
+    EXPECT_LE(hasLog ? static_cast<double>(std::filesystem::file_size(log)) : 0, kMebi);
+  }
+
+  double inflated_ = 0;
+
+ protected:
+  const TempDir dir;
+  const std::string model = dir / "model.tev";
+};
+
+TEST_P(Hostile, Report_StaysWithinWhatTheFileHolds) {
+  Try({"report", {TEVINFO_PROGRAM, model}});
+  Try({"ekm", {TEVINFO_PROGRAM, "--ekm-meta-data", model}});
+}
+
+TEST_P(Hostile, Dump_StaysWithinWhatTheFileHolds) {
+  Try({"dump", {TEVINFO_PROGRAM, "--extract-data", model}, true});
+}
+
+TEST_P(Hostile, Verbs_StayWithinWhatTheFileHolds) {
+  Try({"cdf", {TEV_PROGRAM, "cdf", model, std::string(GetParam().geometry), "-"}, true});
+  for (const char* verb : {"ls", "tree", "info", "check"}) {
+    const bool isTree = verb == std::string_view("tree");
+    Try({verb, {TEV_PROGRAM, verb, model}, isTree});
+    Try({verb, {TEV_PROGRAM, verb, "--json", model}, isTree});
+  }
+}
+
+const std::vector<Case> kCases{
+    {.row = "names-of-one-hash"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, Hostile, ::testing::ValuesIn(kCases), [](const auto& tried) {
+  std::string name(tried.param.row);
+  std::replace(name.begin(), name.end(), '-', '_');
+  return name;
+});
+
+}  // namespace
+}  // namespace tevtest
+
+#endif
