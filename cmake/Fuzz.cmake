@@ -37,3 +37,11 @@ endforeach()
 add_executable(make_corpus EXCLUDE_FROM_ALL "${fuzzDir}/MakeCorpus.cpp")
 tevinfo_own_code(make_corpus)
 target_link_libraries(make_corpus PRIVATE test_support)
+
+# What changes files for the fuzzers has tests of its own.
+add_library(fuzz_mutator STATIC EXCLUDE_FROM_ALL "${fuzzDir}/ContainerMutator.cpp"
+  "${fuzzDir}/ContainerParts.cpp")
+tevinfo_own_code(fuzz_mutator)
+target_include_directories(fuzz_mutator PUBLIC "${fuzzDir}")
+target_link_libraries(fuzz_mutator PUBLIC test_support)
+tevinfo_tests(fuzz fuzz_mutator)

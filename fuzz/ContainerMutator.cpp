@@ -38,6 +38,21 @@ void SetWord(std::string& text, Random& random) {
   }
 }
 
+/// Makes one record refer to what another one refers to, as no sound model does.
+void ShareAPosition(ContainerParts& parts, Random& random) {
+  std::vector<PositionPlace> places = FindPositions(parts);
+  const bool isOfLight = random() % 2 == 0;
+  std::erase_if(places, [isOfLight](const auto& place) { return place.isOfLight != isOfLight; });
+  if (places.empty()) {
+    return;
+  }
+  const PositionPlace& from = places[random() % places.size()];
+  const PositionPlace& to = places[random() % places.size()];
+  const std::size_t width = std::min(from.width, to.width);
+  const std::string position = parts.blocks[from.block].payload.substr(from.offset, width);
+  parts.blocks[to.block].payload.replace(to.offset, width, position);
+}
+
 /// Changes which blocks there are and how they are stored.
 void MutateStructure(ContainerParts& parts, Random& random) {
   auto& blocks = parts.blocks;
@@ -75,7 +90,9 @@ std::string MutateParts(ContainerParts parts, Random& random, ByteMutator mutate
     MutateStructure(parts, random);
   } else if (choice == 2) {
     MutateText(parts.version, 0, mutateBytes);
-  } else if (choice < 7) {
+  } else if (choice < 5) {
+    ShareAPosition(parts, random);
+  } else if (choice < 8) {
     SetWord(ContentsOf(parts.blocks[random() % parts.blocks.size()]), random);
   } else {
     MutateText(ContentsOf(parts.blocks[random() % parts.blocks.size()]), kRoomToGrow, mutateBytes);

@@ -38,10 +38,16 @@ class Cursor {
     return value;
   }
 
+  /// A text after its length.
+  std::string_view Text() { return Take(Number<std::uint32_t>()); }
+
   [[nodiscard]] bool IsGood() const { return isGood_; }
+  /// How many bytes were taken.
+  [[nodiscard]] std::size_t Offset() const { return size_ - bytes_.size(); }
 
  private:
   std::string_view bytes_;
+  std::size_t size_ = bytes_.size();
   bool isGood_ = true;
 };
 
@@ -57,7 +63,7 @@ std::optional<std::vector<Entry>> ReadIndex(std::string_view bytes) {
   for (std::uint32_t i = 0; i < count && cursor.IsGood() && entries.size() < kMostBlocks; ++i) {
     Entry entry;
     entry.block.sequence = cursor.Number<std::uint8_t>();
-    entry.block.name = cursor.Take(cursor.Number<std::uint32_t>());
+    entry.block.name = cursor.Text();
     entry.storedSize = cursor.Number<std::uint32_t>();
     const auto compression = cursor.Number<std::uint8_t>();
     entry.block.compressed = (compression & 1U) != 0;
@@ -109,7 +115,99 @@ bool AppendBlocks(std::vector<Entry> entries, Cursor& data, ContainerParts& part
   return data.IsGood();
 }
 
+/// The number of the first block of that name; as many as there are without one.
+std::size_t FirstOf(const ContainerParts& parts, std::string_view name) {
+  const auto found = std::find_if(parts.blocks.begin(), parts.blocks.end(),
+                                  [name](const auto& block) { return block.name == name; });
+  return static_cast<std::size_t>(found - parts.blocks.begin());
+}
+
+/// A record of the tree, as far as it tells what its light data are.
+struct LightRecord {
+  std::string_view type;
+  std::string_view version;
+  std::uint64_t position = 0;
+  std::size_t place = 0;  ///< of the position
+};
+
+std::uint64_t Wide(Cursor& cursor, bool isWide) {
+  return isWide ? cursor.Number<std::uint64_t>() : cursor.Number<std::uint32_t>();
+}
+
+std::vector<LightRecord> ReadTree(std::string_view bytes, bool isWide) {
+  constexpr std::size_t kLinks = 6 * sizeof(std::uint32_t);
+  std::vector<LightRecord> records;
+  Cursor cursor(bytes);
+  for (auto left = cursor.Number<std::uint32_t>(); left > 0 && cursor.IsGood(); --left) {
+    LightRecord record;
+    cursor.Take(kLinks);
+    cursor.Text();
+    record.type = cursor.Text();
+    record.version = cursor.Text();
+    record.place = cursor.Offset();
+    record.position = Wide(cursor, isWide);
+    if (cursor.IsGood()) {
+      records.push_back(record);
+    }
+  }
+  return records;
+}
+
+/// The places of the positions of a geometry's variables, of the versions whose layout is new.
+void FindInGeometry(Cursor cursor, std::size_t start, std::string_view version,
+                    std::vector<PositionPlace>& places) {
+  constexpr std::size_t kLink = 2 * sizeof(std::uint32_t);
+  constexpr std::size_t kArray = 16;  // byte count, width, three flags and two numbers
+  const std::size_t width = version == "0.7" ? sizeof(std::uint64_t) : sizeof(std::uint32_t);
+  for (auto left = cursor.Number<std::uint32_t>(); left > 0 && cursor.IsGood(); --left) {
+    cursor.Text();
+    cursor.Number<std::uint32_t>();
+    const bool isLinked = cursor.Number<std::uint8_t>() != 0;
+    cursor.Take(isLinked ? kLink : kArray);
+    const std::size_t offset = cursor.Offset();
+    cursor.Take(isLinked ? 0 : width);
+    if (cursor.IsGood() && !isLinked) {
+      places.push_back({.offset = start + offset, .width = width});
+    }
+    cursor.Take(1);
+  }
+}
+
+/// The places of the positions in one record's light data.
+std::vector<PositionPlace> FindInLight(const LightRecord& record, std::string_view light) {
+  constexpr std::size_t kBeforePosition = 8;  // the size of the light data and the count of sets
+  constexpr std::size_t kWidth = sizeof(std::uint64_t);
+  std::vector<PositionPlace> places;
+  const std::size_t start = std::min<std::uint64_t>(record.position, light.size());
+  const std::string_view bytes = light.substr(start);
+  if (record.type == "Geometry" && record.version >= "0.5" && record.version <= "0.7") {
+    FindInGeometry(Cursor(bytes), start, record.version, places);
+  } else if (record.type == "NodeSets" && bytes.size() >= kBeforePosition + kWidth) {
+    places.push_back({.offset = start + kBeforePosition, .width = kWidth});
+  }
+  return places;
+}
+
 }  // namespace
+
+std::vector<PositionPlace> FindPositions(const ContainerParts& parts) {
+  std::vector<PositionPlace> places;
+  const std::size_t tree = FirstOf(parts, "Tev Tree");
+  const std::size_t light = FirstOf(parts, "Light Data");
+  if (tree == parts.blocks.size() || light == parts.blocks.size()) {
+    return places;
+  }
+  const bool isWide = parts.version >= "0.7";
+  const std::size_t width = isWide ? sizeof(std::uint64_t) : sizeof(std::uint32_t);
+  for (const LightRecord& record : ReadTree(parts.blocks[tree].payload, isWide)) {
+    places.push_back({tree, record.place, width, true});
+    for (PositionPlace place : FindInLight(record, parts.blocks[light].payload)) {
+      place.block = light;
+      places.push_back(place);
+    }
+  }
+  return places;
+}
 
 std::optional<ContainerParts> TakeApart(std::span<const std::uint8_t> file) {
   const std::string_view bytes(reinterpret_cast<const char*>(file.data()), file.size());

@@ -25,4 +25,16 @@ struct ContainerParts {
 /// Builds a file of parts.
 [[nodiscard]] std::string PutTogether(const ContainerParts& parts);
 
+/// Where the contents of a block hold the position of something in another stream.
+struct PositionPlace {
+  std::size_t block = 0;
+  std::size_t offset = 0;
+  std::size_t width = 0;   ///< 4 or 8 bytes
+  bool isOfLight = false;  ///< a tree record's into the light data; else into the heavy data
+};
+
+/// Finds the positions that tree records, geometries and node sets hold, as far as these can be
+/// read in the first block of the tree and of the light data.
+[[nodiscard]] std::vector<PositionPlace> FindPositions(const ContainerParts& parts);
+
 }  // namespace tevfuzz
