@@ -8,8 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -31,6 +33,15 @@ struct Work {
   std::vector<std::string> command;
   bool mayTakeTimeForText = false;
 };
+
+struct Verb {
+  std::string_view name;
+  bool mayTakeTimeForText = false;
+  bool takesGeometry = false;  ///< and an output, and writes no JSON
+};
+
+constexpr std::array<Verb, 5> kVerbs{
+    {{"info"}, {"tree", true}, {"blocks"}, {"check"}, {"cdf", true, true}}};
 
 /// A kind of hostile file as it is tried here.
 struct Case {
@@ -105,11 +116,29 @@ TEST_P(Hostile, Dump_StaysWithinWhatTheFileHolds) {
 }
 
 TEST_P(Hostile, Verbs_StayWithinWhatTheFileHolds) {
-  Try({"cdf", {TEV_PROGRAM, "cdf", model, std::string(GetParam().geometry), "-"}, true});
-  for (const char* verb : {"ls", "tree", "info", "check"}) {
-    const bool isTree = verb == std::string_view("tree");
-    Try({verb, {TEV_PROGRAM, verb, model}, isTree});
-    Try({verb, {TEV_PROGRAM, verb, "--json", model}, isTree});
+  for (const Verb& verb : kVerbs) {
+    const std::string name(verb.name);
+    std::vector<std::string> command{TEV_PROGRAM, name, model};
+    if (verb.takesGeometry)
+      command.insert(command.end(), {std::string(GetParam().geometry), "-"});
+    Try({name, command, verb.mayTakeTimeForText});
+    if (!verb.takesGeometry) {
+      command.insert(command.begin() + 2, "--json");
+      Try({name, command, verb.mayTakeTimeForText});
+    }
+  }
+}
+
+TEST(HostileVerbs, EveryVerb_IsTried) {
+  const std::string help = RunProgram({TEV_PROGRAM, "help"}).output;
+  std::istringstream lines(help.substr(help.find("Verbs:\n")));
+  std::string line;
+  std::getline(lines, line);
+  while (std::getline(lines, line) && !line.empty()) {
+    const std::string name = line.substr(2, line.find(' ', 2) - 2);
+    EXPECT_TRUE(std::any_of(kVerbs.begin(), kVerbs.end(), [&name](const Verb& verb) {
+      return verb.name == name;
+    })) << name;
   }
 }
 
