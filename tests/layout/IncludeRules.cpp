@@ -37,6 +37,7 @@ constexpr std::array kTestPlaces{
     Place{"app/", Layer::App},     Place{"run/", Layer::None},
     Place{"layout/", Layer::None}, Place{"support/", Layer::None},
     Place{"sweep/", Layer::App},   Place{"install/", Layer::Library},
+    Place{"fuzz/", Layer::None},
 };
 
 // Fuzzers and benchmarks stand on the library, as a program does, but never on a program.
