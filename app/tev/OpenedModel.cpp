@@ -65,8 +65,8 @@ void TellingVersions(const LbFile& file, Open open) {
 
 void OpenContainer(LbFile& file, const Input& input, AnswerWriter& writer) {
   TellingVersions(file, [&] {
-    bool atLeast07 = false;
-    static_cast<void>(LbtTev::OpenContainer(file, input.source, atLeast07));
+    bool wideOffsets = false;
+    static_cast<void>(LbtTev::OpenContainer(file, input.source, wideOffsets));
   });
   file.ReadIndex();
   TellCut(file, writer);

@@ -22,8 +22,8 @@ void Absorb(Step step) {
 
 void tevfuzz::TryFile(const std::string& path, std::span<const std::uint8_t> bytes) {
   LbtLbf::LbFile file;
-  bool atLeast07 = false;
-  LbtTev::OpenContainer(file, path, atLeast07);
+  bool wideOffsets = false;
+  LbtTev::OpenContainer(file, path, wideOffsets);
   file.ReadIndex();
   LbtLbf::Index& index = file.GetIndex();
   std::vector<std::string> names;

@@ -54,8 +54,8 @@ constexpr void (*kReads[])(LbtLbf::LbFile&, const std::string&) = {
 
 void tevfuzz::TryFile(const std::string& path, std::span<const std::uint8_t> bytes) {
   LbtLbf::LbFile file;
-  bool atLeast07 = false;
-  LbtTev::OpenContainer(file, path, atLeast07);
+  bool wideOffsets = false;
+  LbtTev::OpenContainer(file, path, wideOffsets);
   file.ReadIndex();
   std::vector<std::string> names;
   for (const auto& [name, stream] : file.GetIndex().GetStreams()) {

@@ -131,7 +131,7 @@ void AddRecordFaults(std::vector<DamagedModel>& models) {
                     }),
                     UnknownRecord()});
   models.push_back({"MaterialSizeBehindTheBlock", Changed([](ModelWriter& model) {
-                      model.At(kSmallShape2).Shape().material->envelope.recordSize = kAbsurd;
+                      model.At(kSmallShape2).Shape().material->envelope.recordSize = 0x7FFFFFFF;
                     }),
                     OutOfPosition()});
   models.push_back({"VariableCount", Changed([](ModelWriter& model) {

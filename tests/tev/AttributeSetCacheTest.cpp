@@ -8,6 +8,7 @@
 
 #include "Failure.h"
 #include "Lbt/Tev/AttributeSetCache.h"
+#include "Lbt/Tev/Attributes.h"
 #include "Lbt/Tev/Geometry.h"
 #include "ModelOnDisk.h"
 #include "support/Attributes.h"
@@ -21,6 +22,7 @@ using tevtest::Attribute;
 using tevtest::AttributeSet;
 using tevtest::kAttributes;
 using tevtest::LoadedTree;
+using tevtest::ModelOnDisk;
 using tevtest::ModelWriter;
 using tevtest::NodeRef;
 using tevtest::StreamLayout;
@@ -29,38 +31,57 @@ using tevtest::Variable;
 const AttributeSet kSet{Attribute::Text("Title", "Gear"), Attribute::Float("Time", 0.5F),
                         Attribute::Uint("LoadCase", 3), Attribute::Double("Tolerance", 1e-9)};
 
-std::string StoredSetOf(const std::string& bytes) {
-  return std::string(AttributeSetCache::StoredSet(bytes));
+std::string BytesOf(const std::string& stored) {
+  ModelOnDisk disk({{kAttributes, stored}});
+  ModelStream stream(disk.File(), std::string(kAttributes));
+  LbtUtil::StoredAttributeSet set;
+  set.Read(stream);
+  return std::string(set.Bytes());
 }
 
-TEST(AttributeSetCache, StoredSet_IsTheSetThatTheBytesStartWith) {
+TEST(StoredAttributeSet, Bytes_AreThoseOfTheSetThatWasRead) {
   const std::string set = kSet.Encode();
-  EXPECT_EQ(StoredSetOf(set), set);
-  EXPECT_EQ(StoredSetOf(set + "more"), set);
-  EXPECT_EQ(StoredSetOf(AttributeSet().Encode() + set), AttributeSet().Encode());
+  const std::string empty = AttributeSet().Encode();
+  EXPECT_EQ(BytesOf(set), set);
+  EXPECT_EQ(BytesOf(set + "more"), set);
+  EXPECT_EQ(BytesOf(empty + set), empty);
 }
 
-TEST(AttributeSetCache, StoredSetThatIsCut_IsNone) {
+TEST(StoredAttributeSet, InSeveralBlocks_HasNoBytes) {
   const std::string set = kSet.Encode();
-  for (std::size_t length = 0; length < set.size(); ++length) {
-    EXPECT_EQ(StoredSetOf(set.substr(0, length)), "") << length;
-  }
+  const std::size_t names =
+      tevtest::ByteWriter()
+          .Texts(std::vector<std::string>{"Title", "Time", "LoadCase", "Tolerance"})
+          .Bytes()
+          .size();
+  ModelOnDisk disk({{kAttributes, set.substr(0, names)}, {kAttributes, set.substr(names) + set}});
+  ModelStream stream(disk.File(), std::string(kAttributes));
+  LbtUtil::StoredAttributeSet stored;
+  stored.Read(stream);
+  EXPECT_EQ(stored.Bytes(), "");
+  stored.Read(stream);
+  EXPECT_EQ(stored.Bytes(), set);
 }
 
-TEST(AttributeSetCache, StoredSetWithACountThatOverflows_IsNone) {
-  const std::string huge = tevtest::ByteWriter().U32(0xFFFFFFFF).Bytes();
-  EXPECT_EQ(StoredSetOf(huge + kSet.Encode()), "");
-  const std::string names = tevtest::ByteWriter().U32(0).Bytes();
-  EXPECT_EQ(StoredSetOf(names + names + huge + kSet.Encode()), "");
+TEST(StoredAttributeSet, ThatIsMissing_HasNoBytes) {
+  ModelOnDisk disk({{"Other", "x"}});
+  ModelStream stream(disk.File(), std::string(kAttributes));
+  LbtUtil::StoredAttributeSet stored;
+  stored.Read(stream);
+  EXPECT_EQ(stored.Bytes(), "");
 }
 
-TEST(AttributeSetCache, StoredSetBeyondOneKibibyte_IsNone) {
-  const auto setOf = [](std::size_t length) {
-    return AttributeSet{Attribute::Text("t", std::string(length, 'x'))}.Encode();
-  };
-  const std::size_t rest = setOf(1).size() - 1;
-  EXPECT_EQ(StoredSetOf(setOf(1024 - rest)).size(), 1024U);
-  EXPECT_EQ(StoredSetOf(setOf(1025 - rest)), "");
+TEST(StoredAttributeSet, ReadAfterAnother_HoldsNothingOfIt) {
+  const AttributeSet second{Attribute::Text("Title", "Wheel")};
+  ModelOnDisk disk({{kAttributes, kSet.Encode() + second.Encode()}});
+  ModelStream stream(disk.File(), std::string(kAttributes));
+  LbtUtil::StoredAttributeSet set;
+  set.Read(stream);
+  set.Read(stream);
+  LbtUtil::AttributeMap attributes;
+  set.AddTo(attributes);
+  ASSERT_EQ(attributes.size(), 1U);
+  EXPECT_TRUE(attributes.at("Title").IsText("Wheel"));
 }
 
 TEST(AttributeSetCache, WhatWasKept_IsFoundByItsBytes) {
@@ -78,13 +99,19 @@ TEST(AttributeSetCache, WhatWasKept_IsFoundByItsBytes) {
   }
 }
 
-TEST(AttributeSetCache, NoSet_IsNotKept) {
+TEST(AttributeSetCache, NoSetAndALongOne_AreNotKept) {
   AttributeSetCache cache;
-  cache.Keep("", {true, {}});
-  EXPECT_EQ(cache.Find(""), nullptr);
+  for (const std::size_t length : {std::size_t{0}, std::size_t{1025}}) {
+    const std::string set(length, 'x');
+    cache.Keep(set, {true, {}});
+    EXPECT_EQ(cache.Find(set), nullptr);
+  }
+  const std::string longest(1024, 'x');
+  cache.Keep(longest, {true, {}});
+  EXPECT_NE(cache.Find(longest), nullptr);
 }
 
-TEST(AttributeSetCache, ManySets_AreNotAllKept) {
+TEST(AttributeSetCache, ManySetsThatComeAgain_AreNotAllKept) {
   constexpr int kMany = 5000;
   AttributeSetCache cache;
   int found = 0;
@@ -97,6 +124,17 @@ TEST(AttributeSetCache, ManySets_AreNotAllKept) {
   }
   EXPECT_GE(found, 1);
   EXPECT_LE(found, 1024);
+}
+
+TEST(AttributeSetCache, SetsThatHardlyEverComeAgain_AreKeptNoLonger) {
+  AttributeSetCache cache;
+  for (int i = 0; i < 1024; ++i) {
+    cache.Keep(std::to_string(i), {});
+  }
+  EXPECT_NE(cache.Find("7"), nullptr);
+  cache.Keep("one more", {});
+  EXPECT_EQ(cache.Find("one more"), nullptr);
+  EXPECT_EQ(cache.Find("7"), nullptr);
 }
 
 /// One shape after the other, each with a geometry of one variable.
@@ -150,6 +188,25 @@ TEST(AttributeSets, SharedOnes_KeepWhatWasMadeOfThem) {
   }
   EXPECT_TRUE(VariableOf(loaded, 4).storageAttributes.empty());
   EXPECT_FALSE(VariableOf(loaded, 4).isVibration);
+}
+
+TEST(AttributeSets, OfVariablesWithAndWithoutAnInstance_AreSharedAlike) {
+  ModelWriter model;
+  const NodeRef geometry = model.AddGeometry("mesh", model.AddGroup("root", 0));
+  for (const char* name : {"Stress",
+                           "Stress\x1e"
+                           "Step 1",
+                           "Stress\x1e"
+                           "Step 2"}) {
+    model.AddVariable(geometry, Variable::Floats(name, 13, 1, {1.0F}, kSet));
+  }
+  LoadedTree loaded(model);
+  const auto& variables = loaded.At<Geometry>(2).variables;
+  ASSERT_EQ(variables.size(), 3U);
+  for (const Geometry::VarStruct& variable : variables) {
+    EXPECT_EQ(variable.attributes.size(), 4U) << variable.name;
+    EXPECT_TRUE(variable.attributes.IsSharedWith(variables[0].attributes)) << variable.name;
+  }
 }
 
 TEST(AttributeSets, LinkedVariableWithASharedSet_HasNoneAndTheOthersKeepTheirs) {

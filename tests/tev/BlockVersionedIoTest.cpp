@@ -179,12 +179,23 @@ TEST(MaterialRecord, ThatEndsBehindItsBlock_FailsWithInvalidPosition) {
   }
 }
 
-TEST(MaterialRecord, WhoseEndWrapsIn32Bits_FailsInsteadOfGoingBack) {
-  Block block = BlockOf("four" + [] {
+TEST(MaterialRecord, WhoseEndWrapsIn32Bits_FailsWithUnknownVersion) {
+  for (const std::uint32_t size : {0xFFFFFFFCU, 0xFFFFFFFFU}) {  // the end would be 0 and 3
     MaterialRecord record = Coloured("0.3", true);
-    record.envelope.recordSize = 0xFFFFFFFFU;  // 4 more: the end would be 3
-    return record.Encode();
-  }());
+    record.envelope.recordSize = size;
+    Block block = BlockOf("four" + record.Encode() + "more");
+    block.SetPosition(4);
+    Material material;
+    EXPECT_EQ(FailureOf([&] { CopyFromBlock_Versioned(block, material); }, LineNumber::Kept),
+              kRecordTooShort)
+        << size;
+  }
+}
+
+TEST(MaterialRecord, WhoseEndIsTheLastOf32Bits_FailsWithInvalidPosition) {
+  MaterialRecord record = Coloured("0.3", true);
+  record.envelope.recordSize = 0xFFFFFFFBU;
+  Block block = BlockOf("four" + record.Encode() + "more");
   block.SetPosition(4);
   Material material;
   EXPECT_EQ(FailureOf([&] { CopyFromBlock_Versioned(block, material); }),

@@ -37,8 +37,9 @@ struct Stored {
 };
 
 DataLoader LoaderOf(ModelOnDisk& disk, const Stored& stored) {
-  return DataLoader(disk.File(), std::string(kHeavyData), stored.position, stored.byteSize,
-                    stored.width, stored.shuffled, stored.dataType);
+  auto stream = std::make_shared<ModelStream>(disk.File(), std::string(kHeavyData));
+  return DataLoader(std::move(stream), stored.position, stored.byteSize, stored.width,
+                    stored.shuffled, stored.dataType);
 }
 
 /// The elements of "bytes" as stored.
@@ -91,7 +92,7 @@ TEST(DataLoader, DataThatIsNotShuffled_IsLeftAsStored) {
   }
 }
 
-TEST(DataLoader, BytesBehindTheLastWholeElement_AreReadAndDropped) {
+TEST(DataLoader, BytesAfterTheLastWholeElement_AreReadAndDropped) {
   ModelOnDisk disk({{kHeavyData, Hex("01 02 03 04 05 06 07 08 f1 f2 f3 5a")}});
   Uints out;
   LoaderOf(disk, {.byteSize = 11}).LoadTo(out);
@@ -99,7 +100,7 @@ TEST(DataLoader, BytesBehindTheLastWholeElement_AreReadAndDropped) {
   EXPECT_EQ(disk.NextByte(kHeavyData), 0x5AU);
 }
 
-TEST(DataLoader, BytesBehindTheLastWholeElementThatAreMissing_FailWithNotEnoughBytes) {
+TEST(DataLoader, BytesAfterTheLastWholeElementThatAreMissing_FailWithNotEnoughBytes) {
   ModelOnDisk disk({{kHeavyData, Hex("01 02 03 04 05 06 07 08")}});
   Uints out;
   EXPECT_EQ(FailureOf([&] { LoaderOf(disk, {.byteSize = 9}).LoadTo(out); }),
@@ -146,6 +147,28 @@ TEST(DataLoader, DataThatRunsPastItsBlock_FailsWithNotEnoughBytes) {
   }
 }
 
+TEST(DataLoader, DataThatRunsPastItsBlock_LeavesAsManyElementsAsItClaims) {
+  ModelOnDisk disk({{kHeavyData, "abcdef"}});
+  Uints out{7};
+  EXPECT_EQ(FailureOf([&] { LoaderOf(disk, {.byteSize = 12}).LoadTo(out); }),
+            tevtest::kNotEnoughBytes);
+  EXPECT_EQ(out, (Uints{7, 0, 0}));
+  EXPECT_EQ(FailureOf([&] { LoaderOf(disk, {.byteSize = 24}).LoadTo(out); }),
+            tevtest::kNotEnoughBytes);
+  EXPECT_EQ(out, (Uints{7, 0, 0, 0, 0, 0}));
+}
+
+TEST(DataLoader, DataThatClaimsMoreElementsThanItsBlockHasBytes_LeavesOne) {
+  ModelOnDisk disk({{kHeavyData, "abcdef"}});
+  for (const unsigned long byteSize : {28UL, 0xFFFFFFFCUL}) {
+    Uints out{7, 8};
+    EXPECT_EQ(FailureOf([&] { LoaderOf(disk, {.byteSize = byteSize}).LoadTo(out); }),
+              tevtest::kNotEnoughBytes);
+    EXPECT_EQ(out, Uints{7}) << byteSize;
+    EXPECT_LE(out.capacity(), 2U);
+  }
+}
+
 TEST(DataLoader, WithoutTheStream_FailsByItsPosition) {
   ModelOnDisk disk({{"Other", "x"}});
   Uints out;
@@ -155,7 +178,7 @@ TEST(DataLoader, WithoutTheStream_FailsByItsPosition) {
             tevtest::kInvalidPosition);
 }
 
-TEST(DataLoader, BehindTheEndOfAClosedFilesBlocks_LoadsNothing) {
+TEST(DataLoader, AfterTheEndOfAClosedFilesBlocks_LoadsNothing) {
   ModelOnDisk disk({{kHeavyData, Hex("01020304 05060708")}});
   const Stored whole{.byteSize = 8, .shuffled = false};
   Uints out;

@@ -72,7 +72,7 @@ TEST_F(BracketModel, HasItsNineNodes) {
   EXPECT_EQ(tree_.GetReqNode(1).lastChild, 6U);
   EXPECT_EQ(tree_.GetReqNode(6).previousSibling, 2U);
   EXPECT_EQ(tree_.GetNextId(), 10U);
-  EXPECT_EQ(tree_.GetVersion(), "1.3");
+  EXPECT_EQ(tree_.GetContainerVersion(), "1.3");
 }
 
 TEST_F(BracketModel, HasItsAttributes) {
@@ -181,7 +181,7 @@ TEST(OpenModel, LeavesTheVersionForRecordsAtTheNewest) {
     model.SetFileVersion(version);
     Tree tree;
     OpenModel(tree, directory.Write("model.tev", model.Build()));
-    EXPECT_EQ(tree.GetVersion(), version);
+    EXPECT_EQ(tree.GetContainerVersion(), version);
     EXPECT_EQ(tree.GetNodes().size(), 7U) << version;
     EXPECT_EQ(tree.modifierInfos.size(), 2U) << version;
     EXPECT_EQ(LbtLbf::tev_file_version, "1.3");
@@ -237,6 +237,15 @@ TEST(OpenModel, OfANewerFile_FailsWithUnknownVersion) {
                               "include/Lbt/Lbf/LbFile"));
 }
 
+TEST(OpenModel, OfANewerFile_StillTellsTheVersion) {
+  const TempDir directory;
+  tevtest::ModelWriter model = tevtest::SmallModel();
+  const std::string path = directory.Write("new.tev", model.SetFileVersion("1.4").Build());
+  Tree tree;
+  EXPECT_NE(FailureOf([&] { OpenModel(tree, path); }), "no failure");
+  EXPECT_EQ(tree.GetContainerVersion(), "1.4");
+}
+
 TEST(OpenModel, OfAMissingFile_FailsByItsName) {
   const TempDir directory;
   const std::string path = directory / "missing.tev";
@@ -250,10 +259,10 @@ TEST(OpenContainer, SaysWhetherPositionsAreWide) {
   tevtest::ModelWriter model = tevtest::SmallModel();
   for (const char* version : {"0.6", "0.7"}) {
     LbtLbf::LbFile file;
-    bool atLeast07 = false;
+    bool wideOffsets = false;
     const std::string path = directory.Write("m.tev", model.SetFileVersion(version).Build());
-    EXPECT_EQ(OpenContainer(file, path, atLeast07), version);
-    EXPECT_EQ(atLeast07, std::string(version) == "0.7");
+    EXPECT_EQ(OpenContainer(file, path, wideOffsets), version);
+    EXPECT_EQ(wideOffsets, std::string(version) == "0.7");
   }
 }
 

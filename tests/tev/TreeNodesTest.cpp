@@ -114,12 +114,17 @@ TEST(TreeNodes, ShapesOfTheFirstVersions_TakeNoMaterial) {
 TEST(TreeNodes, WithoutResources_ShapesKeepTheDefaultMaterial) {
   ModelWriter model;
   model.AddShape("a", 0);
+  model.AddShape("b", 1);
   const tevtest::TraceText trace;
   LoadedTree loaded(model.LeaveOut(kResources));
-  EXPECT_EQ(loaded.At<Shape>(1).material.shininess, 0.0F);
-  EXPECT_EQ(loaded.At<Shape>(1).material.diffuse[0], 0.8F);
-  EXPECT_NE(tevtest::MaskLog(trace.Lines()).find("Index : # @ Element Not Found\n"),
-            std::string::npos);
+  for (const NodeRef shape : {1U, 2U}) {
+    EXPECT_EQ(loaded.At<Shape>(shape).material.shininess, 0.0F);
+    EXPECT_EQ(loaded.At<Shape>(shape).material.diffuse[0], 0.8F);
+  }
+  const std::string line = "Index : # @ Element Not Found\n";
+  const std::string lines = tevtest::MaskLog(trace.Lines());
+  EXPECT_NE(lines.find(line), std::string::npos);
+  EXPECT_EQ(lines.find(line), lines.rfind(line));
 }
 
 TEST(TreeNodes, WithTooFewMaterials_FailsWithNotEnoughBytes) {

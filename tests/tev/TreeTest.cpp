@@ -140,6 +140,26 @@ TEST(Tree, RecordsThatEndTooEarly_FailAndKeepTheNodesReadUntilThen) {
   }
 }
 
+TEST(Tree, ARecordThatEndsAfterItsId_IsInTheBlockMap) {
+  ModelWriter model;
+  model.AddGroup("first", 0);
+  const std::size_t second = model.StreamBytes(kTree).size();
+  model.At(model.AddGroup("second", 1)).id = 9;
+  const std::string bytes = model.StreamBytes(kTree);
+  const auto mapOf = [&](std::size_t size) {
+    model.ReplaceStream(kTree, bytes.substr(0, size));
+    ModelOnDisk disk(model.Build());
+    Tree tree;
+    BlockMap map;
+    EXPECT_EQ(FailureOf([&] { tree.LoadTree(disk.File(), map, 0, true); }),
+              tevtest::kNotEnoughBytes);
+    return map;
+  };
+  EXPECT_EQ(mapOf(second + 3), (BlockMap{{1, 1}}));
+  EXPECT_EQ(mapOf(second + 4), (BlockMap{{1, 1}, {9, 9}}));
+  EXPECT_EQ(mapOf(bytes.size() - 1), (BlockMap{{1, 1}, {9, 9}}));
+}
+
 TEST(Tree, GeometriesOfALoadThatFailed_HaveNoLoaders) {
   ModelWriter model;
   model.AddGroup("root", 0);
@@ -209,6 +229,27 @@ TEST(Tree, NodeSetsWhoseIdIsRepeated_AreReadOnceFromTheLastOne) {
   ASSERT_EQ(sets.size(), 1U);
   EXPECT_EQ(sets[0].name, "Second");
   EXPECT_EQ(loaded.At<Group>(4).name, "fourth");
+}
+
+// Two of them fail, each with another text.
+TEST(Tree, NodeSets_AreReadInTheOrderOfIds) {
+  for (const unsigned int outside : {2U, 3U}) {
+    ModelWriter model;
+    model.AddGroup("root", 0);
+    for (const NodeRef node : {2U, 3U}) {
+      model.AddNodeSets("sets", 1, {{"Set", {{1, 1}}}});
+      if (node == outside) {
+        model.At(node).NodeSets().heavyPosition = 0xFFFFFF;
+      } else {
+        model.At(node).NodeSets().setCount = 5;  // more than the lists have
+      }
+    }
+    const std::string lists = tevtest::ExpectedException(
+        "Out of Bounds", "Not enough bytes in the block", "include/Lbt/Tev/NodeSets");
+    const std::string expected = outside == 2U ? tevtest::kInvalidPosition : lists;
+    EXPECT_EQ(FailureOfLoading(model), expected);
+    EXPECT_EQ(FailureOfLoading(model.SetRecordOrder({3, 2, 1})), expected);
+  }
 }
 
 TEST(Tree, ALoadWithoutABlockMap_IsTheSame) {

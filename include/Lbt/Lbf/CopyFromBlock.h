@@ -75,6 +75,9 @@ void CopyFromBlock(Block& block, T& value) {
   value = NumberFromBlock<T>(block);
 }
 
+/// Reads floats that are stored as one value: all of them or none.
+void CopyFromBlock(Block& block, std::span<float> floats);
+
 /// Reads a bool: any byte that is not 0 is true.
 void CopyFromBlock(Block& block, bool& value);
 

@@ -64,8 +64,25 @@ class Index {
     return cache_.GetBlock(named.ChooseInMemory(cache_));
   }
   void SetBlockPosition(NamedStream& named, unsigned long offset, std::FILE* stream) {
+    ++changes_;
     named.Seek(cache_, offset, stream);
   }
+
+  /// The block that the next read of a stream is served from. Without "stream" among the blocks in
+  /// memory, and null where none has bytes left. Throws what a load throws.
+  [[nodiscard]] Block* FindReadingBlock(NamedStream& named, std::FILE* stream);
+
+  /// How many times the index has been read: a stream found before that is valid as long as this
+  /// stays.
+  [[nodiscard]] std::uint64_t Reads() const { return reads_; }
+
+  /// Counts what may move blocks, or cursors other than by reading: seeks, blocks made, loaded anew
+  /// or handed out, and reads of the index. A block that was found before serves the next read of
+  /// its stream as long as this stays and it has bytes left.
+  [[nodiscard]] std::uint64_t Changes() const { return changes_; }
+
+  /// Leaves the record of a stream that is missing in the trace log.
+  static void LogMissingStream();
 
   /// Where the next read of a stream begins; see NamedStream::Position.
   [[nodiscard]] std::uint64_t GetPosition(NamedStream& named) { return named.Position(cache_); }
@@ -146,6 +163,8 @@ class Index {
   bool isContinuationRefused_ = false;
   std::uint32_t unusedBytes_ = 0;
   std::uint32_t continuationUnusedBytes_ = 0;
+  std::uint64_t reads_ = 0;
+  std::uint64_t changes_ = 0;
   std::uint8_t nextSequence_ = 0;
   std::uint64_t indexPosition_ = 0;
   std::uint64_t indexSize_ = 0;

@@ -117,6 +117,11 @@ class LbFile {
     return IsOpen() ? index_.GetReadingBlock(named, stream_.get()) : index_.GetReadingBlock(named);
   }
 
+  /// The same, or null of a closed file where no block in memory has bytes left.
+  [[nodiscard]] Block* FindReadingBlock(NamedStream& named) {
+    return index_.FindReadingBlock(named, stream_.get());
+  }
+
   /// Puts the cursor of a stream at a byte; see Index::SetBlockPosition.
   void SetBlockPosition(NamedStream& named, unsigned long offset) {
     index_.SetBlockPosition(named, offset, stream_.get());
@@ -129,11 +134,6 @@ class LbFile {
   [[nodiscard]] std::uint64_t ReadRecordedLength(NamedStream& named) {
     return index_.ReadRecordedLength(named, stream_.get());
   }
-
-  /// The block that the next read of a stream is served from; valid until the next seek. Null
-  /// where only a read can tell what comes of it: the file is closed, its index has not been
-  /// read, or it lacks the stream. Throws what a load throws.
-  [[nodiscard]] Block* FindReadingBlock(std::string_view name);
 
   /// The block that the next read of a stream is served from. Throws "Element Not
   /// Found" for a missing stream.

@@ -79,6 +79,9 @@ class NamedStream {
   /// Not Found" where there is none.
   [[nodiscard]] std::size_t ChooseInMemory(const BlockCache& cache) const;
 
+  /// The same, or none.
+  [[nodiscard]] std::optional<std::size_t> FindInMemory(const BlockCache& cache) const;
+
   /// Puts the cursor at "offset" bytes from the stream's start. Blocks that lie
   /// before are released, and count as read; one that was not in memory counts with
   /// its recorded length and is not inflated. Throws what a load throws, and "Out of

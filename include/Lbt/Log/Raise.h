@@ -11,6 +11,10 @@ namespace Lbt::Log {
 [[noreturn]] void Raise(Util::Exception::ErrorType type, const char* description, const char* file,
                         unsigned long line = __builtin_LINE(), const char* method = "<unknown>");
 
+/// Publishes the record of a failure that does not count as one; otherwise as above.
+void LogFailure(const char* description, const char* file, unsigned long line = __builtin_LINE(),
+                const char* method = "<unknown>");
+
 /// Publishes a progress record (level 1000). "file" is a string constant: the
 /// header of the class concerned, without extension. Without the memory for its text
 /// the record is lost.

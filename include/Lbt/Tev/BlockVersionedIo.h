@@ -19,7 +19,8 @@ namespace LbtTev {
 ///                 or "0.2" materialFlag (1 byte)
 ///   ModifierInfo  seven strings, applicationName to comment, in every version
 ///
-/// Throws "Unknown Version" for a sized record that is shorter than its fields, and
+/// Throws "Unknown Version" for a sized record that is shorter than its fields or whose size
+/// takes its end beyond 32 bits, and
 /// "Out of Bounds" where the block ends too early.
 template <class T>
 void CopyFromBlock_Versioned(LbtLbf::Block& block, T& value);
@@ -35,7 +36,7 @@ namespace LbtLbf {
 
 /// Reads a u32 count and that many records of programs. Where the records run out,
 /// the vector keeps the count as its length, or, where that is absurd for a block of this
-/// size, ends behind the record that is not whole.
+/// size, ends with the record that is not whole.
 template <>
 void CopyFromBlock<LbtTev::ModifierInfo>(Block& block,
                                          std::vector<LbtTev::ModifierInfo>& modifiers);

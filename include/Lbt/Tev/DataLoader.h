@@ -1,23 +1,25 @@
 #pragma once
 
-#include <string>
+#include <memory>
 #include <vector>
 
-#include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/ModelStreams.h"
 
 namespace LbtTev {
 
 /// Knows where the bytes of a numeric array lie and how they are stored, and reads
-/// them when they are wanted. Refers to its file, which must outlive it.
+/// them when they are wanted. Refers to the file of its stream, which must outlive it.
 class DataLoader {
  public:
-  DataLoader(LbtLbf::LbFile& file, std::string blockName, unsigned long position,
-             unsigned long byteSize, unsigned char width, bool shuffled, unsigned int dataType);
+  DataLoader(std::shared_ptr<ModelStream> stream, unsigned long position, unsigned long byteSize,
+             unsigned char width, bool shuffled, unsigned int dataType);
 
   /// Reads the data as elements of 4 bytes. Shuffled data is put right and, for a
   /// width w above 1, interleaved: stored are w planes of n / w elements, one per
   /// component; elements left over by the width stay as stored. Less than 4 bytes
-  /// leave "out" alone, but their position must be within the stream.
+  /// leave "out" alone, but their position must be within the stream. "out" has its new size
+  /// before anything is copied; where the block has not enough bytes it keeps that size, or gets
+  /// the size 1 where the block could not hold as many elements of one byte.
   ///
   /// Throws "Bad Casting" where the element type is another one, before anything is
   /// read, and what seeking and reading the stream throws.
@@ -30,8 +32,7 @@ class DataLoader {
   [[nodiscard]] unsigned int GetDataType() const { return dataType_; }
 
  private:
-  LbtLbf::LbFile* file_;
-  std::string blockName_;
+  std::shared_ptr<ModelStream> stream_;
   unsigned long position_;
   unsigned long byteSize_;
   unsigned char width_;

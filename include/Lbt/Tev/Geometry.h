@@ -2,11 +2,12 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/ModelStreams.h"
 #include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/NumericArray.h"
 #include "Lbt/Util/AttributeValue.h"
@@ -62,21 +63,25 @@ class Geometry final : public Node {
   ///   linked: node id (u32, shifted by "idOffset" unless it is 0), variable index (u32)
   ///   a flag (bool); and one attribute set
   ///
-  /// In "0.5" the data is read at once. Any other version is left to ReadVc_l05. "cache"
-  /// spares the reading of attribute sets that were read before.
-  /// Throws what reading streams throws.
+  /// In "0.5" the data is read at once. Any other version goes to ReadOld. "cache" spares the
+  /// decoding of attribute sets that were decoded before. Throws what reading streams throws.
+  void Read(ModelStreams& streams, std::string_view version, unsigned int idOffset,
+            AttributeSetCache* cache = nullptr);
+  /// The same from the streams of these names.
   void ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
               std::string_view heavyDataBlockName, std::string_view attributesBlockName,
-              std::string_view version, unsigned int idOffset, AttributeSetCache* cache = nullptr);
+              std::string_view version, unsigned int idOffset);
 
   /// Reads the variables of a record from before "0.5": variable count (u32), then for
   /// each name (string), type (u32), byte count (u32), width (1 byte); unless the
   /// version is "0.0a" or "0.1" two flags (bool), two values (float), a flag (bool);
   /// from "0.3" on a flag (bool); from "0.4" on one attribute set; always the position
   /// in the heavy data (u32), which is not shuffled.
+  void ReadOld(ModelStreams& streams, std::string_view version, AttributeSetCache* cache = nullptr);
+  /// The same from the streams of these names.
   void ReadVc_l05(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
                   std::string_view heavyDataBlockName, std::string_view attributesBlockName,
-                  std::string_view version, AttributeSetCache* cache = nullptr);
+                  std::string_view version);
 
   /// Appends a variable and returns its index.
   unsigned int Add(std::string variableName, const VariableType& type, NumericArray array,
@@ -89,6 +94,9 @@ class Geometry final : public Node {
 
   /// Make the loaders of the connectivity variables, and of all others, from the
   /// stored positions. Throw "Element Not Found" for a variable without one.
+  void LocateConnectivity(const std::shared_ptr<ModelStream>& heavy) { Locate(heavy, true); }
+  void LocateOthers(const std::shared_ptr<ModelStream>& heavy) { Locate(heavy, false); }
+  /// The same for the stream of this name.
   void LoadConnectivityBlocks(LbtLbf::LbFile& file, const std::string& heavyDataBlockName);
   void LoadOtherBlocks(LbtLbf::LbFile& file, const std::string& heavyDataBlockName);
 
@@ -98,8 +106,7 @@ class Geometry final : public Node {
   std::map<std::string, unsigned long> heavyDataPositions;
 
  private:
-  void CreateLoaders(LbtLbf::LbFile& file, const std::string& heavyDataBlockName,
-                     bool ofConnectivity);
+  void Locate(const std::shared_ptr<ModelStream>& heavy, bool ofConnectivity);
 };
 
 }  // namespace LbtTev

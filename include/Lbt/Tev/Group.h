@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/ModelStreams.h"
 #include "Lbt/Tev/Node.h"
 #include "Lbt/Util/AttributeValue.h"
 
@@ -24,6 +24,8 @@ class Group final : public Node {
   ///   any other      and groupByte from the light data
   ///
   /// Throws what reading streams throws.
+  void Read(ModelStreams& streams, std::string_view version);
+  /// The same from the streams of these names.
   void ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
               std::string_view attributesBlockName, std::string_view version);
 

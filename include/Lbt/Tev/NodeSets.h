@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/ModelStreams.h"
 #include "Lbt/Tev/Node.h"
 #include "Lbt/Util/AttributeValue.h"
 
@@ -30,7 +30,9 @@ class NodeSets final : public Node {
   /// than the sets or their offsets need, where sets that overlap would hold more
   /// members than the shorter list of values does, or where names that overlap would
   /// hold over a mebibyte more than all names do; std::out_of_range for a name that
-  /// starts behind all names; and what reading streams throws.
+  /// starts after the end of all names; and what reading streams throws.
+  void Load(ModelStream& heavy);
+  /// The same from the stream of this name.
   void LoadDataBlocks(LbtLbf::LbFile& file, std::string_view heavyDataBlockName);
 
   std::vector<NodeSet> sets;

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "Lbt/Lbf/LbFile.h"
 #include "Lbt/Tev/DataLoader.h"
+#include "Lbt/Tev/ModelStreams.h"
 
 namespace LbtTev {
 
@@ -19,8 +20,9 @@ class NumericArray final {
   /// How many elements of 4 bytes there are.
   [[nodiscard]] unsigned long GetNumElements() const { return byteSize / 4; }
 
-  /// Makes the loader for the data at byte "position" of stream "blockName", unless
-  /// there is one.
+  /// Makes the loader for the data at byte "position" of a stream, unless there is one.
+  void CreateDataLoader(std::shared_ptr<ModelStream> stream, unsigned long position, bool shuffled);
+  /// The same for the stream "blockName" of a file.
   void CreateDataLoader(LbtLbf::LbFile& file, const std::string& blockName, unsigned long position,
                         bool shuffled);
 

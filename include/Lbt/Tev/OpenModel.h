@@ -8,9 +8,9 @@
 namespace LbtTev {
 
 /// Opens a container and checks its signature and version. Returns the version text;
-/// "atLeast07" is set where it is 0.7 or later. Throws "Format Not Supported" for a
-/// file without the signature, "Unknown Version", and what LbFile::OpenFile does.
-std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& atLeast07);
+/// "wideOffsets" is set where it is 0.7 or later: positions have 64 bits there. Throws "Format Not
+/// Supported" for a file without the signature, "Unknown Version", and what LbFile::OpenFile does.
+std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& wideOffsets);
 
 /// Opens a model and loads its tree; numbers of variables stay in the file, which
 /// stays open. Throws any Lbt::Util::Exception of the layers below, std::out_of_range

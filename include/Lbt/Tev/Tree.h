@@ -9,6 +9,7 @@
 #include "Lbt/Adt/AdtTree.h"
 #include "Lbt/Lbf/LbFile.h"
 #include "Lbt/Tev/LoadObserver.h"
+#include "Lbt/Tev/ModelStreams.h"
 #include "Lbt/Tev/ModifierInfo.h"
 #include "Lbt/Tev/Node.h"
 
@@ -38,8 +39,8 @@ class Tree : public LbtAdt::Tree<Node*> {
   ///
   /// "parentId" 0 loads the file as the whole tree; another id grafts the file's root
   /// under that node, with all ids shifted to be free ones. "blockMap" gets the id in
-  /// the file by the id in the tree. "observer", unless it is null, is told how far the
-  /// records are read.
+  /// the file by the id in the tree, of a record that cannot be read to its end, too. "observer",
+  /// unless it is null, is told how far the records are read.
   ///
   /// Throws "Element Not Found" where "parentId" is not in the tree, and what reading
   /// streams and records throws; nodes read until then stay.
@@ -58,9 +59,9 @@ class Tree : public LbtAdt::Tree<Node*> {
   [[nodiscard]] LbtLbf::LbFile& GetFile() { return file_; }
   [[nodiscard]] const LbtLbf::LbFile& GetFile() const { return file_; }
 
-  /// The version text of the model's file.
-  [[nodiscard]] const std::string& GetVersion() const { return version_; }
-  void SetVersion(std::string version) { version_ = std::move(version); }
+  /// The version text of the model's file, a container.
+  [[nodiscard]] const std::string& GetContainerVersion() const { return containerVersion_; }
+  void SetContainerVersion(std::string version) { containerVersion_ = std::move(version); }
 
   std::vector<ModifierInfo> modifierInfos;
 
@@ -72,11 +73,13 @@ class Tree : public LbtAdt::Tree<Node*> {
                          std::unique_ptr<Node> node);
   [[nodiscard]] bool HasData() const;
   void DropLoaders();
-  void LoadNodeSets(LbtLbf::LbFile& file, std::vector<unsigned int> ids);
-  void LoadNumbers(LbtLbf::LbFile& file);
+  void LoadNodeSets(ModelStream& heavy, std::vector<unsigned int> ids);
+  void LoadNumbers(const std::shared_ptr<ModelStream>& heavy);
+  [[nodiscard]] std::shared_ptr<ModelStreams> StreamsOf(LbtLbf::LbFile& file) const;
 
   LbtLbf::LbFile file_;
-  std::string version_;
+  std::shared_ptr<ModelStreams> streams_ = std::make_shared<ModelStreams>(file_);
+  std::string containerVersion_;
 };
 
 }  // namespace LbtTev

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/ModelStreams.h"
 
 namespace LbtTev {
 
@@ -21,13 +21,13 @@ struct TreeRecord {
   unsigned long lightDataPosition = 0;
 };
 
-/// Reads how many records stream "name" claims, from its start; none where it is missing.
-/// Throws what reading a stream throws.
-[[nodiscard]] int ReadTreeRecordCount(LbtLbf::LbFile& file, const std::string& name);
-
-/// Reads the next record of stream "name"; "wideOffsets" for a 64-bit position. Throws what
+/// Reads how many records a stream claims, from its start; none where it is missing. Throws what
 /// reading a stream throws.
-[[nodiscard]] TreeRecord ReadTreeRecord(LbtLbf::LbFile& file, const std::string& name,
-                                        bool wideOffsets);
+[[nodiscard]] int ReadTreeRecordCount(ModelStream& tree);
+
+/// Reads the next record: its id first, and all that comes after the id then; "wideOffsets" for a
+/// position of 64 bits. Throw what reading a stream throws.
+void ReadTreeRecordId(ModelStream& tree, TreeRecord& record);
+void ReadAfterTreeRecordId(ModelStream& tree, bool wideOffsets, TreeRecord& record);
 
 }  // namespace LbtTev

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -14,6 +18,63 @@ struct StreamNames {
   std::string resources = "Resources";
   std::string global = "Global Information";
 };
+
+/// What records hold in some versions only. Versions are compared as texts; a version that nobody
+/// knows is one of "all others".
+enum class RecordPart : std::uint8_t {
+  RecordSize,  // of materials and modifiers, by the version of the container
+  MaterialFactor,
+  MaterialFlag,
+  ShapeMaterial,
+  GroupTransform,
+  GroupAttributes,
+  GroupByte,
+  GeometryLinks,          // the layout in which variables may be linked
+  GeometryDataAtOnce,     // data is read together with the record
+  GeometryWidePositions,  // 64 bits
+  GeometryFlags,          // of the layout without links, as the next two
+  GeometryFurtherFlag,
+  GeometryAttributes,
+};
+
+namespace Detail {
+
+/// Which versions have a part: those named, or all others.
+struct PartVersions {
+  enum class Rule : std::uint8_t { Only, AllBut };
+
+  RecordPart part;
+  Rule rule;
+  std::array<std::string_view, 4> versions;  // empty where there are fewer
+};
+
+using Rule = PartVersions::Rule;
+
+inline constexpr std::array kPartVersions{
+    PartVersions{RecordPart::RecordSize, Rule::AllBut, {"0.1", "0.1a", "0.1b", "0.2"}},
+    PartVersions{RecordPart::MaterialFactor, Rule::AllBut, {"0.1"}},
+    PartVersions{RecordPart::MaterialFlag, Rule::AllBut, {"0.1", "0.2"}},
+    PartVersions{RecordPart::ShapeMaterial, Rule::AllBut, {"0.0a", "0.1"}},
+    PartVersions{RecordPart::GroupTransform, Rule::AllBut, {"0.0a", "0.1"}},
+    PartVersions{RecordPart::GroupAttributes, Rule::AllBut, {"0.0a", "0.1", "0.2"}},
+    PartVersions{RecordPart::GroupByte, Rule::AllBut, {"0.0a", "0.1", "0.2", "0.3"}},
+    PartVersions{RecordPart::GeometryLinks, Rule::Only, {"0.5", "0.6", "0.7"}},
+    PartVersions{RecordPart::GeometryDataAtOnce, Rule::Only, {"0.5"}},
+    PartVersions{RecordPart::GeometryWidePositions, Rule::Only, {"0.7"}},
+    PartVersions{RecordPart::GeometryFlags, Rule::AllBut, {"0.0a", "0.1"}},
+    PartVersions{RecordPart::GeometryFurtherFlag, Rule::AllBut, {"0.0a", "0.1", "0.2"}},
+    PartVersions{RecordPart::GeometryAttributes, Rule::AllBut, {"0.0a", "0.1", "0.2", "0.3"}},
+};
+
+}  // namespace Detail
+
+/// Whether records of "version" hold "part".
+[[nodiscard]] constexpr bool Holds(std::string_view version, RecordPart part) {
+  const Detail::PartVersions& row = Detail::kPartVersions[static_cast<std::size_t>(part)];
+  const bool isNamed =
+      !version.empty() && std::ranges::find(row.versions, version) != row.versions.end();
+  return isNamed == (row.rule == Detail::Rule::Only);
+}
 
 /// What separates a result name from an instance name inside a variable's name: the ASCII record
 /// separator.

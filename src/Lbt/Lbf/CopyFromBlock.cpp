@@ -30,6 +30,13 @@ std::string_view UpToNul(std::string_view text) { return text.substr(0, text.fin
 
 }  // namespace
 
+void CopyFromBlock(Block& block, std::span<float> floats) {
+  const StoredList<float> stored(block.Get(static_cast<std::uint32_t>(floats.size_bytes())));
+  for (std::size_t i = 0; i < floats.size(); ++i) {
+    floats[i] = stored[i];
+  }
+}
+
 void CopyFromBlock(Block& block, bool& value) { value = NumberFromBlock<std::uint8_t>(block) != 0; }
 
 void CopyFromBlock(Block& block, std::string& text) {

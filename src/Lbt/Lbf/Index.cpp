@@ -34,6 +34,8 @@ void AbsorbNotFound(Read read) {
 
 void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long& size) {
   Trace("Reading index block ... ", kFile);
+  ++reads_;
+  ++changes_;
   cache_.Assign({}, 0);
   continuation_.reset();
   isContinuationRefused_ = false;
@@ -110,6 +112,16 @@ NamedStream& Index::GetStream(std::string_view name) {
   return *stream;
 }
 
+Block* Index::FindReadingBlock(NamedStream& named, std::FILE* stream) {
+  if (stream != nullptr) {
+    return &GetReadingBlock(named, stream);
+  }
+  const std::optional<std::size_t> entry = named.FindInMemory(cache_);
+  return entry ? &cache_.GetBlock(*entry) : nullptr;
+}
+
+void Index::LogMissingStream() { Lbt::Log::LogFailure("Element Not Found", kFile); }
+
 unsigned long Index::GetReadingBlockIndex(std::string_view name, std::FILE* stream) {
   return GetStream(name).Choose(cache_, stream);
 }
@@ -133,10 +145,11 @@ void Index::SetBlockPosition(std::string_view name, unsigned long offset, std::F
   if (FindStream(name) == nullptr) {
     CreateBlock(std::string(name));
   }
-  GetStream(name).Seek(cache_, offset, stream);
+  SetBlockPosition(GetStream(name), offset, stream);
 }
 
 unsigned long Index::CreateBlock(const std::string& name) {
+  ++changes_;
   IndexItem item;
   item.sequence = nextSequence_++;
   item.name = name;
@@ -150,10 +163,12 @@ BlockSizeLimiter& Index::GetBlockSizeLimiter(std::string_view name) {
 }
 
 void Index::ReadBufferFromFileStream(unsigned long entry, std::FILE* stream) {
+  ++changes_;
   GetStream(cache_.Items().at(entry).name).Reload(cache_, entry, stream);
 }
 
 Block& Index::GetBlock(unsigned long entry) {
+  ++changes_;
   GetStream(cache_.Items().at(entry).name).Expose(entry);
   return cache_.GetBlock(entry);
 }

@@ -186,11 +186,6 @@ std::span<const unsigned char> LbFile::GetBytes(std::string_view name, unsigned 
   }
 }
 
-Block* LbFile::FindReadingBlock(std::string_view name) {
-  NamedStream* named = IsOpen() ? index_.FindStream(name) : nullptr;
-  return named == nullptr ? nullptr : &GetReadingBlock(*named);
-}
-
 template <StreamValue T>
 void LbFile::Get(std::string_view name, T& value) {
   try {

@@ -111,14 +111,19 @@ std::uint64_t NamedStream::RecordedLength(BlockCache& cache, std::FILE* file) {
 }
 
 std::size_t NamedStream::ChooseInMemory(const BlockCache& cache) const {
+  const std::optional<std::size_t> open = FindInMemory(cache);
+  if (!open) {
+    Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
+  }
+  return *open;
+}
+
+std::optional<std::size_t> NamedStream::FindInMemory(const BlockCache& cache) const {
   const auto& blocks = limiter_.blocks;
   const auto open =
       std::find_if(blocks.begin() + static_cast<std::ptrdiff_t>(firstOpen_), blocks.end(),
                    [&cache](std::size_t entry) { return !cache.GetBlock(entry).IsConsumed(); });
-  if (open == blocks.end()) {
-    Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
-  }
-  return *open;
+  return open == blocks.end() ? std::nullopt : std::optional<std::size_t>(*open);
 }
 
 void NamedStream::Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file) {

@@ -42,9 +42,13 @@ void AddTraceLogger(const char* publisherName, Make makePublisher) {
 
 }  // namespace
 
+void LogFailure(const char* description, const char* file, unsigned long line, const char* method) {
+  Publish(Util::LogRecord(Util::LogRecord::kError, file, line, method), description);
+}
+
 void Raise(Util::Exception::ErrorType type, const char* description, const char* file,
            unsigned long line, const char* method) {
-  Publish(Util::LogRecord(Util::LogRecord::kError, file, line, method), description);
+  LogFailure(description, file, line, method);
   throw Util::Exception(type, description, file, line, method);
 }
 

@@ -1,21 +1,17 @@
+// Reads attribute sets: views of the stored lists first, values then.
+
 #include "Lbt/Tev/Attributes.h"
 
 #include <string>
 
-#include "Lbt/Lbf/StreamReader.h"
-#include "TooShort.h"
-
 namespace LbtUtil {
 
 template <class List>
-typename List::value_type AttributeSetReader::Queue<List>::Next() {
-  if (next == values.size()) {
-    LbtTev::RaiseTooShort("include/Lbt/Tev/Attributes");
-  }
-  return values[next++];
+typename List::value_type StoredAttributeSet::Queue<List>::Next() {
+  return LbtTev::ElementOf(values, next++, "include/Lbt/Tev/Attributes");
 }
 
-AttributeValue AttributeSetReader::NextValue(AttributeValue::Kind kind) {
+AttributeValue StoredAttributeSet::NextValue(AttributeValue::Kind kind) {
   switch (kind) {
     case AttributeValue::Kind::UnsignedInteger:
       return uintValues_.Next();
@@ -29,35 +25,45 @@ AttributeValue AttributeSetReader::NextValue(AttributeValue::Kind kind) {
   return {};
 }
 
-void AttributeSetReader::ReadLists(LbtLbf::LbFile& file, std::string_view blockName) {
+void StoredAttributeSet::Read(LbtTev::ModelStream& stream) {
   names_.clear();
-  types_.Clear();
-  uintValues_.Clear();
-  floatValues_.Clear();
-  doubleValues_.Clear();
-  textValues_.Clear();
-  LbtLbf::StreamReader(file, blockName)
-      .Get(names_, types_.values, uintValues_.values, floatValues_.values, doubleValues_.values,
-           textValues_.values);
+  types_ = {};
+  uintValues_.values = {};
+  floatValues_.values = {};
+  doubleValues_.values = {};
+  textValues_.values.clear();
+  const LbtLbf::Block* first = stream.FindBlock();
+  const std::string_view ahead = first == nullptr ? std::string_view() : first->Peek();
+  stream.Get(names_, types_, uintValues_.values, floatValues_.values, doubleValues_.values,
+             textValues_.values);
+  const bool isInOneBlock = first != nullptr && stream.LastBlock() == first;
+  bytes_ =
+      isInOneBlock ? ahead.substr(0, ahead.size() - first->GetRemaining()) : std::string_view();
 }
 
-void AttributeSetReader::Read(LbtLbf::LbFile& file, std::string_view blockName,
-                              AttributeMap& attributes) {
-  ReadLists(file, blockName);
+void StoredAttributeSet::AddTo(AttributeMap& attributes) {
+  uintValues_.next = floatValues_.next = doubleValues_.next = textValues_.next = 0;
   auto kind = AttributeValue::Kind::UnsignedInteger;
-  for (const std::string_view name : names_) {
-    const unsigned char code = types_.Next();
+  for (std::size_t i = 0; i < names_.size(); ++i) {
+    const unsigned char code = LbtTev::ElementOf(types_, i, "include/Lbt/Tev/Attributes");
     if (code <= static_cast<unsigned char>(AttributeValue::Kind::Double)) {
       kind = static_cast<AttributeValue::Kind>(code);
     }
     // Sets mostly have their names in order.
-    attributes.insert_or_assign(attributes.end(), std::string(name), NextValue(kind));
+    attributes.insert_or_assign(attributes.end(), std::string(names_[i]), NextValue(kind));
   }
+}
+
+void ReadAttributes(LbtTev::ModelStream& stream, AttributeMap& attributes) {
+  StoredAttributeSet set;
+  set.Read(stream);
+  set.AddTo(attributes);
 }
 
 void ReadAttributesFromLbf(LbtLbf::LbFile& file, std::string_view blockName,
                            AttributeMap& attributes) {
-  AttributeSetReader().Read(file, blockName, attributes);
+  LbtTev::ModelStream stream(file, std::string(blockName));
+  ReadAttributes(stream, attributes);
 }
 
 }  // namespace LbtUtil

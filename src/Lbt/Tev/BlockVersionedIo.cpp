@@ -1,3 +1,5 @@
+// Reads the records of materials and modifiers, which carry their versions.
+
 #include "Lbt/Tev/BlockVersionedIo.h"
 
 #include <algorithm>
@@ -7,7 +9,7 @@
 
 #include "Lbt/Lbf/LbFile.h"
 #include "Lbt/Log/Raise.h"
-#include "StoredFloats.h"
+#include "Lbt/Tev/Vocabulary.h"
 
 namespace LbtTev {
 
@@ -18,31 +20,19 @@ using LbtLbf::Block;
 using LbtLbf::CopyFromBlock;
 using LbtLbf::NumberFromBlock;
 
-/// Whether records carry their size: not yet in the first container versions.
-bool AreRecordsSized() {
-  const std::string_view version = LbtLbf::tev_file_version;
-  return version != "0.1" && version != "0.1a" && version != "0.1b" && version != "0.2";
-}
-
-void ReadFloats(Block& block, std::span<float> floats) {
-  DecodeFloats(block.Get(static_cast<std::uint32_t>(floats.size_bytes())), floats);
-}
-
 void ReadFields(Block& block, Material& material, std::string_view version) {
   constexpr std::size_t kStoredColours = 3;  // alpha is not stored
-  ReadFloats(block, material.diffuse);
-  ReadFloats(block, material.specular);
-  ReadFloats(block, std::span(material.emissive).first(kStoredColours));
-  ReadFloats(block, std::span(material.ambient).first(kStoredColours));
+  CopyFromBlock(block, std::span<float>(material.diffuse));
+  CopyFromBlock(block, std::span<float>(material.specular));
+  CopyFromBlock(block, std::span(material.emissive).first(kStoredColours));
+  CopyFromBlock(block, std::span(material.ambient).first(kStoredColours));
   CopyFromBlock(block, material.shininess);
-  if (version == "0.1") {
-    return;
+  if (Holds(version, RecordPart::MaterialFactor)) {
+    CopyFromBlock(block, material.materialFactor);
   }
-  CopyFromBlock(block, material.materialFactor);
-  if (version == "0.2") {
-    return;
+  if (Holds(version, RecordPart::MaterialFlag)) {
+    CopyFromBlock(block, material.materialFlag);
   }
-  CopyFromBlock(block, material.materialFlag);
 }
 
 void ReadFields(Block& block, ModifierInfo& modifier, std::string_view /*version*/) {
@@ -56,9 +46,9 @@ void ReadFields(Block& block, ModifierInfo& modifier, std::string_view /*version
 }
 
 /// Steps over what a newer writer added to a record.
-void FinishSizedRecord(Block& block, std::uint64_t end) {
+void FinishSizedRecord(Block& block, std::uint32_t end) {
   if (block.GetPosition() < end) {
-    block.SetPosition(end);
+    block.SetPosition(std::uint64_t{end});
   } else if (block.GetPosition() > end) {
     constexpr unsigned long kLine = 184;  // fixed: part of the text that users know
     Lbt::Log::Raise(Exception::ErrorType::UnknownVersion, "Unknown Version",
@@ -68,13 +58,14 @@ void FinishSizedRecord(Block& block, std::uint64_t end) {
 
 template <class T>
 void ReadRecord(Block& block, T& value) {
-  const std::uint64_t start = block.GetPosition();
-  const bool isSized = AreRecordsSized();
+  const std::uint32_t start = block.GetPosition();
+  const bool isSized = Holds(LbtLbf::tev_file_version, RecordPart::RecordSize);
   const std::uint32_t recordSize = isSized ? NumberFromBlock<std::uint32_t>(block) : 0;
   std::string version;
   CopyFromBlock(block, version);
   ReadFields(block, value, version);
   if (isSized) {
+    // In 32 bits: a size that wraps ends its record before its fields.
     FinishSizedRecord(block, start + recordSize);
   }
 }

@@ -1,3 +1,5 @@
+// Reads the numbers of an array and puts them in order.
+
 #include "Lbt/Tev/DataLoader.h"
 
 #include <cstddef>
@@ -33,13 +35,22 @@ void UnShuffleItems(std::span<const unsigned char> stored, std::size_t width, st
   std::memcpy(items + done, stored.data() + done, stored.size() - done);
 }
 
+/// Gives "out" the size that was claimed, as far as "block" allows: the claim of an absurd number
+/// takes no memory.
+template <class T>
+void Resize(std::vector<T>& out, std::size_t count, const LbtLbf::Block& block) {
+  const std::size_t size = LbtLbf::Detail::KeptLength(count, 0, block.GetSize());
+  out.reserve(size);
+  Lbt::Util::AskForLargePages(out.data(), size * kElementSize);
+  out.resize(size);
+}
+
 }  // namespace
 
-DataLoader::DataLoader(LbtLbf::LbFile& file, std::string blockName, unsigned long position,
+DataLoader::DataLoader(std::shared_ptr<ModelStream> stream, unsigned long position,
                        unsigned long byteSize, unsigned char width, bool shuffled,
                        unsigned int dataType)
-    : file_(&file),
-      blockName_(std::move(blockName)),
+    : stream_(std::move(stream)),
       position_(position),
       byteSize_(byteSize),
       width_(width),
@@ -53,20 +64,18 @@ void DataLoader::LoadTo(std::vector<T>& out) const {
     Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::BadCasting, "Bad Casting",
                     "include/Lbt/Tev/DataLoader");
   }
-  file_->SetBlockPosition(blockName_, position_);
+  stream_->Seek(position_);
   const std::size_t count = byteSize_ / kElementSize;
   if (count == 0) {
     return;
   }
-  // Bytes behind the last whole element are read, and so must be there.
-  const auto stored = file_->GetBytes(blockName_, byteSize_);
-  if (stored.empty()) {
+  const LbtLbf::Block* block = stream_->FindBlock();
+  if (block == nullptr) {
     return;  // a closed file whose blocks in memory are used up
   }
-  out.reserve(count);
-  Lbt::Util::AskForLargePages(out.data(), count * kElementSize);
-  out.resize(count);
-  const auto elements = stored.first(count * kElementSize);
+  Resize(out, count, *block);
+  // Bytes after the last whole element are read, and so must be there.
+  const auto elements = stream_->GetBytes(byteSize_).first(count * kElementSize);
   std::byte* items = std::as_writable_bytes(std::span(out)).data();
   if (shuffled_ && width_ != 0) {
     UnShuffleItems(elements, width_, items);

@@ -1,3 +1,5 @@
+// What geometries make of their variables: attributes, links and loaders.
+
 #include "Lbt/Tev/Geometry.h"
 
 #include <algorithm>
@@ -31,7 +33,7 @@ LbtUtil::AttributeMap TakeStorageAttributes(LbtUtil::AttributeMap& attributes) {
   return taken;
 }
 
-/// Entries that are there already and not named again stay.
+/// Entries that were there before and are not named again stay.
 void Update(LbtUtil::SharedAttributes& attributes, LbtUtil::AttributeMap added) {
   added.insert(attributes.begin(), attributes.end());
   attributes = std::move(added);
@@ -69,15 +71,14 @@ void Geometry::ProcessAttributes(VarStruct& variable, LbtUtil::AttributeMap attr
 }
 
 void Geometry::LoadConnectivityBlocks(LbtLbf::LbFile& file, const std::string& heavyDataBlockName) {
-  CreateLoaders(file, heavyDataBlockName, true);
+  LocateConnectivity(std::make_shared<ModelStream>(file, heavyDataBlockName));
 }
 
 void Geometry::LoadOtherBlocks(LbtLbf::LbFile& file, const std::string& heavyDataBlockName) {
-  CreateLoaders(file, heavyDataBlockName, false);
+  LocateOthers(std::make_shared<ModelStream>(file, heavyDataBlockName));
 }
 
-void Geometry::CreateLoaders(LbtLbf::LbFile& file, const std::string& heavyDataBlockName,
-                             bool ofConnectivity) {
+void Geometry::Locate(const std::shared_ptr<ModelStream>& heavy, bool ofConnectivity) {
   if (heavyDataPositions.empty()) {
     return;
   }
@@ -91,7 +92,7 @@ void Geometry::CreateLoaders(LbtLbf::LbFile& file, const std::string& heavyDataB
       Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ElementNotFound, "Element Not Found",
                       "include/Lbt/Tev/Geometry", kLine);
     }
-    variable.array.CreateDataLoader(file, heavyDataBlockName, position->second, true);
+    variable.array.CreateDataLoader(heavy, position->second, true);
   }
 }
 

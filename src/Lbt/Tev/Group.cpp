@@ -1,26 +1,32 @@
+// Reads groups.
+
 #include "Lbt/Tev/Group.h"
 
 #include "Lbt/Tev/Attributes.h"
-#include "StoredFloats.h"
 
 namespace LbtTev {
 
+void Group::Read(ModelStreams& streams, std::string_view version) {
+  if (Holds(version, RecordPart::GroupTransform)) {
+    streams.light.GetFloats(translation);
+    streams.light.GetFloats(rotation);
+    streams.light.GetFloats(scale);
+  }
+  if (Holds(version, RecordPart::GroupAttributes)) {
+    LbtUtil::ReadAttributes(streams.attributes, attributes);
+  }
+  if (Holds(version, RecordPart::GroupByte)) {
+    streams.light.Get(groupByte);
+  }
+}
+
 void Group::ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
                    std::string_view attributesBlockName, std::string_view version) {
-  if (version == "0.0a" || version == "0.1") {
-    return;
-  }
-  ReadStoredFloats(file, lightDataBlockName, translation);
-  ReadStoredFloats(file, lightDataBlockName, rotation);
-  ReadStoredFloats(file, lightDataBlockName, scale);
-  if (version == "0.2") {
-    return;
-  }
-  LbtUtil::ReadAttributesFromLbf(file, attributesBlockName, attributes);
-  if (version == "0.3") {
-    return;
-  }
-  file.Get(lightDataBlockName, groupByte);
+  StreamNames names;
+  names.light = lightDataBlockName;
+  names.attributes = attributesBlockName;
+  ModelStreams streams(file, names);
+  Read(streams, version);
 }
 
 }  // namespace LbtTev

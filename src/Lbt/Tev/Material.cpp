@@ -1,3 +1,5 @@
+// The looks of a surface without a material record.
+
 #include "Lbt/Tev/Material.h"
 
 #include <cstddef>

@@ -1,6 +1,7 @@
+// Makes the nodes of a tree from their records.
+
 #include "NodeFactory.h"
 
-#include "Lbt/Log/Raise.h"
 #include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Tev/FutureNode.h"
 #include "Lbt/Tev/Geometry.h"
@@ -12,91 +13,77 @@ namespace LbtTev {
 
 namespace {
 
-using Lbt::Util::Exception;
-
-std::unique_ptr<Node> ReadGroup(LbtLbf::LbFile& file, const StreamNames& streams,
-                                const TreeRecord& record) {
+std::unique_ptr<Node> ReadGroup(ModelStreams& streams, const TreeRecord& record) {
   auto group = std::make_unique<Group>();
-  group->ReadVc(file, streams.light, streams.attributes, record.version);
+  group->Read(streams, record.version);
   return group;
 }
 
-/// The first shape versions have no material record; a file without any keeps the
-/// default material.
-std::unique_ptr<Node> ReadShape(LbtLbf::LbFile& file, const StreamNames& streams,
-                                const TreeRecord& record) {
+/// A file without any material record keeps the default material.
+std::unique_ptr<Node> ReadShape(ModelStreams& streams, const TreeRecord& record) {
   auto shape = std::make_unique<Shape>();
-  if (record.version == "0.1" || record.version == "0.0a") {
-    return shape;
-  }
-  try {
-    CopyFromBlock_Versioned(file.GetReadingBlock(streams.resources), shape->material);
-  } catch (const Exception& exception) {
-    if (exception.GetType() != Exception::ErrorType::ElementNotFound) {
-      throw;
+  if (Holds(record.version, RecordPart::ShapeMaterial)) {
+    if (LbtLbf::Block* block = streams.resources.FindBlock(); block != nullptr) {
+      CopyFromBlock_Versioned(*block, shape->material);
     }
   }
   return shape;
 }
 
-std::unique_ptr<Node> ReadGeometry(LbtLbf::LbFile& file, const StreamNames& streams,
-                                   const TreeRecord& record, unsigned int idOffset,
-                                   AttributeSetCache& cache) {
+std::unique_ptr<Node> ReadGeometry(ModelStreams& streams, const TreeRecord& record,
+                                   unsigned int idOffset, AttributeSetCache& cache) {
   auto geometry = std::make_unique<Geometry>();
-  geometry->ReadVc(file, streams.light, streams.heavy, streams.attributes, record.version, idOffset,
-                   &cache);
+  geometry->Read(streams, record.version, idOffset, &cache);
   return geometry;
 }
 
-std::unique_ptr<Node> ReadNodeSets(LbtLbf::LbFile& file, const StreamNames& streams) {
+/// Steps over data whose size stands before it.
+void SkipData(ModelStream& light, unsigned int size) { static_cast<void>(light.GetBytes(size)); }
+
+std::unique_ptr<Node> ReadNodeSets(ModelStream& light) {
   constexpr unsigned int kKnownSize = 16;
   auto nodeSets = std::make_unique<NodeSets>();
   unsigned int size = 0;
-  file.Get(streams.light, size);
+  light.Get(size);
   if (size == kKnownSize) {
-    file.Get(streams.light, nodeSets->setCount);
-    file.Get(streams.light, nodeSets->heavyDataPosition);
-    file.Get(streams.light, nodeSets->reservedCount);
+    light.Get(nodeSets->setCount, nodeSets->heavyDataPosition, nodeSets->reservedCount);
   } else {
-    static_cast<void>(file.GetBytes(streams.light, size));
+    SkipData(light, size);
   }
   return nodeSets;
 }
 
-std::unique_ptr<Node> SkipFutureNode(LbtLbf::LbFile& file, const StreamNames& streams,
-                                     const TreeRecord& record) {
+std::unique_ptr<Node> SkipFutureNode(ModelStream& light, const TreeRecord& record) {
   auto node = std::make_unique<FutureNode>();
   node->storedType = record.type;
   unsigned int size = 0;
-  file.Get(streams.light, size);
-  static_cast<void>(file.GetBytes(streams.light, size));
+  light.Get(size);
+  SkipData(light, size);
   return node;
 }
 
-std::unique_ptr<Node> ReadByType(LbtLbf::LbFile& file, const StreamNames& streams,
-                                 const TreeRecord& record, unsigned int idOffset,
-                                 AttributeSetCache& cache) {
+std::unique_ptr<Node> ReadByType(ModelStreams& streams, const TreeRecord& record,
+                                 unsigned int idOffset, AttributeSetCache& cache) {
   if (record.type == "Group") {
-    return ReadGroup(file, streams, record);
+    return ReadGroup(streams, record);
   }
   if (record.type == "Shape") {
-    return ReadShape(file, streams, record);
+    return ReadShape(streams, record);
   }
   if (record.type == "Geometry") {
-    return ReadGeometry(file, streams, record, idOffset, cache);
+    return ReadGeometry(streams, record, idOffset, cache);
   }
   if (record.type == "NodeSets") {
-    return ReadNodeSets(file, streams);
+    return ReadNodeSets(streams.light);
   }
-  return record.type.empty() ? nullptr : SkipFutureNode(file, streams, record);
+  return record.type.empty() ? nullptr : SkipFutureNode(streams.light, record);
 }
 
 }  // namespace
 
-std::unique_ptr<Node> ReadNode(LbtLbf::LbFile& file, const StreamNames& streams,
-                               const TreeRecord& record, unsigned int idOffset,
-                               AttributeSetCache& cache) {
-  std::unique_ptr<Node> node = ReadByType(file, streams, record, idOffset, cache);
+std::unique_ptr<Node> ReadNode(ModelStreams& streams, const TreeRecord& record,
+                               unsigned int idOffset, AttributeSetCache& cache) {
+  std::unique_ptr<Node> node = ReadByType(streams, record, idOffset, cache);
   if (node != nullptr) {
     node->name = record.name;
     node->recordVersion = record.version;

@@ -1,31 +1,29 @@
+// Reads node sets.
+
 #include "Lbt/Tev/NodeSets.h"
 
 #include <algorithm>
-#include <cstdint>
 
-#include "TooShort.h"
+#include "Lbt/Lbf/CopyFromBlock.h"
 
 namespace LbtTev {
 
 namespace {
 
+using NumberList = LbtLbf::StoredList<unsigned int>;
+
 /// The five lists as they are stored.
 struct StoredSets {
-  std::vector<unsigned int> nameOffsets;
+  NumberList nameOffsets;
   std::string allNames;
-  std::vector<unsigned int> memberOffsets;
-  std::vector<unsigned int> firstValues;
-  std::vector<unsigned int> secondValues;
+  NumberList memberOffsets;
+  NumberList firstValues;
+  NumberList secondValues;
 };
 
 constexpr const char* kFile = "include/Lbt/Tev/NodeSets";
 
-unsigned int At(const std::vector<unsigned int>& list, std::size_t index) {
-  if (index >= list.size()) {
-    RaiseTooShort(kFile);
-  }
-  return list[index];
-}
+unsigned int At(const NumberList& list, std::size_t index) { return ElementOf(list, index, kFile); }
 
 /// Keeps what is gathered linear in what is stored: offsets that overlap can claim
 /// the same elements over and over.
@@ -35,7 +33,8 @@ class Allowance {
 
   void Take(std::size_t amount) {
     if (amount > left_) {
-      RaiseTooShort(kFile);
+      Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds, "Not enough bytes in the block",
+                      kFile);
     }
     left_ -= amount;
   }
@@ -73,14 +72,15 @@ std::vector<std::pair<unsigned int, unsigned int>> MembersOf(const StoredSets& s
 }  // namespace
 
 void NodeSets::LoadDataBlocks(LbtLbf::LbFile& file, std::string_view heavyDataBlockName) {
-  StoredSets stored;
-  file.SetBlockPosition(heavyDataBlockName, heavyDataPosition);
-  file.Get(heavyDataBlockName, stored.nameOffsets);
-  file.Get(heavyDataBlockName, stored.allNames);
-  file.Get(heavyDataBlockName, stored.memberOffsets);
-  file.Get(heavyDataBlockName, stored.firstValues);
-  file.Get(heavyDataBlockName, stored.secondValues);
+  ModelStream heavy(file, std::string(heavyDataBlockName));
+  Load(heavy);
+}
 
+void NodeSets::Load(ModelStream& heavy) {
+  heavy.Seek(heavyDataPosition);
+  StoredSets stored;
+  heavy.Get(stored.nameOffsets, stored.allNames, stored.memberOffsets, stored.firstValues,
+            stored.secondValues);
   Allowance names(stored.allNames.size() + kRepeatedNames);
   Allowance members(std::min(stored.firstValues.size(), stored.secondValues.size()));
   sets.clear();

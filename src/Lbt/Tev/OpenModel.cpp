@@ -1,3 +1,5 @@
+// Opens containers and models.
+
 #include "Lbt/Tev/OpenModel.h"
 
 #include "Lbt/Log/Raise.h"
@@ -15,9 +17,8 @@ unsigned int GraftingParent(Tree& tree) {
   return group != nullptr && group->groupByte != 0 ? Tree::kRootId : 0;
 }
 
-}  // namespace
-
-std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& atLeast07) {
+/// Opens a container and returns its version text, which nobody has judged yet.
+std::string OpenSigned(LbtLbf::LbFile& file, const std::string& path) {
   file.OpenFile(path, "rb");
   if (!file.HasSignature()) {
     constexpr unsigned long kLine = 729;  // fixed: part of the text that users know
@@ -25,23 +26,30 @@ std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& a
     Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::FormatNotSupported, message.c_str(),
                     "include/Lbt/Tev/Tree", kLine);
   }
-  std::string version = file.ReadVersion();
-  LbtLbf::LbFile::CheckSupport(version, atLeast07);
+  return file.ReadVersion();
+}
+
+}  // namespace
+
+std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& wideOffsets) {
+  std::string version = OpenSigned(file, path);
+  LbtLbf::LbFile::CheckSupport(version, wideOffsets);
   return version;
 }
 
 void OpenModel(Tree& tree, const std::string& path, LoadObserver* observer) {
   LbtLbf::LbFile& file = tree.GetFile();
-  bool atLeast07 = false;
-  tree.SetVersion(OpenContainer(file, path, atLeast07));
+  tree.SetContainerVersion(OpenSigned(file, path));
+  bool wideOffsets = false;
+  LbtLbf::LbFile::CheckSupport(tree.GetContainerVersion(), wideOffsets);
   const unsigned int parentId = GraftingParent(tree);
   tree.LoadGlobalInfo(file);
-  tree.LoadTree(file, parentId, atLeast07, observer);
+  tree.LoadTree(file, parentId, wideOffsets, observer);
   tree.UpdateLinkedBuffers();
-  if (tree.GetVersion() != "0.1") {
+  if (tree.GetContainerVersion() != "0.1") {
     // What is loaded after a model goes by its version for this moment only, and by
     // the newest one from then on.
-    LbtLbf::tev_file_version = tree.GetVersion();
+    LbtLbf::tev_file_version = tree.GetContainerVersion();
     LbtLbf::tev_file_version = "1.3";
   }
 }

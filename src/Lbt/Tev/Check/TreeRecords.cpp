@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <string>
+#include <utility>
 
 #include "ContainerCheck.h"
 #include "Lbt/Tev/Vocabulary.h"
@@ -16,15 +17,22 @@ namespace {
 class RecordReader {
  public:
   RecordReader(LbtLbf::LbFile& file, bool wideOffsets, const StreamMap& map)
-      : file_(&file), wideOffsets_(wideOffsets), map_(&map), stream_(LbtTev::StreamNames().tree) {}
+      : file_(&file),
+        tree_(file, LbtTev::StreamNames().tree),
+        wideOffsets_(wideOffsets),
+        map_(&map) {}
 
   void Read(TreeRecords& read) {
-    start_ = map_->CursorOf(*file_, stream_);
-    count_ = LbtTev::ReadTreeRecordCount(*file_, stream_);
+    start_ = map_->CursorOf(*file_, tree_.GetName());
+    count_ = LbtTev::ReadTreeRecordCount(tree_);
     for (int i = 0; i < *count_; ++i) {
       start_.reset();
-      start_ = map_->CursorOf(*file_, stream_);
-      read.records.push_back({LbtTev::ReadTreeRecord(*file_, stream_, wideOffsets_), start_});
+      start_ = map_->CursorOf(*file_, tree_.GetName());
+      PlacedRecord record;
+      record.position = start_;
+      LbtTev::ReadTreeRecordId(tree_, record);
+      LbtTev::ReadAfterTreeRecordId(tree_, wideOffsets_, record);
+      read.records.push_back(std::move(record));
     }
   }
 
@@ -58,7 +66,7 @@ class RecordReader {
 
   /// Tells of bytes after the last record. Call it when all have been read.
   void FindUnused(const FindingSink& sink) const {
-    const std::uint64_t end = map_->CursorOf(*file_, stream_);
+    const std::uint64_t end = map_->CursorOf(*file_, tree_.GetName());
     const std::uint64_t unused = map_->Length() - end;
     if (unused == 0) {
       return;
@@ -76,9 +84,9 @@ class RecordReader {
 
  private:
   LbtLbf::LbFile* file_;
+  LbtTev::ModelStream tree_;
   bool wideOffsets_;
   const StreamMap* map_;
-  std::string stream_;
   std::optional<int> count_;
   std::optional<std::uint64_t> start_;  // of what is read at the moment
 };

@@ -107,7 +107,7 @@ ModelFacts GatherModelFacts(const Tree& tree, Numbers numbers) {
 
   TakeRootAttributes(facts.rootAttributes, facts);
   facts.summary = sink.TakeFacts();
-  facts.version = tree.GetVersion();
+  facts.version = tree.GetContainerVersion();
   facts.modifiers = tree.modifierInfos;
   facts.fileBytes = tree.GetFile().GetSize();
   if (facts.fileBytes) {

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "Lbt/Lbf/CopyFromBlock.h"
+#include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Log/Raise.h"
+#include "Lbt/Tev/Vocabulary.h"
+
+namespace LbtTev {
+
+/// One stream of an open file, read from where its cursor stands. All readers of a stream share
+/// that cursor. Refers to its file, which must outlive it.
+///
+/// A stream that the file lacks is no error: reads leave their values alone, and the first one
+/// leaves a line in the trace log.
+class ModelStream {
+ public:
+  ModelStream(LbtLbf::LbFile& file, std::string name) : file_(&file), name_(std::move(name)) {}
+
+  [[nodiscard]] LbtLbf::LbFile& GetFile() const { return *file_; }
+  [[nodiscard]] const std::string& GetName() const { return name_; }
+
+  /// The block that the next read is served from; null where the file lacks the stream, or, once
+  /// it is closed, where no block in memory has bytes left. Valid until the next seek in any
+  /// stream. Throws what reading the index and loading a block throw.
+  [[nodiscard]] LbtLbf::Block* FindBlock() {
+    if (block_ == nullptr || changes_ != file_->GetIndex().Changes() || block_->IsConsumed()) {
+      FindNextBlock();
+    }
+    return block_;
+  }
+
+  /// The block that served the last read, or null.
+  [[nodiscard]] const LbtLbf::Block* LastBlock() const { return block_; }
+
+  /// Reads values, one after another; those before one that fails are read. Lists and views that
+  /// stay in their block are valid until the next seek in this stream. Throws "Out of Bounds"
+  /// where a block ends too early, "Element Not Found" where the file is closed and no block in
+  /// memory has bytes left, and what FindBlock does.
+  template <LbtLbf::StreamValue... T>
+  void Get(T&... values) {
+    (GetOne(values), ...);
+  }
+
+  /// Reads numbers that are stored as one value. Throws as above, but for a closed file.
+  void GetFloats(std::span<float> floats) {
+    if (LbtLbf::Block* block = FindBlock(); block != nullptr) {
+      LbtLbf::CopyFromBlock(*block, floats);
+    }
+  }
+
+  /// The next "length" bytes without a copy, valid until the next seek in this stream; none where
+  /// there is no block. Throws as above, but for a closed file.
+  [[nodiscard]] std::span<const unsigned char> GetBytes(unsigned long length);
+
+  /// Puts the cursor at a byte; see LbFile::SetBlockPosition. A stream that the file lacks is
+  /// there from then on, without bytes.
+  void Seek(unsigned long position);
+
+ private:
+  template <LbtLbf::StreamValue T>
+  void GetOne(T& value) {
+    if (LbtLbf::Block* block = FindBlock(); block != nullptr) {
+      LbtLbf::CopyFromBlock(*block, value);
+    } else if (!file_->IsOpen()) {
+      file_->Get(name_, value);
+    }
+  }
+
+  void FindNextBlock();
+  [[nodiscard]] LbtLbf::NamedStream* FindStream();
+
+  LbtLbf::LbFile* file_;
+  std::string name_;
+  LbtLbf::NamedStream* stream_ = nullptr;  // known since the index was read for the "reads_"th time
+  LbtLbf::Block* block_ = nullptr;         // known since the "changes_"th change of the index
+  std::uint64_t reads_ = 0;
+  std::uint64_t changes_ = 0;
+  bool isMissingLogged_ = false;
+};
+
+/// The one door to the bytes of a model: a reader for each of its streams. What reads nodes and
+/// their data takes it.
+struct ModelStreams {
+  explicit ModelStreams(LbtLbf::LbFile& file, const StreamNames& names = {})
+      : tree(file, names.tree),
+        light(file, names.light),
+        heavy(std::make_shared<ModelStream>(file, names.heavy)),
+        attributes(file, names.attributes),
+        resources(file, names.resources),
+        global(file, names.global) {}
+
+  ModelStream tree;
+  ModelStream light;
+  std::shared_ptr<ModelStream> heavy;  ///< shared with the loaders of arrays
+  ModelStream attributes;
+  ModelStream resources;
+  ModelStream global;
+};
+
+/// The element of a stored list. Throws "Out of Bounds" with the text of a block that ends too
+/// early, in the name of "file", where a list has fewer elements than another one claims of it.
+template <class List>
+[[nodiscard]] typename List::value_type ElementOf(const List& list, std::size_t index,
+                                                  const char* file) {
+  if (index >= list.size()) {
+    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds, "Not enough bytes in the block",
+                    file);
+  }
+  return list[index];
+}
+
+}  // namespace LbtTev
