@@ -1,4 +1,4 @@
-# Verbs of ./dev: test, asan, sweep.
+# Verbs of ./dev: test, asan, sweep, mutants.
 
 verb_test() {
   need "${test_packages[@]}"
@@ -21,4 +21,10 @@ verb_sweep() {
     build_everything "$preset"
     TEVINFO_SWEEP=all run_tests "$preset" --timeout 7200 --verbose -R '^sweep\.' "$@"
   done
+}
+
+verb_mutants() {
+  need "${test_packages[@]}"
+  use_compiler_cache
+  tools/mutants.py "$@"
 }
