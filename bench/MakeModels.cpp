@@ -2,7 +2,7 @@
 //
 //   bench_models DIRECTORY CASE...
 //
-// Cases: dump, nodes, small-data, big-data, tiny, many.
+// Cases: dump, nodes, small-data, big-data, tiny, many, growth, hostile.
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "support/HostileRows.h"
 #include "support/ModelWriter.h"
 
 namespace {
@@ -141,6 +142,72 @@ void MakeMany(const fs::path& directory) {
   }
 }
 
+/// How much of each thing a model has.
+struct Amounts {
+  std::size_t nodes = 1;
+  std::size_t parts = 1;
+  std::size_t steps = 1;
+  std::size_t attributes = 1;
+  std::size_t names = 1;
+};
+
+/// Each part has "nodes" nodes, "names" results at each of "steps" steps, each with "attributes".
+ModelWriter ModelOf(const Amounts& amounts) {
+  ModelWriter model;
+  const NodeRef group = model.AddGroup("Geometry", model.AddGroup("model", 0));
+  AttributeSet attributes;
+  for (std::size_t i = 0; i < amounts.attributes; ++i)
+    attributes.items.push_back(
+        Attribute::Float("Attribute " + std::to_string(i), static_cast<float>(i)));
+  const std::vector<float> values = Field(amounts.nodes, 1, 400.0F);
+  for (std::size_t part = 0; part < amounts.parts; ++part) {
+    const std::string partName = "Part " + std::to_string(part);
+    const NodeRef geometry = model.AddGeometry(partName, model.AddShape(partName, group));
+    model.AddVariable(geometry, Variable::Floats("Node Ids", kIds, 1, Ids(amounts.nodes)));
+    for (std::size_t name = 0; name < amounts.names; ++name) {
+      for (std::size_t step = 0; step < amounts.steps; ++step) {
+        model.AddVariable(geometry, Variable::Floats("Result " + std::to_string(name) +
+                                                         "\x1eTime = " + std::to_string(step),
+                                                     kScalarResult, 1, values, attributes));
+      }
+    }
+  }
+  model.SetLayoutOfOthers({.packing = StreamLayout::Packing::Compressed});
+  return model;
+}
+
+/// For each thing: a model that has little of all, and such that have 1 to 8 times as much of it.
+void MakeGrowth(const fs::path& directory) {
+  struct Thing {
+    const char* name;
+    std::size_t Amounts::*amount;
+    std::size_t once;
+  };
+  fs::create_directories(directory);
+  for (const Thing& thing :
+       {Thing{"nodes", &Amounts::nodes, 30000}, Thing{"parts", &Amounts::parts, 500},
+        Thing{"steps", &Amounts::steps, 500}, Thing{"attributes", &Amounts::attributes, 1000},
+        Thing{"names", &Amounts::names, 500}}) {
+    for (const std::size_t times : {0U, 1U, 2U, 4U, 8U}) {
+      Amounts amounts;
+      amounts.*thing.amount = std::max<std::size_t>(1, times * thing.once);
+      Save(directory / (std::string(thing.name) + std::to_string(times) + ".tev"),
+           ModelOf(amounts).Build());
+    }
+  }
+}
+
+/// The files that ask for far more than they hold; prints the name and the inflated size
+/// of each.
+void MakeHostile(const fs::path& directory) {
+  fs::create_directories(directory);
+  for (const HostileRow& row : HostileRows()) {
+    const HostileModel model = row.full();
+    Save(directory / (std::string(row.name) + ".tev"), model.bytes);
+    std::cout << row.name << '\t' << model.inflated << '\n';
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -153,6 +220,8 @@ int main(int argc, char** argv) {
       {"big-data", [](const fs::path& d) { MakeData(d / "big-data.tev", kBigData); }},
       {"tiny", [](const fs::path& d) { MakeTiny(d / "tiny.tev"); }},
       {"many", [](const fs::path& d) { MakeMany(d / "many"); }},
+      {"growth", [](const fs::path& d) { MakeGrowth(d / "growth"); }},
+      {"hostile", [](const fs::path& d) { MakeHostile(d / "hostile"); }},
   };
   for (int i = 2; i < argc; ++i) {
     const auto maker = makers.find(argv[i]);

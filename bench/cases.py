@@ -35,6 +35,11 @@ class Goals:
     def at_most(self, what, value, bound, render):
         self._add(what, f"at most {render(bound)}", render(value), value <= bound)
 
+    def within(self, what, values, least, most):
+        found = f"{min(values):.2f} to {max(values):.2f}"
+        self._add(what, f"{least:.2f} to {most:.2f}", found,
+                  least <= min(values) and max(values) <= most)
+
     def _add(self, what, asked, found, met):
         self.rows.append([what, asked, found, "met" if met else "**missed**"])
 

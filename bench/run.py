@@ -15,13 +15,14 @@ import tempfile
 
 import callgrind
 import document
+import growth
 import sampling
 from cases import CASES, GIB, Goals
 from contest import Arena
 from document import table, text_of_seconds
 
 VALUES_PER_LOOP = 4096  # of bench_numbers
-OTHERS = ("numbers", "container", "profile")
+OTHERS = ("numbers", "container", "growth", "hostile", "profile")
 PROFILE_NOTES = """\
 What is neither inflating, copying once nor writing text, and why it is there.
 
@@ -144,6 +145,11 @@ def write(arena, chosen, quick, rounds, target):
     goals = Goals()
     for case in cases:
         case.judge(goals)
+    bounds = []
+    for key, section in (("growth", growth.growth_section), ("hostile", growth.hostile_section)):
+        if key in chosen:
+            say(key)
+            bounds.append(section(arena, goals))
     sections = [introduction(load, rounds)]
     sections += [goals_section(goals)] if goals.rows else []
     sections += ["## Cases", *(case.section() for case in cases)]
@@ -151,6 +157,7 @@ def write(arena, chosen, quick, rounds, target):
         if key in chosen:
             say(key)
             sections.append(section(arena, quick))
+    sections += bounds
     sections.append(verification_section(document.verification()))
     if "profile" in chosen:
         say("profile")
@@ -167,14 +174,15 @@ def main():
     parser.add_argument("--build", type=pathlib.Path, default=document.ROOT / "build" / "bench",
                         help="build directory of the programs (default: build/bench)")
     parser.add_argument("--quick", action="store_true",
-                        help="two rounds, a tenth of the small files, and no profile")
+                        help="two rounds, a tenth of the small files, no growth, no hostile files "
+                        "and no profile")
     parser.add_argument("--only", nargs="+", choices=keys, default=keys, metavar="CASE",
                         help=f"only these of: {', '.join(keys)}")
     arguments = parser.parse_args()
 
     chosen = set(arguments.only)
     if arguments.quick and arguments.only is keys:
-        chosen.discard("profile")
+        chosen -= {"growth", "hostile", "profile"}
     is_whole = not arguments.quick and arguments.only is keys
     build = arguments.build.resolve()
     target = document.PATH if is_whole else build / "performance.md"

@@ -273,7 +273,7 @@ HostileModel NestedGroups(std::size_t depth) {
   NodeRef group = 0;
   for (std::size_t i = 0; i < depth; ++i)
     group = model.AddGroup("g", group, {}, "0.1");
-  model.AddGeometry("mesh", model.AddShape("S", group, "0.1"));
+  model.AddGeometry("g", model.AddShape("S", group, "0.1"));
   return Build(model);
 }
 

@@ -6,7 +6,7 @@
 
 namespace tevtest {
 
-/// One kind of hostile file, in two sizes.
+/// One kind of hostile file, in two sizes. Where it has a geometry with a short name, it is "g".
 struct HostileRow {
   const char* name;
   HostileModel (*small)();  ///< of a few KiB inflated
