@@ -145,6 +145,7 @@ const std::vector<Case> kCases{
     {.row = "shapes-of-a-long-name"},
     {.row = "links-of-a-long-name", .refusing = " dump"},
     {.row = "nested-groups"},
+    {.row = "nested-parts"},
     {.row = "names-of-one-hash"},
 };
 

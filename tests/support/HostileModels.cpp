@@ -277,6 +277,16 @@ HostileModel NestedGroups(std::size_t depth) {
   return Build(model);
 }
 
+HostileModel NestedParts(std::size_t depth) {
+  ModelWriter model = CompressedModel();
+  NodeRef group = 0;
+  for (std::size_t i = 0; i < depth; ++i) {
+    group = model.AddGroup("g", group, {}, "0.1");
+    model.AddGeometry("g", model.AddShape("S", group, "0.1"));
+  }
+  return Build(model);
+}
+
 HostileModel EmptyBlocks(std::size_t blocks, std::size_t records, bool compressed) {
   constexpr std::size_t kEnds = 8;
   const BlockSpec end{.name = std::string(kLightData), .payload = std::string(kEnds, '\0')};
@@ -314,11 +324,14 @@ HostileModel EmptyIndexEntries(std::size_t entries) {
   return Build(container);
 }
 
-HostileModel NamesOfOneHash(std::size_t variables) {
+HostileModel NamesOfOneHash(std::size_t count) {
   ModelWriter model = CompressedModel();
-  const NodeRef geometry = model.AddGeometry("g", model.AddShape("S", AddParts(model), "0.1"));
-  for (const std::string& name : StringsOfOneHash(variables))
-    model.AddVariable(geometry, Result(name, 0, 0));
+  const NodeRef group = AddParts(model);
+  const NodeRef geometry = model.AddGeometry("g", model.AddShape("S", group, "0.1"));
+  for (const std::string& name : StringsOfOneHash(count)) {
+    model.AddVariable(geometry, Result(name + '\x1e' + name, 0, 0));
+    model.AddGeometry(name, model.AddShape(name, group, "0.1"));
+  }
   return Build(model);
 }
 

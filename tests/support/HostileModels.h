@@ -62,8 +62,12 @@ struct SharedLightData {
 /// "links" variables that share one array, in a geometry with a name of "length".
 [[nodiscard]] HostileModel LinksOfALongName(std::size_t links, std::size_t length);
 
-/// "depth" groups, each in the one before it.
+/// "depth" groups, each in the one before it, and a part in the last.
 [[nodiscard]] HostileModel NestedGroups(std::size_t depth);
+
+/// "depth" groups, each in the one before it, and a part in each: their paths together have half as
+/// many names as the square of that.
+[[nodiscard]] HostileModel NestedParts(std::size_t depth);
 
 /// Two blocks of light data with "blocks" empty ones between them, stored raw or compressed, and
 /// "records" nodes whose light data lie in the first and the last of them in turn.
@@ -75,10 +79,11 @@ struct SharedLightData {
 /// A second index of "entries" entries without name or size, all zeros.
 [[nodiscard]] HostileModel EmptyIndexEntries(std::size_t entries);
 
-/// A geometry of "variables" results whose names differ and have one std::hash.
-[[nodiscard]] HostileModel NamesOfOneHash(std::size_t variables);
+/// A geometry of "count" results, each at a step of its own, and as many parts: the names of all
+/// results, steps and parts differ and have one std::hash.
+[[nodiscard]] HostileModel NamesOfOneHash(std::size_t count);
 
-/// The names of such results, of 16 bytes each.
+/// Such names, of 16 bytes each.
 [[nodiscard]] std::vector<std::string> StringsOfOneHash(std::size_t count);
 
 }  // namespace tevtest

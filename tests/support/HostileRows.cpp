@@ -44,6 +44,7 @@ const std::vector<HostileRow>& HostileRows() {
       {"links-of-a-long-name", [] { return LinksOfALongName(10, 1000); },
        [] { return LinksOfALongName(100000, kMebi); }},
       {"nested-groups", [] { return NestedGroups(40); }, [] { return NestedGroups(100000); }},
+      {"nested-parts", [] { return NestedParts(40); }, [] { return NestedParts(20000); }},
       {"empty-raw-blocks", [] { return EmptyBlocks(40, 40, false); },
        [] { return EmptyBlocks(50000, 50000, false); }},
       {"empty-compressed-blocks", [] { return EmptyBlocks(40, 40, true); },
