@@ -40,8 +40,9 @@ void WriteId(std::ostream& os, float id) { os << "    " << std::setw(10) << stat
 
 void WriteItem(std::ostream& os, const TevDataset& dataset, std::size_t item,
                std::size_t components) {
+  const std::vector<float>& values = dataset.floatValues;
   for (std::size_t k = 0; k < components; ++k) {
-    os << "    " << std::setw(10) << double{dataset.floatValues[k + components * item]};
+    os << "    " << std::setw(10) << double{values[k + components * item]};
   }
 }
 

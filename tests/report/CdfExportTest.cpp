@@ -176,6 +176,49 @@ TEST(CdfExport, OtherNamesOfIds_AreResults) {
             "*RESULT,NAME=\"Element Ids\"\n8\n*RESULT,NAME=\"node ids\"\n9\n");
 }
 
+/// How often an export loads a block of the model.
+std::uint64_t LoadsOfExport(const ModelWriter& writer, const std::string& expected) {
+  const LoadedModel model(writer);
+  const auto loads = [&] { return model.tree.GetFile().GetIndex().GetCache().LoadCount(); };
+  const std::uint64_t before = loads();
+  EXPECT_EQ(model.Text("mesh"), expected);
+  return loads() - before;
+}
+
+TEST(CdfExport, VariablesOnTheSameData_AreLoadedOnce) {
+  // Two blocks of heavy data, which the variables of two geometries claim in turn.
+  const std::string stored = Shuffle(ElementBytes(std::vector<float>{1, 2}), 1) +
+                             Shuffle(ElementBytes(std::vector<float>{3, 4}), 1);
+  ModelWriter writer;
+  const NodeRef group = writer.AddGroup("model", 0);
+  std::string expected;
+  for (int geometry = 0; geometry < 2; ++geometry) {
+    const NodeRef mesh = writer.AddGeometry("mesh", writer.AddShape("S", group));
+    expected += kHeadings;
+    for (int i = 0; i < 10; ++i) {
+      const std::string name = "Heat " + std::to_string(i);
+      Variable variable = Scalar(name, {1, 2});
+      variable.heavyBytes = geometry == 0 && i == 0 ? stored : std::string();
+      variable.byteCount = 8;
+      variable.heavyPosition = 8 * (i % 2);
+      writer.AddVariable(mesh, variable);
+      expected += "*RESULT,NAME=\"" + name + "\"\n" + (i % 2 == 0 ? "1\n2\n" : "3\n4\n");
+    }
+  }
+  writer.SetLayout(kHeavyData, {.split = StreamLayout::Split::AtCuts, .cuts = {8}});
+  EXPECT_EQ(LoadsOfExport(writer, expected), 2U);
+}
+
+TEST(CdfExport, FacesOnTheSameLengths_LoadThemOnce) {
+  ModelWriter writer =
+      ModelOf({Faces({0, 1}, "A"), Faces({1, 0}, "B"), Faces({1, 1}, "C"), Lengths({2})});
+  writer.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord});
+  const std::string faceSet = "*FACESET,NAME=\"mesh\"\n0,\n";
+  EXPECT_EQ(LoadsOfExport(writer, kHeadings + "*FACES\n0,1\n" + faceSet + "*FACES\n1,0\n" +
+                                      faceSet + "*FACES\n1,1\n" + faceSet),
+            4U);
+}
+
 TEST(CdfExport, ValuesThatDoNotFillALine_EndWithAComma) {
   EXPECT_EQ(Blocks({Variable::Floats("A", kVectorResult, 3, {1, 2, 3, 4}), Scalar("B", {5})}),
             "*RESULT,NAME=\"A\"\n1,2,3\n4,*RESULT,NAME=\"B\"\n5\n");

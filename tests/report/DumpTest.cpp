@@ -602,8 +602,8 @@ class NaiveDump {
  private:
   struct NoValue {};
 
-  template <class T>
-  static T Value(const std::vector<T>& values, std::size_t index) {
+  template <class Values>
+  static auto Value(const Values& values, std::size_t index) {
     if (index >= values.size()) {
       throw NoValue();
     }

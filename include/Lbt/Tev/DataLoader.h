@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <memory>
 #include <vector>
 
@@ -30,6 +31,9 @@ class DataLoader {
   [[nodiscard]] unsigned long GetByteSize() const { return byteSize_; }
   [[nodiscard]] bool IsShuffled() const { return shuffled_; }
   [[nodiscard]] unsigned int GetDataType() const { return dataType_; }
+
+  /// In the order of where the data lies and how it is stored: equal ones load the same.
+  friend auto operator<=>(const DataLoader& a, const DataLoader& b) = default;
 
  private:
   std::shared_ptr<ModelStream> stream_;

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "Lbt/Tev/TevInfo/SharedValues.h"
+
 /// The numbers of one geometry variable, as the data dump prints them.
 struct TevDataset {
   /// Which of the two sequences holds the values.
@@ -23,7 +25,7 @@ struct TevDataset {
   std::string instance;  ///< instance name; empty where there is none
   unsigned int kind = kFloats;
   bool flag = true;  ///< carried, without a meaning here
-  std::vector<float> floatValues;
-  std::vector<unsigned int> intValues;
+  LbtTev::Report::SharedValues<float> floatValues;
+  LbtTev::Report::SharedValues<unsigned int> intValues;
   std::vector<std::string> names;  ///< geometries with this data, its owner first
 };

@@ -3,13 +3,16 @@
 #include "Lbt/Tev/TevInfo/CdfExport.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
-#include <vector>
+#include <span>
+#include <utility>
 
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/TextBuffer.h"
 #include "Lbt/Util/ToString.h"
+#include "ValueStore.h"
 
 namespace LbtTev::Report {
 
@@ -30,18 +33,8 @@ void EndKeyword(TextBuffer& text, const std::string& instance) {
   text.Add("\n");
 }
 
-template <class T>
-std::vector<T> Load(const Variable& variable) {
-  std::vector<T> values;
-  if (variable.array.loader != nullptr) {
-    variable.array.loader->LoadTo(values);
-  }
-  return values;
-}
-
 /// Values separated by commas, with a line feed after every "perLine"-th.
-template <class T>
-void AddLines(TextBuffer& text, const std::vector<T>& values, std::size_t perLine) {
+void AddLines(TextBuffer& text, std::span<const float> values, std::size_t perLine) {
   for (std::size_t i = 0; i < values.size(); ++i) {
     text.AddNumber(values[i]).Add((i + 1) % perLine == 0 ? "\n" : ",");
   }
@@ -50,15 +43,11 @@ void AddLines(TextBuffer& text, const std::vector<T>& values, std::size_t perLin
 /// Goes through a connectivity list face by face.
 class FaceWalk {
  public:
-  explicit FaceWalk(const std::vector<unsigned int>& verticesPerFace)
-      : verticesPerFace_(&verticesPerFace) {}
+  explicit FaceWalk(const SharedValues<unsigned int>& lengths) : lengths_(lengths) {}
 
-  /// Whether there is a face left for the next vertex.
-  [[nodiscard]] bool HasFace() const { return face_ < verticesPerFace_->size(); }
-
-  /// Takes the next vertex; true where it completes its face.
+  /// Takes the next vertex, for which there must be a face; true where it completes that one.
   [[nodiscard]] bool CompletesFace() {
-    if (++vertex_ != (*verticesPerFace_)[face_]) {
+    if (++vertex_ != lengths_[face_]) {
       return false;
     }
     ++face_;
@@ -67,118 +56,187 @@ class FaceWalk {
   }
 
  private:
-  const std::vector<unsigned int>* verticesPerFace_;
+  std::span<const unsigned int> lengths_;
   std::size_t face_ = 0;
   std::size_t vertex_ = 0;
 };
 
-bool Covers(const std::vector<unsigned int>& verticesPerFace, std::size_t vertexCount) {
-  FaceWalk walk(verticesPerFace);
-  for (std::size_t i = 0; i < vertexCount; ++i) {
-    if (!walk.HasFace()) {
-      return false;
+/// Whether there is a face for each vertex. A face of no vertices is one that never ends.
+bool Covers(const SharedValues<unsigned int>& lengths, std::size_t vertexCount) {
+  for (const unsigned int length : lengths) {
+    if (length == 0 || length >= vertexCount) {
+      return true;
     }
-    static_cast<void>(walk.CompletesFace());
+    vertexCount -= length;
   }
-  return true;
+  return vertexCount == 0;
 }
 
-/// Writes one geometry.
-class GeometryExport {
+/// What is written of a variable.
+enum class BlockKind { None, Vertices, Faces, Result };
+
+BlockKind KindOf(const Variable& variable) {
+  using Type = Geometry::VariableType;
+  if (variable.array.width == 0 || variable.variableType == Type::VerticesPerFace) {
+    return BlockKind::None;
+  }
+  if (Geometry::IsConnectivity(variable.variableType)) {
+    return BlockKind::Faces;
+  }
+  if (variable.variableType == Type::Coordinates) {
+    return BlockKind::Vertices;
+  }
+  const bool isResult = VariableName(variable.name).result != MeshName::kNodeIds;
+  return isResult ? BlockKind::Result : BlockKind::None;
+}
+
+/// The lengths of faces by instance name, views of the names of the variables.
+using Lengths = std::map<std::string_view, const NumericArray*>;
+
+Lengths LengthsOf(const Geometry& geometry) {
+  Lengths lengths;
+  for (const Variable& variable : geometry.variables) {
+    if (variable.variableType == Geometry::VariableType::VerticesPerFace) {
+      lengths[VariableName(variable.name).instance] = &variable.array;
+    }
+  }
+  return lengths;
+}
+
+/// The lengths of the faces of a variable, or null.
+const NumericArray* FindLengths(const Lengths& lengths, const Variable& faces) {
+  const auto found = lengths.find(VariableName(faces.name).instance);
+  return found == lengths.end() ? nullptr : found->second;
+}
+
+/// Writes geometries. Their values are loaded once, however many variables claim them.
+class CdfWriter {
  public:
-  GeometryExport(const Geometry& geometry, TextBuffer& text) : geometry_(&geometry), text_(&text) {
+  explicit CdfWriter(std::ostream& stream) : text_(stream) {}
+
+  /// Says that a geometry will be written, so that values are kept as long as they are wanted.
+  void Expect(const Geometry& geometry) {
+    const Lengths lengths = LengthsOf(geometry);
     for (const Variable& variable : geometry.variables) {
-      if (variable.variableType == Geometry::VariableType::VerticesPerFace) {
-        verticesPerFace_[VariableName(variable.name).instance] = &variable;
+      const BlockKind kind = KindOf(variable);
+      const NumericArray* ofFaces = FindLengths(lengths, variable);
+      if (kind == BlockKind::Faces && ofFaces != nullptr) {
+        values_.Expect(variable.array);
+        values_.Expect(*ofFaces);
+      } else if (kind == BlockKind::Vertices || kind == BlockKind::Result) {
+        values_.Expect(variable.array);
       }
     }
   }
 
   /// Keeps the variable at work in "place".
-  void Write(CdfPlace& place) {
-    text_->Add("*HEADER,TITLE=\"Test\"\n*ANALYSIS,NAME=\"Test\"\n");
-    for (std::size_t i = 0; i < geometry_->variables.size(); ++i) {
+  void Write(const Geometry& geometry, CdfPlace& place) {
+    text_.Add("*HEADER,TITLE=\"Test\"\n*ANALYSIS,NAME=\"Test\"\n");
+    const Lengths lengths = LengthsOf(geometry);
+    for (std::size_t i = 0; i < geometry.variables.size(); ++i) {
+      const Variable& variable = geometry.variables[i];
       place.variableIndex = i;
-      place.variableName = geometry_->variables[i].name;
-      Write(geometry_->variables[i]);
+      place.variableName = variable.name;
+      const BlockKind kind = KindOf(variable);
+      if (kind == BlockKind::Faces) {
+        WriteFaces(geometry, variable, FindLengths(lengths, variable));
+      } else if (kind != BlockKind::None) {
+        WriteValues(kind, variable);
+      }
     }
   }
+
+  void Finish() { text_.Flush(); }
 
  private:
-  void Write(const Variable& variable) {
+  void WriteValues(BlockKind kind, const Variable& variable) {
     const VariableName name(variable.name);
-    if (variable.array.width == 0 ||
-        variable.variableType == Geometry::VariableType::VerticesPerFace) {
-      return;
+    if (kind == BlockKind::Vertices) {
+      text_.Add("*VERTICES");
+    } else {
+      text_.Add("*RESULT,NAME=\"").Add(name.result).Add("\"");
     }
-    if (Geometry::IsConnectivity(variable.variableType)) {
-      WriteFaces(variable, name);
-    } else if (variable.variableType == Geometry::VariableType::Coordinates) {
-      WriteValues("*VERTICES", variable, name);
-    } else if (name.result != MeshName::kNodeIds) {
-      WriteValues("*RESULT,NAME=\"" + std::string(name.result) + "\"", variable, name);
-    }
+    EndKeyword(text_, std::string(name.instance));
+    AddLines(text_, values_.LoadFloats(variable.array), variable.array.width);
   }
 
-  void WriteValues(const std::string& keyword, const Variable& variable, const VariableName& name) {
-    text_->Add(keyword);
-    EndKeyword(*text_, std::string(name.instance));
-    AddLines(*text_, Load<float>(variable), variable.array.width);
-  }
-
-  void WriteFaces(const Variable& variable, const VariableName& name) {
-    const auto partner = verticesPerFace_.find(name.instance);
-    if (partner == verticesPerFace_.end()) {
+  void WriteFaces(const Geometry& geometry, const Variable& variable,
+                  const NumericArray* lengthsOfFaces) {
+    if (lengthsOfFaces == nullptr) {
       return;
     }
-    const auto vertices = Load<unsigned int>(variable);
-    const auto verticesPerFace = Load<unsigned int>(*partner->second);
-    if (!Covers(verticesPerFace, vertices.size())) {
+    const std::string instance(VariableName(variable.name).instance);
+    const auto vertices = values_.LoadIntegers(variable.array);
+    const auto lengths = values_.LoadIntegers(*lengthsOfFaces);
+    const auto [known, isNew] =
+        covered_.try_emplace({variable.array.loader.get(), lengthsOfFaces->loader.get()});
+    if (isNew) {
+      known->second = Covers(lengths, vertices.size());
+    }
+    if (!known->second) {
       return;
     }
-    text_->Add("*FACES");
-    EndKeyword(*text_, std::string(name.instance));
-    FaceWalk walk(verticesPerFace);
+    text_.Add("*FACES");
+    EndKeyword(text_, instance);
+    FaceWalk walk(lengths);
     for (const unsigned int vertex : vertices) {
-      text_->AddNumber(vertex).Add(walk.CompletesFace() ? "\n" : ",");
+      text_.AddNumber(vertex).Add(walk.CompletesFace() ? "\n" : ",");
     }
-    WriteFaceSet(verticesPerFace.size(), name);
+    text_.Add("*FACESET,NAME=\"").Add(geometry.name).Add("\"");
+    EndKeyword(text_, instance);
+    WriteFaceIndices(lengths.size());
   }
 
-  void WriteFaceSet(std::size_t faceCount, const VariableName& name) {
+  void WriteFaceIndices(std::size_t faceCount) {
     constexpr std::size_t kPerLine = 7;
-    text_->Add("*FACESET,NAME=\"").Add(geometry_->name).Add("\"");
-    EndKeyword(*text_, std::string(name.instance));
     for (std::size_t face = 0; face < faceCount; ++face) {
-      text_->AddNumber(std::uint64_t{face}).Add((face + 1) % kPerLine == 0 ? "\n" : ",");
+      text_.AddNumber(std::uint64_t{face}).Add((face + 1) % kPerLine == 0 ? "\n" : ",");
     }
     // The test is on the count plus one, as readers of the format have it: a count that
     // is a multiple of seven ends with an empty line, one short of it with a comma.
     if ((faceCount + 1) % kPerLine != 0) {
-      text_->Add("\n");
+      text_.Add("\n");
     }
   }
 
-  const Geometry* geometry_;
-  TextBuffer* text_;
-  std::map<std::string_view, const Variable*> verticesPerFace_;  // by views of the variables' names
+  using Arrays = std::pair<const DataLoader*, const DataLoader*>;
+  struct ByStoredData {
+    bool operator()(const Arrays& a, const Arrays& b) const {
+      const ValueStore::ByStoredData isLess;
+      return isLess(a.first, b.first) || (!isLess(b.first, a.first) && isLess(a.second, b.second));
+    }
+  };
+
+  TextBuffer text_;
+  ValueStore values_;
+  std::map<Arrays, bool, ByStoredData> covered_;  // whether lengths of faces cover vertices
 };
+
+/// Calls "use" with the ids and the geometries of a name.
+template <class Use>
+void ForEachGeometry(const Tree& tree, const std::string& name, Use use) {
+  for (const auto& [id, entry] : tree.GetNodes()) {
+    const auto* geometry = NodeCast<Geometry>(entry.data);
+    if (geometry != nullptr && geometry->name == name) {
+      use(id, *geometry);
+    }
+  }
+}
 
 }  // namespace
 
 void WriteCdf(const Tree& tree, const std::string& geometryName, std::ostream& stream,
               CdfPlace* place) {
-  TextBuffer text(stream);
   CdfPlace unwanted;
   CdfPlace& at = place == nullptr ? unwanted : *place;
-  for (const auto& [id, entry] : tree.GetNodes()) {
-    const auto* geometry = dynamic_cast<const Geometry*>(entry.data);
-    if (geometry != nullptr && geometry->name == geometryName) {
-      at.geometryId = id;
-      GeometryExport(*geometry, text).Write(at);
-    }
-  }
-  text.Flush();
+  CdfWriter writer(stream);
+  ForEachGeometry(tree, geometryName,
+                  [&](unsigned int, const Geometry& geometry) { writer.Expect(geometry); });
+  ForEachGeometry(tree, geometryName, [&](unsigned int id, const Geometry& geometry) {
+    at.geometryId = id;
+    writer.Write(geometry, at);
+  });
+  writer.Finish();
 }
 
 }  // namespace LbtTev::Report

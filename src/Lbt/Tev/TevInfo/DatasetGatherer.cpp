@@ -3,43 +3,24 @@
 #include "DatasetGatherer.h"
 
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Util/Clamped.h"
 
 namespace LbtTev::Report {
-
-namespace {
-
-template <class T>
-void LoadValues(const NumericArray& array, std::vector<T>& values) {
-  if (array.loader != nullptr) {
-    array.loader->LoadTo(values);
-  }
-}
-
-}  // namespace
-
-DatasetGatherer::DatasetGatherer(const Tree& tree, std::vector<TevDataset>& datasets)
-    : datasets_(&datasets),
-      namesLeft_(16 * tree.GetFile().GetSize().value_or(0) + std::uint64_t{16} * 1024 * 1024) {}
 
 void DatasetGatherer::Gather(const Part& part, std::size_t index, const VariableName& name) {
   const Geometry::VarStruct& variable = part.geometry.variables[index];
   if (!variable.isLinked) {
     datasets_->push_back(DatasetOf(part, variable, name));
-    positions_.insert_or_assign({part.geometryId, index}, datasets_->size() - 1);
-    return;
-  }
-  const auto target = positions_.find({variable.linkNodeId, variable.linkVariableIndex});
-  if (variable.linkNodeId != 0 && target != positions_.end()) {
-    Charge(part.geometry.name.size());
-    (*datasets_)[target->second].names.push_back(part.geometry.name);
+    Remember(part, index);
+  } else if (const auto target = FindTarget(variable)) {
+    ChargeName(part, part.geometry.name);
+    (*datasets_)[*target].names.push_back(part.geometry.name);
   }
 }
 
 TevDataset DatasetGatherer::DatasetOf(const Part& part, const Geometry::VarStruct& variable,
                                       const VariableName& name) {
-  Charge(part.name.size());
-  Charge(part.geometry.name.size());
+  ChargeName(part, part.name);
+  ChargeName(part, part.geometry.name);
   TevDataset dataset;
   dataset.group = part.name;
   dataset.result = name.result;
@@ -47,28 +28,59 @@ TevDataset DatasetGatherer::DatasetOf(const Part& part, const Geometry::VarStruc
   dataset.names.push_back(part.geometry.name);
   if (Geometry::IsConnectivity(variable.variableType)) {
     dataset.kind = TevDataset::kIntegers;
-    LoadValues(variable.array, dataset.intValues);
-    return dataset;
+    dataset.intValues = values_.LoadIntegers(variable.array);
+  } else {
+    dataset.floatValues = values_.LoadFloats(variable.array);
   }
-  LoadValues(variable.array, dataset.floatValues);
-  if (name.result == MeshName::kElementIndices) {
-    dataset.intValues.reserve(dataset.floatValues.size());
-    for (const float value : dataset.floatValues) {
-      dataset.intValues.push_back(Lbt::Util::Clamped<unsigned int>(value));
-    }
+  if (dataset.kind == TevDataset::kFloats && name.result == MeshName::kElementIndices) {
+    dataset.intValues = values_.Truncate(variable.array, dataset.floatValues);
   }
+  ChargeValues(part, dataset);
   return dataset;
 }
 
+std::optional<std::size_t> DatasetGatherer::FindTarget(const Geometry::VarStruct& variable) const {
+  const auto geometry = positions_.find(variable.linkNodeId);
+  if (variable.linkNodeId == 0 || geometry == positions_.end() ||
+      variable.linkVariableIndex >= geometry->second.size() ||
+      geometry->second[variable.linkVariableIndex] == 0) {
+    return std::nullopt;
+  }
+  return geometry->second[variable.linkVariableIndex] - 1;
+}
+
+void DatasetGatherer::Remember(const Part& part, std::size_t index) {
+  std::vector<std::size_t>& positions = positions_[part.geometryId];
+  positions.resize(part.geometry.variables.size());
+  positions[index] = datasets_->size();
+}
+
 /// Names of ordinary length are free, however many data sets a model has.
-void DatasetGatherer::Charge(std::size_t nameSize) {
+void DatasetGatherer::ChargeName(const Part& part, const std::string& name) {
   constexpr std::size_t kOrdinary = 1024;
-  const std::size_t charged = nameSize > kOrdinary ? nameSize - kOrdinary : 0;
-  if (charged > namesLeft_) {
+  if (part.isRepeated) {
+    Charge(sizeof(name) + name.size());
+  } else if (name.size() > kOrdinary) {
+    Charge(name.size() - kOrdinary);
+  }
+}
+
+void DatasetGatherer::ChargeValues(const Part& part, const TevDataset& dataset) {
+  constexpr std::uint64_t kValueSize = sizeof(float);
+  if (part.isRepeated) {
+    Charge(sizeof(dataset) + dataset.result.size() + dataset.instance.size() +
+           dataset.size() * kValueSize);
+  }
+}
+
+void DatasetGatherer::Charge(std::uint64_t bytes) {
+  constexpr std::uint64_t kMostPerByte = 16;
+  constexpr std::uint64_t kAlwaysAllowed = std::uint64_t{16} * 1024 * 1024;
+  repeatedBytes_ += bytes;
+  if (repeatedBytes_ > kMostPerByte * values_.BytesLoaded() + kAlwaysAllowed) {
     Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds,
                     "The model refers to its data too often", "include/Lbt/Tev/TevInfo/TevDataset");
   }
-  namesLeft_ -= charged;
 }
 
 }  // namespace LbtTev::Report

@@ -3,36 +3,46 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <utility>
+#include <optional>
 #include <vector>
 
 #include "Lbt/Tev/TevInfo/TevDataset.h"
 #include "PartWalk.h"
+#include "ValueStore.h"
 
 namespace LbtTev::Report {
 
 /// Turns variables into data sets: one for each that has data of its own; a linked one
-/// adds its geometry's name to its target's.
+/// adds its geometry's name to its target's. Data sets share the values that several variables
+/// claim.
+///
+/// What is repeated without being stored again has a limit: data sets of a geometry that several
+/// shapes name, and names of more than ordinary length. Else a file of some hundred bytes could
+/// ask for data sets without end.
 class DatasetGatherer {
  public:
-  /// For the parts of "tree", which add their data sets to "datasets".
-  DatasetGatherer(const Tree& tree, std::vector<TevDataset>& datasets);
+  /// For parts that add their data sets to "datasets".
+  explicit DatasetGatherer(std::vector<TevDataset>& datasets) : datasets_(&datasets) {}
 
   /// Takes the variable of a part at an index. Throws what loading numbers throws, and "Out of
-  /// Bounds" where long names are repeated too often, with the data sets as they were.
+  /// Bounds" where too much is repeated, with the data sets as they were.
   void Gather(const Part& part, std::size_t index, const VariableName& name);
 
  private:
-  using Key = std::pair<unsigned int, std::size_t>;
-
   [[nodiscard]] TevDataset DatasetOf(const Part& part, const Geometry::VarStruct& variable,
                                      const VariableName& name);
-  void Charge(std::size_t nameSize);
+  [[nodiscard]] std::optional<std::size_t> FindTarget(const Geometry::VarStruct& variable) const;
+  void Remember(const Part& part, std::size_t index);
+  void ChargeName(const Part& part, const std::string& name);
+  void ChargeValues(const Part& part, const TevDataset& dataset);
+  void Charge(std::uint64_t bytes);
 
   std::vector<TevDataset>* datasets_;
-  std::map<Key, std::size_t> positions_;  // of data sets by geometry and index of the variable
-  /// Bytes of long names that data sets may still repeat: each has a copy of its own.
-  std::uint64_t namesLeft_;
+  ValueStore values_;
+  /// Of each variable by its geometry's id and its index: one more than the position of its data
+  /// set, 0 where it has none.
+  std::map<unsigned int, std::vector<std::size_t>> positions_;
+  std::uint64_t repeatedBytes_ = 0;
 };
 
 }  // namespace LbtTev::Report

@@ -29,7 +29,7 @@ bool DescribesMesh(const std::string& result) {
 }
 
 template <class T>
-std::span<const T> ValuesOf(const std::vector<T> TevDataset::*values, const TevDataset* dataset) {
+std::span<const T> ValuesOf(const SharedValues<T> TevDataset::*values, const TevDataset* dataset) {
   return dataset == nullptr ? std::span<const T>() : std::span<const T>(dataset->*values);
 }
 

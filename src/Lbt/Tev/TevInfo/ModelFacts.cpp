@@ -100,7 +100,7 @@ ModelFacts GatherModelFacts(const Tree& tree, Numbers numbers) {
   KeepFailure(facts, [&] { GatherRootAttributes(tree, facts.rootAttributes); });
   std::optional<DatasetGatherer> datasets;
   if (numbers == Numbers::Wanted) {
-    datasets.emplace(tree, facts.datasets);
+    datasets.emplace(facts.datasets);
   }
   FactsSink sink(datasets ? &*datasets : nullptr);
   KeepFailure(facts, [&] { WalkParts(tree, sink); });
