@@ -1,0 +1,67 @@
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "Lbt/Tev/NumericArray.h"
+
+namespace LbtTev::Analysis {
+
+/// Which stored numbers an array has: arrays with equal keys have the same ones. In the order of
+/// the file; numbers that the tree holds come first.
+struct ArrayKey {
+  explicit ArrayKey(const NumericArray& array);
+
+  std::uintptr_t held = 0;  ///< where the tree holds them
+  unsigned long position = 0;
+  unsigned long byteSize = 0;
+  unsigned char width = 1;
+  bool isShuffled = false;
+
+  friend auto operator<=>(const ArrayKey&, const ArrayKey&) = default;
+};
+
+/// Loads all elements of an array, wherever its record keeps them; none for an array without
+/// data. T is float or unsigned int. Throws what DataLoader::LoadTo does, and "Model Error" where
+/// there are fewer numbers than the array promises.
+template <class T>
+[[nodiscard]] std::vector<T> LoadArray(const NumericArray& array);
+
+extern template std::vector<float> LoadArray<float>(const NumericArray& array);
+extern template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array);
+
+/// The nodes that the faces of a part use, as ranges of indices in ascending order.
+class UsedNodes {
+ public:
+  /// Half open.
+  using Range = std::pair<std::size_t, std::size_t>;
+
+  /// All of "points" nodes.
+  explicit UsedNodes(std::size_t points);
+
+  /// Those of "points" nodes that "faces" name. Throws "Model Error" where "lengths" do not
+  /// make up the faces, or where a face names a node that there is none of.
+  UsedNodes(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,
+            std::size_t points);
+
+  [[nodiscard]] const std::vector<Range>& Ranges() const { return ranges_; }
+  [[nodiscard]] std::size_t Count() const { return count_; }
+
+ private:
+  void Add(std::size_t node);
+
+  std::vector<Range> ranges_;
+  std::size_t count_ = 0;
+};
+
+/// Throws "Model Error" where the lengths of faces do not make up the list of their nodes, or
+/// where it names a node at or above "points".
+void CheckFaces(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,
+                std::size_t points);
+
+}  // namespace LbtTev::Analysis

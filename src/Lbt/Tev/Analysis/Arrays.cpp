@@ -1,0 +1,108 @@
+// Loads arrays of numbers, and tells which nodes faces use.
+#include "Lbt/Tev/Analysis/Arrays.h"
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+
+#include "Lbt/Log/Raise.h"
+
+namespace LbtTev::Analysis {
+
+namespace {
+
+[[noreturn]] void RaiseDamagedMesh(const char* message) {
+  Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ModelError, message,
+                  "include/Lbt/Tev/Analysis/Arrays");
+}
+
+}  // namespace
+
+ArrayKey::ArrayKey(const NumericArray& array) : byteSize(array.byteSize), width(array.width) {
+  if (array.loader != nullptr) {
+    position = array.loader->GetPosition();
+    byteSize = array.loader->GetByteSize();
+    isShuffled = array.loader->IsShuffled();
+  } else if (array.storedBytes != nullptr) {
+    // Only told apart, never followed.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast)
+    held = reinterpret_cast<std::uintptr_t>(array.storedBytes.get());
+  } else {
+    byteSize = 0;
+  }
+}
+
+template <class T>
+std::vector<T> LoadArray(const NumericArray& array) {
+  std::vector<T> values;
+  if (array.loader != nullptr) {
+    array.loader->LoadTo(values);
+  } else if (array.storedBytes != nullptr) {
+    // Stored as they are in memory: such records shuffle nothing.
+    values.resize(array.storedBytes->size() / sizeof(T));
+    std::memcpy(values.data(), array.storedBytes->data(), values.size() * sizeof(T));
+  }
+  if (values.size() < array.GetNumElements()) {
+    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ModelError,
+                    "The numbers of the variable are missing", "include/Lbt/Tev/Analysis/Arrays");
+  }
+  return values;
+}
+
+template std::vector<float> LoadArray<float>(const NumericArray& array);
+template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array);
+
+void CheckFaces(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,
+                std::size_t points) {
+  if (std::accumulate(lengths.begin(), lengths.end(), std::size_t{0}) != faces.size()) {
+    RaiseDamagedMesh("The lengths of the faces do not make up the list of their nodes");
+  }
+  if (!faces.empty() && *std::ranges::max_element(faces) >= points) {
+    RaiseDamagedMesh("A face names a node that the mesh has not");
+  }
+}
+
+UsedNodes::UsedNodes(std::size_t points) : count_(points) {
+  if (points != 0) {
+    ranges_.emplace_back(0, points);
+  }
+}
+
+UsedNodes::UsedNodes(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,
+                     std::size_t points) {
+  CheckFaces(faces, lengths, points);
+  // A flag for each node that can be meant, unless the file only claims that many.
+  constexpr std::size_t kFlagsPerFace = 256;
+  const std::size_t highest = faces.empty() ? 0 : *std::ranges::max_element(faces) + std::size_t{1};
+  if (highest / kFlagsPerFace <= faces.size()) {
+    std::vector<bool> isUsed(highest);
+    for (const unsigned int node : faces) {
+      isUsed[node] = true;
+    }
+    for (auto node = isUsed.begin(); node != isUsed.end(); ++node) {
+      node = std::find(node, isUsed.end(), true);
+      if (node == isUsed.end()) {
+        break;
+      }
+      Add(static_cast<std::size_t>(node - isUsed.begin()));
+    }
+    return;
+  }
+  std::vector<unsigned int> sorted(faces.begin(), faces.end());
+  std::ranges::sort(sorted);
+  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+  for (const unsigned int node : sorted) {
+    Add(node);
+  }
+}
+
+void UsedNodes::Add(std::size_t node) {
+  ++count_;
+  if (!ranges_.empty() && ranges_.back().second == node) {
+    ++ranges_.back().second;
+  } else {
+    ranges_.emplace_back(node, node + 1);
+  }
+}
+
+}  // namespace LbtTev::Analysis

@@ -1,0 +1,71 @@
+// Works out the statistics of many fields in one pass through the file.
+#include "Lbt/Tev/Analysis/FieldStatistics.h"
+
+#include <map>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "Lbt/Tev/Analysis/FileOrder.h"
+
+namespace LbtTev::Analysis {
+
+namespace {
+
+/// Parts that share numbers and nodes have the same statistics; they come one after another.
+class SharedStatistics {
+ public:
+  const Statistics& Of(const LoadedNumbers& numbers, std::size_t width) {
+    if (numbers.values != values_ || numbers.used != used_ || numbers.ids != ids_) {
+      statistics_ = StatisticsOf(*numbers.values, width, *numbers.used,
+                                 numbers.ids == nullptr ? std::span<const float>() : *numbers.ids);
+      values_ = numbers.values;
+      used_ = numbers.used;
+      ids_ = numbers.ids;
+    }
+    return statistics_;
+  }
+
+  /// Lets the numbers go, once nobody else has them.
+  void Forget() {
+    values_.reset();
+    used_.reset();
+    ids_.reset();
+  }
+
+ private:
+  std::shared_ptr<const std::vector<float>> values_;
+  std::shared_ptr<const UsedNodes> used_;
+  std::shared_ptr<const std::vector<float>> ids_;
+  Statistics statistics_;
+};
+
+}  // namespace
+
+void GatherStatistics(const Model& model, std::span<const FieldOfPart> fields,
+                      const std::function<void(const FieldOfPart&, const FieldStatistics&)>& take) {
+  std::vector<WantedNumbers> wanted;
+  wanted.reserve(fields.size());
+  for (const FieldOfPart& field : fields) {
+    wanted.push_back(WantedFor(model, field));
+  }
+  std::map<std::size_t, FieldStatistics> early;  // what comes before its turn
+  std::size_t next = 0;
+  SharedStatistics shared;
+  LoadInFileOrder(wanted, [&](LoadedNumbers numbers) {
+    FieldStatistics& result = early[numbers.place];
+    result.failure = numbers.failure;
+    if (result.failure == nullptr) {
+      result.statistics = shared.Of(numbers, fields[numbers.place].field->components);
+    }
+    if (numbers.isLast) {
+      shared.Forget();
+    }
+    for (auto turn = early.find(next); turn != early.end(); turn = early.find(++next)) {
+      take(fields[next], turn->second);
+      early.erase(turn);
+    }
+  });
+}
+
+}  // namespace LbtTev::Analysis

@@ -1,0 +1,238 @@
+// Loads numbers of variables in the order in which the file holds them.
+#include "Lbt/Tev/Analysis/FileOrder.h"
+
+#include <map>
+#include <optional>
+#include <tuple>
+#include <utility>
+
+#include "Lbt/Lbf/Inflation.h"
+
+namespace LbtTev::Analysis {
+
+namespace {
+
+/// Runs a load; its failure is kept, unless it is one of the machine.
+template <class Load>
+std::exception_ptr FailureOf(const Load& load) {
+  try {
+    load();
+  } catch (const std::exception& exception) {
+    if (LbtLbf::IsLackOfMemory(exception)) {
+      throw;
+    }
+    return std::current_exception();
+  }
+  return nullptr;
+}
+
+/// All loads of a list, and what waits for what: numbers for their arrays and for the nodes that
+/// take part, and these for the arrays of the faces.
+class Loads {
+ public:
+  Loads(std::span<const WantedNumbers> wanted, const std::function<void(LoadedNumbers)>& take)
+      : take_(&take) {
+    requests_.reserve(wanted.size());
+    for (const WantedNumbers& numbers : wanted) {
+      AddRequest(numbers);
+    }
+  }
+
+  void Run() {
+    for (auto& [key, array] : arrays_) {
+      array.failure = FailureOf([&, isOfWholes = key.second] { Load(array, isOfWholes); });
+      const std::vector<Mask*> masks = std::move(array.masks);
+      for (Mask* mask : masks) {
+        if (--mask->missing == 0) {
+          Build(*mask);
+        }
+      }
+      const std::vector<std::size_t> requests = std::move(array.requests);
+      for (const std::size_t request : requests) {
+        Arrive(request);
+      }
+    }
+  }
+
+ private:
+  struct Mask;
+
+  /// The numbers of one array; floats, or whole numbers for faces and their lengths.
+  struct Array {
+    const NumericArray* source = nullptr;
+    std::size_t users = 0;  // that have not been served
+    std::vector<Mask*> masks{};
+    std::vector<std::size_t> requests{};
+    std::shared_ptr<const std::vector<float>> floats{};
+    std::vector<unsigned int> wholes{};
+    std::exception_ptr failure{};
+  };
+
+  /// The nodes that take part.
+  struct Mask {
+    Array* faces = nullptr;
+    Array* lengths = nullptr;  // null where the mesh has none
+    std::size_t points = 0;
+    std::size_t missing = 0;
+    std::size_t users = 0;
+    std::vector<std::size_t> requests{};
+    std::shared_ptr<const UsedNodes> used{};
+    std::exception_ptr failure{};
+  };
+
+  struct Request {
+    Array* values = nullptr;
+    Array* ids = nullptr;
+    Mask* mask = nullptr;
+    std::size_t missing = 0;
+  };
+
+  using MaskKey = std::tuple<Array*, Array*, std::size_t>;
+
+  Array& ArrayOf(const Geometry::VarStruct& variable, bool isOfWholes) {
+    Array& array = arrays_[{ArrayKey(variable.array), isOfWholes}];
+    array.source = &variable.array;
+    ++array.users;
+    return array;
+  }
+
+  /// Parts without faces take part as a whole, and wait for nothing.
+  Mask& MaskOf(const WantedNumbers& numbers) {
+    const auto find = [&](const Geometry::VarStruct* variable) {
+      return variable == nullptr ? nullptr : &ArrayOf(*variable, true);
+    };
+    Array* faces = find(numbers.faces);
+    Array* lengths = faces == nullptr ? nullptr : find(numbers.lengths);
+    const auto [found, isNew] = masks_.try_emplace({faces, lengths, numbers.count});
+    Mask& mask = found->second;
+    ++mask.users;
+    if (isNew) {
+      mask.faces = faces;
+      mask.lengths = lengths;
+      mask.points = numbers.count;
+      for (Array* array : {faces, lengths}) {
+        if (array != nullptr) {
+          array->masks.push_back(&mask);
+          ++mask.missing;
+        }
+      }
+      if (faces == nullptr) {
+        mask.used = std::make_shared<const UsedNodes>(mask.points);
+      }
+    } else {
+      for (Array* array : {faces, lengths}) {
+        Release(array);  // the mask that is there uses it already
+      }
+    }
+    return mask;
+  }
+
+  void AddRequest(const WantedNumbers& numbers) {
+    const std::size_t place = requests_.size();
+    Request& request = requests_.emplace_back();
+    request.values = &ArrayOf(*numbers.variable, false);
+    request.ids = numbers.ids == nullptr ? nullptr : &ArrayOf(*numbers.ids, false);
+    request.mask = &MaskOf(numbers);
+    for (Array* array : {request.values, request.ids}) {
+      if (array != nullptr) {
+        array->requests.push_back(place);
+        ++request.missing;
+      }
+    }
+    if (request.mask->missing != 0) {
+      request.mask->requests.push_back(place);
+      ++request.missing;
+    }
+  }
+
+  static void Load(Array& array, bool isOfWholes) {
+    if (isOfWholes) {
+      array.wholes = LoadArray<unsigned int>(*array.source);
+    } else {
+      array.floats = std::make_shared<const std::vector<float>>(LoadArray<float>(*array.source));
+    }
+  }
+
+  void Build(Mask& mask) {
+    static const std::vector<unsigned int> none;
+    const Array* lengths = mask.lengths;
+    mask.failure = mask.faces->failure;
+    if (mask.failure == nullptr && lengths != nullptr) {
+      mask.failure = lengths->failure;
+    }
+    if (mask.failure == nullptr) {
+      mask.failure = FailureOf([&] {
+        mask.used = std::make_shared<const UsedNodes>(
+            mask.faces->wholes, lengths == nullptr ? none : lengths->wholes, mask.points);
+      });
+    }
+    Release(mask.faces);
+    Release(mask.lengths);
+    const std::vector<std::size_t> requests = std::move(mask.requests);
+    for (const std::size_t request : requests) {
+      Arrive(request);
+    }
+  }
+
+  /// One thing that a request waits for is there.
+  void Arrive(std::size_t place) {
+    Request& request = requests_[place];
+    if (--request.missing != 0) {
+      return;
+    }
+    LoadedNumbers loaded{.place = place,
+                         .values = request.values->floats,
+                         .used = request.mask->used,
+                         .ids = request.ids == nullptr ? nullptr : request.ids->floats,
+                         .isLast = request.values->users == 1,
+                         .failure = FailureOfRequest(request)};
+    Release(request.values);
+    Release(request.ids);
+    if (--request.mask->users == 0) {
+      request.mask->used.reset();
+    }
+    (*take_)(std::move(loaded));
+  }
+
+  [[nodiscard]] static std::exception_ptr FailureOfRequest(const Request& request) {
+    if (request.values->failure != nullptr) {
+      return request.values->failure;
+    }
+    const bool areIdsLost = request.ids != nullptr && request.ids->failure != nullptr;
+    return areIdsLost ? request.ids->failure : request.mask->failure;
+  }
+
+  static void Release(Array* array) {
+    if (array != nullptr && --array->users == 0) {
+      array->floats.reset();
+      std::vector<unsigned int>().swap(array->wholes);
+    }
+  }
+
+  const std::function<void(LoadedNumbers)>* take_;
+  std::map<std::pair<ArrayKey, bool>, Array> arrays_;
+  std::map<MaskKey, Mask> masks_;
+  std::vector<Request> requests_;
+};
+
+}  // namespace
+
+WantedNumbers WantedFor(const Model& model, const FieldOfPart& field) {
+  const MeshVariables mesh = model.MeshAt(model.Parts()[field.part], field.field->step);
+  WantedNumbers wanted{.variable = field.field->variable, .count = field.field->count};
+  if (field.field->location == Location::Node) {
+    wanted.faces = mesh.faces;
+    wanted.lengths = mesh.lengths;
+    wanted.ids = mesh.nodeIds;
+  } else if (field.field->location == Location::Element) {
+    wanted.ids = mesh.elementIds;
+  }
+  return wanted;
+}
+
+void LoadInFileOrder(std::span<const WantedNumbers> wanted,
+                     const std::function<void(LoadedNumbers)>& take) {
+  Loads(wanted, take).Run();
+}
+
+}  // namespace LbtTev::Analysis

@@ -1,0 +1,210 @@
+// Works out minimum, maximum, mean and root mean square of fields.
+#include "Lbt/Tev/Analysis/Statistics.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "Lbt/Util/Clamped.h"
+
+namespace LbtTev::Analysis {
+
+namespace {
+
+/// Numbers are looked at in pieces that stay in the cache, and in each piece in lanes that do not
+/// wait for one another.
+constexpr std::size_t kPiece = 512;
+constexpr std::size_t kLanes = 8;
+
+using Piece = std::array<double, kPiece>;
+
+/// A sum that keeps what is lost of it by rounding.
+class ExactSum {
+ public:
+  void Add(double value) {
+    const double sum = sum_ + value;
+    lost_ += std::abs(sum_) >= std::abs(value) ? (sum_ - sum) + value : (value - sum) + sum_;
+    sum_ = sum;
+  }
+  [[nodiscard]] double Value() const { return sum_ + lost_; }
+
+ private:
+  double sum_ = 0;
+  double lost_ = 0;
+};
+
+/// What a piece comes to where all its numbers are finite.
+struct PieceFigures {
+  double sum = 0;
+  double squares = 0;
+  double min = 0;
+  double max = 0;
+  bool isFinite = false;
+};
+
+double SumOf(const std::array<double, kLanes>& lanes) {
+  return ((lanes[0] + lanes[1]) + (lanes[2] + lanes[3])) +
+         ((lanes[4] + lanes[5]) + (lanes[6] + lanes[7]));
+}
+
+/// "numbers" are not empty.
+PieceFigures FiguresOf(std::span<const double> numbers) {
+  std::array<double, kLanes> sum{};
+  std::array<double, kLanes> squares{};
+  std::array<double, kLanes> differences{};  // 0, or NaN where a number is not finite
+  std::array<double, kLanes> min{};
+  std::array<double, kLanes> max{};
+  min.fill(numbers.front());
+  max.fill(numbers.front());
+  const auto add = [&](std::size_t lane, double number) {
+    sum[lane] += number;
+    squares[lane] += number * number;
+    differences[lane] += number - number;
+    min[lane] = number < min[lane] ? number : min[lane];
+    max[lane] = number > max[lane] ? number : max[lane];
+  };
+  const std::size_t whole = numbers.size() / kLanes * kLanes;
+  for (std::size_t i = 0; i < whole; i += kLanes) {
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+      add(lane, numbers[i + lane]);
+    }
+  }
+  for (std::size_t i = whole; i < numbers.size(); ++i) {
+    add(i - whole, numbers[i]);
+  }
+  return {SumOf(sum), SumOf(squares), *std::ranges::min_element(min),
+          *std::ranges::max_element(max), SumOf(differences) == 0};
+}
+
+/// Gathers the figures of one component, piece by piece.
+class Gathering {
+ public:
+  /// "first" is the index of the first number's tuple.
+  void Add(std::span<const double> numbers, std::size_t first) {
+    const PieceFigures piece = FiguresOf(numbers);
+    if (!piece.isFinite) {
+      AddOneByOne(numbers, first);
+      return;
+    }
+    AddSums(piece.sum, piece.squares);
+    const auto indexOf = [&](double number) {
+      return first + static_cast<std::size_t>(std::ranges::find(numbers, number) - numbers.begin());
+    };
+    if (IsBelow(piece.min)) {
+      min_ = {piece.min, indexOf(piece.min)};
+    }
+    if (IsAbove(piece.max)) {
+      max_ = {piece.max, indexOf(piece.max)};
+    }
+    finite_ += numbers.size();
+  }
+
+  [[nodiscard]] Figures Result(std::span<const float> ids) const {
+    if (finite_ == 0) {
+      return {};
+    }
+    const auto count = static_cast<double>(finite_);
+    Figures figures{finite_, min_, max_, sum_.Value() / count, std::sqrt(squares_.Value() / count)};
+    figures.min.id = IdAt(ids, min_.index);
+    figures.max.id = IdAt(ids, max_.index);
+    return figures;
+  }
+
+ private:
+  void AddOneByOne(std::span<const double> numbers, std::size_t first) {
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+      const double number = numbers[i];
+      if (!std::isfinite(number)) {
+        continue;
+      }
+      AddSums(number, number * number);
+      min_ = IsBelow(number) ? Figures::Extreme{number, first + i} : min_;
+      max_ = IsAbove(number) ? Figures::Extreme{number, first + i} : max_;
+      ++finite_;
+    }
+  }
+
+  void AddSums(double sum, double squares) {
+    sum_.Add(sum);
+    squares_.Add(squares);
+  }
+
+  [[nodiscard]] bool IsBelow(double number) const { return finite_ == 0 || number < min_.value; }
+  [[nodiscard]] bool IsAbove(double number) const { return finite_ == 0 || number > max_.value; }
+
+  std::size_t finite_ = 0;
+  Figures::Extreme min_;
+  Figures::Extreme max_;
+  ExactSum sum_;
+  ExactSum squares_;
+};
+
+/// One component of some tuples, as doubles.
+std::span<const double> Component(std::span<const float> tuples, std::size_t width,
+                                  std::size_t component, Piece& piece) {
+  const std::size_t count = tuples.size() / width;
+  for (std::size_t i = 0; i < count; ++i) {
+    piece[i] = static_cast<double>(tuples[i * width + component]);
+  }
+  return std::span(piece).first(count);
+}
+
+/// Squares of floats are far from the largest double, so that a magnitude is finite where its
+/// three numbers are.
+std::span<const double> Magnitudes(std::span<const float> tuples, Piece& piece) {
+  constexpr std::size_t kWidth = 3;
+  const std::size_t count = tuples.size() / kWidth;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto x = static_cast<double>(tuples[i * kWidth]);
+    const auto y = static_cast<double>(tuples[i * kWidth + 1]);
+    const auto z = static_cast<double>(tuples[i * kWidth + 2]);
+    piece[i] = std::sqrt(x * x + y * y + z * z);
+  }
+  return std::span(piece).first(count);
+}
+
+/// Calls "take" with pieces of the tuples that take part, and the index of each one's first.
+template <class Take>
+void ForPieces(std::span<const float> values, std::size_t width, const UsedNodes& used,
+               const Take& take) {
+  for (const auto& [begin, end] : used.Ranges()) {
+    for (std::size_t first = begin; first < end; first += kPiece) {
+      const std::size_t count = std::min(kPiece, end - first);
+      take(values.subspan(first * width, count * width), first);
+    }
+  }
+}
+
+}  // namespace
+
+std::optional<std::int32_t> IdAt(std::span<const float> ids, std::size_t index) {
+  return index < ids.size() ? std::optional(Lbt::Util::Clamped<std::int32_t>(ids[index]))
+                            : std::nullopt;
+}
+
+Statistics StatisticsOf(std::span<const float> values, std::size_t width, const UsedNodes& used,
+                        std::span<const float> ids) {
+  constexpr std::size_t kVectorWidth = 3;
+  std::vector<Gathering> components(width);
+  Gathering magnitude;
+  Piece piece{};
+  ForPieces(values, width, used, [&](std::span<const float> tuples, std::size_t first) {
+    for (std::size_t component = 0; component < width; ++component) {
+      components[component].Add(Component(tuples, width, component, piece), first);
+    }
+    if (width == kVectorWidth) {
+      magnitude.Add(Magnitudes(tuples, piece), first);
+    }
+  });
+  Statistics statistics{.counted = used.Count()};
+  for (const Gathering& component : components) {
+    const Figures& figures = statistics.components.emplace_back(component.Result(ids));
+    statistics.notFinite += used.Count() - figures.finite;
+  }
+  if (width == kVectorWidth) {
+    statistics.magnitude = magnitude.Result(ids);
+  }
+  return statistics;
+}
+
+}  // namespace LbtTev::Analysis

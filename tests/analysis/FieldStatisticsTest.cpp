@@ -1,0 +1,200 @@
+// Statistics of the fields of whole models, and what it takes to load them.
+#include <gtest/gtest.h>
+
+#include <optional>
+
+#include "DescribedModel.h"
+#include "Lbt/Tev/Analysis/FieldStatistics.h"
+#include "Lbt/Util/Exception.h"
+#include "support/SmallModel.h"
+
+namespace LbtTev::Analysis {
+namespace {
+
+using tevtest::DescribedModel;
+using tevtest::kConnectivity;
+using tevtest::kCoordinates;
+using tevtest::kHeavyData;
+using tevtest::kIds;
+using tevtest::kPolylength;
+using tevtest::ModelWriter;
+using tevtest::NodeRef;
+using tevtest::StreamLayout;
+using tevtest::Variable;
+using Texts = std::vector<std::string>;
+
+std::string TextOf(const std::exception_ptr& failure) {
+  try {
+    std::rethrow_exception(failure);
+  } catch (const Lbt::Util::Exception& exception) {
+    return exception.GetLogMessage();
+  } catch (const std::exception&) {
+    return "zlib";
+  }
+}
+
+std::string TextOf(const Figures::Extreme& extreme) {
+  return std::to_string(static_cast<int>(extreme.value)) + '@' + std::to_string(extreme.index) +
+         '#' + (extreme.id ? std::to_string(*extreme.id) : "-");
+}
+
+/// "part result: counted min max" of each field, of the magnitude or the only component; for the
+/// failed ones the failure.
+Texts StatisticsTexts(const Model& model) {
+  Texts texts;
+  const auto fields = SelectFields(model, {});
+  GatherStatistics(model, fields, [&](const FieldOfPart& each, const FieldStatistics& result) {
+    std::string text = model.Parts()[each.part].name + ' ' + std::string(each.field->result) + ": ";
+    if (result.failure != nullptr) {
+      texts.push_back(text + TextOf(result.failure));
+      return;
+    }
+    const Figures& figures = result.statistics.magnitude ? *result.statistics.magnitude
+                                                         : result.statistics.components.at(0);
+    texts.push_back(text + std::to_string(result.statistics.counted) + ' ' + TextOf(figures.min) +
+                    ' ' + TextOf(figures.max));
+  });
+  return texts;
+}
+
+NodeRef AddPart(ModelWriter& model, NodeRef group, const std::string& name) {
+  return model.AddGeometry(name, model.AddShape(name, group));
+}
+
+NodeRef AddGroup(ModelWriter& model) { return model.AddGroup("Geometry", model.AddGroup("r", 0)); }
+
+/// Four nodes with ids 11 to 14 and a field; a second part that shares all but its only face.
+ModelWriter SharedArrays(std::initializer_list<std::uint32_t> face,
+                         std::initializer_list<std::uint32_t> lengths) {
+  ModelWriter model;
+  const NodeRef group = AddGroup(model);
+  const NodeRef first = AddPart(model, group, "A");
+  model.AddVariable(first, Variable::Floats("Node Ids", kIds, 1, {11, 12, 13, 14}));
+  model.AddVariable(first, Variable::Floats("Coordinates", kCoordinates, 3,
+                                            {0, 0, 0, 1, 0, 0, 2, 0, 0, 3, 0, 0}));
+  model.AddVariable(first, Variable::Floats("R", 13, 1, {40, 10, 30, 20}));
+  model.AddVariable(first, Variable::Uints("Connectivity", kConnectivity, 1, {0, 1}));
+  model.AddVariable(first, Variable::Uints("Polylength", kPolylength, 1, {2}));
+  const NodeRef second = AddPart(model, group, "B");
+  for (std::uint32_t i = 0; i < 3; ++i) {
+    const auto& target = model.VariableAt(first, i);
+    model.AddVariable(second, Variable::Link(target.name, target.type, first, i));
+  }
+  model.AddVariable(second, Variable::Uints("Connectivity", kConnectivity, 1, face));
+  model.AddVariable(second, Variable::Uints("Polylength", kPolylength, 1, lengths));
+  return model;
+}
+
+TEST(FieldStatistics, OfASharedArray_AreThoseOfThePartsOwnFaces) {
+  const DescribedModel described(SharedArrays({3, 2}, {2}));
+  EXPECT_EQ(StatisticsTexts(described.model),
+            (Texts{"A R: 2 10@1#12 40@0#11", "B R: 2 20@3#14 30@2#13"}));
+}
+
+TEST(FieldStatistics, OfDamagedFaces_AreMissingAndTheOthersAreNot) {
+  EXPECT_EQ(StatisticsTexts(DescribedModel(SharedArrays({3, 4}, {2})).model),
+            (Texts{"A R: 2 10@1#12 40@0#11", "B R: A face names a node that the mesh has not"}));
+  EXPECT_EQ(StatisticsTexts(DescribedModel(SharedArrays({3, 2}, {3})).model)[1],
+            "B R: The lengths of the faces do not make up the list of their nodes");
+}
+
+TEST(FieldStatistics, OfElements_CountAllOfThem) {
+  ModelWriter model;
+  const NodeRef mesh = AddPart(model, AddGroup(model), "A");
+  model.AddVariable(mesh, Variable::Floats("R", 13, 1, {5, 7}));
+  model.AddVariable(mesh, Variable::Floats("Coordinates", kCoordinates, 3, {0, 0, 0}));
+  model.AddVariable(mesh, Variable::Uints("Connectivity", kConnectivity, 1, {0, 0}));
+  model.AddVariable(mesh, Variable::Uints("Polylength", kPolylength, 1, {1, 1}));
+  model.AddVariable(mesh, Variable::Floats("Element Ids", kIds, 1, {101, 102}));
+  EXPECT_EQ(StatisticsTexts(DescribedModel(model).model), Texts{"A R: 2 5@0#101 7@1#102"});
+}
+
+TEST(FieldStatistics, OfAMovedMesh_UseTheMeshOfTheStep) {
+  ModelWriter model;
+  const NodeRef mesh = AddPart(model, AddGroup(model), "A");
+  model.AddVariable(mesh, Variable::Floats("Coordinates", kCoordinates, 1, {0, 1, 2}));
+  model.AddVariable(mesh, Variable::Uints("C", kConnectivity, 1, {0, 1}));
+  model.AddVariable(mesh, Variable::Uints("P", kPolylength, 1, {2}));
+  model.AddVariable(mesh, Variable::Uints("C\x1eTime = 2", kConnectivity, 1, {1, 2}));
+  model.AddVariable(mesh, Variable::Floats("Node Ids\x1eTime = 2", kIds, 1, {7, 8, 9}));
+  model.AddVariable(mesh, Variable::Floats("R\x1eTime = 1", 13, 1, {1, 2, 3}));
+  model.AddVariable(mesh, Variable::Floats("R\x1eTime = 2", 13, 1, {1, 2, 3}));
+  EXPECT_EQ(StatisticsTexts(DescribedModel(model).model),
+            (Texts{"A R: 2 1@0#- 2@1#-", "A R: 2 2@1#8 3@2#9"}));
+}
+
+TEST(FieldStatistics, OfOldRecords_AreReadToo) {
+  for (const char* version : {"0.1", "0.4", "0.5", "0.6"}) {
+    ModelWriter model;
+    const NodeRef mesh = model.AddGeometry("m", model.AddShape("A", AddGroup(model)), version);
+    model.AddVariable(mesh, Variable::Floats("R", 13, 3, {1, 2, 2, 3, 4, 0}));
+    EXPECT_EQ(StatisticsTexts(DescribedModel(model).model), Texts{"A R: 2 3@0#- 5@1#-"}) << version;
+  }
+}
+
+TEST(FieldStatistics, OfALinkToNothing_AreThoseOfNoNumber) {
+  ModelWriter model;
+  const NodeRef mesh = AddPart(model, AddGroup(model), "A");
+  model.AddVariable(mesh, Variable::Link("R", 13, 77, 0));
+  EXPECT_EQ(StatisticsTexts(DescribedModel(model).model), Texts{"A R: 0 0@0#- 0@0#-"});
+}
+
+TEST(FieldStatistics, LeftOverNumbers_DoNotCount) {
+  ModelWriter model;
+  const NodeRef mesh = AddPart(model, AddGroup(model), "A");
+  model.AddVariable(mesh, Variable::Floats("R", 13, 2, {1, 2, 3, 4, 99}));
+  EXPECT_EQ(StatisticsTexts(DescribedModel(model).model), Texts{"A R: 2 1@0#- 3@1#-"});
+}
+
+/// Each variable in a compressed block of its own.
+ModelWriter InBlocks(ModelWriter model) {
+  model.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord,
+                               .packing = StreamLayout::Packing::Compressed});
+  return model;
+}
+
+TEST(FieldStatistics, BlocksOfAllFields_AreInflatedOnceEach) {
+  DescribedModel described(InBlocks(tevtest::SmallModel()));
+  LbtLbf::LbFile& file = described.tree.GetFile();
+  const auto loads = [&file] { return file.FindStream(kHeavyData)->Work(); };
+  const auto before = loads();
+  EXPECT_EQ(StatisticsTexts(described.model).size(), 4U);
+  // Of both parts: node ids, faces and lengths; displacements and one temperature. The node sets
+  // have been read before.
+  EXPECT_EQ(loads().loads - before.loads, 9U);
+  EXPECT_EQ(loads().loadedAgain - before.loadedAgain, 0U);
+}
+
+TEST(FieldStatistics, OfADamagedBlock_FailAndTheOthersDoNot) {
+  ModelWriter model = InBlocks(tevtest::SmallModel());
+  auto container = model.ToContainer();
+  std::size_t heavy = 0;
+  for (auto& block : container.Blocks()) {
+    if (block.name == kHeavyData && heavy++ == 5) {  // the displacement of mesh 1
+      block.storedBytes = tevtest::Compressed(block.payload);
+      block.storedBytes->at(10) ^= 0x7F;
+    }
+  }
+  const tevtest::TempDir directory;
+  Tree tree;
+  OpenModel(tree, directory.Write("damaged.tev", container.Build().bytes));
+  const Texts texts = StatisticsTexts(Model(tree));
+  ASSERT_EQ(texts.size(), 4U);
+  EXPECT_EQ(texts[0], "Frame Displacement: zlib");
+  EXPECT_EQ(texts[1].substr(0, 20), "Frame Temperature: 5");
+  EXPECT_EQ(texts[2].substr(0, 21), "Panel Displacement: 5");
+}
+
+TEST(FieldStatistics, OfAMissingStream_Fail) {
+  ModelWriter model;
+  const NodeRef mesh = AddPart(model, AddGroup(model), "A");
+  model.AddVariable(mesh, Variable::Floats("R", 13, 1, {1, 2}));
+  model.LeaveOut(kHeavyData);
+  const Texts texts = StatisticsTexts(DescribedModel(model).model);
+  ASSERT_EQ(texts.size(), 1U);
+  EXPECT_NE(texts[0].find("A R: "), std::string::npos);
+  EXPECT_EQ(texts[0].find("@"), std::string::npos) << texts[0];
+}
+
+}  // namespace
+}  // namespace LbtTev::Analysis
