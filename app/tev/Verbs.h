@@ -55,4 +55,5 @@ void AddAnswerOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
 [[nodiscard]] Verb CdfVerb();
 [[nodiscard]] Verb CheckVerb();
 [[nodiscard]] Verb InfoVerb();
+[[nodiscard]] Verb ResultsVerb();
 [[nodiscard]] Verb TreeVerb();

@@ -40,8 +40,8 @@ struct Verb {
   bool takesGeometry = false;  ///< and an output, and writes no JSON
 };
 
-constexpr std::array<Verb, 5> kVerbs{
-    {{"info"}, {"tree", true}, {"blocks"}, {"check"}, {"cdf", true, true}}};
+constexpr std::array<Verb, 6> kVerbs{
+    {{"info"}, {"tree", true}, {"results", true}, {"blocks"}, {"check"}, {"cdf", true, true}}};
 
 /// A kind of hostile file as it is tried here.
 struct Case {

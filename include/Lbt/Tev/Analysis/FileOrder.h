@@ -41,9 +41,9 @@ struct LoadedNumbers {
 /// numbers as soon as all that belongs to them is there; they are kept no longer than needed.
 /// Equal arrays are handed out as the same vector, one directly after another.
 ///
-/// Damage is told with the variables that it is about, and loading goes on. Throws on a lack of
-/// memory, and what "take" throws.
-void LoadInFileOrder(std::span<const WantedNumbers> wanted,
+/// Damage is told with the variables that it is about, as an exception with a text of its own,
+/// and loading goes on. Throws on a lack of memory, and what "take" throws.
+void LoadInFileOrder(const Tree& tree, std::span<const WantedNumbers> wanted,
                      const std::function<void(LoadedNumbers)>& take);
 
 }  // namespace LbtTev::Analysis

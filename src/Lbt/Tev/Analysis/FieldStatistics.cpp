@@ -52,7 +52,7 @@ void GatherStatistics(const Model& model, std::span<const FieldOfPart> fields,
   std::map<std::size_t, FieldStatistics> early;  // what comes before its turn
   std::size_t next = 0;
   SharedStatistics shared;
-  LoadInFileOrder(wanted, [&](LoadedNumbers numbers) {
+  LoadInFileOrder(model.GetTree(), wanted, [&](LoadedNumbers numbers) {
     FieldStatistics& result = early[numbers.place];
     result.failure = numbers.failure;
     if (result.failure == nullptr) {

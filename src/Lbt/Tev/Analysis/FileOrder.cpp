@@ -3,25 +3,49 @@
 
 #include <map>
 #include <optional>
+#include <string>
 #include <tuple>
 #include <utility>
 
 #include "Lbt/Lbf/Inflation.h"
+#include "Lbt/Log/Raise.h"
 
 namespace LbtTev::Analysis {
 
 namespace {
 
+/// The exception that is being handled; in place of what zlib leaves one that names the block.
+std::exception_ptr CurrentFailure(const Tree& tree) {
+  const auto refused = tree.GetFile().GetIndex().RefusedBlock();
+  try {
+    throw;
+  } catch (const Lbt::Util::Exception&) {
+    return std::current_exception();
+  } catch (const std::exception&) {
+    if (!refused) {
+      return std::current_exception();
+    }
+  }
+  const std::string message = "zlib refuses the data of block " + std::to_string(refused->number) +
+                              " (" + refused->stream + ")";
+  try {
+    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ReadError, message.c_str(),
+                    "include/Lbt/Tev/Analysis/FileOrder");
+  } catch (const Lbt::Util::Exception&) {
+    return std::current_exception();
+  }
+}
+
 /// Runs a load; its failure is kept, unless it is one of the machine.
 template <class Load>
-std::exception_ptr FailureOf(const Load& load) {
+std::exception_ptr FailureOf(const Tree& tree, const Load& load) {
   try {
     load();
   } catch (const std::exception& exception) {
     if (LbtLbf::IsLackOfMemory(exception)) {
       throw;
     }
-    return std::current_exception();
+    return CurrentFailure(tree);
   }
   return nullptr;
 }
@@ -30,8 +54,9 @@ std::exception_ptr FailureOf(const Load& load) {
 /// take part, and these for the arrays of the faces.
 class Loads {
  public:
-  Loads(std::span<const WantedNumbers> wanted, const std::function<void(LoadedNumbers)>& take)
-      : take_(&take) {
+  Loads(const Tree& tree, std::span<const WantedNumbers> wanted,
+        const std::function<void(LoadedNumbers)>& take)
+      : tree_(&tree), take_(&take) {
     requests_.reserve(wanted.size());
     for (const WantedNumbers& numbers : wanted) {
       AddRequest(numbers);
@@ -40,7 +65,7 @@ class Loads {
 
   void Run() {
     for (auto& [key, array] : arrays_) {
-      array.failure = FailureOf([&, isOfWholes = key.second] { Load(array, isOfWholes); });
+      array.failure = FailureOf(*tree_, [&, isOfWholes = key.second] { Load(array, isOfWholes); });
       const std::vector<Mask*> masks = std::move(array.masks);
       for (Mask* mask : masks) {
         if (--mask->missing == 0) {
@@ -161,7 +186,7 @@ class Loads {
       mask.failure = lengths->failure;
     }
     if (mask.failure == nullptr) {
-      mask.failure = FailureOf([&] {
+      mask.failure = FailureOf(*tree_, [&] {
         mask.used = std::make_shared<const UsedNodes>(
             mask.faces->wholes, lengths == nullptr ? none : lengths->wholes, mask.points);
       });
@@ -209,6 +234,7 @@ class Loads {
     }
   }
 
+  const Tree* tree_;
   const std::function<void(LoadedNumbers)>* take_;
   std::map<std::pair<ArrayKey, bool>, Array> arrays_;
   std::map<MaskKey, Mask> masks_;
@@ -230,9 +256,9 @@ WantedNumbers WantedFor(const Model& model, const FieldOfPart& field) {
   return wanted;
 }
 
-void LoadInFileOrder(std::span<const WantedNumbers> wanted,
+void LoadInFileOrder(const Tree& tree, std::span<const WantedNumbers> wanted,
                      const std::function<void(LoadedNumbers)>& take) {
-  Loads(wanted, take).Run();
+  Loads(tree, wanted, take).Run();
 }
 
 }  // namespace LbtTev::Analysis

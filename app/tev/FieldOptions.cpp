@@ -1,0 +1,57 @@
+// What the verbs on fields share: their options, and names and numbers in their answers.
+
+#include "tev/FieldOptions.h"
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+#include "tev/VisibleText.h"
+
+using LbtTev::Analysis::FieldOfPart;
+using LbtTev::Analysis::Model;
+using LbtTev::Analysis::Selection;
+
+namespace {
+
+void AddPatterns(CLI::App& app, const char* name, std::vector<std::string>& patterns,
+                 const char* description) {
+  app.add_option(name, patterns, description)
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false)
+      ->option_text("PATTERN");
+}
+
+template <class T>
+std::string ShortestText(T number) {
+  if (!std::isfinite(number)) {
+    return std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf";
+  }
+  std::array<char, 64> text{};
+  const auto written = std::to_chars(text.data(), text.data() + text.size(), number);
+  return {text.data(), written.ptr};
+}
+
+}  // namespace
+
+void AddSelectionOptions(CLI::App& app, const std::shared_ptr<Selection>& selection) {
+  AddPatterns(app, "--part", selection->parts, "Parts by name, glob or id; may be repeated");
+  AddPatterns(app, "--result", selection->results, "Results by name or glob; may be repeated");
+  AddPatterns(app, "--step", selection->steps,
+              "Steps by name or glob; '' is none; may be repeated");
+}
+
+std::string NameOfField(const Model& model, const FieldOfPart& field) {
+  std::string name = "part " + QuotedText(model.Parts()[field.part].name) + ", result " +
+                     QuotedText(field.field->result);
+  if (field.field->step) {
+    name += ", step " + QuotedText(model.Steps()[*field.field->step].text);
+  }
+  return name;
+}
+
+std::string ExactText(double number) { return ShortestText(number); }
+
+std::string ExactText(float number) { return ShortestText(number); }

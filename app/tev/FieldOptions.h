@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "Lbt/Tev/Analysis/Model.h"
+#include "Lbt/Tev/Analysis/Selection.h"
+#include "Lbt/Util/Exception.h"
+#include "tev/Answers.h"
+
+namespace CLI {
+class App;
+}
+
+/// Adds "--part", "--result" and "--step", which set what "selection" has.
+void AddSelectionOptions(CLI::App& app,
+                         const std::shared_ptr<LbtTev::Analysis::Selection>& selection);
+
+/// Runs "select", which finds what patterns ask for. A pattern that fits nothing becomes a
+/// UsageError.
+template <class Select>
+auto Selecting(const std::string& path, const Select& select) {
+  try {
+    return select();
+  } catch (const Lbt::Util::Exception& exception) {
+    throw UsageError(path + ": " + exception.GetLogMessage());
+  }
+}
+
+/// "part "Arm", result "Stress", step "Time = 1"": how messages name a field.
+[[nodiscard]] std::string NameOfField(const LbtTev::Analysis::Model& model,
+                                      const LbtTev::Analysis::FieldOfPart& field);
+
+/// The number of a double, or of a float, in the shortest text that reads back as it; "nan", "inf"
+/// and "-inf" else.
+[[nodiscard]] std::string ExactText(double number);
+[[nodiscard]] std::string ExactText(float number);
