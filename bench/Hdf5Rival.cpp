@@ -1,3 +1,5 @@
+// Writes and reads the values of a model with HDF5.
+
 #include <hdf5.h>
 
 #include <array>

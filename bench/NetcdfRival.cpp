@@ -1,3 +1,5 @@
+// Writes and reads the values of a model with netCDF.
+
 #include <netcdf.h>
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Changes a container in ways that keep most of it readable.
+
 #include "ContainerMutator.h"
 
 #include <algorithm>

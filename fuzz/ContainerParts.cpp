@@ -1,3 +1,5 @@
+// Takes a container apart into its blocks and puts it together again.
+
 #include "ContainerParts.h"
 
 #include <zlib.h>

@@ -1,3 +1,5 @@
+// A file in memory that has a path.
+
 #include "MemoryFile.h"
 
 #include <sys/mman.h>

@@ -1,3 +1,5 @@
+// Runs a fuzz target on a file, with the failures that are allowed and the time that it may take.
+
 #include "Target.h"
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// The tree whose entries are found by id.
+
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,3 +1,5 @@
+// How many columns of a terminal a text takes.
+
 #include <gtest/gtest.h>
 #include <locale.h>
 #include <wchar.h>

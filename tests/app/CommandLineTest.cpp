@@ -1,3 +1,5 @@
+// What TevInfo takes its arguments for.
+
 #include <gtest/gtest.h>
 
 #include <string>

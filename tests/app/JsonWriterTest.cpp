@@ -1,3 +1,5 @@
+// JSON that is written piece by piece.
+
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>

@@ -1,3 +1,5 @@
+// Where a report of TevInfo goes, and what it must not overwrite.
+
 #include <gtest/gtest.h>
 
 #include <filesystem>

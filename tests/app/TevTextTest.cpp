@@ -1,3 +1,5 @@
+// The texts of the companion: visible characters, tables, drawings of trees.
+
 #include <gtest/gtest.h>
 
 #include <sstream>

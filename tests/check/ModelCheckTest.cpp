@@ -1,3 +1,5 @@
+// The findings of the check, in their order and with their places.
+
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// A program of somebody else that links the installed library.
+
 #include <iostream>
 #include <string>
 #include <vector>

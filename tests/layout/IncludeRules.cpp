@@ -1,3 +1,5 @@
+// Which file may include which, by the layers that they stand in.
+
 #include "IncludeRules.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The rules of includes find what breaks them.
+
 #include <gtest/gtest.h>
 
 #include "IncludeRules.h"

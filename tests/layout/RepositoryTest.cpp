@@ -1,6 +1,10 @@
+// The files of this repository keep to its rules.
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -66,6 +70,24 @@ TEST(Repository, EveryHeader_IsGuardedByPragmaOnce) {
   for (const std::string& path : AllSources()) {
     if (path.ends_with(".h")) {
       EXPECT_NE(TextIn(path).find("#pragma once\n"), std::string::npos) << path;
+    }
+  }
+}
+
+TEST(Repository, EverySource_OpensWithWhatItIsFor) {
+  for (const std::string& path : AllSources()) {
+    if (path.ends_with(".cpp")) {
+      EXPECT_TRUE(TextIn(path).starts_with("// ")) << path;
+    }
+  }
+}
+
+TEST(Repository, NoFile_IsTooLongToBeReadAtOnce) {
+  constexpr std::ptrdiff_t kMost = 400;
+  for (const std::string& path : AllSources()) {
+    if (path.starts_with("include/") || path.starts_with("src/") || path.starts_with("app/")) {
+      const std::string text = TextIn(path);
+      EXPECT_LE(std::count(text.begin(), text.end(), '\n'), kMost) << path;
     }
   }
 }

@@ -1,3 +1,5 @@
+// What is told of a block that is inflated to be checked.
+
 #include <gtest/gtest.h>
 #include <zlib.h>
 

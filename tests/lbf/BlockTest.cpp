@@ -1,3 +1,5 @@
+// A block: its buffer, its cursor, and the bounds of every read.
+
 #include <gtest/gtest.h>
 
 #include <climits>

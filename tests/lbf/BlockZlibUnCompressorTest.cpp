@@ -1,3 +1,5 @@
+// Compressed blocks become their contents, or fail as zlib does.
+
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// The listing of the blocks of a container.
+
 #include <gtest/gtest.h>
 
 #include "Lbt/Lbf/ContainerListing.h"

@@ -1,3 +1,5 @@
+// Values of every type as they are decoded from a block.
+
 #include <gtest/gtest.h>
 
 #include <bit>

@@ -1,3 +1,5 @@
+// What the tests of the container share: failures as texts, files that are open.
+
 #include "LbfSupport.h"
 
 #include <gtest/gtest.h>

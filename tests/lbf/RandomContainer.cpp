@@ -1,3 +1,5 @@
+// Containers at random, with what has to be found in them.
+
 #include "RandomContainer.h"
 
 #include "LbfSupport.h"

@@ -1,3 +1,5 @@
+// The rules of streams in their simplest form, to compare the reader with.
+
 #include "ReferenceStreams.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// Versions of files as counts of tenths.
+
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// The manager of loggers hands records to publishers.
+
 #include <gtest/gtest.h>
 
 #include <new>

@@ -1,3 +1,5 @@
+// The one way to fail: a record in the log, then the exception.
+
 #include <gtest/gtest.h>
 
 #include <iostream>

@@ -1,3 +1,5 @@
+// The trace log is set up where it may be written, and announced.
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 

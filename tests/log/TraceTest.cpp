@@ -1,3 +1,5 @@
+// Records of progress.
+
 #include <gtest/gtest.h>
 
 #include <functional>

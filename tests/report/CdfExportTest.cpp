@@ -1,3 +1,5 @@
+// The export of a geometry as CDF text.
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 

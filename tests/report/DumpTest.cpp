@@ -1,3 +1,5 @@
+// The layout of the data dump.
+
 #include <gtest/gtest.h>
 
 #include <bit>

@@ -1,3 +1,5 @@
+// Parts and results that are gathered from a tree.
+
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,3 +1,5 @@
+// Values that several variables claim, which are kept once.
+
 #include <gtest/gtest.h>
 
 #include <numeric>

@@ -1,3 +1,5 @@
+// The solver's format that the name of a file indicates.
+
 #include <gtest/gtest.h>
 
 #include <array>

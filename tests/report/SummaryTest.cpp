@@ -1,3 +1,5 @@
+// The entries that sum a model up.
+
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,3 +1,5 @@
+// The report record and its document, in both forms.
+
 #include <gtest/gtest.h>
 
 #include <limits>

@@ -1,3 +1,5 @@
+// Models with one fault each, and how a run on them ends.
+
 #include "run/DamagedModels.h"
 
 #include <cstdint>

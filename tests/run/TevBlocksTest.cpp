@@ -1,3 +1,5 @@
+// tev blocks: the blocks of a container.
+
 #include <gtest/gtest.h>
 
 #include <sstream>

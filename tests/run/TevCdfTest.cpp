@@ -1,3 +1,5 @@
+// tev cdf: the export of a geometry.
+
 #include <gtest/gtest.h>
 
 #include <filesystem>

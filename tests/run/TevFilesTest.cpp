@@ -1,3 +1,5 @@
+// How tev finds its files: folders, lists, pipes.
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>

@@ -1,3 +1,5 @@
+// tev info: what a model holds.
+
 #include <gtest/gtest.h>
 
 #include <limits>

@@ -1,3 +1,5 @@
+// Runs TevInfo in a folder of its own, and knows what it prints.
+
 #include "run/TevInfoRun.h"
 
 #include <sys/stat.h>

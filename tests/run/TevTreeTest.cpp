@@ -1,3 +1,5 @@
+// tev tree: the nodes of a model.
+
 #include <gtest/gtest.h>
 
 #include "run/TevRun.h"

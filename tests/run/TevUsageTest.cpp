@@ -1,3 +1,5 @@
+// The command line of tev: help, version, usage errors.
+
 #include <gtest/gtest.h>
 
 #include "run/TevRun.h"

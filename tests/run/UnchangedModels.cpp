@@ -1,3 +1,5 @@
+// Models with their bytes, names and times, to be found unchanged after a run.
+
 #include "run/UnchangedModels.h"
 
 #include <gtest/gtest.h>

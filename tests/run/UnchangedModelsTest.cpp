@@ -1,3 +1,5 @@
+// No run changes a model, whatever its arguments are.
+
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 

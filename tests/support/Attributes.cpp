@@ -1,3 +1,5 @@
+// Writes attribute sets.
+
 #include "Attributes.h"
 
 #include <utility>

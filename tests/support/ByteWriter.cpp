@@ -1,3 +1,5 @@
+// Writes values as they are stored.
+
 #include "ByteWriter.h"
 
 #include <bit>

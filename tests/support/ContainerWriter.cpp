@@ -1,3 +1,5 @@
+// Writes container files.
+
 #include "ContainerWriter.h"
 
 #include <zlib.h>

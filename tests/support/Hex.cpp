@@ -1,3 +1,5 @@
+// Bytes as hexadecimal text, and back.
+
 #include "Hex.h"
 
 #include <cstddef>

@@ -1,3 +1,5 @@
+// Hides what differs from run to run: times, lines of sources, sizes of memory.
+
 #include "Mask.h"
 
 #include <cctype>

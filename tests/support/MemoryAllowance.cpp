@@ -1,3 +1,5 @@
+// Does work in a child whose memory may grow by so much and no more.
+
 #include "MemoryAllowance.h"
 
 #include <malloc.h>

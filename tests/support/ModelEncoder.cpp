@@ -1,3 +1,5 @@
+// Encodes nodes into the streams of a model.
+
 #include "ModelEncoder.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// Writes whole model files.
+
 #include "ModelWriter.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Runs programs and forked children, with redirections and limits.
+
 #include "Process.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// Writes versioned records and the lists of node sets.
+
 #include "Records.h"
 
 #include <span>

@@ -1,3 +1,5 @@
+// A model of a few nodes that has something of everything.
+
 #include "SmallModel.h"
 
 namespace tevtest {

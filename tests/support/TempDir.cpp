@@ -1,3 +1,5 @@
+// A scratch folder that goes with its object.
+
 #include "TempDir.h"
 
 #include <stdlib.h>

@@ -1,3 +1,5 @@
+// Variables of geometries, and their data as it is stored.
+
 #include "Variable.h"
 
 #include <cstddef>

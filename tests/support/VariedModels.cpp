@@ -1,3 +1,5 @@
+// Small models that differ in every layout that the format has.
+
 #include "VariedModels.h"
 
 #include <initializer_list>

@@ -1,3 +1,5 @@
+// All ways to damage a file at one place.
+
 #include "Mutants.h"
 
 #include <array>

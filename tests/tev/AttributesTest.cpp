@@ -1,3 +1,5 @@
+// Attribute sets as they are read.
+
 #include <gtest/gtest.h>
 
 #include <map>

@@ -1,3 +1,5 @@
+// The envelope of versioned records.
+
 #include <gtest/gtest.h>
 
 #include <array>

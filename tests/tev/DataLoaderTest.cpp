@@ -1,3 +1,5 @@
+// Numbers that are loaded on demand and put in order.
+
 #include <gtest/gtest.h>
 
 #include <array>

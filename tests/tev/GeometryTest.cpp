@@ -1,3 +1,5 @@
+// Variables of a geometry and the attributes that they keep.
+
 #include <gtest/gtest.h>
 
 #include <map>

@@ -1,3 +1,5 @@
+// What groups of every version hold.
+
 #include <gtest/gtest.h>
 
 #include <array>

@@ -1,3 +1,5 @@
+// Models in a scratch folder, open or loaded.
+
 #include "ModelOnDisk.h"
 
 #include "Failure.h"

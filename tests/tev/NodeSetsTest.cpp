@@ -1,3 +1,5 @@
+// Node sets: names, members, and lists that do not fit together.
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>

@@ -1,3 +1,5 @@
+// What every kind of node is when it is made.
+
 #include <gtest/gtest.h>
 
 #include <array>

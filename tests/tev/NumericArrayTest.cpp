@@ -1,3 +1,5 @@
+// Numeric arrays and the loaders that they make.
+
 #include <gtest/gtest.h>
 
 #include "Lbt/Tev/NumericArray.h"

@@ -1,3 +1,5 @@
+// Real models as they are opened.
+
 #include <gtest/gtest.h>
 
 #include <array>

@@ -1,3 +1,5 @@
+// The trace log of a call as text.
+
 #include "TraceText.h"
 
 #include <memory>

@@ -1,3 +1,5 @@
+// The names that a model is made of, and the parts of records by version.
+
 #include <gtest/gtest.h>
 
 #include "Lbt/Tev/Vocabulary.h"

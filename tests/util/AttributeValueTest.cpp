@@ -1,3 +1,5 @@
+// Values of attributes and their texts.
+
 #include <gtest/gtest.h>
 
 #include <limits>

@@ -1,3 +1,5 @@
+// What an exception carries and says.
+
 #include <gtest/gtest.h>
 
 #include <array>

@@ -1,3 +1,5 @@
+// Which file a descriptor stands for, and standard ones that are closed.
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -102,9 +104,11 @@ TEST(FileAccess, FillStandardDescriptors_Closed_AreFilledEachAndTogether) {
 
 TEST(FileAccess, FillStandardDescriptors_Open_AreLeftAlone) {
   const auto result = tevtest::RunForked([] {
+    const int next = dup(STDIN_FILENO);
+    close(next);
     Lbt::Util::FillStandardDescriptors();
     const bool written = write(STDOUT_FILENO, "out", 3) == 3 && write(STDERR_FILENO, "err", 3) == 3;
-    return written ? 0 : 1;
+    return written && next == dup(STDIN_FILENO) ? 0 : 1;
   });
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, "out");

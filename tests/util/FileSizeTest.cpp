@@ -1,3 +1,5 @@
+// Sizes of files as text.
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 

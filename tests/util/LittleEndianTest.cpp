@@ -1,3 +1,5 @@
+// Bytes become numbers.
+
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,3 +1,5 @@
+// Records of the log.
+
 #include <gtest/gtest.h>
 
 #include <ctime>

@@ -1,3 +1,5 @@
+// The memory that the process takes, by its own word.
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 

@@ -1,3 +1,5 @@
+// Numbers as text, character for character as a stream writes them.
+
 #include <gtest/gtest.h>
 
 #include <bit>

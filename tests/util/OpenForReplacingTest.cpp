@@ -1,3 +1,5 @@
+// Opening an output: never the model, never for ever.
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -139,6 +141,14 @@ TEST(OpenForReplacing, Device_IsOpened) {
   const std::optional<int> full = Lbt::Util::OpenForReplacing("/dev/full", kNothing);
   ASSERT_TRUE(full);
   EXPECT_EQ(write(OpenFile(*full).Get(), "x", 1), -1);
+}
+
+TEST(OpenForReplacing, FileThatTakesTheNumberZero_IsOpened) {
+  const TempDir directory;
+  const auto result = tevtest::RunForked([&] { return Replace(directory / "new", "text") ? 0 : 1; },
+                                         {.input = tevtest::Redirect::Closed()});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(directory.Read("new"), "text");
 }
 
 TEST(OpenForReplacing, PipeThatNobodyReads_IsNoneAtOnce) {

@@ -1,3 +1,5 @@
+// Opening the log: only what is a log, or may become one.
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>

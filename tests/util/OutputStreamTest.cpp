@@ -1,3 +1,5 @@
+// Output in large pieces, and its failures.
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,3 +1,5 @@
+// Attributes that variables share.
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>

@@ -1,3 +1,5 @@
+// The holder of the one object of a type.
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 

@@ -1,3 +1,5 @@
+// Text that is gathered and handed on in pieces.
+
 #include <gtest/gtest.h>
 
 #include <bit>

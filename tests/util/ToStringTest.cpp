@@ -1,3 +1,5 @@
+// Values as text through a stream, and back.
+
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Bytes that are stored plane by plane.
+
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// An object that is left to the end of the process.
+
 #include <gtest/gtest.h>
 
 #include "Lbt/Util/Undestroyed.h"
