@@ -1,10 +1,19 @@
-// "tev check": looks for damage in models.
+// tev check: whether models are whole, and what is lost of them.
 
+#include <CLI/CLI.hpp>
+#include <array>
+#include <cstdint>
+#include <iostream>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Lbt/Tev/Check/ModelCheck.h"
+#include "Lbt/Util/Exception.h"
+#include "tev/FindingLines.h"
 #include "tev/Json.h"
 #include "tev/Verbs.h"
 #include "tev/VisibleText.h"
@@ -12,94 +21,136 @@
 namespace {
 
 using LbtTev::Check::CheckModel;
+using LbtTev::Check::CheckResult;
 using LbtTev::Check::Finding;
+using LbtTev::Check::Limit;
 using LbtTev::Check::NumberedName;
-using Kind = Finding::Kind;
+using LbtTev::Check::Verdict;
 
-/// The name of a kind for scripts.
-const char* NameOf(Kind kind) {
-  switch (kind) {
-    case Kind::Header:
-      return "header";
-    case Kind::Index:
-      return "index";
-    case Kind::BlockOutsideFile:
-      return "block-outside-file";
-    case Kind::UnreadableBlock:
-      return "unreadable-block";
-    case Kind::RecordedLength:
-      return "recorded-length";
-    case Kind::UnusedBytes:
-      return "unused-bytes";
-    case Kind::MissingTree:
-      return "missing-tree";
-    case Kind::UnreadableRecord:
-      return "unreadable-record";
-    case Kind::RepeatedId:
-      return "repeated-id";
-    case Kind::LinkToNothing:
-      return "link-to-nothing";
-    case Kind::Cycle:
-      return "cycle";
-    case Kind::SharedChild:
-      return "shared-child";
-    case Kind::NoGeometry:
-      return "no-geometry";
-    case Kind::UnreferencedNode:
-      return "unreferenced-node";
-    case Kind::ByteCount:
-      return "byte-count";
-    case Kind::UnreadableData:
-      return "unreadable-data";
-    case Kind::NodeRange:
-      return "node-range";
-    case Kind::OverlappingData:
-      return "overlapping-data";
+/// What was found of one file: the result, and the failure where it makes the status 2.
+struct Outcome {
+  CheckResult result;
+  std::optional<Failure> failure;
+};
+
+std::string_view TextOf(Verdict verdict) {
+  switch (verdict) {
+    case Verdict::Ok:
+      return "OK";
+    case Verdict::Warning:
+      return "WARNING";
+    case Verdict::Damaged:
+      return "DAMAGED";
+    case Verdict::NotAModel:
+      return "NOT A TEV FILE";
+    case Verdict::Unreadable:
+      return "UNREADABLE";
   }
   return "";
 }
 
-std::string TextOf(const char* what, const NumberedName& named) {
-  return std::string(what) + " " + std::to_string(named.number) + " (" + named.name + ")";
+/// "1 block", "2 blocks".
+std::string CountText(std::uint64_t count, const std::string& thing) {
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-/// Where in the file a finding is, as far as it is known: "block 3 (Heavy Data) at byte 4711, ".
-std::string PlaceText(const Finding& finding) {
-  std::string text;
-  if (finding.block) {
-    text += TextOf("block", *finding.block);
-  } else if (finding.stream) {
-    text += "block unknown (" + *finding.stream + ")";
+/// What is lost of a file: nothing, where it is damaged in ways that leave all there.
+std::vector<std::string> LostThings(const CheckResult& result) {
+  if (result.isAllLost || result.verdict == Verdict::NotAModel ||
+      result.verdict == Verdict::Unreadable) {
+    return {"the whole model"};
   }
-  if (finding.offset) {
-    text += (text.empty() ? "byte " : " at byte ") + std::to_string(*finding.offset);
+  std::vector<std::string> things;
+  for (const auto& [count, thing] : {std::pair(result.lostBlocks, "block"),
+                                     {result.lostRecords, "record"},
+                                     {result.lostVariables, "variable"}}) {
+    if (count != 0) {
+      things.push_back(CountText(count, thing));
+    }
   }
-  if (finding.node) {
-    text += (text.empty() ? "" : ", ") + TextOf("node", *finding.node);
-  }
-  if (finding.variable) {
-    text += ", " + TextOf("variable", *finding.variable);
-  }
-  return text.empty() ? text : text + ": ";
+  return things;
 }
 
-/// The numbers that end a finding: " (claimed 400, found 280)".
-std::string NumbersText(const Finding& finding) {
-  if (!finding.claimed) {
-    return "";
+/// "4 blocks, 1 record and 2 variables are lost", or else how much is wrong.
+std::string LossText(const CheckResult& result) {
+  const std::vector<std::string> things = LostThings(result);
+  if (things.empty()) {
+    return CountText(result.damages, "fault");
   }
-  const std::string found = finding.found ? ", found " + std::to_string(*finding.found) : "";
-  return " (claimed " + std::to_string(*finding.claimed) + found + ")";
+  std::string text = things.front();
+  for (std::size_t i = 1; i < things.size(); ++i) {
+    text += (i + 1 < things.size() ? ", " : " and ") + things[i];
+  }
+  const bool isOne =
+      result.isAllLost || result.lostBlocks + result.lostRecords + result.lostVariables == 1;
+  return text + (isOne ? " is lost" : " are lost");
 }
 
-std::string LineOf(const std::string& path, const Finding& finding) {
-  const std::string line =
-      path + ": " + PlaceText(finding) + OneLine(finding.text) + NumbersText(finding);
-  return VisibleText(line) + '\n';
+/// What stands after the verdict.
+std::string ReasonOf(const Outcome& outcome) {
+  if (outcome.failure) {
+    return outcome.failure->what();
+  }
+  return outcome.result.verdict == Verdict::Warning ? CountText(outcome.result.warnings, "warning")
+                                                    : "";
+}
+
+std::string LookText(const CheckResult& result) {
+  return result.looksLike.empty() ? "it does not begin with the signature of one"
+                                  : "it looks like " + result.looksLike;
+}
+
+std::optional<Failure> FailureOf(const CheckResult& result) {
+  switch (result.verdict) {
+    case Verdict::Damaged:
+      return Failure(FailureCode::Damaged, LossText(result));
+    case Verdict::NotAModel:
+      return Failure(FailureCode::NotAModel, LookText(result));
+    default:
+      return std::nullopt;
+  }
+}
+
+/// The failure that an exception out of a check is: damage is told by findings, never so.
+Failure FailureOfCheck() {
+  const Failure failure = FailureOfCurrentException();
+  if (failure.Code() != FailureCode::Damaged) {
+    return failure;
+  }
+  try {
+    throw;
+  } catch (const Lbt::Util::Exception& exception) {
+    using ErrorType = Lbt::Util::Exception::ErrorType;
+    const bool isVersion = exception.GetType() == ErrorType::UnknownVersion;
+    return {isVersion ? FailureCode::UnsupportedVersion : FailureCode::IoError, failure.what()};
+  } catch (...) {
+    return {FailureCode::IoError, failure.what()};
+  }
+}
+
+/// Checks the file of an input. What the check throws makes it unreadable.
+Outcome CheckInput(const Input& input, const LbtTev::Check::FindingSink& sink, Limit limit) {
+  Outcome outcome;
+  outcome.failure = input.failure;
+  if (!input.failure || input.failure->Code() == FailureCode::NotAModel) {
+    try {
+      outcome.result = CheckModel(input.source, sink, limit);
+      outcome.failure = FailureOf(outcome.result);
+      return outcome;
+    } catch (...) {
+      outcome.failure = FailureOfCheck();
+    }
+  }
+  outcome.result.verdict = Verdict::Unreadable;
+  return outcome;
+}
+
+Json JsonOrNull(const std::optional<std::uint64_t>& number) {
+  return number ? Json(*number) : Json(nullptr);
 }
 
 void WriteNamed(const char* name, const std::optional<NumberedName>& named, const char* numberName,
-                const char* nameName, JsonWriter& json) {
+                JsonWriter& json) {
   json.Key(name);
   if (!named) {
     json.Value(nullptr);
@@ -107,63 +158,131 @@ void WriteNamed(const char* name, const std::optional<NumberedName>& named, cons
   }
   json.OpenObject();
   json.Member(numberName, named->number);
-  json.Member(nameName, named->name);
+  json.Member("name", named->name);
   json.Close();
-}
-
-Json JsonOrNull(const std::optional<std::uint64_t>& number) {
-  return number ? Json(*number) : Json(nullptr);
 }
 
 /// Only single values become Json: freeing any other may take memory, and there may be none.
 void WriteObject(const Finding& finding, JsonWriter& json) {
+  const bool isDamage = SeverityOf(finding.kind) == Finding::Severity::Damage;
   json.OpenObject();
-  json.Member("kind", NameOf(finding.kind));
-  json.Member("text", OneLine(finding.text));
-  WriteNamed("block", finding.block, "number", "stream", json);
-  WriteNamed("node", finding.node, "id", "name", json);
-  WriteNamed("variable", finding.variable, "index", "name", json);
+  json.Member("severity", isDamage ? "damage" : "warning");
+  json.Member("kind", std::string(NameOf(finding.kind)));
+  json.Key("block");
+  json.Value(finding.block ? Json(finding.block->number) : Json(nullptr));
+  json.Key("stream");
+  json.Value(finding.block    ? Json(finding.block->name)
+             : finding.stream ? Json(*finding.stream)
+                              : Json(nullptr));
   json.Member("offset", JsonOrNull(finding.offset));
+  WriteNamed("node", finding.node, "id", json);
+  WriteNamed("variable", finding.variable, "index", json);
+  json.Member("text", OneLine(finding.text));
   json.Member("claimed", JsonOrNull(finding.claimed));
   json.Member("found", JsonOrNull(finding.found));
+  json.Member("cause", JsonOrNull(finding.cause));
   json.Close();
 }
 
-bool WriteJson(const Input& input, AnswerWriter& writer) {
-  bool isSound = true;
-  writer.Facts().Key("findings");
-  writer.Facts().OpenList();
-  CheckModel(input.source, [&](const Finding& finding) {
-    WriteObject(finding, writer.Facts());
-    isSound = false;
-  });
-  writer.Facts().Close();
-  return isSound;
-}
+/// One run of the verb: what it was asked for, and how many files came to which verdict.
+class CheckRun {
+ public:
+  bool isVerbose = false;
+  bool isAll = false;
 
-bool WriteLines(const Input& input, AnswerWriter& writer) {
-  bool isSound = true;
-  CheckModel(input.source, [&](const Finding& finding) {
-    writer.Text() << LineOf(input.path, finding);
-    isSound = false;
-  });
-  return isSound;
-}
-
-void AnswerCheck(const Input& input, AnswerWriter& writer) {
-  if (!(writer.IsJson() ? WriteJson(input, writer) : WriteLines(input, writer))) {
-    writer.Fail({FailureCode::Damaged, "there are findings"}, Told::InTheAnswer);
+  void Answer(const Input& input, AnswerWriter& writer) {
+    const Outcome outcome = writer.IsJson() ? WriteJson(input, writer) : WriteText(input, writer);
+    ++verdicts_.at(static_cast<std::size_t>(outcome.result.verdict));
+    if (outcome.failure) {
+      writer.Fail(*outcome.failure, Told::InTheAnswer);
+      for (std::string& thing : LostThings(outcome.result)) {
+        writer.AddMissing(std::move(thing));
+      }
+    }
   }
+
+  /// The answer is on standard output, so that how it went in all goes to the other one.
+  void WriteSummary() const {
+    constexpr std::array<const char*, 5> kTexts{" OK", " with warnings", " damaged",
+                                                " not a Tev file", " unreadable"};
+    std::uint64_t files = 0;
+    std::string text;
+    for (std::size_t i = 0; i < verdicts_.size(); ++i) {
+      files += verdicts_[i];
+      if (verdicts_[i] != 0) {
+        text += (text.empty() ? "" : ", ") + std::to_string(verdicts_[i]) + kTexts.at(i);
+      }
+    }
+    std::cerr << "tev: " + CountText(files, "file") + (text.empty() ? "" : ": " + text) + '\n'
+              << std::flush;
+  }
+
+ private:
+  [[nodiscard]] Limit GetLimit() const { return isAll ? Limit::None : Limit::TenThousand; }
+
+  [[nodiscard]] Outcome WriteJson(const Input& input, AnswerWriter& writer) const {
+    JsonWriter& json = writer.Facts();
+    json.Key("findings");
+    json.OpenList();
+    const Outcome outcome = CheckInput(
+        input, [&](const Finding& finding) { WriteObject(finding, json); }, GetLimit());
+    while (json.Depth() > 0) {
+      json.Close();
+    }
+    json.Key("more");
+    json.OpenObject();
+    for (const auto& [kind, count] : outcome.result.untold) {
+      json.Member(NameOf(kind), count);
+    }
+    json.Close();
+    json.Member("verdict", std::string(NameOf(outcome.result.verdict)));
+    return outcome;
+  }
+
+  [[nodiscard]] Outcome WriteText(const Input& input, AnswerWriter& writer) const {
+    FindingLines lines(isAll);
+    Outcome outcome = CheckInput(
+        input, [&](const Finding& finding) { lines.Add(finding); }, GetLimit());
+    const Verdict verdict = outcome.result.verdict;
+    if (verdict == Verdict::Ok && !isVerbose) {
+      return outcome;
+    }
+    const std::string reason = ReasonOf(outcome);
+    writer.Text() << VisibleText(input.path) << ": " << TextOf(verdict)
+                  << (reason.empty() ? "" : ": ") << VisibleText(reason) << '\n';
+    lines.WriteTo(writer.Text());
+    for (const auto& [kind, count] : outcome.result.untold) {
+      writer.Text() << "  " << count << " more of the kind " << NameOf(kind)
+                    << " (--all lists them)\n";
+    }
+    return outcome;
+  }
+
+  std::array<std::uint64_t, 5> verdicts_{};
+};
+
+constexpr const char* kNotes =
+    "Each file gets a verdict: OK (with -v only), WARNING (nothing is lost), DAMAGED (something\n"
+    "is), NOT A TEV FILE, or UNREADABLE (it could not be checked).\n"
+    "Exit status: 0 when all files are OK or have warnings, 1 on bad usage, else 2.\n"
+    "Examples: tev check model.tev\n"
+    "          tev check --jsonl archive/ >findings.jsonl";
+
+Action SetUp(CLI::App& app) {
+  const auto check = std::make_shared<CheckRun>();
+  FileRun run{.verb = "check", .layout = TextLayout::Lines};
+  run.answer = [check](const Input& input, AnswerWriter& writer) { check->Answer(input, writer); };
+  run.finish = [check](AnswerWriter&) { check->WriteSummary(); };
+  run.takesFailures = true;
+  const auto files = AddFileOptions(app, std::move(run));
+  app.add_flag("-v,--verbose", check->isVerbose, "Name the files that are OK, too");
+  app.add_flag("--all", check->isAll,
+               "List all findings: those that follow from others, and more than 10,000 of a kind");
+  return [files] { return RunOverFiles(*files); };
 }
 
 }  // namespace
 
 Verb CheckVerb() {
-  return {.name = "check",
-          .summary = "Look for damage in models",
-          .notes = "Example: tev check *.tev",
-          .setUp = [](CLI::App& app) {
-            return RunWithFileOptions(
-                app, {.verb = "check", .layout = TextLayout::Lines, .answer = AnswerCheck});
-          }};
+  return {.name = "check", .summary = "Look for damage in models", .notes = kNotes, .setUp = SetUp};
 }

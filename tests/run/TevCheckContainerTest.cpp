@@ -16,7 +16,7 @@ class TevCheckContainer : public TevCheckRun {
     const Container container = writer.Add(block).Build();
     const std::string text = Check(container.bytes);
     const std::string start =
-        "m.tev: " + BlockText(6, "Resources", container.Block("Resources", 1).offset);
+        "  " + BlockText(6, "Resources", container.Block("Resources", 1).offset);
     EXPECT_TRUE(text.starts_with(start)) << text << start;
     return text.substr(std::min(text.size(), start.size()));
   }
@@ -24,33 +24,42 @@ class TevCheckContainer : public TevCheckRun {
 
 TEST_F(TevCheckContainer, SoundFiles_AreNotMentioned) {
   Write("a.tev", SmallModel());
-  EXPECT_EQ(Answer({"check", "a.tev", Example("bracket.tev"), Example("heatsink.tev")}), "");
+  ExpectSound({"a.tev", Example("bracket.tev"), Example("heatsink.tev")});
 }
 
-TEST_F(TevCheckContainer, OtherFiles_AreNoTevFiles) {
-  // The last one as a transfer in text mode leaves it.
-  for (const std::string& bytes :
-       {std::string("some text, and more of it"), SmallModel().Build().erase(4, 1)}) {
+TEST_F(TevCheckContainer, OtherFiles_AreNoTevFilesAndToldByTheirLook) {
+  for (const auto& [bytes, look] : std::vector<std::pair<std::string, std::string>>{
+           {"", "looks like an empty file"},
+           {"some text, and more of it", "looks like text"},
+           {"<!DOCTYPE html>", "looks like HTML"},
+           {"\x1f\x8b\x08", "looks like a gzip file"},
+           {SmallModel().Build().erase(4, 1),  // as a transfer in text mode leaves it
+            "looks like a Tev file whose line ends a transfer has converted"},
+           {"\x01\x02", "does not begin with the signature of one"}}) {
     dir.Write("m.tev", bytes);
     const RunResult run = Run({"check", "m.tev"});
     EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.output, "");
-    EXPECT_EQ(run.error, "tev: m.tev: not a Tev file\n");
+    EXPECT_EQ(run.output, "m.tev: NOT A TEV FILE: it " + look + "\n");
+    EXPECT_EQ(run.error, "tev: 1 file: 1 not a Tev file\n");
   }
 }
 
-TEST_F(TevCheckContainer, NewerVersion_IsToldInTenths) {
-  EXPECT_EQ(Check(SmallModel().SetFileVersion("1.4")),
-            "m.tev: This file is of tev file version 14. This version of Quarlo only supports tev "
-            "file version upto 13.\n");
+TEST_F(TevCheckContainer, NewerVersion_CannotBeChecked) {
+  Write("m.tev", SmallModel().SetFileVersion("1.4"));
+  const RunResult run = Run({"check", "m.tev"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output,
+            "m.tev: UNREADABLE: This file is of tev file version 14. This version of Quarlo only "
+            "supports tev file version upto 13.\n");
+  EXPECT_EQ(run.error, "tev: 1 file: 1 unreadable\n");
 }
 
 TEST_F(TevCheckContainer, FileCutWithinTheHeader_TellsHowMuchIsThere) {
   const std::string bytes = SmallModel().Build();
   for (const std::size_t size : {8U, 11U, 12U, 15U}) {
     EXPECT_EQ(Check(bytes.substr(0, size)),
-              "m.tev: the file ends before its header does (claimed 16, found " +
-                  std::to_string(size) + ")\n");
+              "  the file ends before its header does (claimed 16, found " + std::to_string(size) +
+                  ")\n");
   }
 }
 
@@ -58,20 +67,20 @@ TEST_F(TevCheckContainer, FileCutWithinTheIndex_TellsHowMuchIsThere) {
   ContainerWriter writer = SmallModel().ToContainer();
   const std::size_t size = writer.Build().indexSize;
   EXPECT_EQ(Check(writer.TruncateTo(16 + 10).Build().bytes),
-            "m.tev: byte 16: the index cannot be read: Unable to read from file (claimed " +
+            "  byte 16: the index cannot be read: Unable to read from file (claimed " +
                 std::to_string(size) + ", found 10)\n");
 }
 
 TEST_F(TevCheckContainer, IndexWithTooFewEntries_CannotBeRead) {
   EXPECT_EQ(Check(SmallModel().ToContainer().SetIndexCount(9).Build().bytes),
-            "m.tev: byte 16: the index cannot be read: Not enough bytes in the block\n");
+            "  byte 16: the index cannot be read: Not enough bytes in the block\n");
 }
 
 TEST_F(TevCheckContainer, RefusedSecondIndex_IsNamed) {
   ContainerWriter writer = SmallModel().ToContainer();
   writer.Add({.name = "\vIndex Block 1", .compressed = true, .storedBytes = Hex("04000000 'no'")});
   EXPECT_EQ(Check(writer.Build().bytes, "Error -3 while uncompressing block \n"),
-            "m.tev: block 6 (\\x0bIndex Block 1): the index cannot be read: zlib refuses the data "
+            "  block 6 (\\x0bIndex Block 1): the index cannot be read: zlib refuses the data "
             "of block 6 (\\x0bIndex Block 1)\n");
 }
 
@@ -81,9 +90,9 @@ TEST_F(TevCheckContainer, FileCutWithinABlock_TellsHowMuchIsThere) {
   const Container whole = writer.Build();
   const std::size_t spare = whole.Block("Resources", 1).offset;
   EXPECT_EQ(Check(writer.TruncateTo(spare + 4).Build().bytes),
-            "m.tev: " + BlockText(6, "Resources", spare) +
+            "  " + BlockText(6, "Resources", spare) +
                 ": the file ends before the block does (claimed 10, found 4)\n"
-                "m.tev: " +
+                "    " +
                 BlockText(7, "Resources", spare + 10) +
                 ": the file ends before the block does (claimed 5, found 0)\n");
 }
@@ -131,7 +140,7 @@ TEST_F(TevCheckContainer, BytesAfterTheEntries_AreUnused) {
   ContainerWriter writer = SmallModel().ToContainer();
   const std::size_t size = writer.Build().indexSize;
   EXPECT_EQ(Check(writer.SetIndexTrailing("12345").Build().bytes),
-            "m.tev: byte " + std::to_string(16 + size) +
+            "  byte " + std::to_string(16 + size) +
                 ": the index has bytes after its last entry (claimed " + std::to_string(size + 5) +
                 ", found " + std::to_string(size) + ")\n");
 }
@@ -148,7 +157,7 @@ TEST_F(TevCheckContainer, BytesAfterTheEntriesOfASecondIndex_AreUnused) {
     const Container container = writer.Build();
     const std::size_t offset = container.continuations.at(0).offset + (isCompressed ? 0 : kSize);
     EXPECT_EQ(Check(container.bytes),
-              "m.tev: " + BlockText(6, "\\x0bIndex Block 1", offset) +
+              "  " + BlockText(6, "\\x0bIndex Block 1", offset) +
                   ": the index has bytes after its last entry (claimed 27, found 24)\n");
   }
 }
@@ -162,19 +171,18 @@ TEST_F(TevCheckContainer, StreamOfANameThatNobodyReads_IsToldOnce) {
   }
   writer.AddRaw("Attributer", "123");
   const Container container = writer.Build();
-  EXPECT_EQ(
-      Check(container.bytes),
-      "m.tev: " + BlockText(kAttributesBlock, "Attributer", container.Block("Attributer").offset) +
-          ": nothing reads a stream of this name\n");
+  EXPECT_EQ(Check(container.bytes),
+            "  " + BlockText(kAttributesBlock, "Attributer", container.Block("Attributer").offset) +
+                ": nothing reads a stream of this name\n");
 }
 
 TEST_F(TevCheckContainer, BytesAfterTheLastBlock_AreUnused) {
   const std::string bytes = SmallModel().Build();
-  EXPECT_EQ(Check(bytes + "1234567"), "m.tev: byte " + std::to_string(bytes.size()) +
+  EXPECT_EQ(Check(bytes + "1234567"), "  byte " + std::to_string(bytes.size()) +
                                           ": nothing reads the 7 bytes after the last block\n");
   const std::string empty = ContainerWriter().Build().bytes;
   EXPECT_TRUE(Check(empty + "1")
-                  .starts_with("m.tev: byte " + std::to_string(empty.size()) +
+                  .starts_with("  byte " + std::to_string(empty.size()) +
                                ": nothing reads the 1 byte after the last block\n"));
 }
 
@@ -186,8 +194,8 @@ TEST_F(TevCheckContainer, SeveralBadBlocks_AreAllTold) {
   }
   const Container container = writer.Build();
   EXPECT_EQ(Check(container.bytes),
-            "m.tev: " + BlockText(6, "Resources", container.Block("Resources", 1).offset) +
-                ": zlib refuses the data (code -3)\nm.tev: " +
+            "  " + BlockText(6, "Resources", container.Block("Resources", 1).offset) +
+                ": zlib refuses the data (code -3)\n  " +
                 BlockText(7, "Resources", container.Block("Resources", 2).offset) +
                 ": zlib refuses the data (code -3)\n");
 }
@@ -195,11 +203,11 @@ TEST_F(TevCheckContainer, SeveralBadBlocks_AreAllTold) {
 TEST_F(TevCheckContainer, NoTreeStream_IsAnEmptyModel) {
   const Container misnamed = ContainerWriter().AddRaw("Tev Tref", "1").Build();
   EXPECT_EQ(Check(misnamed.bytes),
-            "m.tev: " + BlockText(0, "Tev Tref", misnamed.Block("Tev Tref").offset) +
+            "  " + BlockText(0, "Tev Tref", misnamed.Block("Tev Tref").offset) +
                 ": nothing reads a stream of this name\n"
-                "m.tev: there is no stream \"Tev Tree\", so the model is empty\n");
+                "  there is no stream \"Tev Tree\", so the model is empty\n");
   EXPECT_EQ(Check(ContainerWriter().Build().bytes),
-            "m.tev: there is no stream \"Tev Tree\", so the model is empty\n");
+            "  there is no stream \"Tev Tree\", so the model is empty\n");
 }
 
 }  // namespace

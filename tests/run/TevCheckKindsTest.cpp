@@ -29,11 +29,31 @@ struct Case {
   std::optional<std::uint64_t> found{};
 };
 
-std::string LineOf(const Case& one) {
+/// Whether findings of that kind are only warnings.
+bool IsWarning(const std::string& kind) {
+  return kind == "unused-bytes" || kind == "byte-count" || kind == "not-finite";
+}
+
+/// What one finding of a kind takes away; nothing where all is there and yet wrong.
+std::string LossBy(const std::string& kind) {
+  return kind == "header" || kind == "index" || kind == "missing-tree" ? "the whole model"
+         : kind == "block-outside-file" || kind == "unreadable-block"  ? "1 block"
+         : kind == "unreadable-record"                                 ? "1 record"
+         : kind == "unreadable-data"                                   ? "1 variable"
+                                                                       : "";
+}
+
+std::string MessageOf(const Case& one) {
+  const std::string loss = LossBy(one.kind);
+  return IsWarning(one.kind) ? "1 warning" : loss.empty() ? "1 fault" : loss + " is lost";
+}
+
+std::string LinesOf(const Case& one) {
   const auto named = [](const char* what, const Named& thing) {
     return what + std::to_string(thing.first) + " (" + thing.second + ")";
   };
-  std::string line = "m.tev: ";
+  std::string line = std::string("m.tev: ") + (IsWarning(one.kind) ? "WARNING: " : "DAMAGED: ") +
+                     MessageOf(one) + "\n  ";
   if (one.block)
     line += named("block ", *one.block) + " at ";
   if (one.offset)
@@ -55,28 +75,42 @@ std::string JsonOf(const std::optional<std::uint64_t>& number) {
 }
 
 /// None of the names here has a character that JSON escapes.
-std::string JsonOf(const std::optional<Named>& named, const std::string& number,
-                   const std::string& name) {
+std::string JsonOf(const std::optional<Named>& named, const std::string& number) {
   return named ? "{\n            \"" + number + "\": " + std::to_string(named->first) +
-                     ",\n            \"" + name + "\": \"" + named->second + "\"\n          }"
+                     ",\n            \"name\": \"" + named->second + "\"\n          }"
                : "null";
+}
+
+/// The members of the entry that come before the findings.
+std::string HeadOf(const Case& one) {
+  if (IsWarning(one.kind)) {
+    return "      \"failure\": null,\n      \"complete\": true,\n      \"missing\": [],\n";
+  }
+  const std::string loss = LossBy(one.kind);
+  return "      \"failure\": {\n        \"code\": \"damaged\",\n        \"message\": \"" +
+         MessageOf(one) + "\"\n      },\n      \"complete\": " +
+         (loss.empty() ? "true,\n      \"missing\": [],\n"
+                       : "false,\n      \"missing\": [\n        \"" + loss + "\"\n      ],\n");
 }
 
 std::string JsonOf(const Case& one) {
   std::string text;
   for (const char c : one.text)
     text += c == '"' ? std::string("\\\"") : std::string(1, c);
-  return "{\n  \"format\": \"tev.check/1\",\n  \"files\": [\n    {\n      \"file\": \"m.tev\",\n"
-         "      \"failure\": {\n        \"code\": \"damaged\",\n        \"message\": \"there are "
-         "findings\"\n      },\n      \"complete\": true,\n      \"missing\": [],\n"
-         "      \"findings\": [\n        {\n          \"kind\": \"" +
-         one.kind + "\",\n          \"text\": \"" + text +
-         "\",\n          \"block\": " + JsonOf(one.block, "number", "stream") +
-         ",\n          \"node\": " + JsonOf(one.node, "id", "name") +
-         ",\n          \"variable\": " + JsonOf(one.variable, "index", "name") +
+  const std::string severity = IsWarning(one.kind) ? "warning" : "damage";
+  return "{\n  \"format\": \"tev.check/1\",\n  \"files\": [\n    {\n      \"file\": \"m.tev\",\n" +
+         HeadOf(one) + "      \"findings\": [\n        {\n          \"severity\": \"" + severity +
+         "\",\n          \"kind\": \"" + one.kind +
+         "\",\n          \"block\": " + (one.block ? std::to_string(one.block->first) : "null") +
+         ",\n          \"stream\": " + (one.block ? '"' + one.block->second + '"' : "null") +
          ",\n          \"offset\": " + JsonOf(one.offset) +
-         ",\n          \"claimed\": " + JsonOf(one.claimed) +
-         ",\n          \"found\": " + JsonOf(one.found) + "\n        }\n      ]\n    }\n  ]\n}\n";
+         ",\n          \"node\": " + JsonOf(one.node, "id") +
+         ",\n          \"variable\": " + JsonOf(one.variable, "index") +
+         ",\n          \"text\": \"" + text + "\",\n          \"claimed\": " + JsonOf(one.claimed) +
+         ",\n          \"found\": " + JsonOf(one.found) +
+         ",\n          \"cause\": null\n        }\n      ],\n      \"more\": {},\n"
+         "      \"verdict\": \"" +
+         (IsWarning(one.kind) ? "warning" : "damaged") + "\"\n    }\n  ]\n}\n";
 }
 
 std::uint64_t OffsetOf(const ModelWriter& model, std::string_view stream, std::size_t within = 0) {
@@ -372,6 +406,17 @@ Case NodeRange() {
   return one;
 }
 
+Case NotFinite() {
+  ModelWriter model = SmallModel();
+  model.VariableAt(kSmallMesh1, 5).elements = ElementBytes(
+      std::vector<std::uint32_t>{0, 0, 0, 0, 0x7F800000, 0, 0xFFC00000, 0, 0, 0, 0, 0, 0, 0, 0});
+  model.VariableAt(kSmallMesh1, 5).name = "Displacement";
+  Case one = VariableCase("NotFinite", model, {5, "Displacement"}, kElementIdsData + 8);
+  one.kind = "not-finite";
+  one.text = "2 numbers are NaN or infinite, the first one component 1 of tuple 1";
+  return one;
+}
+
 Case OverlappingData() {
   // 16 MiB and four times a block of 1,000,000 bytes is room for 20 of 999,000.
   ModelWriter model;
@@ -394,12 +439,12 @@ Case OverlappingData() {
 
 std::vector<Case> Cases() {
   std::vector<Case> cases;
-  for (const std::vector<Case>& some :
-       {ContainerCases(),
-        BlockCases(),
-        RecordCases(),
-        StreamCases(),
-        {DeadVariableLink(), ByteCount(), UnreadableData(), NodeRange(), OverlappingData()}}) {
+  for (const std::vector<Case>& some : {ContainerCases(),
+                                        BlockCases(),
+                                        RecordCases(),
+                                        StreamCases(),
+                                        {DeadVariableLink(), ByteCount(), UnreadableData(),
+                                         NodeRange(), NotFinite(), OverlappingData()}}) {
     cases.insert(cases.end(), some.begin(), some.end());
   }
   return cases;
@@ -409,14 +454,17 @@ class TevCheckKinds : public TevRun, public ::testing::WithParamInterface<Case> 
 
 TEST_P(TevCheckKinds, Finding_IsOneLineAndOneObject) {
   const Case& one = GetParam();
+  const int status = IsWarning(one.kind) ? 0 : 2;
+  const std::string summary =
+      std::string("tev: 1 file: 1 ") + (IsWarning(one.kind) ? "with warnings\n" : "damaged\n");
   dir.Write("m.tev", one.bytes);
   const RunResult text = Run({"check", "m.tev"});
-  EXPECT_EQ(text.status, 2);
-  EXPECT_EQ(text.error, "");
-  EXPECT_EQ(text.output, LineOf(one));
+  EXPECT_EQ(text.status, status);
+  EXPECT_EQ(text.error, summary);
+  EXPECT_EQ(text.output, LinesOf(one));
   const RunResult json = Run({"check", "--json", "m.tev"});
-  EXPECT_EQ(json.status, 2);
-  EXPECT_EQ(json.error, "");
+  EXPECT_EQ(json.status, status);
+  EXPECT_EQ(json.error, summary);
   EXPECT_EQ(json.output, JsonOf(one));
   EXPECT_EQ(Check(json.output, "schema", Schema("check")), "");
 }

@@ -16,8 +16,7 @@ class TevCheckTree : public TevCheckRun {
 
   /// Where its light data is: that at a place, counted from 0. Shapes have none.
   [[nodiscard]] std::string LightOf(NodeRef node, std::size_t place) {
-    return "m.tev: " +
-           BlockText(kLightBlock, kLightData, model, model.RecordStart(kLightData, place)) +
+    return "  " + BlockText(kLightBlock, kLightData, model, model.RecordStart(kLightData, place)) +
            ", node " + std::to_string(node) + " (" + model.At(node).name + ")";
   }
 
@@ -29,7 +28,7 @@ TEST_F(TevCheckTree, TreeRecordThatEndsTooEarly_IsCounted) {
   const std::size_t last = model.RecordStart(kTree, 6);
   bytes.pop_back();
   model.ReplaceStream(kTree, bytes);
-  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model, last) +
+  EXPECT_EQ(Check(model), "  " + BlockText(kTreeBlock, kTree, model, last) +
                               ": tree record 6 of 7 cannot be read: Not enough bytes in the "
                               "block\n");
 }
@@ -37,14 +36,14 @@ TEST_F(TevCheckTree, TreeRecordThatEndsTooEarly_IsCounted) {
 TEST_F(TevCheckTree, AbsurdCountOfRecords_EndsWithTheRecordsThatThereAre) {
   const std::string bytes = model.StreamBytes(kTree);
   model.ReplaceStream(kTree, Hex("ffffff7f") + bytes.substr(4));
-  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model, bytes.size()) +
+  EXPECT_EQ(Check(model), "  " + BlockText(kTreeBlock, kTree, model, bytes.size()) +
                               ": tree record 7 of 2147483647 cannot be read: Not enough bytes in "
                               "the block\n");
 }
 
 TEST_F(TevCheckTree, TreeWithoutAWholeCount_HasNoRecords) {
   model.ReplaceStream(kTree, "12");
-  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model) +
+  EXPECT_EQ(Check(model), "  " + BlockText(kTreeBlock, kTree, model) +
                               ": the number of tree records cannot be read: Not enough bytes in "
                               "the block\n");
 }
@@ -52,7 +51,7 @@ TEST_F(TevCheckTree, TreeWithoutAWholeCount_HasNoRecords) {
 TEST_F(TevCheckTree, NegativeCountOfRecords_IsToldAsSuchAndNothingIsRead) {
   for (const auto& [stored, count] : {std::pair("ffffffff", "-1"), {"00000080", "-2147483648"}}) {
     model.ReplaceStream(kTree, Hex(stored) + SmallModel().StreamBytes(kTree).substr(4));
-    EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model) +
+    EXPECT_EQ(Check(model), "  " + BlockText(kTreeBlock, kTree, model) +
                                 ": the number of tree records is " + count +
                                 ", below 0, so no record is read\n");
   }
@@ -63,12 +62,11 @@ TEST_F(TevCheckTree, BytesAfterTheLastRecord_AreUnused) {
   const std::string size = std::to_string(bytes.size());
   for (const auto& [rest, text] : {std::pair("x", "1 byte"), {"more", "4 bytes"}}) {
     model.ReplaceStream(kTree, bytes + rest);
-    EXPECT_EQ(Check(model), "m.tev: " + BlockText(kTreeBlock, kTree, model, bytes.size()) +
-                                ": nothing reads the " + text +
-                                " after the last tree record, from byte " + size +
-                                " of the stream on (claimed " +
-                                std::to_string(bytes.size() + std::string(rest).size()) +
-                                ", found " + size + ")\n");
+    EXPECT_EQ(
+        Check(model),
+        "  " + BlockText(kTreeBlock, kTree, model, bytes.size()) + ": nothing reads the " + text +
+            " after the last tree record, from byte " + size + " of the stream on (claimed " +
+            std::to_string(bytes.size() + std::string(rest).size()) + ", found " + size + ")\n");
   }
 }
 
@@ -78,7 +76,7 @@ TEST_F(TevCheckTree, BlockAfterTheLastRecord_IsUnusedAndNamed) {
   const std::size_t size = model.StreamBytes(kTree).size();
   const Container container = writer.Build();
   EXPECT_EQ(Check(container.bytes),
-            "m.tev: " + BlockText(7, std::string(kTree), container.Block(kTree, 2).offset) +
+            "  " + BlockText(7, std::string(kTree), container.Block(kTree, 2).offset) +
                 ": nothing reads the 7 bytes after the last tree record, from byte " +
                 std::to_string(size) + " of the stream on (claimed " + std::to_string(size + 7) +
                 ", found " + std::to_string(size) + ")\n");
@@ -89,7 +87,7 @@ TEST_F(TevCheckTree, CountOfRecordsThatIsTooSmall_LeavesTheRestUnread) {
   const std::size_t end = model.RecordStart(kTree, 6);
   model.ReplaceStream(kTree, Hex("06000000") + bytes.substr(4));
   const std::string found = Check(model);
-  EXPECT_TRUE(found.starts_with("m.tev: " + BlockText(kTreeBlock, kTree, model, end) +
+  EXPECT_TRUE(found.starts_with("  " + BlockText(kTreeBlock, kTree, model, end) +
                                 ": nothing reads the " + std::to_string(bytes.size() - end) +
                                 " bytes after the last tree record, from byte "))
       << found;
@@ -100,17 +98,17 @@ TEST_F(TevCheckTree, RecordOverTwoBlocks_IsWhereItBegins) {
   const std::size_t start = model.RecordStart(kTree, kSmallMesh2 - 1);
   model.SetLayout(kTree, {.split = StreamLayout::Split::AtCuts, .cuts = {start + 8}});
   const Container container = model.ToContainer().Build();
-  EXPECT_EQ(
-      Check(container.bytes),
-      "m.tev: " + BlockText(kTreeBlock, std::string(kTree), container.Block(kTree).offset + start) +
-          ", node 6 (mesh 2): its last child is a node that does not exist (claimed 99)\n");
+  EXPECT_EQ(Check(container.bytes),
+            "  " +
+                BlockText(kTreeBlock, std::string(kTree), container.Block(kTree).offset + start) +
+                ", node 6 (mesh 2): its last child is a node that does not exist (claimed 99)\n");
 }
 
 TEST_F(TevCheckTree, RecordInACompressedBlock_IsAtTheStartOfTheBlock) {
   model.At(kSmallMesh2).lastChild = 99;
   model.SetLayout(kTree, {.packing = StreamLayout::Packing::Compressed});
   EXPECT_EQ(Check(model),
-            "m.tev: " + BlockText(kTreeBlock, kTree, model) +
+            "  " + BlockText(kTreeBlock, kTree, model) +
                 ", node 6 (mesh 2): its last child is a node that does not exist (claimed 99)\n");
 }
 
@@ -123,10 +121,10 @@ TEST_F(TevCheckTree, RefusedSecondTreeBlock_IsNamedAndNotThatBeforeIt) {
   second.storedBytes = Hex("04000000 'no stream'");
   const Container container = writer.Build();
   const std::string block =
-      "m.tev: " + BlockText(kTreeBlock + 1, std::string(kTree), container.Block(kTree, 1).offset);
+      "  " + BlockText(kTreeBlock + 1, std::string(kTree), container.Block(kTree, 1).offset);
   const std::string error = "Error -3 while uncompressing block \n";
-  const std::string found = Check(container.bytes, error + error);
-  EXPECT_TRUE(found.starts_with(block + ": zlib refuses the data (code -3)\n" + block +
+  const std::string found = Check(container.bytes, error);
+  EXPECT_TRUE(found.starts_with(block + ": zlib refuses the data (code -3)\n  " + block +
                                 ": tree record 6 of 7 cannot be read: zlib refuses the data of "
                                 "block 2 (Tev Tree)\n"))
       << found;
@@ -138,10 +136,10 @@ TEST_F(TevCheckTree, RefusedTreeBlock_IsNamedWhereItIsMissed) {
       .name = std::string(kTree), .compressed = true, .storedBytes = Hex("04000000 'no stream'")};
   const Container container = writer.Build();
   const std::string block =
-      "m.tev: " + BlockText(kTreeBlock, std::string(kTree), container.Block(kTree).offset);
+      "  " + BlockText(kTreeBlock, std::string(kTree), container.Block(kTree).offset);
   const std::string error = "Error -3 while uncompressing block \n";
-  EXPECT_EQ(Check(container.bytes, error + error),
-            block + ": zlib refuses the data (code -3)\n" + block +
+  EXPECT_EQ(Check(container.bytes, error),
+            block + ": zlib refuses the data (code -3)\n  " + block +
                 ": the number of tree records cannot be read: zlib refuses the data of block 1 "
                 "(Tev Tree)\n");
 }
@@ -164,9 +162,9 @@ TEST_F(TevCheckTree, RefusedBlockOfANodesData_IsWhereTheNodeIsTold) {
     bad.storedBytes = Hex("04000000 'no stream'");
     const Container container = writer.Build();
     const std::string block =
-        "m.tev: " + BlockText(number, std::string(stream), container.Block(stream).offset);
+        "  " + BlockText(number, std::string(stream), container.Block(stream).offset);
     EXPECT_EQ(Check(container.bytes, error),
-              block + ": zlib refuses the data (code -3)\n" + block +
+              block + ": zlib refuses the data (code -3)\n  " + block +
                   ", node 1 (model): its data cannot be read: zlib refuses the data of block " +
                   std::to_string(number) + " (" + std::string(stream) + ")\n");
   }
@@ -184,15 +182,15 @@ TEST_F(TevCheckTree, LightDataAfterABlockOfUnknownLength_IsInNoBlockThatCouldBeN
   const std::string block =
       BlockText(kLightBlock + 1, std::string(kLightData), container.Block(kLightData, 1).offset);
   EXPECT_EQ(Check(container.bytes),
-            "m.tev: " + block + ": the block is too short for a compressed one\n" +
-                "m.tev: block unknown (Light Data), node 2 (Geometry): its data cannot be read: "
+            "  " + block + ": the block is too short for a compressed one\n" +
+                "    block unknown (Light Data), node 2 (Geometry): its data cannot be read: "
                 "Not enough bytes in the block\n");
 }
 
 TEST_F(TevCheckTree, LightDataBeyondItsStream_NamesTheNode) {
   model.At(kSmallMesh2).lightPosition = 100000;
   const std::size_t length = model.StreamBytes(kLightData).size();
-  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kLightBlock, kLightData, model, length) +
+  EXPECT_EQ(Check(model), "  " + BlockText(kLightBlock, kLightData, model, length) +
                               ", node 6 (mesh 2): its data cannot be read: Invalid block position "
                               "(claimed 100000, found " +
                               std::to_string(length) + ")\n");
@@ -207,7 +205,7 @@ TEST_F(TevCheckTree, UnreadableNode_LeavesTheVariablesOfThoseBeforeItToBeChecked
   constexpr std::size_t kData = 20 + 60 + 32 + 8;
   EXPECT_EQ(Check(model),
             LightOf(kSmallMesh2, 4) +
-                ": its data cannot be read: Not enough bytes in the block\nm.tev: " +
+                ": its data cannot be read: Not enough bytes in the block\n  " +
                 BlockText(kHeavyBlock, kHeavyData, model, kData) +
                 ", node 4 (mesh 1), variable 4 (Element Ids): its byte count does not fit items "
                 "of 1 components, 4 bytes each (claimed 6, found 4)\n");
@@ -226,11 +224,11 @@ TEST_F(TevCheckTree, BrokenModifierRecord_DoesNotKeepTheTreeFromBeingChecked) {
   model.SetModifierCount(3);
   model.At(kSmallMesh2).lastChild = 99;
   EXPECT_EQ(Check(model),
-            Node(kSmallMesh2) +
-                ": its last child is a node that does not exist (claimed 99)\nm.tev: " +
-                BlockText(0, kGlobalInformation, model) +
+            "  " + BlockText(0, kGlobalInformation, model) +
                 ": the records of the programs that wrote the file cannot be read: Not enough "
-                "bytes in the block\n");
+                "bytes in the block\n" +
+                Node(kSmallMesh2) +
+                ": its last child is a node that does not exist (claimed 99)\n");
 }
 
 TEST_F(TevCheckTree, BrokenNodeSets_AreNamedAndTheNextAreRead) {
@@ -241,8 +239,8 @@ TEST_F(TevCheckTree, BrokenNodeSets_AreNamedAndTheNextAreRead) {
   std::string found = Check(model);
   const std::string reason = ": its node sets cannot be read: Not enough bytes in the block\n";
   EXPECT_EQ(found.substr(found.find(", node 7 ")),
-            ", node 7 (Sets)" + reason + "m.tev: " +
-                BlockText(kHeavyBlock, kHeavyData, model, length) + ", node 8 (More)" + reason);
+            ", node 7 (Sets)" + reason + "  " + BlockText(kHeavyBlock, kHeavyData, model, length) +
+                ", node 8 (More)" + reason);
 }
 
 TEST_F(TevCheckTree, NodeSetsInARefusedBlock_AreToldWithTheirBlock) {
@@ -261,14 +259,14 @@ TEST_F(TevCheckTree, NodeSetsInARefusedBlock_AreToldWithTheirBlock) {
   const std::string block = BlockText(last, std::string(kHeavyData),
                                       container.Block(kHeavyData, heavy.size() - 1).offset);
   EXPECT_EQ(Check(container.bytes, "Error -3 while uncompressing block \n"),
-            "m.tev: " + block + ": zlib refuses the data (code -3)\nm.tev: " + block +
+            "  " + block + ": zlib refuses the data (code -3)\n    " + block +
                 ", node 7 (Sets): its node sets cannot be read, since their block cannot\n");
 }
 
 TEST_F(TevCheckTree, LightDataAfterTheLastRecord_IsUnused) {
   const std::string bytes = model.StreamBytes(kLightData);
   model.ReplaceStream(kLightData, bytes + "rest");
-  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kLightBlock, kLightData, model, bytes.size()) +
+  EXPECT_EQ(Check(model), "  " + BlockText(kLightBlock, kLightData, model, bytes.size()) +
                               ": there is light data that no record reads, from byte " +
                               std::to_string(bytes.size()) + " of its stream on (claimed " +
                               std::to_string(bytes.size() + 4) + ", found " +
@@ -282,7 +280,7 @@ TEST_F(TevCheckTree, LightDataBetweenRecords_IsUnused) {
   model.At(8).lightPosition = bytes.size() + 3;
   model.ReplaceStream(kLightData, bytes + "gap" + Hex("00000000"));
   const std::size_t used = bytes.size() - 4;
-  EXPECT_EQ(Check(model), "m.tev: " + BlockText(kLightBlock, kLightData, model, used) +
+  EXPECT_EQ(Check(model), "  " + BlockText(kLightBlock, kLightData, model, used) +
                               ": there is light data that no record reads, from byte " +
                               std::to_string(used) + " of its stream on (claimed " +
                               std::to_string(used + 11) + ", found " + std::to_string(used + 4) +

@@ -136,6 +136,9 @@ class Index {
     return continuation_;
   }
 
+  /// How many bytes the second index has.
+  [[nodiscard]] std::uint32_t GetContinuationLength() const { return continuationLength_; }
+
   /// Bytes of the first and of the second index behind their entries, which nothing reads.
   [[nodiscard]] std::uint32_t GetUnusedBytes() const { return unusedBytes_; }
   [[nodiscard]] std::uint32_t GetContinuationUnusedBytes() const {
@@ -162,6 +165,7 @@ class Index {
   std::optional<NumberedBlock> continuation_;
   bool isContinuationRefused_ = false;
   std::uint32_t unusedBytes_ = 0;
+  std::uint32_t continuationLength_ = 0;
   std::uint32_t continuationUnusedBytes_ = 0;
   std::uint64_t reads_ = 0;
   std::uint64_t changes_ = 0;

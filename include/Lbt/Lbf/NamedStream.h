@@ -101,6 +101,9 @@ class NamedStream {
   /// What the loads of this stream have cost until now.
   [[nodiscard]] const StreamWork& Work() const { return work_; }
 
+  /// Whether one of the stream's entries has ever been loaded.
+  [[nodiscard]] bool WasLoaded(std::size_t entry) const;
+
   /// Loads one of the stream's entries, anew where it is in memory.
   void Reload(BlockCache& cache, std::size_t entry, std::FILE* file);
 

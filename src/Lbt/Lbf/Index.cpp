@@ -70,6 +70,7 @@ void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items)
   }
   std::vector<IndexItem> appended;
   CopyFromBlock<IndexItem>(firstIndex.GetBlock(last), appended);
+  continuationLength_ = firstIndex.GetBlock(last).GetSize();
   continuationUnusedBytes_ = firstIndex.GetBlock(last).GetRemaining();
   items.insert(items.end(), std::make_move_iterator(appended.begin()),
                std::make_move_iterator(appended.end()));

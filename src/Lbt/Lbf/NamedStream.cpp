@@ -235,6 +235,11 @@ void NamedStream::CountLoad(std::size_t place, std::uint64_t length) {
   wasLoaded_[place] = true;
 }
 
+bool NamedStream::WasLoaded(std::size_t entry) const {
+  const std::size_t place = PlaceOf(entry);
+  return place < wasLoaded_.size() && wasLoaded_[place];
+}
+
 void NamedStream::Reload(BlockCache& cache, std::size_t entry, std::FILE* file) {
   Expose(entry);
   Load(cache, PlaceOf(entry), file);

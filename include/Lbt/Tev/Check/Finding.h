@@ -30,7 +30,7 @@ struct NumberedName {
 /// from 0 on.
 struct Finding {
   enum class Kind {
-    Header,            ///< no Tev file, or none of a version that is supported
+    Header,            ///< no Tev file, or one that ends before its header does
     Index,             ///< the index cannot be read
     BlockOutsideFile,  ///< the file ends before a block does
     UnreadableBlock,   ///< a block cannot be read or inflated
@@ -49,6 +49,11 @@ struct Finding {
     UnreadableData,    ///< the data of a variable cannot be loaded
     NodeRange,         ///< elements refer to nodes that their geometry does not have
     OverlappingData,   ///< variables share data to such an extent that not all was loaded
+    NotFinite,         ///< numbers of a field are NaN or infinite
+  };
+  enum class Severity {
+    Warning,  ///< nothing is lost: what nothing reads, say
+    Damage,
   };
 
   Kind kind;
@@ -62,7 +67,13 @@ struct Finding {
   std::optional<std::uint64_t> offset = std::nullopt;
   std::optional<std::uint64_t> claimed = std::nullopt;  ///< what the file says
   std::optional<std::uint64_t> found = std::nullopt;    ///< what there is
+  /// The finding that it follows from, by its number: findings count from 0 on, as they are told.
+  std::optional<std::uint64_t> cause = std::nullopt;
 };
+
+/// The name of a kind for scripts, "link-to-nothing", and how bad it is.
+[[nodiscard]] std::string_view NameOf(Finding::Kind kind);
+[[nodiscard]] Finding::Severity SeverityOf(Finding::Kind kind);
 
 /// Takes each finding as it is made. What it throws ends the check.
 using FindingSink = std::function<void(const Finding&)>;

@@ -1,17 +1,57 @@
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <string>
+#include <string_view>
 
 #include "Lbt/Tev/Check/Finding.h"
 
 namespace LbtTev::Check {
+
+/// What a check comes to.
+enum class Verdict {
+  Ok,
+  Warning,     ///< something is odd, nothing is lost
+  Damaged,     ///< the file has the signature, and something of it is lost
+  NotAModel,   ///< it lacks the signature
+  Unreadable,  ///< it could not be checked; never returned, but what failures are called
+};
+
+/// The name of a verdict for scripts: "not-a-model".
+[[nodiscard]] std::string_view NameOf(Verdict verdict);
+
+/// The result of a check.
+struct CheckResult {
+  Verdict verdict = Verdict::Ok;
+  /// What a file that is no model looks like, in words that end a sentence: "a gzip file". Empty
+  /// where that is anybody's guess.
+  std::string looksLike;
+  std::uint64_t warnings = 0;
+  std::uint64_t damages = 0;
+  /// Whether nothing of the model can be had, since the header, the index or the tree is lost.
+  bool isAllLost = false;
+  std::uint64_t lostBlocks = 0;
+  std::uint64_t lostRecords = 0;
+  std::uint64_t lostVariables = 0;
+  /// How many findings of a kind there were above the limit, which nobody was told of.
+  std::map<Finding::Kind, std::uint64_t> untold;
+};
+
+/// How many findings of one kind a check tells.
+enum class Limit {
+  TenThousand,
+  None,
+};
 
 /// Checks a model file: inflates every block, reads every record and loads every variable, and
 /// tests what reading a model takes without a word. Of a stream that is read from front to
 /// back, nothing is read after its first failure; all other checks go on. No findings: sound.
 ///
 /// Takes time in proportion to what the blocks hold, and memory for the tree and one variable,
-/// however much is wrong. Throws where the file cannot be opened.
-void CheckModel(const std::string& path, const FindingSink& sink);
+/// however much is wrong. Throws where the file cannot be opened, is of a version that is not
+/// supported, or memory runs out; what "sink" was told until then is true.
+[[nodiscard]] CheckResult CheckModel(const std::string& path, const FindingSink& sink,
+                                     Limit limit = Limit::TenThousand);
 
 }  // namespace LbtTev::Check

@@ -20,67 +20,18 @@ using LbtLbf::LbFile;
 namespace {
 
 constexpr std::uint64_t kHeaderSize = 16;
-constexpr int kZlibBufferError = -5;
 
 NumberedName NameOf(const LbtLbf::NumberedBlock& block) { return {block.number, block.stream}; }
 
-Finding FindingOn(const CheckedBlock& block, Finding::Kind kind, std::string text) {
-  return {.kind = kind, .text = std::move(text), .block = block.name, .offset = block.offset};
-}
-
-/// What is wrong with a block that zlib refuses.
-Finding RefusalOf(const CheckedBlock& block) {
-  const std::string code = " (code " + std::to_string(block.check.zlibCode) + ")";
-  if (block.check.isCut) {
-    return FindingOn(block, Finding::Kind::UnreadableBlock,
-                     "the block ends before its zlib stream does" + code);
-  }
-  if (block.check.zlibCode != kZlibBufferError) {
-    return FindingOn(block, Finding::Kind::UnreadableBlock, "zlib refuses the data" + code);
-  }
-  Finding finding = FindingOn(block, Finding::Kind::UnreadableBlock,
-                              "zlib finds more data than the block's recorded length" + code);
-  finding.claimed = block.check.recordedLength;
-  return finding;
-}
-
-Finding WithNumbers(Finding finding, std::uint64_t claimed, std::uint64_t found) {
-  finding.claimed = claimed;
-  finding.found = found;
-  return finding;
-}
-
-/// What is wrong with a block, if anything.
-std::optional<Finding> FaultOf(const CheckedBlock& block) {
-  using enum Finding::Kind;
-  const LbtLbf::BlockCheck& check = block.check;
-  if (check.sizeInFile < block.storedSize) {
-    return WithNumbers(FindingOn(block, BlockOutsideFile, "the file ends before the block does"),
-                       block.storedSize, check.sizeInFile);
-  }
-  if (!check.recordedLength) {
-    return FindingOn(block, UnreadableBlock, "the block is too short for a compressed one");
-  }
-  if (check.zlibCode != 0) {
-    return RefusalOf(block);
-  }
-  if (check.length < *check.recordedLength) {
-    return WithNumbers(
-        FindingOn(block, RecordedLength, "the recorded length is above what comes out"),
-        *check.recordedLength, check.length);
-  }
-  return std::nullopt;
-}
-
 void AddUnused(std::uint64_t offset, std::uint64_t size, std::uint64_t unused,
-               std::optional<NumberedName> block, const FindingSink& sink) {
+               std::optional<NumberedName> block, FindingLog& log) {
   if (unused != 0) {
-    sink({.kind = Finding::Kind::UnusedBytes,
-          .text = "the index has bytes after its last entry",
-          .block = std::move(block),
-          .offset = offset,
-          .claimed = size,
-          .found = size - unused});
+    log.Add({.kind = Finding::Kind::UnusedBytes,
+             .text = "the index has bytes after its last entry",
+             .block = std::move(block),
+             .offset = offset,
+             .claimed = size,
+             .found = size - unused});
   }
 }
 
@@ -100,11 +51,11 @@ void PlaceIndex(const LbFile& file, Finding& finding) {
 }
 
 void AddUnusedOfContinuation(const LbtLbf::Index& index, const CheckedBlock& block,
-                             const FindingSink& sink) {
+                             FindingLog& log) {
   const std::uint64_t unused = index.GetContinuationUnusedBytes();
-  const std::uint64_t length = block.check.length;
+  const std::uint64_t length = index.GetContinuationLength();
   const std::uint64_t within = block.isCompressed ? 0 : length - unused;
-  AddUnused(block.offset + within, length, unused, block.name, sink);
+  AddUnused(block.offset + within, length, unused, block.name, log);
 }
 
 bool IsKnown(std::string_view stream) {
@@ -116,42 +67,29 @@ bool IsKnown(std::string_view stream) {
 
 /// One changed letter of a name in the index hides a whole stream from every reader.
 void AddUnknownStreams(const LbtLbf::Index& index, const std::vector<CheckedBlock>& blocks,
-                       const FindingSink& sink) {
+                       FindingLog& log) {
   const auto& second = index.GetContinuation();
   for (const auto& [name, stream] : index.GetStreams()) {
     if (!IsKnown(name) && (!second || second->stream != name)) {
-      sink(FindingOn(blocks[stream.Limiter().blocks.front()], Finding::Kind::UnusedBytes,
-                     "nothing reads a stream of this name"));
+      const CheckedBlock& first = blocks[stream.Limiter().blocks.front()];
+      log.Add({.kind = Finding::Kind::UnusedBytes,
+               .text = "nothing reads a stream of this name",
+               .block = first.name,
+               .offset = first.offset});
     }
   }
 }
 
-void AddTail(const LbFile& file, const std::vector<CheckedBlock>& blocks, const FindingSink& sink) {
+void AddTail(const LbFile& file, const std::vector<CheckedBlock>& blocks, FindingLog& log) {
   const LbtLbf::Index& index = file.GetIndex();
   const std::uint64_t end = blocks.empty() ? index.GetIndexPosition() + index.GetIndexSize()
                                            : blocks.back().offset + blocks.back().storedSize;
   const std::uint64_t size = file.GetSize().value_or(0);
   if (size > end) {
-    sink({.kind = Finding::Kind::UnusedBytes,
-          .text = "nothing reads the " + std::to_string(size - end) +
-                  (size - end == 1 ? " byte" : " bytes") + " after the last block",
-          .offset = end});
-  }
-}
-
-void CheckContents(LbFile& file, const LbtLbf::IndexItem& item, CheckedBlock& block,
-                   const FindingSink& sink) {
-  std::optional<Finding> fault;
-  try {
-    block.check = LbtLbf::CheckBlock(file, item);
-    fault = FaultOf(block);
-  } catch (const std::exception& exception) {
-    fault = FindingOn(block, Finding::Kind::UnreadableBlock,
-                      "the block cannot be read, though the file is long enough for it: " +
-                          ReasonOf(exception, file));
-  }
-  if (fault) {
-    sink(*fault);
+    log.Add({.kind = Finding::Kind::UnusedBytes,
+             .text = "nothing reads the " + std::to_string(size - end) +
+                     (size - end == 1 ? " byte" : " bytes") + " after the last block",
+             .offset = end});
   }
 }
 
@@ -164,12 +102,11 @@ std::optional<LbtLbf::NumberedBlock> RefusedBlock(const std::exception& exceptio
 }
 
 std::string ReasonOf(const std::exception& exception, const LbFile& file) {
-  if (const auto* known = dynamic_cast<const Exception*>(&exception)) {
-    // A block may need more memory than there is, and the next ones not.
-    return LbtLbf::IsLackOfMemory(exception) ? "not enough memory" : known->GetLogMessage();
-  }
   if (LbtLbf::IsLackOfMemory(exception)) {
     throw;
+  }
+  if (const auto* known = dynamic_cast<const Exception*>(&exception)) {
+    return known->GetLogMessage();
   }
   if (const auto block = RefusedBlock(exception, file)) {
     return "zlib refuses the data of block " + std::to_string(block->number) + " (" +
@@ -178,38 +115,18 @@ std::string ReasonOf(const std::exception& exception, const LbFile& file) {
   return exception.what();
 }
 
-bool CheckHeader(LbFile& file, const std::string& path, bool& wideOffsets,
-                 const FindingSink& sink) {
-  try {
-    static_cast<void>(LbtTev::OpenContainer(file, path, wideOffsets));
-    return true;
-  } catch (const Exception& exception) {
-    if (!file.IsOpen()) {
-      throw;
-    }
-    const bool isOther = exception.GetType() == Exception::ErrorType::FormatNotSupported;
-    sink({.kind = Finding::Kind::Header,
-          .text = isOther ? "the file does not begin with the signature of a Tev file"
-                          : exception.GetLogMessage()});
-    return false;
-  }
-}
-
-bool CheckIndex(LbFile& file, const FindingSink& sink) {
+bool CheckIndex(LbFile& file, FindingLog& log) {
   try {
     file.ReadIndex();
     return true;
   } catch (const std::exception& exception) {
-    if (LbtLbf::IsLackOfMemory(exception)) {
-      throw;  // without the index, there is nothing to go on with
-    }
     Finding finding{.kind = Finding::Kind::Index,
                     .text = "the index cannot be read: " + ReasonOf(exception, file)};
     if (const std::uint64_t size = file.GetSize().value_or(kHeaderSize); size < kHeaderSize) {
-      sink({.kind = Finding::Kind::Header,
-            .text = "the file ends before its header does",
-            .claimed = kHeaderSize,
-            .found = size});
+      log.Add({.kind = Finding::Kind::Header,
+               .text = "the file ends before its header does",
+               .claimed = kHeaderSize,
+               .found = size});
       return false;
     }
     if (const auto& second = file.GetIndex().GetContinuation()) {
@@ -217,32 +134,21 @@ bool CheckIndex(LbFile& file, const FindingSink& sink) {
     } else {
       PlaceIndex(file, finding);
     }
-    sink(finding);
+    log.Add(finding);
     return false;
   }
 }
 
-std::vector<CheckedBlock> CheckBlocks(LbFile& file, const FindingSink& sink) {
+void CheckUnused(const LbFile& file, const std::vector<CheckedBlock>& blocks, FindingLog& log) {
   const LbtLbf::Index& index = file.GetIndex();
-  const auto& second = index.GetContinuation();
-  AddUnused(index.GetIndexPosition() + index.GetIndexSize() - index.GetUnusedBytes(),
-            index.GetIndexSize(), index.GetUnusedBytes(), std::nullopt, sink);
-  std::vector<CheckedBlock> blocks;
-  blocks.reserve(index.GetItems().size());
-  for (const LbtLbf::IndexItem& item : index.GetItems()) {
-    CheckedBlock& block = blocks.emplace_back();
-    block.name = {blocks.size() - 1, item.name};
-    block.offset = item.position;
-    block.storedSize = item.size;
-    block.isCompressed = item.IsCompressed();
-    CheckContents(file, item, block, sink);
-    if (second && second->number == block.name.number) {
-      AddUnusedOfContinuation(index, block, sink);
-    }
+  const std::uint64_t unused = index.GetUnusedBytes();
+  AddUnused(index.GetIndexPosition() + index.GetIndexSize() - unused, index.GetIndexSize(), unused,
+            std::nullopt, log);
+  if (const auto& second = index.GetContinuation()) {
+    AddUnusedOfContinuation(index, blocks[second->number], log);
   }
-  AddUnknownStreams(index, blocks, sink);
-  AddTail(file, blocks, sink);
-  return blocks;
+  AddUnknownStreams(index, blocks, log);
+  AddTail(file, blocks, log);
 }
 
 }  // namespace LbtTev::Check

@@ -73,7 +73,7 @@ std::size_t RecordGraph::Find(unsigned int id) const {
 /// Tells of records, and where in the file they are.
 class Teller {
  public:
-  Teller(const StreamMap& map, const FindingSink& sink) : map_(&map), sink_(&sink) {}
+  Teller(const StreamMap& map, FindingLog& log) : map_(&map), log_(&log) {}
 
   void operator()(const PlacedRecord& record, Finding::Kind kind, std::string text,
                   std::optional<std::uint64_t> claimed = std::nullopt) const {
@@ -84,12 +84,12 @@ class Teller {
     if (record.position) {
       map_->Place(*record.position, finding);
     }
-    (*sink_)(finding);
+    log_->Add(std::move(finding));
   }
 
  private:
   const StreamMap* map_;
-  const FindingSink* sink_;
+  FindingLog* log_;
 };
 
 /// Tells of each record that takes the place of one before it, in the order of the file.
@@ -268,8 +268,8 @@ void FindChildFaults(const RecordGraph& graph, bool areAll, const Teller& tell) 
 
 }  // namespace
 
-void CheckStructure(const TreeRecords& read, const StreamMap& map, const FindingSink& sink) {
-  const Teller tell(map, sink);
+void CheckStructure(const TreeRecords& read, const StreamMap& map, FindingLog& log) {
+  const Teller tell(map, log);
   FindRepeatedIds(read.records, tell);
   const RecordGraph graph(read.records);
   if (read.areAll) {

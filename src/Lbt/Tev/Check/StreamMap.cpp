@@ -19,9 +19,13 @@ StreamMap::StreamMap(const std::vector<CheckedBlock>& blocks, const std::string&
       spans_.push_back({length_, &block});
       length_ += LengthOf(block);
       areLengthsKnown_ = block.check.recordedLength.has_value();
-      isExact_ = isExact_ && block.IsGood() && block.check.length == LengthOf(block);
     }
   }
+}
+
+bool StreamMap::IsExact() const {
+  return areLengthsKnown_ &&
+         std::ranges::all_of(spans_, [](const Span& span) { return span.block->IsExact(); });
 }
 
 std::uint64_t StreamMap::StartOf(std::uint64_t number) const {
@@ -49,12 +53,6 @@ void StreamMap::Place(std::uint64_t position, Finding& finding) const {
   } else if (!Knows(position)) {
     finding.stream = stream_;
   }
-}
-
-std::uint64_t StreamMap::CursorOf(LbtLbf::LbFile& file, const std::string& name) const {
-  const LbtLbf::Block& block = file.GetReadingBlock(name);
-  const auto& blocks = file.GetIndex().GetCache().Blocks();
-  return StartOf(static_cast<std::uint64_t>(&block - blocks.data())) + block.GetPosition();
 }
 
 std::uint64_t StreamMap::BytesAt(std::uint64_t position) const {

@@ -4,26 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "Lbt/Lbf/BlockCheck.h"
-#include "Lbt/Lbf/Index.h"
-#include "Lbt/Lbf/LbFile.h"
+#include "BlockSurvey.h"
 #include "Lbt/Tev/Check/Finding.h"
 
 namespace LbtTev::Check {
-
-/// A block of a container with what checking it has shown.
-struct CheckedBlock {
-  NumberedName name;
-  std::uint64_t offset = 0;  ///< in the file
-  std::uint32_t storedSize = 0;
-  bool isCompressed = false;
-  LbtLbf::BlockCheck check;
-
-  /// Whether it can be loaded.
-  [[nodiscard]] bool IsGood() const {
-    return check.sizeInFile == storedSize && check.recordedLength && check.zlibCode == 0;
-  }
-};
 
 /// Where the blocks of one stream lie, by the lengths that they are recorded with: a seek
 /// counts blocks with those as long as it has not read them. Where such a length cannot be read,
@@ -35,8 +19,8 @@ class StreamMap {
 
   [[nodiscard]] bool IsEmpty() const { return spans_.empty(); }
 
-  /// Whether every block can be loaded and holds what it is recorded with.
-  [[nodiscard]] bool IsExact() const { return isExact_; }
+  /// Whether every block is known to hold what it is recorded with.
+  [[nodiscard]] bool IsExact() const;
 
   /// Whether it is known where in the file a position of the stream is.
   [[nodiscard]] bool Knows(std::uint64_t position) const {
@@ -57,10 +41,6 @@ class StreamMap {
   /// alone where that is unknown.
   void Place(std::uint64_t position, Finding& finding) const;
 
-  /// Where the next read of this stream, "name", would begin. That a block which is used up gives
-  /// way to the next one does no harm: between them lies nothing. Throws what loading that throws.
-  [[nodiscard]] std::uint64_t CursorOf(LbtLbf::LbFile& file, const std::string& name) const;
-
   /// Bytes between a position and the end of its block, which no value goes beyond.
   [[nodiscard]] std::uint64_t BytesAt(std::uint64_t position) const;
 
@@ -76,7 +56,6 @@ class StreamMap {
   std::vector<Span> spans_;  // up to the first block of unknown length
   std::uint64_t length_ = 0;
   bool areLengthsKnown_ = true;
-  bool isExact_ = true;
 };
 
 }  // namespace LbtTev::Check

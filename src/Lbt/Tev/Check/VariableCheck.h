@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "Lbt/Tev/Check/Finding.h"
+#include "FindingLog.h"
 #include "Lbt/Tev/Tree.h"
 #include "StreamMap.h"
 
@@ -19,7 +19,7 @@ struct LoadedNodes {
 
 /// Checks the variables of all geometries of a tree, and loads the data of each. "map" is that
 /// of the heavy data.
-void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map, const LoadedNodes& nodes,
-                    const FindingSink& sink);
+void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map, BlockSurvey& survey,
+                    const LoadedNodes& nodes, FindingLog& log);
 
 }  // namespace LbtTev::Check
