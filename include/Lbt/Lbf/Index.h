@@ -68,6 +68,11 @@ class Index {
     named.Seek(cache_, offset, stream);
   }
 
+  /// The number of the block that a seek would be about; see NamedStream::TargetOf.
+  [[nodiscard]] std::size_t TargetOf(NamedStream& named, unsigned long offset, std::FILE* stream) {
+    return named.TargetOf(cache_, offset, stream);
+  }
+
   /// The block that the next read of a stream is served from. Without "stream" among the blocks in
   /// memory, and null where none has bytes left. Throws what a load throws.
   [[nodiscard]] Block* FindReadingBlock(NamedStream& named, std::FILE* stream);

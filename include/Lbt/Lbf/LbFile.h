@@ -127,6 +127,11 @@ class LbFile {
     index_.SetBlockPosition(named, offset, stream_.get());
   }
 
+  /// The number of the block that a seek would be about; see NamedStream::TargetOf.
+  [[nodiscard]] std::size_t TargetOf(NamedStream& named, unsigned long offset) {
+    return index_.TargetOf(named, offset, stream_.get());
+  }
+
   /// Where the next read of a stream begins; see NamedStream::Position.
   [[nodiscard]] std::uint64_t GetPosition(NamedStream& named) { return index_.GetPosition(named); }
 

@@ -88,6 +88,12 @@ class NamedStream {
   /// Bounds" for an offset beyond the end.
   void Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file);
 
+  /// The entry whose block a seek to "offset" would load or find in memory. Throws what reading
+  /// recorded lengths throws.
+  [[nodiscard]] std::size_t TargetOf(BlockCache& cache, std::uint64_t offset, std::FILE* file) {
+    return EntryAt(FindPlace(cache, offset, file));
+  }
+
   /// Where the next read begins, in bytes from the stream's start. Loads nothing: a block that
   /// has not been loaded counts with the length that is known of it.
   [[nodiscard]] std::uint64_t Position(const BlockCache& cache);

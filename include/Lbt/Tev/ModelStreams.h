@@ -2,7 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
+#include <functional>
+#include <initializer_list>
+#include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -60,8 +65,22 @@ class ModelStream {
   [[nodiscard]] std::span<const unsigned char> GetBytes(unsigned long length);
 
   /// Puts the cursor at a byte; see LbFile::SetBlockPosition. A stream that the file lacks is
-  /// there from then on, without bytes.
+  /// there from then on, without bytes. A block that made the stream be given up since zlib refuses
+  /// it is not tried again: the same is thrown.
   void Seek(unsigned long position);
+
+  /// Where the cursor stands; see NamedStream::Position. Loads nothing.
+  [[nodiscard]] std::uint64_t Position();
+
+  /// The block that zlib has refused, where what was thrown last tells of that.
+  [[nodiscard]] std::optional<LbtLbf::NumberedBlock> RefusedBlock() const;
+
+  /// Reads nothing more up to the next seek, as if the file lacked the stream.
+  void GiveUp(std::exception_ptr reason);
+  [[nodiscard]] bool IsGivenUp() const { return reason_ != nullptr; }
+
+  /// Why it was given up, if there were reads since then and since the last call; else null.
+  [[nodiscard]] std::exception_ptr TakeReasonOfMissedReads();
 
  private:
   template <LbtLbf::StreamValue T>
@@ -75,6 +94,7 @@ class ModelStream {
 
   void FindNextBlock();
   [[nodiscard]] LbtLbf::NamedStream* FindStream();
+  void ThrowOfRefusedTarget(unsigned long position);
 
   LbtLbf::LbFile* file_;
   std::string name_;
@@ -82,6 +102,10 @@ class ModelStream {
   LbtLbf::Block* block_ = nullptr;         // known since the "changes_"th change of the index
   std::uint64_t reads_ = 0;
   std::uint64_t changes_ = 0;
+  std::exception_ptr reason_;
+  std::map<std::size_t, std::exception_ptr> refused_;  // by the number of the block
+  std::optional<std::size_t> refusedAgain_;            // by the last seek
+  bool hasMissedReads_ = false;
   bool isMissingLogged_ = false;
 };
 
@@ -96,12 +120,39 @@ struct ModelStreams {
         resources(file, names.resources),
         global(file, names.global) {}
 
+  /// Asked after a failure of reading from a stream: whether to go on. Without it, no one goes on.
+  using GoOn = std::function<bool(const std::exception& exception, ModelStream& stream)>;
+
+  /// Runs "read", which reads from "stream". After a failure the stream is given up, and with it
+  /// what lies in "others" for what was left unread, and reading goes on after it; or the exception
+  /// is thrown on, where nobody wants to go on.
+  template <class Read>
+  void Attempt(ModelStream& stream, Read read, std::initializer_list<ModelStream*> others = {}) {
+    if (!goOn) {
+      read();
+      return;
+    }
+    try {
+      read();
+    } catch (const std::exception& exception) {
+      if (!goOn || !goOn(exception, stream)) {
+        goOn = nullptr;
+        throw;
+      }
+      stream.GiveUp(std::current_exception());
+      for (ModelStream* other : others) {
+        other->GiveUp(std::current_exception());
+      }
+    }
+  }
+
   ModelStream tree;
   ModelStream light;
   std::shared_ptr<ModelStream> heavy;  ///< shared with the loaders of arrays
   ModelStream attributes;
   ModelStream resources;
   ModelStream global;
+  GoOn goOn;
 };
 
 /// The element of a stored list. Throws "Out of Bounds" with the text of a block that ends too

@@ -6,6 +6,8 @@ namespace LbtTev {
 
 /// A program that wrote or modified the file.
 struct ModifierInfo {
+  bool operator==(const ModifierInfo&) const = default;
+
   std::string unstored;  ///< not in the file
   std::string applicationName;
   std::string applicationVersion;

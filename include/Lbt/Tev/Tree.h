@@ -29,8 +29,10 @@ class Tree : public LbtAdt::Tree<Node*> {
   Tree(const Tree&) = delete;
   Tree& operator=(const Tree&) = delete;
 
-  /// Reads the modifier records. A file without them leaves the list as it is.
-  void LoadGlobalInfo(LbtLbf::LbFile& file);
+  /// Reads the modifier records. A file without them leaves the list as it is. "observer", unless
+  /// it is null, is asked whether to go on after a failure; what was read until then is in the
+  /// list.
+  void LoadGlobalInfo(LbtLbf::LbFile& file, LoadObserver* observer = nullptr);
 
   /// Reads the tree records and all that they refer to, but the numbers of variables.
   /// A record: id, parent, previousSibling, nextSibling, firstChild, lastChild (u32),
@@ -55,6 +57,9 @@ class Tree : public LbtAdt::Tree<Node*> {
   /// before; a target that does not exist gives an empty one.
   void UpdateLinkedBuffers();
 
+  /// The streams of the model's own file.
+  [[nodiscard]] ModelStreams& GetStreams() const { return *streams_; }
+
   /// The reader of the model's own file.
   [[nodiscard]] LbtLbf::LbFile& GetFile() { return file_; }
   [[nodiscard]] const LbtLbf::LbFile& GetFile() const { return file_; }
@@ -73,8 +78,6 @@ class Tree : public LbtAdt::Tree<Node*> {
                          std::unique_ptr<Node> node);
   [[nodiscard]] bool HasData() const;
   void DropLoaders();
-  void LoadNodeSets(ModelStream& heavy, std::vector<unsigned int> ids);
-  void LoadNumbers(const std::shared_ptr<ModelStream>& heavy);
   [[nodiscard]] std::shared_ptr<ModelStreams> StreamsOf(LbtLbf::LbFile& file) const;
 
   LbtLbf::LbFile file_;

@@ -51,7 +51,7 @@ class VariableReader {
       ReadOwnData(geometry, variable);
     }
     SkipFlag();
-    ReadAttributes(variable);
+    AttemptAttributes(variable);
     if (variable.isLinked) {
       variable.attributes.clear();
       variable.storageAttributes.clear();
@@ -72,10 +72,10 @@ class VariableReader {
       SkipFlag();
     }
     if (hasAttributes_) {
-      ReadAttributes(variable);
+      AttemptAttributes(variable);
     }
     const auto position = Light<unsigned int>();
-    streams_->heavy->Seek(position);
+    streams_->Attempt(*streams_->heavy, [&] { streams_->heavy->Seek(position); });
     variable.array.CreateDataLoader(streams_->heavy, position, false);
     geometry.variables.push_back(std::move(variable));
   }
@@ -108,7 +108,7 @@ class VariableReader {
     const unsigned long position =
         hasWidePositions_ ? Light<unsigned long>() : Light<unsigned int>();
     if (isReadAtOnce_) {
-      ReadData(position, variable.array);
+      streams_->Attempt(*streams_->heavy, [&] { ReadData(position, variable.array); });
     } else {
       geometry.heavyDataPositions[variable.name] = position;
     }
@@ -120,6 +120,10 @@ class VariableReader {
     const auto bytes = streams_->heavy->GetBytes(array.byteSize);
     array.storedBytes =
         boost::make_shared<const std::vector<unsigned char>>(bytes.begin(), bytes.end());
+  }
+
+  void AttemptAttributes(Geometry::VarStruct& variable) {
+    streams_->Attempt(streams_->attributes, [&] { ReadAttributes(variable); });
   }
 
   /// Sets that were decoded before are taken from the cache, where there is one.
@@ -156,6 +160,26 @@ class VariableReader {
   bool hasAttributes_;
 };
 
+/// Reads as many variables as there are, each with "readOne". Where that fails, nobody knows how
+/// many attribute sets were still to be read.
+template <class ReadOne>
+void ReadVariables(ModelStreams& streams, std::string_view version, Geometry& geometry,
+                   ReadOne readOne) {
+  const auto readAll = [&] {
+    unsigned int count = 0;
+    streams.light.Get(count);
+    geometry.variables.reserve(std::min(count, kMostReserved));
+    for (unsigned int i = 0; i < count; ++i) {
+      readOne();
+    }
+  };
+  if (Holds(version, RecordPart::GeometryAttributes)) {
+    streams.Attempt(streams.light, readAll, {&streams.attributes});
+  } else {
+    streams.Attempt(streams.light, readAll);
+  }
+}
+
 StreamNames NamesOf(std::string_view light, std::string_view heavy, std::string_view attributes) {
   StreamNames names;
   names.light = light;
@@ -173,22 +197,12 @@ void Geometry::Read(ModelStreams& streams, std::string_view version, unsigned in
     return;
   }
   VariableReader reader(streams, version, cache);
-  unsigned int count = 0;
-  streams.light.Get(count);
-  variables.reserve(std::min(count, kMostReserved));
-  for (unsigned int i = 0; i < count; ++i) {
-    reader.Read(*this, idOffset);
-  }
+  ReadVariables(streams, version, *this, [&] { reader.Read(*this, idOffset); });
 }
 
 void Geometry::ReadOld(ModelStreams& streams, std::string_view version, AttributeSetCache* cache) {
   VariableReader reader(streams, version, cache);
-  unsigned int count = 0;
-  streams.light.Get(count);
-  variables.reserve(std::min(count, kMostReserved));
-  for (unsigned int i = 0; i < count; ++i) {
-    reader.ReadOld(*this);
-  }
+  ReadVariables(streams, version, *this, [&] { reader.ReadOld(*this); });
 }
 
 void Geometry::ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,

@@ -8,15 +8,18 @@ namespace LbtTev {
 
 void Group::Read(ModelStreams& streams, std::string_view version) {
   if (Holds(version, RecordPart::GroupTransform)) {
-    streams.light.GetFloats(translation);
-    streams.light.GetFloats(rotation);
-    streams.light.GetFloats(scale);
+    streams.Attempt(streams.light, [&] {
+      streams.light.GetFloats(translation);
+      streams.light.GetFloats(rotation);
+      streams.light.GetFloats(scale);
+    });
   }
   if (Holds(version, RecordPart::GroupAttributes)) {
-    LbtUtil::ReadAttributes(streams.attributes, attributes);
+    streams.Attempt(streams.attributes,
+                    [&] { LbtUtil::ReadAttributes(streams.attributes, attributes); });
   }
   if (Holds(version, RecordPart::GroupByte)) {
-    streams.light.Get(groupByte);
+    streams.Attempt(streams.light, [&] { streams.light.Get(groupByte); });
   }
 }
 

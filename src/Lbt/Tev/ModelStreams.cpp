@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace LbtTev {
 
@@ -18,6 +19,9 @@ std::span<const unsigned char> ModelStream::GetBytes(unsigned long length) {
 
 void ModelStream::Seek(unsigned long position) {
   block_ = nullptr;
+  reason_ = nullptr;
+  refusedAgain_.reset();
+  ThrowOfRefusedTarget(position);
   if (stream_ != nullptr && reads_ == file_->GetIndex().Reads()) {
     file_->SetBlockPosition(*stream_, position);
   } else {
@@ -25,8 +29,46 @@ void ModelStream::Seek(unsigned long position) {
   }
 }
 
+std::uint64_t ModelStream::Position() {
+  LbtLbf::NamedStream* stream = FindStream();
+  return stream == nullptr ? 0 : file_->GetPosition(*stream);
+}
+
+void ModelStream::ThrowOfRefusedTarget(unsigned long position) {
+  if (refused_.empty() || FindStream() == nullptr) {
+    return;
+  }
+  const auto found = refused_.find(file_->TargetOf(*stream_, position));
+  if (found != refused_.end()) {
+    refusedAgain_ = found->first;
+    std::rethrow_exception(found->second);
+  }
+}
+
+std::optional<LbtLbf::NumberedBlock> ModelStream::RefusedBlock() const {
+  return refusedAgain_ ? LbtLbf::NumberedBlock{*refusedAgain_, name_}
+                       : file_->GetIndex().RefusedBlock();
+}
+
+void ModelStream::GiveUp(std::exception_ptr reason) {
+  if (const auto block = RefusedBlock(); block && block->stream == name_) {
+    refused_.try_emplace(block->number, reason);
+  }
+  block_ = nullptr;
+  reason_ = std::move(reason);
+  hasMissedReads_ = false;
+}
+
+std::exception_ptr ModelStream::TakeReasonOfMissedReads() {
+  return std::exchange(hasMissedReads_, false) ? reason_ : nullptr;
+}
+
 void ModelStream::FindNextBlock() {
   block_ = nullptr;
+  hasMissedReads_ = reason_ != nullptr;
+  if (hasMissedReads_) {
+    return;
+  }
   LbtLbf::NamedStream* stream = FindStream();
   block_ = stream == nullptr ? nullptr : file_->FindReadingBlock(*stream);
   changes_ = file_->GetIndex().Changes();
@@ -39,6 +81,7 @@ void ModelStream::FindNextBlock() {
 LbtLbf::NamedStream* ModelStream::FindStream() {
   if (stream_ == nullptr || reads_ != file_->GetIndex().Reads()) {
     stream_ = file_->FindStream(name_);
+    refused_.clear();
     reads_ = file_->GetIndex().Reads();
   }
   return stream_;

@@ -23,9 +23,11 @@ std::unique_ptr<Node> ReadGroup(ModelStreams& streams, const TreeRecord& record)
 std::unique_ptr<Node> ReadShape(ModelStreams& streams, const TreeRecord& record) {
   auto shape = std::make_unique<Shape>();
   if (Holds(record.version, RecordPart::ShapeMaterial)) {
-    if (LbtLbf::Block* block = streams.resources.FindBlock(); block != nullptr) {
-      CopyFromBlock_Versioned(*block, shape->material);
-    }
+    streams.Attempt(streams.resources, [&] {
+      if (LbtLbf::Block* block = streams.resources.FindBlock(); block != nullptr) {
+        CopyFromBlock_Versioned(*block, shape->material);
+      }
+    });
   }
   return shape;
 }
@@ -40,25 +42,30 @@ std::unique_ptr<Node> ReadGeometry(ModelStreams& streams, const TreeRecord& reco
 /// Steps over data whose size stands before it.
 void SkipData(ModelStream& light, unsigned int size) { static_cast<void>(light.GetBytes(size)); }
 
-std::unique_ptr<Node> ReadNodeSets(ModelStream& light) {
+std::unique_ptr<Node> ReadNodeSets(ModelStreams& streams) {
   constexpr unsigned int kKnownSize = 16;
   auto nodeSets = std::make_unique<NodeSets>();
-  unsigned int size = 0;
-  light.Get(size);
-  if (size == kKnownSize) {
-    light.Get(nodeSets->setCount, nodeSets->heavyDataPosition, nodeSets->reservedCount);
-  } else {
-    SkipData(light, size);
-  }
+  ModelStream& light = streams.light;
+  streams.Attempt(light, [&] {
+    unsigned int size = 0;
+    light.Get(size);
+    if (size == kKnownSize) {
+      light.Get(nodeSets->setCount, nodeSets->heavyDataPosition, nodeSets->reservedCount);
+    } else {
+      SkipData(light, size);
+    }
+  });
   return nodeSets;
 }
 
-std::unique_ptr<Node> SkipFutureNode(ModelStream& light, const TreeRecord& record) {
+std::unique_ptr<Node> SkipFutureNode(ModelStreams& streams, const TreeRecord& record) {
   auto node = std::make_unique<FutureNode>();
   node->storedType = record.type;
-  unsigned int size = 0;
-  light.Get(size);
-  SkipData(light, size);
+  streams.Attempt(streams.light, [&] {
+    unsigned int size = 0;
+    streams.light.Get(size);
+    SkipData(streams.light, size);
+  });
   return node;
 }
 
@@ -74,9 +81,9 @@ std::unique_ptr<Node> ReadByType(ModelStreams& streams, const TreeRecord& record
     return ReadGeometry(streams, record, idOffset, cache);
   }
   if (record.type == "NodeSets") {
-    return ReadNodeSets(streams.light);
+    return ReadNodeSets(streams);
   }
-  return record.type.empty() ? nullptr : SkipFutureNode(streams.light, record);
+  return record.type.empty() ? nullptr : SkipFutureNode(streams, record);
 }
 
 }  // namespace

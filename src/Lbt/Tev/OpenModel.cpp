@@ -43,7 +43,10 @@ void OpenModel(Tree& tree, const std::string& path, LoadObserver* observer) {
   bool wideOffsets = false;
   LbtLbf::LbFile::CheckSupport(tree.GetContainerVersion(), wideOffsets);
   const unsigned int parentId = GraftingParent(tree);
-  tree.LoadGlobalInfo(file);
+  tree.LoadGlobalInfo(file, observer);
+  if (file.GetIndex().IsEmpty() && tree.GetStreams().global.IsGivenUp()) {
+    return;  // an index that cannot be read: the observer wants to go on, but there is nothing
+  }
   tree.LoadTree(file, parentId, wideOffsets, observer);
   tree.UpdateLinkedBuffers();
   if (tree.GetContainerVersion() != "0.1") {

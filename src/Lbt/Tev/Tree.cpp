@@ -3,7 +3,6 @@
 #include "Lbt/Tev/Tree.h"
 
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Tev/Geometry.h"
 
 namespace LbtTev {
@@ -41,13 +40,6 @@ Tree::~Tree() {
 
 std::shared_ptr<ModelStreams> Tree::StreamsOf(LbtLbf::LbFile& file) const {
   return &file == &file_ ? streams_ : std::make_shared<ModelStreams>(file);
-}
-
-void Tree::LoadGlobalInfo(LbtLbf::LbFile& file) {
-  const auto streams = StreamsOf(file);
-  if (LbtLbf::Block* block = streams->global.FindBlock(); block != nullptr) {
-    LbtLbf::CopyFromBlock(*block, modifierInfos);
-  }
 }
 
 void Tree::UpdateLinkedBuffers() {

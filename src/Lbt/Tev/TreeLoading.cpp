@@ -1,11 +1,15 @@
 // Loads the records of a tree with all that they refer to.
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
+#include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/NodeSets.h"
 #include "Lbt/Tev/Tree.h"
 #include "NodeFactory.h"
+#include "Tolerance.h"
 
 namespace LbtTev {
 
@@ -32,68 +36,90 @@ LbtAdt::TreeNode<Node*> EntryOf(const TreeRecord& record, unsigned int parentId,
 /// One load of a tree.
 class Tree::Loading {
  public:
-  Loading(Tree& tree, LbtLbf::LbFile& file, unsigned int parentId, bool wideOffsets)
+  /// Null for who does not want to have the ids, or to be told.
+  Loading(Tree& tree, std::shared_ptr<ModelStreams> streams,
+          std::map<unsigned int, unsigned int>* blockMap, LoadObserver* observer)
       : tree_(tree),
-        streams_(tree.StreamsOf(file)),
-        parentId_(parentId),
-        idOffset_(parentId == 0 ? 0 : tree.GetNextId() - 1),
-        wideOffsets_(wideOffsets),
-        isFirst_(!tree.HasData()) {}
+        streams_(std::move(streams)),
+        isFirst_(!tree.HasData()),
+        blockMap_(blockMap),
+        observer_(observer),
+        tolerance_(*streams_, observer) {}
 
-  /// Null where nobody wants to have them.
-  void SetListeners(std::map<unsigned int, unsigned int>* blockMap, LoadObserver* observer) {
-    blockMap_ = blockMap;
-    observer_ = observer;
-  }
-
-  void Run() {
-    const int count = ReadTreeRecordCount(streams_->tree);
+  void Run(unsigned int parentId, bool wideOffsets) {
+    parentId_ = parentId;
+    idOffset_ = parentId == 0 ? 0 : tree_.GetNextId() - 1;
     try {
-      for (int i = 0; i < count; ++i) {
-        ReadOne(i == 0 && parentId_ != 0);
-      }
+      ReadRecords(wideOffsets);
     } catch (...) {
       if (isFirst_) {
         tree_.DropLoaders();
       }
       throw;
     }
-    if (isFirst_) {
-      tree_.LoadNodeSets(*streams_->heavy, std::move(nodeSetIds_));
-    } else {
-      tree_.LoadNumbers(streams_->heavy);
+    if (!isFirst_) {
+      LocateNumbers();
+    }
+    for (const unsigned int id : NodeSetIds()) {
+      LoadNodeSets(id);
     }
   }
 
  private:
-  void ReadOne(bool isGrafted) {
-    const TreeRecord record = ReadRecord();
+  using Part = LoadFailure::Part;
+
+  void ReadRecords(bool wideOffsets) {
+    ModelStream& stream = streams_->tree;
+    int count = 0;
+    tolerance_.SetPlace({.part = Part::RecordCount});
+    streams_->Attempt(stream, [&] { count = ReadTreeRecordCount(stream); });
+    for (int i = 0; i < count; ++i) {
+      TreeRecord record;
+      const auto number = static_cast<std::size_t>(i);
+      tolerance_.SetPlace({.part = Part::Record, .record = number});
+      streams_->Attempt(stream, [&] { ReadRecord(wideOffsets, record); });
+      if (stream.IsGivenUp()) {
+        return;
+      }
+      ReadNodeOf(record, number);
+    }
+  }
+
+  /// The id in the file is known of a record whose rest cannot be read, too.
+  void ReadRecord(bool wideOffsets, TreeRecord& record) {
+    ReadTreeRecordId(streams_->tree, record);
+    if (blockMap_ != nullptr) {
+      blockMap_->insert_or_assign(blockMap_->end(), record.id + idOffset_, record.id);
+    }
+    ReadAfterTreeRecordId(streams_->tree, wideOffsets, record);
+  }
+
+  void ReadNodeOf(const TreeRecord& record, std::size_t number) {
+    const bool isGrafted = number == 0 && parentId_ != 0;
+    const LbtAdt::TreeNode<Node*> entry = EntryOf(record, parentId_, idOffset_);
     if (observer_ != nullptr) {
       observer_->OnRecord(record);
+      tolerance_.SetPlace({.part = Part::NodeData,
+                           .record = number,
+                           .nodeId = isGrafted ? tree_.GetNextId() : entry.id,
+                           .nodeName = record.name});
     }
     if (record.lightDataPosition != 0) {
-      streams_->light.Seek(record.lightDataPosition);
+      streams_->Attempt(streams_->light, [&] { streams_->light.Seek(record.lightDataPosition); });
     }
     std::unique_ptr<Node> node = ReadNode(*streams_, record, idOffset_, cache_);
-    const LbtAdt::TreeNode<Node*> entry = EntryOf(record, parentId_, idOffset_);
     Node* const read = node.get();
     const unsigned int id = isGrafted ? tree_.GraftNode(parentId_, entry, std::move(node))
                                       : tree_.InsertNode(entry, std::move(node));
     LocateNumbers(read, id);
     if (observer_ != nullptr) {
-      observer_->OnNode();
+      tolerance_.TellOfMissedReads();
+      if (tolerance_.HasFailed()) {
+        unplaced_.insert(id);
+      } else {
+        observer_->OnNode();
+      }
     }
-  }
-
-  /// The id in the file is known of a record whose rest cannot be read, too.
-  [[nodiscard]] TreeRecord ReadRecord() {
-    TreeRecord record;
-    ReadTreeRecordId(streams_->tree, record);
-    if (blockMap_ != nullptr) {
-      blockMap_->insert_or_assign(blockMap_->end(), record.id + idOffset_, record.id);
-    }
-    ReadAfterTreeRecordId(streams_->tree, wideOffsets_, record);
-    return record;
   }
 
   /// Loaders read nothing yet: those of a first load are made while the geometry is at hand.
@@ -106,30 +132,79 @@ class Tree::Loading {
     }
   }
 
+  /// In two passes over all nodes, those of earlier loads included.
+  void LocateNumbers() {
+    for (const auto& [id, entry] : tree_.GetNodes()) {
+      if (auto* geometry = NodeCast<Geometry>(entry.data); geometry != nullptr) {
+        geometry->LocateConnectivity(streams_->heavy);
+      }
+    }
+    for (const auto& [id, entry] : tree_.GetNodes()) {
+      if (auto* geometry = NodeCast<Geometry>(entry.data); geometry != nullptr) {
+        geometry->LocateOthers(streams_->heavy);
+      }
+    }
+  }
+
+  /// The ids of all nodes that may have sets, those of earlier loads included, in order and each
+  /// once; a later record may have put another node in place.
+  [[nodiscard]] std::vector<unsigned int> NodeSetIds() {
+    if (!isFirst_) {
+      nodeSetIds_.clear();
+      for (const auto& [id, entry] : tree_.GetNodes()) {
+        nodeSetIds_.push_back(id);
+      }
+    }
+    std::ranges::sort(nodeSetIds_);
+    nodeSetIds_.erase(std::unique(nodeSetIds_.begin(), nodeSetIds_.end()), nodeSetIds_.end());
+    return std::move(nodeSetIds_);
+  }
+
+  void LoadNodeSets(unsigned int id) {
+    auto* sets = NodeCast<NodeSets>(tree_.GetNodes().at(id).data);
+    if (sets != nullptr && !unplaced_.contains(id)) {
+      tolerance_.SetPlace({.part = Part::NodeSets, .nodeId = id, .nodeName = sets->name});
+      streams_->Attempt(*streams_->heavy, [&] { sets->Load(*streams_->heavy); });
+    }
+  }
+
   Tree& tree_;
   std::shared_ptr<ModelStreams> streams_;
-  unsigned int parentId_;
-  unsigned int idOffset_;
-  bool wideOffsets_;
+  unsigned int parentId_ = 0;
+  unsigned int idOffset_ = 0;
   bool isFirst_;  // no nodes were there before
-  std::map<unsigned int, unsigned int>* blockMap_ = nullptr;
-  LoadObserver* observer_ = nullptr;
+  std::map<unsigned int, unsigned int>* blockMap_;
+  LoadObserver* observer_;
+  Tolerance tolerance_;
   AttributeSetCache cache_;
   std::vector<unsigned int> nodeSetIds_;
+  std::set<unsigned int> unplaced_;  // nodes that may not know where their sets lie
 };
 
 void Tree::LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& blockMap,
                     unsigned int parentId, bool wideOffsets, LoadObserver* observer) {
-  Loading loading(*this, file, parentId, wideOffsets);
-  loading.SetListeners(&blockMap, observer);
-  loading.Run();
+  Loading(*this, StreamsOf(file), &blockMap, observer).Run(parentId, wideOffsets);
 }
 
 void Tree::LoadTree(LbtLbf::LbFile& file, unsigned int parentId, bool wideOffsets,
                     LoadObserver* observer) {
-  Loading loading(*this, file, parentId, wideOffsets);
-  loading.SetListeners(nullptr, observer);
-  loading.Run();
+  Loading(*this, StreamsOf(file), nullptr, observer).Run(parentId, wideOffsets);
+}
+
+void Tree::LoadGlobalInfo(LbtLbf::LbFile& file, LoadObserver* observer) {
+  const auto streams = StreamsOf(file);
+  Tolerance tolerance(*streams, observer);
+  tolerance.SetPlace({.part = LoadFailure::Part::GlobalInformation});
+  streams->Attempt(streams->global, [&] {
+    if (LbtLbf::Block* block = streams->global.FindBlock(); block != nullptr) {
+      LbtLbf::CopyFromBlock(*block, modifierInfos);
+    }
+  });
+  // After a failure the list may have its stated length.
+  while (streams->global.IsGivenUp() && !modifierInfos.empty() &&
+         modifierInfos.back() == ModifierInfo()) {
+    modifierInfos.pop_back();
+  }
 }
 
 bool Tree::HasData() const {
@@ -150,17 +225,6 @@ void Tree::DropLoaders() {
   }
 }
 
-/// In the order of ids, each once; a later record may have put another node in place.
-void Tree::LoadNodeSets(ModelStream& heavy, std::vector<unsigned int> ids) {
-  std::ranges::sort(ids);
-  ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
-  for (const unsigned int id : ids) {
-    if (auto* sets = NodeCast<NodeSets>(GetNodes().at(id).data); sets != nullptr) {
-      sets->Load(heavy);
-    }
-  }
-}
-
 /// Returns the id that the node has in the tree, as the next function does.
 unsigned int Tree::InsertNode(LbtAdt::TreeNode<Node*> entry, std::unique_ptr<Node> node) {
   entry.data = node.get();
@@ -177,29 +241,6 @@ unsigned int Tree::GraftNode(unsigned int parentId, const LbtAdt::TreeNode<Node*
   grafted.lastChild = record.lastChild;
   grafted.data = node.release();
   return grafted.id;
-}
-
-/// Runs over all nodes, those of earlier loads included.
-void Tree::LoadNumbers(const std::shared_ptr<ModelStream>& heavy) {
-  // In three passes, one kind of data after the other, whatever the order of the nodes.
-  std::vector<Geometry*> geometries;
-  std::vector<NodeSets*> nodeSets;
-  for (const auto& [id, entry] : GetNodes()) {
-    if (auto* geometry = NodeCast<Geometry>(entry.data); geometry != nullptr) {
-      geometries.push_back(geometry);
-    } else if (auto* sets = NodeCast<NodeSets>(entry.data); sets != nullptr) {
-      nodeSets.push_back(sets);
-    }
-  }
-  for (Geometry* geometry : geometries) {
-    geometry->LocateConnectivity(heavy);
-  }
-  for (Geometry* geometry : geometries) {
-    geometry->LocateOthers(heavy);
-  }
-  for (NodeSets* sets : nodeSets) {
-    sets->Load(*heavy);
-  }
 }
 
 }  // namespace LbtTev
