@@ -45,8 +45,9 @@ std::string NumbersText(const Finding& finding) {
 }
 
 /// Whether other findings can follow from one of that kind.
-bool IsLostBlock(Finding::Kind kind) {
-  return kind == Finding::Kind::BlockOutsideFile || kind == Finding::Kind::UnreadableBlock;
+bool CanBeCause(Finding::Kind kind) {
+  return kind == Finding::Kind::BlockOutsideFile || kind == Finding::Kind::UnreadableBlock ||
+         kind == Finding::Kind::UnreadableRecord;
 }
 
 std::string LineOf(const Finding& finding) {
@@ -64,24 +65,24 @@ FindingLines::FindingLines(bool areAllListed)
 void FindingLines::Add(const Finding& finding) {
   const std::uint64_t number = count_++;
   if (finding.cause) {
-    LostBlock& block = lostBlocks_[*finding.cause];
-    ++block.followers;
+    Cause& cause = causes_[*finding.cause];
+    ++cause.followers;
     if (areAllListed_) {
-      block.lines += LineOf(finding);
+      cause.lines += LineOf(finding);
     }
-  } else if (IsLostBlock(finding.kind)) {
-    lostBlocks_[number].lines = LineOf(finding);
+  } else if (CanBeCause(finding.kind)) {
+    causes_[number].lines = LineOf(finding);
   } else {
     otherStream_ << LineOf(finding);
   }
 }
 
 void FindingLines::WriteTo(std::ostream& stream) const {
-  for (const auto& [number, block] : lostBlocks_) {
-    stream << block.lines;
-    if (!areAllListed_ && block.followers != 0) {
-      stream << "    " << block.followers
-             << (block.followers == 1 ? " finding follows" : " findings follow")
+  for (const auto& [number, cause] : causes_) {
+    stream << cause.lines;
+    if (!areAllListed_ && cause.followers != 0) {
+      stream << "    " << cause.followers
+             << (cause.followers == 1 ? " finding follows" : " findings follow")
              << " from this (--all lists them)\n";
     }
   }

@@ -152,22 +152,60 @@ TEST_F(TevCheckTree, LightDataThatEndsTooEarly_NamesTheNode) {
   EXPECT_EQ(Check(model), place + ": its data cannot be read: Not enough bytes in the block\n");
 }
 
-TEST_F(TevCheckTree, RefusedBlockOfANodesData_IsWhereTheNodeIsTold) {
-  const std::string error = "Error -3 while uncompressing block \n";
-  for (const auto& [number, stream] :
-       {std::pair(kLightBlock, kLightData), {kAttributesBlock, kAttributes}}) {
-    ContainerWriter writer = model.ToContainer();
-    BlockSpec& bad = writer.Blocks().at(static_cast<std::size_t>(number));
-    bad.compressed = true;
-    bad.storedBytes = Hex("04000000 'no stream'");
-    const Container container = writer.Build();
-    const std::string block =
-        "  " + BlockText(number, std::string(stream), container.Block(stream).offset);
-    EXPECT_EQ(Check(container.bytes, error),
-              block + ": zlib refuses the data (code -3)\n  " + block +
-                  ", node 1 (model): its data cannot be read: zlib refuses the data of block " +
-                  std::to_string(number) + " (" + std::string(stream) + ")\n");
+TEST_F(TevCheckTree, RefusedLightData_IsToldOfEachNodeThatHasSome) {
+  ContainerWriter writer = model.ToContainer();
+  BlockSpec& bad = writer.Blocks().at(kLightBlock);
+  bad.compressed = true;
+  bad.storedBytes = Hex("04000000 'no stream'");
+  const Container container = writer.Build();
+  const std::string block =
+      BlockText(kLightBlock, std::string(kLightData), container.Block(kLightData).offset);
+  std::string expected = "  " + block + ": zlib refuses the data (code -3)\n";
+  for (const char* node : {"1 (model)", "2 (Geometry)", "4 (mesh 1)", "6 (mesh 2)", "7 (Sets)"}) {
+    expected += "    " + block + ", node " + node +
+                ": its data cannot be read: zlib refuses the data of block 2 (Light Data)\n";
   }
+  EXPECT_EQ(Check(container.bytes, "Error -3 while uncompressing block \n"), expected);
+}
+
+TEST_F(TevCheckTree, RefusedAttributes_LeaveTheVariablesToBeChecked) {
+  model.VariableAt(kSmallMesh1, 4).byteCount = 6;
+  ContainerWriter writer = model.ToContainer();
+  BlockSpec& bad = writer.Blocks().at(kAttributesBlock);
+  bad.compressed = true;
+  bad.storedBytes = Hex("04000000 'no stream'");
+  const Container container = writer.Build();
+  const std::string block =
+      BlockText(kAttributesBlock, std::string(kAttributes), container.Block(kAttributes).offset);
+  std::string expected = "  " + block + ": zlib refuses the data (code -3)\n    " + block +
+                         ", node 1 (model): its data cannot be read: zlib refuses the data of "
+                         "block 3 (Attributes)\n";
+  for (const char* node : {"2 (Geometry)", "4 (mesh 1)", "6 (mesh 2)"}) {
+    expected += "    " + block + ", node " + node +
+                ": its data cannot be read, since reading \"Attributes\" has failed before\n";
+  }
+  const std::string found = Check(container.bytes, "Error -3 while uncompressing block \n");
+  EXPECT_TRUE(found.starts_with(expected)) << found;
+  EXPECT_NE(found.find("node 4 (mesh 1), variable 4 (Element Ids): its byte count does not fit"),
+            std::string::npos)
+      << found;
+}
+
+TEST_F(TevCheckTree, ChangedBytesOfResources_BlameNoOtherStream) {
+  // The count of the first list of a material, now above what there is. Where the material of the
+  // other shape begins is unknown then.
+  std::string bytes = model.StreamBytes(kResources);
+  bytes.at(3) = '\x7f';
+  model.ReplaceStream(kResources, bytes);
+  const std::string found = Check(model);
+  const std::string block = "block 4 (Resources) at byte ";
+  EXPECT_TRUE(found.starts_with("  " + block)) << found;
+  EXPECT_NE(found.find(", node 3 (Frame): its data cannot be read: "), std::string::npos) << found;
+  EXPECT_NE(found.find("\n    " + block), std::string::npos) << found;
+  EXPECT_TRUE(found.ends_with(
+      ", node 5 (Panel): its data cannot be read, since reading \"Resources\" has failed before\n"))
+      << found;
+  EXPECT_EQ(std::count(found.begin(), found.end(), '\n'), 2);
 }
 
 TEST_F(TevCheckTree, LightDataAfterABlockOfUnknownLength_IsInNoBlockThatCouldBeNamed) {
@@ -181,10 +219,12 @@ TEST_F(TevCheckTree, LightDataAfterABlockOfUnknownLength_IsInNoBlockThatCouldBeN
   const Container container = writer.Build();
   const std::string block =
       BlockText(kLightBlock + 1, std::string(kLightData), container.Block(kLightData, 1).offset);
-  EXPECT_EQ(Check(container.bytes),
-            "  " + block + ": the block is too short for a compressed one\n" +
-                "    block unknown (Light Data), node 2 (Geometry): its data cannot be read: "
-                "Not enough bytes in the block\n");
+  std::string expected = "  " + block + ": the block is too short for a compressed one\n";
+  for (const char* node : {"2 (Geometry)", "4 (mesh 1)", "6 (mesh 2)", "7 (Sets)"}) {
+    expected += std::string("    block unknown (Light Data), node ") + node +
+                ": its data cannot be read: Not enough bytes in the block\n";
+  }
+  EXPECT_EQ(Check(container.bytes), expected);
 }
 
 TEST_F(TevCheckTree, LightDataBeyondItsStream_NamesTheNode) {

@@ -111,8 +111,8 @@ void BlockSurvey::TellLost(CheckedBlock& block, Finding finding) {
   log_->AddLostBlock(std::move(finding), block.check.recordedLength.has_value());
 }
 
-const CheckedBlock* BlockSurvey::FailedBlock() {
-  const auto last = file_->GetIndex().LastLoaded();
+const CheckedBlock* BlockSurvey::FailedBlock(const std::optional<LbtLbf::NumberedBlock>& refused) {
+  const auto last = refused ? refused : file_->GetIndex().LastLoaded();
   // A stream that the file lacks has a block of its own once it was sought.
   if (!last || last->number >= blocks_.size() || WasLoaded(blocks_[last->number])) {
     return nullptr;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -40,9 +41,10 @@ class BlockSurvey {
   /// In the order of the index. They stay where they are.
   [[nodiscard]] const std::vector<CheckedBlock>& Blocks() const { return blocks_; }
 
-  /// The block whose load has just failed, of which all is told first; null where reading failed
-  /// otherwise.
-  [[nodiscard]] const CheckedBlock* FailedBlock();
+  /// The block whose load has just failed, of which all is told first: that which zlib refused, if
+  /// any; null where reading failed otherwise.
+  [[nodiscard]] const CheckedBlock* FailedBlock(
+      const std::optional<LbtLbf::NumberedBlock>& refused);
 
   /// Checks the blocks of a stream that nobody has read, and tells what has come of the others.
   void Finish(std::string_view stream);

@@ -101,6 +101,11 @@ std::optional<LbtLbf::NumberedBlock> RefusedBlock(const std::exception& exceptio
   return isKnown ? std::nullopt : file.GetIndex().RefusedBlock();
 }
 
+std::string RefusalText(const LbtLbf::NumberedBlock& block) {
+  return "zlib refuses the data of block " + std::to_string(block.number) + " (" + block.stream +
+         ")";
+}
+
 std::string ReasonOf(const std::exception& exception, const LbFile& file) {
   if (LbtLbf::IsLackOfMemory(exception)) {
     throw;
@@ -109,8 +114,7 @@ std::string ReasonOf(const std::exception& exception, const LbFile& file) {
     return known->GetLogMessage();
   }
   if (const auto block = RefusedBlock(exception, file)) {
-    return "zlib refuses the data of block " + std::to_string(block->number) + " (" +
-           block->stream + ")";
+    return RefusalText(*block);
   }
   return exception.what();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,13 @@ namespace LbtTev::Check {
 /// block.
 void CheckUnused(const LbtLbf::LbFile& file, const std::vector<CheckedBlock>& blocks,
                  FindingLog& log);
+
+/// The block that zlib has refused, where an exception tells of that.
+[[nodiscard]] std::optional<LbtLbf::NumberedBlock> RefusedBlock(const std::exception& exception,
+                                                                const LbtLbf::LbFile& file);
+
+/// That zlib has refused a block, in words that stand after a colon.
+[[nodiscard]] std::string RefusalText(const LbtLbf::NumberedBlock& block);
 
 /// What an exception tells on reading from "file", in words that stand after a colon. Only for use
 /// in its handler: a lack of memory tells nothing of the file, and is thrown on.

@@ -142,7 +142,7 @@ void DataCheck::Load(Group group, const LbtTev::DataLoader& loader) {
     loader.LoadTo(values_);
   } catch (const std::exception& exception) {
     const std::string reason = ReasonOf(exception, *file_);
-    const CheckedBlock* failed = survey_->FailedBlock();
+    const CheckedBlock* failed = survey_->FailedBlock(RefusedBlock(exception, *file_));
     if (failed != nullptr && failed->isLost) {
       AddUnreadable(group, kBlockLost, false);
     } else {

@@ -64,11 +64,12 @@ std::string_view NameOf(Kind kind) { return FactsOf(kind).name; }
 
 Severity SeverityOf(Kind kind) { return FactsOf(kind).severity; }
 
-void FindingLog::Add(Finding finding) {
+std::optional<std::uint64_t> FindingLog::Add(Finding finding) {
   if (!finding.cause && MayFollowFromABlock(finding.kind)) {
     finding.cause = CauseOf(finding);
   }
-  Tell(finding);
+  const auto told = Tell(finding);
+  return finding.cause ? finding.cause : told;
 }
 
 void FindingLog::AddLostBlock(Finding finding, bool isLengthKnown) {

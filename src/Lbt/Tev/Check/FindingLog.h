@@ -22,8 +22,9 @@ class FindingLog {
   ~FindingLog() = default;
 
   /// Takes a finding. Records and data that cannot be read in a block that is lost, or after one
-  /// whose length is lost, follow from that.
-  void Add(Finding finding);
+  /// whose length is lost, follow from that. Returns the number of the finding, or of its cause
+  /// where it has one; none where neither is told.
+  std::optional<std::uint64_t> Add(Finding finding);
 
   /// Takes the finding that a block is lost; where the length of its contents is so, too, nobody
   /// knows where the rest of its stream lies. A file that ends early has one cause.

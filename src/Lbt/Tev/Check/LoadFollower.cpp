@@ -1,71 +1,176 @@
-// The records of a tree while it is loaded, and the light data that they read.
+// The loading of a model: what fails, the tree records, and the light data that they read.
 
 #include "LoadFollower.h"
 
 #include <algorithm>
-#include <string>
 
-#include "Lbt/Tev/Vocabulary.h"
+#include "ContainerCheck.h"
+#include "Lbt/Lbf/Inflation.h"
+#include "Lbt/Tev/NodeSets.h"
 
 namespace LbtTev::Check {
 
-namespace {
+using LbtTev::LoadFailure;
+using Part = LbtTev::LoadFailure::Part;
 
-constexpr std::uint64_t kCountSize = 4;
-
-}  // namespace
-
-LoadFollower::LoadFollower(LbtLbf::LbFile& file, const StreamMap& treeMap,
-                           const StreamMap& lightMap)
-    : file_(&file), treeMap_(&treeMap), lightMap_(&lightMap), nextRecord_(kCountSize) {}
-
-void LoadFollower::AddRecord(const LbtTev::TreeRecord& record) {
-  records_.push_back({record, nextRecord_});
-  nextRecord_ = PositionIn(LbtTev::StreamNames().tree);
+void LoadFollower::SetCount(std::size_t count) {
+  constexpr std::uint64_t kCountSize = 4;
+  count_ = count;
+  nextRecord_ = kCountSize;
 }
 
 void LoadFollower::OnRecord(const LbtTev::TreeRecord& record) {
-  AddRecord(record);
+  records_.push_back({record, nextRecord_});
+  unread_.insert(record.id);
+  nextRecord_ = tree_->GetStreams().tree.Position();
   start_ = record.lightDataPosition != 0 ? record.lightDataPosition
-                                         : PositionIn(LbtTev::StreamNames().light);
+                                         : tree_->GetStreams().light.Position();
 }
 
 void LoadFollower::OnNode() {
-  ++nodeCount_;
+  unread_.erase(records_.back().id);
   if (records_.back().type == "Geometry") {
     geometries_.insert_or_assign(records_.back().id, start_);
   }
-  const std::uint64_t end = PositionIn(LbtTev::StreamNames().light);
+  const std::uint64_t end = tree_->GetStreams().light.Position();
   if (start_ < end) {
     used_.emplace_back(start_, end);
   }
 }
 
-std::uint64_t LoadFollower::PositionIn(std::string_view stream) const {
-  LbtLbf::Index& index = file_->GetIndex();
-  LbtLbf::NamedStream* found = index.FindStream(stream);
-  return found == nullptr ? 0 : index.GetPosition(*found);
+bool LoadFollower::MayBeUnread(unsigned int id) const {
+  return lost_.contains(id) || (!AreAllRead() && tree_->FindNode(id) == nullptr);
 }
 
-void LoadFollower::PlaceLast(Finding& finding) const {
-  if (lightMap_->IsEmpty()) {
+/// A lack of memory is none of the file, and ends the load.
+bool LoadFollower::OnFailure(const LoadFailure& failure) {
+  if (LbtLbf::IsLackOfMemory(*failure.exception)) {
+    return false;
+  }
+  if (failure.part == Part::NodeData && failure.stream != map_->attributes.Stream() &&
+      failure.stream != map_->resources.Stream()) {
+    lost_.insert(failure.nodeId);
+  }
+  Finding finding = FindingOn(failure);
+  const auto cause = causes_.find(failure.stream);
+  if (failure.isConsequence && cause != causes_.end()) {
+    finding.cause = cause->second;
+  }
+  const auto told = log_->Add(std::move(finding));
+  if (told && !failure.isConsequence) {
+    causes_.insert_or_assign(std::string(failure.stream), *told);
+  }
+  return true;
+}
+
+Finding LoadFollower::FindingOn(const LoadFailure& failure) {
+  const CheckedBlock* failed =
+      failure.isConsequence ? nullptr : survey_->FailedBlock(failure.refusedBlock);
+  Finding finding{.kind = Finding::Kind::UnreadableRecord,
+                  .text = SubjectOf(failure) + " cannot be read" + ReasonText(failure, failed)};
+  if (failure.part == Part::NodeData || failure.part == Part::NodeSets) {
+    finding.node = NumberedName{failure.nodeId, failure.nodeName};
+  }
+  Place(failure, failed, finding);
+  return finding;
+}
+
+std::string LoadFollower::SubjectOf(const LoadFailure& failure) const {
+  switch (failure.part) {
+    case Part::Index:
+      return "the index";
+    case Part::GlobalInformation:
+      return "the records of the programs that wrote the file";
+    case Part::RecordCount:
+      return "the number of tree records";
+    case Part::Record:
+      return "tree record " + std::to_string(failure.record) + " of " +
+             std::to_string(count_.value_or(0));
+    case Part::NodeData:
+      return "its data";
+    case Part::NodeSets:
+      return "its node sets";
+  }
+  return "";
+}
+
+/// What stands after "cannot be read".
+std::string LoadFollower::ReasonText(const LoadFailure& failure, const CheckedBlock* failed) const {
+  const bool isSets = failure.part == Part::NodeSets;
+  if (isSets && !map_->heavy.Knows(SetsPosition(failure.nodeId))) {
+    return ", since the length of an earlier block is unknown";
+  }
+  if (isSets && failed != nullptr && failed->isLost) {
+    return ", since their block cannot";
+  }
+  if (failure.isConsequence) {
+    return ", since reading \"" + std::string(failure.stream) + "\" has failed before";
+  }
+  return ": " + (failure.refusedBlock ? RefusalText(*failure.refusedBlock)
+                                      : ReasonOf(*failure.exception, tree_->GetFile()));
+}
+
+unsigned long LoadFollower::SetsPosition(unsigned int id) const {
+  const auto* entry = tree_->FindNode(id);
+  const auto* sets =
+      entry == nullptr ? nullptr : dynamic_cast<const LbtTev::NodeSets*>(entry->data);
+  return sets == nullptr ? 0 : sets->heavyDataPosition;
+}
+
+/// Where a block could not be loaded it is there, but for what has a place of its own.
+void LoadFollower::Place(const LoadFailure& failure, const CheckedBlock* failed,
+                         Finding& finding) const {
+  if (failure.part == Part::NodeSets) {
+    map_->heavy.Place(SetsPosition(failure.nodeId), finding);
+  } else if (failure.part == Part::Record || failure.part == Part::RecordCount) {
+    PlaceRecord(finding);
+  } else if (failed != nullptr) {
+    finding.block = failed->name;
+    finding.offset = failed->offset;
+  } else if (failure.part == Part::NodeData && failure.stream == map_->light.Stream()) {
+    PlaceNodeData(finding);
+  } else {
+    map_->Of(failure.stream).Place(failure.part == Part::NodeData ? failure.position : 0, finding);
+  }
+}
+
+/// A record is where it begins, or in the block of which it was read last where that is another.
+void LoadFollower::PlaceRecord(Finding& finding) const {
+  const auto last = tree_->GetFile().GetIndex().LastLoaded();
+  const CheckedBlock* first = map_->tree.BlockAt(nextRecord_);
+  const bool isElsewhere = first != nullptr && last && last->stream == map_->tree.Stream() &&
+                           last->number != first->name.number;
+  map_->tree.Place(isElsewhere ? map_->tree.StartOf(last->number) : nextRecord_, finding);
+}
+
+void LoadFollower::PlaceNodeData(Finding& finding) const {
+  if (map_->light.IsEmpty()) {
     return;
   }
-  lightMap_->Place(start_, finding);
-  if (lightMap_->Knows(start_) && start_ > lightMap_->Length()) {
+  map_->light.Place(start_, finding);
+  if (map_->light.Knows(start_) && start_ > map_->light.Length()) {
     finding.claimed = start_;
-    finding.found = lightMap_->Length();
+    finding.found = map_->light.Length();
   }
 }
 
 void LoadFollower::PlaceGeometry(unsigned int id, Finding& finding) const {
   if (const auto found = geometries_.find(id); found != geometries_.end()) {
-    lightMap_->Place(found->second, finding);
+    map_->light.Place(found->second, finding);
   }
 }
 
-void LoadFollower::FindUnusedRecords(FindingLog& log) const {
-  const std::uint64_t unused = treeMap_->IsExact() ? treeMap_->Length() - nextRecord_ : 0;
+void LoadFollower::FindUnused() const {
+  if (AreAllRead()) {
+    FindUnusedRecords();
+    if (unread_.empty()) {
+      FindUnusedLightData();
+    }
+  }
+}
+
+void LoadFollower::FindUnusedRecords() const {
+  const std::uint64_t unused = map_->tree.IsExact() ? map_->tree.Length() - nextRecord_ : 0;
   if (unused == 0) {
     return;
   }
@@ -74,19 +179,19 @@ void LoadFollower::FindUnusedRecords(FindingLog& log) const {
                           (unused == 1 ? " byte" : " bytes") +
                           " after the last tree record, from byte " + std::to_string(nextRecord_) +
                           " of the stream on",
-                  .claimed = treeMap_->Length(),
+                  .claimed = map_->tree.Length(),
                   .found = nextRecord_};
-  treeMap_->Place(nextRecord_, finding);
-  log.Add(std::move(finding));
+  map_->tree.Place(nextRecord_, finding);
+  log_->Add(std::move(finding));
 }
 
-void LoadFollower::FindUnusedLightData(FindingLog& log) const {
-  if (!lightMap_->IsExact()) {
+void LoadFollower::FindUnusedLightData() const {
+  if (!map_->light.IsExact()) {
     return;
   }
   std::vector<std::pair<std::uint64_t, std::uint64_t>> used = used_;
   std::ranges::sort(used);
-  used.emplace_back(lightMap_->Length(), lightMap_->Length());
+  used.emplace_back(map_->light.Length(), map_->light.Length());
   std::uint64_t end = 0;
   std::uint64_t unused = 0;
   std::uint64_t first = 0;
@@ -101,10 +206,10 @@ void LoadFollower::FindUnusedLightData(FindingLog& log) const {
     Finding finding{.kind = Finding::Kind::UnusedBytes,
                     .text = "there is light data that no record reads, from byte " +
                             std::to_string(first) + " of its stream on",
-                    .claimed = lightMap_->Length(),
-                    .found = lightMap_->Length() - unused};
-    lightMap_->Place(first, finding);
-    log.Add(std::move(finding));
+                    .claimed = map_->light.Length(),
+                    .found = map_->light.Length() - unused};
+    map_->light.Place(first, finding);
+    log_->Add(std::move(finding));
   }
 }
 

@@ -2,15 +2,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
+#include "BlockSurvey.h"
 #include "FindingLog.h"
-#include "Lbt/Lbf/LbFile.h"
 #include "Lbt/Tev/LoadObserver.h"
+#include "Lbt/Tev/Tree.h"
 #include "StreamMap.h"
 
 namespace LbtTev::Check {
@@ -20,52 +24,62 @@ struct PlacedRecord : LbtTev::TreeRecord {
   std::optional<std::uint64_t> position;  ///< none for one that the file does not have
 };
 
-/// Follows the loading of a tree: keeps its records, and knows which light data they read.
+/// Follows the loading of a model and lets it go on after each failure: tells of failures, keeps
+/// the tree records, and knows which light data they read.
 class LoadFollower final : public LbtTev::LoadObserver {
  public:
-  /// All must outlive this. The maps are those of the tree records and of the light data.
-  LoadFollower(LbtLbf::LbFile& file, const StreamMap& treeMap, const StreamMap& lightMap);
+  /// All must outlive this.
+  LoadFollower(LbtTev::Tree& tree, const ModelMap& map, BlockSurvey& survey, FindingLog& log)
+      : tree_(&tree), map_(&map), survey_(&survey), log_(&log) {}
+
+  /// Takes the number of tree records, which the stream begins with, before they are loaded.
+  void SetCount(std::size_t count);
 
   void OnRecord(const LbtTev::TreeRecord& record) override;
   void OnNode() override;
+  [[nodiscard]] bool OnFailure(const LbtTev::LoadFailure& failure) override;
 
-  /// The records, in the order of the file.
+  /// The records, in the order of the file, as far as they could be read.
   [[nodiscard]] const std::vector<PlacedRecord>& Records() const { return records_; }
+  [[nodiscard]] bool AreAllRead() const { return count_ && records_.size() == *count_; }
 
-  /// How many nodes of these have been read.
-  [[nodiscard]] std::size_t NodeCount() const { return nodeCount_; }
+  /// Whether the file may have a node of this id of which more than attributes was not read.
+  [[nodiscard]] bool MayBeUnread(unsigned int id) const;
 
-  /// Where the next record begins.
-  [[nodiscard]] std::uint64_t NextRecord() const { return nextRecord_; }
+  /// Tells of bytes after the last record and of light data that no record has read, once all is
+  /// loaded. Says nothing of a stream of which not all could be read, or where the lengths of
+  /// blocks are in doubt, and with them the places of all data.
+  void FindUnused() const;
 
-  /// Tells of bytes after the last record, to be asked when all were read, and of light data that
-  /// no record has read, when all nodes were. Neither says a word where the lengths of blocks are
-  /// in doubt, and with them the places of all data.
-  void FindUnusedRecords(FindingLog& log) const;
-  void FindUnusedLightData(FindingLog& log) const;
-
-  /// Takes a record that was read without its node.
-  void AddRecord(const LbtTev::TreeRecord& record);
-
-  /// Tells in "finding" where the data of the last record begins, and where it would have to
-  /// begin in the stream if it lies beyond the end.
-  void PlaceLast(Finding& finding) const;
-
-  /// Tells where that of a geometry begins which was read, by its id.
+  /// Tells in "finding" where the data of a geometry begins that was read, by its id.
   void PlaceGeometry(unsigned int id, Finding& finding) const;
 
  private:
-  [[nodiscard]] std::uint64_t PositionIn(std::string_view stream) const;
+  [[nodiscard]] Finding FindingOn(const LbtTev::LoadFailure& failure);
+  [[nodiscard]] std::string SubjectOf(const LbtTev::LoadFailure& failure) const;
+  [[nodiscard]] std::string ReasonText(const LbtTev::LoadFailure& failure,
+                                       const CheckedBlock* failed) const;
+  [[nodiscard]] unsigned long SetsPosition(unsigned int id) const;
+  void Place(const LbtTev::LoadFailure& failure, const CheckedBlock* failed,
+             Finding& finding) const;
+  void PlaceRecord(Finding& finding) const;
+  void PlaceNodeData(Finding& finding) const;
+  void FindUnusedRecords() const;
+  void FindUnusedLightData() const;
 
-  LbtLbf::LbFile* file_;
-  const StreamMap* treeMap_;
-  const StreamMap* lightMap_;
+  LbtTev::Tree* tree_;
+  const ModelMap* map_;
+  BlockSurvey* survey_;
+  FindingLog* log_;
+  std::optional<std::size_t> count_;
   std::vector<PlacedRecord> records_;
-  std::size_t nodeCount_ = 0;
-  std::uint64_t nextRecord_;
+  std::uint64_t nextRecord_ = 0;
   std::uint64_t start_ = 0;                                     // of the light data of the last one
+  std::unordered_set<unsigned int> lost_;                       // ids of nodes
+  std::unordered_set<unsigned int> unread_;                     // ids of nodes
   std::unordered_map<unsigned int, std::uint64_t> geometries_;  // where their data begins
   std::vector<std::pair<std::uint64_t, std::uint64_t>> used_;
+  std::map<std::string, std::uint64_t, std::less<>> causes_;  // findings, by stream
 };
 
 }  // namespace LbtTev::Check

@@ -61,4 +61,13 @@ std::uint64_t StreamMap::BytesAt(std::uint64_t position) const {
   return position < end ? end - position : 0;
 }
 
+const StreamMap& ModelMap::Of(std::string_view stream) const {
+  for (const StreamMap* map : {&global, &tree, &heavy, &attributes, &resources}) {
+    if (map->Stream() == stream) {
+      return *map;
+    }
+  }
+  return light;
+}
+
 }  // namespace LbtTev::Check

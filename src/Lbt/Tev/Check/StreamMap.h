@@ -2,10 +2,12 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "BlockSurvey.h"
 #include "Lbt/Tev/Check/Finding.h"
+#include "Lbt/Tev/Vocabulary.h"
 
 namespace LbtTev::Check {
 
@@ -17,6 +19,7 @@ class StreamMap {
   /// Keeps pointers to the blocks of that stream among "blocks", and its name.
   StreamMap(const std::vector<CheckedBlock>& blocks, const std::string& stream);
 
+  [[nodiscard]] const std::string& Stream() const { return stream_; }
   [[nodiscard]] bool IsEmpty() const { return spans_.empty(); }
 
   /// Whether every block is known to hold what it is recorded with.
@@ -56,6 +59,27 @@ class StreamMap {
   std::vector<Span> spans_;  // up to the first block of unknown length
   std::uint64_t length_ = 0;
   bool areLengthsKnown_ = true;
+};
+
+/// Where the blocks of a model's streams lie.
+struct ModelMap {
+  explicit ModelMap(const std::vector<CheckedBlock>& blocks, const LbtTev::StreamNames& names = {})
+      : global(blocks, names.global),
+        tree(blocks, names.tree),
+        light(blocks, names.light),
+        heavy(blocks, names.heavy),
+        attributes(blocks, names.attributes),
+        resources(blocks, names.resources) {}
+
+  /// The map of a stream; that of the light data for one that is no stream of models.
+  [[nodiscard]] const StreamMap& Of(std::string_view stream) const;
+
+  StreamMap global;
+  StreamMap tree;
+  StreamMap light;
+  StreamMap heavy;
+  StreamMap attributes;
+  StreamMap resources;
 };
 
 }  // namespace LbtTev::Check

@@ -74,10 +74,11 @@ std::optional<Finding> LinkFault(const PlacedVariable& placed, const LbtTev::Tre
 }
 
 template <class Visit>
-void ForEachVariable(const LbtTev::Tree& tree, Visit visit) {
+void ForEachVariable(const LbtTev::Tree& tree, const LoadedNodes& nodes, Visit visit) {
   for (const auto& [id, entry] : tree.GetNodes()) {
     const auto* geometry = dynamic_cast<const Geometry*>(entry.data);
-    const std::size_t count = geometry == nullptr ? 0 : geometry->variables.size();
+    const bool isWhole = geometry != nullptr && !nodes.mayBeUnread(id);
+    const std::size_t count = isWhole ? geometry->variables.size() : 0;
     for (std::size_t index = 0; index < count; ++index) {
       visit(PlacedVariable{id, geometry, index});
     }
@@ -89,9 +90,9 @@ void ForEachVariable(const LbtTev::Tree& tree, Visit visit) {
 void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map, BlockSurvey& survey,
                     const LoadedNodes& nodes, FindingLog& log) {
   DataCheck data(tree, map, survey);
-  ForEachVariable(tree, [&](const PlacedVariable& variable) { data.Add(variable); });
+  ForEachVariable(tree, nodes, [&](const PlacedVariable& variable) { data.Add(variable); });
   data.Run();
-  ForEachVariable(tree, [&](const PlacedVariable& variable) {
+  ForEachVariable(tree, nodes, [&](const PlacedVariable& variable) {
     auto fault = variable.Get().isLinked ? LinkFault(variable, tree, nodes.mayBeUnread)
                                          : ByteCountFault(variable);
     if (fault) {
