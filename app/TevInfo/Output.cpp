@@ -22,6 +22,11 @@ std::optional<std::string> ReportPath(const CommandLine& commandLine) {
   return std::nullopt;
 }
 
+bool IsOwnLog(const std::string& path) {
+  const auto identity = Lbt::Util::IdentityOf(path);
+  return identity && Lbt::Log::IsLogFile(*identity);
+}
+
 [[noreturn]] void RaiseNotWritten() {
   Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::WriteError, "Unable to write the report",
                   "include/Lbt/Tev/TevInfo/TevInfo");
@@ -38,7 +43,14 @@ Output::Output(const LbtLbf::LbFile& model)
 
 void Output::OpenReport(const CommandLine& commandLine, const LbtLbf::LbFile& model) {
   const std::optional<std::string> path = ReportPath(commandLine);
-  if (!path) {
+  if (!path || IsOwnLog(*path)) {
+    return;
+  }
+  if (commandLine.format == TevInfo::EkmMetaData) {
+    whole_ = WholeFile::ForReplacing(*path, model.GetIdentity());
+  }
+  if (whole_) {
+    file_.emplace(whole_->Descriptor(), DescriptorStream::Ownership::Borrowed);
     return;
   }
   const auto descriptor = Lbt::Util::OpenForReplacing(*path, model.GetIdentity());
@@ -55,7 +67,7 @@ std::ostream& Output::Report() {
 }
 
 void Output::Finish() {
-  const bool isFileWritten = !file_ || file_->Finish();
+  const bool isFileWritten = (!file_ || file_->Finish()) && (!whole_ || whole_->PutInPlace());
   if (!standard_.Finish() || !isFileWritten) {
     RaiseNotWritten();
   }

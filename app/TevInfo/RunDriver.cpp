@@ -66,7 +66,9 @@ class ClosingAtEnd {
   LbtLbf::LbFile& file_;
 };
 
-void Report(const CommandLine& commandLine) {
+/// Returns the exit status: 2 after a whole report, too, where the machine kept from it what the
+/// model may well hold.
+int Report(const CommandLine& commandLine) {
   const std::string& model = commandLine.positional.front();
   TevInfo info;
   info.setFormat(commandLine.format);
@@ -79,6 +81,7 @@ void Report(const CommandLine& commandLine) {
   LbtTev::OpenModel(tree, model, &heapWatch);
   ModelFacts facts = GatherFacts(tree, info.format);
   facts.fileSize = std::move(fileSize);
+  const int status = facts.isMachineAtFault ? 2 : 0;
   LbtTev::Report::AddEntries(info, std::move(facts));
 
   Output output(tree.GetFile());
@@ -87,6 +90,7 @@ void Report(const CommandLine& commandLine) {
   output.OpenReport(commandLine, tree.GetFile());
   WriteReport(info, output.Report());
   output.Finish();
+  return status;
 }
 
 }  // namespace
@@ -100,10 +104,9 @@ int RunTevInfo(int argc, char** argv) {
                 << " [options] <tev_file_path> [output_file_path]" << std::endl;
       return 1;
     }
-    Report(commandLine);
+    return Report(commandLine);
   } catch (const std::exception& exception) {
     std::cerr << "Exception: " << exception.what() << std::endl;
     return 2;
   }
-  return 0;
 }

@@ -1,7 +1,10 @@
 // Where a report of TevInfo goes, and what it must not overwrite.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <iostream>
 #include <string>
@@ -18,6 +21,8 @@ namespace {
 using tevtest::RunOptions;
 using tevtest::RunResult;
 using tevtest::TempDir;
+
+void IgnoreSizeSignal() { std::signal(SIGXFSZ, SIG_IGN); }
 
 constexpr const char* kModelBytes = "model bytes";
 
@@ -91,6 +96,83 @@ TEST_F(OutputOfARun, PathThatCannotBeOpened_FallsBackToStandardOutputSilently) {
     EXPECT_EQ(result.output, "memory;report") << path;
     EXPECT_EQ(result.error, "") << path;
   }
+}
+
+/// Two reports at the same time under the EKM name, put in place one after the other.
+TEST_F(OutputOfARun, EkmDocumentsAtTheSameTime_LeaveOneOfThemWhole) {
+  const std::string longer(100000, 'l');
+  for (const bool isLongerLast : {false, true}) {
+    const RunResult result = tevtest::RunForked(
+        [&] {
+          LbtLbf::LbFile model;
+          model.OpenFile("model", "rb");
+          const CommandLine commandLine{TevInfo::EkmMetaData, {"model"}};
+          Output first(model);
+          Output second(model);
+          first.OpenReport(commandLine, model);
+          second.OpenReport(commandLine, model);
+          first.Report() << (isLongerLast ? "short" : longer);
+          second.Report() << (isLongerLast ? longer : "short");
+          first.Finish();
+          second.Finish();
+          return 0;
+        },
+        {.workingDirectory = directory_.Path().string()});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(Read("ekm-meta-data.xml") == (isLongerLast ? longer : "short"));
+    EXPECT_EQ(directory_.EntryCount(), 2U);
+  }
+}
+
+TEST_F(OutputOfARun, EkmDocumentThatCannotBeWritten_LeavesTheFormerOne) {
+  directory_.Write("ekm-meta-data.xml", "former");
+  const RunResult result = Write(TevInfo::EkmMetaData, {"model"},
+                                 {.hooks = {tevtest::Limit(RLIMIT_FSIZE, 3), IgnoreSizeSignal}});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(Read("ekm-meta-data.xml"), "former");
+  EXPECT_EQ(directory_.EntryCount(), 2U);
+}
+
+TEST_F(OutputOfARun, EkmDocument_KeepsThePermissionsOfTheFormerOne) {
+  const std::filesystem::path path = directory_.Write("ekm-meta-data.xml", "former");
+  using std::filesystem::perms;
+  std::filesystem::permissions(path, perms::owner_read | perms::owner_write | perms::group_write);
+  EXPECT_EQ(Write(TevInfo::EkmMetaData, {"model"}).status, 0);
+  EXPECT_EQ(Read("ekm-meta-data.xml"), "report");
+  EXPECT_EQ(std::filesystem::status(path).permissions(),
+            perms::owner_read | perms::owner_write | perms::group_write);
+}
+
+TEST_F(OutputOfARun, EkmDocumentOfSeveralNames_IsWrittenUnderAll) {
+  const std::string other = directory_.Write("other", "a much longer former report");
+  std::filesystem::create_hard_link(other, directory_ / "ekm-meta-data.xml");
+  EXPECT_EQ(Write(TevInfo::EkmMetaData, {"model"}).status, 0);
+  EXPECT_EQ(Read("ekm-meta-data.xml"), "report");
+  EXPECT_EQ(Read("other"), "report");
+  std::filesystem::remove(directory_ / "ekm-meta-data.xml");
+  std::filesystem::create_symlink("other", directory_ / "ekm-meta-data.xml");
+  directory_.Write("other", "a much longer former report");
+  EXPECT_EQ(Write(TevInfo::EkmMetaData, {"model"}).status, 0);
+  EXPECT_EQ(Read("other"), "report");
+  EXPECT_TRUE(std::filesystem::is_symlink(directory_ / "ekm-meta-data.xml"));
+}
+
+TEST_F(OutputOfARun, EkmDocumentThatCannotTakeItsName_IsCopied) {
+  const RunResult result = tevtest::RunForked(
+      [&] {
+        LbtLbf::LbFile model;
+        model.OpenFile("model", "rb");
+        Output output(model);
+        output.OpenReport({TevInfo::EkmMetaData, {"model"}}, model);
+        output.Report() << "report";
+        // What would be its name for a moment is taken.
+        std::filesystem::create_directory("ekm-meta-data.xml." + std::to_string(getpid()) + ".new");
+        output.Finish();
+        return 0;
+      },
+      {.workingDirectory = directory_.Path().string()});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(Read("ekm-meta-data.xml"), "report");
 }
 
 TEST_F(OutputOfARun, EkmFileThatCannotBeOpened_FallsBackToStandardOutput) {

@@ -149,6 +149,28 @@ TEST_F(OutputFile, DataExtractionIntoTheModel_IsNotWrittenToEither) {
   ExpectModelUntouched();
 }
 
+TEST_F(OutputFile, OwnLog_CountsAsAFileThatCannotBeOpened) {
+  const Outcome usual = Run({model});
+  fs::create_symlink(LogPath(), dir / "soft.xml");
+  for (const std::string& path :
+       {LogPath(), std::string("log/../log/TevInfo_trace.log"), std::string("soft.xml")}) {
+    const Outcome outcome = Run({model, path});
+    ExpectReport(outcome, document);
+    EXPECT_EQ(outcome.log, usual.log) << path;
+  }
+  fs::create_symlink(LogPath(), dir / "ekm-meta-data.xml");
+  const Outcome ekm = Run({"--ekm-meta-data", model});
+  EXPECT_EQ(ekm.status, 0);
+  EXPECT_TRUE(ekm.output.ends_with("</ekmMetaData:meta-data>\n"));
+  EXPECT_EQ(ekm.log, usual.log);
+}
+
+TEST_F(OutputFile, FormerLog_IsNotTheRunsOwn) {
+  dir.Write("TevInfo_trace.log", "of another run");
+  ExpectReport(Run({model, "TevInfo_trace.log"}), "");
+  EXPECT_EQ(dir.Read("TevInfo_trace.log"), document);
+}
+
 TEST_F(OutputFile, LinkToAnotherFile_IsFollowed) {
   dir.Write("other.xml", "former");
   fs::create_symlink("other.xml", dir / "soft.xml");

@@ -67,6 +67,10 @@ class LbFile {
 
   [[nodiscard]] bool IsOpen() const { return stream_ != nullptr; }
 
+  /// Whether the system has refused a read of the open file: what failed then tells nothing of
+  /// what the file holds.
+  [[nodiscard]] bool HasRefusedRead() const;
+
   /// Whether the open file is a regular one and starts with the signature. Throws
   /// "Read Error" where reading fails before the file's end.
   [[nodiscard]] bool HasSignature();

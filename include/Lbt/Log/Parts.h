@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 
+#include "Lbt/Util/FileAccess.h"
 #include "Lbt/Util/LogRecord.h"
 #include "Lbt/Util/OutputStream.h"
 
@@ -59,6 +61,9 @@ class Publisher {
 
   virtual Publisher& operator<<(const char* text) = 0;
   virtual void flush() = 0;
+
+  /// The file that it writes to; none where it writes to none of its own.
+  [[nodiscard]] virtual std::optional<Util::FileIdentity> Identity() const { return std::nullopt; }
 };
 
 /// Keeps nothing.
@@ -85,8 +90,10 @@ namespace Detail {
 /// The file of a FilePublisher: a base class, so that it is there before the
 /// publisher that refers to it.
 struct LogFile {
-  explicit LogFile(const std::string& path);
+  explicit LogFile(const std::string& path) : LogFile(Util::OpenLog(path).value_or(-1)) {}
+  explicit LogFile(int descriptor);
 
+  std::optional<Util::FileIdentity> identity;
   Util::DescriptorStream file;
 };
 
@@ -98,6 +105,8 @@ struct LogFile {
 class FilePublisher final : private Detail::LogFile, public StreamPublisher {
  public:
   explicit FilePublisher(const std::string& path) : LogFile(path), StreamPublisher(file) {}
+
+  [[nodiscard]] std::optional<Util::FileIdentity> Identity() const override { return identity; }
 };
 
 }  // namespace Lbt::Log

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Lbt/Util/Exception.h"
+#include "Lbt/Util/FileAccess.h"
 
 namespace Lbt::Log {
 
@@ -27,6 +28,9 @@ void Trace(const char* message, const char* file, unsigned long line = __builtin
 void LogTraceToFile(const char* path);
 void LogTraceToNull();
 void LogTraceToConsole();
+
+/// Whether the trace goes to this file.
+[[nodiscard]] bool IsLogFile(const Util::FileIdentity& file);
 
 }  // namespace Lbt::Log
 

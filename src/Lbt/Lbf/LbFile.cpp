@@ -218,6 +218,8 @@ void LbFile::SetBlockPosition(std::string_view name, unsigned long offset) {
   index_.SetBlockPosition(name, offset, stream_.get());
 }
 
+bool LbFile::HasRefusedRead() const { return IsOpen() && std::ferror(stream_.get()) != 0; }
+
 std::optional<Lbt::Util::FileIdentity> LbFile::GetIdentity() const {
   return IsOpen() ? Lbt::Util::IdentityOf(fileno(stream_.get())) : std::nullopt;
 }

@@ -4,8 +4,6 @@
 
 #include <string_view>
 
-#include "Lbt/Util/FileAccess.h"
-
 namespace Lbt::Log {
 
 std::string DefaultFormatter::operator()(const Util::LogRecord& record) {
@@ -29,8 +27,9 @@ void StreamPublisher::flush() { stream_->flush(); }
 
 namespace Detail {
 
-LogFile::LogFile(const std::string& path)
-    : file(Util::OpenLog(path).value_or(-1), Util::DescriptorStream::Ownership::Owned) {}
+LogFile::LogFile(int descriptor)
+    : identity(Util::IdentityOf(descriptor)),
+      file(descriptor, Util::DescriptorStream::Ownership::Owned) {}
 
 }  // namespace Detail
 

@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -66,6 +67,12 @@ void LogTraceToNull() {
 
 void LogTraceToConsole() {
   AddTraceLogger("log to console", [] { return std::make_unique<StreamPublisher>(std::cerr); });
+}
+
+bool IsLogFile(const Util::FileIdentity& file) {
+  return std::ranges::any_of(TheManager().Publishers().list, [&file](const auto& publisher) {
+    return publisher->Identity() == file;
+  });
 }
 
 }  // namespace Lbt::Log

@@ -70,6 +70,8 @@ struct ModelFacts {
   /// What ended the gathering before its end, in the order in which it happened: each a
   /// std::exception. The facts that were gathered until then stand.
   std::vector<std::exception_ptr> failures;
+  /// Whether memory ran out or the system refused a read: the model may well be sound.
+  bool isMachineAtFault = false;
 };
 
 /// Whether facts are gathered with the numbers of all variables, which a dump needs.

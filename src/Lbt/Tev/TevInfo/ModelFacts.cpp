@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "DatasetGatherer.h"
+#include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Util/FileSize.h"
 #include "PartWalk.h"
 #include "SummaryCollector.h"
@@ -53,11 +54,13 @@ class FactsSink final : public PartSink {
 
 /// Runs one step of the gathering. The report goes on with what there is.
 template <class Step>
-void KeepFailure(ModelFacts& facts, Step step) {
+void KeepFailure(const Tree& tree, ModelFacts& facts, Step step) {
   try {
     step();
-  } catch (const std::exception&) {
+  } catch (const std::exception& exception) {
     facts.failures.push_back(std::current_exception());
+    facts.isMachineAtFault = facts.isMachineAtFault || LbtLbf::IsLackOfMemory(exception) ||
+                             tree.GetFile().HasRefusedRead();
   }
 }
 
@@ -97,13 +100,13 @@ void TakeRootAttributes(const AttributeMap& attributes, ModelFacts& facts) {
 ModelFacts GatherModelFacts(const Tree& tree, Numbers numbers) {
   ModelFacts facts;
   facts.failures.reserve(2);  // so that the lack of memory can be kept, too
-  KeepFailure(facts, [&] { GatherRootAttributes(tree, facts.rootAttributes); });
+  KeepFailure(tree, facts, [&] { GatherRootAttributes(tree, facts.rootAttributes); });
   std::optional<DatasetGatherer> datasets;
   if (numbers == Numbers::Wanted) {
     datasets.emplace(facts.datasets);
   }
   FactsSink sink(datasets ? &*datasets : nullptr);
-  KeepFailure(facts, [&] { WalkParts(tree, sink); });
+  KeepFailure(tree, facts, [&] { WalkParts(tree, sink); });
 
   TakeRootAttributes(facts.rootAttributes, facts);
   facts.summary = sink.TakeFacts();
