@@ -2,7 +2,7 @@
 # Sourced, never run.
 
 build_packages=(g++ cmake ninja-build zlib1g-dev libboost-dev libcli11-dev nlohmann-json3-dev)
-test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema)
+test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema python3-numpy)
 asan_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
 coverage_packages=("${test_packages[@]}" gcovr)
 format_packages=(clang-format)
@@ -46,6 +46,7 @@ has_parts_of() {
     libcli11-dev) has_header CLI/CLI.hpp ;;
     nlohmann-json3-dev) has_header nlohmann/json.hpp ;;
     python3-jsonschema) python3 -c 'import jsonschema' 2>/dev/null ;;
+    python3-numpy) python3 -c 'import numpy' 2>/dev/null ;;
     libclang-rt-14-dev) has_clang_runtime ;;
     hdf5-tools) command -v h5dump >/dev/null ;;
     netcdf-bin) command -v ncdump >/dev/null ;;

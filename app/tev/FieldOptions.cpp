@@ -52,6 +52,14 @@ std::string NameOfField(const Model& model, const FieldOfPart& field) {
   return name;
 }
 
+Failure FailureOf(const std::exception_ptr& failure) {
+  try {
+    std::rethrow_exception(failure);
+  } catch (...) {
+    return FailureOfCurrentException();
+  }
+}
+
 std::string ExactText(double number) { return ShortestText(number); }
 
 std::string ExactText(float number) { return ShortestText(number); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <string>
 
@@ -23,6 +24,9 @@ auto Selecting(const std::string& path, const Select& select) {
   try {
     return select();
   } catch (const Lbt::Util::Exception& exception) {
+    if (exception.GetType() != Lbt::Util::Exception::ErrorType::ElementNotFound) {
+      throw;
+    }
     throw UsageError(path + ": " + exception.GetLogMessage());
   }
 }
@@ -30,6 +34,9 @@ auto Selecting(const std::string& path, const Select& select) {
 /// "part "Arm", result "Stress", step "Time = 1"": how messages name a field.
 [[nodiscard]] std::string NameOfField(const LbtTev::Analysis::Model& model,
                                       const LbtTev::Analysis::FieldOfPart& field);
+
+/// The failure that is kept, by its code and with its text.
+[[nodiscard]] Failure FailureOf(const std::exception_ptr& failure);
 
 /// The number of a double, or of a float, in the shortest text that reads back as it; "nan", "inf"
 /// and "-inf" else.

@@ -38,15 +38,6 @@ std::string StepText(const Model& model, const Field& field) {
   return field.step ? model.Steps()[*field.step].text : "";
 }
 
-/// The failure that is kept, by its code and with its text.
-Failure FailureOf(const std::exception_ptr& failure) {
-  try {
-    std::rethrow_exception(failure);
-  } catch (...) {
-    return FailureOfCurrentException();
-  }
-}
-
 /// A figure's name in tables: the magnitude, or the number of a component from 1 on.
 template <class Take>
 void ForFigures(const Statistics& statistics, const Take& take) {

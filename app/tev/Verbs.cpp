@@ -23,8 +23,8 @@ void AddProgressFlag(CLI::App& app, const std::shared_ptr<FileRun>& run, const c
 }  // namespace
 
 const std::vector<Verb>& Verbs() {
-  static const std::vector<Verb> verbs{InfoVerb(),   TreeVerb(),  ResultsVerb(),
-                                       BlocksVerb(), CheckVerb(), CdfVerb()};
+  static const std::vector<Verb> verbs{InfoVerb(), TreeVerb(),   ResultsVerb(), ValuesVerb(),
+                                       DiffVerb(), BlocksVerb(), CheckVerb(),   CdfVerb()};
   return verbs;
 }
 

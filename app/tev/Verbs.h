@@ -56,4 +56,6 @@ void AddAnswerOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
 [[nodiscard]] Verb CheckVerb();
 [[nodiscard]] Verb InfoVerb();
 [[nodiscard]] Verb ResultsVerb();
+[[nodiscard]] Verb ValuesVerb();
+[[nodiscard]] Verb DiffVerb();
 [[nodiscard]] Verb TreeVerb();

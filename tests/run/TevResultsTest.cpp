@@ -1,5 +1,5 @@
 // tev results: overview, statistics, and their forms.
-#include "run/TevRun.h"
+#include "run/AnalysisRun.h"
 #include "support/SmallModel.h"
 
 namespace tevtest {
@@ -7,16 +7,6 @@ namespace {
 
 class TevResults : public TevRun {
  protected:
-  [[nodiscard]] std::string CheckTruth(const std::string& answer, const std::string& how,
-                                       const std::string& model) const {
-    RunOptions options;
-    options.input = Redirect::To(dir.Write("answer", answer));
-    const std::string script = std::string(TEVINFO_SOURCE_DIR) + "/tests/run/check_analysis.py";
-    const RunResult run =
-        RunProgram({"python3", script, how, Example(model + ".truth.json.gz")}, options);
-    return run.status == 0 ? "" : run.output + run.error;
-  }
-
   /// The small model with the displacement of its first mesh in a damaged block.
   void WriteDamaged() const {
     ModelWriter model = SmallModel();
@@ -38,7 +28,7 @@ TEST_F(TevResults, StatisticsOfTheRealModels_AreThoseOfTheirTruth) {
   for (const char* model : {"bracket", "heatsink"}) {
     const std::string answer =
         Answer({"results", "--stats", "--json", Example(std::string(model) + ".tev")});
-    EXPECT_EQ(CheckTruth(answer, "stats", model), "") << model;
+    EXPECT_EQ(CheckTruth(dir, answer, {"stats", TruthOf(model)}), "") << model;
     EXPECT_EQ(Check(answer, "schema", Schema("results")), "") << model;
   }
 }

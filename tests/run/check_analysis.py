@@ -2,16 +2,23 @@
 """Compares what `tev` tells of a model's numbers, read from standard input, with the truth.
 
   check_analysis.py stats TRUTH.json.gz    (tev results --stats --json, of one model)
+  check_analysis.py csv TRUTH.json.gz PART RESULT STEP    (tev values)
+  check_analysis.py npy TRUTH.json.gz PART RESULT STEP    (the same, --format npy)
+  check_analysis.py mesh TRUTH.json.gz PART OFFSETS.npy INDICES.npy
 
-TRUTH lists what the model was made from. Statistics are worked out here in double precision, with
+PART is an id; STEP may be empty. Values must be the same bit for bit. TRUTH lists what the model was made from. Statistics are worked out here in double precision, with
 exact sums. Exit status: 0 right, 1 wrong (the first difference is shown).
 """
 
+import csv
 import gzip
+import io
 import json
 import math
 import struct
 import sys
+
+import numpy
 
 SEPARATOR = "\x1e"
 MESH = ("Node Ids", "Coordinates", "Connectivity", "Polylength", "Element Ids", "Element Indices",
@@ -117,9 +124,60 @@ def check_stats(answer, truth):
     require(count > 15, "the truth has few fields")
 
 
+def numbers_of(truth, part, result, step):
+    """Width, values, and ids of one variable."""
+    geometry = dict(truth.parts())[int(part)]
+    name = result + (SEPARATOR + step if step else "")
+    variable = next(each for each in geometry["variables"] if each["name"] == name)
+    width, values = truth.values(variable)
+    is_node = len(values) // width == len(truth.mesh(geometry, "Coordinates")) // 3
+    return width, values, truth.mesh(geometry, "Node Ids" if is_node else "Element Ids")
+
+
+def bits(value):
+    return struct.pack("<f", float(value))
+
+
+def check_csv(text, truth, part, result, step):
+    width, values, ids = numbers_of(truth, part, result, step)
+    rows = list(csv.reader(text.splitlines()))
+    require(rows[0] == ["part", "result", "step", "index", "id",
+                        *(f"v{i + 1}" for i in range(width))], rows[0])
+    require(len(rows) == len(values) // width + 1, "rows", len(rows))
+    for i, row in enumerate(rows[1:]):
+        require(row[:5] == [part, result, step, str(i), str(int(ids[i]))], row)
+        require([bits(cell) for cell in row[5:]]
+                == [bits(value) for value in values[i * width:(i + 1) * width]], row)
+
+
+def check_npy(data, truth, part, result, step):
+    width, values, _ = numbers_of(truth, part, result, step)
+    array = numpy.load(io.BytesIO(data))
+    is_ids = result in ("Node Ids", "Element Ids")
+    require(array.dtype == numpy.dtype("<i8" if is_ids else "<f4"), array.dtype)
+    require(array.shape == ((len(values),) if width == 1 else (len(values) // width, width)),
+            array.shape)
+    require(data[6:8] == bytes([1, 0]) and array.flags["C_CONTIGUOUS"], "format")
+    expected = numpy.array(values, "<i8" if is_ids else "<f4").reshape(array.shape)
+    require(array.tobytes() == expected.tobytes(), "the values differ")
+
+
+def check_mesh(truth, part, offsets, indices):
+    geometry = dict(truth.parts())[int(part)]
+    lengths = numpy.diff(numpy.load(offsets))
+    require(numpy.load(offsets).dtype == numpy.dtype("<u4"), "the type of the offsets")
+    require(numpy.load(offsets)[0] == 0, "the first offset")
+    require(list(lengths) == truth.mesh(geometry, "Polylength"), "the lengths")
+    require(list(numpy.load(indices)) == truth.mesh(geometry, "Connectivity"), "the indices")
+
+
 def main():
     how, truth = sys.argv[1], Truth(sys.argv[2])
-    {"stats": lambda: check_stats(json.load(sys.stdin), truth)}[how]()
+    rest = sys.argv[3:]
+    {"stats": lambda: check_stats(json.load(sys.stdin), truth),
+     "csv": lambda: check_csv(sys.stdin.read(), truth, *rest),
+     "npy": lambda: check_npy(sys.stdin.buffer.read(), truth, *rest),
+     "mesh": lambda: check_mesh(truth, *rest)}[how]()
 
 
 if __name__ == "__main__":

@@ -46,4 +46,8 @@ struct LoadedNumbers {
 void LoadInFileOrder(const Tree& tree, std::span<const WantedNumbers> wanted,
                      const std::function<void(LoadedNumbers)>& take);
 
+/// Runs "load", which loads from "tree", and returns why it failed; null where it did not. Throws
+/// on a lack of memory.
+[[nodiscard]] std::exception_ptr FailureOfLoad(const Tree& tree, const std::function<void()>& load);
+
 }  // namespace LbtTev::Analysis

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <compare>
 #include <cstddef>
 #include <map>
@@ -71,6 +72,13 @@ struct MeshVariables {
   [[nodiscard]] std::size_t ElementCount() const;
 };
 
+/// One variable of a mesh.
+using MeshRole = const Geometry::VarStruct* MeshVariables::*;
+
+inline constexpr std::array<MeshRole, 5> kMeshRoles{
+    &MeshVariables::coordinates, &MeshVariables::faces, &MeshVariables::lengths,
+    &MeshVariables::nodeIds, &MeshVariables::elementIds};
+
 /// A shape with its geometry.
 struct Part {
   unsigned int id = 0;  ///< of the shape
@@ -122,6 +130,14 @@ class Model {
   /// The mesh of a part at a step: each variable is that of the step, else the one without a
   /// step. "step" none is the mesh without a step.
   [[nodiscard]] MeshVariables MeshAt(const Part& part, std::optional<std::size_t> step) const;
+
+  /// The steps at which a part has any of these variables of its own; none is the mesh without
+  /// a step.
+  [[nodiscard]] std::vector<std::optional<std::size_t>> StepsWith(
+      const Part& part, std::span<const MeshRole> roles) const;
+
+  /// The step of that text.
+  [[nodiscard]] std::optional<std::size_t> FindStep(std::string_view text) const;
 
   /// The names of the groups above a part from the root down; of very many the lowest.
   [[nodiscard]] std::vector<std::string> PathOf(const Part& part) const;

@@ -36,20 +36,6 @@ std::exception_ptr CurrentFailure(const Tree& tree) {
   }
 }
 
-/// Runs a load; its failure is kept, unless it is one of the machine.
-template <class Load>
-std::exception_ptr FailureOf(const Tree& tree, const Load& load) {
-  try {
-    load();
-  } catch (const std::exception& exception) {
-    if (LbtLbf::IsLackOfMemory(exception)) {
-      throw;
-    }
-    return CurrentFailure(tree);
-  }
-  return nullptr;
-}
-
 /// All loads of a list, and what waits for what: numbers for their arrays and for the nodes that
 /// take part, and these for the arrays of the faces.
 class Loads {
@@ -65,7 +51,8 @@ class Loads {
 
   void Run() {
     for (auto& [key, array] : arrays_) {
-      array.failure = FailureOf(*tree_, [&, isOfWholes = key.second] { Load(array, isOfWholes); });
+      array.failure =
+          FailureOfLoad(*tree_, [&, isOfWholes = key.second] { Load(array, isOfWholes); });
       const std::vector<Mask*> masks = std::move(array.masks);
       for (Mask* mask : masks) {
         if (--mask->missing == 0) {
@@ -186,7 +173,7 @@ class Loads {
       mask.failure = lengths->failure;
     }
     if (mask.failure == nullptr) {
-      mask.failure = FailureOf(*tree_, [&] {
+      mask.failure = FailureOfLoad(*tree_, [&] {
         mask.used = std::make_shared<const UsedNodes>(
             mask.faces->wholes, lengths == nullptr ? none : lengths->wholes, mask.points);
       });
@@ -242,6 +229,18 @@ class Loads {
 };
 
 }  // namespace
+
+std::exception_ptr FailureOfLoad(const Tree& tree, const std::function<void()>& load) {
+  try {
+    load();
+  } catch (const std::exception& exception) {
+    if (LbtLbf::IsLackOfMemory(exception)) {
+      throw;
+    }
+    return CurrentFailure(tree);
+  }
+  return nullptr;
+}
 
 WantedNumbers WantedFor(const Model& model, const FieldOfPart& field) {
   const MeshVariables mesh = model.MeshAt(model.Parts()[field.part], field.field->step);

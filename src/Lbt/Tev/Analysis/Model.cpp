@@ -37,7 +37,7 @@ bool IsReportedResult(const Variable& variable) {
 }
 
 /// Which variable of a mesh this is, by its type, or by its name for ids; null for none.
-const Variable* MeshVariables::*RoleOf(const Variable& variable) {
+MeshRole RoleOf(const Variable& variable) {
   if (variable.variableType == Geometry::VariableType::Coordinates) {
     return &MeshVariables::coordinates;
   }
@@ -265,6 +265,24 @@ MeshVariables Model::MeshAt(const Content& content, std::optional<std::size_t> s
     }
   }
   return mesh;
+}
+
+std::vector<std::optional<std::size_t>> Model::StepsWith(const Part& part,
+                                                         std::span<const MeshRole> roles) const {
+  std::vector<std::optional<std::size_t>> steps;
+  for (const auto& [step, mesh] : contents_[part.content].meshes) {
+    const auto has = [&mesh = mesh](MeshRole role) { return mesh.*role != nullptr; };
+    if (std::ranges::any_of(roles, has)) {
+      steps.push_back(step);
+    }
+  }
+  return steps;
+}
+
+std::optional<std::size_t> Model::FindStep(std::string_view text) const {
+  const auto found = std::ranges::find(steps_, text, &Step::text);
+  return found == steps_.end() ? std::nullopt
+                               : std::optional(static_cast<std::size_t>(found - steps_.begin()));
 }
 
 }  // namespace LbtTev::Analysis

@@ -64,9 +64,7 @@ template <class Meshes>
 MeshVariables ShownMesh(const Meshes& meshes) {
   MeshVariables shown;
   for (const auto& [step, mesh] : meshes) {
-    for (const auto role :
-         {&MeshVariables::coordinates, &MeshVariables::faces, &MeshVariables::lengths,
-          &MeshVariables::nodeIds, &MeshVariables::elementIds}) {
+    for (const MeshRole role : kMeshRoles) {
       shown.*role = shown.*role == nullptr ? mesh.*role : shown.*role;
     }
   }

@@ -1,0 +1,272 @@
+// tev diff: whether two models agree, and where they do not.
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "Lbt/Tev/Analysis/ModelDifference.h"
+#include "Lbt/Util/ToString.h"
+#include "tev/FieldOptions.h"
+#include "tev/Json.h"
+#include "tev/OpenedModel.h"
+#include "tev/Verbs.h"
+#include "tev/VisibleText.h"
+
+namespace {
+
+using namespace LbtTev::Analysis;
+using Kind = ModelDifference::Kind;
+using Side = ModelDifference::Side;
+
+struct Options {
+  std::string a;
+  std::string b;
+  std::shared_ptr<Selection> selection = std::make_shared<Selection>();
+  std::string relative = "0";
+  std::string absolute = "0";
+  bool quiet = false;
+  std::shared_ptr<FileRun> run;
+};
+
+/// As diff(1) has them.
+enum class Verdict : std::uint8_t { Same = 0, Different = 1, Failed = 2 };
+
+/// A number that is not negative. Throws a UsageError.
+double NumberOf(std::string_view text, const char* option) {
+  double number = 0;
+  const char* end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  if (read.ec != std::errc() || read.ptr != end || !(number >= 0)) {
+    throw UsageError(std::string(option) + ": " + QuotedText(text) + " is no number from 0 on");
+  }
+  return number;
+}
+
+Tolerance ToleranceOf(const Options& options) {
+  constexpr std::string_view kOfMax = "*max";
+  std::string_view absolute = options.absolute;
+  Tolerance tolerance{.relative = NumberOf(options.relative, "--rtol")};
+  if (absolute.ends_with(kOfMax)) {
+    tolerance.isAbsoluteOfMax = true;
+    absolute.remove_suffix(kOfMax.size());
+  }
+  tolerance.absolute = NumberOf(absolute, "--atol");
+  return tolerance;
+}
+
+// --- JSON ---------------------------------------------------------------------------------------
+
+template <class T>
+Json OrNull(const std::optional<T>& value) {
+  return value ? Json(*value) : Json(nullptr);
+}
+
+const char* TextOf(Side side) {
+  return side == Side::OnlyInA ? "A" : side == Side::OnlyInB ? "B" : "both";
+}
+
+Json JsonOf(const NumbersDifference& numbers, const std::optional<std::int32_t>& id) {
+  const bool differs = numbers.beyond != 0;
+  const auto orNull = [differs](const auto& value) {
+    return differs ? Json(value) : Json(nullptr);
+  };
+  return {{"compared", numbers.compared},
+          {"beyond", numbers.beyond},
+          {"onlyInA", numbers.onlyInA},
+          {"onlyInB", numbers.onlyInB},
+          {"largest", orNull(numbers.largest)},
+          {"component", orNull(numbers.component + 1)},
+          {"index", orNull(numbers.index)},
+          {"id", OrNull(id)},
+          {"a", orNull(numbers.a)},
+          {"b", orNull(numbers.b)},
+          {"rms", numbers.rms}};
+}
+
+Json JsonOf(const ModelDifference& difference) {
+  return {
+      {"kind", TextOf(difference.kind)},
+      {"in", TextOf(difference.side)},
+      {"part", OrNull(difference.part)},
+      {"result", OrNull(difference.result)},
+      {"step", OrNull(difference.step)},
+      {"a", OrNull(difference.a)},
+      {"b", OrNull(difference.b)},
+      {"numbers", difference.numbers ? JsonOf(*difference.numbers, difference.id) : Json(nullptr)},
+      {"faces", OrNull(difference.differentFaces)}};
+}
+
+// --- Text ---------------------------------------------------------------------------------------
+
+std::string NameOf(const ModelDifference& difference) {
+  std::string name(TextOf(difference.kind));
+  for (const auto& text : {difference.part, difference.result, difference.step}) {
+    name += text ? ' ' + QuotedText(*text) : "";
+  }
+  return name;
+}
+
+std::string TextOf(const NumbersDifference& numbers, const std::optional<std::int32_t>& id) {
+  using Lbt::Util::ToString;
+  std::string text;
+  if (numbers.beyond != 0) {
+    text = std::to_string(numbers.beyond) + " of " + std::to_string(numbers.compared) +
+           " numbers differ, by " + ToString(numbers.largest) +
+           " at most: " + ExactText(static_cast<float>(numbers.a)) + " and " +
+           ExactText(static_cast<float>(numbers.b)) + ", component " +
+           std::to_string(numbers.component + 1) + " at " +
+           (id ? std::to_string(*id) : '[' + std::to_string(numbers.index) + ']') +
+           ", root mean square " + ToString(numbers.rms);
+  }
+  for (const auto& [count, side] :
+       {std::pair(numbers.onlyInA, " only in A"), {numbers.onlyInB, " only in B"}}) {
+    if (count != 0) {
+      text += (text.empty() ? "" : "; ") + std::to_string(count) + side;
+    }
+  }
+  return text;
+}
+
+std::string TextOf(const ModelDifference& difference) {
+  const std::string name = NameOf(difference);
+  if (difference.side != Side::Both) {
+    return name + ": only in " + TextOf(difference.side);
+  }
+  if (difference.numbers) {
+    return name + ": " + TextOf(*difference.numbers, difference.id);
+  }
+  if (difference.differentFaces) {
+    return name + ": " + std::to_string(*difference.differentFaces) + " differ";
+  }
+  return name + ": " + QuotedText(difference.a.value_or("")) + " and " +
+         QuotedText(difference.b.value_or(""));
+}
+
+// --- The run ------------------------------------------------------------------------------------
+
+std::string NameOf(const FailedComparison& failed, const Options& options) {
+  return (failed.isInA ? options.a : options.b) + ": part " + QuotedText(failed.part) + ", " +
+         (failed.result == "mesh" ? "mesh" : "result " + QuotedText(failed.result)) +
+         (failed.step ? ", step " + QuotedText(*failed.step) : "") + ": " +
+         FailureOf(failed.failure).what();
+}
+
+/// Opens both models and compares them; returns how many differences there are.
+std::size_t Compare(const Input& inputA, const Input& inputB, const Options& options,
+                    const Tolerance& tolerance, AnswerWriter& writer) {
+  std::size_t count = 0;
+  const auto compare = [&](const Model& a, const Model& b) {
+    const bool isJson = writer.IsJson();
+    if (isJson) {
+      writer.Facts().Member("other", options.b);
+      writer.Facts().Key("differences");
+      writer.Facts().OpenList();
+    }
+    const DifferenceSink sink{
+        .differs =
+            [&](const ModelDifference& difference) {
+              ++count;
+              if (isJson) {
+                writer.Facts().Value(JsonOf(difference));
+              } else if (!options.quiet) {
+                writer.Text() << TextOf(difference) << '\n';
+              }
+            },
+        .failed =
+            [&](const FailedComparison& failed) { writer.AddMissing(NameOf(failed, options)); }};
+    Selecting(options.a + ", " + options.b,
+              [&] { CompareModels(a, b, *options.selection, tolerance, sink); });
+    if (isJson) {
+      writer.Facts().Close();
+      writer.Facts().Member("verdict", count == 0 ? "same" : "different");
+    } else if (!options.quiet) {
+      writer.Text() << (count == 0 ? "The models are the same\n"
+                                   : "The models differ: " + std::to_string(count) +
+                                         (count == 1 ? " difference\n" : " differences\n"));
+    }
+  };
+  LbtTev::Tree treeA;
+  LbtTev::Tree treeB;
+  NamingBlocks(treeA.GetFile(), [&] { LoadModel(treeA, inputA, writer); });
+  try {
+    NamingBlocks(treeB.GetFile(), [&] { LoadModel(treeB, inputB, writer); });
+  } catch (...) {
+    const Failure failure = FailureOfCurrentException();
+    throw Failure(failure.Code(), options.b + ": " + failure.what());
+  }
+  compare(Model(treeA), Model(treeB));
+  return count;
+}
+
+Verdict Run(const Options& options) {
+  const Tolerance tolerance = ToleranceOf(options);
+  FileRun& run = *options.run;
+  Output output(run.output);
+  output.RequireApartFrom({options.a, options.b});
+  Inputs inputsA({options.a}, "");
+  Inputs inputsB({options.b}, "");
+  Progress progress(run.progress);
+  AnswerWriter writer({.verb = run.verb, .form = run.form, .layout = TextLayout::Lines}, output,
+                      progress);
+  const Input& a = *inputsA.Next();
+  const Input& b = *inputsB.Next();
+  writer.BeginFile(options.a);
+  std::size_t count = 0;
+  try {
+    for (const Input* input : {&a, &b}) {
+      if (input->failure) {
+        throw Failure(input->failure->Code(), input == &a
+                                                  ? input->failure->what()
+                                                  : options.b + ": " + input->failure->what());
+      }
+    }
+    count = Compare(a, b, options, tolerance, writer);
+  } catch (const UsageError&) {
+    throw;
+  } catch (...) {
+    writer.FailWithoutFacts(FailureOfCurrentException());
+  }
+  writer.EndFile();
+  writer.Close();
+  output.Finish();
+  if (writer.HasFailed()) {
+    return Verdict::Failed;
+  }
+  return count == 0 ? Verdict::Same : Verdict::Different;
+}
+
+Action SetUp(CLI::App& app) {
+  const auto options = std::make_shared<Options>();
+  options->run = std::make_shared<FileRun>(FileRun{.verb = "diff"});
+  app.add_option("A", options->a, "A model")->required()->option_text(" ");
+  app.add_option("B", options->b, "The model to compare it with")->required()->option_text(" ");
+  app.add_option("--rtol", options->relative, "How far numbers may be apart, by the larger one")
+      ->option_text("R");
+  app.add_option("--atol", options->absolute,
+                 "How far they may be apart anyhow; 1e-6*max is by the field's largest number")
+      ->option_text("A");
+  AddSelectionOptions(app, options->selection);
+  app.add_flag("-q,--quiet", options->quiet, "Tell the verdict by the status alone");
+  AddAnswerOptions(app, options->run);
+  return [options] { return static_cast<Status>(Run(*options)); };
+}
+
+constexpr const char* kNotes =
+    "Compared are title, category, counts, parts, meshes, steps, results and all values; not how\n"
+    "they are stored, programs, dates, attributes and materials. Tuples are matched by the ids of\n"
+    "their nodes and elements, where none repeats. Without tolerances numbers must be equal.\n"
+    "Statuses: 0 the models are the same, 1 they differ, 2 a failure or bad usage.\n"
+    "Example: tev diff --rtol 1e-5 --atol '1e-6*max' old.tev new.tev";
+
+}  // namespace
+
+Verb DiffVerb() {
+  return {.name = "diff",
+          .summary = "Tell in what two models differ",
+          .notes = kNotes,
+          .setUp = SetUp,
+          .badUsage = static_cast<Status>(Verdict::Failed)};
+}

@@ -1,0 +1,224 @@
+// tev diff: pairs of models that differ in one thing.
+#include <functional>
+#include <limits>
+
+#include "run/TevRun.h"
+#include "support/SmallModel.h"
+
+namespace tevtest {
+namespace {
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+const std::string kSame = "The models are the same\n";
+
+class TevDiff : public TevRun {
+ protected:
+  /// Compares two models; the answer of a run that could do so.
+  [[nodiscard]] std::string Diff(const ModelWriter& a, const ModelWriter& b,
+                                 std::vector<std::string> options = {}) const {
+    Write("a.tev", a);
+    Write("b.tev", b);
+    options.insert(options.begin(), {"diff", "a.tev", "b.tev"});
+    const RunResult run = Run(options);
+    EXPECT_EQ(run.error, "");
+    EXPECT_EQ(run.status, run.output == kSame ? 0 : 1) << run.output;
+    return run.output;
+  }
+};
+
+/// A part of three nodes and two faces with one field.
+struct Small {
+  std::vector<float> nodeIds{11, 12, 13};
+  std::vector<float> coordinates{0, 0, 0, 1, 0, 0, 2, 0, 0};
+  std::vector<std::uint32_t> faces{0, 1, 1, 2};
+  std::vector<float> elementIds{101, 102};
+  std::vector<float> values{1, 2, 4};
+  std::uint8_t width = 1;
+  std::string part = "P";
+  std::string result = "R";
+  std::string step = "Time = 1";
+
+  [[nodiscard]] ModelWriter Model() const {
+    ModelWriter model;
+    const NodeRef group = model.AddGroup("Geometry", model.AddGroup("r", 0));
+    const NodeRef mesh = model.AddGeometry("g", model.AddShape(part, group));
+    model.AddVariable(mesh, Variable::Floats("Node Ids", kIds, 1, nodeIds));
+    model.AddVariable(mesh, Variable::Floats("Coordinates", kCoordinates, 3, coordinates));
+    model.AddVariable(mesh, Variable::Uints("Connectivity", kConnectivity, 1, faces));
+    model.AddVariable(mesh, Variable::Uints("Polylength", kPolylength, 1, {2, 2}));
+    model.AddVariable(mesh, Variable::Floats("Element Ids", kIds, 1, elementIds));
+    model.AddVariable(mesh, Variable::Floats(result + '\x1e' + step, 13, width, values));
+    return model;
+  }
+};
+
+TEST_F(TevDiff, OfTheSameModel_IsNothing) {
+  EXPECT_EQ(Diff(SmallModel(), SmallModel()), kSame);
+  const std::string model = Example("heatsink.tev");
+  EXPECT_EQ(Answer({"diff", model, model}), kSame);
+}
+
+TEST_F(TevDiff, HowThingsAreStored_DoesNotCount) {
+  ModelWriter other = SmallModel();
+  other.SetLayoutOfOthers(
+      {.split = StreamLayout::Split::BlockPerRecord, .packing = StreamLayout::Packing::Compressed});
+  other.ModifierAt(0).applicationName = "another program";
+  EXPECT_EQ(Diff(SmallModel(), other), kSame);
+}
+
+TEST_F(TevDiff, OneValue_IsNamedWithItsPlace) {
+  EXPECT_EQ(Diff(Small().Model(), Small{.values = {1, 2.5F, 4}}.Model()),
+            "field \"P\" \"R\" \"Time = 1\": 1 of 3 numbers differ, by 0.5 at most: 2 and 2.5, "
+            "component 1 at 12, root mean square 0.288675\n"
+            "The models differ: 1 difference\n");
+}
+
+TEST_F(TevDiff, OneId_LeavesTuplesWithoutPartner) {
+  EXPECT_EQ(Diff(Small().Model(), Small{.nodeIds = {11, 12, 14}}.Model()),
+            "mesh \"P\" \"Node Ids\": 1 only in A; 1 only in B\n"
+            "mesh \"P\" \"Coordinates\": 1 only in A; 1 only in B\n"
+            "mesh \"P\" \"Faces\": 1 differ\n"
+            "field \"P\" \"R\" \"Time = 1\": 1 only in A; 1 only in B\n"
+            "The models differ: 4 differences\n");
+}
+
+TEST_F(TevDiff, IdsThatRepeat_MatchByPlace) {
+  EXPECT_EQ(Diff(Small{.nodeIds = {1, 1, 2}}.Model(), Small{.nodeIds = {1, 1, 3}}.Model()),
+            "mesh \"P\" \"Node Ids\": 1 of 3 numbers differ, by 1 at most: 2 and 3, component 1 at "
+            "[2], root mean square 0.57735\n"
+            "The models differ: 1 difference\n");
+}
+
+TEST_F(TevDiff, ReorderedNodesAndElements_AreTheSame) {
+  const Small reordered{.nodeIds = {13, 11, 12},
+                        .coordinates = {2, 0, 0, 0, 0, 0, 1, 0, 0},
+                        .faces = {2, 0, 1, 2},
+                        .elementIds = {102, 101},
+                        .values = {4, 1, 2}};
+  EXPECT_EQ(Diff(Small().Model(), reordered.Model()), kSame);
+}
+
+TEST_F(TevDiff, OneNodeOfAFace_IsADifferentFace) {
+  EXPECT_EQ(Diff(Small().Model(), Small{.faces = {0, 1, 1, 0}}.Model(), {"--rtol", "1"}),
+            "mesh \"P\" \"Faces\": 1 differ\nThe models differ: 1 difference\n");
+}
+
+TEST_F(TevDiff, APartRenamed_IsOnlyInEach) {
+  EXPECT_EQ(Diff(Small().Model(), Small{.part = "Q"}.Model()),
+            "part \"P\": only in A\npart \"Q\": only in B\nThe models differ: 2 differences\n");
+}
+
+TEST_F(TevDiff, AMissingStep_IsNamedWithItsFields) {
+  EXPECT_EQ(Diff(Small().Model(), Small{.step = "Time = 2"}.Model()),
+            "step \"Time = 1\": only in A\n"
+            "step \"Time = 2\": only in B\n"
+            "field \"P\" \"R\" \"Time = 2\": only in B\n"
+            "field \"P\" \"R\" \"Time = 1\": only in A\n"
+            "The models differ: 4 differences\n");
+}
+
+TEST_F(TevDiff, OtherNumberOfComponents_IsTold) {
+  EXPECT_EQ(Diff(Small().Model(), Small{.values = {1, 1, 2, 2, 4, 4}, .width = 2}.Model()),
+            "result \"R\": \"1 node\" and \"2 node\"\n"
+            "field \"P\" \"R\" \"Time = 1\": \"1 components\" and \"2 components\"\n"
+            "The models differ: 2 differences\n");
+}
+
+TEST_F(TevDiff, NaNAndInfinity_AgreeWithThemselvesAlone) {
+  const Small odd{.values = {kNaN, kInfinity, -0.0F}};
+  EXPECT_EQ(Diff(odd.Model(), Small{.values = {-kNaN, kInfinity, 0.0F}}.Model()), kSame);
+  EXPECT_EQ(Diff(odd.Model(), Small{.values = {kNaN, -kInfinity, 0.0F}}.Model(),
+                 {"--rtol", "10", "--atol", "1e30"}),
+            "field \"P\" \"R\" \"Time = 1\": 1 of 3 numbers differ, by inf at most: inf and -inf, "
+            "component 1 at 12, root mean square inf\nThe models differ: 1 difference\n");
+  EXPECT_NE(Diff(odd.Model(), Small{.values = {1, kInfinity, 0}}.Model()), kSame);
+}
+
+TEST_F(TevDiff, Tolerances_AreMetExactly) {
+  const ModelWriter a = Small{.values = {1, 100, 1000}}.Model();
+  const ModelWriter b = Small{.values = {1.5F, 100, 1000}}.Model();
+  EXPECT_EQ(Diff(a, b, {"--atol", "0.5"}), kSame);
+  EXPECT_NE(Diff(a, b, {"--atol", "0.499"}), kSame);
+  EXPECT_EQ(Diff(a, b, {"--rtol", "0.3333333333333334"}), kSame);
+  EXPECT_NE(Diff(a, b, {"--rtol", "0.333"}), kSame);
+  EXPECT_EQ(Diff(a, b, {"--atol", "5e-4*max"}), kSame);
+  EXPECT_NE(Diff(a, b, {"--atol", "4e-4*max"}), kSame);
+}
+
+TEST_F(TevDiff, NumbersNearZero_NeedAnAbsoluteTolerance) {
+  const ModelWriter a = Small{.values = {1e-20F, 5, 10}}.Model();
+  const ModelWriter b = Small{.values = {-3e-20F, 5, 10}}.Model();
+  EXPECT_NE(Diff(a, b, {"--rtol", "1e-3"}), kSame);
+  EXPECT_EQ(Diff(a, b, {"--rtol", "1e-3", "--atol", "1e-12*max"}), kSame);
+}
+
+TEST_F(TevDiff, MovedCoordinates_ObeyTheTolerances) {
+  const ModelWriter moved = Small{.coordinates = {0, 0, 0, 1, 0, 0, 2.25F, 0, 0}}.Model();
+  EXPECT_EQ(Diff(Small().Model(), moved),
+            "mesh \"P\" \"Coordinates\": 1 of 9 numbers differ, by 0.25 at most: 2 and 2.25, "
+            "component 1 at 13, root mean square 0.0833333\nThe models differ: 1 difference\n");
+  EXPECT_EQ(Diff(Small().Model(), moved, {"--atol", "0.25"}), kSame);
+}
+
+TEST_F(TevDiff, Selection_ComparesOnlyWhatItAsksFor) {
+  ModelWriter other = SmallModel();
+  other.VariableAt(kSmallMesh2, 5) = Variable::Floats("Displacement\x1eTime = 0.5", kVectorResult,
+                                                      3, std::vector<float>(15, 0.0F));
+  EXPECT_NE(Diff(SmallModel(), other), kSame);
+  EXPECT_EQ(Diff(SmallModel(), other, {"--part", "Frame"}), kSame);
+  EXPECT_EQ(Diff(SmallModel(), other, {"--result", "Temperature"}), kSame);
+  const RunResult run = Run({"diff", "a.tev", "b.tev", "--result", "Temprature"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output, "");
+  EXPECT_NE(run.error.find("did you mean \"Temperature\"?"), std::string::npos);
+}
+
+TEST_F(TevDiff, ADamagedBlock_IsNamedAndTheOthersAreCompared) {
+  ModelWriter damaged = SmallModel();
+  damaged.VariableAt(kSmallMesh1, 5).heavyPosition = 1U << 30U;
+  ModelWriter other = damaged;
+  other.VariableAt(kSmallMesh1, 5).heavyPosition.reset();
+  other.VariableAt(kSmallMesh1, 6).elements = ElementBytes(std::vector<float>{1, 2, 3, 4, 5});
+  Write("a.tev", other);
+  Write("b.tev", damaged);
+  const RunResult run = Run({"diff", "a.tev", "b.tev"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_NE(run.error.find("b.tev: part \"Frame\", result \"Displacement\", step \"Time = 0.5\": "
+                           "Invalid block position"),
+            std::string::npos)
+      << run.error;
+  EXPECT_NE(run.output.find("field \"Frame\" \"Temperature\" \"Time = 0.5\": 5 of 5"),
+            std::string::npos)
+      << run.output;
+}
+
+TEST_F(TevDiff, Quiet_TellsByTheStatusAlone) {
+  Write("a.tev", Small().Model());
+  Write("b.tev", Small{.values = {1, 2, 5}}.Model());
+  const RunResult different = Run({"diff", "-q", "a.tev", "b.tev"});
+  EXPECT_EQ(different.status, 1);
+  EXPECT_EQ(different.output + different.error, "");
+  const RunResult same = Run({"diff", "-q", "a.tev", "a.tev"});
+  EXPECT_EQ(same.status, 0);
+  EXPECT_EQ(same.output + same.error, "");
+  EXPECT_EQ(Run({"diff", "-q", "a.tev", "missing.tev"}).status, 2);
+  EXPECT_EQ(Run({"diff", "a.tev"}).status, 2);
+  EXPECT_EQ(Run({"diff", "a.tev", "b.tev", "--rtol", "x"}).status, 2);
+  EXPECT_EQ(Run({"diff", "a.tev", "b.tev", "--atol", "-1"}).status, 2);
+}
+
+TEST_F(TevDiff, Json_FitsItsSchema) {
+  Write("a.tev", SmallModel());
+  Write("b.tev", Small().Model());
+  const RunResult run = Run({"diff", "--json", "a.tev", "b.tev"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.output.find("\"verdict\": \"different\""), std::string::npos);
+  EXPECT_EQ(Check(run.output, "schema", Schema("diff")), "");
+  const RunResult failed = Run({"diff", "--jsonl", "a.tev", "missing.tev"});
+  EXPECT_EQ(failed.status, 2);
+  EXPECT_EQ(Check(failed.output, "lines", Schema("diff")), "");
+}
+
+}  // namespace
+}  // namespace tevtest

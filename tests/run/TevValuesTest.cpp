@@ -1,0 +1,120 @@
+// tev values: numbers of fields and meshes, exactly.
+#include <limits>
+
+#include "run/AnalysisRun.h"
+#include "support/SmallModel.h"
+
+namespace tevtest {
+namespace {
+
+class TevValues : public TevRun {
+ protected:
+  void ExpectBadUsage(const std::vector<std::string>& arguments, const std::string& told) const {
+    const RunResult run = Run(arguments);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output, "");
+    EXPECT_NE(run.error.find(told), std::string::npos) << run.error;
+  }
+};
+
+TEST_F(TevValues, OfTheRealModels_AreTheSameBitForBit) {
+  struct Case {
+    std::string model, part, result, step;
+  };
+  for (const Case& each : {Case{"heatsink", "6", "Heat Flux", "Time = 4.5"},
+                           {"bracket", "8", "Stress", "Load Case = 1"},
+                           {"bracket", "4", "Element Volume", "Load Case = 1"},
+                           {"bracket", "8", "Coordinates", ""},
+                           {"heatsink", "6", "Node Ids", ""},
+                           {"heatsink", "6", "Element Ids", ""}}) {
+    SCOPED_TRACE(each.model + each.result);
+    const std::vector<std::string> asked{"values",   Example(each.model + ".tev"),
+                                         "--part",   each.part,
+                                         "--result", each.result,
+                                         "--step",   each.step};
+    const std::vector<std::string> what{TruthOf(each.model), each.part, each.result, each.step};
+    for (const std::string format : {"csv", "npy"}) {
+      std::vector<std::string> arguments = asked;
+      arguments.insert(arguments.end(), {"--format", format});
+      std::vector<std::string> check = what;
+      check.insert(check.begin(), format);
+      EXPECT_EQ(CheckTruth(dir, Answer(arguments), check), "") << format;
+    }
+  }
+}
+
+TEST_F(TevValues, MeshAsNpy_IsTwoFiles) {
+  const std::string output = dir / "mesh.npy";
+  EXPECT_EQ(Answer({"values", Example("heatsink.tev"), "--part", "9", "--mesh", "--format", "npy",
+                    "-o", output}),
+            "");
+  EXPECT_EQ(CheckTruth(dir, "",
+                       {"mesh", TruthOf("heatsink"), "9", dir / "mesh.offsets.npy",
+                        dir / "mesh.indices.npy"}),
+            "");
+}
+
+TEST_F(TevValues, MeshAsCsv_IsAFaceARow) {
+  Write("m.tev", SmallModel());
+  EXPECT_EQ(Answer({"values", "m.tev", "--mesh"}),
+            "part,step,index,id,n1,n2,n3,n4,n5\n"
+            "3,,0,101,0,1,2,3\n"
+            "3,,1,102,1,2,3,4\n"
+            "5,,0,103,0,1,2,3,4\n");
+}
+
+TEST_F(TevValues, Csv_IsOneTableOfAllThatFits) {
+  Write("m.tev", SmallModel());
+  EXPECT_EQ(Answer({"values", "m.tev", "--result", "Temp*", "--part", "Panel"}),
+            "part,result,step,index,id,v1\n"
+            "5,Temperature,Time = 0.5,0,6,293.25\n"
+            "5,Temperature,Time = 0.5,1,7,294\n"
+            "5,Temperature,Time = 0.5,2,8,295.5\n"
+            "5,Temperature,Time = 0.5,3,9,296\n"
+            "5,Temperature,Time = 0.5,4,10,1234567\n");
+  const std::string both = Answer({"values", "m.tev", "--result", "Displacement"});
+  EXPECT_EQ(both.substr(0, 39), "part,result,step,index,id,v1,v2,v3\n3,Di");
+  EXPECT_NE(both.find("5,Displacement,Time = 0.5,4,10,13,14,15\n"), std::string::npos);
+}
+
+TEST_F(TevValues, NumbersThatAreNotFinite_HaveTheirSpelling) {
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("g", model.AddShape("a,\"b\"", model.AddGroup("r", 0)));
+  model.AddVariable(mesh, Variable::Floats("R", 13, 1,
+                                           {std::numeric_limits<float>::quiet_NaN(), kInfinity,
+                                            -kInfinity, -0.0F, 1e-45F, 0.1F}));
+  Write("m.tev", model);
+  EXPECT_EQ(Answer({"values", "m.tev"}),
+            "part,result,step,index,id,v1\n2,R,,0,,nan\n2,R,,1,,inf\n2,R,,2,,-inf\n2,R,,3,,-0\n"
+            "2,R,,4,,1e-45\n2,R,,5,,0.1\n");
+}
+
+TEST_F(TevValues, WhatCannotBeOneTable_IsBadUsage) {
+  Write("m.tev", SmallModel());
+  ExpectBadUsage({"values", "m.tev"}, "different numbers of components");
+  ExpectBadUsage({"values", "m.tev", "--format", "npy", "--result", "Temperature"},
+                 "npy holds one field, and 2 fit");
+  ExpectBadUsage({"values", "m.tev", "--result", "Temperature", "--step", ""},
+                 "no field fits all that is asked for");
+  ExpectBadUsage({"values", "m.tev", "--part", "Frme"}, "did you mean \"Frame\"?");
+  ExpectBadUsage({"values", "m.tev", "--mesh", "--result", "T"}, "--mesh has no results");
+  ExpectBadUsage({"values", "m.tev", "--mesh", "--format", "npy"}, "name them by -o");
+}
+
+TEST_F(TevValues, DamagedField_IsNamedAndTheOthersAreWritten) {
+  ModelWriter model = SmallModel();
+  model.VariableAt(kSmallMesh1, 5).heavyPosition = 1U << 30U;
+  Write("m.tev", model);
+  const RunResult run = Run({"values", "m.tev", "--result", "Displacement"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_NE(run.error.find("part \"Frame\", result \"Displacement\", step \"Time = 0.5\": Invalid "
+                           "block position"),
+            std::string::npos)
+      << run.error;
+  EXPECT_NE(run.output.find("5,Displacement,Time = 0.5,4,10,13,14,15\n"), std::string::npos);
+  EXPECT_EQ(run.output.find("\n3,"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tevtest
