@@ -42,8 +42,6 @@ struct Options {
 
 bool IsIds(const Field& field) { return field.result == kNodeIds || field.result == kElementIds; }
 
-// --- What is asked for --------------------------------------------------------------------------
-
 /// Fields that were asked for, part by part; variables of meshes among them as fields.
 struct Asked {
   std::vector<FieldOfPart> fields;
@@ -106,8 +104,6 @@ void RequireOneTable(const Model& model, const Asked& asked, Format format,
   }
 }
 
-// --- CSV ----------------------------------------------------------------------------------------
-
 std::string StepText(const Model& model, std::optional<std::size_t> step) {
   return step ? model.Steps()[*step].text : "";
 }
@@ -167,8 +163,6 @@ void WriteNpy(const Field& field, const std::vector<float>& values, std::ostream
   WriteNpyHeader(stream, "<i8", shape);
   WriteRaw<std::int64_t>(stream, ids);
 }
-
-// --- Meshes -------------------------------------------------------------------------------------
 
 /// The faces of one part at one step.
 struct AskedFaces {
@@ -269,8 +263,6 @@ void WriteFacesAsNpy(const AskedFaces& asked, const std::string& path, const std
   WriteNpyFile(PathWith(path, "offsets"), model, offsets);
   WriteNpyFile(PathWith(path, "indices"), model, faces.nodes);
 }
-
-// --- The run ------------------------------------------------------------------------------------
 
 /// Hands the numbers of all fields out in their order; tells "writer" of those that fail.
 void ForNumbers(const Model& model, const Asked& asked, AnswerWriter& writer,

@@ -38,10 +38,18 @@ struct Verb {
   std::string_view name;
   bool mayTakeTimeForText = false;
   bool takesGeometry = false;  ///< and an output, and writes no JSON
+  bool takesTwo = false;       ///< models
+  bool writesJson = true;
 };
 
-constexpr std::array<Verb, 6> kVerbs{
-    {{"info"}, {"tree", true}, {"results", true}, {"blocks"}, {"check"}, {"cdf", true, true}}};
+constexpr std::array<Verb, 8> kVerbs{{{"info"},
+                                      {"tree", true},
+                                      {"results", true},
+                                      {"values", true, false, false, false},
+                                      {"diff", true, false, true},
+                                      {"blocks"},
+                                      {"check"},
+                                      {"cdf", true, true, false, false}}};
 
 /// A kind of hostile file as it is tried here.
 struct Case {
@@ -134,8 +142,10 @@ TEST_P(Hostile, Verbs_StayWithinWhatTheFileHolds) {
     std::vector<std::string> command{TEV_PROGRAM, name, model};
     if (verb.takesGeometry)
       command.insert(command.end(), {"g", "-"});
+    if (verb.takesTwo)
+      command.push_back(model);
     Try({name, command, verb.mayTakeTimeForText});
-    if (!verb.takesGeometry) {
+    if (verb.writesJson) {
       command.insert(command.begin() + 2, "--json");
       Try({name, command, verb.mayTakeTimeForText});
     }
