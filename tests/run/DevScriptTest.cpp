@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -56,7 +57,8 @@ class DevScript : public ::testing::Test {
     std::vector<std::string> command{"/bin/sh", "-c", "exec bash \"$0\" \"$@\"",
                                      dir / "repository/dev"};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    return RunProgram(command, {.environment = {{"PATH", dir / "bin"}}});
+    return RunProgram(command, {.environment = {{"PATH", dir / "bin"},
+                                                {"CMAKE_CXX_COMPILER_LAUNCHER", std::nullopt}}});
   }
 
   /// What was asked of the machine's package tools, in order.
@@ -125,6 +127,60 @@ TEST_F(DevScript, MissingPartsWithoutDebiansPackageManager_AreInstalled) {
   EXPECT_NE(installed.find("apt-get install -y --no-install-recommends ninja-build\n"),
             std::string::npos)
       << installed;
+}
+
+TEST_F(DevScript, CompilerCache_IsUsedWhereItIsInstalled) {
+  WritePackageManager("");
+  WriteTool("cmake",
+            "echo \"${CMAKE_CXX_COMPILER_LAUNCHER-none}\" >> '" + (dir / "launcher") + "'");
+  EXPECT_EQ(Run({"build"}).status, 0);
+  EXPECT_EQ(dir.Read("launcher").find("ccache"), std::string::npos);
+  WriteTool("ccache", "exit 0");
+  EXPECT_EQ(Run({"build"}).status, 0);
+  EXPECT_NE(dir.Read("launcher").find("ccache"), std::string::npos);
+}
+
+/// What has to hold before a change goes in, with a stand-in for ./dev that notes its verbs, prints
+/// what a run of the tests ends with, and fails for one of them.
+class CiScript : public ::testing::Test {
+ protected:
+  [[nodiscard]] RunResult RunFailingAt(const std::string& verb) const {
+    fs::create_directories(dir / "repository/.ci");
+    fs::copy_file(fs::path(TEVINFO_SOURCE_DIR) / ".ci/run", dir / "repository/.ci/run");
+    const std::string note = "echo \"$*\" >> '" + (dir / "verbs") + "'\n";
+    const std::string summary = "[ \"$1\" != test ] || echo '100% tests passed out of 7'\n";
+    const std::string path = dir.Write(
+        "repository/dev", "#!/bin/sh\n" + note + summary + "[ \"$1\" != '" + verb + "' ]\n");
+    fs::permissions(path, fs::perms::owner_all);
+    return RunProgram({"bash", dir / "repository/.ci/run"});
+  }
+
+  static constexpr const char* kSteps = "test\nasan\nlint\nfuzz 20\ncoverage\ncounts\n";
+
+  const TempDir dir;
+};
+
+TEST_F(CiScript, AllStepsPass_EndsWithTheSummaryOfTheTests) {
+  const RunResult result = RunFailingAt("none");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(dir.Read("verbs"), kSteps);
+  EXPECT_TRUE(result.output.ends_with("\n100% tests passed out of 7\n")) << result.output;
+  EXPECT_EQ(result.output.find("Failed:"), std::string::npos);
+}
+
+TEST_F(CiScript, StepThatFails_IsNamedAndTheOthersRun) {
+  for (const char* verb : {"test", "lint", "counts"}) {
+    SCOPED_TRACE(verb);
+    const RunResult result = RunFailingAt(verb);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(dir.Read("verbs"), kSteps);
+    EXPECT_NE(result.output.find("\nFailed:\n  ./dev " + std::string(verb) + "\n\n"),
+              std::string::npos)
+        << result.output;
+    EXPECT_TRUE(result.output.ends_with("\n100% tests passed out of 7\n")) << result.output;
+    fs::remove_all(dir / "repository");
+    fs::remove(dir / "verbs");
+  }
 }
 
 }  // namespace

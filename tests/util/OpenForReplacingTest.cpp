@@ -143,6 +143,13 @@ TEST(OpenForReplacing, Device_IsOpened) {
   EXPECT_EQ(write(OpenFile(*full).Get(), "x", 1), -1);
 }
 
+TEST(OpenForReplacing, LongerFile_IsEmptied) {
+  const TempDir directory;
+  directory.Write("old", "long text");
+  EXPECT_TRUE(Replace(directory / "old", ""));
+  EXPECT_EQ(directory.Read("old"), "");
+}
+
 TEST(OpenForReplacing, FileThatTakesTheNumberZero_IsOpened) {
   const TempDir directory;
   const auto result = tevtest::RunForked([&] { return Replace(directory / "new", "text") ? 0 : 1; },
