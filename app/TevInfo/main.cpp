@@ -11,6 +11,7 @@ using LbtTev::Report::GeometryAssertion;
 
 int main(int argc, char** argv) {
   Lbt::Util::FillStandardDescriptors();
+  Lbt::Util::IgnoreFileSizeSignal();
   try {
     return RunTevInfo(argc, argv);
   } catch (const GeometryAssertion&) {

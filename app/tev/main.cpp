@@ -32,5 +32,6 @@ namespace {
 int main(int argc, char** argv) {
   std::set_terminate(EndWithoutMemory);
   Lbt::Util::FillStandardDescriptors();
+  Lbt::Util::IgnoreFileSizeSignal();
   return RunTev(argc, argv);
 }

@@ -4,6 +4,8 @@
 #include <sys/resource.h>
 
 #include <cstdint>
+#include <cstdio>
+#include <filesystem>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -12,6 +14,7 @@
 #include "Lbt/Lbf/Block.h"
 #include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Lbf/NamedStream.h"
+#include "support/ByteWriter.h"
 #include "support/Process.h"
 
 // There only where AddressSanitizer is, which takes the address space for itself.
@@ -135,12 +138,14 @@ TEST_F(BlockGrowth, AllocateAdditionalMemory_WhoseSumWraps_FailsWithTheBlockUnch
   EXPECT_EQ(block.GetCapacity(), 10485760U);
 }
 
-/// Runs "fails" with little address space; whether it fails by the memory error.
-bool FailsForLackOfMemory(void (*fails)(std::FILE* stream)) {
-  const OpenBytes file(tevtest::Compressed("abc"));
+/// Runs "fails" on a file of "bytes" that is "size" bytes long, with little address space; whether
+/// it fails by the memory error.
+bool FailsForLackOfMemory(const std::string& bytes, std::uint64_t size,
+                          void (*fails)(std::FILE* stream)) {
+  const OpenBytes file(bytes);
   const std::string path = file.Path();
+  std::filesystem::resize_file(path, size);
   const auto body = [&path, fails] {
-    SizeVariables::Set(SizeVariables::kDefaultSize, "4294967294");
     std::FILE* stream = std::fopen(path.c_str(), "rb");
     const bool isRight = FailureOf([&] { fails(stream); }) == tevtest::NoMemory();
     std::fclose(stream);
@@ -151,24 +156,70 @@ bool FailsForLackOfMemory(void (*fails)(std::FILE* stream)) {
   return result.status == 0;
 }
 
+constexpr std::uint32_t kTooMuch = std::uint32_t{1} << 31U;
+constexpr std::uint32_t kStored = 4000000;
+
 TEST_F(BlockGrowth, Read_WithoutMemory_FailsWithMemoryAllocationError) {
   if (!CanLimitAddressSpace()) {
     GTEST_SKIP() << "the address space cannot be limited under AddressSanitizer";
   }
-  EXPECT_TRUE(FailsForLackOfMemory([](std::FILE* stream) { Block().Read(stream, 5); }));
+  EXPECT_TRUE(FailsForLackOfMemory("", kTooMuch,
+                                   [](std::FILE* stream) { Block().Read(stream, kTooMuch); }));
 }
 
+// As many stored bytes could hold what is recorded, so that room has to be made for it.
 TEST_F(BlockGrowth, Decompression_WithoutMemory_FailsWithMemoryAllocationError) {
   if (!CanLimitAddressSpace()) {
     GTEST_SKIP() << "the address space cannot be limited under AddressSanitizer";
   }
-  EXPECT_TRUE(FailsForLackOfMemory([](std::FILE* stream) {
-    SizeVariables::Set(SizeVariables::kDefaultSize, "100");
+  const std::string length = tevtest::ByteWriter().U32(kTooMuch).Bytes();
+  EXPECT_TRUE(FailsForLackOfMemory(length, kStored, [](std::FILE* stream) {
     Block block;
-    block.Read(stream, static_cast<unsigned int>(tevtest::Compressed("abc").size()));
-    SizeVariables::Set(SizeVariables::kDefaultSize, "4294967294");
+    block.Read(stream, kStored);
     BlockZlibUnCompressor()(block);
   }));
+}
+
+TEST_F(BlockGrowth, CapacityBeyondAllMemory_IsANumberUntilRoomIsAskedFor) {
+  if (!CanLimitAddressSpace()) {
+    GTEST_SKIP() << "the address space cannot be limited under AddressSanitizer";
+  }
+  EXPECT_TRUE(FailsForLackOfMemory("abc", 3, [](std::FILE* stream) {
+    SizeVariables::Set(SizeVariables::kDefaultSize, "4294967294");
+    Block block;
+    block.Read(stream, 3);
+    if (block.GetCapacity() == 4294967294U && block.GetText(3) == "abc") {
+      static_cast<void>(block.Room());
+    }
+  }));
+}
+
+TEST_F(BlockGrowth, Room_ReachesToTheCapacityAndKeepsTheBytes) {
+  SetDefault("64");
+  const OpenBytes file("abc");
+  Block block;
+  block.Read(file.Stream(), 3);
+  block.SetPosition(3);
+  ASSERT_EQ(block.Room().size(), 61U);
+  for (unsigned char& byte : block.Room()) {
+    byte = 'x';
+  }
+  block.Append(61);
+  block.SetPosition(0);
+  EXPECT_EQ(block.GetText(64), "abc" + std::string(61, 'x'));
+}
+
+TEST_F(BlockGrowth, RoomFor_IsOfThatLengthAtTheCursor) {
+  Block block = tevtest::BlockOf("abc");
+  block.SetPosition(2);
+  const auto room = block.RoomFor(2);
+  ASSERT_EQ(room.size(), 2U);
+  room[0] = 'x';
+  room[1] = 'y';
+  block.Append(2);
+  block.SetPosition(0);
+  EXPECT_EQ(block.GetText(4), "abxy");
+  EXPECT_EQ(block.GetCapacity(), 10485760U);
 }
 
 TEST_F(BlockGrowth, LargestAcceptedDefault_IsOneBelowThe32BitMaximum) {

@@ -218,9 +218,27 @@ TEST(IndexSeek, RecordedLengthAboveTheContent_CountsUntilTheBlockIsRead) {
           .AddRaw("A", "ij"));
   file.Seek("A", 10);
   EXPECT_EQ(file.Read("A", 1), "i");
-  EXPECT_EQ(SeekFailure(file, 4), tevtest::InvalidPosition());
   file.Seek("A", 4);
   EXPECT_EQ(file.Read("A", 1), "j");
+  EXPECT_EQ(SeekFailure(file, 6), tevtest::InvalidPosition());
+}
+
+// The first block is recorded with more than it holds, so a first look ends in it.
+TEST(IndexSeek, PositionThatACorrectedLengthMoves_IsFoundByTheCorrectedOnes) {
+  for (const std::uint32_t recorded : {1000U, 5U}) {
+    OpenContainer file(
+        ContainerWriter()
+            .Add({.name = "A", .payload = "abc", .compressed = true, .recordedLength = recorded})
+            .Add({.name = "A", .payload = "de", .compressed = true, .recordedLength = 70})
+            .AddRaw("A", "fghij"));
+    static_cast<void>(tevtest::TakeErrorLog());
+    file.Seek("A", 4);
+    EXPECT_EQ(file.Read("A", 1), "e");
+    file.Seek("A", 7);
+    EXPECT_EQ(file.Read("A", 1), "h");
+    EXPECT_EQ(tevtest::TakeErrorLog(), "");
+    EXPECT_EQ(SeekFailure(file, 11), tevtest::InvalidPosition());
+  }
 }
 
 TEST(IndexSeek, RecordedLengthAboveTheContent_AllowsItsEnd) {

@@ -114,6 +114,43 @@ TEST(Index, StreamLimit_ComesFromTheEnvironmentWhenTheIndexIsRead) {
   EXPECT_EQ(file.Index().GetBlockSizeLimiter("B").maxBlockSize, 1000U);
 }
 
+TEST(Index, BlockThatACallerHoldsAndGoesBackIn_IsReadFromAgain) {
+  OpenContainer file(ContainerWriter().AddRaw("A", "abc").AddRaw("A", "de").AddRaw("A", "fg"));
+  Block& held = file.Index().GetReadingBlock("A", file.Stream());
+  EXPECT_EQ(file.ReadEach("A", {3, 2, 1}), "abcdef");
+  held.SetPosition(1);
+  EXPECT_EQ(file.ReadEach("A", {2, 1}), "bcg");
+  EXPECT_EQ(file.Index().GetPosition(*file.Index().FindStream("A")), 7U);
+}
+
+TEST(Index, BlockThatACallerHolds_StaysWhereItIsWhenAnotherOneIsCreated) {
+  OpenContainer file(ContainerWriter().AddRaw("A", "abc"));
+  Block& held = file.Index().GetReadingBlock("A", file.Stream());
+  for (int i = 0; i < 1000; ++i) {
+    file.Index().CreateBlock("B");
+  }
+  EXPECT_EQ(held.GetText(3), "abc");
+}
+
+TEST(Index, ReadAnewWithFewerEntries_KnowsNothingOfTheOldOnes) {
+  OpenContainer file(ContainerWriter()
+                         .AddRaw("A", "abc")
+                         .AddRaw("B", "de")
+                         .ContinueAfter({.after = 2})
+                         .AddRaw("C", "fg"));
+  EXPECT_EQ(file.Read("C", 1), "f");
+  ASSERT_TRUE(file.Index().LastLoaded().has_value());
+  ASSERT_TRUE(file.Index().GetContinuation().has_value());
+  const tevtest::Container other = ContainerWriter().AddRaw("A", "x").Build();
+  const tevtest::OpenBytes bytes(other);
+  std::fseek(bytes.Stream(), static_cast<long>(other.indexOffset), SEEK_SET);
+  file.Index().ReadIndexBufferFromFileStream(bytes.Stream(), other.indexSize);
+  EXPECT_FALSE(file.Index().LastLoaded().has_value());
+  EXPECT_FALSE(file.Index().GetContinuation().has_value());
+  EXPECT_FALSE(file.Index().RefusedBlock().has_value());
+  EXPECT_EQ(file.Index().GetContinuationUnusedBytes(), 0U);
+}
+
 TEST(Index, StreamWhoseBlocksACallerTookAway_IsNotFound) {
   OpenContainer file(ContainerWriter().AddRaw("A", "abc"));
   file.Index().GetBlockSizeLimiter("A").blocks.clear();

@@ -204,6 +204,29 @@ TEST_F(LbFileTest, FailureToReadTheHeader_IsAReadError) {
   EXPECT_EQ(FailureOf([&] { file_.ReadIndex(); }), tevtest::UnableToRead(kLbFileHeader));
 }
 
+// Contents that were kept are those of the file that is closed now.
+TEST_F(LbFileTest, AnotherFileUnderTheSameIndex_IsReadAnew) {
+  const auto writer = [](const std::string& first) {
+    return ContainerWriter().AddCompressed("A", first).AddCompressed("A", "0123456789");
+  };
+  Open(writer("abcdef"));
+  static_cast<void>(Read(1));
+  for (const unsigned long offset : {7UL, 0UL, 7UL}) {
+    file_.SetBlockPosition("A", offset);
+  }
+  file_.CloseFile();
+  Open(writer("ghijkl"));
+  file_.SetBlockPosition("A", 0);
+  EXPECT_EQ(Read(6), "ghijkl");
+}
+
+TEST_F(LbFileTest, HeaderOfAClosedFile_IsAReadError) {
+  EXPECT_EQ(FailureOf([&] { static_cast<void>(file_.HasSignature()); }),
+            tevtest::UnableToRead(kLbFileHeader));
+  EXPECT_EQ(FailureOf([&] { static_cast<void>(file_.ReadVersion()); }),
+            tevtest::UnableToRead(kLbFileHeader));
+}
+
 TEST_F(LbFileTest, HeaderOfAPipe_IsAReadError) {
   const std::string path = directory_ / "pipe";
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);

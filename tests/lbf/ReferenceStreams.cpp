@@ -105,7 +105,7 @@ void ReferenceStreams::Pass(std::size_t entry, std::size_t length) {
     block.size = length;
     block.position = length;
   }
-  if (block.loaded) {
+  if (block.loaded && block.size != 0) {
     block.position = block.size;
     block.loaded = false;
   }
@@ -115,6 +115,7 @@ void ReferenceStreams::Seek(const std::string& name, std::uint64_t offset, bool 
   if (EntriesOf(name).empty()) {
     Create(name);
   }
+  const std::uint64_t sought = offset;
   const std::vector<std::size_t> stream = EntriesOf(name);
   std::size_t target = stream.back();
   for (const std::size_t entry : stream) {
@@ -129,10 +130,14 @@ void ReferenceStreams::Seek(const std::string& name, std::uint64_t offset, bool 
     offset -= length;
     Pass(entry, length);
   }
+  const std::optional<std::size_t> expected = blocks_[target].knownLength;
   if (!blocks_[target].loaded) {
     Load(target, isFileOpen);
   }
   if (offset > blocks_[target].size) {
+    if (expected.has_value() && *expected != blocks_[target].size) {
+      return Seek(name, sought, isFileOpen);
+    }
     throw ReferenceFailure{InvalidPosition()};
   }
   blocks_[target].position = offset;

@@ -2,125 +2,24 @@
 // bytes that are read from it.
 
 #include <gtest/gtest.h>
-#include <sys/types.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <memory>
 #include <string>
-#include <string_view>
 
-#include "LbfSupport.h"
-#include "Lbt/Lbf/Index.h"
-#include "support/ByteWriter.h"
+#include "CountedIndex.h"
 #include "support/ContainerWriter.h"
+#include "support/Mask.h"
 
 namespace LbtLbf {
 namespace {
 
 using tevtest::ByteWriter;
+using tevtest::CountedIndex;
+using tevtest::Entry;
 using tevtest::FailureOf;
-using tevtest::SizeVariables;
-
-/// Bytes as an unbuffered stream that counts how many are read and how often it jumps.
-class CountedStream {
- public:
-  explicit CountedStream(std::string bytes) : bytes_(std::move(bytes)) {
-    const cookie_io_functions_t functions{Read, nullptr, Seek, nullptr};
-    stream_.reset(::fopencookie(this, "rb", functions));
-    std::setvbuf(stream_.get(), nullptr, _IONBF, 0);
-  }
-  CountedStream(const CountedStream&) = delete;
-  CountedStream& operator=(const CountedStream&) = delete;
-
-  [[nodiscard]] std::FILE* Get() const { return stream_.get(); }
-  [[nodiscard]] std::uint64_t BytesRead() const { return bytesRead_; }
-  [[nodiscard]] std::uint64_t Jumps() const { return jumps_; }
-
- private:
-  struct Close {
-    void operator()(std::FILE* stream) const { std::fclose(stream); }
-  };
-
-  static ssize_t Read(void* cookie, char* destination, std::size_t wanted) {
-    auto& self = *static_cast<CountedStream*>(cookie);
-    const std::size_t start = std::min(self.offset_, self.bytes_.size());
-    const std::size_t count = std::min(wanted, self.bytes_.size() - start);
-    std::memcpy(destination, self.bytes_.data() + start, count);
-    self.offset_ = start + count;
-    self.bytesRead_ += count;
-    return static_cast<ssize_t>(count);
-  }
-
-  /// Only from the start, or to ask where it stands.
-  static int Seek(void* cookie, off64_t* offset, int whence) {
-    auto& self = *static_cast<CountedStream*>(cookie);
-    if (whence == SEEK_CUR)
-      *offset += static_cast<off64_t>(self.offset_);
-    else if (whence == SEEK_SET)
-      ++self.jumps_;
-    else
-      return -1;
-    self.offset_ = static_cast<std::size_t>(*offset);
-    return 0;
-  }
-
-  std::string bytes_;
-  std::size_t offset_ = 0;
-  std::uint64_t bytesRead_ = 0;
-  std::uint64_t jumps_ = 0;
-  std::unique_ptr<std::FILE, Close> stream_;
-};
-
-std::string Entry(std::string_view name, std::uint32_t size, bool isCompressed) {
-  return ByteWriter().U8(0).Text(name).U32(size).U8(isCompressed ? 1 : 0).U8(0).Bytes();
-}
-
-std::string Repeated(const std::string& piece, std::size_t count) {
-  std::string all;
-  all.reserve(piece.size() * count);
-  for (std::size_t i = 0; i < count; ++i)
-    all += piece;
-  return all;
-}
-
-/// An index block of so many entries of one kind.
-std::string IndexOf(const std::string& entry, std::size_t count) {
-  return ByteWriter().U32(tevtest::Narrow(count)).Bytes() + Repeated(entry, count);
-}
-
-/// An index that was read from the start of a stream, with its blocks behind it. Blocks take no
-/// more memory than they need.
-class CountedIndex {
- public:
-  CountedIndex(const std::string& index, const std::string& blocks)
-      : stream_(index + blocks), indexSize_(index.size()) {
-    SizeVariables::Set(SizeVariables::kDefaultSize, "0");
-    index_.ReadIndexBufferFromFileStream(stream_.Get(), index.size());
-  }
-
-  void Seek(unsigned long offset) { index_.SetBlockPosition("A", offset, stream_.Get()); }
-
-  std::string Read(std::size_t length) {
-    std::string bytes(length, '?');
-    index_.Get("A", bytes.data(), length, stream_.Get());
-    return bytes;
-  }
-
-  [[nodiscard]] std::size_t Entries() const { return index_.GetItems().size(); }
-  [[nodiscard]] std::uint64_t Loads() const { return index_.GetCache().LoadCount(); }
-  [[nodiscard]] std::uint64_t Jumps() const { return stream_.Jumps(); }
-  /// The bytes that were read behind the index.
-  [[nodiscard]] std::uint64_t BlockBytes() const { return stream_.BytesRead() - indexSize_; }
-
- private:
-  const SizeVariables variables_;
-  CountedStream stream_;
-  std::size_t indexSize_;
-  Index index_;
-};
+using tevtest::IndexOf;
+using tevtest::Repeated;
 
 constexpr std::size_t kMillion = 1000000;
 constexpr std::size_t kMany = 100000;
@@ -259,6 +158,41 @@ TEST(StreamWork, StoredSizesNear4GiB_AddUpAsTheLengthOfTheirStream) {
                     "xxij");
   EXPECT_EQ(FailureOf([&] { file.Seek(0x1FFFFFFFEUL); }), tevtest::UnableToRead());
   EXPECT_EQ(file.Loads(), 1U);  // the target; what was passed is not there either
+}
+
+/// A file whose second index has so many empty entries, each stored in about a hundredth of a byte.
+tevtest::Container ManyEmptyEntries(std::size_t count) {
+  std::string entries = tevtest::ByteWriter().U32(tevtest::Narrow(count)).Bytes();
+  const std::string entry(11, '\0');
+  entries.reserve(entries.size() + count * entry.size());
+  for (std::size_t i = 0; i < count; ++i) {
+    entries += entry;
+  }
+  return tevtest::ContainerWriter()
+      .Add({.name = "\vIndex Block 1", .payload = entries, .compressed = true})
+      .Build();
+}
+
+constexpr std::size_t kEntriesOfAnyFile = 1048576;
+
+TEST(IndexOfManyEntries, AsManyAsTheFileHasBytesAndAMillion_AreRead) {
+  const tevtest::Container container = ManyEmptyEntries(kEntriesOfAnyFile);
+  tevtest::OpenContainer file(container);
+  EXPECT_EQ(file.Index().GetItems().size(), kEntriesOfAnyFile + 1);
+}
+
+TEST(IndexOfManyEntries, MoreThanTheFileCanHold_AreOutOfBounds) {
+  const tevtest::Container container = ManyEmptyEntries(4 * kEntriesOfAnyFile);
+  ASSERT_LT(container.bytes.size(), kEntriesOfAnyFile);
+  const tevtest::OpenBytes file(container);
+  std::fseek(file.Stream(), static_cast<long>(container.indexOffset), SEEK_SET);
+  Index index;
+  EXPECT_EQ(
+      FailureOf([&] { index.ReadIndexBufferFromFileStream(file.Stream(), container.indexSize); }),
+      tevtest::ExpectedException("Out of Bounds",
+                                 "The index has more entries than the file can hold",
+                                 tevtest::kIndexHeader));
+  EXPECT_TRUE(index.IsEmpty());
 }
 
 }  // namespace

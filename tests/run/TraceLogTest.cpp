@@ -46,6 +46,18 @@ class TraceLog : public TevInfoRun {
 
 TEST_F(TraceLog, GoodRun_IsTracedFromTheIndexToTheClosing) { ExpectGoodLog(Run({model})); }
 
+// The limit would cut the files of coverage counters as well.
+#if !defined(TEVTEST_COUNTED)
+
+TEST_F(TraceLog, LogThatMayNotGrow_EndsNoRun) {
+  const Outcome outcome = Run({model}, {.hooks = {tevtest::Limit(RLIMIT_FSIZE, 0)}});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.output, std::string(kMemoryLine) + document);
+  EXPECT_EQ(outcome.log, "");
+}
+
+#endif
+
 TEST_F(TraceLog, EveryRun_StartsAFreshLog) {
   WriteFile(LogPath(), std::string(100000, 'x') + "\n");
   ExpectGoodLog(Run({model}));

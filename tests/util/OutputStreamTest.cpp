@@ -9,6 +9,7 @@
 
 #include <string>
 
+#include "Lbt/Util/FileAccess.h"
 #include "Lbt/Util/OutputStream.h"
 #include "support/Process.h"
 #include "support/TempDir.h"
@@ -226,6 +227,50 @@ TEST(OutputStreamInterrupted, ShortAndInterruptedWrites_AreContinued) {
   });
   EXPECT_EQ(result.status, 0);
   EXPECT_TRUE(result.output == text) << result.output.size() << " bytes";
+}
+
+// Whoever shares the pipe may have set it so. Of one page, it is full nearly all the time.
+TEST(OutputStreamThatWouldBlock, WholeText_IsWaitedFor) {
+  const std::string text = Text(3000000);
+  const auto result = tevtest::RunForked([&text] {
+    const bool isSmall = fcntl(STDOUT_FILENO, F_SETPIPE_SZ, 4096) > 0;
+    const bool isSet = fcntl(STDOUT_FILENO, F_SETFL, O_NONBLOCK) == 0;
+    DescriptorStream stream(STDOUT_FILENO, Ownership::Borrowed);
+    stream << text.substr(0, 100) << text.substr(100);
+    return stream.Finish() && isSmall && isSet ? 0 : 1;
+  });
+  EXPECT_EQ(result.status, 0);
+  EXPECT_TRUE(result.output == text) << result.output.size() << " bytes";
+}
+
+TEST(OutputStreamThatWouldBlock, PipeWithoutAReader_IsAFailure) {
+  const auto result = tevtest::RunForked([] {
+    int ends[2];
+    if (pipe2(ends, O_NONBLOCK) != 0) {
+      return 2;
+    }
+    signal(SIGPIPE, SIG_IGN);
+    close(ends[0]);
+    DescriptorStream stream(ends[1], Ownership::Owned);
+    stream << Text(1000000);
+    return stream.Finish() ? 1 : 0;
+  });
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST(OutputStreamFailure, LimitOfFileSizes_IsAFailureAndNoSignal) {
+  const TempDir directory;
+  const std::string path = directory / "out";
+  const auto result = tevtest::RunForked(
+      [&path] {
+        Lbt::Util::IgnoreFileSizeSignal();
+        DescriptorStream stream(NewFile(path), Ownership::Owned);
+        stream << Text(100);
+        return stream.Finish() ? 1 : 0;
+      },
+      {.hooks = {tevtest::Limit(RLIMIT_FSIZE, 10)}});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(directory.Read("out"), Text(10));
 }
 
 TEST(OutputStreamFailure, BrokenPipe_EndsTheProcessByItsSignal) {

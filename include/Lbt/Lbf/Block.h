@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -14,8 +16,9 @@ namespace LbtLbf {
 /// level and a cursor. Everything that is decoded from a file passes through Get,
 /// the one place where bounds are checked.
 ///
-/// Invariant while there is a buffer: position <= size <= capacity. A released
-/// block has no buffer but remembers its size and capacity.
+/// Invariant while there is a buffer: position <= size <= capacity. The capacity is a number: the
+/// buffer takes no more memory than is held, until somebody asks for Room(). A released block has
+/// no buffer but remembers its size and capacity.
 class Block {
  public:
   Block() = default;
@@ -68,6 +71,13 @@ class Block {
   /// Moves the cursor; to the size is allowed. Throws "Out of Bounds" beyond it.
   void SetPosition(const unsigned long& position);
 
+  /// Names the first block of a stream that has bytes left, and which block of it this one is.
+  /// Whoever holds this block and goes back in it makes it the first one again.
+  void SetPlace(std::size_t& firstOpen, std::size_t place) {
+    firstOpen_ = &firstOpen;
+    place_ = place;
+  }
+
   /// Makes the buffer larger by "extra" bytes. Throws "Memory Allocation Error" with
   /// the block unchanged.
   void AllocateAdditionalMemory(const unsigned long& extra);
@@ -77,18 +87,27 @@ class Block {
   /// larger. That an exact fit grows, too, is intended.
   void CheckFreeSpaceAndAllocateMemory(unsigned int& position, const unsigned int& length);
 
-  /// The bytes from the cursor to the capacity, to be written to.
+  /// Makes room for "length" bytes at the cursor by that rule; those bytes, to be written to.
+  [[nodiscard]] std::span<unsigned char> RoomFor(std::uint32_t length);
+
+  /// The bytes from the cursor to the capacity, to be written to. Throws "Memory Allocation Error".
   [[nodiscard]] std::span<unsigned char> Room();
 
   /// Takes "length" bytes that were written to Room() for the block's: moves the
   /// cursor over them and raises the size.
   void Append(std::uint32_t length);
 
-  /// Gives memory beyond "capacity" bytes back.
+  /// Lowers the capacity to "capacity", and gives memory beyond the block's bytes back.
   void ShrinkTo(std::uint64_t capacity);
 
   /// Frees the buffer and leaves the cursor at the size, as after reading it all.
   void Release();
+
+  /// The same, but the bytes live on in what is returned.
+  [[nodiscard]] Block ReleaseContents();
+
+  /// Takes the bytes of "contents" as if they had just been read into an empty block.
+  void Adopt(Block contents);
 
   /// Leaves an empty block as loading "length" bytes and releasing them would.
   void Pass(std::uint32_t length);
@@ -124,13 +143,23 @@ class Block {
   };
 
   [[noreturn]] static void RaiseTooShort();
+  [[nodiscard]] std::uint64_t CapacityWith(std::uint64_t extra) const;
   void Swap(Block& other) noexcept;
-  void Reallocate(std::uint64_t capacity);
+  void Allocate(std::uint64_t bytes);
+  void Reserve(std::uint64_t bytes);
+  void NoteOpen() {
+    if (firstOpen_ != nullptr && position_ != size_) {
+      *firstOpen_ = std::min(*firstOpen_, place_);
+    }
+  }
 
   std::unique_ptr<unsigned char, Free> buffer_;
   std::uint64_t capacity_ = 0;
+  std::uint64_t allocated_ = 0;  // bytes of the buffer
   std::uint32_t size_ = 0;
   std::uint32_t position_ = 0;
+  std::size_t* firstOpen_ = nullptr;  // these two stay where the contents are moved
+  std::size_t place_ = 0;
 };
 
 }  // namespace LbtLbf

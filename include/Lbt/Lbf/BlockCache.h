@@ -3,13 +3,40 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <deque>
+#include <list>
 #include <optional>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "Lbt/Lbf/Block.h"
 #include "Lbt/Lbf/CopyFromBlock.h"
 
 namespace LbtLbf {
+
+/// Contents of released blocks that may be wanted again: no more than 64 MiB, or the two that were
+/// released last.
+class KeptContents {
+ public:
+  /// Takes an entry's contents, and drops those that were released the longest ago.
+  void Keep(std::size_t entry, Block contents);
+
+  /// Gives an entry's contents away, where they are there.
+  [[nodiscard]] std::optional<Block> Take(std::size_t entry);
+
+  void Clear();
+
+ private:
+  using List = std::list<std::pair<std::size_t, Block>>;
+
+  [[nodiscard]] static std::uint64_t CostOf(const Block& contents);
+  Block Remove(List::iterator kept);
+
+  List list_;  // the oldest first
+  std::unordered_map<std::size_t, List::iterator> places_;
+  std::uint64_t cost_ = 0;
+};
 
 /// The entries of an index and, for each, its block. Knows how one entry is loaded
 /// and released, and nothing of the streams that entries form.
@@ -22,10 +49,20 @@ class BlockCache {
   /// Appends an entry with an empty block and returns its number.
   std::size_t Append(IndexItem item);
 
-  /// Reads an entry's block from the file, anew where it was there, inflates it
-  /// where it is compressed, and puts the cursor at its start. Throws what
-  /// Block::Read and BlockZlibUnCompressor do, with the block empty.
-  void Load(std::size_t entry, std::FILE* stream);
+  /// What a load took: the file's bytes, for the first time or again, or contents that were kept.
+  enum class Source { First, Again, Kept };
+
+  /// Reads an entry's block from the file, inflates it where it is compressed, and puts the cursor
+  /// at its start. What is known of it is not found out again: contents that are kept are taken,
+  /// and data that zlib has refused is refused. Throws what Block::Read and BlockZlibUnCompressor
+  /// do, with the block empty.
+  Source Load(std::size_t entry, std::FILE* stream);
+
+  /// Forgets what is known of an entry's contents, so that the next load goes to the file.
+  void Forget(std::size_t entry);
+
+  /// Forgets that of all entries.
+  void ForgetContents();
 
   /// The length that an entry's contents have by the file's own word: the stored
   /// size, or the first four bytes of a compressed block. Nothing is inflated.
@@ -37,21 +74,25 @@ class BlockCache {
   /// Error".
   [[nodiscard]] std::uint64_t ReadCredibleLength(std::size_t entry, std::FILE* stream);
 
-  /// Frees an entry's block; its size stays known.
+  /// Frees an entry's block; its size stays known. Contents that were loaded more than once are
+  /// kept for a while.
   void Release(std::size_t entry);
 
   [[nodiscard]] const std::vector<IndexItem>& Items() const { return items_; }
-  [[nodiscard]] const std::vector<Block>& Blocks() const { return blocks_; }
+  [[nodiscard]] const std::deque<Block>& Blocks() const { return blocks_; }
   [[nodiscard]] Block& GetBlock(std::size_t entry) { return blocks_[entry]; }
   [[nodiscard]] const Block& GetBlock(std::size_t entry) const { return blocks_[entry]; }
   [[nodiscard]] bool IsLoaded(std::size_t entry) const { return items_[entry].loaded != 0; }
+
+  /// Whether an entry has ever been loaded whole.
+  [[nodiscard]] bool WasLoaded(std::size_t entry) const { return wasLoaded_[entry]; }
 
   /// Whether an entry's block has no bytes for certain, without a look at the file.
   [[nodiscard]] bool IsStoredEmpty(std::size_t entry) const {
     return items_[entry].size == 0 && !items_[entry].IsCompressed();
   }
 
-  /// How many times an entry has been loaded, in all.
+  /// How many times an entry has been loaded from the file, in all.
   [[nodiscard]] std::uint64_t LoadCount() const { return loadCount_; }
 
   /// The entry that the last load was about, whether it went well or not.
@@ -64,11 +105,18 @@ class BlockCache {
 
  private:
   void ComputePosition(std::size_t entry);
+  [[nodiscard]] bool LoadKept(std::size_t entry);
+  void LoadStored(std::size_t entry, std::FILE* stream);
   void Inflate(std::size_t entry);
+  [[noreturn]] void Refuse(std::size_t entry, int code);
   void SeekTo(std::size_t entry, std::FILE* stream);
 
   std::vector<IndexItem> items_;
-  std::vector<Block> blocks_;
+  std::deque<Block> blocks_;  // references to them stay valid where others are added
+  std::vector<bool> wasLoaded_;
+  std::vector<bool> isWantedAgain_;
+  KeptContents kept_;
+  std::unordered_map<std::size_t, int> refusals_;  // zlib's codes
   std::uint64_t firstPosition_ = 0;
   std::uint64_t loadCount_ = 0;
   std::optional<std::size_t> lastLoaded_;

@@ -156,4 +156,8 @@ void CopyFromBlock<std::string>(Block& block, std::vector<std::string>& texts);
 template <>
 void CopyFromBlock<IndexItem>(Block& block, std::vector<IndexItem>& items);
 
+/// The same for at most "most" entries. Throws "Out of Bounds" at the first one beyond: deflate
+/// stores a hundred empty entries in a byte, and each takes as many bytes of memory.
+void CopyFromBlock(Block& block, std::vector<IndexItem>& items, std::uint64_t most);
+
 }  // namespace LbtLbf

@@ -121,6 +121,9 @@ class Index {
   /// An entry's block, to be read from.
   [[nodiscard]] Block& GetBlock(unsigned long entry);
 
+  /// Has all loads go to the file again; for when it may be another one. Blocks in memory stay.
+  void ForgetContents() { cache_.ForgetContents(); }
+
   /// The length that an entry's contents have by the file's own word; see
   /// BlockCache::ReadRecordedLength.
   [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry, std::FILE* stream) {

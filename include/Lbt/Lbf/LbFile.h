@@ -72,7 +72,7 @@ class LbFile {
   [[nodiscard]] bool HasRefusedRead() const;
 
   /// Whether the open file is a regular one and starts with the signature. Throws
-  /// "Read Error" where reading fails before the file's end.
+  /// "Read Error" where reading fails before the file's end, or no file is open.
   [[nodiscard]] bool HasSignature();
 
   /// The version text of the open file: at most four characters. Throws as above.
@@ -173,6 +173,7 @@ class LbFile {
     void operator()(std::FILE* stream) const { static_cast<void>(std::fclose(stream)); }
   };
 
+  void RequireOpen() const;
   void ReadIndexOnce();
   [[nodiscard]] std::string ReadHeader(long offset, std::size_t length);
 

@@ -49,7 +49,7 @@ class PrefixSums {
   std::vector<std::uint64_t> tree_;  // node i covers the lowbit(i + 1) lengths up to i
 };
 
-/// What loading the blocks of a stream has cost: bytes of their contents.
+/// What loading the blocks of a stream from the file has cost: bytes of their contents.
 struct StreamWork {
   std::uint64_t loads = 0;
   std::uint64_t loadedFirst = 0;  ///< by the first load of a block
@@ -59,13 +59,20 @@ struct StreamWork {
 /// All blocks of one name, read as one sequence of bytes: which block the next read
 /// is served from, and where an offset lies.
 ///
-/// Two things keep the cost of a long stream down without changing what is chosen:
-/// a hint where the first block with bytes left may be, and the lengths of the
-/// blocks that a seek has passed, kept as sums.
+/// Two things keep the cost of a long stream down without changing what is chosen: a hint where
+/// the first block with bytes left may be, which blocks that a caller goes back in move, and the
+/// lengths of the blocks that reads and seeks have passed, kept as sums. Not to be moved: its
+/// blocks refer to the hint.
 class NamedStream {
  public:
+  NamedStream() = default;
+  ~NamedStream() = default;
+  NamedStream(const NamedStream&) = delete;
+  NamedStream& operator=(const NamedStream&) = delete;
+
   /// Appends an entry to the stream.
-  void Append(std::size_t entry) {
+  void Append(std::size_t entry, Block& block) {
+    block.SetPlace(firstOpen_, limiter_.blocks.size());
     limiter_.blocks.push_back(entry);
     recordedLength_.reset();
   }
@@ -84,8 +91,9 @@ class NamedStream {
 
   /// Puts the cursor at "offset" bytes from the stream's start. Blocks that lie
   /// before are released, and count as read; one that was not in memory counts with
-  /// its recorded length and is not inflated. Throws what a load throws, and "Out of
-  /// Bounds" for an offset beyond the end.
+  /// its recorded length and is not inflated. Where loading the block that the offset lies in
+  /// shows it to be shorter than recorded, the place is looked for again. Throws what a load
+  /// throws, and "Out of Bounds" for an offset beyond the end.
   void Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file);
 
   /// The entry whose block a seek to "offset" would load or find in memory. Throws what reading
@@ -107,14 +115,8 @@ class NamedStream {
   /// What the loads of this stream have cost until now.
   [[nodiscard]] const StreamWork& Work() const { return work_; }
 
-  /// Whether one of the stream's entries has ever been loaded.
-  [[nodiscard]] bool WasLoaded(std::size_t entry) const;
-
   /// Loads one of the stream's entries, anew where it is in memory.
   void Reload(BlockCache& cache, std::size_t entry, std::FILE* file);
-
-  /// Says that somebody may move the cursor of "entry"'s block.
-  void Expose(std::size_t entry);
 
   [[nodiscard]] BlockSizeLimiter& Limiter() { return limiter_; }
   [[nodiscard]] const BlockSizeLimiter& Limiter() const { return limiter_; }
@@ -127,9 +129,12 @@ class NamedStream {
   [[nodiscard]] bool NeedsLoad(const BlockCache& cache, std::size_t place) const;
   [[nodiscard]] std::size_t FindPlace(BlockCache& cache, std::uint64_t offset, std::FILE* file);
   [[nodiscard]] std::uint32_t Measure(BlockCache& cache, std::size_t place, std::FILE* file) const;
+  [[nodiscard]] bool IsUsedUp(const BlockCache& cache, std::size_t place) const;
+  [[nodiscard]] std::size_t SkipEmpty(std::size_t place) const;
+  [[nodiscard]] bool TakeTarget(BlockCache& cache, std::size_t place, std::FILE* file);
   void Advance(const BlockCache& cache);
   void Load(BlockCache& cache, std::size_t place, std::FILE* file);
-  void CountLoad(std::size_t place, std::uint64_t length);
+  void CountLoad(BlockCache::Source source, std::uint64_t length);
   void Pass(BlockCache& cache, std::size_t place);
   void LeaveBefore(BlockCache& cache, std::size_t place);
   void PassFailed(BlockCache& cache, std::size_t place);
@@ -138,10 +143,10 @@ class NamedStream {
   BlockSizeLimiter limiter_;
   std::size_t firstOpen_ = 0;        // no block before it has bytes left, suspects apart
   PrefixSums lengths_;               // of the first blocks, as far as they are known
-  std::vector<std::size_t> loaded_;  // heap with the least on top: loaded blocks
+  std::vector<std::size_t> loaded_;  // heap with the least on top: loaded blocks with bytes
   std::set<std::size_t> suspects_;   // passed with a recorded length of 0, never inflated
-  std::vector<std::size_t> failed_;  // of known length, but loading them failed
-  std::vector<bool> wasLoaded_;      // by place
+  std::set<std::size_t> failed_;     // of known length, but loading them failed
+  std::size_t sought_ = 0;           // where the last seek went
   std::optional<std::uint64_t> recordedLength_;
   StreamWork work_;
 };

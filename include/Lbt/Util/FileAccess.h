@@ -37,6 +37,10 @@ struct FileIdentity {
 /// so that no other file takes its number and what is written to it fails.
 void FillStandardDescriptors();
 
+/// Has a write beyond the limit of file sizes fail like any other, instead of ending the process by
+/// a signal.
+void IgnoreFileSizeSignal();
+
 /// Opens "path" for writing and empties it, creating it where needed. Never
 /// blocks. The file is emptied only after it is known not to be "spared", so that
 /// naming a model as one's own output cannot destroy it. A pipe that nobody reads

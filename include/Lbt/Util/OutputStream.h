@@ -6,8 +6,8 @@
 
 namespace Lbt::Util {
 
-/// Buffers text for a file descriptor and writes it in large pieces. Remembers a
-/// failed write: nothing is written after it.
+/// Buffers text for a file descriptor and writes it in large pieces. Waits where the descriptor
+/// would block. Remembers a failed write: nothing is written after it.
 class DescriptorBuffer : public std::streambuf {
  public:
   /// Does not own "descriptor".

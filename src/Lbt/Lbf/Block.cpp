@@ -51,12 +51,14 @@ void Block::RefreshDefaultSize() {
 Block& Block::operator=(Block&& other) noexcept {
   Block taken(std::move(other));
   Swap(taken);
+  NoteOpen();
   return *this;
 }
 
 void Block::Swap(Block& other) noexcept {
   std::swap(buffer_, other.buffer_);
   std::swap(capacity_, other.capacity_);
+  std::swap(allocated_, other.allocated_);
   std::swap(size_, other.size_);
   std::swap(position_, other.position_);
 }
@@ -77,11 +79,12 @@ void Block::Read(std::FILE* stream, const unsigned int& length) {
   RefreshDefaultSize();
   // A stored size is only a claim: what the file does not hold needs no memory.
   const auto room = static_cast<unsigned int>(std::min<std::uint64_t>(length, BytesLeft(stream)));
-  CheckFreeSpaceAndAllocateMemory(position_, room);
-  if (room < length || std::fread(buffer_.get() + position_, length, 1, stream) != 1) {
+  const std::span<unsigned char> destination = RoomFor(room);
+  if (room < length || std::fread(destination.data(), length, 1, stream) != 1) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
   }
   size_ = std::max(size_, position_ + length);
+  NoteOpen();
 }
 
 void Block::Get(void* const& destination, const unsigned int& length) {
@@ -100,26 +103,45 @@ void Block::SetPosition(const unsigned long& position) {
     Raise(Exception::ErrorType::OutOfBounds, "Invalid block position", kFile);
   }
   position_ = static_cast<std::uint32_t>(position);
+  NoteOpen();
 }
 
-void Block::AllocateAdditionalMemory(const unsigned long& extra) {
+std::uint64_t Block::CapacityWith(std::uint64_t extra) const {
   if (extra > std::numeric_limits<std::uint64_t>::max() - capacity_) {
     Raise(Exception::ErrorType::MemoryAllocationError, "Memory Allocation Error", kFile);
   }
+  return capacity_ + extra;
+}
+
+void Block::AllocateAdditionalMemory(const unsigned long& extra) {
+  const std::uint64_t capacity = CapacityWith(extra);
   if (extra != 0) {
-    Reallocate(capacity_ + extra);
+    Allocate(capacity);
+    capacity_ = capacity;
   }
 }
 
-void Block::Reallocate(std::uint64_t capacity) {
+void Block::Allocate(std::uint64_t bytes) {
   // NOLINTNEXTLINE(cppcoreguidelines-no-malloc)
-  void* grown = std::realloc(buffer_.get(), capacity);
+  void* grown = std::realloc(buffer_.get(), bytes);
   if (grown == nullptr) {
     Raise(Exception::ErrorType::MemoryAllocationError, "Memory Allocation Error", kFile);
   }
   static_cast<void>(buffer_.release());  // realloc has freed or kept it
   buffer_.reset(static_cast<unsigned char*>(grown));
-  capacity_ = capacity;
+  allocated_ = bytes;
+}
+
+/// Has the buffer hold "bytes"; where it grows again, it doubles, as far as the capacity goes.
+void Block::Reserve(std::uint64_t bytes) {
+  if (bytes <= allocated_) {
+    return;
+  }
+  const bool isReleased = buffer_ == nullptr;
+  Allocate(std::max(bytes, std::min(2 * allocated_, capacity_)));
+  if (isReleased) {
+    std::memset(buffer_.get(), 0, std::min<std::uint64_t>(size_, bytes));  // nobody has read those
+  }
 }
 
 void Block::CheckFreeSpaceAndAllocateMemory(unsigned int& position, const unsigned int& length) {
@@ -127,36 +149,65 @@ void Block::CheckFreeSpaceAndAllocateMemory(unsigned int& position, const unsign
   if (end > std::numeric_limits<std::uint32_t>::max()) {
     Raise(Exception::ErrorType::MemoryAllocationError, "Memory Allocation Error", kFile);
   }
-  if (end >= capacity_) {
-    AllocateAdditionalMemory(std::max(length, GetDefaultSize()));
-    if (end <= capacity_) {
-      Lbt::Util::AskForLargePages(buffer_.get() + position, length);
-    }
+  const bool isGrowing = end >= capacity_;
+  const std::uint64_t capacity =
+      isGrowing ? CapacityWith(std::max(length, GetDefaultSize())) : capacity_;
+  Reserve(std::min(end, capacity));
+  capacity_ = capacity;
+  if (isGrowing && end <= allocated_) {
+    Lbt::Util::AskForLargePages(buffer_.get() + position, length);
   }
 }
 
+std::span<unsigned char> Block::RoomFor(std::uint32_t length) {
+  CheckFreeSpaceAndAllocateMemory(position_, length);
+  return length == 0 ? std::span<unsigned char>() : std::span(buffer_.get() + position_, length);
+}
+
 std::span<unsigned char> Block::Room() {
-  return buffer_ == nullptr ? std::span<unsigned char>()
-                            : std::span(buffer_.get() + position_, capacity_ - position_);
+  if (capacity_ == 0) {
+    return {};
+  }
+  if (allocated_ < capacity_) {
+    Allocate(capacity_);
+  }
+  return std::span(buffer_.get() + position_, capacity_ - position_);
 }
 
 void Block::Append(std::uint32_t length) {
   position_ += length;
   size_ = std::max(size_, position_);
+  NoteOpen();
 }
 
 void Block::ShrinkTo(std::uint64_t capacity) {
-  if (capacity == 0) {
+  capacity_ = std::min(capacity, capacity_);
+  const std::uint64_t held = std::min<std::uint64_t>(size_, capacity_);
+  if (held == 0) {
     buffer_.reset();
-    capacity_ = 0;
-  } else if (capacity < capacity_) {
-    Reallocate(capacity);
+    allocated_ = 0;
+  } else if (held < allocated_) {
+    Allocate(held);
   }
 }
 
-void Block::Release() {
+void Block::Release() { static_cast<void>(ReleaseContents()); }
+
+Block Block::ReleaseContents() {
+  Block contents;
+  contents.capacity_ = allocated_;
+  contents.size_ = size_;
+  contents.buffer_ = std::move(buffer_);
+  contents.allocated_ = std::exchange(allocated_, 0);
   position_ = size_;
-  buffer_.reset();
+  return contents;
+}
+
+void Block::Adopt(Block contents) {
+  *this = std::move(contents);
+  RefreshDefaultSize();
+  capacity_ = std::max(size_, GetDefaultSize());
+  SetPosition(0);
 }
 
 void Block::Pass(std::uint32_t length) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <utility>
 
 #include "Lbt/Lbf/Inflation.h"
@@ -23,12 +24,49 @@ constexpr const char* kFile = "include/Lbt/Lbf/Block";
 
 }  // namespace
 
+void KeptContents::Keep(std::size_t entry, Block contents) {
+  constexpr std::uint64_t kMostBytes = std::uint64_t{64} * 1024 * 1024;
+  constexpr std::size_t kAnyCase = 2;
+  cost_ += CostOf(contents);
+  list_.emplace_back(entry, std::move(contents));
+  places_[entry] = std::prev(list_.end());
+  while (cost_ > kMostBytes && list_.size() > kAnyCase) {
+    static_cast<void>(Remove(list_.begin()));
+  }
+}
+
+std::optional<Block> KeptContents::Take(std::size_t entry) {
+  const auto found = places_.find(entry);
+  return found == places_.end() ? std::nullopt : std::optional(Remove(found->second));
+}
+
+Block KeptContents::Remove(List::iterator kept) {
+  Block contents = std::move(kept->second);
+  cost_ -= CostOf(contents);
+  places_.erase(kept->first);
+  list_.erase(kept);
+  return contents;
+}
+
+void KeptContents::Clear() {
+  list_.clear();
+  places_.clear();
+  cost_ = 0;
+}
+
+std::uint64_t KeptContents::CostOf(const Block& contents) {
+  constexpr std::uint64_t kOfTheLists = 256;
+  return contents.GetSize() + kOfTheLists;
+}
+
 void BlockCache::Assign(std::vector<IndexItem> items, std::uint64_t firstPosition) {
+  const std::uint64_t loadCount = loadCount_;
+  *this = BlockCache();
+  loadCount_ = loadCount;
   items_ = std::move(items);
-  lastLoaded_.reset();
-  lastRefused_.reset();
-  blocks_.clear();
   blocks_.resize(items_.size());
+  wasLoaded_.resize(items_.size());
+  isWantedAgain_.resize(items_.size());
   firstPosition_ = firstPosition;
   for (std::size_t entry = 0; entry < items_.size(); ++entry) {
     ComputePosition(entry);
@@ -37,6 +75,8 @@ void BlockCache::Assign(std::vector<IndexItem> items, std::uint64_t firstPositio
 
 std::size_t BlockCache::Append(IndexItem item) {
   blocks_.emplace_back();
+  wasLoaded_.push_back(false);
+  isWantedAgain_.push_back(false);
   items_.push_back(std::move(item));
   return items_.size() - 1;
 }
@@ -54,20 +94,41 @@ void BlockCache::SeekTo(std::size_t entry, std::FILE* stream) {
   }
 }
 
-void BlockCache::Load(std::size_t entry, std::FILE* stream) {
+BlockCache::Source BlockCache::Load(std::size_t entry, std::FILE* stream) {
   lastLoaded_ = entry;
   lastRefused_.reset();
-  ++loadCount_;
   items_[entry].loaded = 0;
-  Block& block = blocks_[entry];
-  block = Block();
+  blocks_[entry] = Block();
+  Source source = Source::Kept;
+  if (stream == nullptr || !LoadKept(entry)) {
+    LoadStored(entry, stream);
+    source = wasLoaded_[entry] ? Source::Again : Source::First;
+    isWantedAgain_[entry] = wasLoaded_[entry];
+    wasLoaded_[entry] = true;
+  }
+  items_[entry].loaded = 1;
+  blocks_[entry].SetPosition(0);
+  return source;
+}
+
+bool BlockCache::LoadKept(std::size_t entry) {
+  if (const auto refusal = refusals_.find(entry); refusal != refusals_.end()) {
+    Refuse(entry, refusal->second);
+  }
+  std::optional<Block> contents = kept_.Take(entry);
+  if (contents) {
+    blocks_[entry].Adopt(std::move(*contents));
+  }
+  return contents.has_value();
+}
+
+void BlockCache::LoadStored(std::size_t entry, std::FILE* stream) {
+  ++loadCount_;
   SeekTo(entry, stream);
-  block.Read(stream, items_[entry].size);
+  blocks_[entry].Read(stream, items_[entry].size);
   if (items_[entry].IsCompressed()) {
     Inflate(entry);
   }
-  items_[entry].loaded = 1;
-  block.SetPosition(0);
 }
 
 void BlockCache::Inflate(std::size_t entry) {
@@ -76,9 +137,25 @@ void BlockCache::Inflate(std::size_t entry) {
     return;
   }
   if (code != Z_MEM_ERROR) {
-    lastRefused_ = entry;
+    refusals_[entry] = code;
+    Refuse(entry, code);
   }
   RaiseRefusal(code);
+}
+
+void BlockCache::Refuse(std::size_t entry, int code) {
+  lastRefused_ = entry;
+  RaiseRefusal(code);
+}
+
+void BlockCache::Forget(std::size_t entry) {
+  static_cast<void>(kept_.Take(entry));
+  refusals_.erase(entry);
+}
+
+void BlockCache::ForgetContents() {
+  kept_.Clear();
+  refusals_.clear();
 }
 
 std::uint32_t BlockCache::ReadRecordedLength(std::size_t entry, std::FILE* stream) {
@@ -110,8 +187,11 @@ std::uint64_t BlockCache::ReadCredibleLength(std::size_t entry, std::FILE* strea
 }
 
 void BlockCache::Release(std::size_t entry) {
-  blocks_[entry].Release();
+  Block contents = blocks_[entry].ReleaseContents();
   items_[entry].loaded = 0;
+  if (isWantedAgain_[entry] && contents.GetSize() != 0) {
+    kept_.Keep(entry, std::move(contents));
+  }
 }
 
 }  // namespace LbtLbf

@@ -3,8 +3,9 @@
 #include "Lbt/Lbf/CopyFromBlock.h"
 
 #include <algorithm>
+#include <limits>
 
-#include "Lbt/Util/Exception.h"
+#include "Lbt/Log/Raise.h"
 
 namespace LbtLbf {
 
@@ -77,10 +78,19 @@ void CopyFromBlock<std::string>(Block& block, std::vector<std::string>& texts) {
 
 template <>
 void CopyFromBlock<IndexItem>(Block& block, std::vector<IndexItem>& items) {
+  CopyFromBlock(block, items, std::numeric_limits<std::uint64_t>::max());
+}
+
+void CopyFromBlock(Block& block, std::vector<IndexItem>& items, std::uint64_t most) {
   const auto count = NumberFromBlock<std::uint32_t>(block);
   std::vector<IndexItem> read;
-  read.reserve(std::min(count, block.GetRemaining() / kShortestItem));
+  read.reserve(std::min<std::uint64_t>(
+      {std::uint64_t{count}, std::uint64_t{block.GetRemaining() / kShortestItem}, most}));
   for (std::uint32_t i = 0; i < count; ++i) {
+    if (i == most) {
+      Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds,
+                      "The index has more entries than the file can hold", "include/Lbt/Lbf/Index");
+    }
     read.push_back(ItemFromBlock(block));
   }
   items = std::move(read);

@@ -2,10 +2,12 @@
 
 #include "Lbt/Lbf/Index.h"
 
+#include <limits>
 #include <utility>
 
 #include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Log/Raise.h"
+#include "Lbt/Util/FileAccess.h"
 
 namespace LbtLbf {
 
@@ -17,6 +19,15 @@ namespace {
 
 constexpr const char* kFile = "include/Lbt/Lbf/Index";
 constexpr std::string_view kContinuationPrefix = "\vIndex Block ";
+
+/// How many entries a second index may have: one for each byte of the file, and a million for
+/// files that are small. A block that holds anything takes a byte there at the least.
+std::uint64_t MostEntries(std::FILE* stream) {
+  constexpr std::uint64_t kInAnyCase = std::uint64_t{1} << 20U;
+  const std::uint64_t size =
+      Lbt::Util::SizeOf(fileno(stream)).value_or(std::numeric_limits<std::uint32_t>::max());
+  return size + kInAnyCase;
+}
 
 /// Runs a read and absorbs that there is nothing to read from.
 template <class Read>
@@ -39,6 +50,9 @@ void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long
   cache_.Assign({}, 0);
   continuation_.reset();
   isContinuationRefused_ = false;
+  unusedBytes_ = 0;
+  continuationUnusedBytes_ = 0;
+  continuationLength_ = 0;
   streams_.clear();
   const off_t offset = ftello(stream);
   indexPosition_ = offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
@@ -69,7 +83,7 @@ void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items)
     throw;
   }
   std::vector<IndexItem> appended;
-  CopyFromBlock<IndexItem>(firstIndex.GetBlock(last), appended);
+  CopyFromBlock(firstIndex.GetBlock(last), appended, MostEntries(stream));
   continuationLength_ = firstIndex.GetBlock(last).GetSize();
   continuationUnusedBytes_ = firstIndex.GetBlock(last).GetRemaining();
   items.insert(items.end(), std::make_move_iterator(appended.begin()),
@@ -79,7 +93,7 @@ void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items)
 void Index::BuildStreams() {
   const std::vector<IndexItem>& items = cache_.Items();
   for (std::size_t entry = 0; entry < items.size(); ++entry) {
-    streams_[items[entry].name].Append(entry);
+    streams_[items[entry].name].Append(entry, cache_.GetBlock(entry));
   }
 }
 
@@ -155,7 +169,7 @@ unsigned long Index::CreateBlock(const std::string& name) {
   item.sequence = nextSequence_++;
   item.name = name;
   const std::size_t entry = cache_.Append(std::move(item));
-  streams_[name].Append(entry);
+  streams_[name].Append(entry, cache_.GetBlock(entry));
   return entry;
 }
 
@@ -170,7 +184,7 @@ void Index::ReadBufferFromFileStream(unsigned long entry, std::FILE* stream) {
 
 Block& Index::GetBlock(unsigned long entry) {
   ++changes_;
-  GetStream(cache_.Items().at(entry).name).Expose(entry);
+  static_cast<void>(cache_.Items().at(entry));
   return cache_.GetBlock(entry);
 }
 

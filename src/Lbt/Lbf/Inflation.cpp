@@ -123,9 +123,7 @@ int ReplaceByContents(Block& block) {
 
   Block::RefreshDefaultSize();
   Block contents;
-  unsigned int start = 0;
-  contents.CheckFreeSpaceAndAllocateMemory(start, static_cast<unsigned int>(room));
-  const Inflated inflated = Inflate(source, contents.Room().first(room));
+  const Inflated inflated = Inflate(source, contents.RoomFor(static_cast<std::uint32_t>(room)));
   if (inflated.code == Z_OK) {
     contents.Append(static_cast<std::uint32_t>(inflated.length));
     contents.ShrinkTo(std::max<std::uint64_t>(inflated.length, Block::GetDefaultSize()));

@@ -91,11 +91,19 @@ void LbFile::CloseFile() {
   Trace("Closing file ...", kFile);
   if (IsOpen()) {
     stream_.reset();
+    index_.ForgetContents();
     Trace("File closed.", kFile);
   }
 }
 
+void LbFile::RequireOpen() const {
+  if (!IsOpen()) {
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+  }
+}
+
 bool LbFile::HasSignature() {
+  RequireOpen();
   return Lbt::Util::IsRegularFile(fileno(stream_.get())) &&
          ReadHeader(0, kSignature.size()) == kSignature;
 }
@@ -104,6 +112,7 @@ std::string LbFile::ReadVersion() { return ReadHeader(kVersionOffset, kVersionSi
 
 /// Header bytes up to the first NUL. What lies behind the file's end reads as NUL.
 std::string LbFile::ReadHeader(long offset, std::size_t length) {
+  RequireOpen();
   std::string bytes(length, '\0');
   SeekHeader(stream_.get(), offset);
   const std::size_t read = std::fread(bytes.data(), 1, length, stream_.get());
@@ -129,9 +138,7 @@ void LbFile::CheckSupport(const std::string& version, bool& atLeast07) {
 
 void LbFile::ReadIndex() {
   Trace("Reading index positions ... ", kFile);
-  if (!IsOpen()) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
-  }
+  RequireOpen();
   std::array<unsigned char, sizeof(std::uint32_t)> stored{};
   SeekHeader(stream_.get(), kIndexSizeOffset);
   const bool isWhole = std::fread(stored.data(), stored.size(), 1, stream_.get()) == 1;

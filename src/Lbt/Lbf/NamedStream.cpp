@@ -78,7 +78,24 @@ void NamedStream::Advance(const BlockCache& cache) {
   if (!IsKnown(firstOpen_)) {
     lengths_.Append(cache.GetBlock(EntryAt(firstOpen_)).GetSize());
   }
-  ++firstOpen_;
+  firstOpen_ = SkipEmpty(firstOpen_ + 1);
+}
+
+/// The first block from "place" on that is not empty for certain; the last one is looked at in any
+/// case.
+std::size_t NamedStream::SkipEmpty(std::size_t place) const {
+  const std::size_t last = limiter_.blocks.size() - 1;
+  if (place >= last || !IsKnown(place)) {
+    return place;
+  }
+  const std::size_t next = std::min(lengths_.Find(lengths_.Sum(place)), last);
+  const auto suspect = suspects_.lower_bound(place);
+  return suspect == suspects_.end() ? next : std::min(next, *suspect);
+}
+
+/// Whether reading is done with a block for certain.
+bool NamedStream::IsUsedUp(const BlockCache& cache, std::size_t place) const {
+  return cache.GetBlock(EntryAt(place)).IsConsumed() && !NeedsLoad(cache, place);
 }
 
 std::uint64_t NamedStream::Position(const BlockCache& cache) {
@@ -86,15 +103,17 @@ std::uint64_t NamedStream::Position(const BlockCache& cache) {
     return 0;
   }
   const std::size_t last = limiter_.blocks.size() - 1;
-  const auto isUsedUp = [&](std::size_t place) {
-    return cache.GetBlock(EntryAt(place)).IsConsumed() && !NeedsLoad(cache, place);
-  };
-  while (firstOpen_ < last && isUsedUp(firstOpen_)) {
+  while (firstOpen_ < last && IsUsedUp(cache, firstOpen_)) {
     Advance(cache);
   }
   std::size_t place = firstOpen_;
-  while (place < last && IsKnown(place) && (isUsedUp(place) || suspects_.contains(place))) {
-    ++place;
+  if (suspects_.contains(place)) {
+    // A seek went over it, and over nothing with bytes left.
+    place = std::max(place, sought_);
+    while (place < last && IsKnown(place) && IsUsedUp(cache, place)) {
+      ++place;
+    }
+    sought_ = place;
   }
   return lengths_.Sum(place) + cache.GetBlock(EntryAt(place)).GetPosition();
 }
@@ -131,14 +150,30 @@ void NamedStream::Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file)
   if (limiter_.blocks.empty()) {
     Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
   }
-  const std::size_t place = FindPlace(cache, offset, file);
-  LeaveBefore(cache, place);
-  firstOpen_ = suspects_.empty() ? place : std::min(place, *suspects_.begin());
-  const bool isTargetGone = !cache.IsLoaded(EntryAt(place)) && !cache.IsStoredEmpty(EntryAt(place));
-  if (isTargetGone) {
-    Load(cache, place, file);
+  for (bool isDone = false; !isDone;) {
+    const std::size_t place = FindPlace(cache, offset, file);
+    LeaveBefore(cache, place);
+    sought_ = place;
+    firstOpen_ = suspects_.empty() ? place : std::min(place, *suspects_.begin());
+    const bool isCorrected = TakeTarget(cache, place, file);
+    Block& block = cache.GetBlock(EntryAt(place));
+    const std::uint64_t within = offset - lengths_.Sum(place);
+    isDone = within <= block.GetSize() || !isCorrected;
+    if (isDone) {
+      block.SetPosition(within);
+    }
   }
-  cache.GetBlock(EntryAt(place)).SetPosition(offset - lengths_.Sum(place));
+}
+
+/// Has a block in memory; whether that has shown another length than was known.
+bool NamedStream::TakeTarget(BlockCache& cache, std::size_t place, std::FILE* file) {
+  if (cache.IsLoaded(EntryAt(place)) || cache.IsStoredEmpty(EntryAt(place))) {
+    return false;
+  }
+  const std::size_t known = std::min(place + 1, lengths_.Count());
+  const std::uint64_t before = lengths_.Sum(known);
+  Load(cache, place, file);
+  return lengths_.Sum(known) != before;
 }
 
 /// Measures blocks that no seek has passed yet, one by one, until one holds the
@@ -185,10 +220,10 @@ void NamedStream::LeaveBefore(BlockCache& cache, std::size_t place) {
 }
 
 void NamedStream::PassFailed(BlockCache& cache, std::size_t place) {
-  const auto passed = std::partition(failed_.begin(), failed_.end(),
-                                     [place](std::size_t failed) { return failed >= place; });
-  std::for_each(passed, failed_.end(), [&](std::size_t failed) { Pass(cache, failed); });
-  failed_.erase(passed, failed_.end());
+  while (!failed_.empty() && *failed_.begin() < place) {
+    Pass(cache, *failed_.begin());
+    failed_.erase(failed_.begin());
+  }
 }
 
 bool NamedStream::NeedsLoad(const BlockCache& cache, std::size_t place) const {
@@ -209,43 +244,38 @@ void NamedStream::Load(BlockCache& cache, std::size_t place, std::FILE* file) {
   const std::size_t entry = EntryAt(place);
   const bool wasLoaded = cache.IsLoaded(entry);
   try {
-    cache.Load(entry, file);
+    const BlockCache::Source source = cache.Load(entry, file);
+    CountLoad(source, cache.GetBlock(entry).GetSize());
   } catch (...) {
     if (IsKnown(place)) {
-      failed_.push_back(place);
+      failed_.insert(place);
     }
     throw;
   }
   suspects_.erase(place);
-  CountLoad(place, cache.GetBlock(entry).GetSize());
-  if (!wasLoaded) {
+  const std::uint64_t length = cache.GetBlock(entry).GetSize();
+  if (!wasLoaded && length != 0) {  // blocks without bytes are never released: nothing is gained
     loaded_.push_back(place);
     std::push_heap(loaded_.begin(), loaded_.end(), std::greater<>());
   }
   if (IsKnown(place)) {
-    lengths_.Change(place, lengths_.Sum(place + 1) - lengths_.Sum(place),
-                    cache.GetBlock(entry).GetSize());
+    lengths_.Change(place, lengths_.Sum(place + 1) - lengths_.Sum(place), length);
   }
 }
 
-void NamedStream::CountLoad(std::size_t place, std::uint64_t length) {
-  wasLoaded_.resize(limiter_.blocks.size());
-  ++work_.loads;
-  (wasLoaded_[place] ? work_.loadedAgain : work_.loadedFirst) += length;
-  wasLoaded_[place] = true;
-}
-
-bool NamedStream::WasLoaded(std::size_t entry) const {
-  const std::size_t place = PlaceOf(entry);
-  return place < wasLoaded_.size() && wasLoaded_[place];
+void NamedStream::CountLoad(BlockCache::Source source, std::uint64_t length) {
+  if (source != BlockCache::Source::Kept) {
+    ++work_.loads;
+    (source == BlockCache::Source::First ? work_.loadedFirst : work_.loadedAgain) += length;
+  }
 }
 
 void NamedStream::Reload(BlockCache& cache, std::size_t entry, std::FILE* file) {
-  Expose(entry);
-  Load(cache, PlaceOf(entry), file);
+  const std::size_t place = PlaceOf(entry);
+  firstOpen_ = std::min(firstOpen_, place);
+  cache.Forget(entry);
+  Load(cache, place, file);
 }
-
-void NamedStream::Expose(std::size_t entry) { firstOpen_ = std::min(firstOpen_, PlaceOf(entry)); }
 
 std::size_t NamedStream::PlaceOf(std::size_t entry) const {
   const auto& blocks = limiter_.blocks;

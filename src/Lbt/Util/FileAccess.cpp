@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <string_view>
 #include <utility>
 
@@ -99,6 +100,8 @@ void FillStandardDescriptors() {
     }
   }
 }
+
+void IgnoreFileSizeSignal() { static_cast<void>(std::signal(SIGXFSZ, SIG_IGN)); }
 
 std::optional<int> OpenForReplacing(const std::string& path, std::optional<FileIdentity> spared) {
   Descriptor file(

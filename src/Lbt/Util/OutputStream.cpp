@@ -2,6 +2,7 @@
 
 #include "Lbt/Util/OutputStream.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +13,13 @@ namespace Lbt::Util {
 namespace {
 
 constexpr std::size_t kRoom = std::size_t{64} * 1024;
+
+/// Waits until a descriptor that would block takes more, or tells of its failure. Another program
+/// may have set it so: standard output is shared with whoever gave it.
+void WaitForRoom(int descriptor) {
+  pollfd wanted{.fd = descriptor, .events = POLLOUT, .revents = 0};
+  static_cast<void>(poll(&wanted, 1, -1));  // an interruption ends in another try to write
+}
 
 }  // namespace
 
@@ -57,6 +65,8 @@ bool DescriptorBuffer::WriteOut(const char* text, std::size_t count) {
     if (written >= 0) {
       text += written;
       count -= static_cast<std::size_t>(written);
+    } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+      WaitForRoom(descriptor_);
     } else if (errno != EINTR) {
       failed_ = true;
     }

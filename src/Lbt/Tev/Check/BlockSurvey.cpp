@@ -170,7 +170,7 @@ void BlockSurvey::Inflate(CheckedBlock& block) {
 bool BlockSurvey::WasLoaded(const CheckedBlock& block) const {
   const auto number = static_cast<std::size_t>(block.name.number);
   const LbtLbf::Index& index = file_->GetIndex();
-  return index.GetStreams().find(index.GetItems()[number].name)->second.WasLoaded(number);
+  return index.GetCache().WasLoaded(number);
 }
 
 }  // namespace LbtTev::Check
