@@ -10,7 +10,10 @@
 #include "Failure.h"
 #include "Lbt/Lbf/Block.h"
 #include "Lbt/Tev/Geometry.h"
+#include "Lbt/Tev/NodeSets.h"
+#include "Lbt/Tev/OpenModel.h"
 #include "ModelOnDisk.h"
+#include "TraceText.h"
 #include "support/ModelWriter.h"
 #include "support/SmallModel.h"
 
@@ -97,6 +100,149 @@ TEST(LoadWork, RecordsThatEachSeekToAndFro_LoadNoMoreThanBlocksAndSeeks) {
       {.split = StreamLayout::Split::BlockPerRecord, .packing = StreamLayout::Packing::Compressed});
   EXPECT_GE(BlocksOf(model), kRecords);
   EXPECT_LE(LoadsOf(model), BlocksOf(model) + kRecords);
+}
+
+const std::string kTooOften = tevtest::ExpectedException(
+    "Out of Bounds", "The model refers to its data too often", "include/Lbt/Tev/ModelStreams");
+
+/// What the streams of a loaded model have cost.
+LbtLbf::StreamWork WorkOf(LoadedTree& loaded, std::string_view stream) {
+  return loaded.disk.File().FindStream(stream)->Work();
+}
+
+/// "count" geometries, all with the light data of the first, whose variables have no attributes.
+ModelWriter SharedLightData(std::uint32_t count, std::uint32_t variables) {
+  ModelWriter model;
+  model.AddGroup("root", 0, {}, "0.1");
+  for (std::uint32_t nth = 0; nth < count; ++nth) {
+    const NodeRef mesh = model.AddGeometry("m", 1);
+    model.At(mesh).lightPosition = 1;
+    for (std::uint32_t i = 0; nth == 0 && i < variables; ++i) {
+      model.AddVariable(mesh, Variable::Floats("v", 13, 1, {}));
+    }
+  }
+  model.SetPrefix(kLightData, "p").LeaveOut(tevtest::kAttributes);
+  return model;
+}
+
+TEST(LoadWork, GeometriesOnOneLightData_AreReadUpToTheLimit) {
+  LoadedTree loaded(SharedLightData(100, 1000));
+  for (const unsigned int id : {2U, 101U}) {
+    EXPECT_EQ(loaded.At<Geometry>(id).variables.size(), 1000U);
+  }
+}
+
+TEST(LoadWork, GeometriesOnOneLightDataBeyondTheLimit_Fail) {
+  // 27 bytes and a name of one for each variable: 28,000 bytes for each geometry.
+  ModelWriter model = SharedLightData(800, 1000);
+  EXPECT_EQ(FailureOfLoading(model), kTooOften);
+}
+
+TEST(LoadWork, MissingAttributesOfManyVariables_LeaveOneLineInTheLog) {
+  const tevtest::TraceText trace;
+  LoadedTree loaded(SharedLightData(100, 1000));
+  const std::string lines = trace.Lines();
+  EXPECT_EQ(lines.find("Element Not Found"), lines.rfind("Element Not Found"));
+  EXPECT_LE(lines.size(), 1000U);
+}
+
+TEST(LoadWork, NodeSetsInOnePlace_AreReadOnceAndShared) {
+  constexpr std::uint32_t kNodes = 1000;
+  ModelWriter model;
+  model.AddGroup("root", 0);
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> members(50000, {1, 2});
+  for (std::uint32_t nth = 0; nth < kNodes; ++nth) {
+    std::vector<tevtest::NodeSet> sets;
+    if (nth == 0) {
+      sets = {{"Set", members}};
+    }
+    const NodeRef node = model.AddNodeSets("n", 1, std::move(sets));
+    model.At(node).NodeSets().setCount = 1;
+    model.At(node).NodeSets().heavyPosition = 0;
+  }
+  LoadedTree loaded(model);
+  EXPECT_EQ(loaded.At<NodeSets>(2).sets.at(0).members.size(), 50000U);
+  EXPECT_TRUE(loaded.At<NodeSets>(2).sets.IsSharedWith(loaded.At<NodeSets>(1001).sets));
+  EXPECT_EQ(WorkOf(loaded, tevtest::kHeavyData).loads, 1U);
+}
+
+TEST(LoadWork, DataReadAtOnceInOnePlace_IsReadOnceAndShared) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("mesh", model.AddGroup("root", 0), "0.5");
+  for (int i = 0; i < 1000; ++i) {
+    Variable variable = Variable::Uints("v", 13, 1, {1, 2, 3});
+    variable.heavyPosition = 0;
+    variable.byteCount = i % 2 == 0 ? 12 : 8;
+    model.AddVariable(mesh, variable);
+  }
+  LoadedTree loaded(model);
+  const auto& variables = loaded.At<Geometry>(mesh).variables;
+  EXPECT_EQ(variables[0].array.storedBytes->size(), 12U);
+  EXPECT_EQ(variables[1].array.storedBytes->size(), 8U);
+  EXPECT_EQ(variables[0].array.storedBytes, variables[998].array.storedBytes);
+  EXPECT_EQ(variables[1].array.storedBytes, variables[999].array.storedBytes);
+}
+
+TEST(LoadWork, OldVariablesInTwoCompressedBlocks_LoadNeither) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("mesh", model.AddGroup("root", 0), "0.4");
+  for (unsigned int i = 0; i < 1000; ++i) {
+    Variable variable = Variable::Uints("v", 13, 1, {i});
+    variable.heavyPosition = i % 2 == 0 ? 0 : 2000;
+    model.AddVariable(mesh, variable);
+  }
+  model.SetLayout(tevtest::kHeavyData, {.split = StreamLayout::Split::AtCuts,
+                                        .packing = StreamLayout::Packing::Compressed,
+                                        .cuts = {2000}});
+  LoadedTree loaded(model);
+  EXPECT_EQ(loaded.At<Geometry>(mesh).variables.size(), 1000U);
+  EXPECT_EQ(WorkOf(loaded, tevtest::kHeavyData).loads, 0U);
+}
+
+TEST(LoadWork, ASoundModel_ReadsItsStreamsOnce) {
+  LoadedTree loaded(SmallModel());
+  for (const std::string_view stream : {kLightData, tevtest::kHeavyData, tevtest::kAttributes}) {
+    EXPECT_EQ(WorkOf(loaded, stream).loadedAgain, 0U) << stream;
+  }
+}
+
+TEST(LoadWork, ArraysLoadedOneByOne_AreRequestsOfTheirOwn) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("mesh", model.AddGroup("root", 0));
+  const std::vector<float> values(262144);  // 1 MiB
+  model.AddVariable(mesh, Variable::Floats("v", 13, 1, values));
+  LoadedTree loaded(model);
+  const auto& array = loaded.At<Geometry>(mesh).variables[0].array;
+  std::vector<float> read;
+  for (int i = 0; i < 40; ++i) {
+    array.loader->LoadTo(read);
+  }
+  EXPECT_EQ(read.size(), values.size());
+}
+
+/// How often one array of 1 MiB can be loaded within one request.
+int LoadsInOneRequest() {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("mesh", model.AddGroup("root", 0));
+  const std::vector<float> values(262144);
+  model.AddVariable(mesh, Variable::Floats("v", 13, 1, values));
+  const tevtest::TempDir directory;
+  Tree tree;
+  OpenModel(tree, directory.Write("m.tev", model.Build()));
+  const auto& array = dynamic_cast<Geometry&>(*tree.GetReqNode(mesh).data).variables[0].array;
+  const ModelStream::Request request(*tree.GetStreams().heavy);
+  std::vector<float> read;
+  int loads = 0;
+  while (loads < 100 && FailureOf([&] { array.loader->LoadTo(read); }) == "no failure") {
+    ++loads;
+  }
+  EXPECT_EQ(FailureOf([&] { array.loader->LoadTo(read); }), kTooOften);
+  return loads;
+}
+
+// 16 times the stream of 1 MiB, and 16 MiB; what is read last is not counted yet.
+TEST(LoadWork, AnArrayLoadedAgainAndAgainInOneRequest_FailsBeyondTheLimit) {
+  EXPECT_EQ(LoadsInOneRequest(), 33);
 }
 
 TEST(LoadWork, RepeatedIds_KeepOneNode) {

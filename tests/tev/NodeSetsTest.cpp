@@ -22,6 +22,8 @@ using tevtest::NodeSetLists;
 
 using Pairs = std::vector<std::pair<unsigned int, unsigned int>>;
 
+const std::string kTooOften = tevtest::ExpectedException(
+    "Out of Bounds", "The model refers to its data too often", "include/Lbt/Tev/ModelStreams");
 const std::string kListTooShort = tevtest::ExpectedException(
     "Out of Bounds", "Not enough bytes in the block", "include/Lbt/Tev/NodeSets");
 
@@ -193,10 +195,10 @@ TEST(NodeSets, ThatOverlapBeyondAllBounds_FailInsteadOfFillingTheMemory) {
   lists.nameOffsets = std::vector<unsigned int>(offsets.size());
   lists.memberOffsets = offsets;
   lists.firstValues = lists.secondValues = std::vector<unsigned int>(kMany);
-  EXPECT_EQ(FailureOfLoading(lists, 2 * kMany), kListTooShort);
+  EXPECT_EQ(FailureOfLoading(lists, 2 * kMany), kTooOften);
   lists.nameOffsets = offsets;
   lists.memberOffsets = std::vector<unsigned int>(offsets.size());
-  EXPECT_EQ(FailureOfLoading(lists, 2 * kMany), kListTooShort);
+  EXPECT_EQ(FailureOfLoading(lists, 2 * kMany), kTooOften);
 }
 
 /// Three values of each kind for sets with the given member offsets.
@@ -206,32 +208,54 @@ NodeSetLists ThreeMembers(std::vector<unsigned int> memberOffsets) {
   return lists;
 }
 
-TEST(NodeSets, ThatOverlapWithoutHoldingMoreMembersThanTheLists_AreLoaded) {
+TEST(NodeSets, ThatOverlap_AreLoadedAsTheyAre) {
   NodeSets node;
   Load(node, ThreeMembers({1, 3, 0, 1}), 3);
   EXPECT_EQ(node.sets[0].members, (Pairs{{2, 20}, {3, 30}}));
   EXPECT_TRUE(node.sets[1].members.empty());
   EXPECT_EQ(node.sets[2].members, (Pairs{{1, 10}}));
-  Load(node, ThreeMembers({1, 2, 0, 2}), 3);
-  EXPECT_EQ(node.sets[0].members, (Pairs{{2, 20}}));
+  Load(node, ThreeMembers({0, 2, 0, 2}), 3);
+  EXPECT_EQ(node.sets[0].members, (Pairs{{1, 10}, {2, 20}}));
+  EXPECT_TRUE(node.sets[1].members.empty());
   EXPECT_EQ(node.sets[2].members, (Pairs{{1, 10}, {2, 20}}));
+  Load(node, ThreeMembers({0, 3, 0, 3}), 3);
+  EXPECT_EQ(node.sets[2].members, node.sets[0].members);
 }
 
-TEST(NodeSets, ThatWouldHoldOneMemberMoreThanTheLists_FailWithNotEnoughBytes) {
-  EXPECT_EQ(FailureOfLoading(ThreeMembers({1, 3, 0, 2}), 3), kListTooShort);
-  EXPECT_EQ(FailureOfLoading(ThreeMembers({0, 3, 2, 3}), 3), kListTooShort);
+/// Offsets that give every second of "sets" sets all of "count" elements.
+std::vector<unsigned int> AllInEverySecond(std::size_t sets, unsigned int count) {
+  std::vector<unsigned int> offsets(sets + 1);
+  for (std::size_t i = 1; i < offsets.size(); i += 2) {
+    offsets[i] = count;
+  }
+  return offsets;
 }
 
-TEST(NodeSets, ThatWouldHoldMoreMembersThanTheShorterList_FailWithNotEnoughBytes) {
+TEST(NodeSets, ThatOverlap_MayCopySixteenTimesTheStreamAnd16Mebibytes) {
+  constexpr unsigned int kMembers = 8192;
+  // One set takes 64 KiB of members; the stream holds them once, and the offsets.
+  const auto lists = [](std::size_t sets) {
+    NodeSetLists made;
+    made.allNames = "";
+    made.nameOffsets = std::vector<unsigned int>(sets + 1);
+    made.memberOffsets = AllInEverySecond(sets, kMembers);
+    made.firstValues = made.secondValues = std::vector<unsigned int>(kMembers);
+    return made;
+  };
+  NodeSets node;
+  Load(node, lists(2 * 256), 2 * 256);  // 16 MiB in all
+  EXPECT_EQ(node.sets.size(), 512U);
+  EXPECT_EQ(node.sets[510].members.size(), kMembers);
+  EXPECT_EQ(FailureOfLoading(lists(2 * 290), 2 * 290), kTooOften);
+}
+
+TEST(NodeSets, WhoseMembersRunOut_FailWithNotEnoughBytes) {
   NodeSetLists lists = ThreeMembers({0, 2, 1, 2});
   NodeSets node;
   Load(node, lists, 3);
   EXPECT_EQ(node.sets[2].members, (Pairs{{2, 20}}));
-  lists.secondValues = {10, 20};
-  EXPECT_EQ(FailureOfLoading(lists, 3), kListTooShort);
-  lists.secondValues.reset();
-  lists.firstValues = {1, 2};
-  EXPECT_EQ(FailureOfLoading(lists, 3), kListTooShort);
+  EXPECT_EQ(FailureOfLoading(ThreeMembers({0, 2, 0, 4}), 3), kListTooShort);
+  EXPECT_EQ(FailureOfLoading(ThreeMembers({4, 5, 5, 5}), 3), kListTooShort);
 }
 
 TEST(NodeSets, WhoseNamesRepeatOneAnother_MayHoldMoreThanAllNames) {

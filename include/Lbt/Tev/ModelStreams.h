@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/shared_ptr.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
@@ -11,6 +12,7 @@
 #include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Lbf/LbFile.h"
@@ -57,6 +59,7 @@ class ModelStream {
   void GetFloats(std::span<float> floats) {
     if (LbtLbf::Block* block = FindBlock(); block != nullptr) {
       LbtLbf::CopyFromBlock(*block, floats);
+      read_ += floats.size_bytes();
     }
   }
 
@@ -72,6 +75,29 @@ class ModelStream {
   /// Where the cursor stands; see NamedStream::Position. Loads nothing.
   [[nodiscard]] std::uint64_t Position();
 
+  /// Makes sure that a seek to "position" would not fail, as far as the recorded lengths of blocks
+  /// tell; where they do not, seeks. Throws as that does.
+  void RequirePosition(unsigned long position);
+
+  /// A use of the stream as a whole: a load of a tree, a dump, or one array for who asks for no
+  /// more. The bytes that are decoded, copied or inflated again during it have a limit, which a
+  /// model that refers to its bytes once or a few times does not come near: 16 times what the
+  /// stream holds, and 16 MiB. One within another is a part of it.
+  class Request {
+   public:
+    explicit Request(ModelStream& stream);
+    ~Request() { --stream_->requests_; }
+    Request(const Request&) = delete;
+    Request& operator=(const Request&) = delete;
+
+   private:
+    ModelStream* stream_;
+  };
+
+  /// Counts bytes that were copied towards the request, beside those that are read from the stream
+  /// up to each seek. Throws "Out of Bounds" ("The model refers to its data too often").
+  void Charge(std::uint64_t bytes);
+
   /// The block that zlib has refused, where what was thrown last tells of that.
   [[nodiscard]] std::optional<LbtLbf::NumberedBlock> RefusedBlock() const;
 
@@ -86,7 +112,9 @@ class ModelStream {
   template <LbtLbf::StreamValue T>
   void GetOne(T& value) {
     if (LbtLbf::Block* block = FindBlock(); block != nullptr) {
+      const std::uint32_t start = block->GetPosition();
       LbtLbf::CopyFromBlock(*block, value);
+      read_ += block->GetPosition() - start;
     } else if (!file_->IsOpen()) {
       file_->Get(name_, value);
     }
@@ -95,6 +123,7 @@ class ModelStream {
   void FindNextBlock();
   [[nodiscard]] LbtLbf::NamedStream* FindStream();
   void ThrowOfRefusedTarget(unsigned long position);
+  void ChargeReads();
 
   LbtLbf::LbFile* file_;
   std::string name_;
@@ -105,6 +134,10 @@ class ModelStream {
   std::exception_ptr reason_;
   std::map<std::size_t, std::exception_ptr> refused_;  // by the number of the block
   std::optional<std::size_t> refusedAgain_;            // by the last seek
+  int requests_ = 0;                                   // that are open
+  std::uint64_t charged_ = 0;                          // to the outermost one
+  std::uint64_t read_ = 0;                             // since the last seek
+  std::uint64_t reloaded_ = 0;  // bytes loaded again in all, at the last seek
   bool hasMissedReads_ = false;
   bool isMissingLogged_ = false;
 };
@@ -153,6 +186,12 @@ struct ModelStreams {
   ModelStream resources;
   ModelStream global;
   GoOn goOn;
+
+  /// Data that was read together with its records, by position and size in the heavy data: for
+  /// records that name the same.
+  std::map<std::pair<unsigned long, unsigned long>,
+           boost::shared_ptr<const std::vector<unsigned char>>>
+      dataReadAtOnce;
 };
 
 /// The element of a stored list. Throws "Out of Bounds" with the text of a block that ends too

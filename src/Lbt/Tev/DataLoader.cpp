@@ -64,6 +64,7 @@ void DataLoader::LoadTo(std::vector<T>& out) const {
     Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::BadCasting, "Bad Casting",
                     "include/Lbt/Tev/DataLoader");
   }
+  const ModelStream::Request request(*stream_);
   stream_->Seek(position_);
   const std::size_t count = byteSize_ / kElementSize;
   if (count == 0) {

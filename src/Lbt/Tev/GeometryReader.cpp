@@ -75,7 +75,7 @@ class VariableReader {
       AttemptAttributes(variable);
     }
     const auto position = Light<unsigned int>();
-    streams_->Attempt(*streams_->heavy, [&] { streams_->heavy->Seek(position); });
+    streams_->Attempt(*streams_->heavy, [&] { streams_->heavy->RequirePosition(position); });
     variable.array.CreateDataLoader(streams_->heavy, position, false);
     geometry.variables.push_back(std::move(variable));
   }
@@ -114,12 +114,15 @@ class VariableReader {
     }
   }
 
-  /// Takes data that no loader will fetch later.
+  /// Takes data that no loader will fetch later; what another variable has taken before is shared.
   void ReadData(unsigned long position, NumericArray& array) {
-    streams_->heavy->Seek(position);
-    const auto bytes = streams_->heavy->GetBytes(array.byteSize);
-    array.storedBytes =
-        boost::make_shared<const std::vector<unsigned char>>(bytes.begin(), bytes.end());
+    auto& known = streams_->dataReadAtOnce[{position, array.byteSize}];
+    if (known == nullptr) {
+      streams_->heavy->Seek(position);
+      const auto bytes = streams_->heavy->GetBytes(array.byteSize);
+      known = boost::make_shared<const std::vector<unsigned char>>(bytes.begin(), bytes.end());
+    }
+    array.storedBytes = known;
   }
 
   void AttemptAttributes(Geometry::VarStruct& variable) {

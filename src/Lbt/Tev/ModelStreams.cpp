@@ -10,14 +10,19 @@ namespace LbtTev {
 
 std::span<const unsigned char> ModelStream::GetBytes(unsigned long length) {
   LbtLbf::Block* block = FindBlock();
+  if (block == nullptr) {
+    return {};
+  }
   // No block holds more than 32 bits can count; the longest read fails like any other that is
   // too long.
   constexpr unsigned long kMost = std::numeric_limits<std::uint32_t>::max();
-  return block == nullptr ? std::span<const unsigned char>()
-                          : block->Get(static_cast<std::uint32_t>(std::min(length, kMost)));
+  const auto bytes = block->Get(static_cast<std::uint32_t>(std::min(length, kMost)));
+  read_ += bytes.size();
+  return bytes;
 }
 
 void ModelStream::Seek(unsigned long position) {
+  ChargeReads();
   block_ = nullptr;
   reason_ = nullptr;
   refusedAgain_.reset();
@@ -26,6 +31,49 @@ void ModelStream::Seek(unsigned long position) {
     file_->SetBlockPosition(*stream_, position);
   } else {
     file_->SetBlockPosition(name_, position);
+  }
+}
+
+void ModelStream::RequirePosition(unsigned long position) {
+  LbtLbf::NamedStream* stream = file_->IsOpen() ? FindStream() : nullptr;
+  if (stream == nullptr || position > file_->ReadRecordedLength(*stream)) {
+    Seek(position);
+  }
+}
+
+ModelStream::Request::Request(ModelStream& stream) : stream_(&stream) {
+  ++stream.requests_;
+  if (stream.requests_ == 1) {
+    LbtLbf::NamedStream* known = stream.stream_;
+    const bool isKnown = known != nullptr && stream.reads_ == stream.file_->GetIndex().Reads();
+    stream.charged_ = 0;
+    stream.read_ = 0;
+    stream.reloaded_ = isKnown ? known->Work().loadedAgain : 0;
+  }
+}
+
+/// What was read since the last seek, and what was loaded again for that. Without seeks nothing is
+/// read twice.
+void ModelStream::ChargeReads() {
+  if (requests_ == 0 || stream_ == nullptr || reads_ != file_->GetIndex().Reads()) {
+    return;
+  }
+  const std::uint64_t reloaded = stream_->Work().loadedAgain;
+  Charge(std::exchange(read_, 0) + reloaded - std::exchange(reloaded_, reloaded));
+}
+
+void ModelStream::Charge(std::uint64_t bytes) {
+  constexpr std::uint64_t kMostPerByte = 16;
+  constexpr std::uint64_t kAlwaysAllowed = std::uint64_t{16} * 1024 * 1024;
+  charged_ += bytes;
+  if (requests_ == 0 || charged_ <= kAlwaysAllowed) {
+    return;
+  }
+  LbtLbf::NamedStream* stream = file_->IsOpen() ? FindStream() : nullptr;
+  const std::uint64_t length = stream == nullptr ? 0 : file_->ReadRecordedLength(*stream);
+  if (charged_ - kAlwaysAllowed > kMostPerByte * length) {
+    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds,
+                    "The model refers to its data too often", "include/Lbt/Tev/ModelStreams");
   }
 }
 

@@ -25,45 +25,27 @@ constexpr const char* kFile = "include/Lbt/Tev/NodeSets";
 
 unsigned int At(const NumberList& list, std::size_t index) { return ElementOf(list, index, kFile); }
 
-/// Keeps what is gathered linear in what is stored: offsets that overlap can claim
-/// the same elements over and over.
-class Allowance {
- public:
-  explicit Allowance(std::size_t most) : left_(most) {}
-
-  void Take(std::size_t amount) {
-    if (amount > left_) {
-      Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds, "Not enough bytes in the block",
-                      kFile);
-    }
-    left_ -= amount;
-  }
-
- private:
-  std::size_t left_;
-};
-
-/// Names may repeat one another, as an offset that decreases takes the rest of them all.
-/// This many bytes more than are stored is little for memory and much for names.
-constexpr std::size_t kRepeatedNames = std::size_t{1024} * 1024;
-
-std::string NameOf(const StoredSets& stored, std::size_t set, Allowance& allowance) {
+std::string NameOf(const StoredSets& stored, std::size_t set, ModelStream& heavy) {
   const unsigned int start = At(stored.nameOffsets, set);
   const unsigned int length = At(stored.nameOffsets, set + 1) - start;
   std::string name = stored.allNames.substr(start, length);
-  allowance.Take(name.size());
+  heavy.Charge(name.size());
   return name;
 }
 
 /// An offset that decreases gives no members.
 std::vector<std::pair<unsigned int, unsigned int>> MembersOf(const StoredSets& stored,
-                                                             std::size_t set,
-                                                             Allowance& allowance) {
+                                                             std::size_t set, ModelStream& heavy) {
   std::vector<std::pair<unsigned int, unsigned int>> members;
   const unsigned int start = At(stored.memberOffsets, set);
   const unsigned int end = At(stored.memberOffsets, set + 1);
+  if (start < end) {
+    // An end beyond the values fails at the first one that is missing.
+    const std::size_t values = std::min(stored.firstValues.size(), stored.secondValues.size());
+    heavy.Charge((std::min<std::size_t>(end, values) - std::min<std::size_t>(start, values)) *
+                 sizeof(members[0]));
+  }
   for (std::size_t k = start; k < end; ++k) {
-    allowance.Take(1);
     members.emplace_back(At(stored.firstValues, k), At(stored.secondValues, k));
   }
   return members;
@@ -77,18 +59,18 @@ void NodeSets::LoadDataBlocks(LbtLbf::LbFile& file, std::string_view heavyDataBl
 }
 
 void NodeSets::Load(ModelStream& heavy) {
+  const ModelStream::Request request(heavy);
   heavy.Seek(heavyDataPosition);
   StoredSets stored;
   heavy.Get(stored.nameOffsets, stored.allNames, stored.memberOffsets, stored.firstValues,
             stored.secondValues);
-  Allowance names(stored.allNames.size() + kRepeatedNames);
-  Allowance members(std::min(stored.firstValues.size(), stored.secondValues.size()));
-  sets.clear();
-  sets.reserve(std::min<std::size_t>(setCount, stored.nameOffsets.size()));
+  std::vector<NodeSet> read;
+  read.reserve(std::min<std::size_t>(setCount, stored.nameOffsets.size()));
   for (unsigned int i = 0; i < setCount; ++i) {
-    std::string setName = NameOf(stored, i, names);
-    sets.push_back({std::move(setName), MembersOf(stored, i, members)});
+    std::string setName = NameOf(stored, i, heavy);
+    read.push_back({std::move(setName), MembersOf(stored, i, heavy)});
   }
+  sets = std::move(read);
 }
 
 }  // namespace LbtTev

@@ -44,7 +44,12 @@ class Tree::Loading {
         isFirst_(!tree.HasData()),
         blockMap_(blockMap),
         observer_(observer),
-        tolerance_(*streams_, observer) {}
+        tolerance_(*streams_, observer),
+        lightRequest_(streams_->light),
+        heavyRequest_(*streams_->heavy) {}
+  ~Loading() { streams_->dataReadAtOnce.clear(); }
+  Loading(const Loading&) = delete;
+  Loading& operator=(const Loading&) = delete;
 
   void Run(unsigned int parentId, bool wideOffsets) {
     parentId_ = parentId;
@@ -164,7 +169,18 @@ class Tree::Loading {
     auto* sets = NodeCast<NodeSets>(tree_.GetNodes().at(id).data);
     if (sets != nullptr && !unplaced_.contains(id)) {
       tolerance_.SetPlace({.part = Part::NodeSets, .nodeId = id, .nodeName = sets->name});
-      streams_->Attempt(*streams_->heavy, [&] { sets->Load(*streams_->heavy); });
+      streams_->Attempt(*streams_->heavy, [&] { LoadNodeSets(*sets); });
+    }
+  }
+
+  /// Nodes whose sets are stored in the same place share them.
+  void LoadNodeSets(NodeSets& sets) {
+    const auto place = std::pair(sets.heavyDataPosition, sets.setCount);
+    if (const auto found = loadedSets_.find(place); found != loadedSets_.end()) {
+      sets.sets = found->second;
+    } else {
+      sets.Load(*streams_->heavy);
+      loadedSets_.emplace(place, sets.sets);
     }
   }
 
@@ -176,8 +192,11 @@ class Tree::Loading {
   std::map<unsigned int, unsigned int>* blockMap_;
   LoadObserver* observer_;
   Tolerance tolerance_;
+  ModelStream::Request lightRequest_;
+  ModelStream::Request heavyRequest_;
   AttributeSetCache cache_;
   std::vector<unsigned int> nodeSetIds_;
+  std::map<std::pair<unsigned long, unsigned int>, NodeSets::SetList> loadedSets_;
   std::set<unsigned int> unplaced_;  // nodes that may not know where their sets lie
 };
 
