@@ -146,6 +146,81 @@ class Dump(Case):
                       self.ours.peak, 1.15 * data + largest + 32 * MIB, text_of_mebibytes)
 
 
+class Statistics(Case):
+    key = "statistics"
+    title = "Statistics"
+    models = ("dump",)
+    note = ("Minimum, maximum, mean and more of all results of the dump's model, of which the values "
+            "are read and inflated: 16 of 32 MB, and 4 MB of node ids. The program on HDF5 reads the "
+            "same values and takes minimum, maximum and mean. The inflating is shared by two "
+            "threads, or left to one.")
+
+    def prepare(self):
+        model = self.model("dump")
+        rival = self.arena.path("dump.hdf5")
+        self.arena.call([self.arena.program("bench_rivals"), "hdf5", model, rival])
+        command = [self.arena.program("tev"), "results", "--stats", "--csv", model]
+        self.ours = self.runner("`tev results --stats`", [*command, "-j", "2"], runs_per_turn=5)
+        self.alone = self.runner("`tev results --stats -j 1`", [*command, "-j", "1"],
+                                 runs_per_turn=5)
+        self.dump = self.runner("`TevInfo --extract-data`",
+                                [self.arena.program("TevInfo"), "--extract-data", model])
+        self.rival = self.runner("program on HDF5",
+                                 [self.arena.program("bench_hdf5_statistics"), rival],
+                                 runs_per_turn=5)
+        answer = self.arena.output(self.ours)
+        require(answer == self.arena.output(self.alone), "the number of threads changes the answer")
+        require(self._figures_of(answer) == self._rival_figures(), "the two programs disagree")
+
+    @staticmethod
+    def _figures_of(answer):
+        """Result, component, minimum and maximum to six digits."""
+        rows = [row.split(b",") for row in answer.splitlines()[1:]]
+        return {(row[2], int(row[9]) - 1, b"%g" % float(row[10]), b"%g" % float(row[13]))
+                for row in rows if row[9] != b"magnitude"}
+
+    def _rival_figures(self):
+        found = set()
+        for line in self.arena.output(self.rival).splitlines():
+            name, _, figures = line.rpartition(b": ")
+            path, _, component = name.rpartition(b" ")
+            least, most, _ = figures.split()
+            found.add((path.split(b"/")[-1].split(b"\x1e")[0], int(component), least, most))
+        return found
+
+    def judge(self, goals):
+        goals.at_least("statistics against the program on HDF5",
+                       self.rival.median / self.ours.median, 1.5)
+        goals.at_least("statistics with one thread against the same",
+                       self.rival.median / self.alone.median, 1.0)
+        _, largest = self.streams(self.model("dump"))
+        goals.at_most("peak memory of the statistics (four blocks, two fields, 32 MiB)",
+                      self.ours.peak, 6 * largest + 32 * MIB, text_of_mebibytes)
+
+
+class Diff(Case):
+    key = "diff"
+    title = "Diff"
+    models = ("dump",)
+    note = "Two copies of the dump's model, every value of which is compared."
+
+    def prepare(self):
+        model = self.model("dump")
+        rival = self.arena.path("dump.hdf5")
+        self.arena.call([self.arena.program("bench_rivals"), "hdf5", model, rival])
+        for path in (model, rival):
+            shutil.copyfile(path, path + ".copy")
+        self.ours = self.runner("`tev diff`", [self.arena.program("tev"), "diff", "-j", "2", model,
+                                               model + ".copy"], runs_per_turn=5)
+        self.rival = self.runner("`h5diff`", ["h5diff", rival, rival + ".copy"])
+        require(self.arena.output(self.ours) == b"The models are the same\n",
+                "tev diff finds a difference")
+        require(self.arena.output(self.rival) == b"", "h5diff finds a difference")
+
+    def judge(self, goals):
+        goals.at_least("diff against `h5diff`", self.rival.median / self.ours.median, 2, 3)
+
+
 class ManyNodes(Case):
     key = "nodes"
     title = "Report, many nodes"
@@ -263,4 +338,4 @@ class Sweep(Case):
                 "TevInfo does not report on each file")
 
 
-CASES = (Dump, ManyNodes, MuchData, Start, Sweep)
+CASES = (Dump, Statistics, Diff, ManyNodes, MuchData, Start, Sweep)

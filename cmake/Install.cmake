@@ -31,7 +31,10 @@ install(FILES
 
 install(FILES "${PROJECT_SOURCE_DIR}/docs/man/TevInfo.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
 if("tev" IN_LIST TEVINFO_PROGRAMS)
-  install(FILES "${PROJECT_SOURCE_DIR}/docs/man/tev.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+  foreach(page tev tev-diff tev-results tev-values)
+    install(FILES "${PROJECT_SOURCE_DIR}/docs/man/${page}.1"
+      DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+  endforeach()
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/schema" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
   install(FILES "${PROJECT_SOURCE_DIR}/completions/tev.bash"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"

@@ -87,3 +87,5 @@ endforeach()
 
 target_link_libraries(lbt_util ${lbt_util_SCOPE} Boost::headers)
 target_link_libraries(lbt_lbf ${lbt_lbf_SCOPE} ZLIB::ZLIB)
+find_package(Threads REQUIRED)
+target_link_libraries(lbt_analysis ${lbt_analysis_SCOPE} Threads::Threads)

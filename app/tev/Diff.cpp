@@ -28,6 +28,7 @@ struct Options {
   std::string relative = "0";
   std::string absolute = "0";
   bool quiet = false;
+  std::shared_ptr<unsigned int> jobs = std::make_shared<unsigned int>(1);
   std::shared_ptr<FileRun> run;
 };
 
@@ -158,7 +159,8 @@ std::string NameOf(const FailedComparison& failed, const Options& options) {
 std::size_t Compare(const Input& inputA, const Input& inputB, const Options& options,
                     const Tolerance& tolerance, AnswerWriter& writer) {
   std::size_t count = 0;
-  const auto compare = [&](const Model& a, const Model& b) {
+  const auto compare = [&](const Model& a, const Model& b, const Loading& loadingA,
+                           const Loading& loadingB) {
     const bool isJson = writer.IsJson();
     if (isJson) {
       writer.Facts().Member("other", options.b);
@@ -177,8 +179,9 @@ std::size_t Compare(const Input& inputA, const Input& inputB, const Options& opt
             },
         .failed =
             [&](const FailedComparison& failed) { writer.AddMissing(NameOf(failed, options)); }};
-    Selecting(options.a + ", " + options.b,
-              [&] { CompareModels(a, b, *options.selection, tolerance, sink); });
+    Selecting(options.a + ", " + options.b, [&] {
+      CompareModels(a, b, *options.selection, tolerance, sink, loadingA, loadingB);
+    });
     if (isJson) {
       writer.Facts().Close();
       writer.Facts().Member("verdict", count == 0 ? "same" : "different");
@@ -197,7 +200,9 @@ std::size_t Compare(const Input& inputA, const Input& inputB, const Options& opt
     const Failure failure = FailureOfCurrentException();
     throw Failure(failure.Code(), options.b + ": " + failure.what());
   }
-  compare(Model(treeA), Model(treeB));
+  // One block ahead in each model: there are as many in hand as for one model.
+  const std::size_t ahead = *options.jobs < 2 ? 0 : 1;
+  compare(Model(treeA), Model(treeB), {&treeA.GetFile(), ahead}, {&treeB.GetFile(), ahead});
   return count;
 }
 
@@ -249,6 +254,7 @@ Action SetUp(CLI::App& app) {
                  "How far they may be apart anyhow; 1e-6*max is by the field's largest number")
       ->option_text("A");
   AddSelectionOptions(app, options->selection);
+  AddJobsOption(app, options->jobs);
   app.add_flag("-q,--quiet", options->quiet, "Tell the verdict by the status alone");
   AddAnswerOptions(app, options->run);
   return [options] { return static_cast<Status>(Run(*options)); };

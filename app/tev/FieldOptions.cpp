@@ -3,9 +3,11 @@
 #include "tev/FieldOptions.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <thread>
 
 #include "tev/VisibleText.h"
 
@@ -41,6 +43,14 @@ void AddSelectionOptions(CLI::App& app, const std::shared_ptr<Selection>& select
   AddPatterns(app, "--result", selection->results, "Results by name or glob; may be repeated");
   AddPatterns(app, "--step", selection->steps,
               "Steps by name or glob; '' is none; may be repeated");
+}
+
+void AddJobsOption(CLI::App& app, const std::shared_ptr<unsigned int>& jobs) {
+  constexpr unsigned int kMost = 3;
+  *jobs = std::clamp(std::thread::hardware_concurrency(), 1U, kMost);
+  app.add_option("-j,--jobs", *jobs, "Threads that inflate blocks; at most 3 are of use")
+      ->check(CLI::PositiveNumber)
+      ->option_text("N");
 }
 
 std::string NameOfField(const Model& model, const FieldOfPart& field) {

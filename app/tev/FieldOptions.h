@@ -17,6 +17,10 @@ class App;
 void AddSelectionOptions(CLI::App& app,
                          const std::shared_ptr<LbtTev::Analysis::Selection>& selection);
 
+/// Adds "-j", the number of threads that inflate blocks: as many as there are cores, but three at
+/// most, without it.
+void AddJobsOption(CLI::App& app, const std::shared_ptr<unsigned int>& jobs);
+
 /// Runs "select", which finds what patterns ask for. A pattern that fits nothing becomes a
 /// UsageError.
 template <class Select>

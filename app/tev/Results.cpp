@@ -25,6 +25,7 @@ using namespace LbtTev::Analysis;
 struct Options {
   std::shared_ptr<Selection> selection = std::make_shared<Selection>();
   bool stats = false;
+  std::shared_ptr<unsigned int> jobs = std::make_shared<unsigned int>(1);
 };
 
 /// Takes each field that was asked for; with its statistics, or null where they were not.
@@ -247,25 +248,30 @@ void WriteOverview(const Model& model, const std::vector<FieldOfPart>& fields,
 // --- The run ------------------------------------------------------------------------------------
 
 /// Hands the fields out, and tells "writer" of those that could not be read.
-void ForFields(const Model& model, const std::vector<FieldOfPart>& fields, bool stats,
-               AnswerWriter& writer, const TakeField& take) {
-  if (!stats) {
+void ForFields(const Model& model, const std::vector<FieldOfPart>& fields,
+               const std::optional<Loading>& loading, AnswerWriter& writer, const TakeField& take) {
+  if (!loading) {
     for (const FieldOfPart& field : fields) {
       take(field, nullptr);
     }
     return;
   }
-  GatherStatistics(model, fields, [&](const FieldOfPart& field, const FieldStatistics& result) {
-    if (result.failure != nullptr) {
-      writer.AddMissing(NameOfField(model, field) + ": " + FailureOf(result.failure).what());
-    }
-    take(field, &result);
-  });
+  GatherStatistics(
+      model, fields,
+      [&](const FieldOfPart& field, const FieldStatistics& result) {
+        if (result.failure != nullptr) {
+          writer.AddMissing(NameOfField(model, field) + ": " + FailureOf(result.failure).what());
+        }
+        take(field, &result);
+      },
+      *loading);
 }
 
 void Answer(const Input& input, AnswerWriter& writer, const Options& options) {
-  WithModel(input, writer, [&](const LbtTev::Tree& tree) {
+  WithModel(input, writer, [&](LbtTev::Tree& tree) {
     const Model model(tree);
+    const auto loading =
+        options.stats ? std::optional(Loading::Of(tree.GetFile(), *options.jobs)) : std::nullopt;
     const auto fields =
         Selecting(input.path, [&] { return SelectFields(model, *options.selection); });
     if (writer.IsJson()) {
@@ -274,13 +280,13 @@ void Answer(const Input& input, AnswerWriter& writer, const Options& options) {
       WriteSteps(model, json);
       json.Key("fields");
       json.OpenList();
-      ForFields(model, fields, options.stats, writer, JsonFields(model, json));
+      ForFields(model, fields, loading, writer, JsonFields(model, json));
       json.Close();
     } else if (writer.GetForm() == Form::Csv) {
-      ForFields(model, fields, options.stats, writer, CsvFields(model, input.path, writer.Text()));
+      ForFields(model, fields, loading, writer, CsvFields(model, input.path, writer.Text()));
     } else if (options.stats) {
       Table table = StatisticsTable(writer);
-      ForFields(model, fields, true, writer, TextFields(model, table));
+      ForFields(model, fields, loading, writer, TextFields(model, table));
       table.Finish();
     } else {
       WriteOverview(model, fields, writer);
@@ -297,6 +303,7 @@ Action SetUp(CLI::App& app) {
                              Answer(input, writer, *options);
                            }});
   AddSelectionOptions(app, options->selection);
+  AddJobsOption(app, options->jobs);
   app.add_flag("--stats", options->stats, "Read the values, and tell how large they get");
   return [run, options] {
     run->csvHeading += options->stats ? kCsvStatistics : "";

@@ -1,6 +1,7 @@
 // Statistics of the fields of whole models, and what it takes to load them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 
 #include "DescribedModel.h"
@@ -38,20 +39,24 @@ std::string TextOf(const Figures::Extreme& extreme) {
 
 /// "part result: counted min max" of each field, of the magnitude or the only component; for the
 /// failed ones the failure.
-Texts StatisticsTexts(const Model& model) {
+Texts StatisticsTexts(const Model& model, const Loading& loading = {}) {
   Texts texts;
   const auto fields = SelectFields(model, {});
-  GatherStatistics(model, fields, [&](const FieldOfPart& each, const FieldStatistics& result) {
-    std::string text = model.Parts()[each.part].name + ' ' + std::string(each.field->result) + ": ";
-    if (result.failure != nullptr) {
-      texts.push_back(text + TextOf(result.failure));
-      return;
-    }
-    const Figures& figures = result.statistics.magnitude ? *result.statistics.magnitude
-                                                         : result.statistics.components.at(0);
-    texts.push_back(text + std::to_string(result.statistics.counted) + ' ' + TextOf(figures.min) +
-                    ' ' + TextOf(figures.max));
-  });
+  GatherStatistics(
+      model, fields,
+      [&](const FieldOfPart& each, const FieldStatistics& result) {
+        std::string text =
+            model.Parts()[each.part].name + ' ' + std::string(each.field->result) + ": ";
+        if (result.failure != nullptr) {
+          texts.push_back(text + TextOf(result.failure));
+          return;
+        }
+        const Figures& figures = result.statistics.magnitude ? *result.statistics.magnitude
+                                                             : result.statistics.components.at(0);
+        texts.push_back(text + std::to_string(result.statistics.counted) + ' ' +
+                        TextOf(figures.min) + ' ' + TextOf(figures.max));
+      },
+      loading);
   return texts;
 }
 
@@ -186,6 +191,60 @@ TEST(FieldStatistics, OfADamagedBlock_FailAndTheOthersDoNot) {
                           std::to_string(damaged) + " (Heavy Data)");
   EXPECT_EQ(texts[1].substr(0, 20), "Frame Temperature: 5");
   EXPECT_EQ(texts[2].substr(0, 21), "Panel Displacement: 5");
+}
+
+TEST(FieldStatistics, WithBlocksInflatedAhead_AreTheSame) {
+  for (const auto packing : {StreamLayout::Packing::Compressed, StreamLayout::Packing::Alternating,
+                             StreamLayout::Packing::Raw}) {
+    ModelWriter model = tevtest::SmallModel();
+    model.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord, .packing = packing});
+    DescribedModel described(model);
+    const Texts expected = StatisticsTexts(described.model);
+    for (const unsigned int threads : {1U, 2U, 3U}) {
+      const Loading loading = Loading::Of(described.tree.GetFile(), threads);
+      EXPECT_EQ(StatisticsTexts(described.model, loading), expected) << threads;
+    }
+  }
+}
+
+TEST(FieldStatistics, OfDamagedBlocks_FailTheSameWayWhenInflatedAhead) {
+  ModelWriter model = InBlocks(tevtest::SmallModel());
+  auto container = model.ToContainer();
+  std::size_t heavy = 0;
+  for (auto& block : container.Blocks()) {
+    if (block.name == kHeavyData) {
+      ++heavy;
+      if (heavy == 6 || heavy == 7) {
+        block.storedBytes = tevtest::Compressed(block.payload);
+        block.storedBytes->at(10) ^= 0x7F;
+      }
+    }
+  }
+  const tevtest::TempDir directory;
+  Tree tree;
+  OpenModel(tree, directory.Write("damaged.tev", container.Build().bytes));
+  const Texts expected = StatisticsTexts(Model(tree));
+  EXPECT_EQ(StatisticsTexts(Model(tree), Loading::Of(tree.GetFile(), 2)), expected);
+}
+
+TEST(FieldStatistics, OfRecordsThatAllReferToTheSameBytes_AreLimited) {
+  ModelWriter model;
+  const NodeRef mesh = AddPart(model, AddGroup(model), "A");
+  constexpr std::uint32_t kNumbers = 1U << 20U;
+  model.AddVariable(mesh, Variable::Floats("R", 13, 1, std::vector<float>(kNumbers, 1.0F)));
+  for (std::uint32_t i = 1; i < 64; ++i) {
+    Variable other = Variable::Floats("R" + std::to_string(i), 13, 1, {});
+    other.byteCount = 4 * (kNumbers - i);  // each another array
+    other.heavyPosition = 0;
+    model.AddVariable(mesh, other);
+  }
+  DescribedModel described(model);
+  const Texts texts = StatisticsTexts(described.model, Loading::Of(described.tree.GetFile(), 1));
+  const auto limited = std::count_if(texts.begin(), texts.end(), [](const std::string& text) {
+    return text.find("The model refers to its data too often") != std::string::npos;
+  });
+  EXPECT_GT(limited, 30);
+  EXPECT_LT(limited, 60);
 }
 
 TEST(FieldStatistics, OfAMissingStream_Fail) {

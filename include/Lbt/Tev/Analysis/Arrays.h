@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "Lbt/Tev/Analysis/BlocksAhead.h"
 #include "Lbt/Tev/NumericArray.h"
 
 namespace LbtTev::Analysis {
@@ -34,6 +35,14 @@ template <class T>
 
 extern template std::vector<float> LoadArray<float>(const NumericArray& array);
 extern template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array);
+
+/// The same, from a block that was inflated ahead, where there is one.
+template <class T>
+[[nodiscard]] std::vector<T> LoadArray(const NumericArray& array, BlocksAhead& ahead);
+
+extern template std::vector<float> LoadArray<float>(const NumericArray& array, BlocksAhead& ahead);
+extern template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array,
+                                                                  BlocksAhead& ahead);
 
 /// The nodes that the faces of a part use, as ranges of indices in ascending order.
 class UsedNodes {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <span>
 
+#include "Lbt/Tev/Analysis/BlocksAhead.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
@@ -24,6 +25,7 @@ struct FieldStatistics {
 /// Damage is told with each field that it is about. Throws on a lack of memory, and what "take"
 /// throws.
 void GatherStatistics(const Model& model, std::span<const FieldOfPart> fields,
-                      const std::function<void(const FieldOfPart&, const FieldStatistics&)>& take);
+                      const std::function<void(const FieldOfPart&, const FieldStatistics&)>& take,
+                      const Loading& loading = {});
 
 }  // namespace LbtTev::Analysis

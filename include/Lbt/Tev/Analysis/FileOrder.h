@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Arrays.h"
+#include "Lbt/Tev/Analysis/BlocksAhead.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
 
@@ -44,7 +45,7 @@ struct LoadedNumbers {
 /// Damage is told with the variables that it is about, as an exception with a text of its own,
 /// and loading goes on. Throws on a lack of memory, and what "take" throws.
 void LoadInFileOrder(const Tree& tree, std::span<const WantedNumbers> wanted,
-                     const std::function<void(LoadedNumbers)>& take);
+                     const std::function<void(LoadedNumbers)>& take, const Loading& loading = {});
 
 /// Runs "load", which loads from "tree", and returns why it failed; null where it did not. Throws
 /// on a lack of memory.

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "Lbt/Tev/Analysis/BlocksAhead.h"
 #include "Lbt/Tev/Analysis/Difference.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
@@ -58,6 +59,7 @@ struct DifferenceSink {
 /// Throws "Element Not Found" for a pattern that fits nothing in either model, and on a lack of
 /// memory.
 void CompareModels(const Model& a, const Model& b, const Selection& selection,
-                   const Tolerance& tolerance, const DifferenceSink& sink);
+                   const Tolerance& tolerance, const DifferenceSink& sink,
+                   const Loading& loadingA = {}, const Loading& loadingB = {});
 
 }  // namespace LbtTev::Analysis

@@ -2,10 +2,12 @@
 #include "Lbt/Tev/Analysis/Arrays.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <numeric>
 
 #include "Lbt/Log/Raise.h"
+#include "Lbt/Util/UnShuffle.h"
 
 namespace LbtTev::Analysis {
 
@@ -51,6 +53,39 @@ std::vector<T> LoadArray(const NumericArray& array) {
 
 template std::vector<float> LoadArray<float>(const NumericArray& array);
 template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array);
+
+template <class T>
+std::vector<T> LoadArray(const NumericArray& array, BlocksAhead& ahead) {
+  const DataLoader* loader = array.loader.get();
+  LbtLbf::Block* block =
+      loader == nullptr || loader->GetByteSize() < sizeof(T) || loader->GetDataType() != 0
+          ? nullptr
+          : ahead.Find(loader->GetPosition());
+  if (block == nullptr || block->GetRemaining() < loader->GetByteSize()) {
+    return LoadArray<T>(array);
+  }
+  const auto stored = block->Get(static_cast<std::uint32_t>(loader->GetByteSize()));
+  std::vector<T> values(stored.size() / sizeof(T));
+  std::byte* elements = std::as_writable_bytes(std::span(values)).data();
+  const std::size_t width = array.GetWidth();
+  if (!loader->IsShuffled() || width == 0) {
+    std::memcpy(elements, stored.data(), values.size() * sizeof(T));
+    return values;
+  }
+  // A plane for each component; elements left over by the width stay as they are stored.
+  const std::size_t plane = values.size() / width * sizeof(T);
+  for (std::size_t component = 0; component < width; ++component) {
+    LbtUtil::UnShufflePlane(stored.subspan(component * plane, plane),
+                            elements + component * sizeof(T), width);
+  }
+  const std::size_t done = plane * width;
+  std::memcpy(elements + done, stored.data() + done, values.size() * sizeof(T) - done);
+  return values;
+}
+
+template std::vector<float> LoadArray<float>(const NumericArray& array, BlocksAhead& ahead);
+template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array,
+                                                           BlocksAhead& ahead);
 
 void CheckFaces(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,
                 std::size_t points) {

@@ -43,7 +43,8 @@ class SharedStatistics {
 }  // namespace
 
 void GatherStatistics(const Model& model, std::span<const FieldOfPart> fields,
-                      const std::function<void(const FieldOfPart&, const FieldStatistics&)>& take) {
+                      const std::function<void(const FieldOfPart&, const FieldStatistics&)>& take,
+                      const Loading& loading) {
   std::vector<WantedNumbers> wanted;
   wanted.reserve(fields.size());
   for (const FieldOfPart& field : fields) {
@@ -52,20 +53,23 @@ void GatherStatistics(const Model& model, std::span<const FieldOfPart> fields,
   std::map<std::size_t, FieldStatistics> early;  // what comes before its turn
   std::size_t next = 0;
   SharedStatistics shared;
-  LoadInFileOrder(model.GetTree(), wanted, [&](LoadedNumbers numbers) {
-    FieldStatistics& result = early[numbers.place];
-    result.failure = numbers.failure;
-    if (result.failure == nullptr) {
-      result.statistics = shared.Of(numbers, fields[numbers.place].field->components);
-    }
-    if (numbers.isLast) {
-      shared.Forget();
-    }
-    for (auto turn = early.find(next); turn != early.end(); turn = early.find(++next)) {
-      take(fields[next], turn->second);
-      early.erase(turn);
-    }
-  });
+  LoadInFileOrder(
+      model.GetTree(), wanted,
+      [&](LoadedNumbers numbers) {
+        FieldStatistics& result = early[numbers.place];
+        result.failure = numbers.failure;
+        if (result.failure == nullptr) {
+          result.statistics = shared.Of(numbers, fields[numbers.place].field->components);
+        }
+        if (numbers.isLast) {
+          shared.Forget();
+        }
+        for (auto turn = early.find(next); turn != early.end(); turn = early.find(++next)) {
+          take(fields[next], turn->second);
+          early.erase(turn);
+        }
+      },
+      loading);
 }
 
 }  // namespace LbtTev::Analysis

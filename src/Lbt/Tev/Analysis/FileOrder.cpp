@@ -1,6 +1,8 @@
 // Loads numbers of variables in the order in which the file holds them.
 #include "Lbt/Tev/Analysis/FileOrder.h"
 
+#include <cstdint>
+#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -9,6 +11,7 @@
 
 #include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Log/Raise.h"
+#include "Lbt/Tev/Vocabulary.h"
 
 namespace LbtTev::Analysis {
 
@@ -49,10 +52,17 @@ class Loads {
     }
   }
 
-  void Run() {
+  void Run(const Loading& loading) {
+    std::vector<unsigned long> positions;
+    for (const auto& [key, array] : arrays_) {
+      if (array.source->loader != nullptr) {
+        positions.push_back(key.first.position);
+      }
+    }
+    BlocksAhead ahead(loading, StreamNames().heavy, positions);
+    SetBudget(loading);
     for (auto& [key, array] : arrays_) {
-      array.failure =
-          FailureOfLoad(*tree_, [&, isOfWholes = key.second] { Load(array, isOfWholes); });
+      LoadNext(key.first, key.second, array, ahead);
       const std::vector<Mask*> masks = std::move(array.masks);
       for (Mask* mask : masks) {
         if (--mask->missing == 0) {
@@ -79,6 +89,46 @@ class Loads {
     std::vector<unsigned int> wholes{};
     std::exception_ptr failure{};
   };
+
+  /// Sound models have each byte decoded about once; records that all refer to the same bytes
+  /// must not make as much work as they like.
+  void SetBudget(const Loading& loading) {
+    constexpr std::uint64_t kTimes = 16;
+    constexpr std::uint64_t kFurther = std::uint64_t{16} << 20U;
+    auto* stream =
+        loading.file == nullptr ? nullptr : loading.file->FindStream(StreamNames().heavy);
+    if (stream != nullptr) {
+      budget_ = loading.file->ReadRecordedLength(*stream) * kTimes + kFurther;
+    }
+  }
+
+  void Charge(std::uint64_t bytes) {
+    if (bytes > budget_) {
+      Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds,
+                      "The model refers to its data too often",
+                      "include/Lbt/Tev/Analysis/FileOrder");
+    }
+    budget_ -= bytes;
+  }
+
+  /// A block that zlib has refused is not tried again for the next array in it.
+  void LoadNext(const ArrayKey& key, bool isOfWholes, Array& array, BlocksAhead& ahead) {
+    const bool isInFile = array.source->loader != nullptr;
+    const std::optional<std::size_t> entry = isInFile ? ahead.EntryAt(key.position) : std::nullopt;
+    if (entry && refusedEntry_ == entry) {
+      array.failure = refusal_;
+      return;
+    }
+    array.failure = FailureOfLoad(*tree_, [&] {
+      Charge(key.byteSize);
+      Load(array, isOfWholes, ahead);
+    });
+    const auto refused = tree_->GetFile().GetIndex().RefusedBlock();
+    if (array.failure != nullptr && entry && refused && refused->number == *entry) {
+      refusedEntry_ = entry;
+      refusal_ = array.failure;
+    }
+  }
 
   /// The nodes that take part.
   struct Mask {
@@ -157,11 +207,12 @@ class Loads {
     }
   }
 
-  static void Load(Array& array, bool isOfWholes) {
+  static void Load(Array& array, bool isOfWholes, BlocksAhead& ahead) {
     if (isOfWholes) {
-      array.wholes = LoadArray<unsigned int>(*array.source);
+      array.wholes = LoadArray<unsigned int>(*array.source, ahead);
     } else {
-      array.floats = std::make_shared<const std::vector<float>>(LoadArray<float>(*array.source));
+      array.floats =
+          std::make_shared<const std::vector<float>>(LoadArray<float>(*array.source, ahead));
     }
   }
 
@@ -223,6 +274,9 @@ class Loads {
 
   const Tree* tree_;
   const std::function<void(LoadedNumbers)>* take_;
+  std::uint64_t budget_ = std::numeric_limits<std::uint64_t>::max();
+  std::optional<std::size_t> refusedEntry_;
+  std::exception_ptr refusal_;
   std::map<std::pair<ArrayKey, bool>, Array> arrays_;
   std::map<MaskKey, Mask> masks_;
   std::vector<Request> requests_;
@@ -256,8 +310,8 @@ WantedNumbers WantedFor(const Model& model, const FieldOfPart& field) {
 }
 
 void LoadInFileOrder(const Tree& tree, std::span<const WantedNumbers> wanted,
-                     const std::function<void(LoadedNumbers)>& take) {
-  Loads(tree, wanted, take).Run();
+                     const std::function<void(LoadedNumbers)>& take, const Loading& loading) {
+  Loads(tree, wanted, take).Run(loading);
 }
 
 }  // namespace LbtTev::Analysis

@@ -12,6 +12,7 @@
 #include "Lbt/Tev/Analysis/Facts.h"
 #include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "MeshDifference.h"
 #include "Pairing.h"
 
@@ -27,24 +28,26 @@ std::string TextOfNumber(const LbtUtil::AttributeMap& attributes, const char* na
   return found == attributes.end() ? "" : found->second.GetAttributeString();
 }
 
-/// Loads whole arrays of a model, and keeps the last few: ids are those of many fields.
-class KeptIds {
+/// Loads whole arrays of a model, and keeps the last one: ids are those of many fields, and parts
+/// share values.
+class KeptArray {
  public:
-  [[nodiscard]] std::span<const float> Of(const Geometry::VarStruct* variable) {
+  [[nodiscard]] std::span<const float> Of(const Geometry::VarStruct* variable, BlocksAhead& ahead) {
     if (variable == nullptr) {
       return {};
     }
     const ArrayKey key(variable->array);
     if (!key_ || *key_ != key) {
-      ids_ = LoadArray<float>(variable->array);
+      key_.reset();
+      numbers_ = LoadArray<float>(variable->array, ahead);
       key_ = key;
     }
-    return ids_;
+    return numbers_;
   }
 
  private:
   std::optional<ArrayKey> key_;
-  std::vector<float> ids_;
+  std::vector<float> numbers_;
 };
 
 /// A pair of fields to compare.
@@ -56,8 +59,13 @@ struct FieldPair {
 class Comparison {
  public:
   Comparison(const Model& a, const Model& b, const Selection& selection, const Tolerance& tolerance,
-             const DifferenceSink& sink)
-      : a_(&a), b_(&b), selection_(&selection), tolerance_(tolerance), sink_(&sink) {
+             const DifferenceSink& sink, const std::pair<Loading, Loading>& loading)
+      : a_(&a),
+        b_(&b),
+        selection_(&selection),
+        tolerance_(tolerance),
+        sink_(&sink),
+        loading_(loading) {
     std::tie(chosenA_, chosenB_) = Choose(a, b, selection);
   }
 
@@ -235,9 +243,27 @@ class Comparison {
       wanted.back().faces = nullptr;
       wanted.back().lengths = nullptr;
     }
-    LoadInFileOrder(a_->GetTree(), wanted, [&](const LoadedNumbers& numbers) {
-      CompareField(pairs[numbers.place], numbers);
-    });
+    BlocksAhead aheadInB(loading_.second, StreamNames().heavy, PositionsInB(pairs));
+    LoadInFileOrder(
+        a_->GetTree(), wanted,
+        [&](const LoadedNumbers& numbers) {
+          CompareField(pairs[numbers.place], numbers, aheadInB);
+        },
+        loading_.first);
+  }
+
+  /// In the order of B, which mostly is that of A.
+  [[nodiscard]] std::vector<unsigned long> PositionsInB(const std::vector<FieldPair>& pairs) const {
+    std::vector<unsigned long> positions;
+    for (const FieldPair& pair : pairs) {
+      for (const auto* variable : {pair.b.field->variable, WantedFor(*b_, pair.b).ids}) {
+        if (variable != nullptr && variable->array.loader != nullptr) {
+          positions.push_back(variable->array.loader->GetPosition());
+        }
+      }
+    }
+    std::ranges::sort(positions);
+    return positions;
   }
 
   void PairFields(std::size_t partA, std::size_t partB, std::vector<FieldPair>& pairs) {
@@ -274,7 +300,7 @@ class Comparison {
     Tell(difference);
   }
 
-  void CompareField(const FieldPair& pair, const LoadedNumbers& numbers) {
+  void CompareField(const FieldPair& pair, const LoadedNumbers& numbers, BlocksAhead& ahead) {
     const Field& a = *pair.a.field;
     const Field& b = *pair.b.field;
     const StepText step = TextOfStep(*a_, a.step);
@@ -283,11 +309,11 @@ class Comparison {
         std::rethrow_exception(numbers.failure);
       }
     });
-    std::vector<float> values;
+    std::span<const float> values;
     std::span<const float> idsOfB;
     const bool isReadB = isReadA && Try(false, pair.a.part, std::string(a.result), step, [&] {
-                           values = LoadArray<float>(b.variable->array);
-                           idsOfB = idsOfB_.Of(WantedFor(*b_, pair.b).ids);
+                           idsOfB = idsOfB_.Of(WantedFor(*b_, pair.b).ids, ahead);
+                           values = valuesOfB_.Of(b.variable, ahead);
                          });
     if (!isReadB) {
       return;
@@ -310,10 +336,12 @@ class Comparison {
   const Selection* selection_;
   Tolerance tolerance_;
   const DifferenceSink* sink_;
+  std::pair<Loading, Loading> loading_;
   Chosen chosenA_;
   Chosen chosenB_;
   std::map<std::size_t, std::size_t> parts_;  // of A to those of B
-  KeptIds idsOfB_;
+  KeptArray valuesOfB_;
+  KeptArray idsOfB_;
 };
 
 }  // namespace
@@ -325,8 +353,9 @@ std::string_view TextOf(ModelDifference::Kind kind) {
 }
 
 void CompareModels(const Model& a, const Model& b, const Selection& selection,
-                   const Tolerance& tolerance, const DifferenceSink& sink) {
-  Comparison(a, b, selection, tolerance, sink).Run();
+                   const Tolerance& tolerance, const DifferenceSink& sink, const Loading& loadingA,
+                   const Loading& loadingB) {
+  Comparison(a, b, selection, tolerance, sink, {loadingA, loadingB}).Run();
 }
 
 }  // namespace LbtTev::Analysis

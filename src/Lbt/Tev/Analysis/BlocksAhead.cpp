@@ -1,0 +1,166 @@
+// Inflates blocks on other threads before their turn comes.
+#include "Lbt/Tev/Analysis/BlocksAhead.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "Lbt/Lbf/Inflation.h"
+
+namespace LbtTev::Analysis {
+
+Loading Loading::Of(LbtLbf::LbFile& file, unsigned int threads) {
+  constexpr std::size_t kMost = 2;
+  return {&file, threads < 2 ? 0 : std::min<std::size_t>(threads, kMost)};
+}
+
+BlocksAhead::BlocksAhead(const Loading& loading, std::string_view stream,
+                         std::span<const unsigned long> positions)
+    : loading_(loading) {
+  if (loading_.file == nullptr) {
+    return;
+  }
+  try {
+    Measure(stream);
+  } catch (const std::exception&) {
+    starts_.clear();  // what is wrong is told where the block is needed
+  }
+  for (const unsigned long position : positions) {
+    const std::optional<std::size_t> entry = EntryAt(position);
+    if (entry && (wanted_.empty() || wanted_.back() != *entry)) {
+      wanted_.push_back(*entry);
+    }
+  }
+}
+
+void BlocksAhead::Measure(std::string_view stream) {
+  const auto& streams = loading_.file->GetIndex().GetStreams();
+  const auto found = streams.find(stream);
+  if (found == streams.end()) {
+    return;
+  }
+  starts_.push_back(0);
+  for (const std::uint64_t entry : found->second.Limiter().blocks) {
+    entries_.push_back(entry);
+    starts_.push_back(starts_.back() + loading_.file->ReadRecordedLength(entry));
+  }
+}
+
+std::size_t BlocksAhead::PlaceOf(unsigned long position) const {
+  const auto after = std::ranges::upper_bound(starts_, position);
+  return static_cast<std::size_t>(after - starts_.begin()) - 1;
+}
+
+std::optional<std::size_t> BlocksAhead::EntryAt(unsigned long position) const {
+  if (starts_.empty() || position >= starts_.back()) {
+    return std::nullopt;
+  }
+  return entries_[PlaceOf(position)];
+}
+
+LbtLbf::Block* BlocksAhead::Find(unsigned long position) {
+  if (loading_.ahead == 0 || !EntryAt(position)) {
+    return nullptr;
+  }
+  const std::size_t place = PlaceOf(position);
+  if (place_ != place) {
+    MoveTo(place);
+  }
+  if (current_ == nullptr) {
+    return nullptr;
+  }
+  current_->contents.SetPosition(position - starts_[place]);
+  return &current_->contents;
+}
+
+/// The block before is let go first: few are in memory at a time.
+void BlocksAhead::MoveTo(std::size_t place) {
+  const std::size_t entry = entries_[place];
+  current_.reset();
+  place_ = place;
+  std::unique_ptr<Work> work = Finish(entry);
+  if (work == nullptr) {
+    if (next_ < wanted_.size() && wanted_[next_] == entry) {
+      ++next_;
+    }
+    work = Prepare(entry);
+    StartNext();
+    if (work != nullptr) {
+      Run(*work);
+    }
+  } else {
+    StartNext();
+  }
+  // A block whose recorded length is wrong moves all that follow it: that is left to the file.
+  if (work != nullptr && work->length == starts_[place + 1] - starts_[place]) {
+    work->stored = {};
+    work->contents.Append(static_cast<std::uint32_t>(work->length));
+    current_ = std::move(work);
+  }
+}
+
+std::unique_ptr<BlocksAhead::Work> BlocksAhead::Prepare(std::size_t entry) const {
+  const LbtLbf::IndexItem& item = loading_.file->GetIndex().GetItems()[entry];
+  const std::uint64_t size = loading_.file->GetSize().value_or(0);
+  if (!item.IsCompressed() || item.position > size || item.size > size - item.position) {
+    return nullptr;
+  }
+  try {
+    auto work = std::make_unique<Work>();
+    work->entry = entry;
+    unsigned int start = 0;
+    work->stored.CheckFreeSpaceAndAllocateMemory(start, item.size);
+    if (loading_.file->ReadStored(item.position, work->stored.Room().first(item.size)) !=
+        item.size) {
+      return nullptr;
+    }
+    work->stored.Append(item.size);
+    work->stored.SetPosition(0);
+    const auto recorded =
+        LbtLbf::LengthFromField(work->stored.Get(LbtLbf::kLengthFieldSize).data());
+    work->compressed = work->stored.Get(work->stored.GetRemaining());
+    const auto room = LbtLbf::RoomToInflate(recorded, work->compressed.size());
+    start = 0;
+    work->contents.CheckFreeSpaceAndAllocateMemory(start, static_cast<unsigned int>(room));
+    work->room = work->contents.Room().first(room);
+    return work;
+  } catch (const std::exception&) {
+    return nullptr;  // it fails in its turn, or fits into memory then
+  }
+}
+
+/// Touches nothing but the work, so that other threads may do it.
+void BlocksAhead::Run(Work& work) {
+  const LbtLbf::Inflated inflated = LbtLbf::Inflate(work.compressed, work.room);
+  work.length = inflated.code == 0 ? inflated.length : 0;
+}
+
+void BlocksAhead::StartNext() {
+  for (; ahead_.size() < loading_.ahead && next_ < wanted_.size(); ++next_) {
+    std::unique_ptr<Work> work = Prepare(wanted_[next_]);
+    if (work == nullptr) {
+      continue;
+    }
+    Work& started = *work;
+    try {
+      work->done = std::async(std::launch::async, [&started] { Run(started); });
+    } catch (const std::exception&) {
+      return;  // there are no more threads
+    }
+    ahead_.push_back(std::move(work));
+  }
+}
+
+/// The work on a block that was started, once it is done; null where it was not started.
+std::unique_ptr<BlocksAhead::Work> BlocksAhead::Finish(std::size_t entry) {
+  const auto found = std::ranges::find(ahead_, entry, [](const auto& work) { return work->entry; });
+  if (found == ahead_.end()) {
+    return nullptr;
+  }
+  std::unique_ptr<Work> work = std::move(*found);
+  ahead_.erase(found);
+  work->done.get();
+  return work;
+}
+
+}  // namespace LbtTev::Analysis
