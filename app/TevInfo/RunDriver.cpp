@@ -9,16 +9,13 @@
 #include <utility>
 
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Tev/OpenModel.h"
+#include "Lbt/Tev/LastingModel.h"
 #include "Lbt/Tev/TevInfo/Entries.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Tev/TevInfo/TevInfo.h"
-#include "Lbt/Tev/Tree.h"
 #include "Lbt/Util/FileSize.h"
 #include "Lbt/Util/MemoryUsage.h"
-#include "Lbt/Util/Undestroyed.h"
 #include "TevInfo/CommandLine.h"
-#include "TevInfo/HeapWatch.h"
 #include "TevInfo/Output.h"
 
 namespace {
@@ -53,32 +50,17 @@ void WriteReport(const TevInfo& info, std::ostream& stream) {
   }
 }
 
-/// Closes a model's file at the end of a run, however that comes, and leaves the tree to the
-/// end of the process.
-class ClosingAtEnd {
- public:
-  explicit ClosingAtEnd(LbtLbf::LbFile& file) : file_(file) {}
-  ~ClosingAtEnd() { file_.CloseFile(); }
-  ClosingAtEnd(const ClosingAtEnd&) = delete;
-  ClosingAtEnd& operator=(const ClosingAtEnd&) = delete;
-
- private:
-  LbtLbf::LbFile& file_;
-};
-
 /// Returns the exit status: 2 after a whole report, too, where the machine kept from it what the
 /// model may well hold.
 int Report(const CommandLine& commandLine) {
   const std::string& model = commandLine.positional.front();
   TevInfo info;
   info.setFormat(commandLine.format);
-  static Lbt::Util::Undestroyed<LbtTev::Tree> kept;
-  LbtTev::Tree& tree = kept.Get();
-  const ClosingAtEnd closing(tree.GetFile());
+  LbtTev::LastingModel lasting;
+  const LbtTev::Tree& tree = lasting.GetTree();
   std::srand(0);  // NOLINT(cert-msc32-c, cert-msc51-cpp): the same numbers in every run
   std::string fileSize = LbtUtil::GetFileSize(model.c_str());
-  HeapWatch heapWatch;
-  LbtTev::OpenModel(tree, model, &heapWatch);
+  lasting.Open(model);
   ModelFacts facts = GatherFacts(tree, info.format);
   facts.fileSize = std::move(fileSize);
   const int status = facts.isMachineAtFault ? 2 : 0;
