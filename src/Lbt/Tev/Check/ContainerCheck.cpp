@@ -1,4 +1,4 @@
-// The container of a model: header, index, each block by itself, and what nothing reads.
+// The container of a model: its index, what nothing reads of it, and what exceptions tell.
 
 #include "ContainerCheck.h"
 
