@@ -58,8 +58,7 @@ int main(int argc, char** argv) {
     std::fputs("usage: bench_hdf5_statistics FILE\n", stderr);
     return 1;
   }
-  const herr_t visited =
-      H5Ovisit(file, H5_INDEX_NAME, H5_ITER_NATIVE, Visit, nullptr, H5O_INFO_BASIC);
+  const herr_t visited = H5Ovisit1(file, H5_INDEX_NAME, H5_ITER_NATIVE, Visit, nullptr);
   H5Fclose(file);
   return visited < 0 ? 1 : 0;
 }
