@@ -126,7 +126,7 @@ void AnswerWriter::WriteHead(JsonWriter& json) {
   } else {
     json.Value(nullptr);
   }
-  json.Member("complete", hasFacts_ && missing_.empty());
+  json.Member("complete", IsComplete());
   json.Key("missing");
   json.OpenList();
   for (const std::string& what : missing_) {

@@ -73,6 +73,12 @@ class AnswerWriter {
   /// The same where there are no facts; those that have been written are dropped.
   void FailWithoutFacts(const Failure& failure);
 
+  /// The failure of the file, as far as it is known; what is missing makes one.
+  [[nodiscard]] std::optional<Failure> GetFailure() const;
+
+  /// Whether nothing is missing, as far as it is known.
+  [[nodiscard]] bool IsComplete() const { return hasFacts_ && missing_.empty(); }
+
   /// Ends the answer and tells of a failure.
   void EndFile();
 
@@ -89,7 +95,6 @@ class AnswerWriter {
   void WriteHead(JsonWriter& json);
   void BeginDocument();
   void TellFailure() const;
-  [[nodiscard]] std::optional<Failure> GetFailure() const;
   void ClearFacts();
 
   Style style_;

@@ -18,6 +18,7 @@
 using LbtLbf::BlockFacts;
 using LbtLbf::BlockTotals;
 using LbtLbf::ContainerListing;
+using LbtLbf::LbFile;
 
 namespace {
 
@@ -59,53 +60,79 @@ void AddRow(Table& table, const std::string& name, const BlockTotals& totals) {
              RatioText(Ratio(totals.storedSize, totals.inflatedSize))});
 }
 
+/// Lists the container, and tells "writer" of the first block that is too short for a compressed
+/// one.
+template <class Visit>
+ContainerListing ListBlocks(LbFile& file, AnswerWriter& writer, Visit visit) {
+  return LbtLbf::ListContainer(file, [&](const BlockFacts& block) {
+    if (block.isWithinFile && !block.inflatedSize) {
+      writer.Fail({FailureCode::Damaged, NameOf({block.number, std::string(block.stream)}) +
+                                             " is too short for a compressed block"});
+    }
+    visit(block);
+  });
+}
+
 /// How wide a column of numbers up to "most" is.
 std::size_t WidthUpTo(std::uint64_t most) { return std::to_string(most).size(); }
 
-void WriteBlocks(const ContainerListing& listing, std::ostream& stream) {
-  using enum Table::Align;
+/// The largest numbers of all blocks, by which columns are as wide from the first row on.
+struct Largest {
   std::uint64_t stored = 0;
   std::uint64_t inflated = 0;
-  for (const BlockFacts& block : listing.blocks) {
+  std::uint64_t offset = 0;
+  std::size_t stream = 0;  ///< columns
+
+  void Take(const BlockFacts& block) {
+    constexpr std::size_t kWidest = 80;
     stored = std::max<std::uint64_t>(stored, block.storedSize);
     inflated = std::max<std::uint64_t>(inflated, block.inflatedSize.value_or(0));
+    offset = block.offset;
+    stream = std::max(stream, std::min(kWidest, WidthOf(VisibleText(block.stream))));
   }
-  const std::uint64_t last = listing.blocks.empty() ? 0 : listing.blocks.back().offset;
-  Table table(stream, {{"Block", Right, WidthUpTo(listing.blocks.size())},
-                       {"Stream", Left},
-                       {"Stored", Right, WidthUpTo(stored)},
-                       {"Inflated", Right, WidthUpTo(inflated)},
+};
+
+void WriteBlocks(LbFile& file, const Largest& largest, std::ostream& stream) {
+  using enum Table::Align;
+  const std::size_t count = file.GetIndex().GetItems().size();
+  Table table(stream, {{"Block", Right, WidthUpTo(count)},
+                       {"Stream", Left, largest.stream},
+                       {"Stored", Right, WidthUpTo(largest.stored)},
+                       {"Inflated", Right, WidthUpTo(largest.inflated)},
                        {"Ratio", Right},
-                       {"Offset", Right, WidthUpTo(last)},
+                       {"Offset", Right, WidthUpTo(largest.offset)},
                        {"Compression", Left}});
-  for (const BlockFacts& block : listing.blocks) {
-    AddRow(table, block);
+  for (std::size_t number = 0; number < count; ++number) {
+    AddRow(table, LbtLbf::DescribeBlock(file, number));
   }
   table.Finish();
 }
 
-void WriteText(const ContainerListing& listing, std::ostream& stream) {
+void WriteTotals(const ContainerListing& listing, std::ostream& stream) {
   using enum Table::Align;
+  Table table(stream, {{"Stream", Left},
+                       {"Blocks", Right},
+                       {"Stored", Right},
+                       {"Inflated", Right},
+                       {"Ratio", Right}});
+  for (const LbtLbf::StreamTotals& streamTotals : listing.streams) {
+    AddRow(table, VisibleText(streamTotals.stream), streamTotals.totals);
+  }
+  AddRow(table, "(all)", listing.totals);
+  table.Finish();
+}
+
+void WriteText(LbFile& file, AnswerWriter& writer) {
+  Largest largest;
+  const ContainerListing listing =
+      ListBlocks(file, writer, [&largest](const BlockFacts& block) { largest.Take(block); });
+  std::ostream& stream = writer.Text();
   stream << "  Version " << VisibleText(listing.version) << ", " << listing.fileSize << " bytes ("
          << LbtUtil::FileSizeText(static_cast<std::int64_t>(listing.fileSize)) << "), index of "
          << listing.indexSize << " bytes at " << listing.indexOffset << "\n\n";
-  WriteBlocks(listing, stream);
+  WriteBlocks(file, largest, stream);
   stream << '\n';
-  Table totals(stream, {{"Stream", Left},
-                        {"Blocks", Right},
-                        {"Stored", Right},
-                        {"Inflated", Right},
-                        {"Ratio", Right}});
-  for (const LbtLbf::StreamTotals& streamTotals : listing.streams) {
-    AddRow(totals, VisibleText(streamTotals.stream), streamTotals.totals);
-  }
-  AddRow(totals, "(all)", listing.totals);
-  totals.Finish();
-}
-
-template <class T>
-Json JsonOrNull(const std::optional<T>& value) {
-  return value ? Json(*value) : Json(nullptr);
+  WriteTotals(listing, stream);
 }
 
 void WriteBlock(const BlockFacts& block, JsonWriter& json) {
@@ -139,19 +166,19 @@ void WriteStreams(const ContainerListing& listing, JsonWriter& json) {
   json.Close();
 }
 
-void WriteJson(const ContainerListing& listing, JsonWriter& json) {
-  json.Member("bytes", listing.fileSize);
-  json.Member("version", listing.version);
+void WriteJson(LbFile& file, AnswerWriter& writer) {
+  JsonWriter& json = writer.Facts();
+  json.Member("bytes", file.GetSize().value_or(0));
+  json.Member("version", file.ReadVersion());
   json.Key("index");
   json.OpenObject();
-  json.Member("offset", listing.indexOffset);
-  json.Member("bytes", listing.indexSize);
+  json.Member("offset", file.GetIndex().GetIndexPosition());
+  json.Member("bytes", file.GetIndex().GetIndexSize());
   json.Close();
   json.Key("blocks");
   json.OpenList();
-  for (const BlockFacts& block : listing.blocks) {
-    WriteBlock(block, json);
-  }
+  const ContainerListing listing =
+      ListBlocks(file, writer, [&json](const BlockFacts& block) { WriteBlock(block, json); });
   json.Close();
   WriteStreams(listing, json);
   json.Key("totals");
@@ -160,29 +187,12 @@ void WriteJson(const ContainerListing& listing, JsonWriter& json) {
   json.Close();
 }
 
-/// The first block that is too short for what a compressed one has to have.
-void TellShortBlock(const ContainerListing& listing, AnswerWriter& writer) {
-  for (const BlockFacts& block : listing.blocks) {
-    if (block.isWithinFile && !block.inflatedSize) {
-      writer.Fail({FailureCode::Damaged,
-                   NameOf({block.number, block.stream}) + " is too short for a compressed block"});
-      return;
-    }
-  }
-}
-
 void AnswerBlocks(const Input& input, AnswerWriter& writer) {
-  LbtLbf::LbFile file;
-  const ContainerListing listing = NamingBlocks(file, [&] {
+  LbFile file;
+  NamingBlocks(file, [&] {
     OpenContainer(file, input, writer);
-    return LbtLbf::ListContainer(file);
+    writer.IsJson() ? WriteJson(file, writer) : WriteText(file, writer);
   });
-  TellShortBlock(listing, writer);
-  if (writer.IsJson()) {
-    WriteJson(listing, writer.Facts());
-  } else {
-    WriteText(listing, writer.Text());
-  }
 }
 
 constexpr const char* kNotes =

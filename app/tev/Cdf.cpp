@@ -5,7 +5,10 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "Lbt/Tev/Analysis/Selection.h"
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/TevInfo/CdfExport.h"
 #include "tev/OpenedModel.h"
@@ -29,19 +32,10 @@ std::set<std::string> GeometryNames(const LbtTev::Tree& tree) {
 
 void RequireGeometry(const LbtTev::Tree& tree, const std::string& path, const std::string& name) {
   const std::set<std::string> names = GeometryNames(tree);
-  if (names.contains(name)) {
-    return;
+  if (!names.contains(name)) {
+    const std::vector<std::string_view> all(names.begin(), names.end());
+    throw UsageError(path + ": " + LbtTev::Analysis::NoMatchText("geometry", name, all));
   }
-  std::string message = path + ": there is no geometry " + QuotedText(name);
-  if (names.empty()) {
-    throw UsageError(message + "; the model has none");
-  }
-  const char* separator = "; there are: ";
-  for (const std::string& known : names) {
-    message += separator + QuotedText(known);
-    separator = ", ";
-  }
-  throw UsageError(message);
 }
 
 std::string PlaceText(const CdfPlace& place) {

@@ -1,223 +1,171 @@
-// tev info: what a model holds and who wrote it.
+// tev info: what a model holds and who made it, for analysts.
 
-#include <array>
-#include <exception>
-#include <nlohmann/json.hpp>
+#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "Lbt/Tev/TevInfo/Entries.h"
-#include "Lbt/Tev/TevInfo/ModelFacts.h"
+#include "Lbt/Tev/Analysis/Facts.h"
+#include "Lbt/Tev/Analysis/Model.h"
+#include "Lbt/Tev/ModifierInfo.h"
+#include "tev/InfoText.h"
 #include "tev/Json.h"
 #include "tev/OpenedModel.h"
+#include "tev/RootFacts.h"
 #include "tev/Verbs.h"
-#include "tev/VisibleText.h"
-
-using LbtTev::ModifierInfo;
-using LbtTev::Report::ModelFacts;
-using LbtTev::Report::NativeFileFacts;
-using LbtTev::Report::SummaryFacts;
 
 namespace {
 
-/// A text of a modifier record, by its label for people and its key in JSON.
-struct ModifierText {
-  const char* label;
-  const char* key;
-  std::string ModifierInfo::*text;
-};
+namespace Analysis = LbtTev::Analysis;
+using Analysis::Model;
 
-constexpr std::array<ModifierText, 6> kModifierTexts{{
-    {"Application name", "applicationName", &ModifierInfo::applicationName},
-    {"Application version", "applicationVersion", &ModifierInfo::applicationVersion},
-    {"Tev version", "tevVersion", &ModifierInfo::tevVersion},
-    {"User name", "userName", &ModifierInfo::userName},
-    {"Date", "date", &ModifierInfo::date},
-    {"Comment", "comment", &ModifierInfo::comment},
-}};
-
-// --- Text ---------------------------------------------------------------------------------------
-
-/// The lines of one section, with the wording of the report.
-class Lines {
- public:
-  Lines& Add(const std::string& label, const std::string& value) {
-    text_ += "  " + VisibleText(label) + ": " + VisibleText(value) + '\n';
-    return *this;
-  }
-
-  Lines& Add(const std::string& label, const std::optional<std::string>& value) {
-    return value ? Add(label, *value) : *this;
-  }
-
-  Lines& Add(const std::string& label, const std::optional<LbtUtil::AttributeValue>& value) {
-    return value ? Add(label, value->GetAttributeString()) : *this;
-  }
-
-  Lines& Add(const std::string& label, std::size_t count) {
-    return Add(label, std::to_string(count));
-  }
-
-  Lines& Add(const std::string& label, const std::vector<std::string>& texts) {
-    return texts.empty() ? *this : Add(label, GetNameListAsString(texts));
-  }
-
-  Lines& AddHeading(const std::string& heading) {
-    text_ += "  " + heading + '\n';
-    return *this;
-  }
-
-  [[nodiscard]] const std::string& Text() const { return text_; }
-
- private:
-  std::string text_;
-};
-
-void AddFile(Lines& lines, const std::string& kind, const NativeFileFacts& facts) {
-  lines.Add(kind, facts.path)
-      .Add(kind + " Type", facts.type)
-      .Add("Native " + kind + " Size", facts.size);
+void WriteFile(const char* key, const NativeFile& file, JsonWriter& json) {
+  json.Key(key);
+  json.OpenObject();
+  json.Member("path", JsonOrNull(file.path));
+  json.Member("type", JsonOrNull(file.type));
+  json.Member("bytes", JsonOrNull(file.bytes));
+  json.Close();
 }
 
-void AddSummary(Lines& lines, const SummaryFacts& facts) {
-  lines.Add("Title", facts.title)
-      .Add("Category", facts.category)
-      .Add("Number of Parts", facts.parts ? facts.parts->size() : 0)
-      .Add("Number of Cut-sections", facts.numberOfCutSections)
-      .Add("Number of Iso-surfaces", facts.numberOfIsoSurfaces)
-      .Add("Number of Iso-volumes", facts.numberOfIsoVolumes)
-      .Add("Number of Flow-lines", facts.numberOfFlowLines)
-      .Add("Number of Results", facts.results.size())
-      .Add("Number of Instances", facts.instances.size())
-      .Add("Parts", facts.parts.value_or(std::vector<std::string>()))
-      .Add("Results", facts.results)
-      .Add("Instances", facts.instances)
-      .Add("Time Steps", facts.timeSteps)
-      .Add("Frequencies", facts.frequencies);
-}
-
-void AddModifiers(Lines& lines, const std::vector<ModifierInfo>& modifiers) {
-  for (std::size_t i = 0; i < modifiers.size(); ++i) {
-    lines.AddHeading("Modifier " + std::to_string(i + 1) + " of " +
-                     std::to_string(modifiers.size()));
-    for (const ModifierText& entry : kModifierTexts) {
-      if (const std::string& text = modifiers[i].*entry.text; !text.empty()) {
-        lines.Add(std::string("  ") + entry.label, text);
-      }
-    }
+void WritePrograms(const LbtTev::Tree& tree, JsonWriter& json) {
+  json.Key("programs");
+  json.OpenList();
+  for (const Analysis::Program& program : Analysis::ProgramsOf(tree)) {
+    json.OpenObject();
+    json.Member("role", program.role);
+    json.Member("name", program.record->applicationName);
+    json.Member("version", program.record->applicationVersion);
+    json.Member("user", program.record->userName);
+    json.Member("date", program.record->date);
+    json.Member("dateIso", JsonOrNull(program.dateIso));
+    json.Member("comment", program.record->comment);
+    json.Close();
   }
+  json.Close();
 }
 
-void AddRootAttributes(Lines& lines, const LbtUtil::AttributeMap& attributes) {
-  if (!attributes.empty()) {
-    lines.AddHeading("Root attributes");
+void WriteUnits(const Analysis::Units& units, JsonWriter& json) {
+  json.Key("units");
+  if (!units.length && !units.scale) {
+    json.Value(nullptr);
+    return;
   }
-  for (const auto& [name, value] : attributes) {
-    lines.Add("  " + name, value.GetAttributeString());
+  json.OpenObject();
+  json.Member("length", JsonOrNull(units.length));
+  json.Member("scale", JsonOrNull(units.scale));
+  json.Close();
+}
+
+void WriteSteps(const Model& model, JsonWriter& json) {
+  json.Key("steps");
+  json.OpenList();
+  for (const Analysis::Step& step : model.Steps()) {
+    json.OpenObject();
+    json.Member("text", step.text);
+    json.Member("label", step.label);
+    json.Member("value", JsonOrNull(step.value));
+    json.Member("subtitle", step.subtitle.empty() ? Json(nullptr) : Json(step.subtitle));
+    json.Close();
   }
+  json.Close();
 }
 
-std::string TextOf(const ModelFacts& facts) {
-  Lines lines;
-  lines.Add("Tev Version", facts.version);
-  if (facts.fileBytes) {
-    lines.Add("Tev File Size",
-              facts.fileSize + " (" + std::to_string(*facts.fileBytes) + " bytes)");
+void WriteResults(const Model& model, JsonWriter& json) {
+  json.Key("results");
+  json.OpenList();
+  for (const Analysis::Result& result : model.Results()) {
+    json.OpenObject();
+    json.Member("name", Analysis::ShownName(result.name));
+    json.Member("components", JsonOrNull(result.components));
+    json.Member("location", TextOf(result.location));
+    json.Close();
   }
-  AddFile(lines, "Model File", facts.modelFile);
-  AddFile(lines, "Results File", facts.resultsFile);
-  lines.Add("Number of Nodes", facts.numberOfNodes)
-      .Add("Number of Elements", facts.numberOfElements);
-  AddSummary(lines, facts.summary);
-  AddModifiers(lines, facts.modifiers);
-  AddRootAttributes(lines, facts.rootAttributes);
-  return lines.Text();
+  json.Close();
 }
 
-// --- JSON ---------------------------------------------------------------------------------------
-
-template <class T>
-Json JsonOrNull(const std::optional<T>& value) {
-  return value ? Json(*value) : Json();
-}
-
-Json JsonOrNull(const std::optional<LbtUtil::AttributeValue>& value) {
-  return value ? JsonOf(*value) : Json();
-}
-
-Json ObjectOf(const NativeFileFacts& facts) {
-  return {{"path", JsonOrNull(facts.path)},
-          {"type", JsonOrNull(facts.type)},
-          {"size", JsonOrNull(facts.size)}};
-}
-
-Json ListOf(const std::vector<ModifierInfo>& modifiers) {
-  Json list = Json::array();
-  for (const ModifierInfo& modifier : modifiers) {
-    Json& texts = list.emplace_back(Json::object());
-    for (const ModifierText& entry : kModifierTexts) {
-      texts[entry.key] = modifier.*entry.text;
-    }
+void WriteNodeSets(const LbtTev::Tree& tree, JsonWriter& json) {
+  json.Key("nodeSets");
+  json.OpenList();
+  for (const LbtTev::NodeSets::NodeSet* set : Analysis::NodeSetsOf(tree)) {
+    json.OpenObject();
+    json.Member("name", Analysis::ShownName(set->name));
+    json.Member("members", set->members.size());
+    json.Close();
   }
-  return list;
+  json.Close();
 }
 
-Json ObjectOf(const SummaryFacts& facts) {
-  const std::vector<std::string> parts = facts.parts.value_or(std::vector<std::string>());
-  return {{"title", JsonOrNull(facts.title)},
-          {"category", facts.category},
-          {"numberOfParts", parts.size()},
-          {"numberOfCutSections", facts.numberOfCutSections},
-          {"numberOfIsoSurfaces", facts.numberOfIsoSurfaces},
-          {"numberOfIsoVolumes", facts.numberOfIsoVolumes},
-          {"numberOfFlowLines", facts.numberOfFlowLines},
-          {"numberOfResults", facts.results.size()},
-          {"numberOfInstances", facts.instances.size()},
-          {"parts", parts},
-          {"results", facts.results},
-          {"instances", facts.instances},
-          {"timeSteps", facts.timeSteps},
-          {"frequencies", facts.frequencies}};
-}
-
-Json ObjectOf(const ModelFacts& facts) {
-  Json json{{"bytes", JsonOrNull(facts.fileBytes)},
-            {"version", facts.version},
-            {"modelFile", ObjectOf(facts.modelFile)},
-            {"resultsFile", ObjectOf(facts.resultsFile)},
-            {"numberOfNodes", JsonOrNull(facts.numberOfNodes)},
-            {"numberOfElements", JsonOrNull(facts.numberOfElements)}};
-  json.update(ObjectOf(facts.summary));
-  json["modifiers"] = ListOf(facts.modifiers);
-  json["rootAttributes"] = JsonOf(facts.rootAttributes);
-  return json;
+void WriteJson(const Model& model, JsonWriter& json) {
+  const LbtTev::Tree& tree = model.GetTree();
+  const RootFacts root = RootFactsOf(tree);
+  json.Member("bytes", tree.GetFile().GetSize().value_or(0));
+  json.Member("version", tree.GetContainerVersion());
+  json.Member("title", JsonOrNull(model.Title()));
+  json.Member("category", model.Category());
+  WriteFile("modelFile", root.modelFile, json);
+  WriteFile("resultsFile", root.resultsFile, json);
+  WritePrograms(tree, json);
+  json.Member("nodes", JsonOrNull(root.nodes));
+  json.Member("elements", JsonOrNull(root.elements));
+  WriteUnits(root.units, json);
+  WriteParts(model, json);
+  WriteSteps(model, json);
+  WriteResults(model, json);
+  WriteNodeSets(tree, json);
+  json.Member("attributes", JsonOf(root.others));
 }
 
 void AnswerInfo(const Input& input, AnswerWriter& writer) {
-  const ModelFacts facts = WithModel(input, writer, [](const LbtTev::Tree& tree) {
-    ModelFacts gathered = LbtTev::Report::GatherModelFacts(tree);
-    if (!gathered.failures.empty()) {
-      std::rethrow_exception(gathered.failures.front());
+  WithModel(input, writer, [&writer](const LbtTev::Tree& tree) {
+    const Model model(tree);
+    TellLostParts(model, writer);
+    if (writer.IsJson()) {
+      WriteJson(model, writer.Facts());
+    } else {
+      WriteInfoText(model, writer.Text());
     }
-    return gathered;
   });
-  if (!writer.IsJson()) {
-    writer.Text() << TextOf(facts);
-    return;
-  }
-  const Json object = ObjectOf(facts);
-  for (auto member = object.begin(); member != object.end(); ++member) {
-    writer.Facts().Member(member.key(), *member);
-  }
 }
+
+constexpr const char* kNotes =
+    "Node and element counts of the mesh are what the model says; those of parts, and the nodes "
+    "that\n"
+    "an element of them has on average, follow from the sizes of their data.\n"
+    "Examples:\n"
+    "  tev info bracket.tev\n"
+    "  tev info --json *.tev | jq -r '.files[] | [.file, .title] | @tsv'\n"
+    "Exit status: 0 done, 1 bad usage, 2 a file failed.";
 
 }  // namespace
 
+void WriteParts(const Model& model, JsonWriter& json) {
+  json.Key("parts");
+  json.OpenList();
+  for (const Analysis::Part& part : model.Parts()) {
+    json.OpenObject();
+    json.Member("id", part.id);
+    json.Member("name", Analysis::ShownName(part.name));
+    json.Key("path");
+    json.OpenList();
+    for (const std::string& group : model.PathOf(part)) {
+      json.Value(Analysis::ShownName(group));
+    }
+    json.Close();
+    json.Member("kind", TextOf(part.kind));
+    json.Member("nodes", part.nodes);
+    json.Member("elements", part.elements);
+    json.Member("nodesPerElement", JsonOrNull(part.nodesPerElement));
+    json.Member("sharesWith", JsonOrNull(part.sharesWith));
+    json.Close();
+  }
+  json.Close();
+}
+
 Verb InfoVerb() {
   return {.name = "info",
-          .summary = "Tell what models hold and who wrote them",
-          .notes = "Example: tev info --json *.tev | jq '.files[].title'",
+          .summary = "What models hold and who made them",
+          .notes = kNotes,
           .setUp = [](CLI::App& app) {
             return RunWithFileOptions(app, {.verb = "info", .answer = AnswerInfo});
           }};

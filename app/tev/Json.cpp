@@ -2,13 +2,12 @@
 
 #include "tev/Json.h"
 
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <string>
 
 #include "tev/VisibleText.h"
+#include "tev/Wording.h"
 
 using LbtUtil::AttributeValue;
 
@@ -31,7 +30,7 @@ const char* TypeOf(const AttributeValue& value) {
 /// Picks the form by the type of an attribute's value.
 struct ToJson {
   Json operator()(unsigned int value) const { return value; }
-  Json operator()(float value) const { return JsonOf(value); }
+  Json operator()(float value) const { return static_cast<double>(value); }
   Json operator()(double value) const { return value; }
   Json operator()(const std::string& value) const { return value; }
 };
@@ -39,20 +38,12 @@ struct ToJson {
 }  // namespace
 
 std::string JsonText(const Json& json) {
+  if (json.is_number_float()) {
+    const double number = json.get<double>();
+    return std::isfinite(number) ? NumberText(number) : "null";
+  }
   // Outside of texts there is nothing but ASCII that prints.
   return EscapedForJson(json.dump(-1, ' ', false, Json::error_handler_t::replace));
-}
-
-Json JsonOf(float value) {
-  if (!std::isfinite(value)) {
-    return nullptr;
-  }
-  // A float as a double has digits that nobody stored: 0.100000001490116 for 0.1.
-  std::array<char, 32> shortest{};
-  auto* const end = std::to_chars(shortest.data(), shortest.data() + shortest.size(), value).ptr;
-  double number = 0;
-  std::from_chars(shortest.data(), end, number);
-  return number;
 }
 
 Json JsonOf(const AttributeValue& value) { return value.Visit(ToJson()); }

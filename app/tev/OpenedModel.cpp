@@ -2,6 +2,7 @@
 
 #include "tev/OpenedModel.h"
 
+#include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/Exception.h"
 
 namespace {
@@ -24,6 +25,19 @@ void TellCut(const LbFile& file, AnswerWriter& writer) {
       return;
     }
   }
+}
+
+/// A container of anything else is no empty model.
+void RequireModelStreams(const LbFile& file) {
+  const LbtTev::StreamNames names;
+  const auto& streams = file.GetIndex().GetStreams();
+  for (const std::string& name :
+       {names.tree, names.light, names.heavy, names.attributes, names.resources, names.global}) {
+    if (streams.contains(name)) {
+      return;
+    }
+  }
+  throw Failure(FailureCode::Damaged, "its index has no stream of a model");
 }
 
 /// Reports how far a load is.
@@ -75,5 +89,14 @@ void OpenContainer(LbFile& file, const Input& input, AnswerWriter& writer) {
 void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
   LoadProgress progress(tree.GetFile(), writer.GetProgress());
   TellingVersions(tree.GetFile(), [&] { LbtTev::OpenModel(tree, input.source, &progress); });
+  RequireModelStreams(tree.GetFile());
   TellCut(tree.GetFile(), writer);
+}
+
+void TellLostParts(const LbtTev::Analysis::Model& model, AnswerWriter& writer) {
+  for (const LbtTev::Analysis::Part& part : model.Parts()) {
+    if (part.geometry == nullptr) {
+      writer.AddMissing("the geometry of part " + std::to_string(part.id) + " (" + part.name + ")");
+    }
+  }
 }

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/Tree.h"
 #include "tev/Answers.h"
@@ -16,8 +17,11 @@ void OpenContainer(LbtLbf::LbFile& file, const Input& input, AnswerWriter& write
 /// missing. Throws what LbtTev::OpenModel does where nothing can be loaded.
 void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer);
 
-/// The same, and hands the tree to "use". Throws what "use" does, and a Failure that names the
-/// block which zlib refuses.
+/// Tells "writer" of parts without a geometry.
+void TellLostParts(const LbtTev::Analysis::Model& model, AnswerWriter& writer);
+
+/// The same as LoadModel, and hands the tree to "use". Throws what "use" does, and a Failure that
+/// names the block which zlib refuses.
 template <class Use>
 auto WithModel(const Input& input, AnswerWriter& writer, Use use) {
   LbtTev::Tree tree;

@@ -4,12 +4,15 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "Lbt/Tev/Analysis/Selection.h"
 #include "tev/Failure.h"
 #include "tev/Output.h"
 #include "tev/Verbs.h"
@@ -87,6 +90,18 @@ Status RunVerb(const Verb& verb, int argc, const char* const* argv) {
   return verb.badUsage;
 }
 
+Status RefuseVerb(std::string_view name) {
+  std::vector<std::string_view> names;
+  for (const Verb& verb : Verbs()) {
+    names.emplace_back(verb.name);
+  }
+  const std::string_view nearest = LbtTev::Analysis::NearestName(name, names);
+  Complain("there is no verb \"" + std::string(name) + '"' +
+           (nearest.empty() ? "" : ", did you mean \"" + std::string(nearest) + "\"?") +
+           kHelpAndVersion);
+  return Status::BadUsage;
+}
+
 Status Help(int argc, const char* const* argv) {
   if (argc <= 2) {
     Write(HelpText());
@@ -96,8 +111,7 @@ Status Help(int argc, const char* const* argv) {
     const std::array<const char*, 2> arguments{argv[2], "--help"};
     return RunVerb(*verb, static_cast<int>(arguments.size()), arguments.data());
   }
-  Complain("there is no verb " + QuotedText(argv[2]) + kHelpAndVersion);
-  return Status::BadUsage;
+  return RefuseVerb(argv[2]);
 }
 
 Status Run(int argc, const char* const* argv) {
@@ -112,8 +126,10 @@ Status Run(int argc, const char* const* argv) {
   if (const Verb* verb = FindVerb(first)) {
     return RunVerb(*verb, argc - 1, argv + 1);
   }
-  Complain(argc > 1 ? "there is no verb " + QuotedText(first) + kHelpAndVersion
-                    : std::string("a verb is missing") + kHelpAndVersion);
+  if (argc > 1) {
+    return RefuseVerb(first);
+  }
+  Complain(std::string("a verb is missing") + kHelpAndVersion);
   return Status::BadUsage;
 }
 

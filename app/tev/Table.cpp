@@ -16,8 +16,8 @@ constexpr std::size_t kHeldBack = 250;
 
 }  // namespace
 
-Table::Table(std::ostream& stream, std::vector<Column> columns, std::optional<std::size_t> limit)
-    : stream_(&stream), columns_(std::move(columns)), limit_(limit) {
+Table::Table(std::ostream& stream, std::vector<Column> columns, Style style)
+    : stream_(&stream), columns_(std::move(columns)), style_(style) {
   std::vector<std::string> headings;
   for (const Column& column : columns_) {
     headings.push_back(column.heading);
@@ -47,13 +47,13 @@ void Table::Finish() {
 }
 
 void Table::WriteRow(const std::vector<std::string>& cells) const {
-  std::string line;
+  std::string line(style_.indent, ' ');
   for (std::size_t i = 0; i < cells.size(); ++i) {
     const std::size_t width = WidthOf(cells[i]);
     const std::string padding(columns_[i].width - std::min(columns_[i].width, width), ' ');
     const bool isLeft = columns_[i].align == Align::Left;
-    line += "  " + (isLeft ? cells[i] + padding : padding + cells[i]);
+    line += std::string(i == 0 ? 0 : 2, ' ') + (isLeft ? cells[i] + padding : padding + cells[i]);
   }
   line.erase(line.find_last_not_of(' ') + 1);
-  *stream_ << (limit_ ? FirstColumns(line, *limit_) : line) << '\n';
+  *stream_ << (style_.limit ? FirstColumns(line, *style_.limit) : line) << '\n';
 }

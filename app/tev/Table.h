@@ -4,6 +4,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Writes a table of text for people, row by row. Columns are as wide as the rows need that come
@@ -18,12 +19,19 @@ class Table {
     std::size_t width = 0;  ///< what it has at least
   };
 
-  /// "stream" must outlive this. Lines are cut to "limit" columns where there is one.
-  Table(std::ostream& stream, std::vector<Column> columns,
-        std::optional<std::size_t> limit = std::nullopt);
+  /// How its lines are.
+  struct Style {
+    std::optional<std::size_t> limit{};  ///< columns to which they are cut
+    std::size_t indent = 2;
+  };
 
-  /// Adds a row; of fewer cells than there are columns where the last ones are empty. Lines are
-  /// indented by two and have no blanks at their end.
+  /// "stream" must outlive this.
+  Table(std::ostream& stream, std::vector<Column> columns, Style style);
+  Table(std::ostream& stream, std::vector<Column> columns)
+      : Table(stream, std::move(columns), Style()) {}
+
+  /// Adds a row; of fewer cells than there are columns where the last ones are empty. Lines have
+  /// no blanks at their end.
   void Add(std::vector<std::string> cells);
 
   /// Writes the rows that are held back.
@@ -34,7 +42,7 @@ class Table {
 
   std::ostream* stream_;
   std::vector<Column> columns_;
-  std::optional<std::size_t> limit_;
+  Style style_;
   std::vector<std::vector<std::string>> rows_;  // those that are held back
   bool areWidthsKnown_ = false;
 };

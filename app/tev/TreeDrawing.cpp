@@ -1,4 +1,4 @@
-// The tree of a model as text.
+// The tree of a model as text, in full.
 
 #include "tev/TreeDrawing.h"
 
@@ -7,23 +7,23 @@
 #include <utility>
 #include <vector>
 
+#include "Lbt/Lbf/ContainerListing.h"
+#include "Lbt/Tev/Analysis/Model.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/ToString.h"
 #include "tev/NodeVisit.h"
 #include "tev/VisibleText.h"
+#include "tev/Wording.h"
 
 namespace {
 
 using Lbt::Util::ToString;
 using LbtTev::Geometry;
+using LbtTev::Analysis::ShownName;
 using LbtTev::Report::OutlineItem;
 using LbtTev::Report::TreeOutline;
 
 constexpr std::size_t kDeepestIndent = 40;
-
-/// "1 node", "2 nodes"
-std::string Counted(std::uint64_t count, const std::string& what) {
-  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
 
 std::string NumbersText(std::span<const float> numbers) {
   std::string text;
@@ -36,22 +36,26 @@ std::string NumbersText(std::span<const float> numbers) {
 /// Draws one item.
 class ItemDrawing {
  public:
-  ItemDrawing(const OutlineItem& item, const TreeOptions& options, std::string& text)
-      : options_(&options),
-        text_(&text),
+  ItemDrawing(const OutlineItem& item, const Storage* storage, std::ostream& stream)
+      : storage_(storage),
+        stream_(&stream),
         indent_(2 + 2 * std::min(item.depth, kDeepestIndent), ' ') {
     StartLine(item);
     if (item.entry->data == nullptr) {
-      text += " (no node)\n";
+      stream << " (no node)\n";
       return;
     }
     const LbtTev::Node& node = *item.entry->data;
-    text += KindOf(node) + ' ' + QuotedText(node.name);
-    text += " version " + VisibleText(node.recordVersion) + '\n';
+    stream << KindOf(node) << ' ' << QuotedText(ShownName(node.name)) << " version "
+           << VisibleText(node.recordVersion) << '\n';
     VisitNode(node, *this);
   }
 
-  void operator()(const LbtTev::Group& group) const { AddAttributes(group.attributes, 1); }
+  void operator()(const LbtTev::Group& group) const {
+    AddLine(1, "transform: translation " + NumbersText(group.translation) + ", rotation " +
+                   NumbersText(group.rotation) + ", scale " + NumbersText(group.scale));
+    AddAttributes(group.attributes, "attribute", 1);
+  }
 
   void operator()(const LbtTev::Shape& shape) const {
     const LbtTev::Material& material = shape.material;
@@ -72,20 +76,23 @@ class ItemDrawing {
 
   void operator()(const LbtTev::NodeSets& nodeSets) const {
     for (const LbtTev::NodeSets::NodeSet& set : nodeSets.sets) {
-      AddLine(1, "node set " + QuotedText(set.name) + ": " + Counted(set.members.size(), "member"));
+      AddLine(1, "node set " + QuotedText(ShownName(set.name)) + ": " +
+                     Counted(set.members.size(), "member"));
     }
-    AddAttributes(nodeSets.attributes, 1);
+    AddAttributes(nodeSets.attributes, "attribute", 1);
   }
 
-  void operator()(const LbtTev::FutureNode& node) const { AddAttributes(node.attributes, 1); }
+  void operator()(const LbtTev::FutureNode& node) const {
+    AddAttributes(node.attributes, "attribute", 1);
+  }
 
  private:
   void StartLine(const OutlineItem& item) const {
-    *text_ += indent_;
+    *stream_ << indent_;
     if (item.depth > kDeepestIndent) {
-      *text_ += "(depth " + std::to_string(item.depth) + ") ";
+      *stream_ << "(depth " << item.depth << ") ";
     }
-    *text_ += std::to_string(item.entry->id);
+    *stream_ << item.entry->id;
   }
 
   static std::string KindOf(const LbtTev::Node& node) {
@@ -96,54 +103,86 @@ class ItemDrawing {
   }
 
   void AddLine(std::size_t level, const std::string& line) const {
-    *text_ += indent_ + std::string(2 * level, ' ') + "- " + line + '\n';
+    *stream_ << indent_ << std::string(2 * level, ' ') << "- " << line << '\n';
   }
 
   void AddVariable(std::size_t index, const Geometry::VarStruct& variable) const {
-    std::string line = "variable " + std::to_string(index) + ' ' + QuotedText(variable.name) +
-                       ": type " + std::to_string(static_cast<unsigned>(variable.variableType)) +
-                       ", " + Counted(variable.array.GetWidth(), "component") + ", " +
-                       Counted(variable.array.GetNumElements(), "element") + ", " +
+    std::string line = "variable " + std::to_string(index) + ' ' +
+                       QuotedText(ShownName(variable.name)) + ": type " +
+                       std::to_string(static_cast<unsigned>(variable.variableType)) + ", " +
+                       Counted(variable.array.GetWidth(), "component") + ", " +
+                       Counted(variable.array.GetNumElements(), "value") + ", " +
                        Counted(variable.array.byteSize, "byte");
     if (variable.isLinked) {
       line += ", linked to variable " + std::to_string(variable.linkVariableIndex) + " of node " +
               std::to_string(variable.linkNodeId);
     }
     AddLine(1, line);
-    AddAttributes(variable.attributes, 2);
+    const auto place = storage_ == nullptr ? std::nullopt : storage_->PlaceOf(variable);
+    if (place) {
+      AddLine(2, "stored in block " + std::to_string(place->block) + " from byte " +
+                     std::to_string(place->offset) + " on, " +
+                     Counted(variable.array.byteSize, "byte"));
+    }
+    AddAttributes(variable.attributes, "attribute", 2);
+    AddAttributes(variable.storageAttributes, "stored attribute", 2);
   }
 
-  void AddAttributes(const LbtUtil::AttributeMap& attributes, std::size_t level) const {
-    if (!options_->attributes) {
-      return;
-    }
+  void AddAttributes(const LbtUtil::AttributeMap& attributes, const std::string& what,
+                     std::size_t level) const {
     for (const auto& [name, value] : attributes) {
-      AddLine(level,
-              "attribute " + QuotedText(name) + " = " + VisibleText(value.GetAttributeString()));
+      AddLine(level, what + ' ' + QuotedText(ShownName(name)) + " = " +
+                         VisibleText(value.GetAttributeString()));
     }
   }
 
-  const TreeOptions* options_;
-  std::string* text_;
+  const Storage* storage_;
+  std::ostream* stream_;
   std::string indent_;
 };
 
-void Draw(const std::vector<OutlineItem>& items, const TreeOptions& options, std::string& text) {
+void Draw(const std::vector<OutlineItem>& items, const TreeOptions& options, const Storage* storage,
+          std::ostream& stream) {
   for (const OutlineItem& item : items) {
     if (item.depth <= options.depth) {
-      ItemDrawing(item, options, text);
+      ItemDrawing(item, storage, stream);
     }
   }
 }
 
 }  // namespace
 
-std::string TreeDrawingText(const TreeOutline& outline, const TreeOptions& options) {
-  std::string text;
-  Draw(outline.reached, options, text);
-  if (!outline.unreached.empty()) {
-    text += "  Nodes that no parent reaches:\n";
-    Draw(outline.unreached, options, text);
+Storage::Storage(LbtLbf::LbFile& file) {
+  const LbtTev::StreamNames names;
+  const auto& items = file.GetIndex().GetItems();
+  for (std::size_t block = 0; block < items.size(); ++block) {
+    if (items[block].name == names.heavy) {
+      starts_.push_back({end_, block});
+      end_ += LbtLbf::DescribeBlock(file, block).inflatedSize.value_or(0);
+    }
   }
-  return text;
+}
+
+std::optional<StoragePlace> Storage::PlaceOf(const Geometry::VarStruct& variable) const {
+  if (variable.isLinked || variable.array.loader == nullptr) {
+    return std::nullopt;
+  }
+  const std::uint64_t position = variable.array.loader->GetPosition();
+  const auto after = std::upper_bound(
+      starts_.begin(), starts_.end(), position,
+      [](std::uint64_t value, const Start& start) { return value < start.position; });
+  if (after == starts_.begin() || position >= end_) {
+    return std::nullopt;
+  }
+  const Start& start = *(after - 1);
+  return StoragePlace{start.block, position - start.position};
+}
+
+void DrawInFull(const TreeOutline& outline, const TreeOptions& options, const Storage* storage,
+                std::ostream& stream) {
+  Draw(outline.reached, options, storage, stream);
+  if (!outline.unreached.empty()) {
+    stream << "  Nodes that no parent reaches:\n";
+    Draw(outline.unreached, options, storage, stream);
+  }
 }

@@ -2,129 +2,165 @@
 
 #include "tev/TreeJson.h"
 
-#include <array>
-#include <cstddef>
-#include <nlohmann/json.hpp>
+#include <span>
 
+#include "Lbt/Tev/Analysis/Model.h"
 #include "tev/Json.h"
 #include "tev/NodeVisit.h"
 
 namespace {
 
 using LbtTev::Geometry;
+using LbtTev::Analysis::ShownName;
 using LbtTev::Report::OutlineItem;
-using LbtTev::Report::TreeOutline;
 
-/// The first "count" numbers.
-template <std::size_t kSize>
-Json FirstOf(const std::array<float, kSize>& numbers, std::size_t count) {
-  Json list = Json::array();
-  for (std::size_t i = 0; i < count; ++i) {
-    list.push_back(JsonOf(numbers[i]));
-  }
-  return list;
-}
-
-Json MaterialOf(const LbtTev::Material& material) {
-  return {{"diffuse", FirstOf(material.diffuse, 4)},
-          {"specular", FirstOf(material.specular, 4)},
-          {"emissive", FirstOf(material.emissive, 3)},
-          {"ambient", FirstOf(material.ambient, 3)},
-          {"shininess", JsonOf(material.shininess)},
-          {"factor", JsonOf(material.materialFactor)},
-          {"flag", material.materialFlag}};
-}
-
-Json LinkOf(const Geometry::VarStruct& variable) {
-  if (!variable.isLinked) {
-    return nullptr;
-  }
-  return {{"node", variable.linkNodeId}, {"variable", variable.linkVariableIndex}};
-}
-
-/// Adds to the object of a node what nodes of its kind have.
-class KindMembers {
+/// Writes node by node. Only single values become Json, so that no more than one is in memory.
+class NodeWriter {
  public:
-  KindMembers(const TreeOptions& options, Json& object) : options_(&options), object_(&object) {}
+  NodeWriter(const Storage* storage, JsonWriter& json) : storage_(storage), json_(&json) {}
 
-  void operator()(const LbtTev::Group& group) const { AddAttributes(*object_, group.attributes); }
+  void Write(const OutlineItem& item, bool isReached) {
+    const LbtTev::Node* node = item.entry->data;
+    json_->OpenObject();
+    json_->Member("id", item.entry->id);
+    json_->Member("parent", item.entry->parent);
+    json_->Member("depth", item.depth);
+    json_->Member("reached", isReached);
+    json_->Member("kind", node == nullptr ? Json(nullptr) : Json(node->GetType()));
+    json_->Member("name", node == nullptr ? Json(nullptr) : Json(ShownName(node->name)));
+    json_->Member("version", node == nullptr ? Json(nullptr) : Json(node->recordVersion));
+    if (node != nullptr) {
+      VisitNode(*node, *this);
+    }
+    json_->Close();
+  }
+
+  void operator()(const LbtTev::Group& group) const {
+    json_->Key("transform");
+    json_->OpenObject();
+    WriteNumbers("translation", group.translation);
+    WriteNumbers("rotation", group.rotation);
+    WriteNumbers("scale", group.scale);
+    json_->Close();
+    WriteAttributes("attributes", group.attributes);
+  }
 
   void operator()(const LbtTev::Shape& shape) const {
-    (*object_)["material"] = MaterialOf(shape.material);
+    const LbtTev::Material& material = shape.material;
+    json_->Key("material");
+    json_->OpenObject();
+    WriteNumbers("diffuse", material.diffuse);
+    WriteNumbers("specular", material.specular);
+    WriteNumbers("emissive", std::span(material.emissive).first(3));
+    WriteNumbers("ambient", std::span(material.ambient).first(3));
+    json_->Member("shininess", material.shininess);
+    json_->Member("factor", material.materialFactor);
+    json_->Member("flag", material.materialFlag);
+    json_->Close();
   }
 
   void operator()(const Geometry& geometry) const {
-    Json& variables = (*object_)["variables"] = Json::array();
+    json_->Key("variables");
+    json_->OpenList();
     for (const Geometry::VarStruct& variable : geometry.variables) {
-      variables.push_back(ObjectOf(variable));
+      WriteVariable(variable);
     }
+    json_->Close();
   }
 
   void operator()(const LbtTev::NodeSets& nodeSets) const {
-    Json& sets = (*object_)["nodeSets"] = Json::array();
+    json_->Key("nodeSets");
+    json_->OpenList();
     for (const LbtTev::NodeSets::NodeSet& set : nodeSets.sets) {
-      sets.push_back({{"name", set.name}, {"members", set.members.size()}});
+      json_->OpenObject();
+      json_->Member("name", ShownName(set.name));
+      json_->Member("members", set.members.size());
+      json_->Close();
     }
-    AddAttributes(*object_, nodeSets.attributes);
+    json_->Close();
+    WriteAttributes("attributes", nodeSets.attributes);
   }
 
   void operator()(const LbtTev::FutureNode& node) const {
-    (*object_)["storedType"] = node.storedType;
-    AddAttributes(*object_, node.attributes);
+    json_->Member("storedType", node.storedType);
+    WriteAttributes("attributes", node.attributes);
   }
 
  private:
-  [[nodiscard]] Json ObjectOf(const Geometry::VarStruct& variable) const {
-    Json json{{"name", variable.name},
-              {"type", static_cast<unsigned int>(variable.variableType)},
-              {"components", variable.array.GetWidth()},
-              {"elements", variable.array.GetNumElements()},
-              {"bytes", variable.array.byteSize},
-              {"link", LinkOf(variable)}};
-    AddAttributes(json, variable.attributes);
-    return json;
-  }
-
-  void AddAttributes(Json& object, const LbtUtil::AttributeMap& attributes) const {
-    if (options_->attributes) {
-      object["attributes"] = JsonOf(attributes);
+  void WriteNumbers(const char* name, std::span<const float> numbers) const {
+    json_->Key(name);
+    json_->OpenList();
+    for (const float number : numbers) {
+      json_->Value(number);
     }
+    json_->Close();
   }
 
-  const TreeOptions* options_;
-  Json* object_;
+  void WriteAttributes(const char* name, const LbtUtil::AttributeMap& attributes) const {
+    json_->Key(name);
+    json_->Value(JsonOf(attributes));
+  }
+
+  void WriteVariable(const Geometry::VarStruct& variable) const {
+    json_->OpenObject();
+    json_->Member("name", ShownName(variable.name));
+    json_->Member("type", static_cast<unsigned int>(variable.variableType));
+    json_->Member("components", variable.array.GetWidth());
+    json_->Member("values", variable.array.GetNumElements());
+    json_->Member("bytes", variable.array.byteSize);
+    WriteLink(variable);
+    WriteAttributes("attributes", variable.attributes);
+    WriteAttributes("storedAttributes", variable.storageAttributes);
+    WriteStorage(variable);
+    json_->Close();
+  }
+
+  void WriteLink(const Geometry::VarStruct& variable) const {
+    json_->Key("link");
+    if (!variable.isLinked) {
+      json_->Value(nullptr);
+      return;
+    }
+    json_->OpenObject();
+    json_->Member("node", variable.linkNodeId);
+    json_->Member("variable", variable.linkVariableIndex);
+    json_->Close();
+  }
+
+  void WriteStorage(const Geometry::VarStruct& variable) const {
+    if (storage_ == nullptr) {
+      return;
+    }
+    json_->Key("storage");
+    const auto place = storage_->PlaceOf(variable);
+    if (!place) {
+      json_->Value(nullptr);
+      return;
+    }
+    json_->OpenObject();
+    json_->Member("block", place->block);
+    json_->Member("offset", place->offset);
+    json_->Member("bytes", variable.array.byteSize);
+    json_->Close();
+  }
+
+  const Storage* storage_;
+  JsonWriter* json_;
 };
-
-Json ObjectOf(const OutlineItem& item, bool isReached, const TreeOptions& options) {
-  const LbtTev::Node* node = item.entry->data;
-  Json json{{"id", item.entry->id}, {"parent", item.entry->parent},
-            {"depth", item.depth},  {"reached", isReached},
-            {"kind", nullptr},      {"name", nullptr},
-            {"version", nullptr}};
-  if (node != nullptr) {
-    json["kind"] = node->GetType();
-    json["name"] = node->name;
-    json["version"] = node->recordVersion;
-    VisitNode(*node, KindMembers(options, json));
-  }
-  return json;
-}
-
-void Append(JsonWriter& json, const std::vector<OutlineItem>& items, bool areReached,
-            const TreeOptions& options) {
-  for (const OutlineItem& item : items) {
-    if (item.depth <= options.depth) {
-      json.Value(ObjectOf(item, areReached, options));
-    }
-  }
-}
 
 }  // namespace
 
-void WriteTree(const TreeOutline& outline, const TreeOptions& options, JsonWriter& json) {
+void WriteTree(const LbtTev::Report::TreeOutline& outline, const TreeOptions& options,
+               const Storage* storage, JsonWriter& json) {
+  NodeWriter writer(storage, json);
   json.Key("nodes");
   json.OpenList();
-  Append(json, outline.reached, true, options);
-  Append(json, outline.unreached, false, options);
+  for (const bool isReached : {true, false}) {
+    for (const OutlineItem& item : isReached ? outline.reached : outline.unreached) {
+      if (item.depth <= options.depth) {
+        writer.Write(item, isReached);
+      }
+    }
+  }
   json.Close();
 }

@@ -6,5 +6,6 @@
 
 /// Writes the member "nodes" of a tree: the list of its nodes, each before its children. The
 /// list is flat and the depth a number, since readers of JSON bear only so much nesting.
+/// "storage" may be null.
 void WriteTree(const LbtTev::Report::TreeOutline& outline, const TreeOptions& options,
-               JsonWriter& json);
+               const Storage* storage, JsonWriter& json);

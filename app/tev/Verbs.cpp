@@ -5,6 +5,8 @@
 #include <CLI/CLI.hpp>
 #include <utility>
 
+#include "tev/VisibleText.h"
+
 namespace {
 
 /// A flag that sets the form, so that of several the last one counts.
@@ -23,9 +25,25 @@ void AddProgressFlag(CLI::App& app, const std::shared_ptr<FileRun>& run, const c
 }  // namespace
 
 const std::vector<Verb>& Verbs() {
-  static const std::vector<Verb> verbs{InfoVerb(), TreeVerb(),   ResultsVerb(), ValuesVerb(),
-                                       DiffVerb(), BlocksVerb(), CheckVerb(),   CdfVerb()};
+  static const std::vector<Verb> verbs{ListVerb(),   InfoVerb(),  TreeVerb(), ResultsVerb(),
+                                       ValuesVerb(), DiffVerb(),  SetsVerb(), CheckVerb(),
+                                       BlocksVerb(), BlockVerb(), CdfVerb()};
   return verbs;
+}
+
+std::string WholeNumberFault(const std::string& text) {
+  // A leading zero would be taken for an octal number.
+  const bool isWhole = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos &&
+                       (text == "0" || text.front() != '0');
+  return isWhole ? "" : QuotedText(text) + " is no whole number";
+}
+
+void AddOutputOptions(CLI::App& app, const std::shared_ptr<FileRun>& run) {
+  app.add_option("-o,--output", run->output, "Write to FILE; - is standard output")
+      ->option_text("FILE");
+  AddProgressFlag(app, run, "--progress", Progress::Mode::Always,
+                  "Tell on standard error how far the run is, wherever that goes");
+  AddProgressFlag(app, run, "--no-progress", Progress::Mode::Never, "Never tell");
 }
 
 void AddAnswerOptions(CLI::App& app, const std::shared_ptr<FileRun>& run) {
@@ -34,11 +52,15 @@ void AddAnswerOptions(CLI::App& app, const std::shared_ptr<FileRun>& run) {
   if (!run->csvHeading.empty()) {
     AddFormFlag(app, run, "--csv", Form::Csv, "Write comma-separated values");
   }
-  app.add_option("-o,--output", run->output, "Write to FILE; - is standard output")
-      ->option_text("FILE");
-  AddProgressFlag(app, run, "--progress", Progress::Mode::Always,
-                  "Tell on standard error how far the run is, wherever that goes");
-  AddProgressFlag(app, run, "--no-progress", Progress::Mode::Never, "Never tell");
+  AddOutputOptions(app, run);
+}
+
+void AddModel(CLI::App& app, const std::shared_ptr<FileRun>& run) {
+  app.add_option_function<std::string>(
+         "MODEL", [run](const std::string& path) { run->files = {path}; },
+         "The model; - is standard input")
+      ->required()
+      ->option_text(" ");
 }
 
 std::shared_ptr<FileRun> AddFileOptions(CLI::App& app, FileRun run) {
@@ -65,11 +87,7 @@ std::shared_ptr<FileRun> AddFileOptions(CLI::App& app, FileRun run) {
 
 std::shared_ptr<FileRun> AddModelOptions(CLI::App& app, FileRun run) {
   const auto shared = std::make_shared<FileRun>(std::move(run));
-  app.add_option_function<std::string>(
-         "MODEL", [shared](const std::string& path) { shared->files = {path}; },
-         "The model; - is standard input")
-      ->required()
-      ->option_text(" ");
+  AddModel(app, shared);
   AddAnswerOptions(app, shared);
   return shared;
 }

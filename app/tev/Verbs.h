@@ -38,9 +38,17 @@ struct Verb {
 /// All verbs, in the order of `tev help`.
 [[nodiscard]] const std::vector<Verb>& Verbs();
 
-/// Adds what every verb has: "--json", "--jsonl", "-o", "--progress" and "--no-progress", and
-/// "--csv" where the run has a heading for it. "run" becomes what they say.
+/// What is wrong with the text of a whole number; empty where nothing is.
+[[nodiscard]] std::string WholeNumberFault(const std::string& text);
+
+/// Adds what every verb has: "-o", "--progress" and "--no-progress". "run" becomes what they say.
+void AddOutputOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
+
+/// Adds the above, "--json" and "--jsonl", and "--csv" where the run has a heading for it.
 void AddAnswerOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
+
+/// Adds "MODEL".
+void AddModel(CLI::App& app, const std::shared_ptr<FileRun>& run);
 
 /// Adds "PATH..." and "--files0-from", and the above. Run the result by RunOverFiles.
 [[nodiscard]] std::shared_ptr<FileRun> AddFileOptions(CLI::App& app, FileRun run);
@@ -51,11 +59,14 @@ void AddAnswerOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
 /// A verb over files without options of its own.
 [[nodiscard]] Action RunWithFileOptions(CLI::App& app, FileRun run);
 
+[[nodiscard]] Verb BlockVerb();
 [[nodiscard]] Verb BlocksVerb();
 [[nodiscard]] Verb CdfVerb();
 [[nodiscard]] Verb CheckVerb();
 [[nodiscard]] Verb InfoVerb();
+[[nodiscard]] Verb ListVerb();
 [[nodiscard]] Verb ResultsVerb();
-[[nodiscard]] Verb ValuesVerb();
 [[nodiscard]] Verb DiffVerb();
+[[nodiscard]] Verb SetsVerb();
+[[nodiscard]] Verb ValuesVerb();
 [[nodiscard]] Verb TreeVerb();

@@ -12,20 +12,22 @@ namespace {
 struct Listed {
   explicit Listed(const std::string& bytes) {
     file.OpenFile(directory.Write("a.tev", bytes), "rb");
-    listing = LbtLbf::ListContainer(file);
+    listing = LbtLbf::ListContainer(
+        file, [this](const LbtLbf::BlockFacts& block) { blocks.push_back(block); });
   }
 
   TempDir directory;
   LbtLbf::LbFile file;
   LbtLbf::ContainerListing listing;
+  std::vector<LbtLbf::BlockFacts> blocks;
 };
 
 TEST(ContainerListing, Blocks_AreToldWithoutLoadingAny) {
   const Container container =
       ContainerWriter().AddRaw("A", "123").AddCompressed("B", std::string(1000, 'x')).Build();
   const Listed listed(container.bytes);
-  ASSERT_EQ(listed.listing.blocks.size(), 2U);
-  const LbtLbf::BlockFacts& block = listed.listing.blocks[1];
+  ASSERT_EQ(listed.blocks.size(), 2U);
+  const LbtLbf::BlockFacts& block = listed.blocks[1];
   EXPECT_EQ(block.number, 1U);
   EXPECT_EQ(block.stream, "B");
   EXPECT_EQ(block.offset, container.Block("B").offset);
@@ -60,9 +62,9 @@ TEST(ContainerListing, BlockBehindTheEnd_HasNoLengthAndDoesNotFail) {
   writer.AddRaw("A", "1234").AddCompressed("B", "5678");
   const std::size_t end = writer.Build().Block("B").offset;
   const Listed listed(writer.TruncateTo(end + 3).Build().bytes);
-  EXPECT_TRUE(listed.listing.blocks.at(0).isWithinFile);
-  EXPECT_FALSE(listed.listing.blocks.at(1).isWithinFile);
-  EXPECT_EQ(listed.listing.blocks.at(1).inflatedSize, std::nullopt);
+  EXPECT_TRUE(listed.blocks.at(0).isWithinFile);
+  EXPECT_FALSE(listed.blocks.at(1).isWithinFile);
+  EXPECT_EQ(listed.blocks.at(1).inflatedSize, std::nullopt);
 }
 
 }  // namespace

@@ -149,7 +149,7 @@ TEST_F(TevBlocks, Json_HasExactNumbers) {
                         "          \"stream\": \"B\xef\xbf\xbd\\n\",\n"
                         "          \"storedBytes\": 8,\n"
                         "          \"inflatedBytes\": 24,\n"
-                        "          \"ratio\": 3.0,\n"
+                        "          \"ratio\": 3,\n"
                         "          \"offset\": 34,\n"
                         "          \"compression\": \"zlib\"\n"
                         "        }\n"),

@@ -44,9 +44,11 @@ TEST_F(TevCdf, KnownGeometry_IsWritten) {
 
 TEST_F(TevCdf, UnknownGeometry_ListsTheNamesAndWritesNoFile) {
   Write("a.tev", SmallModel());
-  ExpectFailure({"cdf", "a.tev", "mesh", "out.cdf"},
-                "tev: a.tev: there is no geometry \"mesh\"; there are: \"mesh 1\", \"mesh 2\"\n",
-                1);
+  ExpectFailure(
+      {"cdf", "a.tev", "mesh", "out.cdf"},
+      "tev: a.tev: No geometry fits \"mesh\", did you mean \"mesh 1\"? there are \"mesh 1\", "
+      "\"mesh 2\"\n",
+      1);
   EXPECT_FALSE(dir.Has("out.cdf"));
 }
 
@@ -62,7 +64,7 @@ TEST_F(TevCdf, ModelWithoutGeometries_SaysSo) {
   model.AddGroup("root", 0);
   Write("a.tev", model);
   ExpectFailure({"cdf", "a.tev", "m", "out.cdf"},
-                "tev: a.tev: there is no geometry \"m\"; the model has none\n", 1);
+                "tev: a.tev: No geometry fits \"m\": the model has no geometry\n", 1);
 }
 
 TEST_F(TevCdf, OutputThatIsTheModel_IsRefusedByEveryName) {

@@ -128,28 +128,6 @@ TEST_F(TevFiles, SecondIndexThatZlibRefuses_IsNamedToo) {
                 std::string(kHint));
 }
 
-TEST_F(TevFiles, ShapeWhoseFirstChildIsNoGeometry_FailsAndTheOthersAreDone) {
-  ModelWriter broken = SmallModel();
-  broken.At(kSmallShape1).firstChild = kSmallNodeSets;
-  Write("broken.tev", broken);
-  Write("a.tev", SmallModel());
-  const RunResult run = Run({"info", "broken.tev", "a.tev"});
-  EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.error, "tev: broken.tev: damaged: the first child of a shape is no geometry" +
-                           std::string(kHint));
-  EXPECT_EQ(run.output, Answer({"info", "a.tev"}));
-}
-
-TEST_F(TevFiles, ShapeWithoutAGeometry_FailsInsteadOfGivingHalfOfTheFacts) {
-  ModelWriter model;
-  model.AddShape("Lonely", model.AddGroup("root", 0));
-  Write("a.tev", model);
-  const RunResult run = Run({"info", "a.tev"});
-  EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.output, "");
-  EXPECT_EQ(run.error, "tev: a.tev: damaged: Element Not Found" + std::string(kHint));
-}
-
 TEST_F(TevFiles, ControlCharactersInAPath_DoNotReachTheTerminal) {
   const std::string name = "a\x1b[31m\n.tev";
   Write(name, SmallModel());

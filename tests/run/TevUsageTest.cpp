@@ -28,7 +28,24 @@ TEST_F(TevUsage, NoModel_IsBadUsageOfEachSubcommand) {
   for (const std::string command : {"blocks", "tree", "info", "check"}) {
     ExpectBadUsage(Run({command}), "tev: PATH is required (see tev " + command + " --help)\n");
   }
-  ExpectBadUsage(Run({"cdf"}), "tev: MODEL is required (see tev cdf --help)\n");
+  for (const std::string command : {"cdf", "sets", "block"}) {
+    ExpectBadUsage(Run({command}), "tev: MODEL is required (see tev " + command + " --help)\n");
+  }
+}
+
+TEST_F(TevUsage, VerbThatIsMisspelt_BringsTheNearestOne) {
+  ExpectBadUsage(Run({"inof"}),
+                 "tev: there is no verb \"inof\", did you mean \"info\"? (see tev --help)\n");
+  ExpectBadUsage(Run({"help", "blok"}),
+                 "tev: there is no verb \"blok\", did you mean \"block\"? (see tev --help)\n");
+}
+
+TEST_F(TevUsage, HelpVerb_IsTheHelpOfTheVerb) {
+  for (const char* verb : {"list", "info", "tree", "sets", "check", "blocks", "block", "cdf"}) {
+    const std::string help = Answer({"help", verb});
+    EXPECT_EQ(help, Answer({verb, "--help"}));
+    EXPECT_NE(help.find("Example"), std::string::npos) << help;
+  }
 }
 
 TEST_F(TevUsage, UnknownOption_IsBadUsageAndNothingIsDone) {
@@ -61,7 +78,7 @@ TEST_F(TevUsage, HelpOfASubcommand_ShowsHowToCallIt) {
             std::string::npos);
   EXPECT_NE(Answer({"info", "--help"}).find("Usage: tev info [OPTIONS] PATH...\n"),
             std::string::npos);
-  EXPECT_NE(Answer({"tree", "--help"}).find("--attributes"), std::string::npos);
+  EXPECT_NE(Answer({"tree", "--help"}).find("--storage"), std::string::npos);
   EXPECT_NE(Answer({"cdf", "--help"}).find("Usage: tev cdf [OPTIONS] MODEL GEOMETRY OUTPUT\n"),
             std::string::npos);
 }

@@ -3,7 +3,7 @@
 
   check_tev_json.py schema SCHEMA.json   (a document)
   check_tev_json.py lines SCHEMA.json    (lines, of --jsonl)
-  check_tev_json.py tree TRUTH.json.gz    (of one model, with --attributes)
+  check_tev_json.py tree TRUTH.json.gz    (of one model)
   check_tev_json.py info TRUTH.json.gz    (of one model)
 
 "schema" and "lines" validate it against a closed copy of SCHEMA, which allows no key that it does
@@ -13,13 +13,13 @@ Exit status: 0 right, 1 wrong (the first difference is shown), 2 bad usage.
 
 import gzip
 import json
+import struct
 import sys
 
 import jsonschema
 
 KINDS = {0: "unsigned integer", 1: "float", 2: "text", 3: "double"}
 NOT_KEPT = ("Complex", "Contents", "DataSource", "DataType", "Structure")
-MODIFIER = ("applicationName", "applicationVersion", "tevVersion", "userName", "date", "comment")
 
 
 IN_PLACE = ("allOf", "anyOf", "oneOf", "if", "then", "else", "not")
@@ -71,13 +71,22 @@ def validate_lines(text, path):
         validator.validate(json.loads(line))
 
 
+def double(value):
+    """A float as the double that it is."""
+    return struct.unpack("<f", struct.pack("<f", value))[0]
+
+
 def attributes(stored):
-    return [{"name": name, "type": KINDS[code], "value": value}
+    return [{"name": name, "type": KINDS[code], "value": double(value) if code == 1 else value}
             for name, code, value in sorted(stored, key=lambda entry: entry[0].encode())]
 
 
 def kept(stored):
     return [entry for entry in stored if entry[0] not in NOT_KEPT and entry[0][:5] != "Link."]
+
+
+def shown(name):
+    return name.replace("\x1e", " ")
 
 
 def variable(stored, nodes):
@@ -86,27 +95,31 @@ def variable(stored, nodes):
     if stored["linked"]:
         link = {"node": stored["linkNodeId"], "variable": stored["linkVariableIndex"]}
         target = nodes[link["node"]]["variables"][link["variable"]]
+    own = [] if stored["linked"] else stored["attributes"]
     return {
-        "name": stored["name"],
+        "name": shown(stored["name"]),
         "type": stored["type"],
         "components": target["width"],
-        "elements": target["byteCount"] // 4,
+        "values": target["byteCount"] // 4,
         "bytes": target["byteCount"],
         "link": link,
-        "attributes": [] if stored["linked"] else attributes(kept(stored["attributes"])),
+        "attributes": attributes(kept(own)),
+        "storedAttributes": attributes([entry for entry in own if entry not in kept(own)]),
     }
 
 
 def node(stored, depth, nodes):
     result = {"id": stored["id"], "parent": stored["parent"], "depth": depth, "reached": True,
-              "kind": stored["type"], "name": stored["name"], "version": stored["version"]}
+              "kind": stored["type"], "name": shown(stored["name"]), "version": stored["version"]}
     if stored["type"] == "Group":
+        result["transform"] = {name: stored[name] for name in ("translation", "rotation", "scale")}
         result["attributes"] = attributes(stored["attributes"])
     elif stored["type"] == "Shape":
         of = stored["material"]
-        result["material"] = {name: of[name] for name in
-                              ("diffuse", "specular", "emissive", "ambient", "shininess")}
-        result["material"].update(factor=of["materialFactor"], flag=of["materialFlag"])
+        result["material"] = {name: [double(value) for value in of[name]] for name in
+                              ("diffuse", "specular", "emissive", "ambient")}
+        result["material"].update(shininess=double(of["shininess"]),
+                                  factor=double(of["materialFactor"]), flag=of["materialFlag"])
     elif stored["type"] == "Geometry":
         result["variables"] = [variable(entry, nodes) for entry in stored["variables"]]
     else:
@@ -139,22 +152,50 @@ def check_tree(document, truth):
         compare(f"node {other['id']}", one, other)
 
 
+NO_RESULTS = ("Node Ids", "Coordinates", "Connectivity", "Polylength", "Element Ids",
+              "Element Indices", "Element IDs")
+SHOWN = ("Model File", "Model File Size", "Results File", "Results File Size", "Length Unit",
+         "Unit Scale", "Number of Nodes in the Model", "Number of Elements in the Model")
+UNITS = {"B": 1, "KB": 1024, "MB": 1024 ** 2}
+
+
+def size_of(text):
+    number, unit = text.split(" ")
+    return round(float(number) * UNITS[unit])
+
+
+def steps(truth):
+    """The texts of all steps by the number after the equals sign."""
+    texts = {name.split("\x1e", 1)[1] for of in truth["nodes"] for entry in of.get("variables", [])
+             for name in [entry["name"]] if "\x1e" in name}
+    return sorted(texts, key=lambda text: float(text.split(" = ")[1]))
+
+
 def check_info(document, truth):
     found = document["files"][0]
-    root = {name: value for name, _, value in truth["nodes"][0]["attributes"]}
+    stored = truth["nodes"][0]["attributes"]
+    root = {name: value for name, _, value in stored}
     compare("version", found["version"], truth["file_version"])
-    compare("modifiers", found["modifiers"],
-            [{name: entry[name] for name in MODIFIER} for entry in truth["modifiers"]])
-    compare("root attributes", found["rootAttributes"], attributes(truth["nodes"][0]["attributes"]))
-    compare("nodes", found["numberOfNodes"], root["Number of Nodes in the Model"])
-    compare("elements", found["numberOfElements"], root["Number of Elements in the Model"])
+    compare("programs", [[entry[key] for key in ("name", "version", "user", "date", "comment")]
+                         for entry in found["programs"]],
+            [[entry[key] for key in ("applicationName", "applicationVersion", "userName", "date",
+                                     "comment")] for entry in truth["modifiers"]])
+    compare("attributes", found["attributes"],
+            attributes([entry for entry in stored if entry[0] not in SHOWN]))
+    compare("nodes", found["nodes"], root["Number of Nodes in the Model"])
+    compare("elements", found["elements"], root["Number of Elements in the Model"])
+    compare("units", found["units"], {"length": root["Length Unit"],
+                                      "scale": double(root["Unit Scale"])})
     compare("model file", found["modelFile"]["path"], root["Model File"])
-    compare("results file size", found["resultsFile"]["size"], root["Results File Size"])
+    compare("results file bytes", found["resultsFile"]["bytes"],
+            size_of(root["Results File Size"]))
+    compare("steps", [step["text"] for step in found["steps"]], steps(truth))
+    compare("parts", [part["name"] for part in found["parts"]],
+            [entry["name"] for entry in truth["nodes"] if entry["type"] == "Shape"])
     results = {entry["name"].split("\x1e")[0] for of in truth["nodes"]
-               for entry in of.get("variables", [])
-               if entry["type"] > 11 and entry["name"].split("\x1e")[0]
-               not in ("Node Ids", "Element IDs")}
-    compare("results", found["results"], sorted(results, key=str.encode))
+               for entry in of.get("variables", []) if entry["type"] > 11}
+    compare("results", [result["name"] for result in found["results"]],
+            sorted(results.difference(NO_RESULTS), key=str.encode))
 
 
 def main():

@@ -2,8 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Lbt/Lbf/LbFile.h"
@@ -12,8 +14,8 @@ namespace LbtLbf {
 
 /// What the index and its own length field tell of a block. Sizes are in bytes.
 struct BlockFacts {
-  std::size_t number = 0;  ///< its place in the index, from 0 on
-  std::string stream;      ///< the stream that it belongs to
+  std::size_t number = 0;   ///< its place in the index, from 0 on
+  std::string_view stream;  ///< the name of its stream, which is the index's
   std::uint64_t offset = 0;
   std::uint32_t storedSize = 0;
   /// The length of the contents by the file's own word; none where the file has no such
@@ -43,15 +45,18 @@ struct ContainerListing {
   std::string version;
   std::uint64_t fileSize = 0;
   std::uint64_t indexOffset = 0;
-  std::uint64_t indexSize = 0;  ///< of the first index
-  std::vector<BlockFacts> blocks;
+  std::uint64_t indexSize = 0;        ///< of the first index
   std::vector<StreamTotals> streams;  ///< in the order in which they first occur
   BlockTotals totals;
 };
 
-/// Lists the blocks of an open container. Reads the index and the length fields of
-/// compressed blocks, and inflates nothing but a second index. Throws what
-/// LbFile::ReadIndex does, and "Read Error".
-[[nodiscard]] ContainerListing ListContainer(LbFile& file);
+/// Describes one block of an open container whose index has been read. Throws "Read Error".
+[[nodiscard]] BlockFacts DescribeBlock(LbFile& file, std::size_t number);
+
+/// Lists an open container, and hands each block to "visit" as it comes. Reads the index and
+/// the length fields of compressed blocks, and inflates nothing but a second index. Throws
+/// what LbFile::ReadIndex and "visit" do, and "Read Error".
+[[nodiscard]] ContainerListing ListContainer(
+    LbFile& file, const std::function<void(const BlockFacts&)>& visit = nullptr);
 
 }  // namespace LbtLbf

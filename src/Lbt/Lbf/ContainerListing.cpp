@@ -16,7 +16,10 @@ bool HasLengthField(const IndexItem& item, std::uint64_t fileSize) {
   return item.size >= kLengthFieldSize && item.position + kLengthFieldSize <= fileSize;
 }
 
-BlockFacts FactsOf(LbFile& file, std::size_t number, std::uint64_t fileSize) {
+}  // namespace
+
+BlockFacts DescribeBlock(LbFile& file, std::size_t number) {
+  const std::uint64_t fileSize = file.GetSize().value_or(0);
   const IndexItem& item = file.GetIndex().GetItems()[number];
   BlockFacts facts;
   facts.number = number;
@@ -31,27 +34,13 @@ BlockFacts FactsOf(LbFile& file, std::size_t number, std::uint64_t fileSize) {
   return facts;
 }
 
-void AddTotals(ContainerListing& listing) {
-  std::map<std::string_view, std::size_t> places;
-  for (const BlockFacts& block : listing.blocks) {
-    const auto [place, isNew] = places.try_emplace(block.stream, listing.streams.size());
-    if (isNew) {
-      listing.streams.push_back({block.stream, {}});
-    }
-    listing.streams[place->second].totals.Add(block);
-    listing.totals.Add(block);
-  }
-}
-
-}  // namespace
-
 void BlockTotals::Add(const BlockFacts& block) {
   ++blocks;
   storedSize += block.storedSize;
   inflatedSize += block.inflatedSize.value_or(0);
 }
 
-ContainerListing ListContainer(LbFile& file) {
+ContainerListing ListContainer(LbFile& file, const std::function<void(const BlockFacts&)>& visit) {
   ContainerListing listing;
   listing.version = file.ReadVersion();
   listing.fileSize = file.GetSize().value_or(0);
@@ -59,11 +48,19 @@ ContainerListing ListContainer(LbFile& file) {
   const Index& index = file.GetIndex();
   listing.indexOffset = index.GetIndexPosition();
   listing.indexSize = index.GetIndexSize();
-  listing.blocks.reserve(index.GetItems().size());
+  std::map<std::string_view, std::size_t> places;
   for (std::size_t number = 0; number < index.GetItems().size(); ++number) {
-    listing.blocks.push_back(FactsOf(file, number, listing.fileSize));
+    const BlockFacts block = DescribeBlock(file, number);
+    const auto [place, isNew] = places.try_emplace(block.stream, listing.streams.size());
+    if (isNew) {
+      listing.streams.push_back({std::string(block.stream), {}});
+    }
+    listing.streams[place->second].totals.Add(block);
+    listing.totals.Add(block);
+    if (visit) {
+      visit(block);
+    }
   }
-  AddTotals(listing);
   return listing;
 }
 

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "Lbt/Tev/Group.h"
+#include "Lbt/Tev/Vocabulary.h"
 
 namespace LbtTev::Analysis {
 
@@ -79,10 +80,12 @@ std::vector<Program> ProgramsOf(const Tree& tree) {
 Units UnitsOf(const Tree& tree) {
   const LbtUtil::AttributeMap& attributes = RootAttributesOf(tree);
   Units units;
-  if (const auto length = attributes.find("Length Unit"); length != attributes.end()) {
+  if (const auto length = attributes.find(std::string(RootAttribute::kLengthUnit));
+      length != attributes.end()) {
     units.length = length->second.GetAttributeString();
   }
-  if (const auto scale = attributes.find("Unit Scale"); scale != attributes.end()) {
+  if (const auto scale = attributes.find(std::string(RootAttribute::kUnitScale));
+      scale != attributes.end()) {
     units.scale = NumberOf(scale->second);
   }
   return units;

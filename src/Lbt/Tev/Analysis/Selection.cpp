@@ -35,11 +35,7 @@ std::string Listed(const char* kind, Names names) {
 }
 
 [[noreturn]] void RaiseNoMatch(const char* kind, std::string_view pattern, Names names) {
-  const std::string_view nearest = NearestName(pattern, names);
-  const std::string message = std::string("No ") + kind + " fits " + Quoted(pattern) +
-                              (nearest.empty() ? "" : ", did you mean " + Quoted(nearest) + '?') +
-                              (nearest.empty() ? ": " : " ") + Listed(kind, names);
-  Lbt::Log::Raise(Exception::ErrorType::ElementNotFound, message.c_str(),
+  Lbt::Log::Raise(Exception::ErrorType::ElementNotFound, NoMatchText(kind, pattern, names).c_str(),
                   "include/Lbt/Tev/Analysis/Selection");
 }
 
@@ -115,6 +111,13 @@ std::string_view NearestName(std::string_view name, Names names) {
     }
   }
   return nearest;
+}
+
+std::string NoMatchText(const char* kind, std::string_view pattern, Names names) {
+  const std::string_view nearest = NearestName(pattern, names);
+  return std::string("No ") + kind + " fits " + Quoted(pattern) +
+         (nearest.empty() ? "" : ", did you mean " + Quoted(nearest) + '?') +
+         (nearest.empty() ? ": " : " ") + Listed(kind, names);
 }
 
 SelectedSteps::SelectedSteps(const Model& model, std::span<const std::string> patterns)

@@ -1,0 +1,230 @@
+// What a model holds, as text for people.
+
+#include "tev/InfoText.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Lbt/Tev/Analysis/Facts.h"
+#include "Lbt/Tev/ModifierInfo.h"
+#include "Lbt/Util/FileSize.h"
+#include "Lbt/Util/ToString.h"
+#include "tev/RootFacts.h"
+#include "tev/Table.h"
+#include "tev/VisibleText.h"
+#include "tev/Wording.h"
+
+namespace {
+
+namespace Analysis = LbtTev::Analysis;
+using Analysis::Model;
+using Analysis::Part;
+using Analysis::PartKind;
+using enum Table::Align;
+
+std::string Shown(const std::string& name) { return VisibleText(Analysis::ShownName(name)); }
+
+/// A table under its heading with the number of rows, which are indented below it.
+class Section {
+ public:
+  Section(std::ostream& stream, const std::string& heading, std::vector<Table::Column> columns)
+      : table_((stream << "\n  " << heading << '\n', stream), std::move(columns), {.indent = 4}) {}
+  ~Section() = default;
+  Section(const Section&) = delete;
+  Section& operator=(const Section&) = delete;
+
+  void Add(std::vector<std::string> cells) { table_.Add(std::move(cells)); }
+  void Finish() { table_.Finish(); }
+
+ private:
+  Table table_;
+};
+
+std::string Heading(const char* what, std::size_t count) {
+  return std::string(what) + " (" + std::to_string(count) + ')';
+}
+
+void WriteLine(std::ostream& stream, const std::string& label, const std::string& value) {
+  constexpr std::size_t kColumn = 10;
+  stream << "  " << label << std::string(kColumn - std::min(kColumn, label.size()), ' ') << value
+         << '\n';
+}
+
+std::string UnitsText(const Analysis::Units& units) {
+  std::string text = units.length ? VisibleText(*units.length) : "unnamed";
+  return units.scale ? text + " (" + Lbt::Util::ToString(*units.scale) + " m)" : text;
+}
+
+std::string MeshText(const RootFacts& root) {
+  return NumberOrDash(root.nodes) + " nodes, " + NumberOrDash(root.elements) + " elements";
+}
+
+void WriteTop(const Model& model, const RootFacts& root, std::ostream& stream) {
+  const std::uint64_t bytes = model.GetTree().GetFile().GetSize().value_or(0);
+  if (model.Title()) {
+    WriteLine(stream, "Title", VisibleText(*model.Title()));
+  }
+  WriteLine(stream, "Category", VisibleText(model.Category()));
+  WriteLine(stream, "File",
+            LbtUtil::FileSizeText(static_cast<std::int64_t>(bytes)) + " (" + std::to_string(bytes) +
+                " bytes), version " + VisibleText(model.GetTree().GetContainerVersion()));
+  WriteLine(stream, "Mesh", MeshText(root));
+  if (root.units.length || root.units.scale) {
+    WriteLine(stream, "Units", UnitsText(root.units));
+  }
+}
+
+void WritePrograms(const LbtTev::Tree& tree, std::ostream& stream) {
+  const std::vector<Analysis::Program> programs = Analysis::ProgramsOf(tree);
+  if (programs.empty()) {
+    return;
+  }
+  Section section(
+      stream, Heading("Programs", programs.size()),
+      {{"Role", Left}, {"Program", Left}, {"User", Left}, {"Date", Left}, {"Comment", Left}});
+  for (const Analysis::Program& program : programs) {
+    const LbtTev::ModifierInfo& record = *program.record;
+    section.Add({std::string(program.role),
+                 VisibleText(record.applicationName + ' ' + record.applicationVersion),
+                 VisibleText(record.userName), VisibleText(program.dateIso.value_or(record.date)),
+                 VisibleText(record.comment)});
+  }
+  section.Finish();
+}
+
+/// The groups that a part lies under, without the root, which all have.
+std::string GroupsText(const Model& model, const Part& part) {
+  const std::vector<std::string> path = model.PathOf(part);
+  std::string text;
+  for (std::size_t i = 1; i < path.size(); ++i) {
+    text += (i == 1 ? "" : " / ") + path[i];
+  }
+  return Shown(text);
+}
+
+/// The parts of one kind.
+void WriteParts(const Model& model, const char* heading, PartKind kind, std::ostream& stream) {
+  const auto& parts = model.Parts();
+  const auto count = std::count_if(parts.begin(), parts.end(),
+                                   [kind](const Part& part) { return part.kind == kind; });
+  if (count == 0) {
+    return;
+  }
+  Section section(stream, Heading(heading, static_cast<std::size_t>(count)),
+                  {{"Id", Right},
+                   {"Name", Left},
+                   {"Nodes", Right},
+                   {"Elements", Right},
+                   {"Nodes/element", Right},
+                   {"Coordinates", Left},
+                   {"Groups", Left}});
+  for (const Part& part : parts) {
+    if (part.kind == kind) {
+      section.Add({std::to_string(part.id), Shown(part.name), std::to_string(part.nodes),
+                   std::to_string(part.elements),
+                   part.nodesPerElement ? MeanText(*part.nodesPerElement) : "-",
+                   part.sharesWith ? "of part " + std::to_string(*part.sharesWith) : "own",
+                   GroupsText(model, part)});
+    }
+  }
+  section.Finish();
+}
+
+void WriteAllParts(const Model& model, std::ostream& stream) {
+  constexpr std::array<std::pair<PartKind, const char*>, 6> kKinds{
+      {{PartKind::Part, "Parts"},
+       {PartKind::CutSection, "Cut-sections"},
+       {PartKind::IsoSurface, "Iso-surfaces"},
+       {PartKind::IsoVolume, "Iso-volumes"},
+       {PartKind::FlowLine, "Flow lines"},
+       {PartKind::Shape, "Other shapes"}}};
+  for (const auto& [kind, heading] : kKinds) {
+    WriteParts(model, heading, kind, stream);
+  }
+}
+
+void WriteNodeSets(const LbtTev::Tree& tree, std::ostream& stream) {
+  const auto sets = Analysis::NodeSetsOf(tree);
+  if (sets.empty()) {
+    return;
+  }
+  Section section(stream, Heading("Node sets", sets.size()), {{"Name", Left}, {"Members", Right}});
+  for (const LbtTev::NodeSets::NodeSet* set : sets) {
+    section.Add({Shown(set->name), std::to_string(set->members.size())});
+  }
+  section.Finish();
+}
+
+/// A subtitle is told where it changes.
+void WriteSteps(const Model& model, std::ostream& stream) {
+  if (model.Steps().empty()) {
+    return;
+  }
+  Section section(stream, Heading("Steps", model.Steps().size()),
+                  {{"Label", Left}, {"Value", Right}, {"Subtitle", Left}});
+  std::string last;
+  for (const Analysis::Step& step : model.Steps()) {
+    section.Add({VisibleText(step.label), NumberOrDash(step.value),
+                 step.subtitle == last ? "" : VisibleText(step.subtitle)});
+    last = step.subtitle;
+  }
+  section.Finish();
+}
+
+void WriteResults(const Model& model, std::ostream& stream) {
+  if (model.Results().empty()) {
+    return;
+  }
+  Section section(stream, Heading("Results", model.Results().size()),
+                  {{"Name", Left}, {"Components", Right}, {"Location", Left}});
+  for (const Analysis::Result& result : model.Results()) {
+    section.Add({Shown(result.name),
+                 result.components ? std::to_string(*result.components) : "mixed",
+                 std::string(TextOf(result.location))});
+  }
+  section.Finish();
+}
+
+void WriteFiles(const RootFacts& root, std::ostream& stream) {
+  const std::array<std::pair<const char*, const NativeFile*>, 2> files{
+      {{"model", &root.modelFile}, {"results", &root.resultsFile}}};
+  if (!root.modelFile.path && !root.resultsFile.path) {
+    return;
+  }
+  Section section(stream, "Native files",
+                  {{"Of", Left}, {"Path", Left}, {"Format", Left}, {"Size", Left}});
+  for (const auto& [what, file] : files) {
+    if (file->path) {
+      section.Add({what, VisibleText(*file->path), VisibleText(file->type.value_or("")),
+                   VisibleText(file->size.value_or(""))});
+    }
+  }
+  section.Finish();
+}
+
+void WriteAttributes(const LbtUtil::AttributeMap& attributes, std::ostream& stream) {
+  if (!attributes.empty()) {
+    stream << "\n  Attributes of the model\n";
+  }
+  for (const auto& [name, value] : attributes) {
+    stream << "    " << Shown(name) << ": " << VisibleText(value.GetAttributeString()) << '\n';
+  }
+}
+
+}  // namespace
+
+void WriteInfoText(const Model& model, std::ostream& stream) {
+  const RootFacts root = RootFactsOf(model.GetTree());
+  WriteTop(model, root, stream);
+  WritePrograms(model.GetTree(), stream);
+  WriteAllParts(model, stream);
+  WriteNodeSets(model.GetTree(), stream);
+  WriteSteps(model, stream);
+  WriteResults(model, stream);
+  WriteFiles(root, stream);
+  WriteAttributes(root.others, stream);
+}

@@ -1,0 +1,222 @@
+// tev list: one row for each model.
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Lbt/Tev/Analysis/Model.h"
+#include "Lbt/Util/FileSize.h"
+#include "tev/Json.h"
+#include "tev/OpenedModel.h"
+#include "tev/RootFacts.h"
+#include "tev/Table.h"
+#include "tev/Verbs.h"
+#include "tev/VisibleText.h"
+#include "tev/Wording.h"
+
+namespace {
+
+using LbtTev::Analysis::Model;
+using LbtTev::Analysis::StepRange;
+
+constexpr const char* kCsvHeading =
+    "file,failure,complete,bytes,title,category,nodes,elements,partCount,resultCount,"
+    "stepRange.count,stepRange.label,stepRange.first,stepRange.last";
+
+struct Row {
+  std::uint64_t bytes = 0;
+  std::optional<std::string> title;
+  std::string category;
+  std::optional<double> nodes;
+  std::optional<double> elements;
+  std::size_t partCount = 0;
+  std::size_t resultCount = 0;
+  StepRange steps;
+};
+
+Row RowOf(const LbtTev::Tree& tree, AnswerWriter& writer) {
+  const Model model(tree);
+  TellLostParts(model, writer);
+  const RootFacts root = RootFactsOf(tree);
+  return {.bytes = tree.GetFile().GetSize().value_or(0),
+          .title = model.Title(),
+          .category = model.Category(),
+          .nodes = root.nodes,
+          .elements = root.elements,
+          .partCount = model.Parts().size(),
+          .resultCount = model.Results().size(),
+          .steps = model.GetStepRange()};
+}
+
+/// "20 Time 0.5 ... 10", "1 Load Case 1", "3 mixed".
+std::string TextOf(const StepRange& steps) {
+  if (steps.count == 0) {
+    return "-";
+  }
+  std::string text = std::to_string(steps.count) + ' ' + steps.label.value_or("mixed");
+  if (steps.first) {
+    text += ' ' + NumberText(*steps.first);
+  }
+  if (steps.last && steps.last != steps.first) {
+    text += " ... " + NumberText(*steps.last);
+  }
+  return VisibleText(text);
+}
+
+void WriteFacts(const Row& row, JsonWriter& json) {
+  json.Member("bytes", row.bytes);
+  json.Member("title", JsonOrNull(row.title));
+  json.Member("category", row.category);
+  json.Member("nodes", JsonOrNull(row.nodes));
+  json.Member("elements", JsonOrNull(row.elements));
+  json.Member("partCount", row.partCount);
+  json.Member("resultCount", row.resultCount);
+  json.Key("stepRange");
+  json.OpenObject();
+  json.Member("count", row.steps.count);
+  json.Member("label", JsonOrNull(row.steps.label));
+  json.Member("first", JsonOrNull(row.steps.first));
+  json.Member("last", JsonOrNull(row.steps.last));
+  json.Close();
+}
+
+std::string TextOrNothing(const std::optional<double>& number) {
+  return number ? NumberText(*number) : "";
+}
+
+void WriteCsv(const std::string& path, const std::optional<Row>& row, AnswerWriter& writer) {
+  const std::optional<Failure> failure = writer.GetFailure();
+  std::vector<std::string> cells{path, failure ? std::string(NameOf(failure->Code())) : "",
+                                 writer.IsComplete() ? "true" : "false"};
+  if (row) {
+    const std::vector<std::string> facts{std::to_string(row->bytes),
+                                         row->title.value_or(""),
+                                         row->category,
+                                         TextOrNothing(row->nodes),
+                                         TextOrNothing(row->elements),
+                                         std::to_string(row->partCount),
+                                         std::to_string(row->resultCount),
+                                         std::to_string(row->steps.count),
+                                         row->steps.label.value_or(""),
+                                         TextOrNothing(row->steps.first),
+                                         TextOrNothing(row->steps.last)};
+    cells.insert(cells.end(), facts.begin(), facts.end());
+  }
+  constexpr std::size_t kColumns = 14;
+  cells.resize(kColumns);
+  WriteCsvRow(writer.Text(), cells);
+}
+
+/// The table of all files, and their sums.
+class Listing {
+ public:
+  void Answer(const Input& input, AnswerWriter& writer) {
+    std::optional<Row> row;
+    try {
+      if (input.failure) {
+        throw Failure(*input.failure);
+      }
+      row = WithModel(input, writer,
+                      [&writer](const LbtTev::Tree& tree) { return RowOf(tree, writer); });
+    } catch (...) {
+      writer.FailWithoutFacts(FailureOfCurrentException());
+    }
+    if (writer.GetForm() == Form::Csv) {
+      WriteCsv(input.path, row, writer);
+    } else if (writer.GetForm() == Form::Text) {
+      AddRow(input.path, row, writer);
+    } else if (row) {
+      WriteFacts(*row, writer.Facts());
+    }
+  }
+
+  /// The last line: the sums.
+  void Finish(AnswerWriter& writer) {
+    if (writer.GetForm() != Form::Text || !table_) {
+      return;
+    }
+    table_->Finish();
+    std::string line = Counted(files_, "file");
+    line += failed_ == 0 ? "" : ", " + std::to_string(failed_) + " failed";
+    line += ": " + NumberText(nodes_) + " nodes, " + NumberText(elements_) + " elements, " +
+            Counted(parts_, "part") + ", " +
+            LbtUtil::FileSizeText(static_cast<std::int64_t>(bytes_));
+    writer.Text() << '\n' << line << '\n';
+  }
+
+ private:
+  void AddRow(const std::string& path, const std::optional<Row>& row, AnswerWriter& writer) {
+    Table& table = TableOn(writer);
+    ++files_;
+    const std::optional<Failure> failure = writer.GetFailure();
+    failed_ += failure ? 1U : 0U;
+    if (!row) {
+      table.Add({VisibleText(path), "FAILED: " + std::string(NameOf(failure->Code()))});
+      return;
+    }
+    bytes_ += row->bytes;
+    nodes_ += row->nodes.value_or(0);
+    elements_ += row->elements.value_or(0);
+    parts_ += row->partCount;
+    table.Add({VisibleText(path), VisibleText(row->category), NumberOrDash(row->nodes),
+               NumberOrDash(row->elements), std::to_string(row->partCount), TextOf(row->steps),
+               LbtUtil::FileSizeText(static_cast<std::int64_t>(row->bytes)),
+               (writer.IsComplete() ? "" : "INCOMPLETE: ") + VisibleText(row->title.value_or(""))});
+  }
+
+  Table& TableOn(AnswerWriter& writer) {
+    using enum Table::Align;
+    std::ostream& stream = writer.Text();
+    if (!table_) {
+      table_.emplace(stream,
+                     std::vector<Table::Column>{{"File", Left},
+                                                {"Category", Left},
+                                                {"Nodes", Right},
+                                                {"Elements", Right},
+                                                {"Parts", Right},
+                                                {"Steps", Left},
+                                                {"Size", Right},
+                                                {"Title", Left}},
+                     Table::Style{.limit = writer.Columns(), .indent = 0});
+    }
+    return *table_;
+  }
+
+  std::optional<Table> table_;
+  std::size_t files_ = 0;
+  std::size_t failed_ = 0;
+  std::uint64_t bytes_ = 0;
+  double nodes_ = 0;
+  double elements_ = 0;
+  std::size_t parts_ = 0;
+};
+
+constexpr const char* kNotes =
+    "The last line has the sums. In CSV, a file that failed has its code in the second column.\n"
+    "Examples:\n"
+    "  tev list /archive\n"
+    "  find . -name '*.tev' -mtime -7 -print0 | tev list --files0-from - --csv -o week.csv\n"
+    "Exit status: 0 done, 1 bad usage, 2 a file failed.";
+
+Action SetUp(CLI::App& app) {
+  const auto listing = std::make_shared<Listing>();
+  return RunWithFileOptions(
+      app, {.verb = "list",
+            .layout = TextLayout::Lines,
+            .csvHeading = kCsvHeading,
+            .answer = [listing](const Input& input,
+                                AnswerWriter& writer) { listing->Answer(input, writer); },
+            .takesFailures = true,
+            .finish = [listing](AnswerWriter& writer) { listing->Finish(writer); }});
+}
+
+}  // namespace
+
+Verb ListVerb() {
+  return {.name = "list", .summary = "One row for each model", .notes = kNotes, .setUp = SetUp};
+}

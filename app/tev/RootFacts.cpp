@@ -1,0 +1,94 @@
+// What the attributes of a model's root tell.
+
+#include "tev/RootFacts.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <string_view>
+
+#include "Lbt/Tev/TevInfo/ModelFacts.h"
+#include "Lbt/Tev/Vocabulary.h"
+
+namespace {
+
+using LbtUtil::AttributeMap;
+namespace RootAttribute = LbtTev::RootAttribute;
+
+/// Takes an attribute out of the map, if it is there.
+std::optional<LbtUtil::AttributeValue> Take(AttributeMap& attributes, std::string_view name) {
+  const auto found = attributes.find(std::string(name));
+  if (found == attributes.end()) {
+    return std::nullopt;
+  }
+  std::optional<LbtUtil::AttributeValue> value = found->second;
+  attributes.erase(found);
+  return value;
+}
+
+/// The same with a number, of any kind; what is none is left there.
+std::optional<double> TakeNumber(AttributeMap& attributes, std::string_view name) {
+  const auto found = attributes.find(std::string(name));
+  const auto number =
+      found == attributes.end() ? std::nullopt : LbtTev::Analysis::NumberOf(found->second);
+  if (number) {
+    attributes.erase(found);
+  }
+  return number;
+}
+
+NativeFile TakeFile(AttributeMap& attributes, std::string_view pathName, std::string_view sizeName,
+                    std::string (*formatOf)(const std::string&)) {
+  NativeFile file;
+  if (const auto path = Take(attributes, pathName)) {
+    file.path = path->GetAttributeString();
+    file.type = formatOf(*file.path);
+  }
+  if (const auto size = Take(attributes, sizeName)) {
+    file.size = size->GetAttributeString();
+    file.bytes = BytesOfSize(*file.size);
+  }
+  return file;
+}
+
+}  // namespace
+
+std::optional<std::uint64_t> BytesOfSize(const std::string& size) {
+  struct Unit {
+    std::string_view name;
+    double bytes;
+  };
+  constexpr std::array<Unit, 4> kUnits{
+      {{" B", 1}, {" KB", 1024}, {" MB", 1048576}, {" GB", 1073741824}}};
+  double number = 0;
+  const char* end = size.data() + size.size();
+  const auto read = std::from_chars(size.data(), end, number);
+  const std::string_view rest(read.ptr, static_cast<std::size_t>(end - read.ptr));
+  for (const Unit& unit : kUnits) {
+    constexpr double kMost = 1e18;
+    const double bytes = std::round(number * unit.bytes);
+    if (read.ec == std::errc() && rest == unit.name && bytes >= 0 && bytes <= kMost) {
+      return static_cast<std::uint64_t>(bytes);
+    }
+  }
+  return std::nullopt;
+}
+
+RootFacts RootFactsOf(const LbtTev::Tree& tree) {
+  RootFacts facts;
+  facts.others = LbtTev::Analysis::RootAttributesOf(tree);
+  facts.units = LbtTev::Analysis::UnitsOf(tree);
+  if (facts.units.length) {
+    facts.others.erase(std::string(RootAttribute::kLengthUnit));
+  }
+  if (facts.units.scale) {
+    facts.others.erase(std::string(RootAttribute::kUnitScale));
+  }
+  facts.nodes = TakeNumber(facts.others, RootAttribute::kNodeCount);
+  facts.elements = TakeNumber(facts.others, RootAttribute::kElementCount);
+  facts.modelFile = TakeFile(facts.others, RootAttribute::kModelFile, RootAttribute::kModelFileSize,
+                             GetModelFileFormat);
+  facts.resultsFile = TakeFile(facts.others, RootAttribute::kResultsFile,
+                               RootAttribute::kResultsFileSize, GetResultsFileFormat);
+  return facts;
+}

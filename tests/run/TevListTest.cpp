@@ -1,0 +1,203 @@
+// The answers of "tev list", and how folders are walked.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <sstream>
+
+#include "run/TevRun.h"
+#include "support/SmallModel.h"
+
+namespace tevtest {
+namespace {
+
+namespace fs = std::filesystem;
+
+class TevList : public TevRun {
+ protected:
+  const std::string bytes = SmallModel().Build();
+};
+
+constexpr const char* kCsvHeading =
+    "file,failure,complete,bytes,title,category,nodes,elements,partCount,resultCount,"
+    "stepRange.count,stepRange.label,stepRange.first,stepRange.last\n";
+
+std::string CsvRow(const std::string& path, std::size_t size) {
+  return path + ",,true," + std::to_string(size) +
+         ",\"Frame, transient heating\",Transient,10,3,2,2,1,Time,0.5,0.5\n";
+}
+
+TEST_F(TevList, Text_HasARowForEachModelAndTheSums) {
+  dir.Write("a.tev", bytes);
+  std::ostringstream size;
+  size << static_cast<float>(bytes.size()) / 1024 << " KB";
+  std::ostringstream both;
+  both << static_cast<float>(2 * bytes.size()) / 1024 << " KB";
+  const std::string row = "a.tev  Transient     10         3      2  1 Time 0.5  " + size.str() +
+                          "  Frame, transient heating\n";
+  EXPECT_EQ(Answer({"list", "a.tev", "a.tev"}),
+            "File   Category   Nodes  Elements  Parts  Steps       " +
+                std::string(size.str().size() - 4, ' ') + "Size  Title\n" + row + row +
+                "\n2 files: 20 nodes, 6 elements, 4 parts, " + both.str() + "\n");
+}
+
+TEST_F(TevList, Csv_HasTheKeysAsItsHeadingAndFailuresInPlace) {
+  dir.Write("a,\"b\".tev", bytes);
+  dir.Write("c.tev", bytes);
+  const RunResult run = Run({"list", "--csv", "a,\"b\".tev", "x", "c.tev"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output, kCsvHeading + CsvRow("\"a,\"\"b\"\".tev\"", bytes.size()) +
+                            "x,not-found,false,,,,,,,,,,,\n" + CsvRow("c.tev", bytes.size()));
+}
+
+TEST_F(TevList, Json_HasTheRangeOfTheSteps) {
+  dir.Write("a.tev", bytes);
+  const std::string answer = Answer({"list", "--jsonl", "a.tev"});
+  EXPECT_EQ(
+      answer,
+      "{\"format\": \"tev.list/1\", \"file\": \"a.tev\", \"failure\": null, \"complete\": true, "
+      "\"missing\": [], \"bytes\": " +
+          std::to_string(bytes.size()) +
+          ", \"title\": \"Frame, transient heating\", \"category\": \"Transient\", \"nodes\": "
+          "10, \"elements\": 3, \"partCount\": 2, \"resultCount\": 2, \"stepRange\": "
+          "{\"count\": 1, \"label\": \"Time\", \"first\": 0.5, \"last\": 0.5}}\n");
+  EXPECT_EQ(Check(answer, "lines", Schema("list")), "");
+}
+
+TEST_F(TevList, StepsOfTwoLabels_HaveNoRange) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("mesh", model.AddShape("part", model.AddGroup("g", 0)));
+  model.AddVariable(mesh, Variable::Floats("R\x1eTime = 1", kScalarResult, 1, {1}));
+  model.AddVariable(mesh, Variable::Floats("R\x1eMode = 2", kScalarResult, 1, {1}));
+  Write("a.tev", model);
+  EXPECT_NE(
+      Answer({"list", "--jsonl", "a.tev"})
+          .find("\"stepRange\": {\"count\": 2, \"label\": null, \"first\": null, \"last\": null}"),
+      std::string::npos);
+}
+
+TEST_F(TevList, Examples_FitTheSchema) {
+  const std::string answer = Answer({"list", "--json", TEVINFO_EXAMPLES_DIR});
+  EXPECT_EQ(Check(answer, "schema", Schema("list")), "");
+  EXPECT_NE(answer.find("\"last\": 10\n"), std::string::npos);
+}
+
+TEST_F(TevList, Folder_GivesItsModelsInTheOrderOfNamesWhateverTheyAreCalled) {
+  for (const char* folder : {"d", "d/b", "d/b/deep"}) {
+    dir.MakeDirectory(folder);
+  }
+  for (const char* name : {"d/z", "d/b/deep/.hidden", "d/B.txt", "d/a.tev"}) {
+    dir.Write(name, bytes);
+  }
+  dir.Write("d/text.tev", "no model");
+  dir.Write("d/empty.tev", "");
+  dir.Write("d/cut.tev", bytes.substr(0, 7));
+  fs::create_symlink("../z", dir / "d/b/link");
+  fs::create_directory_symlink("b", dir / "d/c");
+  ASSERT_EQ(mkfifo((dir / "d/pipe").c_str(), 0600), 0);
+  EXPECT_EQ(Answer({"list", "--csv", "d"}),
+            kCsvHeading + CsvRow("d/B.txt", bytes.size()) + CsvRow("d/a.tev", bytes.size()) +
+                CsvRow("d/b/deep/.hidden", bytes.size()) + CsvRow("d/b/link", bytes.size()) +
+                CsvRow("d/z", bytes.size()));
+  EXPECT_EQ(Answer({"list", "--csv", "d/b/deep/"}),
+            kCsvHeading + CsvRow("d/b/deep/.hidden", bytes.size()));
+}
+
+TEST_F(TevList, NamedFilesThatAreNoModels_AlwaysGetAnAnswer) {
+  dir.Write("text", "no model");
+  ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);
+  const RunResult run = Run({"list", "--csv", "text", "pipe", "x"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output, std::string(kCsvHeading) +
+                            "text,not-a-model,false,,,,,,,,,,,\n"
+                            "pipe,not-a-file,false,,,,,,,,,,,\n"
+                            "x,not-found,false,,,,,,,,,,,\n");
+}
+
+TEST_F(TevList, FilesAndFoldersThatCannotBeRead_AreFailuresInPlace) {
+  dir.OpenToAll(false);
+  for (const char* folder : {"d", "d/closed"}) {
+    dir.MakeDirectory(folder);
+    fs::permissions(dir / folder, fs::perms(0755));
+  }
+  dir.Write("d/a", bytes);
+  dir.Write("d/b", "anything");
+  dir.Write("d/z", bytes);
+  fs::permissions(dir / "d/b", fs::perms::none);
+  fs::permissions(dir / "d/closed", fs::perms::none);
+  const RunResult run = Run({"list", "--csv", "d"}, {.hooks = {RunAsUnprivileged}});
+  fs::permissions(dir / "d/closed", fs::perms(0755));
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.error,
+            "tev: d/b: cannot open: Permission denied\n"
+            "tev: d/closed: cannot list: Permission denied\n");
+  EXPECT_EQ(run.output, kCsvHeading + CsvRow("d/a", bytes.size()) +
+                            "d/b,permission-denied,false,,,,,,,,,,,\n"
+                            "d/closed,permission-denied,false,,,,,,,,,,,\n" +
+                            CsvRow("d/z", bytes.size()));
+}
+
+TEST_F(TevList, NamesFromAList_AreTakenAfterTheArguments) {
+  dir.Write("a", bytes);
+  dir.Write("b\n", bytes);
+  dir.Write("names", std::string("b\n\0x\0a", 6));
+  const RunResult run = Run({"list", "--jsonl", "--files0-from", "names", "a"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.error, "tev: x: cannot open: No such file or directory\n");
+  std::istringstream lines(run.output);
+  std::vector<std::string> starts;
+  for (std::string line; std::getline(lines, line);) {
+    starts.push_back(line.substr(0, line.find(", \"failure\"")));
+  }
+  const std::string start = "{\"format\": \"tev.list/1\", \"file\": ";
+  EXPECT_EQ(starts, (std::vector<std::string>{start + "\"a\"", start + "\"b\\n\"", start + "\"x\"",
+                                              start + "\"a\""}));
+  EXPECT_EQ(
+      Run({"list", "--jsonl", "--files0-from", "-", "a"}, {.input = Redirect::To(dir / "names")})
+          .output,
+      run.output);
+}
+
+TEST_F(TevList, ListOfNamesThatCannotBeOpened_IsAnError) {
+  const RunResult run = Run({"list", "--files0-from", "none"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.error, "tev: none: cannot open: No such file or directory\n");
+}
+
+TEST_F(TevList, ModelFromAPipe_IsAnsweredAsAFile) {
+  dir.Write("a", bytes);
+  const std::string tev = TEV_PROGRAM;
+  for (const std::string path : {"-", "/dev/stdin", "/dev/fd/0"}) {
+    const RunResult run = RunProgram({"/bin/sh", "-c", "cat a | " + tev + " list --csv " + path},
+                                     {.workingDirectory = dir.Path()});
+    EXPECT_EQ(run.status, 0) << run.error;
+    EXPECT_EQ(run.output, kCsvHeading + CsvRow(path, bytes.size()));
+  }
+}
+
+TEST_F(TevList, OutputFile_IsWrittenAndNeverAModel) {
+  dir.Write("a", bytes);
+  EXPECT_EQ(Answer({"list", "--csv", "a", "-o", "out"}), "");
+  EXPECT_EQ(dir.Read("out"), kCsvHeading + CsvRow("a", bytes.size()));
+  EXPECT_EQ(Answer({"list", "--csv", "a", "-o", "-"}), dir.Read("out"));
+  dir.Write("other", bytes);
+  for (const std::string output : {"a", "other"}) {
+    const RunResult run = Run({"list", "a", "-o", output});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(dir.Read(output), bytes);
+  }
+}
+
+TEST_F(TevList, StandardOutputThatAppends_IsNeverEmptied) {
+  dir.Write("a", bytes);
+  dir.Write("log", "before\n");
+  const std::string tev = TEV_PROGRAM;
+  const RunResult run = RunProgram({"/bin/sh", "-c", tev + " list --csv a -o /dev/stdout >>log"},
+                                   {.workingDirectory = dir.Path()});
+  EXPECT_EQ(run.status, 0) << run.error;
+  EXPECT_EQ(dir.Read("log"), std::string("before\n") + kCsvHeading + CsvRow("a", bytes.size()));
+}
+
+}  // namespace
+}  // namespace tevtest

@@ -1,0 +1,102 @@
+// The answers of "tev sets" and "tev block", which are about one model.
+
+#include <gtest/gtest.h>
+
+#include "run/TevRun.h"
+#include "support/Hex.h"
+#include "support/SmallModel.h"
+
+namespace tevtest {
+namespace {
+
+using TevSets = TevRun;
+using TevBlock = TevRun;
+
+TEST_F(TevSets, WithoutAName_AllSetsAreListed) {
+  Write("a.tev", SmallModel());
+  EXPECT_EQ(Answer({"sets", "a.tev"}),
+            "Members  Name\n"
+            "      2  Fixed\n"
+            "      1  Loaded\n");
+}
+
+TEST_F(TevSets, Name_GivesTheIdsOnePerLine) {
+  Write("a.tev", SmallModel());
+  EXPECT_EQ(Answer({"sets", "a.tev", "Fixed"}), "1\n2\n");
+  EXPECT_EQ(Answer({"sets", "a.tev", "*"}), "1\n2\n5\n");
+}
+
+TEST_F(TevSets, ExactName_WinsOverTheSameTextAsAPattern) {
+  ModelWriter model;
+  model.AddNodeSets("sets", model.AddGroup("g", 0), {{"a*", {{7, 0}}}, {"ab", {{8, 0}}}});
+  Write("a.tev", model);
+  EXPECT_EQ(Answer({"sets", "a.tev", "a*"}), "7\n");
+  EXPECT_EQ(Answer({"sets", "a.tev", "a?"}), "7\n8\n");
+}
+
+TEST_F(TevSets, UnknownName_IsBadUsageThatSaysWhatThereIs) {
+  Write("a.tev", SmallModel());
+  const RunResult run = Run({"sets", "a.tev", "Fixd", "-o", "out"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output, "");
+  EXPECT_EQ(run.error,
+            "tev: a.tev: No node set fits \"Fixd\", did you mean \"Fixed\"? there are \"Fixed\", "
+            "\"Loaded\"\n");
+  EXPECT_FALSE(dir.Has("out"));
+}
+
+TEST_F(TevSets, Json_FitsTheSchemaWithAndWithoutIds) {
+  Write("a.tev", SmallModel());
+  const std::string all = Answer({"sets", "--jsonl", "a.tev"});
+  EXPECT_TRUE(
+      all.ends_with("\"nodeSets\": [{\"name\": \"Fixed\", \"members\": 2}, {\"name\": "
+                    "\"Loaded\", \"members\": 1}]}\n"))
+      << all;
+  EXPECT_EQ(Check(all, "lines", Schema("sets")), "");
+  const std::string one = Answer({"sets", "--jsonl", "a.tev", "Fixed"});
+  EXPECT_TRUE(one.ends_with("[{\"name\": \"Fixed\", \"members\": 2, \"ids\": [1, 2]}]}\n")) << one;
+  EXPECT_EQ(Check(one, "lines", Schema("sets")), "");
+}
+
+TEST_F(TevBlock, Contents_AreThoseOfTheBlock) {
+  const std::string text(100000, 'x');
+  dir.Write("a.tev", ContainerWriter().AddRaw("A", "1\n").AddCompressed("B", text).Build().bytes);
+  EXPECT_EQ(Answer({"block", "a.tev", "0"}), "1\n");
+  EXPECT_EQ(Answer({"block", "a.tev", "1"}), text);
+  EXPECT_EQ(Answer({"block", "a.tev", "1", "--raw", "-o", "out"}), "");
+  EXPECT_EQ(dir.Read("out"), Compressed(text));
+}
+
+TEST_F(TevBlock, NumberThatIsNoBlock_IsBadUsage) {
+  dir.Write("a.tev", ContainerWriter().AddRaw("A", "1").Build().bytes);
+  const RunResult run = Run({"block", "a.tev", "1"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output, "");
+  EXPECT_EQ(run.error, "tev: a.tev: there is no block 1; there are 1, from 0 on\n");
+}
+
+TEST_F(TevBlock, BlockThatZlibRefuses_CanBeHadRaw) {
+  const std::string stored = Hex("10000000 'no zlib stream'");
+  ContainerWriter writer;
+  writer.Add({.name = "A", .compressed = true, .storedBytes = stored});
+  dir.Write("a.tev", writer.Build().bytes);
+  const RunResult run = Run({"block", "a.tev", "0"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output, "");
+  EXPECT_EQ(run.error,
+            "tev: a.tev: damaged: zlib refuses the data of the block (\"tev check\" tells more)\n");
+  EXPECT_EQ(Answer({"block", "--raw", "a.tev", "0"}), stored);
+}
+
+TEST_F(TevBlock, BlockThatTheFileCuts_GivesWhatIsThere) {
+  ContainerWriter writer;
+  writer.AddRaw("A", "123456");
+  const Container whole = writer.Build();
+  dir.Write("a.tev", whole.bytes.substr(0, whole.bytes.size() - 2));
+  const RunResult run = Run({"block", "a.tev", "0"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output, "1234");
+}
+
+}  // namespace
+}  // namespace tevtest
