@@ -2,6 +2,12 @@
 
 #include "tev/OpenedModel.h"
 
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/Exception.h"
 
@@ -10,20 +16,26 @@ namespace {
 using Lbt::Util::Exception;
 using LbtLbf::LbFile;
 
-/// The end of the file is known to be lost where blocks lie beyond it. Later blocks share the cause
-/// of the first.
-void TellCut(const LbFile& file, AnswerWriter& writer) {
+/// Where the file ends before its blocks do; none where it has them all. Later blocks share the
+/// cause of the first.
+std::optional<std::string> CutText(const LbFile& file) {
   const std::uint64_t size = file.GetSize().value_or(0);
   const auto& items = file.GetIndex().GetItems();
   for (std::size_t i = 0; i < items.size(); ++i) {
     if (items[i].position + items[i].size > size) {
       const std::uint64_t end = items.back().position + items.back().size;
       const bool isLast = i + 1 == items.size();
-      writer.AddMissing("the file ends " + std::to_string(end - size) + " bytes early, in " +
-                        NameOf({i, items[i].name}) +
-                        (isLast ? "" : " of " + std::to_string(items.size()) + " blocks"));
-      return;
+      return "the file ends " + std::to_string(end - size) + " bytes early, in " +
+             NameOf({i, items[i].name}) +
+             (isLast ? "" : " of " + std::to_string(items.size()) + " blocks");
     }
+  }
+  return std::nullopt;
+}
+
+void TellCut(const LbFile& file, AnswerWriter& writer) {
+  if (auto text = CutText(file)) {
+    writer.AddMissing(std::move(*text));
   }
 }
 
@@ -40,10 +52,46 @@ void RequireModelStreams(const LbFile& file) {
   throw Failure(FailureCode::Damaged, "its index has no stream of a model");
 }
 
-/// Reports how far a load is.
-class LoadProgress : public LbtTev::LoadObserver {
+std::string NameOf(LbtTev::LoadFailure::Part part) {
+  using Part = LbtTev::LoadFailure::Part;
+  switch (part) {
+    case Part::Index:
+      return "the index";
+    case Part::GlobalInformation:
+      return "the programs";
+    case Part::RecordCount:
+      return "the tree";
+    case Part::Record:
+      return "the tree from record ";
+    case Part::NodeData:
+      return "the data of node ";
+    case Part::NodeSets:
+      return "the node sets of node ";
+  }
+  return "";
+}
+
+/// What is lost, why, and where that was found: "the node sets of node 7 (Sets): Not enough bytes
+/// in the block, at byte 455 of Heavy Data".
+std::string TextOf(const LbtTev::LoadFailure& failure) {
+  using Part = LbtTev::LoadFailure::Part;
+  std::string text = NameOf(failure.part);
+  if (failure.part == Part::Record) {
+    text += std::to_string(failure.record) + " on";
+  } else if (failure.part == Part::NodeData || failure.part == Part::NodeSets) {
+    text += std::to_string(failure.nodeId) + " (" + std::string(failure.nodeName) + ')';
+  }
+  text += ": " + (failure.refusedBlock ? "zlib refuses the data of " + NameOf(*failure.refusedBlock)
+                                       : ReasonOf(*failure.exception));
+  return failure.stream.empty() ? text
+                                : text + ", at byte " + std::to_string(failure.position) + " of " +
+                                      std::string(failure.stream);
+}
+
+/// Goes on after damage and remembers what is missing; tells how far the load is.
+class Loading : public LbtTev::LoadObserver {
  public:
-  LoadProgress(const LbFile& file, Progress& progress) : file_(&file), progress_(&progress) {}
+  Loading(const LbFile& file, Progress& progress) : file_(&file), progress_(&progress) {}
 
   void OnRecord(const LbtTev::TreeRecord& /*record*/) override {
     constexpr std::size_t kEvery = 256;
@@ -55,10 +103,43 @@ class LoadProgress : public LbtTev::LoadObserver {
 
   void OnNode() override {}
 
+  /// Nothing is worth anything after a lack of memory, a failing disk, or without an index.
+  bool OnFailure(const LbtTev::LoadFailure& failure) override {
+    if (failure.part == LbtTev::LoadFailure::Part::Index ||
+        LbtLbf::IsLackOfMemory(*failure.exception) || IsOfTheSystem(*failure.exception)) {
+      return false;
+    }
+    constexpr std::size_t kMost = 100;
+    if (failure.isConsequence || missing_.size() >= kMost) {
+      ++others_;
+    } else {
+      missing_.push_back(TextOf(failure));
+    }
+    return true;
+  }
+
+  /// Whether a read failed within the file, which no damage explains.
+  [[nodiscard]] bool IsOfTheSystem(const std::exception& exception) const {
+    const auto* known = dynamic_cast<const Exception*>(&exception);
+    return known != nullptr && known->GetType() == Exception::ErrorType::ReadError &&
+           !file_->GetIndex().IsEmpty() && !CutText(*file_);
+  }
+
+  void Tell(AnswerWriter& writer) const {
+    for (const std::string& text : missing_) {
+      writer.AddMissing(text);
+    }
+    if (others_ > 0) {
+      writer.AddMissing(std::to_string(others_) + " more parts that follow from these");
+    }
+  }
+
  private:
   const LbFile* file_;
   Progress* progress_;
   std::size_t records_ = 0;
+  std::vector<std::string> missing_;
+  std::size_t others_ = 0;
 };
 
 /// A version that is too new is told when the file is opened. Later, the same exception is about a
@@ -87,10 +168,19 @@ void OpenContainer(LbFile& file, const Input& input, AnswerWriter& writer) {
 }
 
 void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
-  LoadProgress progress(tree.GetFile(), writer.GetProgress());
-  TellingVersions(tree.GetFile(), [&] { LbtTev::OpenModel(tree, input.source, &progress); });
-  RequireModelStreams(tree.GetFile());
-  TellCut(tree.GetFile(), writer);
+  const LbFile& file = tree.GetFile();
+  Loading loading(file, writer.GetProgress());
+  try {
+    TellingVersions(file, [&] { LbtTev::OpenModel(tree, input.source, &loading); });
+  } catch (const Exception& exception) {
+    if (loading.IsOfTheSystem(exception)) {
+      throw Failure(FailureCode::IoError, ReasonOf(exception));
+    }
+    throw;
+  }
+  RequireModelStreams(file);
+  TellCut(file, writer);
+  loading.Tell(writer);
 }
 
 void TellLostParts(const LbtTev::Analysis::Model& model, AnswerWriter& writer) {

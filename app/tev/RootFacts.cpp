@@ -79,10 +79,10 @@ RootFacts RootFactsOf(const LbtTev::Tree& tree) {
   facts.others = LbtTev::Analysis::RootAttributesOf(tree);
   facts.units = LbtTev::Analysis::UnitsOf(tree);
   if (facts.units.length) {
-    facts.others.erase(std::string(RootAttribute::kLengthUnit));
+    facts.others.erase(std::string(LbtTev::Analysis::kLengthUnit));
   }
   if (facts.units.scale) {
-    facts.others.erase(std::string(RootAttribute::kUnitScale));
+    facts.others.erase(std::string(LbtTev::Analysis::kUnitScale));
   }
   facts.nodes = TakeNumber(facts.others, RootAttribute::kNodeCount);
   facts.elements = TakeNumber(facts.others, RootAttribute::kElementCount);

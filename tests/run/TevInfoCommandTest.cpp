@@ -93,6 +93,49 @@ TEST_F(TevInfoCommand, PartWithoutAGeometry_IsToldAsMissing) {
   EXPECT_EQ(Check(Run({"info", "--json", "a.tev"}).output, "schema", Schema("info")), "");
 }
 
+TEST_F(TevInfoCommand, FileThatEndsBeforeItsNodeSets_GivesWhatIsThere) {
+  const Container whole = SmallModel().ToContainer().Build();
+  const std::size_t end = whole.Block(kHeavyData).offset + 8;
+  dir.Write("a.tev", whole.bytes.substr(0, end));
+  const std::string cut = "the file ends " + std::to_string(whole.bytes.size() - end) +
+                          " bytes early, in block 5 (Heavy Data)";
+  for (const char* verb : {"info", "tree", "sets"}) {
+    const RunResult run = Run({verb, "a.tev"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_TRUE(run.error.starts_with("tev: a.tev: damaged: " + cut + ", and 1 more")) << run.error;
+    const std::string json = Run({verb, "--json", "a.tev"}).output;
+    EXPECT_EQ(Check(json, "schema", Schema(verb)), "");
+    EXPECT_NE(json.find("\"complete\": false,\n"), std::string::npos);
+    EXPECT_NE(json.find("\"code\": \"damaged\",\n"), std::string::npos);
+  }
+  const std::string info = Run({"info", "a.tev"}).output;
+  EXPECT_TRUE(info.starts_with("a.tev\n  INCOMPLETE: " + cut +
+                               "\n  INCOMPLETE: the node sets of node 7 (Sets): "))
+      << info;
+  for (const char* fact : {"Frame, transient heating", "translate 2.1", "Panel", "Displacement",
+                           "/data/frame.odb", "Tolerance"}) {
+    EXPECT_NE(info.find(fact), std::string::npos) << fact;
+  }
+  EXPECT_EQ(info.find("Node sets ("), std::string::npos);
+  const RunResult list = Run({"list", "--csv", "a.tev"});
+  EXPECT_NE(list.output.find("a.tev,damaged,false," + std::to_string(end) + ","), std::string::npos)
+      << list.output;
+}
+
+TEST_F(TevInfoCommand, LostEndThatTheVerbDoesNotNeed_IsToldAllTheSame) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("mesh", model.AddShape("part", model.AddGroup("g", 0)));
+  model.AddVariable(mesh, Variable::Floats("R", kScalarResult, 1, {1, 2, 3}));
+  const std::string bytes = model.Build();
+  dir.Write("a.tev", bytes.substr(0, bytes.size() - 4));
+  for (const char* verb : {"info", "tree", "list", "blocks", "sets"}) {
+    const RunResult run = Run({verb, "a.tev"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_NE(run.error.find("damaged: the file ends 4 bytes early, in block "), std::string::npos)
+        << run.error;
+  }
+}
+
 TEST_F(TevInfoCommand, SeveralFiles_HaveASectionEach) {
   Write("a.tev", SmallModel());
   Write("b.tev", SmallModel());

@@ -123,8 +123,6 @@ inline constexpr std::string_view kResultsFile = "Results File";
 inline constexpr std::string_view kResultsFileSize = "Results File Size";
 inline constexpr std::string_view kNodeCount = "Number of Nodes in the Model";
 inline constexpr std::string_view kElementCount = "Number of Elements in the Model";
-inline constexpr std::string_view kLengthUnit = "Length Unit";
-inline constexpr std::string_view kUnitScale = "Unit Scale";
 }  // namespace RootAttribute
 
 /// Attributes of a result variable.

@@ -34,6 +34,10 @@ struct Units {
   std::optional<double> scale;
 };
 
+/// The attributes of the root that tell of units.
+inline constexpr std::string_view kLengthUnit = "Length Unit";
+inline constexpr std::string_view kUnitScale = "Unit Scale";
+
 [[nodiscard]] Units UnitsOf(const Tree& tree);
 
 /// The attributes of the root, where it is a group; else none.

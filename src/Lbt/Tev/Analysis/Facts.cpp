@@ -7,7 +7,6 @@
 #include <type_traits>
 
 #include "Lbt/Tev/Group.h"
-#include "Lbt/Tev/Vocabulary.h"
 
 namespace LbtTev::Analysis {
 
@@ -80,11 +79,11 @@ std::vector<Program> ProgramsOf(const Tree& tree) {
 Units UnitsOf(const Tree& tree) {
   const LbtUtil::AttributeMap& attributes = RootAttributesOf(tree);
   Units units;
-  if (const auto length = attributes.find(std::string(RootAttribute::kLengthUnit));
+  if (const auto length = attributes.find(std::string(kLengthUnit));
       length != attributes.end()) {
     units.length = length->second.GetAttributeString();
   }
-  if (const auto scale = attributes.find(std::string(RootAttribute::kUnitScale));
+  if (const auto scale = attributes.find(std::string(kUnitScale));
       scale != attributes.end()) {
     units.scale = NumberOf(scale->second);
   }
