@@ -31,12 +31,14 @@ install(FILES
 
 install(FILES "${PROJECT_SOURCE_DIR}/docs/man/TevInfo.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
 if("tev" IN_LIST TEVINFO_PROGRAMS)
-  foreach(page tev tev-diff tev-results tev-values)
-    install(FILES "${PROJECT_SOURCE_DIR}/docs/man/${page}.1"
-      DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
-  endforeach()
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/man/" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+    FILES_MATCHING PATTERN "tev*.1")
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/schema" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
   install(FILES "${PROJECT_SOURCE_DIR}/completions/tev.bash"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
     RENAME tev)
+  install(FILES "${PROJECT_SOURCE_DIR}/completions/_tev"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
+  install(FILES "${PROJECT_SOURCE_DIR}/completions/tev.fish"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
 endif()

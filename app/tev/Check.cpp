@@ -145,10 +145,6 @@ Outcome CheckInput(const Input& input, const LbtTev::Check::FindingSink& sink, L
   return outcome;
 }
 
-Json JsonOrNull(const std::optional<std::uint64_t>& number) {
-  return number ? Json(*number) : Json(nullptr);
-}
-
 void WriteNamed(const char* name, const std::optional<NumberedName>& named, const char* numberName,
                 JsonWriter& json) {
   json.Key(name);

@@ -11,6 +11,7 @@
 #include "tev/InfoText.h"
 #include "tev/Json.h"
 #include "tev/OpenedModel.h"
+#include "tev/PartsJson.h"
 #include "tev/RootFacts.h"
 #include "tev/Verbs.h"
 
@@ -54,20 +55,6 @@ void WriteUnits(const Analysis::Units& units, JsonWriter& json) {
   json.OpenObject();
   json.Member("length", JsonOrNull(units.length));
   json.Member("scale", JsonOrNull(units.scale));
-  json.Close();
-}
-
-void WriteSteps(const Model& model, JsonWriter& json) {
-  json.Key("steps");
-  json.OpenList();
-  for (const Analysis::Step& step : model.Steps()) {
-    json.OpenObject();
-    json.Member("text", step.text);
-    json.Member("label", step.label);
-    json.Member("value", JsonOrNull(step.value));
-    json.Member("subtitle", step.subtitle.empty() ? Json(nullptr) : Json(step.subtitle));
-    json.Close();
-  }
   json.Close();
 }
 
@@ -138,29 +125,6 @@ constexpr const char* kNotes =
     "Exit status: 0 done, 1 bad usage, 2 a file failed.";
 
 }  // namespace
-
-void WriteParts(const Model& model, JsonWriter& json) {
-  json.Key("parts");
-  json.OpenList();
-  for (const Analysis::Part& part : model.Parts()) {
-    json.OpenObject();
-    json.Member("id", part.id);
-    json.Member("name", Analysis::ShownName(part.name));
-    json.Key("path");
-    json.OpenList();
-    for (const std::string& group : model.PathOf(part)) {
-      json.Value(Analysis::ShownName(group));
-    }
-    json.Close();
-    json.Member("kind", TextOf(part.kind));
-    json.Member("nodes", part.nodes);
-    json.Member("elements", part.elements);
-    json.Member("nodesPerElement", JsonOrNull(part.nodesPerElement));
-    json.Member("sharesWith", JsonOrNull(part.sharesWith));
-    json.Close();
-  }
-  json.Close();
-}
 
 Verb InfoVerb() {
   return {.name = "info",

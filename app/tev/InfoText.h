@@ -3,11 +3,7 @@
 #include <ostream>
 
 #include "Lbt/Tev/Analysis/Model.h"
-#include "tev/JsonWriter.h"
 
 /// Writes what a model holds in sections for people. Sections without anything in them are left
 /// out.
 void WriteInfoText(const LbtTev::Analysis::Model& model, std::ostream& stream);
-
-/// Writes the member "parts", which several verbs have.
-void WriteParts(const LbtTev::Analysis::Model& model, JsonWriter& json);

@@ -52,7 +52,7 @@ void RequireModelStreams(const LbFile& file) {
   throw Failure(FailureCode::Damaged, "its index has no stream of a model");
 }
 
-std::string NameOf(LbtTev::LoadFailure::Part part) {
+std::string LostPart(LbtTev::LoadFailure::Part part) {
   using Part = LbtTev::LoadFailure::Part;
   switch (part) {
     case Part::Index:
@@ -75,7 +75,7 @@ std::string NameOf(LbtTev::LoadFailure::Part part) {
 /// in the block, at byte 455 of Heavy Data".
 std::string TextOf(const LbtTev::LoadFailure& failure) {
   using Part = LbtTev::LoadFailure::Part;
-  std::string text = NameOf(failure.part);
+  std::string text = LostPart(failure.part);
   if (failure.part == Part::Record) {
     text += std::to_string(failure.record) + " on";
   } else if (failure.part == Part::NodeData || failure.part == Part::NodeSets) {

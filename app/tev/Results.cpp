@@ -192,7 +192,7 @@ Table StatisticsTable(AnswerWriter& writer) {
            {"Mean", Right},
            {"RMS", Right},
            {"Not finite", Right}},
-          writer.Columns()};
+          {.limit = writer.Columns()}};
 }
 
 /// What the fields of one result have in common at one step.
@@ -234,7 +234,7 @@ void WriteOverview(const Model& model, const std::vector<FieldOfPart>& fields,
   for (const auto& [name, place] : columns) {
     headings.push_back({VisibleText(name), Table::Align::Left});
   }
-  Table table(writer.Text(), std::move(headings), writer.Columns());
+  Table table(writer.Text(), std::move(headings), {.limit = writer.Columns()});
   for (auto& [step, cells] : rows) {
     std::vector<std::string> row{step ? VisibleText(model.Steps()[*step].text) : "-"};
     for (const auto& [name, place] : columns) {
