@@ -229,6 +229,7 @@ void WriteCdf(const Tree& tree, const std::string& geometryName, std::ostream& s
               CdfPlace* place) {
   CdfPlace unwanted;
   CdfPlace& at = place == nullptr ? unwanted : *place;
+  const ModelStream::Request request(*tree.GetStreams().heavy);
   CdfWriter writer(stream);
   ForEachGeometry(tree, geometryName,
                   [&](unsigned int, const Geometry& geometry) { writer.Expect(geometry); });

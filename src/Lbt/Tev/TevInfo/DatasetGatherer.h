@@ -21,8 +21,10 @@ namespace LbtTev::Report {
 /// ask for data sets without end.
 class DatasetGatherer {
  public:
-  /// For parts that add their data sets to "datasets".
-  explicit DatasetGatherer(std::vector<TevDataset>& datasets) : datasets_(&datasets) {}
+  /// For the parts of "tree", which add their data sets to "datasets". What they load counts as one
+  /// request.
+  DatasetGatherer(const Tree& tree, std::vector<TevDataset>& datasets)
+      : request_(*tree.GetStreams().heavy), datasets_(&datasets) {}
 
   /// Takes the variable of a part at an index. Throws what loading numbers throws, and "Out of
   /// Bounds" where too much is repeated, with the data sets as they were.
@@ -37,6 +39,7 @@ class DatasetGatherer {
   void ChargeValues(const Part& part, const TevDataset& dataset);
   void Charge(std::uint64_t bytes);
 
+  ModelStream::Request request_;
   std::vector<TevDataset>* datasets_;
   ValueStore values_;
   /// Of each variable by its geometry's id and its index: one more than the position of its data

@@ -77,7 +77,7 @@ void extractRootNodeAttributes(LbtTev::Tree& tree, LbtUtil::AttributeMap& attrib
 
 void extractPartsAndResults(LbtTev::Tree& tree, TevInfo& info, GroupListing& groups,
                             ResultAttributeList& results) {
-  DatasetGatherer datasets(info.datasets);
+  DatasetGatherer datasets(tree, info.datasets);
   ListingSink sink(groups, results, info.format == TevInfo::ExtractData ? &datasets : nullptr);
   TellFailure([&] { WalkParts(tree, sink); });
 }

@@ -103,7 +103,7 @@ ModelFacts GatherModelFacts(const Tree& tree, Numbers numbers) {
   KeepFailure(tree, facts, [&] { GatherRootAttributes(tree, facts.rootAttributes); });
   std::optional<DatasetGatherer> datasets;
   if (numbers == Numbers::Wanted) {
-    datasets.emplace(facts.datasets);
+    datasets.emplace(tree, facts.datasets);
   }
   FactsSink sink(datasets ? &*datasets : nullptr);
   KeepFailure(tree, facts, [&] { WalkParts(tree, sink); });
