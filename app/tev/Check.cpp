@@ -113,7 +113,7 @@ std::optional<Failure> FailureOf(const CheckResult& result) {
 
 /// The failure that an exception out of a check is: damage is told by findings, never so.
 Failure FailureOfCheck() {
-  const Failure failure = FailureOfCurrentException();
+  Failure failure = FailureOfCurrentException();
   if (failure.Code() != FailureCode::Damaged) {
     return failure;
   }
@@ -187,7 +187,7 @@ class CheckRun {
   bool isAll = false;
 
   void Answer(const Input& input, AnswerWriter& writer) {
-    const Outcome outcome = writer.IsJson() ? WriteJson(input, writer) : WriteText(input, writer);
+    Outcome outcome = writer.IsJson() ? WriteJson(input, writer) : WriteText(input, writer);
     ++verdicts_.at(static_cast<std::size_t>(outcome.result.verdict));
     if (outcome.failure) {
       writer.Fail(*outcome.failure, Told::InTheAnswer);
@@ -220,7 +220,7 @@ class CheckRun {
     JsonWriter& json = writer.Facts();
     json.Key("findings");
     json.OpenList();
-    const Outcome outcome = CheckInput(
+    Outcome outcome = CheckInput(
         input, [&](const Finding& finding) { WriteObject(finding, json); }, GetLimit());
     while (json.Depth() > 0) {
       json.Close();

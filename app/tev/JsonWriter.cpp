@@ -64,6 +64,7 @@ void JsonWriter::Key(std::string_view name) {
   isKeyed_ = true;
 }
 
+// NOLINTNEXTLINE(misc-no-recursion): the verbs' own values nest a few levels
 void JsonWriter::Value(const Json& value) {
   if (!value.is_structured()) {
     const std::string text = JsonText(value);

@@ -43,8 +43,8 @@ namespace Detail {
 struct PartVersions {
   enum class Rule : std::uint8_t { Only, AllBut };
 
-  RecordPart part;
-  Rule rule;
+  RecordPart part{};
+  Rule rule{};
   std::array<std::string_view, 4> versions;  // empty where there are fewer
 };
 

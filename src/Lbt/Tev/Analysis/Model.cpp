@@ -77,7 +77,8 @@ Model::Model(const Tree& tree) : tree_(&tree) {
   FindSteps();
   std::map<unsigned int, unsigned int> partOfGeometry;
   for (const Part& part : parts_) {
-    partOfGeometry.emplace(tree.FindNode(part.id)->firstChild, part.id);
+    // Not by FindNode: a record may claim id 0, which means none in a link.
+    partOfGeometry.emplace(tree.GetNodes().at(part.id).firstChild, part.id);
   }
   for (Content& content : contents_) {
     FindFields(content);
