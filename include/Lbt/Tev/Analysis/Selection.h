@@ -66,8 +66,8 @@ struct FieldOfPart {
 [[nodiscard]] std::string_view NearestName(std::string_view name,
                                            std::span<const std::string_view> names);
 
-/// What to tell of a pattern that fits none of "names", which are of a "kind": what there is, ten at
-/// most, and what comes nearest.
+/// What to tell of a pattern that fits none of "names", which are of a "kind": what there is, ten
+/// at most, and what comes nearest.
 [[nodiscard]] std::string NoMatchText(const char* kind, std::string_view pattern,
                                       std::span<const std::string_view> names);
 

@@ -79,12 +79,10 @@ std::vector<Program> ProgramsOf(const Tree& tree) {
 Units UnitsOf(const Tree& tree) {
   const LbtUtil::AttributeMap& attributes = RootAttributesOf(tree);
   Units units;
-  if (const auto length = attributes.find(std::string(kLengthUnit));
-      length != attributes.end()) {
+  if (const auto length = attributes.find(std::string(kLengthUnit)); length != attributes.end()) {
     units.length = length->second.GetAttributeString();
   }
-  if (const auto scale = attributes.find(std::string(kUnitScale));
-      scale != attributes.end()) {
+  if (const auto scale = attributes.find(std::string(kUnitScale)); scale != attributes.end()) {
     units.scale = NumberOf(scale->second);
   }
   return units;
