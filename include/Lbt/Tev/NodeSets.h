@@ -60,7 +60,7 @@ class NodeSets final : public Node {
   /// than the sets or their offsets need, std::out_of_range for a name that starts after
   /// the end of all names, and what reading streams throws. Sets may overlap: each name
   /// and member counts towards the request.
-  void Load(ModelStream& heavy);
+  void LoadSets(ModelStream& heavy);
   /// The same from the stream of this name.
   void LoadDataBlocks(LbtLbf::LbFile& file, std::string_view heavyDataBlockName);
 

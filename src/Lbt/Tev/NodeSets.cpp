@@ -55,10 +55,10 @@ std::vector<std::pair<unsigned int, unsigned int>> MembersOf(const StoredSets& s
 
 void NodeSets::LoadDataBlocks(LbtLbf::LbFile& file, std::string_view heavyDataBlockName) {
   ModelStream heavy(file, std::string(heavyDataBlockName));
-  Load(heavy);
+  LoadSets(heavy);
 }
 
-void NodeSets::Load(ModelStream& heavy) {
+void NodeSets::LoadSets(ModelStream& heavy) {
   const ModelStream::Request request(heavy);
   heavy.Seek(heavyDataPosition);
   StoredSets stored;

@@ -179,7 +179,7 @@ class Tree::Loading {
     if (const auto found = loadedSets_.find(place); found != loadedSets_.end()) {
       sets.sets = found->second;
     } else {
-      sets.Load(*streams_->heavy);
+      sets.LoadSets(*streams_->heavy);
       loadedSets_.emplace(place, sets.sets);
     }
   }
