@@ -85,6 +85,7 @@ void TemporaryFile::CopyTo(std::ostream& stream) const {
   }
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): the file is what it changes
 void TemporaryFile::Clear() {
   if (descriptor_ >= 0 &&
       (ftruncate(descriptor_, 0) != 0 || lseek(descriptor_, 0, SEEK_SET) != 0)) {

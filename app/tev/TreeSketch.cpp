@@ -122,7 +122,7 @@ class Sketch {
       return "(no node)";
     }
     const LbtTev::Node& node = *item.entry->data;
-    const std::string name = Shown(node.name);
+    std::string name = Shown(node.name);
     if (const Part* part = FindPart(item.entry->id)) {
       const std::string results = ResultsText(*model_, *part);
       return name + "  " + MeshText(*part) + (results.empty() ? "" : "; " + results);

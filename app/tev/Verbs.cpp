@@ -64,7 +64,7 @@ void AddModel(CLI::App& app, const std::shared_ptr<FileRun>& run) {
 }
 
 std::shared_ptr<FileRun> AddFileOptions(CLI::App& app, FileRun run) {
-  const auto shared = std::make_shared<FileRun>(std::move(run));
+  auto shared = std::make_shared<FileRun>(std::move(run));
   // An option that allows extra arguments would take a name in brackets for a list of
   // names; one that wants as many as there can be takes each as it is.
   constexpr int kAsManyAsThereAre = 1 << 28;
@@ -86,7 +86,7 @@ std::shared_ptr<FileRun> AddFileOptions(CLI::App& app, FileRun run) {
 }
 
 std::shared_ptr<FileRun> AddModelOptions(CLI::App& app, FileRun run) {
-  const auto shared = std::make_shared<FileRun>(std::move(run));
+  auto shared = std::make_shared<FileRun>(std::move(run));
   AddModel(app, shared);
   AddAnswerOptions(app, shared);
   return shared;

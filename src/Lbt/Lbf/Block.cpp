@@ -171,7 +171,7 @@ std::span<unsigned char> Block::Room() {
   if (allocated_ < capacity_) {
     Allocate(capacity_);
   }
-  return std::span(buffer_.get() + position_, capacity_ - position_);
+  return {buffer_.get() + position_, capacity_ - position_};
 }
 
 void Block::Append(std::uint32_t length) {

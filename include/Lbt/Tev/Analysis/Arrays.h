@@ -24,6 +24,8 @@ struct ArrayKey {
   unsigned char width = 1;
   bool isShuffled = false;
 
+  // The checks take what the compiler makes of it for conversions.
+  // NOLINTNEXTLINE(readability-implicit-bool-conversion, modernize-use-nullptr)
   friend auto operator<=>(const ArrayKey&, const ArrayKey&) = default;
 };
 

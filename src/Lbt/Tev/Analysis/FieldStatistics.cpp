@@ -55,7 +55,7 @@ void GatherStatistics(const Model& model, std::span<const FieldOfPart> fields,
   SharedStatistics shared;
   LoadInFileOrder(
       model.GetTree(), wanted,
-      [&](LoadedNumbers numbers) {
+      [&](const LoadedNumbers& numbers) {
         FieldStatistics& result = early[numbers.place];
         result.failure = numbers.failure;
         if (result.failure == nullptr) {

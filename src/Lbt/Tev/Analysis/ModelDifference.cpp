@@ -59,13 +59,13 @@ struct FieldPair {
 class Comparison {
  public:
   Comparison(const Model& a, const Model& b, const Selection& selection, const Tolerance& tolerance,
-             const DifferenceSink& sink, const std::pair<Loading, Loading>& loading)
+             const DifferenceSink& sink, std::pair<Loading, Loading> loading)
       : a_(&a),
         b_(&b),
         selection_(&selection),
         tolerance_(tolerance),
         sink_(&sink),
-        loading_(loading) {
+        loading_(std::move(loading)) {
     std::tie(chosenA_, chosenB_) = Choose(a, b, selection);
   }
 
@@ -225,7 +225,8 @@ class Comparison {
 
   // --- Fields
 
-  [[nodiscard]] ModelDifference FieldDifference(const Model& model, const FieldOfPart& field) {
+  [[nodiscard]] static ModelDifference FieldDifference(const Model& model,
+                                                       const FieldOfPart& field) {
     return {.kind = Kind::Field,
             .part = model.Parts()[field.part].name,
             .result = std::string(field.field->result),

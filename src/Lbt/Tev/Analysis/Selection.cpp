@@ -73,6 +73,7 @@ std::vector<std::size_t> FindParts(const Model& model, Names names, const std::s
 template <class List, class NameOf>
 std::vector<std::string_view> NamesOf(const List& list, const NameOf& nameOf) {
   std::vector<std::string_view> names;
+  names.reserve(list.size());
   for (const auto& element : list) {
     names.push_back(element.*nameOf);
   }
@@ -160,7 +161,7 @@ std::vector<std::size_t> SelectParts(const Model& model, std::span<const std::st
 
 std::vector<std::string_view> SelectResults(const Model& model,
                                             std::span<const std::string> patterns, Names further) {
-  const std::vector<std::string_view> names = NamesOf(model.Results(), &Result::name);
+  std::vector<std::string_view> names = NamesOf(model.Results(), &Result::name);
   std::set<std::string_view> selected;
   for (const std::string& pattern : patterns) {
     const auto named = std::ranges::find(further, pattern);

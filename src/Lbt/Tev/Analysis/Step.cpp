@@ -28,7 +28,10 @@ std::optional<double> NumberAtStartOf(std::string_view text) {
 std::weak_ordering CompareValues(const std::optional<double>& left,
                                  const std::optional<double>& right) {
   if (!left || !right) {
-    return right.has_value() <=> left.has_value();
+    if (left.has_value() == right.has_value()) {
+      return std::weak_ordering::equivalent;
+    }
+    return left ? std::weak_ordering::less : std::weak_ordering::greater;
   }
   if (*left == *right) {
     return std::weak_ordering::equivalent;

@@ -81,7 +81,7 @@ std::string_view LookOf(LbtLbf::LbFile& file) {
   if (LbtLbf::LbFile::kSignature.starts_with(start)) {
     return "the first bytes of a Tev file";
   }
-  const auto known = std::ranges::find_if(
+  const auto* const known = std::ranges::find_if(
       kLooks, [&](const Look& look) { return std::string_view(start).starts_with(look.start); });
   if (known != kLooks.end()) {
     return known->name;
