@@ -33,6 +33,8 @@ class DataLoader {
   [[nodiscard]] unsigned int GetDataType() const { return dataType_; }
 
   /// In the order of where the data lies and how it is stored: equal ones load the same.
+  // The checks take what the compiler makes of it for conversions.
+  // NOLINTNEXTLINE(readability-implicit-bool-conversion, modernize-use-nullptr)
   friend auto operator<=>(const DataLoader& a, const DataLoader& b) = default;
 
  private:

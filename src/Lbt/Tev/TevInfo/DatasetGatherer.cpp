@@ -59,7 +59,7 @@ void DatasetGatherer::Remember(const Part& part, std::size_t index) {
 void DatasetGatherer::ChargeName(const Part& part, const std::string& name) {
   constexpr std::size_t kOrdinary = 1024;
   if (part.isRepeated) {
-    Charge(sizeof(name) + name.size());
+    Charge(sizeof(std::string) + name.size());
   } else if (name.size() > kOrdinary) {
     Charge(name.size() - kOrdinary);
   }

@@ -50,7 +50,7 @@ SharedValues<T> ValueStore::Find(Known<T>& known, const NumericArray& array, Mak
   }
   const auto place = known.lower_bound(loader);
   const bool isKnown = place != known.end() && *place->first == *loader;
-  const SharedValues<T> values = isKnown ? place->second : make();
+  SharedValues<T> values = isKnown ? place->second : make();
   if (IsLastLoad(loader)) {
     known.erase(loader);
   } else if (!isKnown) {
