@@ -67,7 +67,8 @@ _tev() {
     tree) options="$_tev_json --files0-from --depth --verbose --storage" ;;
     list) options="$_tev_json --files0-from --csv" ;;
     check) options="$_tev_json --files0-from --all --verbose" ;;
-    info | blocks) options="$_tev_json --files0-from" ;;
+    info) options="$_tev_json --files0-from --stats" ;;
+    blocks) options="$_tev_json --files0-from" ;;
     results | values | diff) options="$_tev_json --part --result --step" ;;
     sets) ;;
     *) return ;;

@@ -1,13 +1,17 @@
 // tev info: what a model holds and who made it, for analysts.
 
 #include <CLI/CLI.hpp>
+#include <exception>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Facts.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/ModifierInfo.h"
+#include "tev/FieldOptions.h"
 #include "tev/InfoText.h"
 #include "tev/Json.h"
 #include "tev/OpenedModel.h"
@@ -83,7 +87,31 @@ void WriteNodeSets(const LbtTev::Tree& tree, JsonWriter& json) {
   json.Close();
 }
 
-void WriteJson(const Model& model, JsonWriter& json) {
+/// The counts of all parts. Tells "writer" of those that cannot be read.
+PartCounts CountsOf(const Model& model, LbtLbf::LbFile& file, AnswerWriter& writer) {
+  PartCounts counts(model.Parts().size());
+  Analysis::CountElements(
+      model,
+      [&](std::size_t index, std::shared_ptr<const Analysis::ElementCounts> found,
+          const std::exception_ptr& failure) {
+        if (failure != nullptr) {
+          const Analysis::Part& part = model.Parts()[index];
+          writer.AddMissing("the elements of part " + std::to_string(part.id) + " (" + part.name +
+                            "): " + FailureOf(failure).what());
+        }
+        counts[index] = std::move(found);
+      },
+      {.file = &file});
+  // A part without lengths has no elements, which is known.
+  for (std::size_t i = 0; i < counts.size(); ++i) {
+    if (model.Parts()[i].geometry != nullptr && model.Parts()[i].mesh.lengths == nullptr) {
+      counts[i] = std::make_shared<const Analysis::ElementCounts>();
+    }
+  }
+  return counts;
+}
+
+void WriteJson(const Model& model, const PartCounts* counts, JsonWriter& json) {
   const LbtTev::Tree& tree = model.GetTree();
   const RootFacts root = RootFactsOf(tree);
   json.Member("bytes", tree.GetFile().GetSize().value_or(0));
@@ -96,33 +124,47 @@ void WriteJson(const Model& model, JsonWriter& json) {
   json.Member("nodes", JsonOrNull(root.nodes));
   json.Member("elements", JsonOrNull(root.elements));
   WriteUnits(root.units, json);
-  WriteParts(model, json);
+  WriteParts(model, json, counts);
   WriteSteps(model, json);
   WriteResults(model, json);
   WriteNodeSets(tree, json);
   json.Member("attributes", JsonOf(root.others));
 }
 
-void AnswerInfo(const Input& input, AnswerWriter& writer) {
-  WithModel(input, writer, [&writer](const LbtTev::Tree& tree) {
+void AnswerInfo(const Input& input, AnswerWriter& writer, bool withCounts) {
+  WithModel(input, writer, [&](LbtTev::Tree& tree) {
     const Model model(tree);
     TellLostParts(model, writer);
+    const auto counts =
+        withCounts ? std::optional(CountsOf(model, tree.GetFile(), writer)) : std::nullopt;
+    const PartCounts* const all = counts ? &*counts : nullptr;
     if (writer.IsJson()) {
-      WriteJson(model, writer.Facts());
+      WriteJson(model, all, writer.Facts());
     } else {
-      WriteInfoText(model, writer.Text());
+      WriteInfoText(model, all, writer.Text());
     }
   });
 }
 
 constexpr const char* kNotes =
-    "Node and element counts of the mesh are what the model says; those of parts, and the nodes "
-    "that\n"
-    "an element of them has on average, follow from the sizes of their data.\n"
+    "Node and element counts of the mesh are what the model says; those of parts, and the nodes\n"
+    "that an element of them has on average, follow from the sizes of their data. --stats reads\n"
+    "how many nodes each element has.\n"
     "Examples:\n"
     "  tev info bracket.tev\n"
+    "  tev info --stats bracket.tev\n"
     "  tev info --json *.tev | jq -r '.files[] | [.file, .title] | @tsv'\n"
     "Exit status: 0 done, 1 bad usage, 2 a file failed.";
+
+Action SetUp(CLI::App& app) {
+  const auto withCounts = std::make_shared<bool>(false);
+  const auto run = AddFileOptions(
+      app, {.verb = "info", .answer = [withCounts](const Input& input, AnswerWriter& writer) {
+              AnswerInfo(input, writer, *withCounts);
+            }});
+  app.add_flag("--stats", *withCounts, "Count the elements by how many nodes they have");
+  return [run] { return RunOverFiles(*run); };
+}
 
 }  // namespace
 
@@ -130,7 +172,5 @@ Verb InfoVerb() {
   return {.name = "info",
           .summary = "What models hold and who made them",
           .notes = kNotes,
-          .setUp = [](CLI::App& app) {
-            return RunWithFileOptions(app, {.verb = "info", .answer = AnswerInfo});
-          }};
+          .setUp = SetUp};
 }

@@ -106,8 +106,30 @@ std::string GroupsText(const Model& model, const Part& part) {
   return Shown(text);
 }
 
+/// "4", a mean, or exact counts: "642 of 3, 10 of 4".
+std::string NodesText(const Part& part, const PartCounts* counts, std::size_t index) {
+  if (counts == nullptr) {
+    return part.nodesPerElement ? MeanText(*part.nodesPerElement) : "-";
+  }
+  constexpr std::size_t kMost = 8;
+  const Analysis::ElementCounts* exact = (*counts)[index].get();
+  if (exact == nullptr || exact->byNodes.empty()) {
+    return exact == nullptr ? "damaged" : "-";
+  }
+  std::string text;
+  std::size_t told = 0;
+  for (const auto& [nodes, elements] : exact->byNodes) {
+    if (told++ == kMost) {
+      return text + " and " + std::to_string(exact->byNodes.size() - kMost) + " more kinds";
+    }
+    text += (told == 1 ? "" : ", ") + std::to_string(elements) + " of " + std::to_string(nodes);
+  }
+  return text;
+}
+
 /// The parts of one kind.
-void WriteParts(const Model& model, const char* heading, PartKind kind, std::ostream& stream) {
+void WriteParts(const Model& model, const char* heading, PartKind kind, const PartCounts* counts,
+                std::ostream& stream) {
   const auto& parts = model.Parts();
   const auto count = std::count_if(parts.begin(), parts.end(),
                                    [kind](const Part& part) { return part.kind == kind; });
@@ -119,14 +141,15 @@ void WriteParts(const Model& model, const char* heading, PartKind kind, std::ost
                    {"Name", Left},
                    {"Nodes", Right},
                    {"Elements", Right},
-                   {"Nodes/element", Right},
+                   counts == nullptr ? Table::Column{"Nodes/element", Right}
+                                     : Table::Column{"Elements by nodes", Left},
                    {"Coordinates", Left},
                    {"Groups", Left}});
-  for (const Part& part : parts) {
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    const Part& part = parts[i];
     if (part.kind == kind) {
       section.Add({std::to_string(part.id), Shown(part.name), std::to_string(part.nodes),
-                   std::to_string(part.elements),
-                   part.nodesPerElement ? MeanText(*part.nodesPerElement) : "-",
+                   std::to_string(part.elements), NodesText(part, counts, i),
                    part.sharesWith ? "of part " + std::to_string(*part.sharesWith) : "own",
                    GroupsText(model, part)});
     }
@@ -134,7 +157,7 @@ void WriteParts(const Model& model, const char* heading, PartKind kind, std::ost
   section.Finish();
 }
 
-void WriteAllParts(const Model& model, std::ostream& stream) {
+void WriteAllParts(const Model& model, const PartCounts* counts, std::ostream& stream) {
   constexpr std::array<std::pair<PartKind, const char*>, 6> kKinds{
       {{PartKind::Part, "Parts"},
        {PartKind::CutSection, "Cut-sections"},
@@ -143,7 +166,7 @@ void WriteAllParts(const Model& model, std::ostream& stream) {
        {PartKind::FlowLine, "Flow lines"},
        {PartKind::Shape, "Other shapes"}}};
   for (const auto& [kind, heading] : kKinds) {
-    WriteParts(model, heading, kind, stream);
+    WriteParts(model, heading, kind, counts, stream);
   }
 }
 
@@ -217,11 +240,11 @@ void WriteAttributes(const LbtUtil::AttributeMap& attributes, std::ostream& stre
 
 }  // namespace
 
-void WriteInfoText(const Model& model, std::ostream& stream) {
+void WriteInfoText(const Model& model, const PartCounts* counts, std::ostream& stream) {
   const RootFacts root = RootFactsOf(model.GetTree());
   WriteTop(model, root, stream);
   WritePrograms(model.GetTree(), stream);
-  WriteAllParts(model, stream);
+  WriteAllParts(model, counts, stream);
   WriteNodeSets(model.GetTree(), stream);
   WriteSteps(model, stream);
   WriteResults(model, stream);

@@ -7,6 +7,7 @@
 
 #include "tev/Json.h"
 
+using LbtTev::Analysis::ElementCounts;
 using LbtTev::Analysis::Field;
 using LbtTev::Analysis::Model;
 using LbtTev::Analysis::Part;
@@ -19,7 +20,24 @@ Json OrNull(const std::optional<T>& value) {
   return value ? Json(*value) : Json(nullptr);
 }
 
-void WritePart(const Model& model, const Part& part, JsonWriter& json) {
+void WriteCounts(const ElementCounts* counts, JsonWriter& json) {
+  json.Key("elementsByNodes");
+  if (counts == nullptr) {
+    json.Value(nullptr);
+    return;
+  }
+  json.OpenList();
+  for (const auto& [nodes, elements] : counts->byNodes) {
+    json.OpenObject();
+    json.Member("nodes", nodes);
+    json.Member("elements", elements);
+    json.Close();
+  }
+  json.Close();
+}
+
+void WritePart(const Model& model, std::size_t index, const PartCounts* counts, JsonWriter& json) {
+  const Part& part = model.Parts()[index];
   json.OpenObject();
   json.Member("id", part.id);
   json.Member("name", part.name);
@@ -28,17 +46,20 @@ void WritePart(const Model& model, const Part& part, JsonWriter& json) {
   json.Member("nodes", part.nodes);
   json.Member("elements", part.elements);
   json.Member("nodesPerElement", OrNull(part.nodesPerElement));
+  if (counts != nullptr) {
+    WriteCounts((*counts)[index].get(), json);
+  }
   json.Member("sharesWith", OrNull(part.sharesWith));
   json.Close();
 }
 
 }  // namespace
 
-void WriteParts(const Model& model, JsonWriter& json) {
+void WriteParts(const Model& model, JsonWriter& json, const PartCounts* counts) {
   json.Key("parts");
   json.OpenList();
-  for (const Part& part : model.Parts()) {
-    WritePart(model, part, json);
+  for (std::size_t i = 0; i < model.Parts().size(); ++i) {
+    WritePart(model, i, counts, json);
   }
   json.Close();
 }

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
+#include <memory>
 #include <optional>
 
 #include "DescribedModel.h"
@@ -256,6 +258,38 @@ TEST(FieldStatistics, OfAMissingStream_Fail) {
   ASSERT_EQ(texts.size(), 1U);
   EXPECT_NE(texts[0].find("A R: "), std::string::npos);
   EXPECT_EQ(texts[0].find("@"), std::string::npos) << texts[0];
+}
+
+TEST(CountElements, PartsThatShareLengths_ShareTheCounts) {
+  ModelWriter writer;
+  const NodeRef group = AddGroup(writer);
+  const NodeRef first = AddPart(writer, group, "A");
+  writer.AddVariable(first, Variable::Uints("Connectivity", kConnectivity, 1, {0, 1, 2, 0, 1}));
+  writer.AddVariable(first, Variable::Uints("Polylength", kPolylength, 1, {3, 2}));
+  const NodeRef second = AddPart(writer, group, "B");
+  writer.AddVariable(second, Variable::Link("Connectivity", kConnectivity, first, 0));
+  writer.AddVariable(second, Variable::Link("Polylength", kPolylength, first, 1));
+  AddPart(writer, group, "without elements");
+  const NodeRef last = AddPart(writer, group, "no list of nodes");
+  writer.AddVariable(last, Variable::Link("Polylength", kPolylength, first, 1));
+  DescribedModel described(writer);
+  std::map<std::size_t, std::shared_ptr<const ElementCounts>> counts;
+  Texts failures;
+  CountElements(described.model,
+                [&](std::size_t part, std::shared_ptr<const ElementCounts> found,
+                    const std::exception_ptr& failure) {
+                  counts[part] = std::move(found);
+                  if (failure != nullptr) {
+                    failures.push_back(std::to_string(part) + ": " + TextOf(failure));
+                  }
+                },
+                {.file = &described.tree.GetFile()});
+  ASSERT_EQ(counts.size(), 3U);
+  EXPECT_EQ(counts[0]->byNodes, (std::map<unsigned int, std::size_t>{{2, 1}, {3, 1}}));
+  EXPECT_EQ(counts[0]->nodes, 5U);
+  EXPECT_EQ(counts[1], counts[0]);
+  EXPECT_EQ(counts[3], nullptr);
+  EXPECT_EQ(failures, Texts{"3: The lengths of the faces do not make up the list of their nodes"});
 }
 
 }  // namespace

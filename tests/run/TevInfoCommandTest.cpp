@@ -136,6 +136,41 @@ TEST_F(TevInfoCommand, LostEndThatTheVerbDoesNotNeed_IsToldAllTheSame) {
   }
 }
 
+TEST_F(TevInfoCommand, Stats_CountElementsByTheirNodes) {
+  ModelWriter model;
+  const NodeRef group = model.AddGroup("Geometry", 0);
+  const NodeRef mixed = model.AddGeometry("mesh", model.AddShape("Mixed", group));
+  model.AddVariable(mixed, Variable::Uints("Connectivity", kConnectivity, 1,
+                                           {0, 1, 2, 0, 1, 2, 3, 1, 2, 3, 0, 2, 3}));
+  model.AddVariable(mixed, Variable::Uints("Polylength", kPolylength, 1, {3, 4, 3, 3}));
+  model.AddGeometry("points", model.AddShape("Points", group));
+  Write("a.tev", model);
+  EXPECT_EQ(Answer({"info", "--stats", "a.tev"}).substr(Answer({"info", "a.tev"}).find("  Parts")),
+            "  Parts (2)\n"
+            "    Id  Name    Nodes  Elements  Elements by nodes  Coordinates  Groups\n"
+            "     2  Mixed       0         4  3 of 3, 1 of 4     own\n"
+            "     4  Points      0         0  -                  own\n");
+}
+
+TEST_F(TevInfoCommand, StatsOfLengthsThatDoNotFit_AreMissing) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("mesh", model.AddShape("P", model.AddGroup("root", 0)));
+  model.AddVariable(mesh, Variable::Uints("Connectivity", kConnectivity, 1, {0, 1, 2}));
+  model.AddVariable(mesh, Variable::Uints("Polylength", kPolylength, 1, {4}));
+  Write("a.tev", model);
+  EXPECT_NE(Answer({"info", "a.tev"}).find("  3  own"), std::string::npos) << "by byte counts";
+  const RunResult run = Run({"info", "--stats", "a.tev"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_TRUE(
+      run.output.starts_with("a.tev\n  INCOMPLETE: the elements of part 2 (P): The lengths of the "
+                             "faces do not make up the "
+                             "list of their nodes\n"))
+      << run.output;
+  const std::string json = Run({"info", "--stats", "--json", "a.tev"}).output;
+  EXPECT_EQ(Check(json, "schema", Schema("info")), "");
+  EXPECT_NE(json.find("\"elementsByNodes\": null,"), std::string::npos) << json;
+}
+
 TEST_F(TevInfoCommand, SeveralFiles_HaveASectionEach) {
   Write("a.tev", SmallModel());
   Write("b.tev", SmallModel());
@@ -148,6 +183,9 @@ TEST_F(TevInfoCommand, Examples_FitTheSchemaAndWhatTheyWereMadeFrom) {
     const std::string answer = Answer({"info", "--json", Example(name + ".tev")});
     EXPECT_EQ(Check(answer, "schema", Schema("info")), "");
     EXPECT_EQ(Check(answer, "info", Example(name + ".truth.json.gz")), "");
+    const std::string counted = Answer({"info", "--json", "--stats", Example(name + ".tev")});
+    EXPECT_EQ(Check(counted, "schema", Schema("info")), "");
+    EXPECT_EQ(Check(counted, "stats", Example(name + ".truth.json.gz")), "");
   }
 }
 

@@ -5,6 +5,7 @@
   check_tev_json.py lines SCHEMA.json    (lines, of --jsonl)
   check_tev_json.py tree TRUTH.json.gz    (of one model)
   check_tev_json.py info TRUTH.json.gz    (of one model)
+  check_tev_json.py stats TRUTH.json.gz   (of one model, with --stats)
 
 "schema" and "lines" validate it against a closed copy of SCHEMA, which allows no key that it does
 not name. The others compare it with TRUTH, which lists what the model was made from.
@@ -198,9 +199,20 @@ def check_info(document, truth):
             sorted(results.difference(NO_RESULTS), key=str.encode))
 
 
+def check_stats(document, truth):
+    check_info(document, truth)
+    nodes = {entry["id"]: entry for entry in truth["nodes"]}
+    for part in document["files"][0]["parts"]:
+        geometry = nodes[nodes[part["id"]]["firstChild"]]
+        lengths = next(of["values"] for of in geometry["variables"] if of["name"] == "Polylength")
+        compare(f"part {part['id']}", part["elementsByNodes"],
+                [{"nodes": length, "elements": lengths.count(length)}
+                 for length in sorted(set(lengths))])
+
+
 def main():
     schemas = {"schema": validate, "lines": validate_lines}
-    checks = {"tree": check_tree, "info": check_info}
+    checks = {"tree": check_tree, "info": check_info, "stats": check_stats}
     if len(sys.argv) != 3 or sys.argv[1] not in (*schemas, *checks):
         print(__doc__, file=sys.stderr)
         return 2

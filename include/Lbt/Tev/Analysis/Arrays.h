@@ -70,6 +70,9 @@ class UsedNodes {
   std::size_t count_ = 0;
 };
 
+/// Throws "Model Error" where the sum of the lengths of faces is not the number of their nodes.
+void CheckLengths(std::size_t sum, std::size_t nodes);
+
 /// Throws "Model Error" where the lengths of faces do not make up the list of their nodes, or
 /// where it names a node at or above "points".
 void CheckFaces(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,

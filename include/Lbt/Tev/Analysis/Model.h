@@ -85,6 +85,7 @@ struct Part {
   std::string name;
   PartKind kind = PartKind::Shape;
   const Geometry* geometry = nullptr;  ///< null where the model lacks it
+  MeshVariables mesh;                  ///< without a step, else of its first; counted below
   std::size_t nodes = 0;
   std::size_t elements = 0;
   std::optional<double> nodesPerElement;   ///< a mean

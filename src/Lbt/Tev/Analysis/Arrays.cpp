@@ -87,11 +87,15 @@ template std::vector<float> LoadArray<float>(const NumericArray& array, BlocksAh
 template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array,
                                                            BlocksAhead& ahead);
 
-void CheckFaces(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,
-                std::size_t points) {
-  if (std::accumulate(lengths.begin(), lengths.end(), std::size_t{0}) != faces.size()) {
+void CheckLengths(std::size_t sum, std::size_t nodes) {
+  if (sum != nodes) {
     RaiseDamagedMesh("The lengths of the faces do not make up the list of their nodes");
   }
+}
+
+void CheckFaces(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,
+                std::size_t points) {
+  CheckLengths(std::accumulate(lengths.begin(), lengths.end(), std::size_t{0}), faces.size());
   if (!faces.empty() && *std::ranges::max_element(faces) >= points) {
     RaiseDamagedMesh("A face names a node that the mesh has not");
   }

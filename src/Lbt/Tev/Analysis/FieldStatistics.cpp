@@ -1,6 +1,7 @@
 // Works out the statistics of many fields in one pass through the file.
 #include "Lbt/Tev/Analysis/FieldStatistics.h"
 
+#include <bit>
 #include <map>
 #include <memory>
 #include <utility>
@@ -40,6 +41,25 @@ class SharedStatistics {
   Statistics statistics_;
 };
 
+/// Lengths come as the bits of floats, as all numbers do here.
+std::shared_ptr<const ElementCounts> CountsOf(std::span<const float> lengths) {
+  auto counts = std::make_shared<ElementCounts>();
+  for (const float bits : lengths) {
+    const auto length = std::bit_cast<unsigned int>(bits);
+    ++counts->byNodes[length];
+    counts->nodes += length;
+  }
+  return counts;
+}
+
+/// Why the lengths of a part cannot be right; null where they can.
+std::exception_ptr FaultOf(const Model& model, std::size_t part, const ElementCounts& counts) {
+  const Geometry::VarStruct* faces = model.Parts()[part].mesh.faces;
+  return FailureOfLoad(model.GetTree(), [&] {
+    CheckLengths(counts.nodes, faces == nullptr ? 0 : faces->array.GetNumElements());
+  });
+}
+
 }  // namespace
 
 void GatherStatistics(const Model& model, std::span<const FieldOfPart> fields,
@@ -68,6 +88,35 @@ void GatherStatistics(const Model& model, std::span<const FieldOfPart> fields,
           take(fields[next], turn->second);
           early.erase(turn);
         }
+      },
+      loading);
+}
+
+void CountElements(const Model& model,
+                   const std::function<void(std::size_t, std::shared_ptr<const ElementCounts>,
+                                            std::exception_ptr)>& take,
+                   const Loading& loading) {
+  std::vector<std::size_t> parts;
+  std::vector<WantedNumbers> wanted;
+  for (std::size_t i = 0; i < model.Parts().size(); ++i) {
+    if (const auto* lengths = model.Parts()[i].mesh.lengths) {
+      parts.push_back(i);
+      wanted.push_back({.variable = lengths, .count = TuplesOf(lengths->array)});
+    }
+  }
+  std::shared_ptr<const std::vector<float>> last;
+  std::shared_ptr<const ElementCounts> counts;
+  LoadInFileOrder(
+      model.GetTree(), wanted,
+      [&](const LoadedNumbers& numbers) {
+        const std::size_t part = parts[numbers.place];
+        if (numbers.failure == nullptr && numbers.values != last) {
+          last = numbers.values;
+          counts = CountsOf(*last);
+        }
+        const std::exception_ptr failure =
+            numbers.failure != nullptr ? numbers.failure : FaultOf(model, part, *counts);
+        take(part, failure == nullptr ? counts : nullptr, failure);
       },
       loading);
 }
