@@ -40,6 +40,7 @@ void AnswerWriter::BeginFile(const std::string& path) {
   failure_.reset();
   told_ = Told::OnStandardError;
   hasFacts_ = true;
+  nothing_.reset();
   ClearFacts();
 }
 
@@ -105,6 +106,11 @@ void AnswerWriter::FailWithoutFacts(const Failure& failure) {
   told_ = Told::OnStandardError;
 }
 
+void AnswerWriter::TellOfNothing(const std::string& why) {
+  ClearFacts();
+  nothing_ = why;
+}
+
 std::optional<Failure> AnswerWriter::GetFailure() const {
   if (failure_ || missing_.empty()) {
     return failure_;
@@ -163,6 +169,9 @@ void AnswerWriter::WriteEntry() {
     json.Member("format", FormatOf(style_.verb));
   }
   WriteHead(json);
+  if (nothing_) {
+    json.Member("noMatch", *nothing_);
+  }
   held_.CopyTo(output_->Stream());
   json.Close();
   if (isLine) {
@@ -173,6 +182,8 @@ void AnswerWriter::WriteEntry() {
 void AnswerWriter::TellFailure() const {
   if (const auto failure = GetFailure(); failure && told_ == Told::OnStandardError) {
     ReportFailure(path_, LineOf(*failure));
+  } else if (nothing_) {
+    ReportFailure(path_, *nothing_);
   }
 }
 

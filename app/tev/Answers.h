@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -73,6 +74,10 @@ class AnswerWriter {
   /// The same where there are no facts; those that have been written are dropped.
   void FailWithoutFacts(const Failure& failure);
 
+  /// Says that the file has nothing of what is asked for, and why: an ENTRY has "noMatch" in place
+  /// of facts. That is no failure of the file.
+  void TellOfNothing(const std::string& why);
+
   /// The failure of the file, as far as it is known; what is missing makes one.
   [[nodiscard]] std::optional<Failure> GetFailure() const;
 
@@ -110,6 +115,7 @@ class AnswerWriter {
   std::optional<Failure> failure_;
   Told told_ = Told::OnStandardError;
   bool hasFacts_ = true;  // or could have
+  std::optional<std::string> nothing_;
   bool hasFailed_ = false;
 
   HeldText held_;

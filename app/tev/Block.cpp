@@ -51,12 +51,14 @@ void ReadPieces(LbFile& file, const IndexItem& item, Take take) {
 
 /// The stored bytes may be many and the contents more, but the file has so many, and deflate makes
 /// no more of them.
-void WriteContents(LbFile& file, const IndexItem& item, AnswerWriter& writer) {
+void WriteContents(LbFile& file, std::size_t number, AnswerWriter& writer) {
+  const IndexItem& item = file.GetIndex().GetItems()[number];
+  const std::string name = NameOf({number, item.name});
   std::vector<unsigned char> stored;
   ReadPieces(file, item,
              [&stored](Bytes piece) { stored.insert(stored.end(), piece.begin(), piece.end()); });
   if (stored.size() < LbtLbf::kLengthFieldSize) {
-    throw Failure(FailureCode::Damaged, "the block is too short for a compressed block");
+    throw Failure(FailureCode::Damaged, name + " is too short for a compressed block");
   }
   const Bytes compressed = Bytes(stored).subspan(LbtLbf::kLengthFieldSize);
   const std::uint64_t room =
@@ -64,7 +66,7 @@ void WriteContents(LbFile& file, const IndexItem& item, AnswerWriter& writer) {
   const auto contents = std::make_unique_for_overwrite<unsigned char[]>(room);
   const LbtLbf::Inflated inflated = LbtLbf::Inflate(compressed, std::span(contents.get(), room));
   if (inflated.code != 0) {
-    throw Failure(FailureCode::Damaged, "zlib refuses the data of the block");
+    throw Failure(FailureCode::Damaged, "zlib refuses the data of " + name);
   }
   Write({contents.get(), static_cast<std::size_t>(inflated.length)}, writer.Text());
 }
@@ -79,7 +81,7 @@ void AnswerBlock(const Input& input, AnswerWriter& writer, const Arguments& argu
   }
   const IndexItem& item = items[arguments.number];
   if (item.IsCompressed() && !arguments.isRaw) {
-    WriteContents(file, item, writer);
+    WriteContents(file, arguments.number, writer);
   } else {
     std::ostream& stream = writer.Text();
     ReadPieces(file, item, [&stream](Bytes piece) { Write(piece, stream); });

@@ -71,9 +71,7 @@ constexpr const char* kNotes =
 Action SetUp(CLI::App& app) {
   const auto run = std::make_shared<FileRun>(FileRun{.verb = "cdf", .layout = TextLayout::Lines});
   const auto geometry = std::make_shared<std::string>();
-  app.add_option_function<std::string>(
-         "MODEL", [run](const std::string& path) { run->files = {path}; }, "The model file")
-      ->required();
+  AddModel(app, run);
   app.add_option("GEOMETRY", *geometry, "The name of the geometry")->required();
   app.add_option("OUTPUT", run->output, "The file to write")->required();
   run->answer = [geometry](const Input& input, AnswerWriter& writer) {

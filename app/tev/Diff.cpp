@@ -211,8 +211,8 @@ Verdict Run(const Options& options) {
   FileRun& run = *options.run;
   Output output(run.output);
   output.RequireApartFrom({options.a, options.b});
-  Inputs inputsA({options.a}, "");
-  Inputs inputsB({options.b}, "");
+  Inputs inputsA({options.a}, "", Inputs::Folders::Refused);
+  Inputs inputsB({options.b}, "", Inputs::Folders::Refused);
   Progress progress(run.progress);
   AnswerWriter writer({.verb = run.verb, .form = run.form, .layout = TextLayout::Lines}, output,
                       progress);

@@ -13,7 +13,8 @@ enum class Status : std::uint8_t { Done = 0, BadUsage = 1, FileFailed = 2 };
 
 /// Answers on one file through "writer": text or JSON, as the writer's form says. An exception or
 /// a GeometryAssertion is a failure of the file; text that was written until then stays, and facts
-/// do not. A UsageError ends the whole run.
+/// do not. A UsageError says that the file has nothing of what is asked for: a run on one file ends
+/// with it, one on several goes on.
 using AnswerFunction = std::function<void(const Input& input, AnswerWriter& writer)>;
 
 /// A run of a verb over files.
@@ -21,6 +22,7 @@ struct FileRun {
   std::string verb;  ///< its name
   std::vector<std::string> files{};
   std::string filesFrom{};  ///< a file of further names, as Inputs takes it
+  Inputs::Folders folders = Inputs::Folders::Walked;
   Form form = Form::Text;
   TextLayout layout = TextLayout::Sections;
   std::string csvHeading{};
@@ -33,6 +35,7 @@ struct FileRun {
   std::function<void(AnswerWriter& writer)> finish{};  ///< after the last file, where it is set
 };
 
-/// Writes the answers on all files as they come, and names those that failed on standard error.
+/// Writes the answers on all files as they come, and names those that failed on standard error, or
+/// that have nothing of what is asked for. Where none has, the usage was bad.
 /// Throws a Failure where the answer cannot be written, and a UsageError.
 [[nodiscard]] Status RunOverFiles(const FileRun& run);

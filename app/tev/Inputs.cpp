@@ -140,8 +140,11 @@ struct Inputs::Folder {
   std::size_t next = 0;
 };
 
-Inputs::Inputs(std::vector<std::string> paths, const std::string& names)
-    : paths_(std::move(paths)), namesPath_(names), isCountKnown_(names.empty()) {
+Inputs::Inputs(std::vector<std::string> paths, const std::string& names, Folders folders)
+    : paths_(std::move(paths)),
+      namesPath_(names),
+      folderUse_(folders),
+      isCountKnown_(names.empty()) {
   if (!names.empty()) {
     namesFile_.open(names == "-" ? "/dev/stdin" : names);
     if (!namesFile_) {
@@ -174,7 +177,8 @@ std::optional<std::size_t> Inputs::Count() const {
 }
 
 bool Inputs::CanBeMany() const {
-  return paths_.size() != 1 || !namesPath_.empty() || IsFolder(paths_.front());
+  return paths_.size() != 1 || !namesPath_.empty() ||
+         (folderUse_ == Folders::Walked && IsFolder(paths_.front()));
 }
 
 bool Inputs::Fail(const Failure& failure) {
@@ -212,7 +216,7 @@ bool Inputs::TakeNamed(const std::string& path) {
     if (const auto descriptor = DescriptorOf(path)) {
       return TakeDescriptor(*descriptor);
     }
-    if (IsFolder(path)) {
+    if (folderUse_ == Folders::Walked && IsFolder(path)) {
       return EnterFolder(path);
     }
     RequireModel(path);

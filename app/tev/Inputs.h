@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -33,9 +34,12 @@ struct Input {
 /// that are being walked.
 class Inputs {
  public:
+  enum class Folders : std::uint8_t { Walked, Refused };
+
   /// "names" is a file of further paths, each ended by NUL; "-" is standard input, "" is none.
   /// Throws a Failure where it cannot be opened.
-  Inputs(std::vector<std::string> paths, const std::string& names);
+  Inputs(std::vector<std::string> paths, const std::string& names,
+         Folders folders = Folders::Walked);
   ~Inputs();
   Inputs(const Inputs&) = delete;
   Inputs& operator=(const Inputs&) = delete;
@@ -65,6 +69,7 @@ class Inputs {
   std::string namesPath_;
   std::ifstream namesFile_;
   std::vector<Folder> folders_;  ///< those that are being walked, each in the one before
+  Folders folderUse_;
   bool isCountKnown_;
   Input input_;
   TemporaryFile copy_;

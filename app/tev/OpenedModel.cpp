@@ -130,7 +130,9 @@ class Loading : public LbtTev::LoadObserver {
       writer.AddMissing(text);
     }
     if (others_ > 0) {
-      writer.AddMissing(std::to_string(others_) + " more parts that follow from these");
+      writer.AddMissing(std::to_string(others_) +
+                        (others_ == 1 ? " more loss that follows" : " more losses that follow") +
+                        " from the others");
     }
   }
 

@@ -45,8 +45,7 @@ Sets Find(const Sets& all, const std::string& path, const std::string& name) {
 
 void WriteTable(const Sets& sets, AnswerWriter& writer) {
   using enum Table::Align;
-  Table table(writer.Text(), {{"Members", Right}, {"Name", Left}},
-              {.limit = writer.Columns(), .indent = 0});
+  Table table(writer.Text(), {{"Members", Right}, {"Name", Left}}, {.limit = writer.Columns()});
   for (const NodeSets::NodeSet* set : sets) {
     table.Add({std::to_string(set->members.size()), VisibleText(ShownName(*set))});
   }
@@ -105,13 +104,16 @@ constexpr const char* kNotes =
     "Exit status: 0 done, 1 bad usage or no such set, 2 the model failed.";
 
 Action SetUp(CLI::App& app) {
-  const auto run = AddModelOptions(app, {.verb = "sets", .layout = TextLayout::Lines});
+  const auto run = AddModelOptions(app, {.verb = "sets"});
   const auto name = std::make_shared<std::string>();
   app.add_option("NAME", *name, "The set whose node ids are wanted")->option_text(" ");
   run->answer = [name](const Input& input, AnswerWriter& writer) {
     AnswerSets(input, writer, *name);
   };
-  return [run] { return RunOverFiles(*run); };
+  return [run, name] {
+    run->layout = name->empty() ? TextLayout::Sections : TextLayout::Lines;
+    return RunOverFiles(*run);
+  };
 }
 
 }  // namespace

@@ -340,11 +340,7 @@ Action SetUp(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   const auto run =
       std::make_shared<FileRun>(FileRun{.verb = "values", .layout = TextLayout::Lines});
-  app.add_option_function<std::string>(
-         "MODEL", [run](const std::string& path) { run->files = {path}; },
-         "The model; - is standard input")
-      ->required()
-      ->option_text(" ");
+  AddModel(app, run);
   AddSelectionOptions(app, options->selection);
   app.add_option_function<std::string>(
          "--format",
@@ -355,8 +351,7 @@ Action SetUp(CLI::App& app) {
       ->check(CLI::IsMember({"csv", "npy"}))
       ->option_text("FORMAT");
   app.add_flag("--mesh", options->mesh, "Write the faces in place of fields");
-  app.add_option("-o,--output", run->output, "Write to FILE; - is standard output")
-      ->option_text("FILE");
+  AddOutputOptions(app, run);
   return [run, options] {
     std::string meshOutput;
     if (options->mesh && options->format == Format::Npy) {

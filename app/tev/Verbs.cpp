@@ -56,6 +56,7 @@ void AddAnswerOptions(CLI::App& app, const std::shared_ptr<FileRun>& run) {
 }
 
 void AddModel(CLI::App& app, const std::shared_ptr<FileRun>& run) {
+  run->folders = Inputs::Folders::Refused;
   app.add_option_function<std::string>(
          "MODEL", [run](const std::string& path) { run->files = {path}; },
          "The model; - is standard input")

@@ -22,8 +22,8 @@ using Action = std::function<Status()>;
 /// - In its setUp, call AddFileOptions (or AddModelOptions, where the verb is about one model), add
 ///   the verb's own options to the command line, and set the run's "answer": a function on one
 ///   file, which writes text to AnswerWriter::Text() or facts to AnswerWriter::Facts(). Models are
-///   opened by WithModel. What is thrown becomes the file's failure; a UsageError ends the run with
-///   status 1 and nothing written.
+///   opened by WithModel. What is thrown becomes the file's failure; a UsageError ends a run on one
+///   file with status 1 and nothing written.
 /// - "notes" ends the verb's help: examples, and statuses where they are its own.
 /// - Give it a schema in docs/schema, a man page in docs/man and a place in the completions.
 struct Verb {
@@ -47,7 +47,7 @@ void AddOutputOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
 /// Adds the above, "--json" and "--jsonl", and "--csv" where the run has a heading for it.
 void AddAnswerOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
 
-/// Adds "MODEL".
+/// Adds "MODEL", which is no folder.
 void AddModel(CLI::App& app, const std::shared_ptr<FileRun>& run);
 
 /// Adds "PATH..." and "--files0-from", and the above. Run the result by RunOverFiles.

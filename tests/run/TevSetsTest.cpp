@@ -15,9 +15,10 @@ using TevBlock = TevRun;
 TEST_F(TevSets, WithoutAName_AllSetsAreListed) {
   Write("a.tev", SmallModel());
   EXPECT_EQ(Answer({"sets", "a.tev"}),
-            "Members  Name\n"
-            "      2  Fixed\n"
-            "      1  Loaded\n");
+            "a.tev\n"
+            "  Members  Name\n"
+            "        2  Fixed\n"
+            "        1  Loaded\n");
 }
 
 TEST_F(TevSets, Name_GivesTheIdsOnePerLine) {
@@ -83,8 +84,9 @@ TEST_F(TevBlock, BlockThatZlibRefuses_CanBeHadRaw) {
   const RunResult run = Run({"block", "a.tev", "0"});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.output, "");
-  EXPECT_EQ(run.error,
-            "tev: a.tev: damaged: zlib refuses the data of the block (\"tev check\" tells more)\n");
+  EXPECT_EQ(
+      run.error,
+      "tev: a.tev: damaged: zlib refuses the data of block 0 (A) (\"tev check\" tells more)\n");
   EXPECT_EQ(Answer({"block", "--raw", "a.tev", "0"}), stored);
 }
 
