@@ -102,7 +102,7 @@ void TryEverything(const std::string& path, Outcomes& outcomes) {
   ++outcomes["report: " + EndOf([&] { Report(tree, TevInfo::NativeMetaData); })];
   ++outcomes["dump: " + EndOf([&] { Report(tree, TevInfo::ExtractData); })];
   ++outcomes["export: " + EndOf([&] { Export(tree); })];
-  for (const char* command : {"blocks", "tree", "info", "check"}) {
+  for (const char* command : {"list", "info", "tree", "results", "sets", "check", "blocks"}) {
     ++outcomes[std::string("tev ") + command + ": " + EndOfTev(command, path)];
   }
 }

@@ -1,0 +1,88 @@
+// Runs the verbs of tev on a dozen small models that are damaged in every systematic way, and
+// checks what they write as JSON: against the schemas, and against the exit status.
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <set>
+#include <string>
+
+#include "Mutants.h"
+#include "Scratch.h"
+#include "support/Process.h"
+#include "support/TempDir.h"
+#include "support/VariedModels.h"
+#include "tev/RunTev.h"
+
+namespace {
+
+/// Few files differ in what is told of them, so that most lines are checked once for many files.
+constexpr std::size_t kSlice = 97;
+
+/// A verb, with the option that makes it tell most.
+struct Command {
+  const char* verb;
+  const char* option;
+};
+
+class JsonSweep : public testing::TestWithParam<Command> {
+ protected:
+  /// Keeps the line on the file at "path", and expects a failure in it exactly where the status
+  /// says so.
+  void Take(const std::string& path) {
+    const std::string out = dir_ / "out";
+    const std::array<const char*, 7> arguments{"tev", GetParam().verb, GetParam().option, "--jsonl",
+                                               "-o",  out.c_str(),     path.c_str()};
+    const int status = RunTev(static_cast<int>(arguments.size()), arguments.data());
+    const std::string line = dir_.Read("out");
+    const bool hasFailed = line.find("\"failure\": {\"code\": \"") != std::string::npos;
+    const bool hasNone = line.find("\"failure\": null, ") != std::string::npos;
+    if (status != (hasFailed ? 2 : 0) || hasFailed == hasNone) {
+      ++contradictions_;
+      contradiction_ = "status " + std::to_string(status) + ": " + line;
+    }
+    ++count_;
+    lines_.insert(line);
+  }
+
+  const tevtest::TempDir dir_;
+  std::set<std::string> lines_;
+  std::size_t count_ = 0;
+  std::size_t contradictions_ = 0;
+  std::string contradiction_;
+};
+
+TEST_P(JsonSweep, EveryDamage_IsToldByTheSchemaAndByTheStatus) {
+  const ScratchFile file;
+  {
+    const Silence silence;
+    for (const tevtest::VariedModel& model : tevtest::VariedModels()) {
+      ForEachMutant(model.bytes, Stride(kSlice), [&](const std::string& mutant) {
+        file.Write(mutant);
+        Take(file.Path());
+      });
+    }
+  }
+  EXPECT_EQ(contradictions_, 0U) << contradiction_;
+  std::string all;
+  for (const std::string& line : lines_) {
+    all += line;
+  }
+  std::cout << GetParam().verb << ": " << count_ << " files, " << lines_.size() << " answers\n";
+  EXPECT_GT(lines_.size(), 50U);
+  const std::string source = TEVINFO_SOURCE_DIR;
+  const auto check =
+      tevtest::RunProgram({"python3", source + "/tests/run/check_tev_json.py", "lines",
+                           source + "/docs/schema/" + GetParam().verb + ".schema.json"},
+                          {.input = tevtest::Redirect::To(dir_.Write("lines", all))});
+  EXPECT_EQ(check.status, 0) << check.output << check.error;
+}
+
+INSTANTIATE_TEST_SUITE_P(Verbs, JsonSweep,
+                         testing::Values(Command{"list", "--jsonl"}, Command{"info", "--stats"},
+                                         Command{"tree", "--storage"},
+                                         Command{"results", "--stats"}, Command{"sets", "--jsonl"},
+                                         Command{"check", "--all"}, Command{"blocks", "--jsonl"}),
+                         [](const auto& command) { return std::string(command.param.verb); });
+
+}  // namespace
