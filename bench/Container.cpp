@@ -15,7 +15,7 @@
 
 #include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Lbf/LbFile.h"
-#include "Lbt/Util/UnShuffle.h"
+#include "Lbt/Util/StoredNumbers.h"
 #include "support/ByteWriter.h"
 #include "support/ContainerWriter.h"
 #include "support/TempDir.h"

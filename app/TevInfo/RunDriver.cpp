@@ -9,11 +9,11 @@
 #include <utility>
 
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Tev/LastingModel.h"
+#include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/TevInfo/Entries.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Tev/TevInfo/TevInfo.h"
-#include "Lbt/Util/FileSize.h"
+#include "Lbt/Util/FileAccess.h"
 #include "Lbt/Util/MemoryUsage.h"
 #include "TevInfo/CommandLine.h"
 #include "TevInfo/Output.h"

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "Lbt/Lbf/ContainerListing.h"
-#include "Lbt/Util/FileSize.h"
-#include "Lbt/Util/ToString.h"
+#include "Lbt/Util/FileAccess.h"
+#include "Lbt/Util/NumberText.h"
 #include "tev/OpenedModel.h"
 #include "tev/Table.h"
 #include "tev/Verbs.h"

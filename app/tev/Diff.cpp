@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Lbt/Tev/Analysis/ModelDifference.h"
-#include "Lbt/Util/ToString.h"
+#include "Lbt/Util/NumberText.h"
 #include "tev/FieldOptions.h"
 #include "tev/Json.h"
 #include "tev/OpenedModel.h"

@@ -10,7 +10,7 @@
 
 #include "Lbt/Tev/Analysis/Facts.h"
 #include "Lbt/Tev/Analysis/Model.h"
-#include "Lbt/Tev/ModifierInfo.h"
+#include "Lbt/Tev/BlockVersionedIo.h"
 #include "tev/FieldOptions.h"
 #include "tev/InfoText.h"
 #include "tev/Json.h"

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Facts.h"
-#include "Lbt/Tev/ModifierInfo.h"
-#include "Lbt/Util/FileSize.h"
-#include "Lbt/Util/ToString.h"
+#include "Lbt/Tev/BlockVersionedIo.h"
+#include "Lbt/Util/FileAccess.h"
+#include "Lbt/Util/NumberText.h"
 #include "tev/RootFacts.h"
 #include "tev/Table.h"
 #include "tev/VisibleText.h"

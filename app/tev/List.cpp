@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Model.h"
-#include "Lbt/Util/FileSize.h"
+#include "Lbt/Util/FileAccess.h"
 #include "tev/Json.h"
 #include "tev/OpenedModel.h"
 #include "tev/RootFacts.h"

@@ -1,10 +1,8 @@
 #pragma once
 
-#include "Lbt/Tev/FutureNode.h"
 #include "Lbt/Tev/Geometry.h"
-#include "Lbt/Tev/Group.h"
+#include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/NodeSets.h"
-#include "Lbt/Tev/Shape.h"
 
 /// Calls "visitor" with the node as what it is: a group, shape, geometry, node sets or
 /// future node. Nothing is called for any other.

@@ -10,7 +10,7 @@
 #include "Lbt/Lbf/ContainerListing.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Vocabulary.h"
-#include "Lbt/Util/ToString.h"
+#include "Lbt/Util/NumberText.h"
 #include "tev/NodeVisit.h"
 #include "tev/VisibleText.h"
 #include "tev/Wording.h"

@@ -15,7 +15,7 @@
 #include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
 #include "Lbt/Tev/Vocabulary.h"
-#include "Lbt/Util/Clamped.h"
+#include "Lbt/Util/StoredNumbers.h"
 #include "tev/FieldOptions.h"
 #include "tev/OpenedModel.h"
 #include "tev/ValueForms.h"

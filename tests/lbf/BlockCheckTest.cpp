@@ -5,7 +5,7 @@
 
 #include <random>
 
-#include "Lbt/Lbf/BlockCheck.h"
+#include "Lbt/Lbf/ContainerListing.h"
 #include "support/ByteWriter.h"
 #include "support/ContainerWriter.h"
 #include "support/MemoryAllowance.h"

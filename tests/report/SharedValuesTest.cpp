@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "Lbt/Tev/TevInfo/SharedValues.h"
+#include "Lbt/Tev/TevInfo/TevDataset.h"
 
 namespace {
 

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "Failure.h"
-#include "Lbt/Tev/AttributeSetCache.h"
 #include "Lbt/Tev/Attributes.h"
 #include "Lbt/Tev/Geometry.h"
 #include "ModelOnDisk.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Failure.h"
-#include "Lbt/Tev/DataLoader.h"
+#include "Lbt/Tev/NumericArray.h"
 #include "ModelOnDisk.h"
 #include "TraceText.h"
 #include "support/Hex.h"

@@ -15,7 +15,7 @@
 #include "Lbt/Tev/Attributes.h"
 #include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Tev/Geometry.h"
-#include "Lbt/Tev/Group.h"
+#include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/NodeSets.h"
 #include "Lbt/Tev/OpenModel.h"
 #include "ModelOnDisk.h"

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "Failure.h"
-#include "Lbt/Tev/Group.h"
+#include "Lbt/Tev/Node.h"
 #include "ModelOnDisk.h"
 #include "support/Attributes.h"
 #include "support/ByteWriter.h"

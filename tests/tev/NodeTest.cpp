@@ -7,14 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "Lbt/Tev/FutureNode.h"
+#include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Tev/Geometry.h"
-#include "Lbt/Tev/Group.h"
-#include "Lbt/Tev/Material.h"
-#include "Lbt/Tev/ModifierInfo.h"
 #include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/NodeSets.h"
-#include "Lbt/Tev/Shape.h"
 
 namespace LbtTev {
 namespace {

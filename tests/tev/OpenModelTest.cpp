@@ -8,9 +8,8 @@
 
 #include "Failure.h"
 #include "Lbt/Tev/Geometry.h"
-#include "Lbt/Tev/Group.h"
+#include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/OpenModel.h"
-#include "Lbt/Tev/Shape.h"
 #include "RecordBlock.h"
 #include "support/ContainerWriter.h"
 #include "support/SmallModel.h"

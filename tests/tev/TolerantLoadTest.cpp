@@ -8,10 +8,9 @@
 
 #include "Failure.h"
 #include "Lbt/Tev/Geometry.h"
-#include "Lbt/Tev/Group.h"
+#include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/NodeSets.h"
 #include "Lbt/Tev/OpenModel.h"
-#include "Lbt/Tev/Shape.h"
 #include "ModelOnDisk.h"
 #include "support/SmallModel.h"
 

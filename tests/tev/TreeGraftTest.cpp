@@ -8,7 +8,7 @@
 
 #include "Failure.h"
 #include "Lbt/Tev/Geometry.h"
-#include "Lbt/Tev/Group.h"
+#include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/NodeSets.h"
 #include "Lbt/Tev/Tree.h"
 #include "ModelOnDisk.h"

@@ -6,11 +6,9 @@
 #include <vector>
 
 #include "Failure.h"
-#include "Lbt/Tev/FutureNode.h"
 #include "Lbt/Tev/Geometry.h"
-#include "Lbt/Tev/Group.h"
+#include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/NodeSets.h"
-#include "Lbt/Tev/Shape.h"
 #include "Lbt/Tev/Tree.h"
 #include "ModelOnDisk.h"
 #include "TraceText.h"

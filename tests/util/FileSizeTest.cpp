@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "Lbt/Util/FileSize.h"
+#include "Lbt/Util/FileAccess.h"
 #include "support/Process.h"
 #include "support/TempDir.h"
 

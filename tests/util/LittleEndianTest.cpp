@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "Lbt/Util/LittleEndian.h"
+#include "Lbt/Util/StoredNumbers.h"
 #include "support/Hex.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <limits>
 #include <sstream>
 
-#include "Lbt/Util/ToString.h"
+#include "Lbt/Util/NumberText.h"
 
 namespace {
 

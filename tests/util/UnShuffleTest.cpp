@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-#include "Lbt/Util/UnShuffle.h"
+#include "Lbt/Util/StoredNumbers.h"
 #include "support/Hex.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Lbt/Lbf/Block.h"
-#include "Lbt/Util/LittleEndian.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 /// How values lie in a block: little-endian, unaligned, back to back, without type
 /// tags.

@@ -1,13 +1,27 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "Lbt/Lbf/Block.h"
 #include "Lbt/Lbf/CopyFromBlock.h"
-#include "Lbt/Tev/Material.h"
-#include "Lbt/Tev/ModifierInfo.h"
+#include "Lbt/Tev/Node.h"
 
 namespace LbtTev {
+
+/// A program that wrote or modified the file.
+struct ModifierInfo {
+  bool operator==(const ModifierInfo&) const = default;
+
+  std::string unstored;  ///< not in the file
+  std::string applicationName;
+  std::string applicationVersion;
+  std::string tevVersion;
+  std::string date;
+  std::string unreported;  ///< in the file, without a meaning here
+  std::string userName;
+  std::string comment;
+};
 
 /// Reads one self-describing record: recordSize (u32, counted from its own first
 /// byte; absent where LbtLbf::tev_file_version is "0.1", "0.1a", "0.1b" or "0.2"),

@@ -1,8 +1,13 @@
 #pragma once
 
+#include <array>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <typeinfo>
+
+#include "Lbt/Tev/ModelStreams.h"
+#include "Lbt/Util/AttributeValue.h"
 
 namespace LbtTev {
 
@@ -43,5 +48,69 @@ template <class T, class Base>
   // NOLINTNEXTLINE(cppcoreguidelines-pro-type-static-cast-downcast): the type is the very one
   return node != nullptr && typeid(*node) == typeid(T) ? static_cast<Target*>(node) : nullptr;
 }
+
+/// Stands for a node of a kind that this build does not know: it keeps the node's
+/// name and place in the tree.
+class FutureNode final : public Node {
+ public:
+  [[nodiscard]] std::string GetType() const override { return "FutureNode"; }
+
+  std::string storedType;  ///< the kind's name, as the tree record has it
+  LbtUtil::AttributeMap attributes;
+};
+
+/// How a surface looks. Colours are red, green, blue and alpha from 0 to 1. A new
+/// one has the values of a shape without a material record.
+class Material final : public Node {
+ public:
+  [[nodiscard]] std::string GetType() const override { return "Material"; }
+  [[nodiscard]] std::string GetVersion() const override { return "0.3"; }
+  /// The same as GetVersion().
+  [[nodiscard]] virtual std::string getVersion() const { return "0.3"; }
+
+  std::array<float, 4> diffuse{0.8F, 0.8F, 0.8F, 1.0F};
+  std::array<float, 4> specular{0, 0, 0, 1.0F};
+  std::array<float, 4> emissive{};  ///< records hold the first three
+  /// A fifth of diffuse; records hold the first three.
+  std::array<float, 4> ambient{0.8F * 0.2F, 0.8F * 0.2F, 0.8F * 0.2F, 1.0F * 0.2F};
+  float shininess = 0;
+  float materialFactor = 0.2F;  ///< in records from version "0.2" on
+  bool materialFlag = true;     ///< in records from version "0.3" on
+};
+
+/// A part: its material, and as first child in the tree its geometry.
+class Shape final : public Node {
+ public:
+  [[nodiscard]] std::string GetType() const override { return "Shape"; }
+  [[nodiscard]] std::string GetVersion() const override { return "0.2"; }
+
+  Material material;
+};
+
+/// A node that holds others together: a transformation and named attributes.
+class Group final : public Node {
+ public:
+  [[nodiscard]] std::string GetType() const override { return "Group"; }
+  [[nodiscard]] std::string GetVersion() const override { return "0.4"; }
+
+  /// Reads the group's data by its record version:
+  ///
+  ///   "0.0a", "0.1"  nothing
+  ///   "0.2"          translation, rotation, scale from the light data
+  ///   "0.3"          and one attribute set
+  ///   any other      and groupByte from the light data
+  ///
+  /// Throws what reading streams throws.
+  void Read(ModelStreams& streams, std::string_view version);
+  /// The same from the streams of these names.
+  void ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
+              std::string_view attributesBlockName, std::string_view version);
+
+  std::array<float, 3> translation{0, 0, 0};
+  std::array<float, 4> rotation{0, 0, 1, 0};  ///< axis (x, y, z), then the angle
+  std::array<float, 3> scale{1, 1, 1};
+  LbtUtil::AttributeMap attributes;
+  unsigned char groupByte = 0;  ///< not 0 where a file may be grafted under the group
+};
 
 }  // namespace LbtTev

@@ -8,9 +8,9 @@
 
 #include "Lbt/Adt/AdtTree.h"
 #include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Tev/LoadObserver.h"
 #include "Lbt/Tev/ModelStreams.h"
-#include "Lbt/Tev/ModifierInfo.h"
 #include "Lbt/Tev/Node.h"
 
 namespace LbtTev {

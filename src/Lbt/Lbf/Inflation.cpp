@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "Lbt/Util/Exception.h"
-#include "Lbt/Util/LittleEndian.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtLbf {
 

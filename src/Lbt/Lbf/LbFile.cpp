@@ -13,8 +13,8 @@
 
 #include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Util/LittleEndian.h"
-#include "Lbt/Util/ToString.h"
+#include "Lbt/Util/NumberText.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtLbf {
 

@@ -1,8 +1,9 @@
-// Reads attribute sets: views of the stored lists first, values then.
+// Reads attribute sets, those that repeat once.
 
 #include "Lbt/Tev/Attributes.h"
 
 #include <string>
+#include <utility>
 
 namespace LbtUtil {
 
@@ -67,3 +68,46 @@ void ReadAttributesFromLbf(LbtLbf::LbFile& file, std::string_view blockName,
 }
 
 }  // namespace LbtUtil
+
+namespace LbtTev {
+
+namespace {
+
+constexpr std::size_t kLongestSet = 1024;
+constexpr std::size_t kMostSets = 1024;
+
+}  // namespace
+
+bool AttributeSetCache::IsOfUse(std::string_view storedSet) const {
+  return !hasGivenUp_ && !storedSet.empty() && storedSet.size() <= kLongestSet;
+}
+
+const AttributeSetCache::Result* AttributeSetCache::Find(std::string_view storedSet) {
+  if (!IsOfUse(storedSet)) {
+    return nullptr;
+  }
+  if (last_ == nullptr || last_->first != storedSet) {
+    const auto found = results_.find(storedSet);
+    last_ = found == results_.end() ? nullptr : &*found;
+  }
+  hits_ += last_ == nullptr ? 0 : 1;
+  return last_ == nullptr ? nullptr : &last_->second;
+}
+
+void AttributeSetCache::Keep(std::string_view storedSet, Result result) {
+  if (!IsOfUse(storedSet)) {
+    return;
+  }
+  if (results_.size() == kMostSets) {
+    hasGivenUp_ = hits_ < kMostSets;
+    results_.clear();
+    last_ = nullptr;
+    hits_ = 0;
+    if (hasGivenUp_) {
+      return;
+    }
+  }
+  results_.insert_or_assign(std::string(storedSet), std::move(result));
+}
+
+}  // namespace LbtTev

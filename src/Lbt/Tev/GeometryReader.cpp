@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <utility>
 
-#include "Lbt/Tev/AttributeSetCache.h"
 #include "Lbt/Tev/Attributes.h"
 #include "Lbt/Tev/Geometry.h"
 

@@ -1,13 +1,12 @@
-// Makes the nodes of a tree from their records.
+// Makes nodes of their records and reads their data.
 
 #include "NodeFactory.h"
 
+#include "Lbt/Tev/Attributes.h"
 #include "Lbt/Tev/BlockVersionedIo.h"
-#include "Lbt/Tev/FutureNode.h"
 #include "Lbt/Tev/Geometry.h"
-#include "Lbt/Tev/Group.h"
+#include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/NodeSets.h"
-#include "Lbt/Tev/Shape.h"
 
 namespace LbtTev {
 
@@ -96,6 +95,32 @@ std::unique_ptr<Node> ReadNode(ModelStreams& streams, const TreeRecord& record,
     node->recordVersion = record.version;
   }
   return node;
+}
+
+void Group::Read(ModelStreams& streams, std::string_view version) {
+  if (Holds(version, RecordPart::GroupTransform)) {
+    streams.Attempt(streams.light, [&] {
+      streams.light.GetFloats(translation);
+      streams.light.GetFloats(rotation);
+      streams.light.GetFloats(scale);
+    });
+  }
+  if (Holds(version, RecordPart::GroupAttributes)) {
+    streams.Attempt(streams.attributes,
+                    [&] { LbtUtil::ReadAttributes(streams.attributes, attributes); });
+  }
+  if (Holds(version, RecordPart::GroupByte)) {
+    streams.Attempt(streams.light, [&] { streams.light.Get(groupByte); });
+  }
+}
+
+void Group::ReadVc(LbtLbf::LbFile& file, std::string_view lightDataBlockName,
+                   std::string_view attributesBlockName, std::string_view version) {
+  StreamNames names;
+  names.light = lightDataBlockName;
+  names.attributes = attributesBlockName;
+  ModelStreams streams(file, names);
+  Read(streams, version);
 }
 
 }  // namespace LbtTev

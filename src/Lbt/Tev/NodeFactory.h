@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "Lbt/Tev/AttributeSetCache.h"
+#include "Lbt/Tev/Attributes.h"
 #include "Lbt/Tev/ModelStreams.h"
 #include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/TreeRecord.h"

@@ -2,7 +2,7 @@
 
 #include "Lbt/Tev/TreeRecord.h"
 
-#include "Lbt/Util/LittleEndian.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtTev {
 

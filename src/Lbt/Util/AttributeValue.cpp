@@ -2,7 +2,7 @@
 
 #include "Lbt/Util/AttributeValue.h"
 
-#include "Lbt/Util/ToString.h"
+#include "Lbt/Util/NumberText.h"
 
 namespace LbtUtil {
 

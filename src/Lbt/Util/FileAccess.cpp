@@ -1,4 +1,4 @@
-// Opens files so that nothing hangs and no model is ever written to.
+// Opens files so that nothing hangs or is changed by mistake, and tells their sizes.
 
 #include "Lbt/Util/FileAccess.h"
 
@@ -9,8 +9,11 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <string_view>
 #include <utility>
+
+#include "Lbt/Util/NumberText.h"
 
 namespace Lbt::Util {
 
@@ -136,3 +139,28 @@ std::optional<int> OpenLog(const std::string& path) {
 }
 
 }  // namespace Lbt::Util
+
+namespace LbtUtil {
+
+std::string GetFileSize(const char* path) {
+  struct stat status {};
+  if (stat(path, &status) != 0) {
+    return std::strerror(errno);
+  }
+  return FileSizeText(status.st_size);
+}
+
+std::string FileSizeText(std::int64_t bytes) {
+  constexpr float kPerMebibyte = 1.0F / 1048576.0F;
+  constexpr float kPerKibibyte = 0.0009765625F;
+  const auto size = static_cast<float>(bytes);
+  if (size * kPerMebibyte > 1.0F) {
+    return Lbt::Util::ToString(size * kPerMebibyte) + " MB";
+  }
+  if (size * kPerKibibyte > 1.0F) {
+    return Lbt::Util::ToString(size * kPerKibibyte) + " KB";
+  }
+  return Lbt::Util::ToString(size) + " B";
+}
+
+}  // namespace LbtUtil

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "Lbt/Tev/ModifierInfo.h"
+#include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Tev/TevInfo/TevInfo.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Lbt/Tev/ModifierInfo.h"
+#include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Tev/TevInfo/TevDataset.h"
 #include "Lbt/Tev/Tree.h"
 #include "Lbt/Util/AttributeValue.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Lbt/Tev/TevInfo/TevDataset.h"
-#include "Lbt/Util/ToString.h"
+#include "Lbt/Util/NumberText.h"
 
 /// The XML namespaces of the metadata document.
 inline constexpr const char* kNativeNamespaceUri = "urn:lbt:tev:metadata";

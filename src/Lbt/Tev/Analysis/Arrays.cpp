@@ -7,7 +7,7 @@
 #include <numeric>
 
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Util/UnShuffle.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtTev::Analysis {
 

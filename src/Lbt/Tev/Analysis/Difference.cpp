@@ -7,7 +7,7 @@
 #include <limits>
 #include <utility>
 
-#include "Lbt/Util/Clamped.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtTev::Analysis {
 

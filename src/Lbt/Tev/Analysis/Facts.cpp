@@ -6,7 +6,7 @@
 #include <ctime>
 #include <type_traits>
 
-#include "Lbt/Tev/Group.h"
+#include "Lbt/Tev/Node.h"
 
 namespace LbtTev::Analysis {
 

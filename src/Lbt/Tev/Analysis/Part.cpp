@@ -3,8 +3,7 @@
 #include <utility>
 
 #include "Lbt/Tev/Analysis/Model.h"
-#include "Lbt/Tev/Group.h"
-#include "Lbt/Tev/Shape.h"
+#include "Lbt/Tev/Node.h"
 
 namespace LbtTev::Analysis {
 

@@ -5,7 +5,7 @@
 #include <array>
 #include <cmath>
 
-#include "Lbt/Util/Clamped.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtTev::Analysis {
 

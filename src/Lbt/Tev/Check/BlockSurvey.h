@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "FindingLog.h"
-#include "Lbt/Lbf/BlockCheck.h"
+#include "Lbt/Lbf/ContainerListing.h"
 #include "Lbt/Lbf/LbFile.h"
 
 namespace LbtTev::Check {

@@ -6,7 +6,7 @@
 #include <array>
 #include <string_view>
 
-#include "Lbt/Lbf/BlockCheck.h"
+#include "Lbt/Lbf/ContainerListing.h"
 #include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/Vocabulary.h"

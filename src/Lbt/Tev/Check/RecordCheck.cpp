@@ -4,71 +4,42 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <numeric>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <utility>
+#include <vector>
+
+#include "Lbt/Adt/ChildWalk.h"
 
 namespace LbtTev::Check {
 
-using LbtTev::TreeRecord;
-using Link = unsigned int TreeRecord::*;
-
 namespace {
 
-/// Tree records as a tree has them: one for each id, by id, and one for the root in any case.
-class RecordGraph {
+/// The tree that records describe, with each record as the data of its entry. Of those with one id
+/// the last counts, as in a loaded tree, which may lack nodes that records name.
+class RecordTree : public LbtAdt::Tree<const PlacedRecord*> {
  public:
-  /// No node.
-  static constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
-
-  /// "records" must outlive this. Of those with one id, the last counts.
-  explicit RecordGraph(const std::vector<PlacedRecord>& records);
-  RecordGraph(const RecordGraph&) = delete;
-  RecordGraph& operator=(const RecordGraph&) = delete;
-  ~RecordGraph() = default;
-
-  /// Nodes are numbered from 0 on, in the order of their ids.
-  [[nodiscard]] std::size_t Count() const { return nodes_.size(); }
-  [[nodiscard]] const PlacedRecord& At(std::size_t node) const { return *nodes_[node]; }
-
-  /// None for id 0, which means none in every link, and for one that no record has.
-  [[nodiscard]] std::size_t Find(unsigned int id) const;
-
-  [[nodiscard]] std::size_t Root() const { return Find(kRootId); }
+  /// "records" must outlive this.
+  explicit RecordTree(const std::vector<PlacedRecord>& records) {
+    missingRoot_.id = kRootId;
+    Insert({.id = kRootId, .data = &missingRoot_});
+    for (const PlacedRecord& record : records) {
+      Insert({record.id, record.parent, record.previousSibling, record.nextSibling,
+              record.firstChild, record.lastChild, &record});
+    }
+  }
+  RecordTree(const RecordTree&) = delete;
+  RecordTree& operator=(const RecordTree&) = delete;
+  ~RecordTree() = default;
 
  private:
-  static constexpr unsigned int kRootId = 1;
-
-  PlacedRecord rootless_;  // stands for a root that no record has
-  std::vector<const PlacedRecord*> nodes_;
+  PlacedRecord missingRoot_;  // stands for a root that no record has
 };
 
-constexpr std::size_t kNone = RecordGraph::kNone;
-
-unsigned int IdOf(const PlacedRecord* record) { return record->id; }
-
-RecordGraph::RecordGraph(const std::vector<PlacedRecord>& records) {
-  rootless_.id = kRootId;
-  nodes_.reserve(records.size() + 1);
-  nodes_.push_back(&rootless_);
-  for (const PlacedRecord& record : records) {
-    nodes_.push_back(&record);
-  }
-  std::ranges::stable_sort(nodes_, {}, IdOf);
-  // From the end, so that the last of each id is the one that stays.
-  const auto dropped = std::unique(
-      nodes_.rbegin(), nodes_.rend(),
-      [](const PlacedRecord* one, const PlacedRecord* other) { return one->id == other->id; });
-  nodes_.erase(nodes_.begin(), dropped.base());
-}
-
-std::size_t RecordGraph::Find(unsigned int id) const {
-  const auto found = std::ranges::lower_bound(nodes_, id, {}, IdOf);
-  const bool isThere = id != 0 && found != nodes_.end() && (*found)->id == id;
-  return isThere ? static_cast<std::size_t>(found - nodes_.begin()) : kNone;
-}
+using Entry = LbtAdt::TreeNode<const PlacedRecord*>;
+using Link = unsigned int Entry::*;
 
 /// Tells of records, and where in the file they are.
 class Teller {
@@ -116,154 +87,89 @@ struct NamedLink {
   const char* name;
 };
 
-constexpr std::array<NamedLink, 5> kLinks{{{&TreeRecord::parent, "parent"},
-                                           {&TreeRecord::previousSibling, "previous sibling"},
-                                           {&TreeRecord::nextSibling, "next sibling"},
-                                           {&TreeRecord::firstChild, "first child"},
-                                           {&TreeRecord::lastChild, "last child"}}};
+constexpr std::array<NamedLink, 5> kLinks{{{&Entry::parent, "parent"},
+                                           {&Entry::previousSibling, "previous sibling"},
+                                           {&Entry::nextSibling, "next sibling"},
+                                           {&Entry::firstChild, "first child"},
+                                           {&Entry::lastChild, "last child"}}};
 
-void FindLinksToNothing(const RecordGraph& graph, const Teller& tell) {
-  for (std::size_t node = 0; node < graph.Count(); ++node) {
+void FindLinksToNothing(const RecordTree& tree, const Teller& tell) {
+  for (const auto& [id, entry] : tree.GetNodes()) {
     for (const NamedLink& link : kLinks) {
-      const unsigned int id = graph.At(node).*link.link;
-      if (id != 0 && graph.Find(id) == kNone) {
-        tell(graph.At(node), Finding::Kind::LinkToNothing,
-             std::string("its ") + link.name + " is a node that does not exist", id);
+      const unsigned int target = entry.*link.link;
+      if (target != 0 && tree.FindNode(target) == nullptr) {
+        tell(*entry.data, Finding::Kind::LinkToNothing,
+             std::string("its ") + link.name + " is a node that does not exist", target);
       }
     }
   }
 }
 
 /// Finds shapes that reports cannot be made of. A link to nothing has been told of already.
-void FindShapesWithoutGeometry(const RecordGraph& graph, const Teller& tell) {
-  for (std::size_t node = 0; node < graph.Count(); ++node) {
-    const PlacedRecord& record = graph.At(node);
-    if (record.type != "Shape") {
+void FindShapesWithoutGeometry(const RecordTree& tree, const Teller& tell) {
+  for (const auto& [id, entry] : tree.GetNodes()) {
+    if (entry.data->type != "Shape") {
       continue;
     }
-    const std::size_t child = graph.Find(record.firstChild);
-    if (record.firstChild == 0 || (child != kNone && graph.At(child).type != "Geometry")) {
-      tell(record, Finding::Kind::NoGeometry, "the first child of a shape must be a geometry",
-           record.firstChild);
+    const Entry* child = tree.FindNode(entry.firstChild);
+    if (entry.firstChild == 0 || (child != nullptr && child->data->type != "Geometry")) {
+      tell(*entry.data, Finding::Kind::NoGeometry, "the first child of a shape must be a geometry",
+           entry.firstChild);
     }
   }
 }
 
 /// Finds the rings that the links of one kind form: each node has one, so following them
 /// either ends or comes back. Every node is passed once.
-void FindRings(const RecordGraph& graph, Link link, const std::string& text, const Teller& tell) {
-  std::vector<std::size_t> seenFrom(graph.Count(), kNone);
-  for (std::size_t start = 0; start < graph.Count(); ++start) {
-    std::size_t node = start;
-    while (node != kNone && seenFrom[node] == kNone) {
-      seenFrom[node] = start;
-      node = graph.Find(graph.At(node).*link);
+void FindRings(const RecordTree& tree, Link link, const std::string& text, const Teller& tell) {
+  std::unordered_map<const Entry*, const Entry*> seenFrom;
+  for (const auto& [id, start] : tree.GetNodes()) {
+    const Entry* entry = &start;
+    while (entry != nullptr && seenFrom.try_emplace(entry, &start).second) {
+      entry = tree.FindNode(entry->*link);
     }
-    if (node != kNone && seenFrom[node] == start) {
-      tell(graph.At(node), Finding::Kind::Cycle, text);
+    if (entry != nullptr && seenFrom[entry] == &start) {
+      tell(*entry->data, Finding::Kind::Cycle, text);
     }
   }
 }
 
-/// Goes through the lists of children, each node once and each list up to the first node that
-/// was met before. Keeps a stack of its own: models may nest to any depth.
-class ChildWalk {
+/// Tells of nodes that lists of children name more than once.
+class ChildFaults {
  public:
-  ChildWalk(const RecordGraph& graph, const Teller& tell)
-      : graph_(&graph), tell_(&tell), parents_(graph.Count(), kNone), states_(graph.Count()) {}
+  explicit ChildFaults(const Teller& tell) : tell_(&tell) {}
 
-  /// Walks what lies below "top"; false where that was met before.
-  bool From(std::size_t top) {
-    if (states_[top] != State::Unmet) {
-      return false;
+  void OnEntry(const Entry& /*entry*/, std::size_t /*depth*/) const {}
+
+  void OnMetAgain(const Entry& entry, const Entry* firstParent, const Entry& parent,
+                  bool isOpen) const {
+    const std::string otherId = std::to_string(parent.id);
+    if (isOpen) {
+      (*tell_)(*entry.data, Finding::Kind::Cycle,
+               "it stands below itself, in the children of node " + otherId);
+    } else if (firstParent != nullptr && firstParent != &parent) {
+      (*tell_)(*entry.data, Finding::Kind::SharedChild,
+               "it stands in the children of node " + std::to_string(firstParent->id) +
+                   " and of node " + otherId);
     }
-    Enter(top);
-    while (!open_.empty()) {
-      const std::size_t parent = open_.back().node;
-      const std::size_t child = open_.back().next;
-      if (child == kNone) {
-        states_[parent] = State::Done;
-        open_.pop_back();
-      } else if (states_[child] != State::Unmet) {
-        open_.back().next = kNone;  // the rest of the list has been seen
-        Report(child, parent);
-      } else {
-        open_.back().next = graph_->Find(graph_->At(child).nextSibling);
-        parents_[child] = parent;
-        Enter(child);
-      }
-    }
-    return true;
   }
 
  private:
-  enum class State : unsigned char {
-    Unmet,
-    Open,  // it, or what lies below it, is at work
-    Done,
-  };
-  struct Level {
-    std::size_t node;
-    std::size_t next;
-  };
-
-  void Enter(std::size_t node) {
-    states_[node] = State::Open;
-    open_.push_back({node, graph_->Find(graph_->At(node).firstChild)});
-  }
-
-  void Report(std::size_t child, std::size_t parent) {
-    const std::string otherId = std::to_string(graph_->At(parent).id);
-    if (states_[child] == State::Open) {
-      (*tell_)(graph_->At(child), Finding::Kind::Cycle,
-               "it stands below itself, in the children of node " + otherId);
-    } else if (parents_[child] != kNone && parents_[child] != parent) {
-      (*tell_)(graph_->At(child), Finding::Kind::SharedChild,
-               "it stands in the children of node " +
-                   std::to_string(graph_->At(parents_[child]).id) + " and of node " + otherId);
-    }
-  }
-
-  const RecordGraph* graph_;
   const Teller* tell_;
-  std::vector<std::size_t> parents_;
-  std::vector<State> states_;
-  std::vector<Level> open_;
 };
-
-/// Which nodes stand in some list of children.
-std::vector<bool> ChildrenIn(const RecordGraph& graph) {
-  std::vector<bool> isChild(graph.Count());
-  for (std::size_t parent = 0; parent < graph.Count(); ++parent) {
-    std::size_t child = graph.Find(graph.At(parent).firstChild);
-    while (child != kNone && !isChild[child]) {
-      isChild[child] = true;
-      child = graph.Find(graph.At(child).nextSibling);
-    }
-  }
-  return isChild;
-}
 
 /// Finds what is wrong with the lists of children. Of nodes that the root does not reach, only
 /// the topmost are told.
-void FindChildFaults(const RecordGraph& graph, bool areAll, const Teller& tell) {
-  ChildWalk walk(graph, tell);
-  walk.From(graph.Root());
-  const auto walkTop = [&](std::size_t top) {
-    if (walk.From(top) && areAll) {
-      tell(graph.At(top), Finding::Kind::UnreferencedNode,
+void FindChildFaults(const RecordTree& tree, bool areAll, const Teller& tell) {
+  ChildFaults faults(tell);
+  LbtAdt::ChildWalk<const PlacedRecord*, ChildFaults> walk(tree, faults);
+  walk.FromRoot();
+  walk.FromTheRest([&](const Entry& top) {
+    if (areAll) {
+      tell(*top.data, Finding::Kind::UnreferencedNode,
            "no list of children leads to it from the root");
     }
-  };
-  const std::vector<bool> isChild = ChildrenIn(graph);
-  for (std::size_t node = 0; node < graph.Count(); ++node) {
-    if (!isChild[node]) {
-      walkTop(node);
-    }
-  }
-  for (std::size_t node = 0; node < graph.Count(); ++node) {
-    walkTop(node);  // what is left are rings, in which each one has a parent
-  }
+  });
 }
 
 }  // namespace
@@ -271,15 +177,15 @@ void FindChildFaults(const RecordGraph& graph, bool areAll, const Teller& tell) 
 void CheckStructure(const TreeRecords& read, const StreamMap& map, FindingLog& log) {
   const Teller tell(map, log);
   FindRepeatedIds(read.records, tell);
-  const RecordGraph graph(read.records);
+  const RecordTree tree(read.records);
   if (read.areAll) {
-    FindLinksToNothing(graph, tell);
+    FindLinksToNothing(tree, tell);
   }
-  FindShapesWithoutGeometry(graph, tell);
-  FindRings(graph, &TreeRecord::parent, "its parents lead back to itself", tell);
-  FindRings(graph, &TreeRecord::previousSibling, "its previous siblings lead back to itself", tell);
-  FindRings(graph, &TreeRecord::nextSibling, "its next siblings lead back to itself", tell);
-  FindChildFaults(graph, read.areAll, tell);
+  FindShapesWithoutGeometry(tree, tell);
+  FindRings(tree, &Entry::parent, "its parents lead back to itself", tell);
+  FindRings(tree, &Entry::previousSibling, "its previous siblings lead back to itself", tell);
+  FindRings(tree, &Entry::nextSibling, "its next siblings lead back to itself", tell);
+  FindChildFaults(tree, read.areAll, tell);
 }
 
 }  // namespace LbtTev::Check

@@ -10,8 +10,8 @@
 
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/Vocabulary.h"
+#include "Lbt/Util/NumberText.h"
 #include "Lbt/Util/TextBuffer.h"
-#include "Lbt/Util/ToString.h"
 #include "ValueStore.h"
 
 namespace LbtTev::Report {

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "Lbt/Tev/Vocabulary.h"
-#include "Lbt/Util/Clamped.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtTev::Report {
 

@@ -8,7 +8,7 @@
 
 #include "DatasetGatherer.h"
 #include "Lbt/Lbf/Inflation.h"
-#include "Lbt/Util/FileSize.h"
+#include "Lbt/Util/FileAccess.h"
 #include "PartWalk.h"
 #include "SummaryCollector.h"
 

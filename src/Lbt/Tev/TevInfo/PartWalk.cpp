@@ -5,8 +5,7 @@
 #include <iterator>
 #include <set>
 
-#include "Lbt/Tev/Group.h"
-#include "Lbt/Tev/Shape.h"
+#include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 
 namespace LbtTev::Report {

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "Lbt/Util/Clamped.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtTev::Report {
 

@@ -5,7 +5,7 @@
 #include <map>
 
 #include "Lbt/Tev/NumericArray.h"
-#include "Lbt/Tev/TevInfo/SharedValues.h"
+#include "Lbt/Tev/TevInfo/TevDataset.h"
 
 namespace LbtTev::Report {
 

@@ -1,6 +1,6 @@
-// Puts shuffled bytes back into their elements.
+// Puts shuffled bytes of numbers in order.
 
-#include "Lbt/Util/UnShuffle.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 #include <cstdint>
 #include <cstring>

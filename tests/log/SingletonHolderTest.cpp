@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "Lbt/Util/SingletonHolder.h"
+#include "Lbt/Log/Manager.h"
 #include "support/Process.h"
 
 namespace {
