@@ -17,7 +17,6 @@ sources() {
 }
 
 own_files() { sources 'include src app tests bench fuzz' '*.h' '*.cpp'; }
-product_sources() { sources 'src app' '*.cpp'; }
 
 check_format() {
   say "clang-format"
@@ -29,8 +28,8 @@ check_format() {
 check_tidy() {
   local log=build/asan/tidy.log
   say "clang-tidy"
-  if product_sources |
-    xargs -0 -r -n 1 -P "$jobs" clang-tidy --quiet -p build/asan >"$log" 2>/dev/null; then
+  if tools/tidy_batches.py build/asan |
+    xargs -r -d '\n' -n 1 -P "$jobs" clang-tidy --quiet -p build/asan/tidy >"$log" 2>/dev/null; then
     return 0
   fi
   grep -E ': (error|warning): ' "$log" |

@@ -21,6 +21,11 @@ struct TreeRecord {
   unsigned long lightDataPosition = 0;
 };
 
+/// A link to a node of a file whose ids are shifted when it is grafted; a link to nothing stays one.
+[[nodiscard]] constexpr unsigned int ShiftedLink(unsigned int link, unsigned int idOffset) {
+  return link == 0 ? 0 : link + idOffset;
+}
+
 /// Reads how many records a stream claims, from its start; none where it is missing. Throws what
 /// reading a stream throws.
 [[nodiscard]] int ReadTreeRecordCount(ModelStream& tree);

@@ -20,7 +20,7 @@ using Lbt::Util::Exception;
 
 namespace {
 
-constexpr const char* kFile = "include/Lbt/Lbf/Block";
+constexpr const char* kBlockHeader = "include/Lbt/Lbf/Block";
 constexpr std::uint32_t kInitialDefaultSize = 10485760;
 
 std::uint32_t& DefaultSize() {
@@ -81,7 +81,7 @@ void Block::Read(std::FILE* stream, const unsigned int& length) {
   const auto room = static_cast<unsigned int>(std::min<std::uint64_t>(length, BytesLeft(stream)));
   const std::span<unsigned char> destination = RoomFor(room);
   if (room < length || std::fread(destination.data(), length, 1, stream) != 1) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kBlockHeader);
   }
   size_ = std::max(size_, position_ + length);
   NoteOpen();
@@ -95,12 +95,12 @@ void Block::Get(void* const& destination, const unsigned int& length) {
 }
 
 void Block::RaiseTooShort() {
-  Raise(Exception::ErrorType::OutOfBounds, "Not enough bytes in the block", kFile);
+  Raise(Exception::ErrorType::OutOfBounds, "Not enough bytes in the block", kBlockHeader);
 }
 
 void Block::SetPosition(const unsigned long& position) {
   if (size_ < position) {
-    Raise(Exception::ErrorType::OutOfBounds, "Invalid block position", kFile);
+    Raise(Exception::ErrorType::OutOfBounds, "Invalid block position", kBlockHeader);
   }
   position_ = static_cast<std::uint32_t>(position);
   NoteOpen();
@@ -108,7 +108,7 @@ void Block::SetPosition(const unsigned long& position) {
 
 std::uint64_t Block::CapacityWith(std::uint64_t extra) const {
   if (extra > std::numeric_limits<std::uint64_t>::max() - capacity_) {
-    Raise(Exception::ErrorType::MemoryAllocationError, "Memory Allocation Error", kFile);
+    Raise(Exception::ErrorType::MemoryAllocationError, "Memory Allocation Error", kBlockHeader);
   }
   return capacity_ + extra;
 }
@@ -125,7 +125,7 @@ void Block::Allocate(std::uint64_t bytes) {
   // NOLINTNEXTLINE(cppcoreguidelines-no-malloc)
   void* grown = std::realloc(buffer_.get(), bytes);
   if (grown == nullptr) {
-    Raise(Exception::ErrorType::MemoryAllocationError, "Memory Allocation Error", kFile);
+    Raise(Exception::ErrorType::MemoryAllocationError, "Memory Allocation Error", kBlockHeader);
   }
   static_cast<void>(buffer_.release());  // realloc has freed or kept it
   buffer_.reset(static_cast<unsigned char*>(grown));
@@ -147,7 +147,7 @@ void Block::Reserve(std::uint64_t bytes) {
 void Block::CheckFreeSpaceAndAllocateMemory(unsigned int& position, const unsigned int& length) {
   const std::uint64_t end = std::uint64_t{position} + length;
   if (end > std::numeric_limits<std::uint32_t>::max()) {
-    Raise(Exception::ErrorType::MemoryAllocationError, "Memory Allocation Error", kFile);
+    Raise(Exception::ErrorType::MemoryAllocationError, "Memory Allocation Error", kBlockHeader);
   }
   const bool isGrowing = end >= capacity_;
   const std::uint64_t capacity =

@@ -20,7 +20,7 @@ using Lbt::Util::Exception;
 namespace {
 
 // A load fails in a block, whichever entry it is for.
-constexpr const char* kFile = "include/Lbt/Lbf/Block";
+constexpr const char* kCacheHeader = "include/Lbt/Lbf/Block";
 
 }  // namespace
 
@@ -90,7 +90,7 @@ void BlockCache::SeekTo(std::size_t entry, std::FILE* stream) {
   ComputePosition(entry);
   const auto offset = static_cast<off_t>(items_[entry].position);
   if (stream == nullptr || offset < 0 || fseeko(stream, offset, SEEK_SET) != 0) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kCacheHeader);
   }
 }
 
@@ -164,12 +164,12 @@ std::uint32_t BlockCache::ReadRecordedLength(std::size_t entry, std::FILE* strea
     return item.size;
   }
   if (item.size < kLengthFieldSize) {
-    Raise(Exception::ErrorType::OutOfBounds, "Not enough bytes in the block", kFile);
+    Raise(Exception::ErrorType::OutOfBounds, "Not enough bytes in the block", kCacheHeader);
   }
   SeekTo(entry, stream);
   std::array<unsigned char, kLengthFieldSize> field{};
   if (std::fread(field.data(), field.size(), 1, stream) != 1) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kCacheHeader);
   }
   return LengthFromField(field.data());
 }

@@ -17,7 +17,7 @@ using Lbt::Util::Exception;
 
 namespace {
 
-constexpr const char* kFile = "include/Lbt/Lbf/Index";
+constexpr const char* kIndexHeader = "include/Lbt/Lbf/Index";
 constexpr std::string_view kContinuationPrefix = "\vIndex Block ";
 
 /// How many entries a second index may have: one for each byte of the file, and a million for
@@ -44,7 +44,7 @@ void AbsorbNotFound(Read read) {
 }  // namespace
 
 void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long& size) {
-  Trace("Reading index block ... ", kFile);
+  Trace("Reading index block ... ", kIndexHeader);
   ++reads_;
   ++changes_;
   cache_.Assign({}, 0);
@@ -68,7 +68,7 @@ void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long
   }
   cache_.Assign(std::move(items), indexPosition_ + indexSize_);
   BuildStreams();
-  Trace("Index block read. ", kFile);
+  Trace("Index block read. ", kIndexHeader);
 }
 
 void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items) {
@@ -122,7 +122,7 @@ NamedStream* Index::FindStream(std::string_view name) {
 NamedStream& Index::GetStream(std::string_view name) {
   NamedStream* stream = FindStream(name);
   if (stream == nullptr) {
-    Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
+    Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kIndexHeader);
   }
   return *stream;
 }
@@ -135,7 +135,7 @@ Block* Index::FindReadingBlock(NamedStream& named, std::FILE* stream) {
   return entry ? &cache_.GetBlock(*entry) : nullptr;
 }
 
-void Index::LogMissingStream() { Lbt::Log::LogFailure("Element Not Found", kFile); }
+void Index::LogMissingStream() { Lbt::Log::LogFailure("Element Not Found", kIndexHeader); }
 
 unsigned long Index::GetReadingBlockIndex(std::string_view name, std::FILE* stream) {
   return GetStream(name).Choose(cache_, stream);

@@ -26,7 +26,7 @@ std::string tev_file_version = "1.3";  // NOLINT(*-avoid-non-const-global-variab
 
 namespace {
 
-constexpr const char* kFile = "include/Lbt/Lbf/LbFile";
+constexpr const char* kFileHeader = "include/Lbt/Lbf/LbFile";
 constexpr const char* kNewestVersion = "1.3";
 constexpr std::uint32_t kTenthsOf07 = 7;
 constexpr long kVersionOffset = 8;
@@ -39,7 +39,7 @@ bool IsNotFound(const Exception& exception) {
 
 void SeekHeader(std::FILE* stream, long offset) {
   if (std::fseek(stream, offset, SEEK_SET) != 0) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
   }
 }
 
@@ -78,27 +78,27 @@ LbFile::~LbFile() { LbFile::CloseFile(); }
 
 void LbFile::OpenFile(const std::string& path, const char* mode) {
   if (IsOpen()) {
-    Raise(Exception::ErrorType::MiscelleneousError, "File stream is already in use", kFile);
+    Raise(Exception::ErrorType::MiscelleneousError, "File stream is already in use", kFileHeader);
   }
   stream_.reset(Open(path, mode));
   if (!IsOpen()) {
     const std::string message = "Unable to open file \"" + path + '"';
-    Raise(Exception::ErrorType::MiscelleneousError, message.c_str(), kFile);
+    Raise(Exception::ErrorType::MiscelleneousError, message.c_str(), kFileHeader);
   }
 }
 
 void LbFile::CloseFile() {
-  Trace("Closing file ...", kFile);
+  Trace("Closing file ...", kFileHeader);
   if (IsOpen()) {
     stream_.reset();
     index_.ForgetContents();
-    Trace("File closed.", kFile);
+    Trace("File closed.", kFileHeader);
   }
 }
 
 void LbFile::RequireOpen() const {
   if (!IsOpen()) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
   }
 }
 
@@ -117,7 +117,7 @@ std::string LbFile::ReadHeader(long offset, std::size_t length) {
   SeekHeader(stream_.get(), offset);
   const std::size_t read = std::fread(bytes.data(), 1, length, stream_.get());
   if (read < length && std::ferror(stream_.get()) != 0) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
   }
   bytes.resize(read);
   return bytes.substr(0, bytes.find('\0'));
@@ -132,24 +132,24 @@ void LbFile::CheckSupport(const std::string& version, bool& atLeast07) {
     const std::string message = "This file is of tev file version " + Lbt::Util::ToString(tenths) +
                                 ".\nThis version of Quarlo only supports tev file version upto " +
                                 Lbt::Util::ToString(supported) + ".\n";
-    Raise(Exception::ErrorType::UnknownVersion, message.c_str(), kFile);
+    Raise(Exception::ErrorType::UnknownVersion, message.c_str(), kFileHeader);
   }
 }
 
 void LbFile::ReadIndex() {
-  Trace("Reading index positions ... ", kFile);
+  Trace("Reading index positions ... ", kFileHeader);
   RequireOpen();
   std::array<unsigned char, sizeof(std::uint32_t)> stored{};
   SeekHeader(stream_.get(), kIndexSizeOffset);
   const bool isWhole = std::fread(stored.data(), stored.size(), 1, stream_.get()) == 1;
   if (!isWhole && std::ferror(stream_.get()) != 0) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
   }
   // A file that ends before its index size has an index of no bytes.
   const unsigned long size =
       isWhole ? Lbt::Util::FromLittleEndian<std::uint32_t>(stored.data()) : 0;
   index_.ReadIndexBufferFromFileStream(stream_.get(), size);
-  Trace("Index read. ", kFile);
+  Trace("Index read. ", kFileHeader);
 }
 
 void LbFile::ReadIndexOnce() {
@@ -244,7 +244,7 @@ std::size_t LbFile::ReadStored(std::uint64_t offset, std::span<unsigned char> by
   const bool isPlaced = IsOpen() && start >= 0 && fseeko(stream_.get(), start, SEEK_SET) == 0;
   const std::size_t read = isPlaced ? std::fread(bytes.data(), 1, bytes.size(), stream_.get()) : 0;
   if (!isPlaced || (read < bytes.size() && std::ferror(stream_.get()) != 0)) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFile);
+    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
   }
   return read;
 }

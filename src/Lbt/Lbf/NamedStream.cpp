@@ -15,7 +15,7 @@ using Lbt::Util::Exception;
 
 namespace {
 
-constexpr const char* kFile = "include/Lbt/Lbf/Index";
+constexpr const char* kStreamHeader = "include/Lbt/Lbf/Index";
 
 std::size_t LowestBit(std::size_t value) { return value & (~value + 1); }
 
@@ -70,7 +70,7 @@ std::size_t NamedStream::Choose(BlockCache& cache, std::FILE* file) {
       return entry;
     }
   }
-  Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
+  Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kStreamHeader);
 }
 
 /// Leaves the first open block, which is used up; its length is known by now.
@@ -132,7 +132,7 @@ std::uint64_t NamedStream::RecordedLength(BlockCache& cache, std::FILE* file) {
 std::size_t NamedStream::ChooseInMemory(const BlockCache& cache) const {
   const std::optional<std::size_t> open = FindInMemory(cache);
   if (!open) {
-    Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
+    Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kStreamHeader);
   }
   return *open;
 }
@@ -148,7 +148,7 @@ std::optional<std::size_t> NamedStream::FindInMemory(const BlockCache& cache) co
 void NamedStream::Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file) {
   cache.ForgetRefusal();
   if (limiter_.blocks.empty()) {
-    Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kFile);
+    Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kStreamHeader);
   }
   for (bool isDone = false; !isDone;) {
     const std::size_t place = FindPlace(cache, offset, file);

@@ -7,6 +7,7 @@
 
 #include "Lbt/Tev/Attributes.h"
 #include "Lbt/Tev/Geometry.h"
+#include "Lbt/Tev/TreeRecord.h"
 
 namespace LbtTev {
 
@@ -19,11 +20,6 @@ Geometry::VariableType MaskedType(unsigned int code) {
   constexpr unsigned int kNoType = 0xFFFFFFFF;
   constexpr unsigned int kLowByte = 0xFF;
   return static_cast<Geometry::VariableType>(code == kNoType ? code : code & kLowByte);
-}
-
-/// Like all ids of a grafted file; a link to nothing stays one.
-unsigned int Shifted(unsigned int nodeId, unsigned int idOffset) {
-  return nodeId == 0 ? 0 : nodeId + idOffset;
 }
 
 /// Reads the variables of one geometry.
@@ -45,7 +41,7 @@ class VariableReader {
     variable.variableType = MaskedType(type);
     if (variable.isLinked) {
       streams_->light.Get(variable.linkNodeId, variable.linkVariableIndex);
-      variable.linkNodeId = Shifted(variable.linkNodeId, idOffset);
+      variable.linkNodeId = ShiftedLink(variable.linkNodeId, idOffset);
     } else {
       ReadOwnData(geometry, variable);
     }

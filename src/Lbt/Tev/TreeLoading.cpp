@@ -15,19 +15,15 @@ namespace LbtTev {
 
 namespace {
 
-unsigned int Shifted(unsigned int link, unsigned int idOffset) {
-  return link == 0 ? 0 : link + idOffset;
-}
-
 /// The record's place in the tree: a root has "parentId" as its parent.
 LbtAdt::TreeNode<Node*> EntryOf(const TreeRecord& record, unsigned int parentId,
                                 unsigned int idOffset) {
   return {record.id + idOffset,
           record.parent == 0 ? parentId : record.parent + idOffset,
-          Shifted(record.previousSibling, idOffset),
-          Shifted(record.nextSibling, idOffset),
-          Shifted(record.firstChild, idOffset),
-          Shifted(record.lastChild, idOffset),
+          ShiftedLink(record.previousSibling, idOffset),
+          ShiftedLink(record.nextSibling, idOffset),
+          ShiftedLink(record.firstChild, idOffset),
+          ShiftedLink(record.lastChild, idOffset),
           nullptr};
 }
 

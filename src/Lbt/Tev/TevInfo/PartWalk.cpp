@@ -12,22 +12,22 @@ namespace LbtTev::Report {
 
 namespace {
 
-using Entry = LbtAdt::TreeNode<Node*>;
+using TreeEntry = LbtAdt::TreeNode<Node*>;
 
-const Group* AsGroup(const Entry* entry) {
+const Group* AsGroup(const TreeEntry* entry) {
   return entry == nullptr ? nullptr : NodeCast<Group>(entry->data);
 }
 
-const Entry* ParentOf(const Tree& tree, const Entry* entry) {
+const TreeEntry* ParentOf(const Tree& tree, const TreeEntry* entry) {
   return entry == nullptr ? nullptr : tree.FindNode(entry->parent);
 }
 
 /// Lists a shape under the groups above it and returns the name of the part that it
 /// belongs to. A shape may lie directly under a group "Geometry" or one level deeper.
-const std::string& ListShape(const Tree& tree, const Entry& shape, PartSink& sink) {
+const std::string& ListShape(const Tree& tree, const TreeEntry& shape, PartSink& sink) {
   static const std::string kNoName;
-  const Entry* parent = tree.FindNode(shape.parent);
-  const Entry* grandparent = ParentOf(tree, parent);
+  const TreeEntry* parent = tree.FindNode(shape.parent);
+  const TreeEntry* grandparent = ParentOf(tree, parent);
   const Group* group = AsGroup(parent);
   const Group* above = AsGroup(grandparent);
   if (group != nullptr) {
@@ -48,7 +48,7 @@ const std::string& ListShape(const Tree& tree, const Entry& shape, PartSink& sin
 using Position = Tree::Nodes::const_iterator;
 
 /// The first child mostly has the next id.
-const Entry& FirstChildOf(const Tree& tree, Position shape) {
+const TreeEntry& FirstChildOf(const Tree& tree, Position shape) {
   const unsigned int firstChild = shape->second.firstChild;
   const auto next = std::next(shape);
   const bool isNext = firstChild != 0 && next != tree.GetNodes().end() && next->first == firstChild;
@@ -60,7 +60,7 @@ const Entry& FirstChildOf(const Tree& tree, Position shape) {
 class MetGeometries {
  public:
   /// Whether another shape has been met with the same geometry.
-  [[nodiscard]] bool IsRepeated(const Entry& shape, const Entry& geometry) {
+  [[nodiscard]] bool IsRepeated(const TreeEntry& shape, const TreeEntry& geometry) {
     return geometry.parent != shape.id && !ofOthers_.insert(geometry.id).second;
   }
 
@@ -77,7 +77,7 @@ void WalkParts(const Tree& tree, PartSink& sink) {
       continue;
     }
     const std::string& partName = ListShape(tree, shape->second, sink);
-    const Entry& child = FirstChildOf(tree, shape);
+    const TreeEntry& child = FirstChildOf(tree, shape);
     const auto* geometry = NodeCast<Geometry>(child.data);
     if (geometry == nullptr) {
       throw GeometryAssertion();

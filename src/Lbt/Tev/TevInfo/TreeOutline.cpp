@@ -8,13 +8,15 @@ namespace LbtTev::Report {
 
 namespace {
 
-using Entry = LbtAdt::TreeNode<Node*>;
+using TreeEntry = LbtAdt::TreeNode<Node*>;
 
 /// Lists what a walk meets.
 struct Lister {
-  void OnEntry(const Entry& entry, std::size_t depth) const { items->push_back({&entry, depth}); }
-  void OnMetAgain(const Entry& /*entry*/, const Entry* /*firstParent*/, const Entry& /*parent*/,
-                  bool /*isOpen*/) const {}
+  void OnEntry(const TreeEntry& entry, std::size_t depth) const {
+    items->push_back({&entry, depth});
+  }
+  void OnMetAgain(const TreeEntry& /*entry*/, const TreeEntry* /*firstParent*/,
+                  const TreeEntry& /*parent*/, bool /*isOpen*/) const {}
 
   std::vector<OutlineItem>* items;
 };
@@ -27,7 +29,7 @@ TreeOutline OutlineOf(const Tree& tree) {
   LbtAdt::ChildWalk<Node*, Lister> walk(tree, lister);
   walk.FromRoot();
   lister.items = &outline.unreached;
-  walk.FromTheRest([](const Entry& /*top*/) {});
+  walk.FromTheRest([](const TreeEntry& /*top*/) {});
   return outline;
 }
 
