@@ -2,7 +2,7 @@
 //
 //   bench_models DIRECTORY CASE...
 //
-// Cases: dump, nodes, small-data, big-data, tiny, many, growth, hostile.
+// Cases: dump, nodes, attributes, small-data, big-data, tiny, many, growth, hostile.
 
 #include <algorithm>
 #include <cmath>
@@ -94,6 +94,29 @@ void MakeNodes(const fs::path& path) {
       model.AddVariable(geometry, Variable::Floats(std::string(result) + "\x1eTime = 1",
                                                    kScalarResult, 1, {1.0F, 2.0F}, attributes));
     }
+  }
+  model.SetLayoutOfOthers({.packing = StreamLayout::Packing::Compressed});
+  Save(path, model.Build());
+}
+
+/// 4,000 variables with 8 attributes each, of which so many sets as given are different.
+void MakeAttributes(const fs::path& path, unsigned int sets) {
+  constexpr unsigned int kVariables = 4000;
+  ModelWriter model;
+  const NodeRef group = model.AddGroup("Geometry", model.AddGroup("model", 0));
+  const NodeRef geometry = model.AddGeometry("Part", model.AddShape("Part", group));
+  for (unsigned int i = 0; i < kVariables; ++i) {
+    const unsigned int set = i % sets;
+    const AttributeSet attributes{Attribute::Text("Title", "Cooling of a heat sink"),
+                                  Attribute::Text("Category", "Transient"),
+                                  Attribute::Text("Subtitle", "Step " + std::to_string(set)),
+                                  Attribute::Text("Units", "SI-mm"),
+                                  Attribute::Float("Time", static_cast<float>(set)),
+                                  Attribute::Uint("Step", set),
+                                  Attribute::Uint("LoadCase", 1),
+                                  Attribute::Text("Location", "Node")};
+    model.AddVariable(geometry, Variable::Floats("Temperature\x1eTime = " + std::to_string(i),
+                                                 kScalarResult, 1, {1.0F}, attributes));
   }
   model.SetLayoutOfOthers({.packing = StreamLayout::Packing::Compressed});
   Save(path, model.Build());
@@ -216,6 +239,11 @@ int main(int argc, char** argv) {
   const std::map<std::string, void (*)(const fs::path&)> makers{
       {"dump", [](const fs::path& d) { MakeDump(d / "dump.tev"); }},
       {"nodes", [](const fs::path& d) { MakeNodes(d / "nodes.tev"); }},
+      {"attributes",
+       [](const fs::path& d) {
+         MakeAttributes(d / "same-attributes.tev", 10);
+         MakeAttributes(d / "different-attributes.tev", 4000);
+       }},
       {"small-data", [](const fs::path& d) { MakeData(d / "small-data.tev", kSmallData); }},
       {"big-data", [](const fs::path& d) { MakeData(d / "big-data.tev", kBigData); }},
       {"tiny", [](const fs::path& d) { MakeTiny(d / "tiny.tev"); }},

@@ -11,16 +11,11 @@ find_package(benchmark REQUIRED)
 find_package(fmt REQUIRED)
 find_package(Threads REQUIRED)
 
-if(NOT TARGET test_support)
-  file(GLOB supportSources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/support/*.cpp")
-  tevinfo_library(test_support ${supportSources})
-  target_include_directories(test_support ${test_support_SCOPE} "${PROJECT_SOURCE_DIR}/tests")
-  target_link_libraries(test_support ${test_support_SCOPE} ZLIB::ZLIB)
-endif()
+include(Support)
 
 set(benchDir "${PROJECT_SOURCE_DIR}/bench")
 add_custom_target(benchmarks)
-add_dependencies(benchmarks products)
+add_dependencies(benchmarks products bench_models)
 
 # Makes program "name" of bench/"source". Further arguments: what it links.
 function(tevinfo_benchmark name source)
@@ -30,7 +25,6 @@ function(tevinfo_benchmark name source)
   add_dependencies(benchmarks ${name})
 endfunction()
 
-tevinfo_benchmark(bench_models MakeModels.cpp test_support)
 tevinfo_benchmark(bench_measure Measure.cpp)
 tevinfo_benchmark(bench_rivals MakeRivals.cpp lbt_report "${HDF5_BINARY}" "${NETCDF_BINARY}")
 target_sources(bench_rivals PRIVATE "${benchDir}/Hdf5Rival.cpp" "${benchDir}/NetcdfRival.cpp")

@@ -3,12 +3,8 @@
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
-# The helpers write Tev files and run programs by themselves: they share no code with the product,
-# so a fault there cannot hide here.
-file(GLOB supportSources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/support/*.cpp")
-tevinfo_library(test_support ${supportSources})
-target_include_directories(test_support ${test_support_SCOPE} "${PROJECT_SOURCE_DIR}/tests")
-target_link_libraries(test_support ${test_support_SCOPE} GTest::gtest ZLIB::ZLIB)
+include(Support)
+target_link_libraries(test_support ${test_support_SCOPE} GTest::gtest)
 
 # With coverage counters, a program writes files of its own when it ends. The helpers that start and
 # limit programs have none, and hand on those of the children that they end.

@@ -19,6 +19,6 @@ verb_verify-numbers() {
 
 verb_counts() {
   need "${counts_packages[@]}"
-  build_products
+  build_everything release products bench_models
   bench/counts.py "$@"
 }

@@ -7,7 +7,7 @@ asan_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
 coverage_packages=("${test_packages[@]}" gcovr)
 format_packages=(clang-format)
 lint_packages=("${asan_packages[@]}" clang-tidy clang-format)
-counts_packages=("${build_packages[@]}" valgrind python3)
+counts_packages=("${test_packages[@]}")
 bench_packages=("${counts_packages[@]}" hdf5-tools netcdf-bin libhdf5-dev libnetcdf-dev libfmt-dev
   libbenchmark-dev hyperfine linux-perf)
 

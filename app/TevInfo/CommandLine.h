@@ -11,7 +11,7 @@ struct CommandLine {
   std::vector<std::string> positional;  ///< the model, then the output file
 };
 
-/// Reads the arguments behind the program's name. Of "--ekm-meta-data" and
+/// Reads the arguments after the program's name. Of "--ekm-meta-data" and
 /// "--extract-data" the later one wins; any other argument that begins with "--" is
 /// passed over; all else, "-" and "-v" included, is positional.
 [[nodiscard]] CommandLine ParseCommandLine(int count, char** args);

@@ -122,12 +122,12 @@ TEST(AttributeSetCache, ManySetsThatComeAgain_AreNotAllKept) {
     found += cache.Find(std::to_string(i)) == nullptr ? 0 : 1;
   }
   EXPECT_GE(found, 1);
-  EXPECT_LE(found, 1024);
+  EXPECT_LE(found, 512);
 }
 
 TEST(AttributeSetCache, SetsThatHardlyEverComeAgain_AreKeptNoLonger) {
   AttributeSetCache cache;
-  for (int i = 0; i < 1024; ++i) {
+  for (int i = 0; i < 512; ++i) {
     cache.Keep(std::to_string(i), {});
   }
   EXPECT_NE(cache.Find("7"), nullptr);

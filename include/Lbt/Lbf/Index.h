@@ -25,7 +25,7 @@ struct NumberedBlock {
 ///
 /// Stored form: u32 count, then the entries. Entries of one name form one stream, in
 /// index order. Positions are not stored: each block starts where the one before it
-/// ends, the first one behind the index. Where the last entry's name starts with
+/// ends, the first one after the index. Where the last entry's name starts with
 /// "\vIndex Block ", its block is a second index, whose entries are appended; that
 /// one's own last entry is never followed.
 class Index {
@@ -147,7 +147,7 @@ class Index {
   /// How many bytes the second index has.
   [[nodiscard]] std::uint32_t GetContinuationLength() const { return continuationLength_; }
 
-  /// Bytes of the first and of the second index behind their entries, which nothing reads.
+  /// Bytes of the first and of the second index after their entries, which nothing reads.
   [[nodiscard]] std::uint32_t GetUnusedBytes() const { return unusedBytes_; }
   [[nodiscard]] std::uint32_t GetContinuationUnusedBytes() const {
     return continuationUnusedBytes_;

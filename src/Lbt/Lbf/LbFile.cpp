@@ -110,7 +110,7 @@ bool LbFile::HasSignature() {
 
 std::string LbFile::ReadVersion() { return ReadHeader(kVersionOffset, kVersionSize); }
 
-/// Header bytes up to the first NUL. What lies behind the file's end reads as NUL.
+/// Header bytes up to the first NUL. What lies past the file's end reads as NUL.
 std::string LbFile::ReadHeader(long offset, std::size_t length) {
   RequireOpen();
   std::string bytes(length, '\0');

@@ -74,7 +74,7 @@ namespace LbtTev {
 namespace {
 
 constexpr std::size_t kLongestSet = 1024;
-constexpr std::size_t kMostSets = 1024;
+constexpr std::size_t kMostSets = 512;
 
 }  // namespace
 
