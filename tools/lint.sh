@@ -26,14 +26,14 @@ check_format() {
 # One line for each finding, headers by their place in the repository; a header's findings come once
 # for each source that includes it.
 check_tidy() {
-  local log=build/asan/tidy.log
+  local log=build/tidy.log
   say "clang-tidy"
-  if tools/tidy_batches.py build/asan |
-    xargs -r -d '\n' -n 1 -P "$jobs" clang-tidy --quiet -p build/asan/tidy >"$log" 2>/dev/null; then
+  if tools/tidy_batches.py build |
+    xargs -r -d '\n' -n 1 -P "$jobs" clang-tidy --quiet -p build/tidy >"$log" 2>/dev/null; then
     return 0
   fi
   grep -E ': (error|warning): ' "$log" |
-    sed -E "s#^$root/##; s#^build/asan/layers/[a-z]+/#include/#" | sort -u >&2 ||
+    sed -E "s#^$root/##; s#^build/layers/[a-z]+/#include/#" | sort -u >&2 ||
     say "clang-tidy itself failed; see $log"
   return 1
 }
@@ -49,15 +49,9 @@ verb_lint() {
   need "${lint_packages[@]}"
   check_format || status=1
   # The exit status of a subshell: configuring ends the script when it fails.
-  (build_everything release all check_headers) || status=1
-  # The products as the sanitizers want them are what clang++ makes of the same sources.
-  if (build_everything asan products check_headers); then
-    check_tidy || status=1
-  else
-    # Its findings mean nothing on sources that do not compile.
-    say "clang-tidy is left out"
-    status=1
-  fi
+  (build_everything release products) || status=1
+  (build_everything asan check_headers) || status=1
+  check_tidy || status=1
   if ((status != 0)); then
     fail "lint found faults"
   fi

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::size_t kPiece = std::size_t{64} * 1024;
+constexpr std::size_t kCopyPiece = std::size_t{64} * 1024;
 constexpr std::size_t kMostInMemory = std::size_t{1024} * 1024;
 
 constexpr const char* kCannotWrite = "cannot write to a temporary file";
@@ -52,7 +52,7 @@ void TemporaryFile::Write(std::string_view bytes) {
 }
 
 void TemporaryFile::WriteAllOf(int descriptor) {
-  std::string piece(kPiece, '\0');
+  std::string piece(kCopyPiece, '\0');
   for (;;) {
     const ssize_t count = read(descriptor, piece.data(), piece.size());
     if (count == 0) {
@@ -71,7 +71,7 @@ void TemporaryFile::WriteAllOf(int descriptor) {
 }
 
 void TemporaryFile::CopyTo(std::ostream& stream) const {
-  std::string piece(kPiece, '\0');
+  std::string piece(kCopyPiece, '\0');
   for (off_t offset = 0; descriptor_ >= 0;) {
     const ssize_t count = pread(descriptor_, piece.data(), piece.size(), offset);
     if (count == 0) {
