@@ -27,7 +27,7 @@ std::string LineOf(const Failure& failure) {
 
 }  // namespace
 
-AnswerWriter::AnswerWriter(Style style, Output& output, Progress& progress)
+AnswerWriter::AnswerWriter(Style style, AnswerOutput& output, Progress& progress)
     : style_(std::move(style)), output_(&output), progress_(&progress), heldStream_(&held_) {
   heldStream_.exceptions(std::ios::badbit);  // else a lack of memory would only cut the answer
 }
@@ -54,7 +54,11 @@ void AnswerWriter::BeginText() {
   if (isTextBegun_) {
     return;
   }
-  progress_->Clear();
+  if (output_->Columns()) {
+    progress_->Hold();  // or the lines would mix
+  } else {
+    progress_->Clear();
+  }
   if (style_.form == Form::Csv && isFirstText_) {
     output_->Stream() << style_.csvHeading << '\n';
   } else if (style_.form == Form::Text && style_.layout == TextLayout::Sections) {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tev/Failure.h"
+#include "tev/FileFailure.h"
 #include "tev/JsonWriter.h"
 #include "tev/Output.h"
 #include "tev/Progress.h"
@@ -44,7 +44,7 @@ class AnswerWriter {
   };
 
   /// "output" and "progress", whose line gives way to an answer, must outlive this.
-  AnswerWriter(Style style, Output& output, Progress& progress);
+  AnswerWriter(Style style, AnswerOutput& output, Progress& progress);
 
   [[nodiscard]] Form GetForm() const { return style_.form; }
   [[nodiscard]] bool IsJson() const {
@@ -103,7 +103,7 @@ class AnswerWriter {
   void ClearFacts();
 
   Style style_;
-  Output* output_;
+  AnswerOutput* output_;
   Progress* progress_;
   std::optional<JsonWriter> document_;  // the one of the form JsonDocument, from its first file on
 

@@ -129,12 +129,15 @@ Failure FailureOfCheck() {
 }
 
 /// Checks the file of an input. What the check throws makes it unreadable.
-Outcome CheckInput(const Input& input, const LbtTev::Check::FindingSink& sink, Limit limit) {
+Outcome CheckInput(const Input& input, const LbtTev::Check::FindingSink& sink, Limit limit,
+                   Progress& progress) {
   Outcome outcome;
   outcome.failure = input.failure;
   if (!input.failure || input.failure->Code() == FailureCode::NotAModel) {
     try {
-      outcome.result = CheckModel(input.source, sink, limit);
+      outcome.result = CheckModel(
+          input.source, sink, limit,
+          [&progress](std::size_t number, std::size_t all) { progress.ShowBlocks(number, all); });
       outcome.failure = FailureOf(outcome.result);
       return outcome;
     } catch (...) {
@@ -221,7 +224,8 @@ class CheckRun {
     json.Key("findings");
     json.OpenList();
     Outcome outcome = CheckInput(
-        input, [&](const Finding& finding) { WriteObject(finding, json); }, GetLimit());
+        input, [&](const Finding& finding) { WriteObject(finding, json); }, GetLimit(),
+        writer.GetProgress());
     while (json.Depth() > 0) {
       json.Close();
     }
@@ -238,7 +242,8 @@ class CheckRun {
   [[nodiscard]] Outcome WriteText(const Input& input, AnswerWriter& writer) const {
     FindingLines lines(isAll);
     Outcome outcome = CheckInput(
-        input, [&](const Finding& finding) { lines.Add(finding); }, GetLimit());
+        input, [&](const Finding& finding) { lines.Add(finding); }, GetLimit(),
+        writer.GetProgress());
     const Verdict verdict = outcome.result.verdict;
     if (verdict == Verdict::Ok && !isVerbose) {
       return outcome;

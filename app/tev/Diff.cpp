@@ -209,7 +209,7 @@ std::size_t Compare(const Input& inputA, const Input& inputB, const Options& opt
 Verdict Run(const Options& options) {
   const Tolerance tolerance = ToleranceOf(options);
   FileRun& run = *options.run;
-  Output output(run.output);
+  AnswerOutput output(run.output);
   output.RequireApartFrom({options.a, options.b});
   Inputs inputsA({options.a}, "", Inputs::Folders::Refused);
   Inputs inputsB({options.b}, "", Inputs::Folders::Refused);
@@ -218,6 +218,7 @@ Verdict Run(const Options& options) {
                       progress);
   const Input& a = *inputsA.Next();
   const Input& b = *inputsB.Next();
+  progress.Show(0, 1, options.a);
   writer.BeginFile(options.a);
   std::size_t count = 0;
   try {

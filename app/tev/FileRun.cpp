@@ -2,7 +2,7 @@
 
 #include "tev/FileRun.h"
 
-#include "tev/Failure.h"
+#include "tev/FileFailure.h"
 
 namespace {
 
@@ -65,7 +65,7 @@ class Answering {
 }  // namespace
 
 Status RunOverFiles(const FileRun& run) {
-  Output output(run.output);
+  AnswerOutput output(run.output);
   output.RequireApartFrom(run.files);
   Inputs inputs(run.files, run.filesFrom, run.folders);
   if (inputs.CanBeMany()) {

@@ -26,7 +26,7 @@ struct FileRun {
   Form form = Form::Text;
   TextLayout layout = TextLayout::Sections;
   std::string csvHeading{};
-  std::string output{};  ///< as Output takes it
+  std::string output{};  ///< as AnswerOutput takes it
   Progress::Mode progress = Progress::Mode::Auto;
   AnswerFunction answer{};
   /// Whether it answers on files that cannot be opened or are no models, too. Else these have

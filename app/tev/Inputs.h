@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tev/Failure.h"
+#include "tev/FileFailure.h"
 #include "tev/TemporaryFile.h"
 
 /// One file that a run answers on.

@@ -88,19 +88,12 @@ std::string TextOf(const LbtTev::LoadFailure& failure) {
                                       std::string(failure.stream);
 }
 
-/// Goes on after damage and remembers what is missing; tells how far the load is.
+/// Goes on after damage and remembers what is missing.
 class Loading : public LbtTev::LoadObserver {
  public:
-  Loading(const LbFile& file, Progress& progress) : file_(&file), progress_(&progress) {}
+  explicit Loading(const LbFile& file) : file_(&file) {}
 
-  void OnRecord(const LbtTev::TreeRecord& /*record*/) override {
-    constexpr std::size_t kEvery = 256;
-    if (++records_ % kEvery == 0) {
-      const auto last = file_->GetIndex().LastLoaded();
-      progress_->ShowBlocks(last ? last->number : 0, file_->GetIndex().GetItems().size());
-    }
-  }
-
+  void OnRecord(const LbtTev::TreeRecord& /*record*/) override {}
   void OnNode() override {}
 
   /// Nothing is worth anything after a lack of memory, a failing disk, or without an index.
@@ -138,8 +131,6 @@ class Loading : public LbtTev::LoadObserver {
 
  private:
   const LbFile* file_;
-  Progress* progress_;
-  std::size_t records_ = 0;
   std::vector<std::string> missing_;
   std::size_t others_ = 0;
 };
@@ -171,7 +162,12 @@ void OpenContainer(LbFile& file, const Input& input, AnswerWriter& writer) {
 
 void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
   const LbFile& file = tree.GetFile();
-  Loading loading(file, writer.GetProgress());
+  LbtLbf::Index& index = tree.GetFile().GetIndex();
+  // Also for what is loaded later, as long as the tree lives.
+  index.ObserveLoads([&index, progress = &writer.GetProgress()](std::size_t number) {
+    progress->ShowBlocks(number, index.GetItems().size());
+  });
+  Loading loading(file);
   try {
     TellingVersions(file, [&] { LbtTev::OpenModel(tree, input.source, &loading); });
   } catch (const Exception& exception) {

@@ -6,7 +6,7 @@
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/Tree.h"
 #include "tev/Answers.h"
-#include "tev/Failure.h"
+#include "tev/FileFailure.h"
 #include "tev/Inputs.h"
 
 /// Opens the container "input", checks its version and tells "writer" of bytes that its index

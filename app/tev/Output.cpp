@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "tev/Failure.h"
+#include "tev/FileFailure.h"
 #include "tev/Inputs.h"
 
 using Lbt::Util::DescriptorStream;
@@ -28,7 +28,7 @@ bool IsModel(const std::string& path) {
 
 }  // namespace
 
-std::optional<int> Output::Descriptor() const {
+std::optional<int> AnswerOutput::Descriptor() const {
   if (path_.empty() || path_ == "-" || path_ == "/dev/stdout") {
     return STDOUT_FILENO;
   }
@@ -44,11 +44,11 @@ std::optional<int> Output::Descriptor() const {
                                                            : std::nullopt;
 }
 
-std::string Output::Name() const {
+std::string AnswerOutput::Name() const {
   return path_.empty() || path_ == "-" ? "standard output" : path_;
 }
 
-void Output::RequireApartFrom(const std::vector<std::string>& spared) const {
+void AnswerOutput::RequireApartFrom(const std::vector<std::string>& spared) const {
   const std::optional<int> descriptor = Descriptor();
   const auto identity = descriptor ? IdentityOf(*descriptor) : IdentityOf(path_);
   if (!identity || (descriptor && !Lbt::Util::IsRegularFile(*descriptor))) {
@@ -64,7 +64,7 @@ void Output::RequireApartFrom(const std::vector<std::string>& spared) const {
   }
 }
 
-DescriptorStream& Output::Stream() {
+DescriptorStream& AnswerOutput::Stream() {
   if (stream_ == nullptr) {
     using enum DescriptorStream::Ownership;
     if (const auto descriptor = Descriptor()) {
@@ -78,20 +78,20 @@ DescriptorStream& Output::Stream() {
   return *stream_;
 }
 
-std::optional<std::size_t> Output::Columns() const {
+std::optional<std::size_t> AnswerOutput::Columns() const {
   const std::optional<int> descriptor = Descriptor();
   winsize size{};
   const bool isKnown = descriptor && ioctl(*descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
   return isKnown ? std::optional<std::size_t>(size.ws_col) : std::nullopt;
 }
 
-void Output::Flush() {
+void AnswerOutput::Flush() {
   if (stream_ != nullptr) {
     stream_->flush();
   }
 }
 
-void Output::Finish() {
+void AnswerOutput::Finish() {
   if (stream_ != nullptr && !stream_->Finish()) {
     throw Failure(FailureCode::IoError, Name() + ": cannot write the answer");
   }

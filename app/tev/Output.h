@@ -13,11 +13,11 @@
 
 /// Where an answer goes: standard output, or a file that "-o" names. A file is opened, and emptied,
 /// when the answer begins: a run that ends before has changed nothing. A model is never written to.
-class Output {
+class AnswerOutput {
  public:
   /// "" and "-" are standard output. A path that stands for a descriptor, as "/dev/stdout" does,
   /// or for the file that standard output goes to, is written to where it stands.
-  explicit Output(std::string path = {}) : path_(std::move(path)) {}
+  explicit AnswerOutput(std::string path = {}) : path_(std::move(path)) {}
 
   /// Throws a Failure where the answer would go into a model or into one of "spared", which are
   /// paths. Nothing is opened.

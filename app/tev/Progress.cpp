@@ -58,12 +58,13 @@ void Progress::Show(std::size_t done, std::optional<std::size_t> all, const std:
   if (isWanted_) {
     files_ = ProgressText(done, all, path);
     blocks_.clear();
+    isHeld_ = false;
     Draw();
   }
 }
 
 void Progress::ShowBlocks(std::size_t done, std::size_t all) {
-  if (isWanted_) {
+  if (isWanted_ && !isHeld_) {
     blocks_ = " (" + std::to_string(done) + " of " + std::to_string(all) + " blocks)";
     Draw();
   }
@@ -89,4 +90,9 @@ void Progress::Clear() {
     std::cerr << kEraseLine << std::flush;
     isShown_ = false;
   }
+}
+
+void Progress::Hold() {
+  Clear();
+  isHeld_ = true;
 }

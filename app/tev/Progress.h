@@ -33,6 +33,9 @@ class Progress {
   /// Takes the line away, before anything else is written.
   void Clear();
 
+  /// The same until the next Show, while more is to be written.
+  void Hold();
+
  private:
   void Draw();
 
@@ -40,6 +43,7 @@ class Progress {
   bool isWanted_;
   std::chrono::steady_clock::time_point next_;  ///< when it may be drawn again
   bool isShown_ = false;
+  bool isHeld_ = false;
   std::string files_;
   std::string blocks_;
 };

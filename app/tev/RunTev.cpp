@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Selection.h"
-#include "tev/Failure.h"
+#include "tev/FileFailure.h"
 #include "tev/Output.h"
 #include "tev/Verbs.h"
 #include "tev/VisibleText.h"
@@ -33,7 +33,7 @@ class UsageFormatter : public CLI::Formatter {
 };
 
 void Write(const std::string& text) {
-  Output output;
+  AnswerOutput output;
   output.Stream() << text;
   output.Finish();
 }

@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "tev/Failure.h"
+#include "tev/FileFailure.h"
 
 namespace {
 

@@ -247,7 +247,7 @@ std::string PathWith(const std::string& path, const std::string& part) {
 
 void WriteNpyFile(const std::string& path, const std::string& model,
                   std::span<const unsigned int> numbers) {
-  Output output(path);
+  AnswerOutput output(path);
   output.RequireApartFrom({model});
   WriteNpyHeader(output.Stream(), "<u4", std::to_string(numbers.size()) + ',');
   WriteRaw<unsigned int>(output.Stream(), numbers);

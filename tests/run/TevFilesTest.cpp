@@ -1,12 +1,6 @@
-// How tev finds its files: folders, lists, pipes.
+// Which file failed and why, and the forms of answers on several files.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
-#include <array>
-#include <cstdlib>
 
 #include "run/TevRun.h"
 #include "support/Hex.h"
@@ -15,56 +9,7 @@
 namespace tevtest {
 namespace {
 
-/// A pseudo-terminal: what a program writes to "slave" is read from the master.
-class Terminal {
- public:
-  Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK)) {
-    if (grantpt(master_) != 0 || unlockpt(master_) != 0) {
-      throw std::runtime_error("no pseudo-terminal");
-    }
-    slave_ = open(ptsname(master_), O_RDWR | O_NOCTTY);
-  }
-  ~Terminal() {
-    close(slave_);
-    close(master_);
-  }
-  Terminal(const Terminal&) = delete;
-  Terminal& operator=(const Terminal&) = delete;
-
-  void SetColumns(unsigned short columns) const {
-    const winsize size{24, columns, 0, 0};
-    ASSERT_EQ(ioctl(slave_, TIOCSWINSZ, &size), 0);
-  }
-
-  [[nodiscard]] int Slave() const { return slave_; }
-
-  /// All that has been written so far.
-  [[nodiscard]] std::string Written() const {
-    std::string text;
-    std::array<char, 4096> piece{};
-    for (ssize_t count = 0; (count = read(master_, piece.data(), piece.size())) > 0;) {
-      text.append(piece.data(), static_cast<std::size_t>(count));
-    }
-    return text;
-  }
-
- private:
-  int master_;
-  int slave_ = -1;
-};
-
-class TevFiles : public TevRun {
- protected:
-  [[nodiscard]] std::string OnTerminal(const std::vector<std::string>& arguments,
-                                       unsigned short columns = 80) const {
-    const Terminal terminal;
-    terminal.SetColumns(columns);
-    RunOptions options;
-    options.error = Redirect::ToDescriptor(terminal.Slave());
-    static_cast<void>(Run(arguments, options));
-    return terminal.Written();
-  }
-};
+using TevFiles = TevRun;
 
 constexpr const char* kHint = " (\"tev check\" tells more)\n";
 
@@ -199,30 +144,6 @@ TEST_F(TevFiles, JsonLines_HaveALineForEachFileInOrder) {
                             "\"missing\": []}\n" +
                             good);
   EXPECT_EQ(Check(run.output, "lines", Schema("blocks")), "");
-}
-
-TEST_F(TevFiles, ProgressThatIsWanted_ShowsOneLineThatIsClearedAtTheEnd) {
-  Write("a.tev", SmallModel());
-  const std::string shown = OnTerminal({"blocks", "--progress", "a.tev", "a.tev"});
-  EXPECT_TRUE(shown.starts_with("\r\x1b[K0 of 2 files done, at work on a.tev\r\r\x1b[K")) << shown;
-  EXPECT_TRUE(shown.ends_with("\r\r\x1b[K")) << shown;
-}
-
-TEST_F(TevFiles, FailureOnATerminal_StandsOnALineOfItsOwn) {
-  EXPECT_TRUE(OnTerminal({"blocks", "--progress", "x", "y"})
-                  .starts_with("\r\x1b[K0 of 2 files done, at work on x\r\r\x1b[K"
-                               "tev: x: cannot open: No such file or directory\r\n"));
-}
-
-TEST_F(TevFiles, NarrowTerminal_CutsTheLine) {
-  Write("a.tev", SmallModel());
-  const std::string written = OnTerminal({"blocks", "--progress", "a.tev", "a.tev"}, 21);
-  EXPECT_TRUE(written.starts_with("\r\x1b[K0 of 2 files done, a\r\r\x1b[K")) << written;
-}
-
-TEST_F(TevFiles, ProgressThatIsNotWanted_IsNotShown) {
-  Write("a.tev", SmallModel());
-  EXPECT_EQ(OnTerminal({"blocks", "--no-progress", "a.tev", "a.tev"}), "");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <deque>
+#include <functional>
 #include <list>
 #include <optional>
 #include <unordered_map>
@@ -92,6 +93,19 @@ class BlockCache {
     return items_[entry].size == 0 && !items_[entry].IsCompressed();
   }
 
+  /// Has "observer" called with each entry whose bytes are about to be read from the file. It may
+  /// not touch the entries.
+  void ObserveLoads(std::function<void(std::size_t entry)> observer) {
+    observer_ = std::move(observer);
+  }
+
+  /// Calls it, on behalf of those who read the bytes of an entry by themselves.
+  void TellOfLoad(std::size_t entry) const {
+    if (observer_) {
+      observer_(entry);
+    }
+  }
+
   /// How many times an entry has been loaded from the file, in all.
   [[nodiscard]] std::uint64_t LoadCount() const { return loadCount_; }
 
@@ -119,6 +133,7 @@ class BlockCache {
   std::unordered_map<std::size_t, int> refusals_;  // zlib's codes
   std::uint64_t firstPosition_ = 0;
   std::uint64_t loadCount_ = 0;
+  std::function<void(std::size_t)> observer_;
   std::optional<std::size_t> lastLoaded_;
   std::optional<std::size_t> lastRefused_;
 };

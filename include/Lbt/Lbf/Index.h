@@ -3,10 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Lbt/Lbf/BlockCache.h"
@@ -128,6 +130,11 @@ class Index {
   /// BlockCache::ReadRecordedLength.
   [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry, std::FILE* stream) {
     return cache_.ReadRecordedLength(entry, stream);
+  }
+
+  /// See BlockCache::ObserveLoads.
+  void ObserveLoads(std::function<void(std::size_t entry)> observer) {
+    cache_.ObserveLoads(std::move(observer));
   }
 
   /// The block that the last load was about, whether it went well or not. A second

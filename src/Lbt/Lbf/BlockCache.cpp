@@ -61,8 +61,10 @@ std::uint64_t KeptContents::CostOf(const Block& contents) {
 
 void BlockCache::Assign(std::vector<IndexItem> items, std::uint64_t firstPosition) {
   const std::uint64_t loadCount = loadCount_;
+  auto observer = std::move(observer_);
   *this = BlockCache();
   loadCount_ = loadCount;
+  observer_ = std::move(observer);
   items_ = std::move(items);
   blocks_.resize(items_.size());
   wasLoaded_.resize(items_.size());
@@ -124,6 +126,7 @@ bool BlockCache::LoadKept(std::size_t entry) {
 
 void BlockCache::LoadStored(std::size_t entry, std::FILE* stream) {
   ++loadCount_;
+  TellOfLoad(entry);
   SeekTo(entry, stream);
   blocks_[entry].Read(stream, items_[entry].size);
   if (items_[entry].IsCompressed()) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -51,7 +53,10 @@ enum class Limit {
 /// Takes time in proportion to what the blocks hold, and memory for the tree and one variable,
 /// however much is wrong. Throws where the file cannot be opened, is of a version that is not
 /// supported, or memory runs out; what "sink" was told until then is true.
-[[nodiscard]] CheckResult CheckModel(const std::string& path, const FindingSink& sink,
-                                     Limit limit = Limit::TenThousand);
+/// "onBlock", where it is set, is called with the number of each block that is about to be read,
+/// and with how many there are.
+[[nodiscard]] CheckResult CheckModel(
+    const std::string& path, const FindingSink& sink, Limit limit = Limit::TenThousand,
+    const std::function<void(std::size_t number, std::size_t all)>& onBlock = {});
 
 }  // namespace LbtTev::Check

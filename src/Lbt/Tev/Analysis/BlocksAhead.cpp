@@ -105,6 +105,7 @@ std::unique_ptr<BlocksAhead::Work> BlocksAhead::Prepare(std::size_t entry) const
   if (!item.IsCompressed() || item.position > size || item.size > size - item.position) {
     return nullptr;
   }
+  loading_.file->GetIndex().GetCache().TellOfLoad(entry);
   try {
     auto work = std::make_unique<Work>();
     work->entry = entry;

@@ -160,8 +160,10 @@ void BlockSurvey::Settle(CheckedBlock& block) {
 }
 
 void BlockSurvey::Inflate(CheckedBlock& block) {
+  const auto entry = static_cast<std::size_t>(block.name.number);
+  file_->GetIndex().GetCache().TellOfLoad(entry);
   try {
-    block.check = LbtLbf::CheckBlock(*file_, file_->GetIndex().GetItems()[block.name.number]);
+    block.check = LbtLbf::CheckBlock(*file_, file_->GetIndex().GetItems()[entry]);
   } catch (const std::exception& exception) {
     TellUnreadable(block, exception);
   }

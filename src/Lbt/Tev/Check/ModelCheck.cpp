@@ -107,9 +107,14 @@ bool OpenTev(LbtLbf::LbFile& file, const std::string& path, bool& wideOffsets) {
 
 }  // namespace
 
-CheckResult CheckModel(const std::string& path, const FindingSink& sink, Limit limit) {
+CheckResult CheckModel(const std::string& path, const FindingSink& sink, Limit limit,
+                       const std::function<void(std::size_t, std::size_t)>& onBlock) {
   FindingLog log(sink, limit);
   LbtTev::Tree tree;
+  if (onBlock) {
+    LbtLbf::Index& index = tree.GetFile().GetIndex();
+    index.ObserveLoads([&](std::size_t number) { onBlock(number, index.GetItems().size()); });
+  }
   bool wideOffsets = false;
   if (!OpenTev(tree.GetFile(), path, wideOffsets)) {
     CheckResult result;

@@ -1,6 +1,6 @@
 // What can be wrong with a file, by code and as one line of text.
 
-#include "tev/Failure.h"
+#include "tev/FileFailure.h"
 
 #include <array>
 #include <cerrno>
