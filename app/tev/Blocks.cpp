@@ -197,7 +197,8 @@ void AnswerBlocks(const Input& input, AnswerWriter& writer) {
 
 constexpr const char* kNotes =
     "Nothing is inflated but a second index: the inflated bytes are what the file itself says.\n"
-    "Example: tev blocks bracket.tev";
+    "Example: tev blocks bracket.tev\n"
+    "Exit status: 0 done, 1 bad usage, 2 a file failed.";
 
 }  // namespace
 

@@ -66,14 +66,21 @@ void Export(const Input& input, AnswerWriter& writer, const std::string& geometr
 
 constexpr const char* kNotes =
     "Every geometry of that name is written. OUTPUT may be - for standard output.\n"
-    "Example: tev cdf bracket.tev \"Arm (Aluminium)\" arm.cdf";
+    "Example: tev cdf bracket.tev \"Arm (Aluminium)\" arm.cdf\n"
+    "Exit status: 0 done, 1 bad usage or no such geometry, 2 the model failed.";
 
 Action SetUp(CLI::App& app) {
   const auto run = std::make_shared<FileRun>(FileRun{.verb = "cdf", .layout = TextLayout::Lines});
   const auto geometry = std::make_shared<std::string>();
   AddModel(app, run);
   app.add_option("GEOMETRY", *geometry, "The name of the geometry")->required();
-  app.add_option("OUTPUT", run->output, "The file to write")->required();
+  app.add_option("OUTPUT", run->output, "The file to write, also named by -o")->option_text(" ");
+  AddOutputOptions(app, run);
+  app.callback([run] {
+    if (run->output.empty()) {
+      throw CLI::RequiredError("OUTPUT");
+    }
+  });
   run->answer = [geometry](const Input& input, AnswerWriter& writer) {
     Export(input, writer, *geometry);
   };

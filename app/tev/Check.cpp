@@ -265,7 +265,8 @@ class CheckRun {
 constexpr const char* kNotes =
     "Each file gets a verdict: OK (with -v only), WARNING (nothing is lost), DAMAGED (something\n"
     "is), NOT A TEV FILE, or UNREADABLE (it could not be checked).\n"
-    "Exit status: 0 when all files are OK or have warnings, 1 on bad usage, else 2.\n"
+    "Exit status: 0 all files are OK or have warnings, 1 bad usage, 2 a file is damaged, none, or\n"
+    "could not be checked.\n"
     "Examples: tev check model.tev\n"
     "          tev check --jsonl archive/ >findings.jsonl";
 

@@ -265,7 +265,7 @@ constexpr const char* kNotes =
     "Compared are title, category, counts, parts, meshes, steps, results and all values; not how\n"
     "they are stored, programs, dates, attributes and materials. Tuples are matched by the ids of\n"
     "their nodes and elements, where none repeats. Without tolerances numbers must be equal.\n"
-    "Statuses: 0 the models are the same, 1 they differ, 2 a failure or bad usage.\n"
+    "Exit status: 0 the models are the same, 1 they differ, 2 a failure or bad usage.\n"
     "Example: tev diff --rtol 1e-5 --atol '1e-6*max' old.tev new.tev";
 
 }  // namespace

@@ -315,7 +315,8 @@ constexpr const char* kNotes =
     "Patterns are shell globs of whole names; a name that fits exactly comes first. Without\n"
     "--stats no values are read. With it, only nodes that a part's own faces use take part; At is\n"
     "the id of the node or element, or [its index] where the part has no ids.\n"
-    "Example: tev results --stats --result Stress --part 'Arm*' bracket.tev";
+    "Example: tev results --stats --result Stress --part 'Arm*' bracket.tev\n"
+    "Exit status: 0 done, 1 bad usage or nothing fits, 2 a file failed.";
 
 }  // namespace
 

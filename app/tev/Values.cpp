@@ -377,7 +377,8 @@ constexpr const char* kNotes =
     "asked for by --result, too; ids are whole numbers, in npy int64. --mesh writes a face a row, "
     "or\n"
     "as npy -o NAME.npy the files NAME.offsets.npy and NAME.indices.npy of uint32.\n"
-    "Example: tev values --part FINS --result Temperature --step 'Time = 10' heatsink.tev";
+    "Example: tev values --part FINS --result Temperature --step 'Time = 10' heatsink.tev\n"
+    "Exit status: 0 done, 1 bad usage or nothing fits, 2 the model failed.";
 
 }  // namespace
 

@@ -79,7 +79,7 @@ TEST_F(TevUsage, HelpOfASubcommand_ShowsHowToCallIt) {
   EXPECT_NE(Answer({"info", "--help"}).find("Usage: tev info [OPTIONS] PATH...\n"),
             std::string::npos);
   EXPECT_NE(Answer({"tree", "--help"}).find("--storage"), std::string::npos);
-  EXPECT_NE(Answer({"cdf", "--help"}).find("Usage: tev cdf [OPTIONS] MODEL GEOMETRY OUTPUT\n"),
+  EXPECT_NE(Answer({"cdf", "--help"}).find("Usage: tev cdf [OPTIONS] MODEL GEOMETRY [OUTPUT]\n"),
             std::string::npos);
 }
 
