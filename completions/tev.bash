@@ -1,13 +1,18 @@
 # shellcheck shell=bash
 # Completion of tev for bash.
 
-_tev_verbs='list info tree results values diff sets check blocks block cdf help'
-_tev_common='--help --version --output --progress --no-progress'
-_tev_json="$_tev_common --json --jsonl"
-
-# Sets COMPREPLY to those of the given words that begin with the word at the cursor.
-_tev_words() {
-  mapfile -t COMPREPLY < <(compgen -W "$1" -- "${COMP_WORDS[COMP_CWORD]}")
+# Sets COMPREPLY to those lines of standard input that begin with the word at the cursor, quoted as the
+# shell wants it.
+_tev_reply() {
+  local word="${COMP_WORDS[COMP_CWORD]}" line shown
+  while IFS= read -r line; do
+    if [[ $word == [\"\']* ]]; then
+      [[ $line == "${word:1}"* ]] && COMPREPLY+=("$line")
+    else
+      printf -v shown '%q' "$line"
+      [[ $shown == "$word"* ]] && COMPREPLY+=("$shown")
+    fi
+  done
 }
 
 _tev_files() {
@@ -15,70 +20,74 @@ _tev_files() {
   mapfile -t COMPREPLY < <(compgen -f -- "${COMP_WORDS[COMP_CWORD]}")
 }
 
-# Writes the names of a kind (geometry, part, result, set, step) that a model has, one per line. Those
+_tev_verbs() {
+  tev help | sed -n '/^Verbs:/,/^$/s/^  \([a-z][a-z]*\) .*/\1/p'
+  echo help
+}
+
+# The options of a verb, as its help has them.
+_tev_options() {
+  tev "$1" --help 2>/dev/null | sed -n 's/^ *\(-[A-Za-z],\)\{0,1\}\(--[a-z0-9-]*\).*/\2/p'
+}
+
+# Writes the names of a kind (geometry, part, result, set, step) that a model has, one on each line. Those
 # that JSON has to escape are left out.
-_tev_names_in() {
-  local list
+_tev_names() {
+  local list key=name
   case "$2" in
     geometry)
-      tev tree --json "$1" 2>/dev/null |
+      tev tree --json -- "$1" 2>/dev/null |
         sed -n '/^ *"kind": "Geometry",$/{n;s/^ *"name": "\([^\\]*\)",$/\1/p}' | sort -u
       return
       ;;
     part) list=parts ;;
     result) list=results ;;
     set) list=nodeSets ;;
-    step)
-      tev info --json "$1" 2>/dev/null | sed -n 's/^          "text": "\([^\\]*\)",$/\1/p'
-      return
-      ;;
+    step) list=steps key=text ;;
   esac
-  tev info --json "$1" 2>/dev/null |
-    sed -n '/^      "'"$list"'": \[$/,/^      \]/s/^          "name": "\([^\\]*\)",$/\1/p' | sort -u
-}
-
-# Completes one of those names, quoted as the shell wants it.
-_tev_names() {
-  local word="${COMP_WORDS[COMP_CWORD]}" name
-  while IFS= read -r name; do
-    name=$(printf '%q' "$name")
-    [[ $name == "$word"* ]] && COMPREPLY+=("$name")
-  done < <(_tev_names_in "$1" "$2")
+  tev info --json -- "$1" 2>/dev/null |
+    sed -n '/^      "'"$list"'": \[$/,/^      \]/s/^          "'"$key"'": "\([^\\]*\)",$/\1/p' | awk '!seen[$0]++'
 }
 
 _tev() {
-  local word="${COMP_WORDS[COMP_CWORD]}" verb="${COMP_WORDS[1]}"
-  local before="${COMP_WORDS[COMP_CWORD - 1]}" model="${COMP_WORDS[2]}" options="$_tev_json"
+  local verb="${COMP_WORDS[1]}" before="${COMP_WORDS[COMP_CWORD - 1]}" model='' word
+  local -i i arguments=0
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    _tev_words "$_tev_verbs --help --version"
+    _tev_reply < <(_tev_verbs; printf '%s\n' --help --version)
     return
   fi
+  # The model is the first argument.
+  for ((i = 2; i < COMP_CWORD; i++)); do
+    word="${COMP_WORDS[i]}"
+    case "$word" in
+      -o | --output | --files0-from | --depth | --part | --result | --step | -j | --jobs | --format | \
+        --rtol | --atol) i+=1 ;;
+      -?*) ;;
+      *)
+        ((arguments++ == 0)) && model="${word//\\/}" && model="${model/#\~\//$HOME/}"
+        ;;
+    esac
+  done
   case "$before" in
-    --depth) return ;;
-    --part) _tev_names "$model" part; return ;;
-    --result) _tev_names "$model" result; return ;;
-    --step) _tev_names "$model" step; return ;;
+    --part | --result | --step)
+      # Where these come first, the model may stand behind them.
+      ((COMP_CWORD + 1 < ${#COMP_WORDS[@]})) && model="${model:-${COMP_WORDS[${#COMP_WORDS[@]} - 1]}}"
+      _tev_reply < <(_tev_names "$model" "${before#--}")
+      return
+      ;;
+    --format) _tev_reply < <(printf '%s\n' csv npy); return ;;
+    --depth | --rtol | --atol | -j | --jobs) return ;;
+    -o | --output | --files0-from) _tev_files; return ;;
   esac
-  case "$verb" in
-    help) _tev_words "$_tev_verbs"; return ;;
-    cdf) options="--help --version" ;;
-    block) options="$_tev_common --raw" ;;
-    tree) options="$_tev_json --files0-from --depth --verbose --storage" ;;
-    list) options="$_tev_json --files0-from --csv" ;;
-    check) options="$_tev_json --files0-from --all --verbose" ;;
-    info) options="$_tev_json --files0-from --stats" ;;
-    blocks) options="$_tev_json --files0-from" ;;
-    results | values | diff) options="$_tev_json --part --result --step" ;;
-    sets) ;;
-    *) return ;;
-  esac
-  if [[ $word == -* ]]; then
-    _tev_words "$options"
-  elif [[ $verb == cdf ]] && ((COMP_CWORD == 3)); then
-    _tev_names "$model" geometry
-  elif [[ $verb == sets ]] && ((COMP_CWORD == 3)); then
-    _tev_names "$model" set
+  if [[ $verb == help ]]; then
+    _tev_reply < <(_tev_verbs)
+  elif [[ ${COMP_WORDS[COMP_CWORD]} == -* ]]; then
+    _tev_reply < <(_tev_options "$verb")
+  elif [[ $verb == cdf ]] && ((arguments == 1)); then
+    _tev_reply < <(_tev_names "$model" geometry)
+  elif [[ $verb == sets ]] && ((arguments == 1)); then
+    _tev_reply < <(_tev_names "$model" set)
   else
     _tev_files
   fi

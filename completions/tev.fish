@@ -1,35 +1,65 @@
 # Completion of tev for fish.
 
-set -l verbs list info tree results values diff sets check blocks block cdf help
+function __tev_verbs
+    tev help | sed -n '/^Verbs:/,/^$/s/^  \([a-z][a-z]*\) .*/\1/p'
+    echo help
+end
 
-# The names of a list ("parts", "results", "nodeSets") in the model that the command line names.
-function __tev_names
+# The options of the verb, as its help has them.
+function __tev_options
     set -l words (commandline -opc)
-    tev info --json $words[3] 2>/dev/null |
-        sed -n '/^      "'$argv[1]'": \[$/,/^      \]/s/^          "name": "\([^\\\\]*\)",$/\1/p' | sort -u
+    tev $words[2] --help 2>/dev/null | sed -n 's/^ *\(-[A-Za-z],\)\{0,1\}\(--[a-z0-9-]*\).*/\2/p'
+end
+
+# The arguments that stand after the verb, without options and their values.
+function __tev_arguments
+    set -l skip 0
+    for word in (commandline -opc)[3..-1]
+        if test $skip = 1
+            set skip 0
+        else if contains -- $word -o --output --files0-from --depth --part --result --step -j --jobs --format --rtol --atol
+            set skip 1
+        else if not string match -q -- '-?*' $word
+            echo $word
+        end
+    end
+end
+
+# The names of a list ("parts") in the model, which is the first argument; those that JSON has to escape
+# are left out.
+function __tev_names
+    set -l key name
+    test "$argv[1]" = steps; and set key text
+    set -l model (__tev_arguments)[1]
+    tev info --json -- $model 2>/dev/null |
+        sed -n '/^      "'$argv[1]'": \[$/,/^      \]/s/^          "'$key'": "\([^\\\\]*\)",$/\1/p' | awk '!seen[$0]++'
 end
 
 function __tev_geometries
-    set -l words (commandline -opc)
-    tev tree --json $words[3] 2>/dev/null |
+    set -l model (__tev_arguments)[1]
+    tev tree --json -- $model 2>/dev/null |
         sed -n '/^ *"kind": "Geometry",$/{n;s/^ *"name": "\([^\\\\]*\)",$/\1/p}' | sort -u
 end
 
-complete -c tev -n "not __fish_seen_subcommand_from $verbs" -f -a "$verbs"
-complete -c tev -s h -l help -d 'Print help'
-complete -c tev -s V -l version -d 'Print the version'
-complete -c tev -s o -l output -r -d 'Write to a file'
-complete -c tev -l json -d 'Write one JSON document'
-complete -c tev -l jsonl -d 'Write a line of JSON for each file'
-complete -c tev -l progress -d 'Tell how far the run is'
-complete -c tev -l no-progress
-complete -c tev -n '__fish_seen_subcommand_from list info tree check blocks' -l files0-from -r
-complete -c tev -n '__fish_seen_subcommand_from list' -l csv -d 'Write comma-separated values'
-complete -c tev -n '__fish_seen_subcommand_from tree' -l depth -x -d 'Of the deepest nodes'
-complete -c tev -n '__fish_seen_subcommand_from tree' -s v -l verbose
-complete -c tev -n '__fish_seen_subcommand_from tree' -l storage
-complete -c tev -n '__fish_seen_subcommand_from block' -l raw
-complete -c tev -n '__fish_seen_subcommand_from results values diff' -l part -x -a '(__tev_names parts)'
-complete -c tev -n '__fish_seen_subcommand_from results values diff' -l result -x -a '(__tev_names results)'
-complete -c tev -n '__fish_seen_subcommand_from sets; and test (count (commandline -opc)) -eq 3' -f -a '(__tev_names nodeSets)'
-complete -c tev -n '__fish_seen_subcommand_from cdf; and test (count (commandline -opc)) -eq 3' -f -a '(__tev_geometries)'
+function __tev_is_after
+    set -l words (commandline -opc)
+    contains -- "$words[2]" $argv; and test (count (__tev_arguments)) -eq 1
+end
+
+set -l has_verb 'test (count (commandline -opc)) -gt 1'
+complete -c tev -n "not $has_verb" -f -a '(__tev_verbs) --help --version'
+complete -c tev -n '__fish_seen_subcommand_from help' -f -a '(__tev_verbs)'
+complete -c tev -n "$has_verb; and string match -q -- '-*' (commandline -ct)" -f -a '(__tev_options)'
+set -l of_fields '__fish_seen_subcommand_from results values diff'
+complete -c tev -n "$of_fields" -l part -x -a '(__tev_names parts)'
+complete -c tev -n "$of_fields" -l result -x -a '(__tev_names results)'
+complete -c tev -n "$of_fields" -l step -x -a '(__tev_names steps)'
+complete -c tev -n '__fish_seen_subcommand_from results diff' -s j -l jobs -x
+complete -c tev -n '__fish_seen_subcommand_from values' -l format -x -a 'csv npy'
+complete -c tev -n '__fish_seen_subcommand_from diff' -l rtol -x
+complete -c tev -n '__fish_seen_subcommand_from diff' -l atol -x
+complete -c tev -n '__fish_seen_subcommand_from tree' -l depth -x
+complete -c tev -n "$has_verb" -s o -l output -r
+complete -c tev -n "$has_verb" -l files0-from -r
+complete -c tev -n '__tev_is_after sets' -f -a '(__tev_names nodeSets)'
+complete -c tev -n '__tev_is_after cdf' -f -a '(__tev_geometries)'
