@@ -122,7 +122,7 @@ void MakeAttributes(const fs::path& path, unsigned int sets) {
   Save(path, model.Build());
 }
 
-/// Heavy data of "mebibytes" in compressed blocks of at most 64 MiB, and behind it a block with
+/// Heavy data of "mebibytes" in compressed blocks of at most 64 MiB, and after it a block with
 /// node sets, which a report reads. The blocks hold zeros, so that gigabytes take some megabytes on
 /// disk; a report learns their lengths alone.
 void MakeData(const fs::path& path, std::size_t mebibytes) {

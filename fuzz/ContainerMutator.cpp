@@ -102,7 +102,7 @@ std::string MutateParts(ContainerParts parts, Random& random, ByteMutator mutate
   return PutTogether(parts);
 }
 
-/// Any change behind the signature.
+/// Any change after the signature.
 std::string MutateRaw(std::span<const std::uint8_t> file, std::size_t maxSize,
                       ByteMutator mutateBytes) {
   std::string bytes(tevtest::kSignature);

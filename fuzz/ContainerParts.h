@@ -19,7 +19,7 @@ struct ContainerParts {
   bool isContinuationCompressed = false;
 };
 
-/// Takes a file apart; none where its index cannot be read or its blocks are not there.
+/// Takes a file apart; none where its index cannot be read or its blocks are missing.
 [[nodiscard]] std::optional<ContainerParts> TakeApart(std::span<const std::uint8_t> file);
 
 /// Builds a file of parts.

@@ -132,7 +132,7 @@ TEST(AdtTree, AppendChild_ToAChildlessNode_IsItsFirstAndLastChild) {
   EXPECT_EQ(tree.GetNextId(), 3U);
 }
 
-TEST(AdtTree, AppendChild_BehindOthers_FollowsTheLastOfThem) {
+TEST(AdtTree, AppendChild_AfterOthers_FollowsTheLastOfThem) {
   NumberTree tree;
   tree.AppendChild(1);
   tree.AppendChild(1);
@@ -152,7 +152,7 @@ TEST(AdtTree, AppendChild_ToAnAbsentNode_FailsBeforeAnIdIsTaken) {
   EXPECT_EQ(IdsOf(tree), (Ids{1, 9}));
 }
 
-TEST(AdtTree, AppendChild_BehindALastChildThatIsMissing_FailsAndChangesNoEntry) {
+TEST(AdtTree, AppendChild_AfterALastChildThatIsMissing_FailsAndChangesNoEntry) {
   NumberTree tree;
   tree.Insert({1, 0, 0, 0, 6, 6, 0});
   EXPECT_EQ(FailureOf([&] { tree.AppendChild(1); }), kNotFound);

@@ -30,7 +30,7 @@ class Arguments {
   std::vector<char*> pointers_;
 };
 
-/// What the arguments behind the program's name say.
+/// What the arguments after the program's name say.
 CommandLine Parsed(Texts texts) {
   texts.insert(texts.begin(), "TevInfo");
   Arguments arguments(std::move(texts));

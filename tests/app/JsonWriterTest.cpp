@@ -85,7 +85,7 @@ TEST_F(JsonWriterTest, MembersOfAnObjectAround_GoOnAfterItsFirst) {
   EXPECT_EQ(Closed(), "{\n  \"first\": 1,\n  \"second\": 2,\n  \"list\": [\n    3\n  ]\n}");
 }
 
-TEST_F(JsonWriterTest, ValueThatBreaksOffBehindAKey_IsClosedAsNull) {
+TEST_F(JsonWriterTest, ValueThatBreaksOffAfterAKey_IsClosedAsNull) {
   json.OpenObject();
   json.Key("list");
   json.OpenList();

@@ -26,7 +26,7 @@ TEST(VisibleText, C1Controls_AreWrittenOut) {
   EXPECT_EQ(VisibleText("\xc2\x9b"
                         "31m"),
             "\\xc2\\x9b31m");
-  EXPECT_EQ(VisibleText("\xc2\xa0"), "\xc2\xa0");  // the first character behind them
+  EXPECT_EQ(VisibleText("\xc2\xa0"), "\xc2\xa0");  // the first character after them
 }
 
 TEST(VisibleText, BytesThatAreNoUtf8_AreWrittenOut) {

@@ -42,7 +42,7 @@ class BlockGrowth : public testing::Test {
     return block.GetCapacity();
   }
 
-  /// The default size that a read leaves behind.
+  /// The default size that a read leaves.
   static std::uint32_t DefaultAfterReading(std::string_view value) {
     SetDefault(value);
     static_cast<void>(CapacityAfterReading(1));

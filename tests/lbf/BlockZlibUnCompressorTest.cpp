@@ -126,7 +126,7 @@ TEST(BlockZlibUnCompressor, AbsurdRecordedLengthOfTheBestRatio_StillFindsRoom) {
   EXPECT_EQ(Contents(Uncompressed(stored)), payload);
 }
 
-TEST(BlockZlibUnCompressor, BytesBehindTheZlibStream_DoNotMatter) {
+TEST(BlockZlibUnCompressor, BytesAfterTheZlibStream_DoNotMatter) {
   EXPECT_EQ(Contents(Uncompressed(Compressed("hello") + "rest")), "hello");
 }
 
@@ -161,7 +161,7 @@ TEST(BlockZlibUnCompressor, TruncatedData_FailsWithDataError) {
             kDataError);
 }
 
-TEST(BlockZlibUnCompressor, NothingBehindTheLength_FailsWithDataError) {
+TEST(BlockZlibUnCompressor, NothingAfterTheLength_FailsWithDataError) {
   EXPECT_EQ(Refusal(Recorded(5, "")), kDataError);
 }
 

@@ -57,7 +57,7 @@ TEST(ContainerListing, LongClaims_AddUpBeyond32Bits) {
   EXPECT_EQ(Listed(writer.Build().bytes).listing.totals.inflatedSize, 8589934590U);
 }
 
-TEST(ContainerListing, BlockBehindTheEnd_HasNoLengthAndDoesNotFail) {
+TEST(ContainerListing, BlockPastTheEnd_HasNoLengthAndDoesNotFail) {
   ContainerWriter writer;
   writer.AddRaw("A", "1234").AddCompressed("B", "5678");
   const std::size_t end = writer.Build().Block("B").offset;

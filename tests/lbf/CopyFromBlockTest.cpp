@@ -204,7 +204,7 @@ TEST(CopyFromBlock, VectorWithPartOfAnElementLeft_DoesNotConsumeThePart) {
   EXPECT_EQ(values, (std::vector<unsigned int>{1, 2, 0}));
 }
 
-TEST(CopyFromBlock, Vector_ThatStartsBehindOtherValues_CountsWithTheWholeBlock) {
+TEST(CopyFromBlock, Vector_ThatStartsAfterOtherValues_CountsWithTheWholeBlock) {
   std::vector<unsigned char> values;
   Block block = BlockOf(Hex("'abcd' 08000000 01"));
   block.SetPosition(4);

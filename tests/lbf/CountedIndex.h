@@ -84,7 +84,7 @@ inline std::string IndexOf(const std::string& entry, std::size_t count) {
   return ByteWriter().U32(Narrow(count)).Bytes() + Repeated(entry, count);
 }
 
-/// An index that was read from the start of a stream, with its blocks behind it. Blocks take no
+/// An index that was read from the start of a stream, with its blocks after it. Blocks take no
 /// more memory than they need.
 class CountedIndex {
  public:
@@ -107,7 +107,7 @@ class CountedIndex {
   [[nodiscard]] std::uint64_t Jumps() const { return stream_.Jumps(); }
   [[nodiscard]] const LbtLbf::StreamWork& Work() { return index_.FindStream("A")->Work(); }
   [[nodiscard]] std::uint64_t Position() { return index_.GetPosition(*index_.FindStream("A")); }
-  /// The bytes that were read behind the index.
+  /// The bytes that were read after the index.
   [[nodiscard]] std::uint64_t BlockBytes() const { return stream_.BytesRead() - indexSize_; }
 
  private:

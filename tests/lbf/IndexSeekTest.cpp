@@ -151,7 +151,7 @@ TEST(IndexSeek, OverADamagedBlock_RaisesNothing) {
   EXPECT_EQ(file.Read("A", 1), "j");
 }
 
-TEST(IndexSeek, ReadAfterPassingADamagedBlock_GoesOnBehindIt) {
+TEST(IndexSeek, ReadAfterPassingADamagedBlock_GoesOnAfterIt) {
   OpenContainer file(ContainerWriter().AddRaw("A", "abc").Add(Damaged(5)).AddRaw("A", "ij"));
   file.Seek("A", 8);
   file.Seek("A", 0);

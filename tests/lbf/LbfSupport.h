@@ -39,7 +39,7 @@ template <class Action>
 [[nodiscard]] std::string TakeErrorLog();
 
 /// Sets environment variables of the container layer, and takes that back at the end, the
-/// process-wide block size that they leave behind included.
+/// process-wide block size that they set included.
 class SizeVariables {
  public:
   static constexpr const char* kDefaultSize = "PRAMO_DEFAULT_TEV_BLOCK_SIZE";

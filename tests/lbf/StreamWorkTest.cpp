@@ -144,7 +144,7 @@ TEST_F(LengthsNear4GiB, SoughtInto_AreInflatedAndRefused) {
   }
 }
 
-TEST(StreamWork, StoredSizesNear4GiB_MoveTheBlocksBehindThemOutOfTheFile) {
+TEST(StreamWork, StoredSizesNear4GiB_MoveTheBlocksAfterThemOutOfTheFile) {
   CountedIndex file(ByteWriter().U32(3).Bytes() + Repeated(Entry("B", 0xFFFFFFFF, false), 2) +
                         Entry("A", 2, false),
                     "xxij");
@@ -157,7 +157,7 @@ TEST(StreamWork, StoredSizesNear4GiB_AddUpAsTheLengthOfTheirStream) {
                         Entry("A", 2, false),
                     "xxij");
   EXPECT_EQ(FailureOf([&] { file.Seek(0x1FFFFFFFEUL); }), tevtest::UnableToRead());
-  EXPECT_EQ(file.Loads(), 1U);  // the target; what was passed is not there either
+  EXPECT_EQ(file.Loads(), 1U);  // the target; what was passed is missing, too
 }
 
 /// A file whose second index has so many empty entries, each stored in about a hundredth of a byte.

@@ -30,7 +30,7 @@ std::vector<T> ElementsOf(const StoredList<T>& list) {
   return elements;
 }
 
-TEST(StoredList, BytesBehindTheLastWholeElement_DoNotCount) {
+TEST(StoredList, BytesAfterTheLastWholeElement_DoNotCount) {
   const std::string bytes = Hex("0100000002000000ffffff");
   Block block = BlockOf(bytes);
   const StoredList<std::uint32_t> list(block.Get(11));

@@ -190,7 +190,7 @@ TEST(CdfExport, LinkedVariable_HasTheValuesOfItsTarget) {
 
 // ------------------------------------------------------------------ steps
 
-TEST(CdfExport, Step_IsTheNumberBehindTheFirstEqualsSign) {
+TEST(CdfExport, Step_IsTheNumberAfterTheFirstEqualsSign) {
   const std::vector<std::pair<std::string, std::string>> steps{{"Time = 0.5", "0.5"},
                                                                {"Time = 1e-3", "0.001"},
                                                                {"A = 1 = 2", "1"},
@@ -253,7 +253,7 @@ TEST(CdfExport, FacesOfEveryConnectivityType_AreWritten) {
   }
 }
 
-TEST(CdfExport, LengthsBeforeOrBehindTheirFaces_AreFound) {
+TEST(CdfExport, LengthsBeforeOrAfterTheirFaces_AreFound) {
   const std::string expected = "*FACES\n0\n1,2\n*FACESET,NAME=\"mesh\"\n0,1,\n";
   EXPECT_EQ(Blocks({Lengths({1, 2}), Faces({0, 1, 2})}), expected);
   EXPECT_EQ(Blocks({Faces({0, 1, 2}), Lengths({1, 2})}), expected);

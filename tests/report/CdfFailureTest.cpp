@@ -28,7 +28,7 @@ using LbtTev::Report::WriteCdf;
 struct FailingExport {
   const char* name;
   std::vector<Variable> variables;
-  std::string written;  ///< behind the headings
+  std::string written;  ///< after the headings
 };
 
 /// The name of a test case is that of its failure.
@@ -40,7 +40,7 @@ class CdfFailure : public ::testing::TestWithParam<FailingExport> {
   LoadedModel model{ModelOf(GetParam().variables)};
 };
 
-TEST_P(CdfFailure, WriteCdf_ThrowsBehindWhatItWrote) {
+TEST_P(CdfFailure, WriteCdf_ThrowsAfterWhatItWrote) {
   std::ostringstream stream;
   EXPECT_THROW(WriteCdf(model.tree, "mesh", stream), std::exception);
   EXPECT_EQ(stream.str(), expected);
@@ -68,33 +68,33 @@ TEST_P(CdfFailure, ExportCDF_LeavesThePartialFileWithoutAMessage) {
 
 const std::string kHeatBlock = "*RESULT,NAME=\"Heat\",STEP=1\n5\n";
 const Variable kHeat = Scalar("Heat\x1eTime = 1", {5});
-const Variable kBehind = Scalar("Behind", {6});
+const Variable kAfter = Scalar("After", {6});
 
 INSTANTIATE_TEST_SUITE_P(
     Of, CdfFailure,
     ::testing::Values(
         FailingExport{"StepOfAResult",
-                      {kHeat, Scalar("A\x1eTime: 1", {1}), kBehind},
+                      {kHeat, Scalar("A\x1eTime: 1", {1}), kAfter},
                       kHeatBlock + "*RESULT,NAME=\"A\""},
         FailingExport{"StepWithoutBlanks",
-                      {kHeat, Scalar("A\x1eTime=1", {1}), kBehind},
+                      {kHeat, Scalar("A\x1eTime=1", {1}), kAfter},
                       kHeatBlock + "*RESULT,NAME=\"A\""},
         FailingExport{"StepOfVertices",
-                      {kHeat, Variable::Floats("C\x1eno", kCoordinates, 3, {1, 2, 3}), kBehind},
+                      {kHeat, Variable::Floats("C\x1eno", kCoordinates, 3, {1, 2, 3}), kAfter},
                       kHeatBlock + "*VERTICES"},
         FailingExport{"StepOfFaces",
-                      {kHeat, Faces({0, 1}, "F\x1eno"), Lengths({2}, "L\x1eno"), kBehind},
+                      {kHeat, Faces({0, 1}, "F\x1eno"), Lengths({2}, "L\x1eno"), kAfter},
                       kHeatBlock + "*FACES"},
         FailingExport{"DataOfAResult",
-                      {kHeat, Lost(Scalar("A\x1eTime = 2", {1})), kBehind},
+                      {kHeat, Lost(Scalar("A\x1eTime = 2", {1})), kAfter},
                       kHeatBlock + "*RESULT,NAME=\"A\",STEP=2\n"},
         FailingExport{"DataOfVertices",
-                      {kHeat, Lost(Variable::Floats("C", kCoordinates, 3, {1, 2, 3})), kBehind},
+                      {kHeat, Lost(Variable::Floats("C", kCoordinates, 3, {1, 2, 3})), kAfter},
                       kHeatBlock + "*VERTICES\n"},
         FailingExport{
-            "DataOfFaces", {kHeat, Lost(Faces({0, 1})), Lengths({2}), kBehind}, kHeatBlock},
+            "DataOfFaces", {kHeat, Lost(Faces({0, 1})), Lengths({2}), kAfter}, kHeatBlock},
         FailingExport{
-            "DataOfLengths", {kHeat, Faces({0, 1}), Lost(Lengths({2})), kBehind}, kHeatBlock}),
+            "DataOfLengths", {kHeat, Faces({0, 1}), Lost(Lengths({2})), kAfter}, kHeatBlock}),
     [](const auto& failing) { return std::string(failing.param.name); });
 
 TEST(CdfExport, MissingStep_IsOutOfRange) {
@@ -166,7 +166,7 @@ TEST_F(CdfFile, LongerFile_IsEmptiedFirst) {
   EXPECT_EQ(model.directory.Read("old.cdf"), expected);
 }
 
-TEST_F(CdfFile, File_IsClosedBehindSuccessAndFailure) {
+TEST_F(CdfFile, File_IsClosedAfterSuccessAndFailure) {
   LoadedModel failing(ModelOf({Scalar("A\x1eno", {1})}));
   const std::size_t before = OpenDescriptors();
   exportCDF(model.tree, "mesh", model.directory / "good.cdf");

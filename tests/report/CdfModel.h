@@ -46,7 +46,7 @@ inline ModelWriter ModelOf(const std::vector<Variable>& variables) {
   return model;
 }
 
-/// The export of one geometry behind its headings.
+/// The export of one geometry after its headings.
 inline std::string Blocks(const std::vector<Variable>& variables) {
   const std::string text = LoadedModel(ModelOf(variables)).Text("mesh");
   EXPECT_TRUE(text.starts_with(kHeadings)) << text;

@@ -128,7 +128,7 @@ TEST_F(BadModel, HeaderThatIsCut_HasAnEmptyIndexBlock) {
   }
 }
 
-TEST_F(BadModel, FileThatIsCutAnywhereBehindItsHeader_CannotBeRead) {
+TEST_F(BadModel, FileThatIsCutAnywhereAfterItsHeader_CannotBeRead) {
   constexpr std::size_t kStep = 61;
   for (std::size_t size = 16; size < bytes.size(); size += kStep) {
     SCOPED_TRACE(size);

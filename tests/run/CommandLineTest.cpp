@@ -77,7 +77,7 @@ TEST_F(CommandLineRun, OneDashAndAnEmptyArgument_AreTakenForTheModel) {
   ExpectNotOpened(Run({""}), "");
 }
 
-TEST_F(CommandLineRun, ShortOptionBehindTheModel_IsTakenForTheOutput) {
+TEST_F(CommandLineRun, ShortOptionAfterTheModel_IsTakenForTheOutput) {
   ExpectReport(Run({model, "-v"}), "");
   EXPECT_EQ(dir.Read("-v"), document);
 }
@@ -88,7 +88,7 @@ TEST_F(CommandLineRun, FurtherArguments_AreIgnored) {
   EXPECT_EQ(dir.EntryCount(), entriesBefore + 1);
 }
 
-TEST_F(CommandLineRun, OptionBehindTheModel_Counts) {
+TEST_F(CommandLineRun, OptionAfterTheModel_Counts) {
   ExpectReport(Run({model, "--ekm-meta-data"}), "");
   EXPECT_TRUE(dir.Read("ekm-meta-data.xml").starts_with("<ekmMetaData:meta-data xmlns:"));
 }

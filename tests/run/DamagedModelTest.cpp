@@ -96,7 +96,7 @@ TEST_F(GatheringRun, CorruptHeavyBlock_IsMetOnlyByTheDataExtraction) {
   EXPECT_EQ(outcome.output.find("metadata"), std::string::npos);
 }
 
-TEST_F(GatheringRun, VariableBehindItsStream_IsMetOnlyByTheDataExtraction) {
+TEST_F(GatheringRun, VariablePastItsStream_IsMetOnlyByTheDataExtraction) {
   model.VariableAt(kSmallMesh1, 1).heavyPosition = 1000000;
   const std::string path = Write(model);
   ExpectReport(Run({path}), report.Document(ReadFile(path).size()));

@@ -132,7 +132,7 @@ void AddRecordFaults(std::vector<DamagedModel>& models) {
                       model.At(kSmallShape1).Shape().material->envelope.recordSize = 4;
                     }),
                     UnknownRecord()});
-  models.push_back({"MaterialSizeBehindTheBlock", Changed([](ModelWriter& model) {
+  models.push_back({"MaterialSizePastTheBlock", Changed([](ModelWriter& model) {
                       model.At(kSmallShape2).Shape().material->envelope.recordSize = 0x7FFFFFFF;
                     }),
                     OutOfPosition()});
@@ -152,16 +152,16 @@ void AddNodeSetFaults(std::vector<DamagedModel>& models) {
                       model.At(kSmallNodeSets).NodeSets().setCount = kAbsurd;
                     }),
                     TooShort("include/Lbt/Tev/NodeSets")});
-  models.push_back({"SetsBehindTheirStream", Changed([](ModelWriter& model) {
+  models.push_back({"SetsPastTheirStream", Changed([](ModelWriter& model) {
                       model.At(kSmallNodeSets).NodeSets().heavyPosition = 1000000;
                     }),
                     OutOfPosition()});
-  models.push_back({"SetsFarBehindTheirStream", Changed([](ModelWriter& model) {
+  models.push_back({"SetsFarPastTheirStream", Changed([](ModelWriter& model) {
                       model.At(kSmallNodeSets).NodeSets().heavyPosition = ~0ULL;
                     }),
                     OutOfPosition()});
   models.push_back(
-      {"SetNameBehindAllNames", Changed([](ModelWriter& model) {
+      {"SetNamePastAllNames", Changed([](ModelWriter& model) {
          model.At(kSmallNodeSets).NodeSets().lists.nameOffsets = {100, 105, 111};
        }),
        "Exception: basic_string::substr: __pos (which is 100) > this->size() (which is 11)\n"});

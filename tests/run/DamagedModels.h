@@ -6,7 +6,7 @@
 namespace tevtest {
 
 /// A model file with one fault that ends a run on it, and what the run then writes on standard
-/// error behind the notice of the log.
+/// error after the notice of the log.
 struct DamagedModel {
   std::string name;  ///< letters and digits only
   std::string bytes;

@@ -53,7 +53,7 @@ TEST_P(DumpOfExample, HasEveryValueThatTheModelWasMadeFrom) {
   EXPECT_NE(comparison.output, "");
 }
 
-TEST_P(DumpOfExample, OnStandardOutput_IsTheSameBehindTheMemoryLine) {
+TEST_P(DumpOfExample, OnStandardOutput_IsTheSameAfterTheMemoryLine) {
   const Outcome outcome = Run({"--extract-data", model});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.error, Notice());
@@ -84,7 +84,7 @@ class DumpRun : public TevInfoRun {
     return Run({"--extract-data", dir.Write("model.tev", bytes)});
   }
 
-  /// A dump that ends well behind "message" on standard error.
+  /// A dump that ends well after "message" on standard error.
   void ExpectDump(const Outcome& outcome, std::string_view message, std::string_view dump) const {
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.error, Notice() + std::string(message));

@@ -67,7 +67,7 @@ TEST_F(MemoryLimitOfAGoodModel, HeavyDataOfAVariable_IsNotReadForTheReport) {
 
 // Each block has a buffer of 10 MiB, of which only the pages that are filled may cost memory, also
 // where a tree is so large that its own memory is asked for in larger pages.
-TEST_F(MemoryLimitOfAGoodModel, ManySmallBlocksBehindALargeTree_CostWhatTheyHold) {
+TEST_F(MemoryLimitOfAGoodModel, ManySmallBlocksAfterALargeTree_CostWhatTheyHold) {
   constexpr std::uint32_t kTogether = 2100;
   constexpr std::uint32_t kApart = 300;
   const auto record = [](std::uint32_t id) {

@@ -30,7 +30,7 @@ std::vector<std::string> LinesOf(const std::string& text) {
   return lines;
 }
 
-/// The commands of all "console" blocks, each behind "$ ".
+/// The commands of all "console" blocks, each after "$ ".
 std::vector<Example> ExamplesOf(const std::string& readme) {
   std::vector<Example> examples;
   bool isInBlock = false;

@@ -147,7 +147,7 @@ TEST(ModelWriter, EveryLayout_KeepsTheBytesOfTheStreams) {
   }
 }
 
-TEST(ModelWriter, BlockPerRecord_CutsBehindEachRecord) {
+TEST(ModelWriter, BlockPerRecord_CutsAfterEachRecord) {
   ModelWriter model = SmallModel();
   model.SetLayoutOfOthers({.split = StreamLayout::Split::BlockPerRecord,
                            .packing = StreamLayout::Packing::Alternating});

@@ -114,7 +114,7 @@ TEST(ContainerWriter, RecordedLength_ReplacesOnlyTheLength) {
   EXPECT_EQ(Inflated(stored.substr(4), 3), "xyz");
 }
 
-TEST(ContainerWriter, RawContinuation_ListsTheBlocksBehindIt) {
+TEST(ContainerWriter, RawContinuation_ListsTheBlocksAfterIt) {
   const Container file =
       ContainerWriter().AddRaw("A", "xy").AddRaw("B", "z").ContinueAfter({.after = 1}).Build();
   EXPECT_EQ(file.bytes.substr(16), Hex("02000000 00 01000000 'A' 02000000 00 00"

@@ -37,7 +37,7 @@ inline constexpr std::string_view kMemoryLine = "Peak Memory Usage: # Mb\n";
 /// The size of a file between 1 KiB and 1 MiB as reports show it.
 [[nodiscard]] std::string KibibyteText(std::size_t bytes);
 
-/// What a failing run writes on standard error behind the notice of the log.
+/// What a failing run writes on standard error after the notice of the log.
 [[nodiscard]] std::string Failure(std::string_view type, std::string_view description,
                                   std::string_view file);
 
@@ -76,7 +76,7 @@ class TevInfoRun : public ::testing::Test {
   /// A run that ended well with "document" on standard output.
   void ExpectReport(const Outcome& outcome, std::string_view document) const;
 
-  /// A run that ended with status 2, nothing on standard output, and "text" behind the notice.
+  /// A run that ended with status 2, nothing on standard output, and "text" after the notice.
   void ExpectFailed(const Outcome& outcome, std::string_view text) const;
 
   const TempDir dir;

@@ -92,7 +92,7 @@ TEST_F(TevUsage, Version_IsTheSameEverywhere) {
 }
 
 TEST_F(TevUsage, NamesOfFiles_AreTakenAsTheyAre) {
-  // As a list in brackets, as names of verbs, and behind the end of the options.
+  // As a list in brackets, as names of verbs, and after the end of the options.
   for (const std::string name : {"[a,b]", "[x]", "blocks", "info", "--json", "++", "%%", "{}"}) {
     Write(name, SmallModel());
     EXPECT_TRUE(Answer({"blocks", "--", name}).starts_with(name + "\n")) << name;

@@ -42,7 +42,7 @@ struct Continuation {
   std::size_t after = 0;  ///< this many of the added blocks are listed before it
   BlockSpec block{.name = "\vIndex Block 1"};  ///< "payload" is made by the writer
   std::optional<std::uint32_t> count{};        ///< in place of the number of its entries
-  std::string trailing{};                      ///< bytes behind its entries
+  std::string trailing{};                      ///< bytes after its entries
 };
 
 /// Where a block ended up in the file.
@@ -59,7 +59,7 @@ struct Container {
   std::size_t indexOffset = 0;
   std::size_t indexSize = 0;              ///< bytes of the first index block as written
   std::vector<BlockPlace> blocks;         ///< the added blocks, in order
-  std::vector<BlockPlace> continuations;  ///< the index blocks behind the first one
+  std::vector<BlockPlace> continuations;  ///< the index blocks after the first one
 
   /// The "nth" block of that name, counted from 0; throws std::out_of_range without one.
   [[nodiscard]] const BlockPlace& Block(std::string_view name, std::size_t nth = 0) const;

@@ -11,11 +11,11 @@
 namespace tevtest {
 
 /// How a versioned record is wrapped: its size (counted from the size field on), its version text,
-/// its fields, and whatever a newer writer may have put behind them.
+/// its fields, and whatever a newer writer may have put after them.
 struct Envelope {
   bool sized = true;                          ///< with a size field, as in all but the oldest files
   std::optional<std::uint32_t> recordSize{};  ///< in place of the true size
-  std::string trailing{};  ///< bytes behind the known fields, counted in the size
+  std::string trailing{};                     ///< bytes after the known fields, counted in the size
 
   [[nodiscard]] std::string Wrap(std::string_view version, std::string_view fields) const;
 };

@@ -8,7 +8,7 @@
 ///
 ///   - cut at every length;
 ///   - every byte set to 0x00, 0xFF, its value plus one, its value with the top bit flipped;
-///   - every 32-bit word behind the version, at any alignment, set to 0, 1, 0x7FFFFFFF,
+///   - every 32-bit word after the version, at any alignment, set to 0, 1, 0x7FFFFFFF,
 ///     0x80000000, 0xFFFFFFFF and the size of the file.
 ///
 /// Of all these only every "stride"-th is made. Returns how many were.

@@ -169,7 +169,7 @@ TEST(MaterialRecord, OfItsExactSize_EndsAtTheBlocksEnd) {
   EXPECT_TRUE(block.IsConsumed());
 }
 
-TEST(MaterialRecord, ThatEndsBehindItsBlock_FailsWithInvalidPosition) {
+TEST(MaterialRecord, ThatEndsPastItsBlock_FailsWithInvalidPosition) {
   for (const std::uint32_t size : {77U, 0xFFFFFFFFU}) {
     MaterialRecord record = Coloured("0.3", true);
     record.envelope.recordSize = size;

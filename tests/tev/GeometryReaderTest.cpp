@@ -128,7 +128,7 @@ TEST(GeometryReader, AVariableOfVersion05_HasItsBytesAndNoLoader) {
   EXPECT_EQ(bytes, tevtest::ElementBytes(kNumbers));
 }
 
-TEST(GeometryReader, AVariableOfVersion05BehindTheHeavyData_FailsWithInvalidPosition) {
+TEST(GeometryReader, AVariableOfVersion05PastTheHeavyData_FailsWithInvalidPosition) {
   Variable variable = Full();
   variable.heavyPosition = 30;  // 5 and 24 bytes are there
   EXPECT_EQ(FailureOf([&] { LoadedTree(Model("0.5", {variable})); }), tevtest::kInvalidPosition);
@@ -240,13 +240,13 @@ TEST(GeometryReader, AVariableOfEachOldVersion_HasTheFieldsOfItsVersion) {
   }
 }
 
-TEST(GeometryReader, AnOldVariableBehindTheHeavyData_FailsWhileLoading) {
+TEST(GeometryReader, AnOldVariablePastTheHeavyData_FailsWhileLoading) {
   Variable variable = Full();
   variable.heavyPosition = 30;
   EXPECT_EQ(FailureOf([&] { LoadedTree(Model("0.4", {variable})); }), tevtest::kInvalidPosition);
 }
 
-TEST(GeometryReader, ANewVariableBehindTheHeavyData_FailsOnlyWhenItsNumbersAreWanted) {
+TEST(GeometryReader, ANewVariablePastTheHeavyData_FailsOnlyWhenItsNumbersAreWanted) {
   Variable variable = Full();
   variable.heavyPosition = 30;
   LoadedTree loaded(Model("0.6", {variable}));

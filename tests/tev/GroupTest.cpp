@@ -22,7 +22,7 @@ using tevtest::kAttributes;
 using tevtest::kLightData;
 using tevtest::ModelOnDisk;
 
-/// The transform, 40 bytes, then a byte for the group and one behind it.
+/// The transform, 40 bytes, then a byte for the group and one after it.
 std::string LightData() {
   ByteWriter light;
   for (const float value : {1.0F, 2.0F, 3.0F, 0.0F, 1.0F, 0.0F, 0.5F, 4.0F, 5.0F, 6.0F}) {

@@ -54,7 +54,7 @@ class TightBlocks {
 constexpr std::uint32_t kRecords = 100000;
 constexpr std::uint64_t kTransform = 40;  // bytes of a group "0.2"
 
-/// The light data of the record that comes "nth" in the file, behind a first byte that keeps all
+/// The light data of the record that comes "nth" in the file, after a first byte that keeps all
 /// positions from 0.
 enum class Seeks { Backwards, ToAndFro };
 

@@ -134,7 +134,7 @@ TEST(NodeSets, ANameOffsetThatDecreases_TakesTheRestOfTheNames) {
   EXPECT_EQ(NamesOf(node), (Names{"NoneLoaded", "Fixe", "dNone"}));
 }
 
-TEST(NodeSets, ANameThatEndsBehindAllNames_TakesTheRest) {
+TEST(NodeSets, ANameThatEndsPastAllNames_TakesTheRest) {
   NodeSetLists lists = ThreeSets();
   lists.nameOffsets = {0, 5, 9, 1000};
   NodeSets node;
@@ -150,7 +150,7 @@ TEST(NodeSets, ANameThatStartsAtTheEndOfAllNames_IsEmpty) {
   EXPECT_EQ(NamesOf(node), Names{""});
 }
 
-TEST(NodeSets, ANameThatStartsBehindAllNames_FailsAsSubstringsDo) {
+TEST(NodeSets, ANameThatStartsPastAllNames_FailsAsSubstringsDo) {
   NodeSetLists lists = ThreeSets();
   lists.nameOffsets = {0, 5, 16, 20};
   NodeSets node;
@@ -266,7 +266,7 @@ TEST(NodeSets, WhoseNamesRepeatOneAnother_MayHoldMoreThanAllNames) {
   EXPECT_EQ(NamesOf(node), (Names{"FixedNoneLoaded", "", "FixedNoneLoaded"}));
 }
 
-TEST(NodeSets, BehindTheEndOfTheirStream_FailWithInvalidPosition) {
+TEST(NodeSets, PastTheEndOfTheirStream_FailWithInvalidPosition) {
   ModelOnDisk disk({{kHeavyData, "1234"}});
   NodeSets node;
   EXPECT_EQ(FailureOf([&] { Load(node, disk, 1, 5); }), tevtest::kInvalidPosition);

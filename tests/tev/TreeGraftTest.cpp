@@ -190,7 +190,7 @@ TEST(TreeGraft, UnderAnAbsentIdBelowTheNextOne_FailsBeforeAnIdIsTaken) {
   EXPECT_EQ(host.tree.GetNextId(), 31U);
 }
 
-TEST(TreeGraft, BehindALastChildThatIsMissing_FailsBeforeAnIdIsTaken) {
+TEST(TreeGraft, AfterALastChildThatIsMissing_FailsBeforeAnIdIsTaken) {
   ModelWriter model = Host();
   model.At(1).lastChild = 77;
   LoadedTree host(model);

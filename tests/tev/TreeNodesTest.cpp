@@ -66,7 +66,7 @@ TEST(TreeNodes, ARecordWithoutType_HasNoNode) {
   EXPECT_EQ(LinksOf(loaded.tree, 1), (Ids{0, 0, 0, 2, 2}));
 }
 
-TEST(TreeNodes, ALightDataPositionBehindItsStream_FailsWithInvalidPosition) {
+TEST(TreeNodes, ALightDataPositionPastItsStream_FailsWithInvalidPosition) {
   ModelWriter model;
   model.AddGroup("root", 0, {}, "0.2");
   for (const std::uint64_t position : {std::uint64_t{41}, std::uint64_t{1} << 40U}) {

@@ -65,7 +65,7 @@ TEST(LogRecord, AppendToMessage_ToAFullMessage_AddsNothing) {
   record.AppendToMessage(std::string(6000, 'a').c_str());
   record.AppendToMessage("b");
   EXPECT_EQ(record.Message(), std::string(5120, 'a'));
-  EXPECT_STREQ(record.file, "a/b") << "the field behind the message";
+  EXPECT_STREQ(record.file, "a/b") << "the field after the message";
   EXPECT_EQ(record.line, 12U);
 }
 

@@ -126,7 +126,7 @@ TEST(TextBuffer, TextLongerThanTheBuffer_KeepsItsPlace) {
   EXPECT_EQ(stream.str(), "before " + longText + " after");
 }
 
-/// Texts of every length around that of the buffer, alone and behind another.
+/// Texts of every length around that of the buffer, alone and after another.
 TEST(TextBuffer, TextAsLongAsTheBuffer_IsComplete) {
   constexpr std::size_t kRoom = std::size_t{256} * 1024;
   for (std::size_t size = kRoom - 3; size <= kRoom + 3; ++size) {

@@ -118,7 +118,7 @@ void CopyFromBlock(Block& block, StoredList<T>& list) {
   const std::uint32_t read = Detail::FittingElements<T>(block, count);
   const StoredList<T> elements(block.Get(read * static_cast<std::uint32_t>(sizeof(T))));
   if (read != count) {
-    static_cast<void>(NumberFromBlock<T>(block));  // fails: the element that is not there
+    static_cast<void>(NumberFromBlock<T>(block));  // fails: the element that is missing
   }
   list = elements;
 }
@@ -141,7 +141,7 @@ void CopyFromBlock(Block& block, std::vector<T>& values) {
     values[i] = Lbt::Util::FromLittleEndian<T>(bytes.data() + i * sizeof(T));
   }
   if (read != count) {
-    static_cast<void>(NumberFromBlock<T>(block));  // fails: the element that is not there
+    static_cast<void>(NumberFromBlock<T>(block));  // fails: the element that is missing
   }
 }
 

@@ -20,7 +20,7 @@
 #include <cstring>
 #include <ctime>
 
-// The allocator behind the names that this library takes over.
+// The allocator under the names that this library takes over.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -133,7 +133,7 @@ int CountedMain(int count, char** arguments, char** environment) {
   Start();
   const int status = TheMain()(count, arguments, environment);
 #if defined(TEVTEST_COUNTED)
-  // Coverage counters are written behind main, by calls that are not the program's own.
+  // Coverage counters are written after main, by calls that are not the program's own.
   TheState().fault = Fault::None;
 #endif
   return status;
