@@ -159,8 +159,7 @@ std::string NameOf(const FailedComparison& failed, const Options& options) {
 std::size_t Compare(const Input& inputA, const Input& inputB, const Options& options,
                     const Tolerance& tolerance, AnswerWriter& writer) {
   std::size_t count = 0;
-  const auto compare = [&](const Model& a, const Model& b, const Loading& loadingA,
-                           const Loading& loadingB) {
+  const auto compare = [&](const Model& a, const Model& b) {
     const bool isJson = writer.IsJson();
     if (isJson) {
       writer.Facts().Member("other", options.b);
@@ -180,7 +179,8 @@ std::size_t Compare(const Input& inputA, const Input& inputB, const Options& opt
         .failed =
             [&](const FailedComparison& failed) { writer.AddMissing(NameOf(failed, options)); }};
     Selecting(options.a + ", " + options.b, [&] {
-      CompareModels(a, b, *options.selection, tolerance, sink, loadingA, loadingB);
+      // One block ahead in each model: there are as many in hand as for one model.
+      CompareModels(a, b, *options.selection, tolerance, sink, *options.jobs < 2 ? 0 : 1);
     });
     if (isJson) {
       writer.Facts().Close();
@@ -200,9 +200,7 @@ std::size_t Compare(const Input& inputA, const Input& inputB, const Options& opt
     const Failure failure = FailureOfCurrentException();
     throw Failure(failure.Code(), options.b + ": " + failure.what());
   }
-  // One block ahead in each model: there are as many in hand as for one model.
-  const std::size_t ahead = *options.jobs < 2 ? 0 : 1;
-  compare(Model(treeA), Model(treeB), {&treeA.GetFile(), ahead}, {&treeB.GetFile(), ahead});
+  compare(Model(treeA), Model(treeB));
   return count;
 }
 

@@ -62,6 +62,10 @@ std::string NameOfField(const Model& model, const FieldOfPart& field) {
   return name;
 }
 
+std::string StepText(const Model& model, std::optional<std::size_t> step) {
+  return step ? model.Steps()[*step].text : "";
+}
+
 Failure FailureOf(const std::exception_ptr& failure) {
   try {
     std::rethrow_exception(failure);

@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Lbt/Tev/Analysis/Model.h"
@@ -38,6 +39,10 @@ auto Selecting(const std::string& path, const Select& select) {
 /// "part "Arm", result "Stress", step "Time = 1"": how messages name a field.
 [[nodiscard]] std::string NameOfField(const LbtTev::Analysis::Model& model,
                                       const LbtTev::Analysis::FieldOfPart& field);
+
+/// The text of a step; empty for none.
+[[nodiscard]] std::string StepText(const LbtTev::Analysis::Model& model,
+                                   std::optional<std::size_t> step);
 
 /// The failure that is kept, by its code and with its text.
 [[nodiscard]] Failure FailureOf(const std::exception_ptr& failure);

@@ -88,20 +88,18 @@ void WriteNodeSets(const LbtTev::Tree& tree, JsonWriter& json) {
 }
 
 /// The counts of all parts. Tells "writer" of those that cannot be read.
-PartCounts CountsOf(const Model& model, LbtLbf::LbFile& file, AnswerWriter& writer) {
+PartCounts CountsOf(const Model& model, AnswerWriter& writer) {
   PartCounts counts(model.Parts().size());
   Analysis::CountElements(
-      model,
-      [&](std::size_t index, std::shared_ptr<const Analysis::ElementCounts> found,
-          const std::exception_ptr& failure) {
+      model, [&](std::size_t index, std::shared_ptr<const Analysis::ElementCounts> found,
+                 const std::exception_ptr& failure) {
         if (failure != nullptr) {
           const Analysis::Part& part = model.Parts()[index];
           writer.AddMissing("the elements of part " + std::to_string(part.id) + " (" + part.name +
                             "): " + FailureOf(failure).what());
         }
         counts[index] = std::move(found);
-      },
-      {.file = &file});
+      });
   // A part without lengths has no elements, which is known.
   for (std::size_t i = 0; i < counts.size(); ++i) {
     if (model.Parts()[i].geometry != nullptr && model.Parts()[i].mesh.lengths == nullptr) {
@@ -135,8 +133,7 @@ void AnswerInfo(const Input& input, AnswerWriter& writer, bool withCounts) {
   WithModel(input, writer, [&](LbtTev::Tree& tree) {
     const Model model(tree);
     TellLostParts(model, writer);
-    const auto counts =
-        withCounts ? std::optional(CountsOf(model, tree.GetFile(), writer)) : std::nullopt;
+    const auto counts = withCounts ? std::optional(CountsOf(model, writer)) : std::nullopt;
     const PartCounts* const all = counts ? &*counts : nullptr;
     if (writer.IsJson()) {
       WriteJson(model, all, writer.Facts());

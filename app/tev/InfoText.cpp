@@ -241,6 +241,7 @@ void WriteAttributes(const LbtUtil::AttributeMap& attributes, std::ostream& stre
 }  // namespace
 
 void WriteInfoText(const Model& model, const PartCounts* counts, std::ostream& stream) {
+  model.RequireModestPaths();
   const RootFacts root = RootFactsOf(model.GetTree());
   WriteTop(model, root, stream);
   WritePrograms(model.GetTree(), stream);

@@ -56,6 +56,7 @@ void WritePart(const Model& model, std::size_t index, const PartCounts* counts, 
 }  // namespace
 
 void WriteParts(const Model& model, JsonWriter& json, const PartCounts* counts) {
+  model.RequireModestPaths();
   json.Key("parts");
   json.OpenList();
   for (std::size_t i = 0; i < model.Parts().size(); ++i) {

@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "Lbt/Tev/Analysis/FieldStatistics.h"
+#include "Lbt/Tev/Analysis/Statistics.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "tev/JsonWriter.h"
 

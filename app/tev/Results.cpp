@@ -1,14 +1,16 @@
 // tev results: which results there are, at which steps and where, and how large they get.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "Lbt/Tev/Analysis/FieldStatistics.h"
+#include "Lbt/Tev/Analysis/Statistics.h"
 #include "Lbt/Util/NumberText.h"
 #include "tev/FieldOptions.h"
 #include "tev/Json.h"
@@ -34,10 +36,6 @@ using TakeField = std::function<void(const FieldOfPart&, const FieldStatistics*)
 constexpr const char* kCsvHeading = "file,part,result,step,location,components,count";
 constexpr const char* kCsvStatistics =
     ",counted,notFinite,component,min,minAt,minIndex,max,maxAt,maxIndex,mean,rms";
-
-std::string StepText(const Model& model, const Field& field) {
-  return field.step ? model.Steps()[*field.step].text : "";
-}
 
 /// A figure's name in tables: the magnitude, or the number of a component from 1 on.
 template <class Take>
@@ -123,7 +121,7 @@ TakeField CsvFields(const Model& model, const std::string& path, std::ostream& s
     const std::vector<std::string> head{path,
                                         std::to_string(model.Parts()[each.part].id),
                                         std::string(field.result),
-                                        StepText(model, field),
+                                        StepText(model, field.step),
                                         std::string(TextOf(field.location)),
                                         std::to_string(field.components),
                                         std::to_string(field.count)};
@@ -154,7 +152,7 @@ TakeField TextFields(const Model& model, Table& table) {
   return [&model, &table](const FieldOfPart& each, const FieldStatistics* result) {
     std::vector<std::string> head{
         VisibleText(model.Parts()[each.part].name), VisibleText(each.field->result),
-        VisibleText(StepText(model, *each.field)), std::string(TextOf(each.field->location))};
+        VisibleText(StepText(model, each.field->step)), std::string(TextOf(each.field->location))};
     if (result->failure != nullptr) {
       head.emplace_back("damaged");
       table.Add(std::move(head));
@@ -221,36 +219,72 @@ void Add(Cell& cell, const Field& field) {
   cell.components = cell.components == field.components ? cell.components : std::nullopt;
 }
 
-/// Steps against results: location and components, and how many parts have it.
-void WriteOverview(const Model& model, const std::vector<FieldOfPart>& fields,
-                   AnswerWriter& writer) {
-  std::map<std::string_view, std::size_t> columns;
-  std::map<std::optional<std::size_t>, std::map<std::string_view, Cell>> rows;
-  for (const FieldOfPart& each : fields) {
-    columns.emplace(each.field->result, columns.size());
-    Add(rows[each.field->step][each.field->result], *each.field);
-  }
+/// What there is: by step and result.
+using Overview = std::map<std::optional<std::size_t>, std::map<std::string_view, Cell>>;
+
+std::string StepCell(const Model& model, std::optional<std::size_t> step) {
+  return step ? VisibleText(model.Steps()[*step].text) : "-";
+}
+
+/// Steps against results.
+void WriteAsTable(const Model& model, const Overview& overview,
+                  const std::set<std::string_view>& results, AnswerWriter& writer) {
   std::vector<Table::Column> headings{{"Step", Table::Align::Left}};
-  for (const auto& [name, place] : columns) {
+  for (const std::string_view name : results) {
     headings.push_back({VisibleText(name), Table::Align::Left});
   }
   Table table(writer.Text(), std::move(headings), {.limit = writer.Columns()});
-  for (auto& [step, cells] : rows) {
-    std::vector<std::string> row{step ? VisibleText(model.Steps()[*step].text) : "-"};
-    for (const auto& [name, place] : columns) {
-      row.push_back(TextOf(cells[name]));
+  for (const auto& [step, cells] : overview) {
+    std::vector<std::string> row{StepCell(model, step)};
+    for (const std::string_view name : results) {
+      const auto found = cells.find(name);
+      row.push_back(TextOf(found == cells.end() ? Cell() : found->second));
     }
     table.Add(std::move(row));
   }
   table.Finish();
 }
 
+void WriteAsList(const Model& model, const Overview& overview, AnswerWriter& writer) {
+  using enum Table::Align;
+  Table table(writer.Text(), {{"Step", Left}, {"Result", Left}, {"Fields", Left}},
+              {.limit = writer.Columns()});
+  for (const auto& [step, cells] : overview) {
+    for (const auto& [name, cell] : cells) {
+      table.Add({StepCell(model, step), VisibleText(name), TextOf(cell)});
+    }
+  }
+  table.Finish();
+}
+
+/// Location and components of each result at each step, and how many parts have it.
+void WriteOverview(const Model& model, const std::vector<FieldOfPart>& fields,
+                   AnswerWriter& writer) {
+  Overview overview;
+  std::set<std::string_view> results;
+  std::size_t count = 0;
+  for (const FieldOfPart& each : fields) {
+    results.insert(each.field->result);
+    const auto [found, isNew] = overview[each.field->step].try_emplace(each.field->result);
+    Add(found->second, *each.field);
+    count += isNew ? 1U : 0U;
+  }
+  // A large table that is mostly empty would grow with the square of what there is.
+  constexpr std::size_t kAnyCase = 10000;
+  constexpr std::size_t kCellsPerResult = 8;
+  if (overview.size() * results.size() <= std::max(kAnyCase, kCellsPerResult * count)) {
+    WriteAsTable(model, overview, results, writer);
+  } else {
+    WriteAsList(model, overview, writer);
+  }
+}
+
 // --- The run ------------------------------------------------------------------------------------
 
 /// Hands the fields out, and tells "writer" of those that could not be read.
-void ForFields(const Model& model, const std::vector<FieldOfPart>& fields,
-               const std::optional<Loading>& loading, AnswerWriter& writer, const TakeField& take) {
-  if (!loading) {
+void ForFields(const Model& model, const std::vector<FieldOfPart>& fields, const Options& options,
+               AnswerWriter& writer, const TakeField& take) {
+  if (!options.stats) {
     for (const FieldOfPart& field : fields) {
       take(field, nullptr);
     }
@@ -264,14 +298,12 @@ void ForFields(const Model& model, const std::vector<FieldOfPart>& fields,
         }
         take(field, &result);
       },
-      *loading);
+      *options.jobs < 2 ? 0 : *options.jobs);
 }
 
 void Answer(const Input& input, AnswerWriter& writer, const Options& options) {
-  WithModel(input, writer, [&](LbtTev::Tree& tree) {
+  WithModel(input, writer, [&](const LbtTev::Tree& tree) {
     const Model model(tree);
-    const auto loading =
-        options.stats ? std::optional(Loading::Of(tree.GetFile(), *options.jobs)) : std::nullopt;
     const auto fields =
         Selecting(input.path, [&] { return SelectFields(model, *options.selection); });
     if (writer.IsJson()) {
@@ -280,13 +312,13 @@ void Answer(const Input& input, AnswerWriter& writer, const Options& options) {
       WriteSteps(model, json);
       json.Key("fields");
       json.OpenList();
-      ForFields(model, fields, loading, writer, JsonFields(model, json));
+      ForFields(model, fields, options, writer, JsonFields(model, json));
       json.Close();
     } else if (writer.GetForm() == Form::Csv) {
-      ForFields(model, fields, loading, writer, CsvFields(model, input.path, writer.Text()));
+      ForFields(model, fields, options, writer, CsvFields(model, input.path, writer.Text()));
     } else if (options.stats) {
       Table table = StatisticsTable(writer);
-      ForFields(model, fields, loading, writer, TextFields(model, table));
+      ForFields(model, fields, options, writer, TextFields(model, table));
       table.Finish();
     } else {
       WriteOverview(model, fields, writer);

@@ -3,6 +3,8 @@
 #include <array>
 #include <charconv>
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <ostream>
 #include <span>
 #include <string>
@@ -28,6 +30,9 @@ class Rows {
     text_.append(text.data(), written.ptr);
     return *this;
   }
+
+  /// The id of a node or element, where there is one.
+  Rows& AddId(const std::optional<std::int32_t>& id) { return id ? AddNumber(*id) : *this; }
 
   void EndRow() {
     constexpr std::size_t kPiece = std::size_t{64} * 1024;

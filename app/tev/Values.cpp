@@ -5,8 +5,8 @@
 #include <array>
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,6 +17,7 @@
 #include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/StoredNumbers.h"
 #include "tev/FieldOptions.h"
+#include "tev/MeshValues.h"
 #include "tev/OpenedModel.h"
 #include "tev/ValueForms.h"
 #include "tev/Verbs.h"
@@ -29,7 +30,6 @@ using LbtTev::MeshName::kCoordinates;
 using LbtTev::MeshName::kElementIds;
 using LbtTev::MeshName::kNodeIds;
 
-constexpr std::array<MeshRole, 1> kFaces{&MeshVariables::faces};
 constexpr std::array<std::string_view, 3> kMeshNames{kCoordinates, kElementIds, kNodeIds};
 
 enum class Format : std::uint8_t { Csv, Npy };
@@ -48,41 +48,50 @@ struct Asked {
   std::deque<Field> ofMeshes;
 };
 
+MeshRole RoleOf(std::string_view meshName) {
+  return meshName == kCoordinates ? &MeshVariables::coordinates
+         : meshName == kNodeIds   ? &MeshVariables::nodeIds
+                                  : &MeshVariables::elementIds;
+}
+
 void AddMeshFields(const Model& model, std::size_t part, std::string_view name,
-                   const SelectedSteps& steps, Asked& asked) {
-  const MeshRole role = name == kCoordinates ? &MeshVariables::coordinates
-                        : name == kNodeIds   ? &MeshVariables::nodeIds
-                                             : &MeshVariables::elementIds;
+                   const SelectedSteps& steps, RepeatedRows& rows, Asked& asked) {
+  const MeshRole role = RoleOf(name);
   for (const auto& step : model.StepsWith(model.Parts()[part], std::array{role})) {
-    if (steps.Has(step)) {
-      const auto* variable = model.MeshAt(model.Parts()[part], step).*role;
-      asked.fields.push_back(
-          {part, &asked.ofMeshes.emplace_back(
-                     Field{.result = name,
-                           .step = step,
-                           .location = name == kElementIds ? Location::Element : Location::Node,
-                           .components = variable->array.GetWidth(),
-                           .count = TuplesOf(variable->array),
-                           .variable = variable})});
+    if (!steps.Has(step)) {
+      continue;
     }
+    const auto* variable = model.MeshAt(model.Parts()[part], step).*role;
+    rows.Add(part, variable->name);
+    asked.fields.push_back(
+        {part, &asked.ofMeshes.emplace_back(
+                   Field{.result = name,
+                         .step = step,
+                         .location = name == kElementIds ? Location::Element : Location::Node,
+                         .components = variable->array.GetWidth(),
+                         .count = TuplesOf(variable->array),
+                         .variable = variable})});
   }
 }
 
+/// Of each part first what was asked for of its mesh.
 void Find(const Model& model, const Selection& selection, Asked& asked) {
   const auto results = SelectResults(model, selection.results, kMeshNames);
   const SelectedSteps steps(model, selection.steps);
-  for (const std::size_t part : SelectParts(model, selection.parts)) {
-    for (const std::string_view name : kMeshNames) {
-      if (std::ranges::find(results, name) != results.end()) {
-        AddMeshFields(model, part, name, steps, asked);
-      }
-    }
-    for (const Field& field : model.FieldsOf(model.Parts()[part])) {
-      if (steps.Has(field.step) && std::ranges::binary_search(results, field.result)) {
-        asked.fields.push_back({part, &field});
+  const std::vector<std::size_t> parts = SelectParts(model, selection.parts);
+  RepeatedRows rows(model);
+  for (const std::string_view name : kMeshNames) {
+    if (std::ranges::find(results, name) != results.end()) {
+      for (const std::size_t part : parts) {
+        AddMeshFields(model, part, name, steps, rows, asked);
       }
     }
   }
+  const auto fields = FieldsOfParts(model, parts, [&](const Field& field) {
+    return steps.Has(field.step) && std::ranges::binary_search(results, field.result);
+  });
+  asked.fields.insert(asked.fields.end(), fields.begin(), fields.end());
+  std::ranges::stable_sort(asked.fields, {}, &FieldOfPart::part);
 }
 
 void RequireOneTable(const Model& model, const Asked& asked, Format format,
@@ -104,29 +113,17 @@ void RequireOneTable(const Model& model, const Asked& asked, Format format,
   }
 }
 
-std::string StepText(const Model& model, std::optional<std::size_t> step) {
-  return step ? model.Steps()[*step].text : "";
-}
-
-void AddId(Rows& rows, std::span<const float> ids, std::size_t index) {
-  if (const auto id = IdAt(ids, index)) {
-    rows.AddNumber(*id);
-  }
-}
-
-void WriteCsv(const Model& model, const FieldOfPart& each, const LoadedNumbers& numbers,
-              Rows& rows) {
+void WriteCsv(const Model& model, const FieldOfPart& each, std::span<const float> values,
+              std::span<const float> ids, Rows& rows) {
   const Field& field = *each.field;
   const std::string head = std::to_string(model.Parts()[each.part].id) + ',' +
                            Cell(std::string(field.result)) + ',' +
                            Cell(StepText(model, field.step)) + ',';
-  const std::span<const float> ids =
-      numbers.ids == nullptr ? std::span<const float>() : *numbers.ids;
   for (std::size_t i = 0; i < field.count; ++i) {
     rows.Add(head).AddNumber(i).Add(",");
-    AddId(rows, ids, i);
+    rows.AddId(IdAt(ids, i));
     for (std::size_t component = 0; component < field.components; ++component) {
-      const float value = (*numbers.values)[i * field.components + component];
+      const float value = values[i * field.components + component];
       rows.Add(",");
       if (IsIds(field)) {
         rows.AddNumber(Lbt::Util::Clamped<std::int32_t>(value));
@@ -146,10 +143,10 @@ void WriteHeading(const Asked& asked, Rows& rows) {
   rows.EndRow();
 }
 
-void WriteNpy(const Field& field, const std::vector<float>& values, std::ostream& stream) {
+void WriteNpy(const Field& field, std::span<const float> values, std::ostream& stream) {
   const std::string shape = std::to_string(field.count) + ',' +
                             (field.components == 1 ? "" : ' ' + std::to_string(field.components));
-  const auto numbers = std::span(values).first(field.count * field.components);
+  const auto numbers = values.first(field.count * field.components);
   if (!IsIds(field)) {
     WriteNpyHeader(stream, "<f4", shape);
     WriteRaw<float>(stream, numbers);
@@ -164,146 +161,30 @@ void WriteNpy(const Field& field, const std::vector<float>& values, std::ostream
   WriteRaw<std::int64_t>(stream, ids);
 }
 
-/// The faces of one part at one step.
-struct AskedFaces {
-  std::size_t part = 0;
-  std::optional<std::size_t> step;
-  MeshVariables mesh;
-};
+/// Takes a field with its numbers and its ids.
+using TakeNumbers =
+    std::function<void(const FieldOfPart&, std::span<const float>, std::span<const float>)>;
 
-/// A mesh is that of each step that has faces of its own.
-std::vector<AskedFaces> FindFaces(const Model& model, const Selection& selection) {
-  std::vector<AskedFaces> found;
-  const SelectedSteps steps(model, selection.steps);
-  for (const std::size_t part : SelectParts(model, selection.parts)) {
-    for (const auto& step : model.StepsWith(model.Parts()[part], kFaces)) {
-      if (steps.Has(step)) {
-        found.push_back({part, step, model.MeshAt(model.Parts()[part], step)});
-      }
-    }
-  }
-  return found;
-}
-
-struct LoadedFaces {
-  std::vector<unsigned int> nodes;
-  std::vector<unsigned int> lengths;
-  std::vector<float> ids;
-};
-
-template <class T>
-std::vector<T> LoadOf(const LbtTev::Geometry::VarStruct* variable) {
-  return variable == nullptr ? std::vector<T>() : LoadArray<T>(variable->array);
-}
-
-LoadedFaces Load(const MeshVariables& mesh) {
-  LoadedFaces faces{LoadOf<unsigned int>(mesh.faces), LoadOf<unsigned int>(mesh.lengths),
-                    LoadOf<float>(mesh.elementIds)};
-  CheckFaces(faces.nodes, faces.lengths,
-             mesh.coordinates == nullptr ? 0 : TuplesOf(mesh.coordinates->array));
-  return faces;
-}
-
-void WriteFaces(const Model& model, const AskedFaces& asked, const LoadedFaces& faces, Rows& rows) {
-  const std::string head =
-      std::to_string(model.Parts()[asked.part].id) + ',' + Cell(StepText(model, asked.step)) + ',';
-  std::size_t next = 0;
-  for (std::size_t face = 0; face < faces.lengths.size(); ++face) {
-    rows.Add(head).AddNumber(face).Add(",");
-    AddId(rows, faces.ids, face);
-    for (const std::size_t end = next + faces.lengths[face]; next < end; ++next) {
-      rows.Add(",").AddNumber(faces.nodes[next]);
-    }
-    rows.EndRow();
-  }
-}
-
-void WriteFacesAsCsv(const Model& model, const std::vector<AskedFaces>& asked,
-                     AnswerWriter& writer) {
-  // All lengths first: the heading has as many columns as the longest face has nodes.
-  unsigned int longest = 0;
-  for (const AskedFaces& each : asked) {
-    const auto lengths = LoadOf<unsigned int>(each.mesh.lengths);
-    longest = lengths.empty() ? longest : std::max(longest, std::ranges::max(lengths));
-  }
-  Rows rows(writer.Text());
-  rows.Add("part,step,index,id");
-  for (unsigned int i = 0; i < longest; ++i) {
-    rows.Add(",n").AddNumber(i + 1);
-  }
-  rows.EndRow();
-  for (const AskedFaces& each : asked) {
-    WriteFaces(model, each, Load(each.mesh), rows);
-  }
-}
-
-/// "m.npy" becomes "m.offsets.npy".
-std::string PathWith(const std::string& path, const std::string& part) {
-  constexpr std::string_view kEnding = ".npy";
-  const std::string stem =
-      path.ends_with(kEnding) ? path.substr(0, path.size() - kEnding.size()) : path;
-  return stem + '.' + part + std::string(kEnding);
-}
-
-void WriteNpyFile(const std::string& path, const std::string& model,
-                  std::span<const unsigned int> numbers) {
-  AnswerOutput output(path);
-  output.RequireApartFrom({model});
-  WriteNpyHeader(output.Stream(), "<u4", std::to_string(numbers.size()) + ',');
-  WriteRaw<unsigned int>(output.Stream(), numbers);
-  output.Finish();
-}
-
-void WriteFacesAsNpy(const AskedFaces& asked, const std::string& path, const std::string& model) {
-  const LoadedFaces faces = Load(asked.mesh);
-  std::vector<unsigned int> offsets{0};
-  for (const unsigned int length : faces.lengths) {
-    offsets.push_back(offsets.back() + length);
-  }
-  WriteNpyFile(PathWith(path, "offsets"), model, offsets);
-  WriteNpyFile(PathWith(path, "indices"), model, faces.nodes);
-}
-
-/// Hands the numbers of all fields out in their order; tells "writer" of those that fail.
+/// Hands the numbers of all fields out in their order, all of each array, whoever uses it; tells
+/// "writer" of those that fail.
 void ForNumbers(const Model& model, const Asked& asked, AnswerWriter& writer,
-                const std::function<void(const FieldOfPart&, const LoadedNumbers&)>& take) {
-  std::vector<WantedNumbers> wanted;
+                const TakeNumbers& take) {
+  std::vector<WantedGroup> wanted;
   for (const FieldOfPart& each : asked.fields) {
-    WantedNumbers& numbers = wanted.emplace_back(WantedFor(model, each));
-    numbers.faces = nullptr;  // all of the array, whoever uses it
-    numbers.lengths = nullptr;
+    const MeshVariables mesh = model.MeshAt(model.Parts()[each.part], each.field->step);
+    wanted.push_back({{each.field->variable}, {mesh.IdsOf(each.field->location)}});
   }
-  std::map<std::size_t, LoadedNumbers> early;
-  std::size_t next = 0;
-  LoadInFileOrder(model.GetTree(), wanted, [&](LoadedNumbers loaded) {
-    early.emplace(loaded.place, std::move(loaded));
-    for (auto turn = early.find(next); turn != early.end(); turn = early.find(++next)) {
-      const FieldOfPart& each = asked.fields[next];
-      if (turn->second.failure != nullptr) {
-        writer.AddMissing(NameOfField(model, each) + ": " + FailureOf(turn->second.failure).what());
-      } else {
-        take(each, turn->second);
-      }
-      early.erase(turn);
+  InOrder<LoadedGroup> inOrder([&](std::size_t place, const LoadedGroup& loaded) {
+    const FieldOfPart& each = asked.fields[place];
+    if (const std::exception_ptr failure = FailureOf(loaded); failure != nullptr) {
+      writer.AddMissing(NameOfField(model, each) + ": " + FailureOf(failure).what());
+    } else {
+      take(each, loaded[0].Floats(), loaded[1].Floats());
     }
   });
-}
-
-void AnswerMesh(const Model& model, const Input& input, AnswerWriter& writer,
-                const Options& options, const std::string& output) {
-  const auto asked = Selecting(input.path, [&] { return FindFaces(model, *options.selection); });
-  if (asked.empty()) {
-    throw UsageError(input.path + ": no mesh with faces fits what is asked for");
-  }
-  if (options.format == Format::Csv) {
-    WriteFacesAsCsv(model, asked, writer);
-    return;
-  }
-  if (asked.size() != 1) {
-    throw UsageError(input.path + ": npy holds one mesh, and " + std::to_string(asked.size()) +
-                     " fit");
-  }
-  WriteFacesAsNpy(asked.front(), output, input.source);
+  LoadInFileOrder({&model.GetTree(), wanted}, [&](std::size_t place, const LoadedGroup& loaded) {
+    inOrder.Add(place, loaded);
+  });
 }
 
 void AnswerFields(const Model& model, const Input& input, AnswerWriter& writer,
@@ -312,16 +193,17 @@ void AnswerFields(const Model& model, const Input& input, AnswerWriter& writer,
   Selecting(input.path, [&] { Find(model, *options.selection, asked); });
   RequireOneTable(model, asked, options.format, input.path);
   if (options.format == Format::Npy) {
-    ForNumbers(model, asked, writer, [&](const FieldOfPart& each, const LoadedNumbers& numbers) {
-      WriteNpy(*each.field, *numbers.values, writer.Text());
-    });
+    ForNumbers(model, asked, writer,
+               [&](const FieldOfPart& each, std::span<const float> values, const auto& /*ids*/) {
+                 WriteNpy(*each.field, values, writer.Text());
+               });
     return;
   }
   Rows rows(writer.Text());
   WriteHeading(asked, rows);
-  ForNumbers(model, asked, writer, [&](const FieldOfPart& each, const LoadedNumbers& numbers) {
-    WriteCsv(model, each, numbers, rows);
-  });
+  ForNumbers(model, asked, writer,
+             [&](const FieldOfPart& each, std::span<const float> values,
+                 std::span<const float> ids) { WriteCsv(model, each, values, ids, rows); });
 }
 
 void Answer(const Input& input, AnswerWriter& writer, const Options& options,
@@ -329,7 +211,8 @@ void Answer(const Input& input, AnswerWriter& writer, const Options& options,
   WithModel(input, writer, [&](const LbtTev::Tree& tree) {
     const Model model(tree);
     if (options.mesh) {
-      AnswerMesh(model, input, writer, options, meshOutput);
+      AnswerMesh(model, *options.selection, input, writer,
+                 options.format == Format::Npy ? std::optional(meshOutput) : std::nullopt);
     } else {
       AnswerFields(model, input, writer, options);
     }

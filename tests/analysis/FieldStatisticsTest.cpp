@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "DescribedModel.h"
-#include "Lbt/Tev/Analysis/FieldStatistics.h"
+#include "Lbt/Tev/Analysis/Statistics.h"
 #include "Lbt/Util/Exception.h"
 #include "support/SmallModel.h"
 
@@ -41,7 +41,7 @@ std::string TextOf(const Figures::Extreme& extreme) {
 
 /// "part result: counted min max" of each field, of the magnitude or the only component; for the
 /// failed ones the failure.
-Texts StatisticsTexts(const Model& model, const Loading& loading = {}) {
+Texts StatisticsTexts(const Model& model, std::size_t ahead = 0) {
   Texts texts;
   const auto fields = SelectFields(model, {});
   GatherStatistics(
@@ -58,7 +58,7 @@ Texts StatisticsTexts(const Model& model, const Loading& loading = {}) {
         texts.push_back(text + std::to_string(result.statistics.counted) + ' ' +
                         TextOf(figures.min) + ' ' + TextOf(figures.max));
       },
-      loading);
+      ahead);
   return texts;
 }
 
@@ -202,9 +202,8 @@ TEST(FieldStatistics, WithBlocksInflatedAhead_AreTheSame) {
     model.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord, .packing = packing});
     DescribedModel described(model);
     const Texts expected = StatisticsTexts(described.model);
-    for (const unsigned int threads : {1U, 2U, 3U}) {
-      const Loading loading = Loading::Of(described.tree.GetFile(), threads);
-      EXPECT_EQ(StatisticsTexts(described.model, loading), expected) << threads;
+    for (const std::size_t ahead : {1U, 2U, 3U}) {
+      EXPECT_EQ(StatisticsTexts(described.model, ahead), expected) << ahead;
     }
   }
 }
@@ -226,7 +225,7 @@ TEST(FieldStatistics, OfDamagedBlocks_FailTheSameWayWhenInflatedAhead) {
   Tree tree;
   OpenModel(tree, directory.Write("damaged.tev", container.Build().bytes));
   const Texts expected = StatisticsTexts(Model(tree));
-  EXPECT_EQ(StatisticsTexts(Model(tree), Loading::Of(tree.GetFile(), 2)), expected);
+  EXPECT_EQ(StatisticsTexts(Model(tree), 2), expected);
 }
 
 TEST(FieldStatistics, OfRecordsThatAllReferToTheSameBytes_AreLimited) {
@@ -241,7 +240,7 @@ TEST(FieldStatistics, OfRecordsThatAllReferToTheSameBytes_AreLimited) {
     model.AddVariable(mesh, other);
   }
   DescribedModel described(model);
-  const Texts texts = StatisticsTexts(described.model, Loading::Of(described.tree.GetFile(), 1));
+  const Texts texts = StatisticsTexts(described.model);
   const auto limited = std::count_if(texts.begin(), texts.end(), [](const std::string& text) {
     return text.find("The model refers to its data too often") != std::string::npos;
   });
@@ -275,15 +274,13 @@ TEST(CountElements, PartsThatShareLengths_ShareTheCounts) {
   DescribedModel described(writer);
   std::map<std::size_t, std::shared_ptr<const ElementCounts>> counts;
   Texts failures;
-  CountElements(described.model,
-                [&](std::size_t part, std::shared_ptr<const ElementCounts> found,
-                    const std::exception_ptr& failure) {
-                  counts[part] = std::move(found);
-                  if (failure != nullptr) {
-                    failures.push_back(std::to_string(part) + ": " + TextOf(failure));
-                  }
-                },
-                {.file = &described.tree.GetFile()});
+  CountElements(described.model, [&](std::size_t part, std::shared_ptr<const ElementCounts> found,
+                                     const std::exception_ptr& failure) {
+    counts[part] = std::move(found);
+    if (failure != nullptr) {
+      failures.push_back(std::to_string(part) + ": " + TextOf(failure));
+    }
+  });
   ASSERT_EQ(counts.size(), 3U);
   EXPECT_EQ(counts[0]->byNodes, (std::map<unsigned int, std::size_t>{{2, 1}, {3, 1}}));
   EXPECT_EQ(counts[0]->nodes, 5U);

@@ -113,8 +113,8 @@ TEST_F(TevDiff, AMissingStep_IsNamedWithItsFields) {
   EXPECT_EQ(Diff(Small().Model(), Small{.step = "Time = 2"}.Model()),
             "step \"Time = 1\": only in A\n"
             "step \"Time = 2\": only in B\n"
-            "field \"P\" \"R\" \"Time = 2\": only in B\n"
             "field \"P\" \"R\" \"Time = 1\": only in A\n"
+            "field \"P\" \"R\" \"Time = 2\": only in B\n"
             "The models differ: 4 differences\n");
 }
 

@@ -3,6 +3,7 @@
 #include <boost/shared_ptr.hpp>
 #include <compare>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,11 @@ class DataLoader {
   template <class T>
   void LoadTo(std::vector<T>& out) const;
 
+  /// The same from a block that has been inflated elsewhere, which has all of the data from its
+  /// cursor on. Counts as a read of the stream.
+  template <class T>
+  void LoadFrom(LbtLbf::Block& block, std::vector<T>& out) const;
+
   [[nodiscard]] unsigned long GetPosition() const { return position_; }
   [[nodiscard]] unsigned long GetByteSize() const { return byteSize_; }
   [[nodiscard]] bool IsShuffled() const { return shuffled_; }
@@ -40,6 +46,11 @@ class DataLoader {
   friend auto operator<=>(const DataLoader& a, const DataLoader& b) = default;
 
  private:
+  template <class T>
+  void RequireType() const;
+  template <class T>
+  void Decode(std::span<const unsigned char> stored, std::vector<T>& out) const;
+
   std::shared_ptr<ModelStream> stream_;
   unsigned long position_;
   unsigned long byteSize_;
@@ -50,6 +61,10 @@ class DataLoader {
 
 extern template void DataLoader::LoadTo<float>(std::vector<float>& out) const;
 extern template void DataLoader::LoadTo<unsigned int>(std::vector<unsigned int>& out) const;
+extern template void DataLoader::LoadFrom<float>(LbtLbf::Block& block,
+                                                 std::vector<float>& out) const;
+extern template void DataLoader::LoadFrom<unsigned int>(LbtLbf::Block& block,
+                                                        std::vector<unsigned int>& out) const;
 
 /// The numbers of a variable: how many, and a shared loader that fetches them from
 /// the file. Copies share the loader.

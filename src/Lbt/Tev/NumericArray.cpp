@@ -59,12 +59,17 @@ DataLoader::DataLoader(std::shared_ptr<ModelStream> stream, unsigned long positi
       dataType_(dataType) {}
 
 template <class T>
-void DataLoader::LoadTo(std::vector<T>& out) const {
+void DataLoader::RequireType() const {
   static_assert(sizeof(T) == kElementSize);
   if (dataType_ != kAnyType && dataType_ != kTypeOf<T>) {
     Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::BadCasting, "Bad Casting",
                     "include/Lbt/Tev/DataLoader");
   }
+}
+
+template <class T>
+void DataLoader::LoadTo(std::vector<T>& out) const {
+  RequireType<T>();
   const ModelStream::Request request(*stream_);
   stream_->Seek(position_);
   const std::size_t count = byteSize_ / kElementSize;
@@ -77,17 +82,33 @@ void DataLoader::LoadTo(std::vector<T>& out) const {
   }
   Resize(out, count, *block);
   // Bytes after the last whole element are read, and so must be there.
-  const auto elements = stream_->GetBytes(byteSize_).first(count * kElementSize);
+  Decode(stream_->GetBytes(byteSize_).first(count * kElementSize), out);
+}
+
+template <class T>
+void DataLoader::LoadFrom(LbtLbf::Block& block, std::vector<T>& out) const {
+  RequireType<T>();
+  stream_->Charge(byteSize_);
+  const std::size_t count = byteSize_ / kElementSize;
+  Resize(out, count, block);
+  Decode(block.Get(static_cast<std::uint32_t>(byteSize_)).first(count * kElementSize), out);
+}
+
+template <class T>
+void DataLoader::Decode(std::span<const unsigned char> stored, std::vector<T>& out) const {
   std::byte* items = std::as_writable_bytes(std::span(out)).data();
   if (shuffled_ && width_ != 0) {
-    UnShuffleItems(elements, width_, items);
+    UnShuffleItems(stored, width_, items);
   } else {
-    std::memcpy(items, elements.data(), elements.size());
+    std::memcpy(items, stored.data(), stored.size());
   }
 }
 
 template void DataLoader::LoadTo<float>(std::vector<float>& out) const;
 template void DataLoader::LoadTo<unsigned int>(std::vector<unsigned int>& out) const;
+template void DataLoader::LoadFrom<float>(LbtLbf::Block& block, std::vector<float>& out) const;
+template void DataLoader::LoadFrom<unsigned int>(LbtLbf::Block& block,
+                                                 std::vector<unsigned int>& out) const;
 
 void NumericArray::CreateDataLoader(std::shared_ptr<ModelStream> stream, unsigned long position,
                                     bool shuffled) {

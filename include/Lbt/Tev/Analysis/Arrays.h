@@ -16,6 +16,7 @@ namespace LbtTev::Analysis {
 /// Which stored numbers an array has: arrays with equal keys have the same ones. In the order of
 /// the file; numbers that the tree holds come first.
 struct ArrayKey {
+  ArrayKey() = default;
   explicit ArrayKey(const NumericArray& array);
 
   std::uintptr_t held = 0;  ///< where the tree holds them
@@ -29,16 +30,10 @@ struct ArrayKey {
   friend auto operator<=>(const ArrayKey&, const ArrayKey&) = default;
 };
 
-/// Loads all elements of an array, wherever its record keeps them; none for an array without
-/// data. T is float or unsigned int. Throws what DataLoader::LoadTo does, and "Model Error" where
-/// there are fewer numbers than the array promises.
-template <class T>
-[[nodiscard]] std::vector<T> LoadArray(const NumericArray& array);
-
-extern template std::vector<float> LoadArray<float>(const NumericArray& array);
-extern template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array);
-
-/// The same, from a block that was inflated ahead, where there is one.
+/// Loads all elements of an array, wherever its record keeps them, from a block that was inflated
+/// ahead where there is one; none for an array without data. T is float or unsigned int. Throws
+/// what DataLoader::LoadTo does, and "Model Error" where there are fewer numbers than the array
+/// promises.
 template <class T>
 [[nodiscard]] std::vector<T> LoadArray(const NumericArray& array, BlocksAhead& ahead);
 

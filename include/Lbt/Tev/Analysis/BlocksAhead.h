@@ -7,40 +7,31 @@
 #include <memory>
 #include <optional>
 #include <span>
-#include <string_view>
 #include <vector>
 
 #include "Lbt/Lbf/Block.h"
 #include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/ModelStreams.h"
 
 namespace LbtTev::Analysis {
-
-/// How numbers are loaded.
-struct Loading {
-  /// The file that they come from, whose blocks may be inflated before their turn; null for none.
-  LbtLbf::LbFile* file = nullptr;
-  /// Blocks that other threads inflate at the same time. All reading stays in the caller's.
-  std::size_t ahead = 0;
-
-  /// At most two blocks ahead for so many threads; none for one thread.
-  static Loading Of(LbtLbf::LbFile& file, unsigned int threads);
-};
 
 /// Inflates the blocks of a stream that are wanted next on other threads, while the caller uses
 /// those before. A block that cannot be inflated this way is left to those who load it in its
 /// turn, and fails there if it must.
 class BlocksAhead {
  public:
-  /// "positions" are bytes of the stream in the order in which they will be wanted.
-  BlocksAhead(const Loading& loading, std::string_view stream,
-              std::span<const unsigned long> positions);
+  /// As many blocks ahead are of use; more would only take memory.
+  static constexpr std::size_t kMost = 2;
+
+  /// "positions" are bytes of the stream in the order in which they will be wanted, "count" is how
+  /// many blocks other threads inflate at the same time: for 0 none is inflated here. All reading
+  /// stays in the caller's thread. "stream" must outlive this.
+  BlocksAhead(ModelStream& stream, std::size_t count, std::span<const unsigned long> positions);
 
   /// The block that holds a position, with its cursor there; null where it was not inflated
-  /// here. Valid until the next call.
+  /// here. Valid until the next call. Throws "Out of Bounds" where blocks are inflated again and
+  /// again: that counts towards the request of the stream.
   [[nodiscard]] LbtLbf::Block* Find(unsigned long position);
-
-  /// The entry of the block that holds a position by the recorded lengths; none without a file.
-  [[nodiscard]] std::optional<std::size_t> EntryAt(unsigned long position) const;
 
  private:
   /// A block on its way to its contents.
@@ -54,17 +45,20 @@ class BlocksAhead {
     std::future<void> done{};  // ends before what it works on
   };
 
-  void Measure(std::string_view stream);
-  [[nodiscard]] std::size_t PlaceOf(unsigned long position) const;
+  void Measure();
+  [[nodiscard]] std::optional<std::size_t> PlaceOf(unsigned long position) const;
   [[nodiscard]] std::unique_ptr<Work> Prepare(std::size_t entry) const;
   static void Run(Work& work);
   void StartNext();
   [[nodiscard]] std::unique_ptr<Work> Finish(std::size_t entry);
   void MoveTo(std::size_t place);
 
-  Loading loading_;
+  ModelStream* stream_;
+  LbtLbf::LbFile* file_;
+  std::size_t count_;
   std::vector<std::uint64_t> starts_;  // of the stream's blocks, and its end
   std::vector<std::size_t> entries_;   // those blocks
+  std::vector<bool> wasInflated_;      // of those, whether they were before
   std::vector<std::size_t> wanted_;    // entries in order
   std::size_t next_ = 0;               // of these, the first that was not started
   std::deque<std::unique_ptr<Work>> ahead_;

@@ -3,52 +3,92 @@
 #include <cstddef>
 #include <exception>
 #include <functional>
+#include <map>
 #include <memory>
 #include <span>
+#include <utility>
 #include <vector>
 
-#include "Lbt/Tev/Analysis/Arrays.h"
-#include "Lbt/Tev/Analysis/BlocksAhead.h"
-#include "Lbt/Tev/Analysis/Model.h"
-#include "Lbt/Tev/Analysis/Selection.h"
+#include "Lbt/Tev/Geometry.h"
+#include "Lbt/Tev/Tree.h"
 
 namespace LbtTev::Analysis {
 
-/// A variable whose numbers are wanted, with what shall be loaded beside them.
-struct WantedNumbers {
-  const Geometry::VarStruct* variable = nullptr;
-  std::size_t count = 0;                         ///< tuples
-  const Geometry::VarStruct* faces = nullptr;    ///< whose nodes take part; null: all do
-  const Geometry::VarStruct* lengths = nullptr;  ///< of those faces
-  const Geometry::VarStruct* ids = nullptr;      ///< of the tuples; null for none
+/// A variable whose numbers are wanted.
+struct WantedArray {
+  const Geometry::VarStruct* variable = nullptr;  ///< null: there is none
+  bool isOfWholes = false;                        ///< faces and their lengths; else floats
 };
 
-/// What is to be loaded for a field: ids of its nodes or elements, and the faces that say which
-/// nodes take part.
-[[nodiscard]] WantedNumbers WantedFor(const Model& model, const FieldOfPart& field);
+/// What is wanted together: numbers of a field with its ids, or a mesh.
+using WantedGroup = std::vector<WantedArray>;
 
-/// The numbers of one variable as they come.
-struct LoadedNumbers {
-  std::size_t place = 0;  ///< in the list of what was wanted
-  std::shared_ptr<const std::vector<float>> values;
-  std::shared_ptr<const UsedNodes> used;
-  std::shared_ptr<const std::vector<float>> ids;  ///< null for none
-  bool isLast = false;                            ///< nothing that follows has these values
-  /// Why there is nothing of the above; else null.
-  std::exception_ptr failure;
+/// The numbers of one variable. Variables with equal arrays share them.
+struct LoadedArray {
+  std::shared_ptr<const std::vector<float>> floats{};
+  std::shared_ptr<const std::vector<unsigned int>> wholes{};
+  std::exception_ptr failure{};  ///< why there are no numbers; else null
+
+  /// None where there is no variable.
+  [[nodiscard]] std::span<const float> Floats() const {
+    return floats == nullptr ? std::span<const float>() : *floats;
+  }
+  [[nodiscard]] std::span<const unsigned int> Wholes() const {
+    return wholes == nullptr ? std::span<const unsigned int>() : *wholes;
+  }
 };
 
-/// Loads what is wanted in the order of the file, each array once, and hands out each variable's
-/// numbers as soon as all that belongs to them is there; they are kept no longer than needed.
-/// Equal arrays are handed out as the same vector, one directly after another.
+/// In the order of the WantedGroup.
+using LoadedGroup = std::vector<LoadedArray>;
+
+/// The failure of the first array that has one; else null.
+[[nodiscard]] std::exception_ptr FailureOf(const LoadedGroup& group);
+
+/// A model's groups, and how many of its blocks are inflated ahead on other threads.
+struct WantedOfModel {
+  const Tree* tree = nullptr;
+  std::span<const WantedGroup> groups;
+  std::size_t ahead = 0;
+};
+
+/// Loads what is wanted in the order of the file, each array once, and hands out each group, by
+/// its place in the list, as soon as all of it is there; arrays are kept no longer than some group
+/// waits for them. What is decoded counts as one request of the heavy data.
 ///
-/// Damage is told with the variables that it is about, as an exception with a text of its own,
+/// Damage is told with the groups that it is about, as an exception with a text of its own,
 /// and loading goes on. Throws on a lack of memory, and what "take" throws.
-void LoadInFileOrder(const Tree& tree, std::span<const WantedNumbers> wanted,
-                     const std::function<void(LoadedNumbers)>& take, const Loading& loading = {});
+void LoadInFileOrder(const WantedOfModel& wanted,
+                     const std::function<void(std::size_t place, const LoadedGroup& loaded)>& take);
 
-/// Runs "load", which loads from "tree", and returns why it failed; null where it did not. Throws
-/// on a lack of memory.
+/// The same for two models with as many groups each, of which those at the same place belong
+/// together: in the order of A, and in B what stands at the same place of a group with it.
+void LoadInFileOrder(const WantedOfModel& a, const WantedOfModel& b,
+                     const std::function<void(std::size_t place, const LoadedGroup& ofA,
+                                              const LoadedGroup& ofB)>& take);
+
+/// Runs "load", which loads from "tree", and returns why it failed; null where it did not. In place
+/// of what zlib leaves that names the block. Throws on a lack of memory.
 [[nodiscard]] std::exception_ptr FailureOfLoad(const Tree& tree, const std::function<void()>& load);
+
+/// Hands on in order what comes in any: each place from 0 on comes once.
+template <class T>
+class InOrder {
+ public:
+  explicit InOrder(std::function<void(std::size_t place, T& value)> take)
+      : take_(std::move(take)) {}
+
+  void Add(std::size_t place, T value) {
+    early_.emplace(place, std::move(value));
+    for (auto turn = early_.find(next_); turn != early_.end(); turn = early_.find(++next_)) {
+      take_(next_, turn->second);
+      early_.erase(turn);
+    }
+  }
+
+ private:
+  std::function<void(std::size_t place, T& value)> take_;
+  std::map<std::size_t, T> early_;
+  std::size_t next_ = 0;
+};
 
 }  // namespace LbtTev::Analysis

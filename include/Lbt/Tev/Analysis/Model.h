@@ -70,6 +70,9 @@ struct MeshVariables {
 
   /// How many faces the byte count of the lengths tells of.
   [[nodiscard]] std::size_t ElementCount() const;
+
+  /// The ids of a field's tuples; null where these are neither nodes nor elements.
+  [[nodiscard]] const Geometry::VarStruct* IdsOf(Location location) const;
 };
 
 /// One variable of a mesh.
@@ -142,6 +145,11 @@ class Model {
 
   /// The names of the groups above a part from the root down; of very many the lowest.
   [[nodiscard]] std::vector<std::string> PathOf(const Part& part) const;
+
+  /// Counts what the paths of all parts repeat of long names as one request of the tree's stream.
+  /// To be called before they are written: one name may stand above any number of parts. Throws
+  /// "Out of Bounds" ("The model refers to its data too often").
+  void RequireModestPaths() const;
 
   /// Worked out from the results' attributes, as the report does.
   [[nodiscard]] const std::optional<std::string>& Title() const { return title_; }

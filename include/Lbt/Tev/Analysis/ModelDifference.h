@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <functional>
@@ -7,7 +8,6 @@
 #include <string>
 #include <string_view>
 
-#include "Lbt/Tev/Analysis/BlocksAhead.h"
 #include "Lbt/Tev/Analysis/Difference.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
@@ -56,10 +56,12 @@ struct DifferenceSink {
 /// only what it asks for. Tuples are matched by id, else by place; faces by the nodes that they
 /// name. How things are stored, programs, dates, attributes and materials are not compared.
 ///
-/// Throws "Element Not Found" for a pattern that fits nothing in either model, and on a lack of
-/// memory.
+/// What is only in one is told first, then meshes and fields part by part. Of each model "ahead"
+/// blocks are inflated on other threads.
+///
+/// Throws "Element Not Found" for a pattern that fits nothing in either model, what RepeatedRows
+/// does, and on a lack of memory.
 void CompareModels(const Model& a, const Model& b, const Selection& selection,
-                   const Tolerance& tolerance, const DifferenceSink& sink,
-                   const Loading& loadingA = {}, const Loading& loadingB = {});
+                   const Tolerance& tolerance, const DifferenceSink& sink, std::size_t ahead = 0);
 
 }  // namespace LbtTev::Analysis

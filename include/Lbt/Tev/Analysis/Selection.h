@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -58,7 +59,31 @@ struct FieldOfPart {
   const Field* field = nullptr;
 };
 
-/// All fields that a selection asks for, part by part as they are stored.
+/// Counts what rows about parts repeat of a model as one request: a field of a geometry that
+/// another part has shown already, and names with what they have beyond 1,024 bytes. Any number of
+/// shapes may name one geometry.
+class RepeatedRows {
+ public:
+  explicit RepeatedRows(const Model& model);
+
+  /// To be called for each row before it takes memory, with how many lines it may have and what
+  /// they name beside the part. Throws "Out of Bounds" ("The model refers to its data too often").
+  void Add(std::size_t part, std::string_view name, std::size_t lines = 1);
+
+ private:
+  const Model* model_;
+  ModelStream* light_;
+  ModelStream::Request request_;
+  std::vector<std::optional<std::size_t>> firstPartOf_;  // by content
+};
+
+/// The fields of these parts for which "has" is true, part by part as they are stored. Throws what
+/// RepeatedRows does.
+[[nodiscard]] std::vector<FieldOfPart> FieldsOfParts(const Model& model,
+                                                     std::span<const std::size_t> parts,
+                                                     const std::function<bool(const Field&)>& has);
+
+/// All fields that a selection asks for, as above.
 [[nodiscard]] std::vector<FieldOfPart> SelectFields(const Model& model, const Selection& selection);
 
 /// The one of "names" that takes the fewest changes of characters to be "name"; empty where all

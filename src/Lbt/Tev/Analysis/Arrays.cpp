@@ -7,13 +7,12 @@
 #include <numeric>
 
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtTev::Analysis {
 
 namespace {
 
-[[noreturn]] void RaiseDamagedMesh(const char* message) {
+[[noreturn]] void RaiseDamage(const char* message) {
   Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ModelError, message,
                   "include/Lbt/Tev/Analysis/Arrays");
 }
@@ -35,51 +34,25 @@ ArrayKey::ArrayKey(const NumericArray& array) : byteSize(array.byteSize), width(
 }
 
 template <class T>
-std::vector<T> LoadArray(const NumericArray& array) {
+std::vector<T> LoadArray(const NumericArray& array, BlocksAhead& ahead) {
   std::vector<T> values;
   if (array.loader != nullptr) {
-    array.loader->LoadTo(values);
+    const DataLoader& loader = *array.loader;
+    LbtLbf::Block* block =
+        loader.GetByteSize() < sizeof(T) ? nullptr : ahead.Find(loader.GetPosition());
+    if (block != nullptr && block->GetRemaining() >= loader.GetByteSize()) {
+      loader.LoadFrom(*block, values);
+    } else {
+      loader.LoadTo(values);
+    }
   } else if (array.storedBytes != nullptr) {
     // Stored as they are in memory: such records shuffle nothing.
     values.resize(array.storedBytes->size() / sizeof(T));
     std::memcpy(values.data(), array.storedBytes->data(), values.size() * sizeof(T));
   }
   if (values.size() < array.GetNumElements()) {
-    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ModelError,
-                    "The numbers of the variable are missing", "include/Lbt/Tev/Analysis/Arrays");
+    RaiseDamage("The numbers of the variable are missing");
   }
-  return values;
-}
-
-template std::vector<float> LoadArray<float>(const NumericArray& array);
-template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array);
-
-template <class T>
-std::vector<T> LoadArray(const NumericArray& array, BlocksAhead& ahead) {
-  const DataLoader* loader = array.loader.get();
-  LbtLbf::Block* block =
-      loader == nullptr || loader->GetByteSize() < sizeof(T) || loader->GetDataType() != 0
-          ? nullptr
-          : ahead.Find(loader->GetPosition());
-  if (block == nullptr || block->GetRemaining() < loader->GetByteSize()) {
-    return LoadArray<T>(array);
-  }
-  const auto stored = block->Get(static_cast<std::uint32_t>(loader->GetByteSize()));
-  std::vector<T> values(stored.size() / sizeof(T));
-  std::byte* elements = std::as_writable_bytes(std::span(values)).data();
-  const std::size_t width = array.GetWidth();
-  if (!loader->IsShuffled() || width == 0) {
-    std::memcpy(elements, stored.data(), values.size() * sizeof(T));
-    return values;
-  }
-  // A plane for each component; elements left over by the width stay as they are stored.
-  const std::size_t plane = values.size() / width * sizeof(T);
-  for (std::size_t component = 0; component < width; ++component) {
-    LbtUtil::UnShufflePlane(stored.subspan(component * plane, plane),
-                            elements + component * sizeof(T), width);
-  }
-  const std::size_t done = plane * width;
-  std::memcpy(elements + done, stored.data() + done, values.size() * sizeof(T) - done);
   return values;
 }
 
@@ -89,7 +62,7 @@ template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& a
 
 void CheckLengths(std::size_t sum, std::size_t nodes) {
   if (sum != nodes) {
-    RaiseDamagedMesh("The lengths of the faces do not make up the list of their nodes");
+    RaiseDamage("The lengths of the faces do not make up the list of their nodes");
   }
 }
 
@@ -97,7 +70,7 @@ void CheckFaces(std::span<const unsigned int> faces, std::span<const unsigned in
                 std::size_t points) {
   CheckLengths(std::accumulate(lengths.begin(), lengths.end(), std::size_t{0}), faces.size());
   if (!faces.empty() && *std::ranges::max_element(faces) >= points) {
-    RaiseDamagedMesh("A face names a node that the mesh has not");
+    RaiseDamage("A face names a node that the mesh has not");
   }
 }
 

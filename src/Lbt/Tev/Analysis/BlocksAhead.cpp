@@ -9,67 +9,59 @@
 
 namespace LbtTev::Analysis {
 
-Loading Loading::Of(LbtLbf::LbFile& file, unsigned int threads) {
-  constexpr std::size_t kMost = 2;
-  return {&file, threads < 2 ? 0 : std::min<std::size_t>(threads, kMost)};
-}
-
-BlocksAhead::BlocksAhead(const Loading& loading, std::string_view stream,
+BlocksAhead::BlocksAhead(ModelStream& stream, std::size_t count,
                          std::span<const unsigned long> positions)
-    : loading_(loading) {
-  if (loading_.file == nullptr) {
+    : stream_(&stream), file_(&stream.GetFile()), count_(std::min(count, kMost)) {
+  if (count_ == 0) {
     return;
   }
   try {
-    Measure(stream);
+    Measure();
   } catch (const std::exception&) {
     starts_.clear();  // what is wrong is told where the block is needed
   }
   for (const unsigned long position : positions) {
-    const std::optional<std::size_t> entry = EntryAt(position);
-    if (entry && (wanted_.empty() || wanted_.back() != *entry)) {
-      wanted_.push_back(*entry);
+    const std::optional<std::size_t> place = PlaceOf(position);
+    if (place && (wanted_.empty() || wanted_.back() != entries_[*place])) {
+      wanted_.push_back(entries_[*place]);
     }
   }
 }
 
-void BlocksAhead::Measure(std::string_view stream) {
-  const auto& streams = loading_.file->GetIndex().GetStreams();
-  const auto found = streams.find(stream);
+void BlocksAhead::Measure() {
+  const auto& streams = file_->GetIndex().GetStreams();
+  const auto found = streams.find(stream_->GetName());
   if (found == streams.end()) {
     return;
   }
   starts_.push_back(0);
   for (const std::uint64_t entry : found->second.Limiter().blocks) {
     entries_.push_back(entry);
-    starts_.push_back(starts_.back() + loading_.file->ReadRecordedLength(entry));
+    starts_.push_back(starts_.back() + file_->ReadRecordedLength(entry));
   }
+  wasInflated_.resize(entries_.size());
 }
 
-std::size_t BlocksAhead::PlaceOf(unsigned long position) const {
+std::optional<std::size_t> BlocksAhead::PlaceOf(unsigned long position) const {
+  if (starts_.empty() || position >= starts_.back()) {
+    return std::nullopt;
+  }
   const auto after = std::ranges::upper_bound(starts_, position);
   return static_cast<std::size_t>(after - starts_.begin()) - 1;
 }
 
-std::optional<std::size_t> BlocksAhead::EntryAt(unsigned long position) const {
-  if (starts_.empty() || position >= starts_.back()) {
-    return std::nullopt;
-  }
-  return entries_[PlaceOf(position)];
-}
-
 LbtLbf::Block* BlocksAhead::Find(unsigned long position) {
-  if (loading_.ahead == 0 || !EntryAt(position)) {
+  const std::optional<std::size_t> place = PlaceOf(position);
+  if (!place) {
     return nullptr;
   }
-  const std::size_t place = PlaceOf(position);
   if (place_ != place) {
-    MoveTo(place);
+    MoveTo(*place);
   }
   if (current_ == nullptr) {
     return nullptr;
   }
-  current_->contents.SetPosition(position - starts_[place]);
+  current_->contents.SetPosition(position - starts_[*place]);
   return &current_->contents;
 }
 
@@ -77,6 +69,11 @@ LbtLbf::Block* BlocksAhead::Find(unsigned long position) {
 void BlocksAhead::MoveTo(std::size_t place) {
   const std::size_t entry = entries_[place];
   current_.reset();
+  place_.reset();
+  if (wasInflated_[place]) {
+    stream_->Charge(starts_[place + 1] - starts_[place]);
+  }
+  wasInflated_[place] = true;
   place_ = place;
   std::unique_ptr<Work> work = Finish(entry);
   if (work == nullptr) {
@@ -100,19 +97,18 @@ void BlocksAhead::MoveTo(std::size_t place) {
 }
 
 std::unique_ptr<BlocksAhead::Work> BlocksAhead::Prepare(std::size_t entry) const {
-  const LbtLbf::IndexItem& item = loading_.file->GetIndex().GetItems()[entry];
-  const std::uint64_t size = loading_.file->GetSize().value_or(0);
+  const LbtLbf::IndexItem& item = file_->GetIndex().GetItems()[entry];
+  const std::uint64_t size = file_->GetSize().value_or(0);
   if (!item.IsCompressed() || item.position > size || item.size > size - item.position) {
     return nullptr;
   }
-  loading_.file->GetIndex().GetCache().TellOfLoad(entry);
+  file_->GetIndex().GetCache().TellOfLoad(entry);
   try {
     auto work = std::make_unique<Work>();
     work->entry = entry;
     unsigned int start = 0;
     work->stored.CheckFreeSpaceAndAllocateMemory(start, item.size);
-    if (loading_.file->ReadStored(item.position, work->stored.Room().first(item.size)) !=
-        item.size) {
+    if (file_->ReadStored(item.position, work->stored.Room().first(item.size)) != item.size) {
       return nullptr;
     }
     work->stored.Append(item.size);
@@ -137,7 +133,7 @@ void BlocksAhead::Run(Work& work) {
 }
 
 void BlocksAhead::StartNext() {
-  for (; ahead_.size() < loading_.ahead && next_ < wanted_.size(); ++next_) {
+  for (; ahead_.size() < count_ && next_ < wanted_.size(); ++next_) {
     std::unique_ptr<Work> work = Prepare(wanted_[next_]);
     if (work == nullptr) {
       continue;

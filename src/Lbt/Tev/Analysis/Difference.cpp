@@ -49,6 +49,61 @@ bool IsBeyond(double distance, double a, double b, const Tolerance& tolerance) {
          std::max(tolerance.relative * std::max(std::abs(a), std::abs(b)), tolerance.absolute);
 }
 
+/// Compares tuples of two lists of numbers.
+class NumbersComparison {
+ public:
+  NumbersComparison(std::span<const float> a, std::span<const float> b, std::size_t width,
+                    const Tolerance& tolerance)
+      : a_(a), b_(b), width_(width), tolerance_(tolerance) {}
+
+  /// Compares "count" tuples from "inA" on with those from "inB" on. Pieces of the same bytes are
+  /// passed over: numbers agree with themselves, whatever they are.
+  void AddTuples(std::size_t inA, std::size_t inB, std::size_t count) {
+    constexpr std::size_t kPiece = 1024;
+    const std::size_t numbers = count * width_;
+    const std::span<const float> a = a_.subspan(inA * width_, numbers);
+    const std::span<const float> b = b_.subspan(inB * width_, numbers);
+    for (std::size_t first = 0; first < numbers; first += kPiece) {
+      const std::size_t end = std::min(numbers, first + kPiece);
+      if (std::memcmp(&a[first], &b[first], (end - first) * sizeof(float)) != 0) {
+        for (std::size_t i = first; i < end; ++i) {
+          Add(static_cast<double>(a[i]), static_cast<double>(b[i]), inA * width_ + i);
+        }
+      }
+    }
+    difference_.compared += numbers;
+  }
+
+  [[nodiscard]] NumbersDifference Result() const {
+    NumbersDifference result = difference_;
+    result.rms =
+        result.compared == 0 ? 0 : std::sqrt(squares_ / static_cast<double>(result.compared));
+    return result;
+  }
+
+ private:
+  /// "place" is that of the number in A.
+  void Add(double a, double b, std::size_t place) {
+    const double distance = Distance(a, b);
+    squares_ += distance * distance;
+    difference_.beyond += IsBeyond(distance, a, b, tolerance_) ? std::size_t{1} : 0;
+    if (distance > difference_.largest) {
+      difference_.largest = distance;
+      difference_.a = a;
+      difference_.b = b;
+      difference_.component = place % width_;
+      difference_.index = place / width_;
+    }
+  }
+
+  std::span<const float> a_;
+  std::span<const float> b_;
+  std::size_t width_;
+  Tolerance tolerance_;
+  NumbersDifference difference_;
+  double squares_ = 0;
+};
+
 std::vector<std::size_t> OffsetsOf(const Faces& faces) {
   std::vector<std::size_t> offsets{0};
   offsets.reserve(faces.lengths.size() + 1);
@@ -77,8 +132,10 @@ TupleMatch::TupleMatch(std::size_t countInA, std::size_t countInB)
 TupleMatch::TupleMatch(std::span<const float> idsInA, std::size_t countInA,
                        std::span<const float> idsInB, std::size_t countInB)
     : TupleMatch(countInA, countInB) {
-  if (idsInA.size() != countInA || idsInB.size() != countInB ||
-      std::ranges::equal(idsInA, idsInB)) {
+  const bool areSame =
+      idsInA.size() == idsInB.size() &&
+      (idsInA.empty() || std::memcmp(idsInA.data(), idsInB.data(), idsInA.size_bytes()) == 0);
+  if (idsInA.size() != countInA || idsInB.size() != countInB || areSame) {
     return;  // the same ids in the same places, repeated or not
   }
   const std::vector<IdAndPlace> sortedA = SortedIds(idsInA);
@@ -101,34 +158,19 @@ TupleMatch::TupleMatch(std::span<const float> idsInA, std::size_t countInA,
 
 NumbersDifference Compare(std::span<const float> a, std::span<const float> b, std::size_t width,
                           const TupleMatch& match, const Tolerance& tolerance) {
-  NumbersDifference difference{.compared = (match.CountInA() - match.OnlyInA()) * width,
-                               .onlyInA = match.OnlyInA(),
-                               .onlyInB = match.OnlyInB()};
-  const Tolerance own = tolerance.For(a.first(match.CountInA() * width));
-  double squares = 0;
-  for (std::size_t tuple = 0; tuple < match.CountInA(); ++tuple) {
-    const std::size_t other = match.InB(tuple);
-    if (other == TupleMatch::kNone ||
-        std::memcmp(&a[tuple * width], &b[other * width], width * sizeof(float)) == 0) {
-      continue;
-    }
-    for (std::size_t component = 0; component < width; ++component) {
-      const auto left = static_cast<double>(a[tuple * width + component]);
-      const auto right = static_cast<double>(b[other * width + component]);
-      const double distance = Distance(left, right);
-      squares += distance * distance;
-      difference.beyond += IsBeyond(distance, left, right, own) ? std::size_t{1} : 0;
-      if (distance > difference.largest) {
-        difference.largest = distance;
-        difference.a = left;
-        difference.b = right;
-        difference.component = component;
-        difference.index = tuple;
+  NumbersComparison comparison(a, b, width, tolerance.For(a.first(match.CountInA() * width)));
+  if (match.IsById()) {
+    for (std::size_t tuple = 0; tuple < match.CountInA(); ++tuple) {
+      if (const std::size_t other = match.InB(tuple); other != TupleMatch::kNone) {
+        comparison.AddTuples(tuple, other, 1);
       }
     }
+  } else {
+    comparison.AddTuples(0, 0, match.CountInA() - match.OnlyInA());
   }
-  difference.rms =
-      difference.compared == 0 ? 0 : std::sqrt(squares / static_cast<double>(difference.compared));
+  NumbersDifference difference = comparison.Result();
+  difference.onlyInA = match.OnlyInA();
+  difference.onlyInB = match.OnlyInB();
   return difference;
 }
 

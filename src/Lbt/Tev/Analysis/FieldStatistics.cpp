@@ -1,124 +1,206 @@
-// Works out the statistics of many fields in one pass through the file.
-#include "Lbt/Tev/Analysis/FieldStatistics.h"
-
-#include <bit>
+// Works out the statistics of many fields, or counts elements, in one pass through the file.
 #include <map>
 #include <memory>
+#include <tuple>
 #include <utility>
-#include <vector>
 
 #include "Lbt/Tev/Analysis/FileOrder.h"
+#include "Lbt/Tev/Analysis/Statistics.h"
 
 namespace LbtTev::Analysis {
 
 namespace {
 
+/// The nodes that take part in fields: one for all parts and steps that share the faces.
+struct Mask {
+  WantedGroup wanted;  // faces and their lengths; none where all nodes take part
+  std::size_t points = 0;
+  std::size_t users = 0;  // fields that have not been served
+  bool isThere = false;
+  std::shared_ptr<const UsedNodes> used{};
+  std::exception_ptr failure{};
+  std::vector<std::pair<std::size_t, LoadedGroup>> waiting{};  // fields whose numbers came first
+};
+
 /// Parts that share numbers and nodes have the same statistics; they come one after another.
 class SharedStatistics {
  public:
-  const Statistics& Of(const LoadedNumbers& numbers, std::size_t width) {
-    if (numbers.values != values_ || numbers.used != used_ || numbers.ids != ids_) {
-      statistics_ = StatisticsOf(*numbers.values, width, *numbers.used,
-                                 numbers.ids == nullptr ? std::span<const float>() : *numbers.ids);
-      values_ = numbers.values;
-      used_ = numbers.used;
-      ids_ = numbers.ids;
+  const Statistics& Of(const LoadedArray& values, const LoadedArray& ids,
+                       const std::shared_ptr<const UsedNodes>& used, std::size_t width) {
+    const bool hasIds = ids.floats != nullptr;
+    if (values.floats != values_.lock() || used != used_.lock() || hasIds != hadIds_ ||
+        ids.floats != ids_.lock()) {
+      statistics_ = StatisticsOf(values.Floats(), width, *used, ids.Floats());
+      values_ = values.floats;
+      ids_ = ids.floats;
+      hadIds_ = hasIds;
+      used_ = used;
     }
     return statistics_;
   }
 
-  /// Lets the numbers go, once nobody else has them.
-  void Forget() {
-    values_.reset();
-    used_.reset();
-    ids_.reset();
-  }
-
  private:
-  std::shared_ptr<const std::vector<float>> values_;
-  std::shared_ptr<const UsedNodes> used_;
-  std::shared_ptr<const std::vector<float>> ids_;
+  std::weak_ptr<const std::vector<float>> values_;
+  std::weak_ptr<const std::vector<float>> ids_;
+  std::weak_ptr<const UsedNodes> used_;
+  bool hadIds_ = false;
   Statistics statistics_;
 };
 
-/// Lengths come as the bits of floats, as all numbers do here.
-std::shared_ptr<const ElementCounts> CountsOf(std::span<const float> lengths) {
+/// The groups that are loaded are those of the fields, and then those of the masks.
+class Gathering {
+ public:
+  using Take = std::function<void(const FieldOfPart&, const FieldStatistics&)>;
+
+  Gathering(const Model& model, std::span<const FieldOfPart> fields, const Take& take)
+      : model_(&model),
+        fields_(fields),
+        results_([&take, fields](std::size_t place, const FieldStatistics& result) {
+          take(fields[place], result);
+        }) {
+    for (const FieldOfPart& field : fields) {
+      Add(field);
+    }
+  }
+
+  void Run(std::size_t ahead) {
+    for (const Mask* mask : masks_) {
+      wanted_.push_back(mask->wanted);
+    }
+    LoadInFileOrder({&model_->GetTree(), wanted_, ahead},
+                    [this](std::size_t place, const LoadedGroup& loaded) {
+                      if (place < fields_.size()) {
+                        TakeField(place, loaded);
+                      } else {
+                        Build(*masks_[place - fields_.size()], loaded);
+                      }
+                    });
+  }
+
+ private:
+  using MaskKey = std::tuple<bool, ArrayKey, ArrayKey, std::size_t>;
+
+  void Add(const FieldOfPart& each) {
+    const Field& field = *each.field;
+    const MeshVariables mesh = model_->MeshAt(model_->Parts()[each.part], field.step);
+    const bool isOfNodes = field.location == Location::Node;
+    wanted_.push_back({{field.variable}, {mesh.IdsOf(field.location)}});
+    maskOf_.push_back(&MaskOf(isOfNodes ? mesh : MeshVariables(), field.count));
+    ++maskOf_.back()->users;
+  }
+
+  Mask& MaskOf(const MeshVariables& mesh, std::size_t points) {
+    const auto keyOf = [](const Geometry::VarStruct* variable) {
+      return variable == nullptr ? ArrayKey() : ArrayKey(variable->array);
+    };
+    const bool hasFaces = mesh.faces != nullptr;
+    const MaskKey key{hasFaces, keyOf(mesh.faces), hasFaces ? keyOf(mesh.lengths) : ArrayKey(),
+                      points};
+    const auto [found, isNew] = maskOfKey_.try_emplace(key);
+    Mask& mask = found->second;
+    if (isNew) {
+      mask.points = points;
+      mask.isThere = !hasFaces;
+      if (hasFaces) {
+        mask.wanted = {{mesh.faces, true}, {mesh.lengths, true}};
+        masks_.push_back(&mask);
+      } else {
+        mask.used = std::make_shared<const UsedNodes>(points);
+      }
+    }
+    return mask;
+  }
+
+  void Build(Mask& mask, const LoadedGroup& loaded) {
+    mask.isThere = true;
+    mask.failure = FailureOf(loaded);
+    if (mask.failure == nullptr) {
+      mask.failure = FailureOfLoad(model_->GetTree(), [&] {
+        mask.used =
+            std::make_shared<const UsedNodes>(loaded[0].Wholes(), loaded[1].Wholes(), mask.points);
+      });
+    }
+    for (auto& [field, numbers] : std::exchange(mask.waiting, {})) {
+      Finish(field, numbers, mask);
+    }
+  }
+
+  void TakeField(std::size_t field, const LoadedGroup& loaded) {
+    Mask& mask = *maskOf_[field];
+    if (mask.isThere) {
+      Finish(field, loaded, mask);
+    } else {
+      mask.waiting.emplace_back(field, loaded);
+    }
+  }
+
+  void Finish(std::size_t place, const LoadedGroup& loaded, Mask& mask) {
+    FieldStatistics result{.failure = FailureOf(loaded)};
+    result.failure = result.failure == nullptr ? mask.failure : result.failure;
+    if (result.failure == nullptr) {
+      result.statistics =
+          shared_.Of(loaded[0], loaded[1], mask.used, fields_[place].field->components);
+    }
+    if (--mask.users == 0) {
+      mask.used.reset();
+    }
+    results_.Add(place, std::move(result));
+  }
+
+  const Model* model_;
+  std::span<const FieldOfPart> fields_;
+  std::vector<WantedGroup> wanted_;
+  std::vector<Mask*> maskOf_;  // of the fields
+  std::map<MaskKey, Mask> maskOfKey_;
+  std::vector<Mask*> masks_;  // those that are to be loaded
+  SharedStatistics shared_;
+  InOrder<FieldStatistics> results_;
+};
+
+std::shared_ptr<const ElementCounts> CountsOf(std::span<const unsigned int> lengths) {
   auto counts = std::make_shared<ElementCounts>();
-  for (const float bits : lengths) {
-    const auto length = std::bit_cast<unsigned int>(bits);
+  for (const unsigned int length : lengths) {
     ++counts->byNodes[length];
     counts->nodes += length;
   }
   return counts;
 }
 
-/// Why the lengths of a part cannot be right; null where they can.
-std::exception_ptr FaultOf(const Model& model, std::size_t part, const ElementCounts& counts) {
-  const Geometry::VarStruct* faces = model.Parts()[part].mesh.faces;
-  return FailureOfLoad(model.GetTree(), [&] {
-    CheckLengths(counts.nodes, faces == nullptr ? 0 : faces->array.GetNumElements());
-  });
-}
-
 }  // namespace
 
 void GatherStatistics(const Model& model, std::span<const FieldOfPart> fields,
                       const std::function<void(const FieldOfPart&, const FieldStatistics&)>& take,
-                      const Loading& loading) {
-  std::vector<WantedNumbers> wanted;
-  wanted.reserve(fields.size());
-  for (const FieldOfPart& field : fields) {
-    wanted.push_back(WantedFor(model, field));
-  }
-  std::map<std::size_t, FieldStatistics> early;  // what comes before its turn
-  std::size_t next = 0;
-  SharedStatistics shared;
-  LoadInFileOrder(
-      model.GetTree(), wanted,
-      [&](const LoadedNumbers& numbers) {
-        FieldStatistics& result = early[numbers.place];
-        result.failure = numbers.failure;
-        if (result.failure == nullptr) {
-          result.statistics = shared.Of(numbers, fields[numbers.place].field->components);
-        }
-        if (numbers.isLast) {
-          shared.Forget();
-        }
-        for (auto turn = early.find(next); turn != early.end(); turn = early.find(++next)) {
-          take(fields[next], turn->second);
-          early.erase(turn);
-        }
-      },
-      loading);
+                      std::size_t ahead) {
+  Gathering(model, fields, take).Run(ahead);
 }
 
 void CountElements(const Model& model,
                    const std::function<void(std::size_t, std::shared_ptr<const ElementCounts>,
-                                            std::exception_ptr)>& take,
-                   const Loading& loading) {
+                                            std::exception_ptr)>& take) {
   std::vector<std::size_t> parts;
-  std::vector<WantedNumbers> wanted;
+  std::vector<WantedGroup> wanted;
   for (std::size_t i = 0; i < model.Parts().size(); ++i) {
     if (const auto* lengths = model.Parts()[i].mesh.lengths) {
       parts.push_back(i);
-      wanted.push_back({.variable = lengths, .count = TuplesOf(lengths->array)});
+      wanted.push_back({{lengths, true}});
     }
   }
-  std::shared_ptr<const std::vector<float>> last;
+  std::weak_ptr<const std::vector<unsigned int>> last;
   std::shared_ptr<const ElementCounts> counts;
-  LoadInFileOrder(
-      model.GetTree(), wanted,
-      [&](const LoadedNumbers& numbers) {
-        const std::size_t part = parts[numbers.place];
-        if (numbers.failure == nullptr && numbers.values != last) {
-          last = numbers.values;
-          counts = CountsOf(*last);
-        }
-        const std::exception_ptr failure =
-            numbers.failure != nullptr ? numbers.failure : FaultOf(model, part, *counts);
-        take(part, failure == nullptr ? counts : nullptr, failure);
-      },
-      loading);
+  LoadInFileOrder({&model.GetTree(), wanted}, [&](std::size_t place, const LoadedGroup& loaded) {
+    const Geometry::VarStruct* faces = model.Parts()[parts[place]].mesh.faces;
+    std::exception_ptr failure = FailureOf(loaded);
+    if (failure == nullptr) {
+      if (loaded[0].wholes != last.lock()) {
+        counts = CountsOf(loaded[0].Wholes());
+        last = loaded[0].wholes;
+      }
+      failure = FailureOfLoad(model.GetTree(), [&] {
+        CheckLengths(counts->nodes, faces == nullptr ? 0 : faces->array.GetNumElements());
+      });
+    }
+    take(parts[place], failure == nullptr ? counts : nullptr, failure);
+  });
 }
 
 }  // namespace LbtTev::Analysis

@@ -1,25 +1,24 @@
 // Loads numbers of variables in the order in which the file holds them.
 #include "Lbt/Tev/Analysis/FileOrder.h"
 
-#include <cstdint>
+#include <algorithm>
 #include <limits>
 #include <map>
 #include <optional>
 #include <string>
-#include <tuple>
-#include <utility>
 
 #include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Tev/Vocabulary.h"
+#include "Lbt/Tev/Analysis/Arrays.h"
+#include "Lbt/Tev/Analysis/BlocksAhead.h"
 
 namespace LbtTev::Analysis {
 
 namespace {
 
 /// The exception that is being handled; in place of what zlib leaves one that names the block.
-std::exception_ptr CurrentFailure(const Tree& tree) {
-  const auto refused = tree.GetFile().GetIndex().RefusedBlock();
+std::exception_ptr CurrentFailure(const ModelStream& stream) {
+  const auto refused = stream.RefusedBlock();
   try {
     throw;
   } catch (const Lbt::Util::Exception&) {
@@ -39,250 +38,170 @@ std::exception_ptr CurrentFailure(const Tree& tree) {
   }
 }
 
-/// All loads of a list, and what waits for what: numbers for their arrays and for the nodes that
-/// take part, and these for the arrays of the faces.
-class Loads {
+/// The arrays of one model that groups wait for. Turns are those of the arrays of the model whose
+/// order counts.
+class Side {
  public:
-  Loads(const Tree& tree, std::span<const WantedNumbers> wanted,
-        const std::function<void(LoadedNumbers)>& take)
-      : tree_(&tree), take_(&take) {
-    requests_.reserve(wanted.size());
-    for (const WantedNumbers& numbers : wanted) {
-      AddRequest(numbers);
+  static constexpr std::size_t kNoTurn = std::numeric_limits<std::size_t>::max();
+
+  explicit Side(const WantedOfModel& wanted)
+      : tree_(wanted.tree),
+        ahead_(wanted.ahead),
+        heavy_(wanted.tree->GetStreams().heavy),
+        request_(*heavy_) {
+    groups_.reserve(wanted.groups.size());
+    for (const WantedGroup& group : wanted.groups) {
+      std::vector<Array*>& arrays = groups_.emplace_back();
+      arrays.reserve(group.size());
+      for (const WantedArray& array : group) {
+        arrays.push_back(Find(array));
+      }
     }
   }
 
-  void Run(const Loading& loading) {
-    std::vector<unsigned long> positions;
-    for (const auto& [key, array] : arrays_) {
-      if (array.source->loader != nullptr) {
-        positions.push_back(key.first.position);
-      }
-    }
-    BlocksAhead ahead(loading, StreamNames().heavy, positions);
-    SetBudget(loading);
+  /// Gives each array its turn: that of its place in the file.
+  void TakeTurns() {
     for (auto& [key, array] : arrays_) {
-      LoadNext(key.first, key.second, array, ahead);
-      const std::vector<Mask*> masks = std::move(array.masks);
-      for (Mask* mask : masks) {
-        if (--mask->missing == 0) {
-          Build(*mask);
-        }
-      }
-      const std::vector<std::size_t> requests = std::move(array.requests);
-      for (const std::size_t request : requests) {
-        Arrive(request);
-      }
+      array.turn = order_.size();
+      order_.push_back({array.turn, &key.first, &array});
     }
   }
+
+  /// Gives each array the first turn at which something of "other" stands where it does in a
+  /// group; else the one at which the group is there.
+  void FollowTurnsOf(const Side& other) {
+    for (std::size_t group = 0; group < groups_.size(); ++group) {
+      for (std::size_t role = 0; role < groups_[group].size(); ++role) {
+        if (Array* array = groups_[group][role]; array != nullptr) {
+          const Array* counterpart = other.groups_[group][role];
+          array->turn = std::min(array->turn,
+                                 counterpart == nullptr ? other.TurnOf(group) : counterpart->turn);
+        }
+      }
+    }
+    for (auto& [key, array] : arrays_) {
+      order_.push_back({array.turn, &key.first, &array});
+    }
+    std::ranges::stable_sort(order_, {}, &Turn::turn);  // those of one turn stay in file order
+  }
+
+  /// The turn at which all of a group is there, after the last one for a group of nothing.
+  [[nodiscard]] std::size_t TurnOf(std::size_t group) const {
+    std::optional<std::size_t> last;
+    for (const Array* array : groups_[group]) {
+      if (array != nullptr) {
+        last = std::max(last.value_or(0), array->turn);
+      }
+    }
+    return last.value_or(order_.size());
+  }
+
+  void Start() {
+    std::vector<unsigned long> positions;
+    for (const Turn& turn : order_) {
+      if (turn.array->source->loader != nullptr) {
+        positions.push_back(turn.key->position);
+      }
+    }
+    blocks_.emplace(*heavy_, ahead_, positions);
+  }
+
+  /// Loads the arrays whose turn it is.
+  void LoadUpTo(std::size_t turn) {
+    for (; next_ < order_.size() && order_[next_].turn <= turn; ++next_) {
+      Load(*order_[next_].array);
+    }
+  }
+
+  /// Hands a group out, and lets go what no other one waits for.
+  [[nodiscard]] LoadedGroup Take(std::size_t group) {
+    LoadedGroup loaded;
+    loaded.reserve(groups_[group].size());
+    for (Array* array : groups_[group]) {
+      loaded.push_back(array == nullptr ? LoadedArray() : array->loaded);
+      if (array != nullptr && --array->users == 0) {
+        array->loaded = {};
+      }
+    }
+    return loaded;
+  }
+
+  [[nodiscard]] std::size_t GroupCount() const { return groups_.size(); }
 
  private:
-  struct Mask;
-
-  /// The numbers of one array; floats, or whole numbers for faces and their lengths.
   struct Array {
     const NumericArray* source = nullptr;
-    std::size_t users = 0;  // that have not been served
-    std::vector<Mask*> masks{};
-    std::vector<std::size_t> requests{};
-    std::shared_ptr<const std::vector<float>> floats{};
-    std::vector<unsigned int> wholes{};
-    std::exception_ptr failure{};
+    bool isOfWholes = false;
+    std::size_t users = 0;  // groups that have not been handed out
+    std::size_t turn = kNoTurn;
+    LoadedArray loaded{};
   };
 
-  /// Sound models have each byte decoded about once; records that all refer to the same bytes
-  /// must not make as much work as they like.
-  void SetBudget(const Loading& loading) {
-    constexpr std::uint64_t kTimes = 16;
-    constexpr std::uint64_t kFurther = std::uint64_t{16} << 20U;
-    auto* stream =
-        loading.file == nullptr ? nullptr : loading.file->FindStream(StreamNames().heavy);
-    if (stream != nullptr) {
-      budget_ = loading.file->ReadRecordedLength(*stream) * kTimes + kFurther;
-    }
-  }
-
-  void Charge(std::uint64_t bytes) {
-    if (bytes > budget_) {
-      Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds,
-                      "The model refers to its data too often",
-                      "include/Lbt/Tev/Analysis/FileOrder");
-    }
-    budget_ -= bytes;
-  }
-
-  /// A block that zlib has refused is not tried again for the next array in it.
-  void LoadNext(const ArrayKey& key, bool isOfWholes, Array& array, BlocksAhead& ahead) {
-    const bool isInFile = array.source->loader != nullptr;
-    const std::optional<std::size_t> entry = isInFile ? ahead.EntryAt(key.position) : std::nullopt;
-    if (entry && refusedEntry_ == entry) {
-      array.failure = refusal_;
-      return;
-    }
-    array.failure = FailureOfLoad(*tree_, [&] {
-      Charge(key.byteSize);
-      Load(array, isOfWholes, ahead);
-    });
-    const auto refused = tree_->GetFile().GetIndex().RefusedBlock();
-    if (array.failure != nullptr && entry && refused && refused->number == *entry) {
-      refusedEntry_ = entry;
-      refusal_ = array.failure;
-    }
-  }
-
-  /// The nodes that take part.
-  struct Mask {
-    Array* faces = nullptr;
-    Array* lengths = nullptr;  // null where the mesh has none
-    std::size_t points = 0;
-    std::size_t missing = 0;
-    std::size_t users = 0;
-    std::vector<std::size_t> requests{};
-    std::shared_ptr<const UsedNodes> used{};
-    std::exception_ptr failure{};
+  struct Turn {
+    std::size_t turn = 0;
+    const ArrayKey* key = nullptr;
+    Array* array = nullptr;
   };
 
-  struct Request {
-    Array* values = nullptr;
-    Array* ids = nullptr;
-    Mask* mask = nullptr;
-    std::size_t missing = 0;
-  };
-
-  using MaskKey = std::tuple<Array*, Array*, std::size_t>;
-
-  Array& ArrayOf(const Geometry::VarStruct& variable, bool isOfWholes) {
-    Array& array = arrays_[{ArrayKey(variable.array), isOfWholes}];
-    array.source = &variable.array;
+  Array* Find(const WantedArray& wanted) {
+    if (wanted.variable == nullptr) {
+      return nullptr;
+    }
+    Array& array = arrays_[{ArrayKey(wanted.variable->array), wanted.isOfWholes}];
+    array.source = &wanted.variable->array;
+    array.isOfWholes = wanted.isOfWholes;
     ++array.users;
-    return array;
+    return &array;
   }
 
-  /// Parts without faces take part as a whole, and wait for nothing.
-  Mask& MaskOf(const WantedNumbers& numbers) {
-    const auto find = [&](const Geometry::VarStruct* variable) {
-      return variable == nullptr ? nullptr : &ArrayOf(*variable, true);
-    };
-    Array* faces = find(numbers.faces);
-    Array* lengths = faces == nullptr ? nullptr : find(numbers.lengths);
-    const auto [found, isNew] = masks_.try_emplace({faces, lengths, numbers.count});
-    Mask& mask = found->second;
-    ++mask.users;
-    if (isNew) {
-      mask.faces = faces;
-      mask.lengths = lengths;
-      mask.points = numbers.count;
-      for (Array* array : {faces, lengths}) {
-        if (array != nullptr) {
-          array->masks.push_back(&mask);
-          ++mask.missing;
-        }
+  void Load(Array& array) {
+    LoadedArray& loaded = array.loaded;
+    loaded.failure = FailureOfLoad(*tree_, [&] {
+      if (array.isOfWholes) {
+        loaded.wholes = std::make_shared<const std::vector<unsigned int>>(
+            LoadArray<unsigned int>(*array.source, *blocks_));
+      } else {
+        loaded.floats =
+            std::make_shared<const std::vector<float>>(LoadArray<float>(*array.source, *blocks_));
       }
-      if (faces == nullptr) {
-        mask.used = std::make_shared<const UsedNodes>(mask.points);
-      }
-    } else {
-      for (Array* array : {faces, lengths}) {
-        Release(array);  // the mask that is there uses it already
-      }
-    }
-    return mask;
-  }
-
-  void AddRequest(const WantedNumbers& numbers) {
-    const std::size_t place = requests_.size();
-    Request& request = requests_.emplace_back();
-    request.values = &ArrayOf(*numbers.variable, false);
-    request.ids = numbers.ids == nullptr ? nullptr : &ArrayOf(*numbers.ids, false);
-    request.mask = &MaskOf(numbers);
-    for (Array* array : {request.values, request.ids}) {
-      if (array != nullptr) {
-        array->requests.push_back(place);
-        ++request.missing;
-      }
-    }
-    if (request.mask->missing != 0) {
-      request.mask->requests.push_back(place);
-      ++request.missing;
-    }
-  }
-
-  static void Load(Array& array, bool isOfWholes, BlocksAhead& ahead) {
-    if (isOfWholes) {
-      array.wholes = LoadArray<unsigned int>(*array.source, ahead);
-    } else {
-      array.floats =
-          std::make_shared<const std::vector<float>>(LoadArray<float>(*array.source, ahead));
-    }
-  }
-
-  void Build(Mask& mask) {
-    static const std::vector<unsigned int> none;
-    const Array* lengths = mask.lengths;
-    mask.failure = mask.faces->failure;
-    if (mask.failure == nullptr && lengths != nullptr) {
-      mask.failure = lengths->failure;
-    }
-    if (mask.failure == nullptr) {
-      mask.failure = FailureOfLoad(*tree_, [&] {
-        mask.used = std::make_shared<const UsedNodes>(
-            mask.faces->wholes, lengths == nullptr ? none : lengths->wholes, mask.points);
-      });
-    }
-    Release(mask.faces);
-    Release(mask.lengths);
-    const std::vector<std::size_t> requests = std::move(mask.requests);
-    for (const std::size_t request : requests) {
-      Arrive(request);
-    }
-  }
-
-  /// One thing that a request waits for is there.
-  void Arrive(std::size_t place) {
-    Request& request = requests_[place];
-    if (--request.missing != 0) {
-      return;
-    }
-    LoadedNumbers loaded{.place = place,
-                         .values = request.values->floats,
-                         .used = request.mask->used,
-                         .ids = request.ids == nullptr ? nullptr : request.ids->floats,
-                         .isLast = request.values->users == 1,
-                         .failure = FailureOfRequest(request)};
-    Release(request.values);
-    Release(request.ids);
-    if (--request.mask->users == 0) {
-      request.mask->used.reset();
-    }
-    (*take_)(std::move(loaded));
-  }
-
-  [[nodiscard]] static std::exception_ptr FailureOfRequest(const Request& request) {
-    if (request.values->failure != nullptr) {
-      return request.values->failure;
-    }
-    const bool areIdsLost = request.ids != nullptr && request.ids->failure != nullptr;
-    return areIdsLost ? request.ids->failure : request.mask->failure;
-  }
-
-  static void Release(Array* array) {
-    if (array != nullptr && --array->users == 0) {
-      array->floats.reset();
-      std::vector<unsigned int>().swap(array->wholes);
-    }
+    });
   }
 
   const Tree* tree_;
-  const std::function<void(LoadedNumbers)>* take_;
-  std::uint64_t budget_ = std::numeric_limits<std::uint64_t>::max();
-  std::optional<std::size_t> refusedEntry_;
-  std::exception_ptr refusal_;
-  std::map<std::pair<ArrayKey, bool>, Array> arrays_;
-  std::map<MaskKey, Mask> masks_;
-  std::vector<Request> requests_;
+  std::size_t ahead_;
+  std::shared_ptr<ModelStream> heavy_;
+  ModelStream::Request request_;
+  std::map<std::pair<ArrayKey, bool>, Array> arrays_;  // in the order of the file
+  std::vector<std::vector<Array*>> groups_;
+  std::vector<Turn> order_;
+  std::size_t next_ = 0;  // in "order_"
+  std::optional<BlocksAhead> blocks_;
 };
 
+/// Calls "load" with each turn of "leader", and "take" with the groups that are there then.
+template <class Load, class Take>
+void ForTurns(const Side& leader, const Load& load, const Take& take) {
+  std::vector<std::pair<std::size_t, std::size_t>> groups;  // with their turns
+  std::size_t next = 0;
+  for (std::size_t group = 0; group < leader.GroupCount(); ++group) {
+    groups.emplace_back(leader.TurnOf(group), group);
+  }
+  std::ranges::sort(groups);
+  for (const auto& [turn, group] : groups) {
+    for (; next <= turn; ++next) {
+      load(next);
+    }
+    take(group);
+  }
+}
+
 }  // namespace
+
+std::exception_ptr FailureOf(const LoadedGroup& group) {
+  const auto failed = std::ranges::find_if(
+      group, [](const LoadedArray& array) { return array.failure != nullptr; });
+  return failed == group.end() ? nullptr : failed->failure;
+}
 
 std::exception_ptr FailureOfLoad(const Tree& tree, const std::function<void()>& load) {
   try {
@@ -291,27 +210,41 @@ std::exception_ptr FailureOfLoad(const Tree& tree, const std::function<void()>& 
     if (LbtLbf::IsLackOfMemory(exception)) {
       throw;
     }
-    return CurrentFailure(tree);
+    ModelStream& heavy = *tree.GetStreams().heavy;
+    std::exception_ptr failure = CurrentFailure(heavy);
+    heavy.GiveUp(failure);  // a block that zlib has refused is not tried again
+    return failure;
   }
   return nullptr;
 }
 
-WantedNumbers WantedFor(const Model& model, const FieldOfPart& field) {
-  const MeshVariables mesh = model.MeshAt(model.Parts()[field.part], field.field->step);
-  WantedNumbers wanted{.variable = field.field->variable, .count = field.field->count};
-  if (field.field->location == Location::Node) {
-    wanted.faces = mesh.faces;
-    wanted.lengths = mesh.lengths;
-    wanted.ids = mesh.nodeIds;
-  } else if (field.field->location == Location::Element) {
-    wanted.ids = mesh.elementIds;
-  }
-  return wanted;
+void LoadInFileOrder(
+    const WantedOfModel& wanted,
+    const std::function<void(std::size_t place, const LoadedGroup& loaded)>& take) {
+  Side side(wanted);
+  side.TakeTurns();
+  side.Start();
+  ForTurns(
+      side, [&](std::size_t turn) { side.LoadUpTo(turn); },
+      [&](std::size_t group) { take(group, side.Take(group)); });
 }
 
-void LoadInFileOrder(const Tree& tree, std::span<const WantedNumbers> wanted,
-                     const std::function<void(LoadedNumbers)>& take, const Loading& loading) {
-  Loads(tree, wanted, take).Run(loading);
+void LoadInFileOrder(const WantedOfModel& a, const WantedOfModel& b,
+                     const std::function<void(std::size_t place, const LoadedGroup& ofA,
+                                              const LoadedGroup& ofB)>& take) {
+  Side sideA(a);
+  Side sideB(b);
+  sideA.TakeTurns();
+  sideB.FollowTurnsOf(sideA);
+  sideA.Start();
+  sideB.Start();
+  ForTurns(
+      sideA,
+      [&](std::size_t turn) {
+        sideA.LoadUpTo(turn);
+        sideB.LoadUpTo(turn);
+      },
+      [&](std::size_t group) { take(group, sideA.Take(group), sideB.Take(group)); });
 }
 
 }  // namespace LbtTev::Analysis

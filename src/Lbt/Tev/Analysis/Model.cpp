@@ -62,6 +62,12 @@ std::size_t MeshVariables::ElementCount() const {
   return lengths == nullptr ? 0 : lengths->array.GetNumElements();
 }
 
+const Variable* MeshVariables::IdsOf(Location location) const {
+  return location == Location::Node      ? nodeIds
+         : location == Location::Element ? elementIds
+                                         : nullptr;
+}
+
 std::size_t TuplesOf(const NumericArray& array) {
   return array.GetWidth() == 0 ? 0 : array.GetNumElements() / array.GetWidth();
 }
@@ -88,45 +94,6 @@ Model::Model(const Tree& tree) : tree_(&tree) {
   }
   FindResults();
   FindTitleAndCategory();
-}
-
-/// Different instances may be shown with the same text, and are the same step then.
-void Model::FindSteps() {
-  std::map<std::string, const Variable*> subtitled;
-  for (const Content& content : contents_) {
-    if (content.geometry == nullptr) {
-      continue;
-    }
-    for (const Variable& variable : content.geometry->variables) {
-      const std::string_view instance = VariableName(variable.name).instance;
-      if (instance.empty()) {
-        continue;
-      }
-      const auto [known, isNew] = stepOfInstance_.emplace(instance, 0);
-      const bool hasSubtitle = variable.attributes.contains("Subtitle");
-      if (isNew || hasSubtitle) {
-        const Variable*& first = subtitled.emplace(ShownName(instance), nullptr).first->second;
-        first = first == nullptr && hasSubtitle ? &variable : first;
-      }
-    }
-  }
-  for (const auto& [text, variable] : subtitled) {
-    Step& step = steps_.emplace_back(text);
-    step.subtitle =
-        variable == nullptr ? "" : variable->attributes.at("Subtitle").GetAttributeString();
-  }
-  std::ranges::sort(steps_, [](const Step& left, const Step& right) { return left < right; });
-  std::map<std::string_view, std::size_t> places;
-  for (std::size_t i = 0; i < steps_.size(); ++i) {
-    places.emplace(steps_[i].text, i);
-  }
-  for (auto& [instance, step] : stepOfInstance_) {
-    step = places.at(ShownName(instance));
-  }
-}
-
-std::optional<std::size_t> Model::StepOf(std::string_view instance) const {
-  return instance.empty() ? std::nullopt : std::optional(stepOfInstance_.at(instance));
 }
 
 void Model::FindFields(Content& content) {
@@ -223,19 +190,6 @@ void Model::FindTitleAndCategory() {
   category_ = found.Category();
 }
 
-StepRange Model::GetStepRange() const {
-  StepRange range{.count = steps_.size()};
-  if (steps_.empty() || steps_.front().label != steps_.back().label) {
-    return range;
-  }
-  range.label = steps_.front().label;
-  range.first = steps_.front().value;
-  const auto last = std::find_if(steps_.rbegin(), steps_.rend(),
-                                 [](const Step& step) { return step.value.has_value(); });
-  range.last = last == steps_.rend() ? std::nullopt : last->value;
-  return range;
-}
-
 std::span<const Field> Model::FieldsOf(const Part& part) const {
   return contents_[part.content].fields;
 }
@@ -259,9 +213,7 @@ MeshVariables Model::MeshAt(const Content& content, std::optional<std::size_t> s
     if (found == content.meshes.end()) {
       continue;
     }
-    for (const auto role :
-         {&MeshVariables::coordinates, &MeshVariables::faces, &MeshVariables::lengths,
-          &MeshVariables::nodeIds, &MeshVariables::elementIds}) {
+    for (const MeshRole role : kMeshRoles) {
       mesh.*role = mesh.*role == nullptr ? found->second.*role : mesh.*role;
     }
   }
@@ -278,12 +230,6 @@ std::vector<std::optional<std::size_t>> Model::StepsWith(const Part& part,
     }
   }
   return steps;
-}
-
-std::optional<std::size_t> Model::FindStep(std::string_view text) const {
-  const auto found = std::ranges::find(steps_, text, &Step::text);
-  return found == steps_.end() ? std::nullopt
-                               : std::optional(static_cast<std::size_t>(found - steps_.begin()));
 }
 
 }  // namespace LbtTev::Analysis

@@ -2,19 +2,16 @@
 #include "Lbt/Tev/Analysis/ModelDifference.h"
 
 #include <algorithm>
-#include <map>
 #include <memory>
 #include <set>
-#include <tuple>
 #include <utility>
 #include <vector>
 
+#include "GroupDifference.h"
 #include "Lbt/Tev/Analysis/Facts.h"
 #include "Lbt/Tev/Analysis/FileOrder.h"
+#include "Lbt/Tev/Analysis/Pairing.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
-#include "Lbt/Tev/Vocabulary.h"
-#include "MeshDifference.h"
-#include "Pairing.h"
 
 namespace LbtTev::Analysis {
 
@@ -28,48 +25,30 @@ std::string TextOfNumber(const LbtUtil::AttributeMap& attributes, const char* na
   return found == attributes.end() ? "" : found->second.GetAttributeString();
 }
 
-/// Loads whole arrays of a model, and keeps the last one: ids are those of many fields, and parts
-/// share values.
-class KeptArray {
- public:
-  [[nodiscard]] std::span<const float> Of(const Geometry::VarStruct* variable, BlocksAhead& ahead) {
-    if (variable == nullptr) {
-      return {};
-    }
-    const ArrayKey key(variable->array);
-    if (!key_ || *key_ != key) {
-      key_.reset();
-      numbers_ = LoadArray<float>(variable->array, ahead);
-      key_ = key;
-    }
-    return numbers_;
-  }
-
- private:
-  std::optional<ArrayKey> key_;
-  std::vector<float> numbers_;
+/// A mesh or a field that both models have.
+struct Task {
+  std::pair<std::size_t, std::size_t> parts;
+  std::size_t step = CommonSteps::kNone;
+  // Of a field; null for a mesh.
+  const Field* fieldA = nullptr;
+  const Field* fieldB = nullptr;
 };
 
-/// A pair of fields to compare.
-struct FieldPair {
-  FieldOfPart a;
-  FieldOfPart b;
+/// What came of a task.
+struct Outcome {
+  std::vector<ModelDifference> differences{};
+  std::optional<FailedComparison> failure{};
 };
 
 class Comparison {
  public:
   Comparison(const Model& a, const Model& b, const Selection& selection, const Tolerance& tolerance,
-             const DifferenceSink& sink, std::pair<Loading, Loading> loading)
-      : a_(&a),
-        b_(&b),
-        selection_(&selection),
-        tolerance_(tolerance),
-        sink_(&sink),
-        loading_(std::move(loading)) {
+             const DifferenceSink& sink)
+      : a_(&a), b_(&b), selection_(&selection), tolerance_(tolerance), sink_(&sink), steps_(a, b) {
     std::tie(chosenA_, chosenB_) = Choose(a, b, selection);
   }
 
-  void Run() {
+  void Run(std::size_t ahead) {
     const bool isAll =
         selection_->parts.empty() && selection_->results.empty() && selection_->steps.empty();
     if (isAll) {
@@ -77,17 +56,14 @@ class Comparison {
     }
     CompareSteps();
     CompareResults();
-    CompareParts();
-    if (selection_->results.empty()) {
-      for (const auto& [partA, partB] : parts_) {
-        CompareMeshes(partA, partB);
-      }
-    }
-    CompareFields();
+    FindTasks();
+    RunTasks(ahead);
   }
 
  private:
   void Tell(const ModelDifference& difference) { sink_->differs(difference); }
+
+  // --- What a model is made of
 
   void CompareTexts(Kind kind, const std::string& a, const std::string& b) {
     if (a != b) {
@@ -106,41 +82,30 @@ class Comparison {
     }
   }
 
-  /// Tells of what is only in one of two sets of names.
-  template <class Names, class Describe>
-  void TellMissing(const Names& a, const Names& b, const Describe& describe) {
-    for (const auto& name : a) {
-      if (!b.contains(name)) {
-        Tell(describe(name, Side::OnlyInA));
-      }
-    }
-    for (const auto& name : b) {
-      if (!a.contains(name)) {
-        Tell(describe(name, Side::OnlyInB));
-      }
-    }
-  }
-
   void CompareSteps() {
-    const auto textsOf = [](const Model& model, const Chosen& chosen) {
-      std::set<std::string> texts;
-      for (std::size_t i = 0; i < model.Steps().size(); ++i) {
-        if (chosen.steps[i]) {
-          texts.insert(model.Steps()[i].text);
-        }
+    for (std::size_t step = CommonSteps::kNone + 1; step < steps_.Count(); ++step) {
+      const auto inA = steps_.InA(step);
+      const auto inB = steps_.InB(step);
+      const bool isInA = inA && chosenA_.steps[*inA];
+      const bool isInB = inB && chosenB_.steps[*inB];
+      if (isInA != isInB) {
+        Tell({.kind = Kind::Step,
+              .side = isInA ? Side::OnlyInA : Side::OnlyInB,
+              .step = steps_.TextOf(step)});
       }
-      return texts;
-    };
-    TellMissing(textsOf(*a_, chosenA_), textsOf(*b_, chosenB_),
-                [](const std::string& text, Side side) {
-                  return ModelDifference{.kind = Kind::Step, .side = side, .step = text};
-                });
+    }
   }
 
   void CompareResults() {
-    TellMissing(chosenA_.results, chosenB_.results, [](std::string_view name, Side side) {
-      return ModelDifference{.kind = Kind::Result, .side = side, .result = std::string(name)};
-    });
+    const auto tellMissing = [this](const auto& names, const auto& others, Side side) {
+      for (const std::string_view name : names) {
+        if (!others.contains(name)) {
+          Tell({.kind = Kind::Result, .side = side, .result = std::string(name)});
+        }
+      }
+    };
+    tellMissing(chosenA_.results, chosenB_.results, Side::OnlyInA);
+    tellMissing(chosenB_.results, chosenA_.results, Side::OnlyInB);
     const auto describe = [](const Result& result) {
       return (result.components ? std::to_string(*result.components) : "mixed") + ' ' +
              std::string(TextOf(result.location));
@@ -158,177 +123,162 @@ class Comparison {
     }
   }
 
-  void CompareParts() {
-    const auto partsOfA = KeysOf(*a_, chosenA_);
-    const auto partsOfB = KeysOf(*b_, chosenB_);
-    for (const auto& [key, part] : partsOfA) {
-      if (const auto other = partsOfB.find(key); other != partsOfB.end()) {
-        parts_.emplace(part, other->second);
-      } else {
-        Tell({.kind = Kind::Part, .side = Side::OnlyInA, .part = std::get<1>(key)});
-      }
+  // --- What is compared number by number
+
+  /// Part by part meshes and fields of both models; tells what is only in one.
+  void FindTasks() {
+    const auto fieldsOf = [](const Model& model, const Chosen& chosen) {
+      return FieldsOfParts(model, chosen.parts,
+                           [&chosen](const Field& field) { return chosen.Has(field); });
+    };
+    const std::vector<FieldOfPart> fieldsOfA = fieldsOf(*a_, chosenA_);
+    const std::vector<FieldOfPart> fieldsOfB = fieldsOf(*b_, chosenB_);
+    const Pairs<std::size_t> parts = PairParts(*a_, chosenA_, *b_, chosenB_);
+    for (const std::size_t part : parts.onlyInA) {
+      Tell({.kind = Kind::Part, .side = Side::OnlyInA, .part = a_->Parts()[part].name});
     }
-    for (const auto& [key, part] : partsOfB) {
-      if (!partsOfA.contains(key)) {
-        Tell({.kind = Kind::Part, .side = Side::OnlyInB, .part = std::get<1>(key)});
+    for (const std::size_t part : parts.onlyInB) {
+      Tell({.kind = Kind::Part, .side = Side::OnlyInB, .part = b_->Parts()[part].name});
+    }
+    RepeatedRows meshesOfA(*a_);
+    RepeatedRows meshesOfB(*b_);
+    const auto ofPart = [](const std::vector<FieldOfPart>& fields, std::size_t part) {
+      const auto found = std::ranges::equal_range(fields, part, {}, &FieldOfPart::part);
+      return std::span(found.begin(), found.end());
+    };
+    for (const auto& pair : parts.both) {
+      if (selection_->results.empty()) {
+        FindMeshes(pair, meshesOfA, meshesOfB);
       }
+      FindFields(pair, ofPart(fieldsOfA, pair.first), ofPart(fieldsOfB, pair.second));
     }
   }
-
-  // --- Meshes
 
   /// All steps at which a part has a mesh of its own in either model.
-  void CompareMeshes(std::size_t partA, std::size_t partB) {
-    std::set<StepText> steps;
-    for (const auto& [model, part, chosen] :
-         {std::tuple(a_, partA, &chosenA_), std::tuple(b_, partB, &chosenB_)}) {
-      for (const auto& step : model->StepsWith(model->Parts()[part], kMeshRoles)) {
-        if (chosen->HasStep(step)) {
-          steps.insert(TextOfStep(*model, step));
-        }
+  void FindMeshes(const std::pair<std::size_t, std::size_t>& parts, RepeatedRows& rowsOfA,
+                  RepeatedRows& rowsOfB) {
+    std::set<std::size_t> steps;
+    for (const auto& step : a_->StepsWith(a_->Parts()[parts.first], kMeshRoles)) {
+      if (chosenA_.HasStep(step)) {
+        rowsOfA.Add(parts.first, step ? a_->Steps()[*step].text : "");
+        steps.insert(steps_.OfA(step));
       }
     }
-    for (const StepText& step : steps) {
-      CompareMesh(partA, partB, step);
-    }
-  }
-
-  [[nodiscard]] static MeshVariables MeshOf(const Model& model, std::size_t part,
-                                            const StepText& step) {
-    return model.MeshAt(model.Parts()[part], step ? model.FindStep(*step) : std::nullopt);
-  }
-
-  /// Runs one comparison. Damage of "model" is told with what it is about, and is no difference.
-  template <class Load>
-  bool Try(bool isInA, std::size_t partA, const std::string& result, const StepText& step,
-           const Load& load) {
-    const Tree& tree = (isInA ? a_ : b_)->GetTree();
-    const std::exception_ptr failure = FailureOfLoad(tree, load);
-    if (failure != nullptr) {
-      sink_->failed({isInA, a_->Parts()[partA].name, result, step, failure});
-    }
-    return failure == nullptr;
-  }
-
-  void CompareMesh(std::size_t partA, std::size_t partB, const StepText& step) {
-    MeshNumbers a;
-    MeshNumbers b;
-    const bool isRead =
-        Try(true, partA, "mesh", step, [&] { a = LoadMesh(MeshOf(*a_, partA, step)); }) &&
-        Try(false, partA, "mesh", step, [&] { b = LoadMesh(MeshOf(*b_, partB, step)); });
-    if (isRead) {
-      const ModelDifference about{
-          .kind = Kind::Mesh, .part = a_->Parts()[partA].name, .step = step};
-      Analysis::CompareMeshes(a, b, tolerance_, about, sink_->differs);
-    }
-  }
-
-  // --- Fields
-
-  [[nodiscard]] static ModelDifference FieldDifference(const Model& model,
-                                                       const FieldOfPart& field) {
-    return {.kind = Kind::Field,
-            .part = model.Parts()[field.part].name,
-            .result = std::string(field.field->result),
-            .step = TextOfStep(model, field.field->step)};
-  }
-
-  void CompareFields() {
-    std::vector<FieldPair> pairs;
-    for (const auto& [partA, partB] : parts_) {
-      PairFields(partA, partB, pairs);
-    }
-    std::vector<WantedNumbers> wanted;
-    for (const FieldPair& pair : pairs) {
-      wanted.push_back(WantedFor(*a_, pair.a));
-      wanted.back().faces = nullptr;
-      wanted.back().lengths = nullptr;
-    }
-    BlocksAhead aheadInB(loading_.second, StreamNames().heavy, PositionsInB(pairs));
-    LoadInFileOrder(
-        a_->GetTree(), wanted,
-        [&](const LoadedNumbers& numbers) {
-          CompareField(pairs[numbers.place], numbers, aheadInB);
-        },
-        loading_.first);
-  }
-
-  /// In the order of B, which mostly is that of A.
-  [[nodiscard]] std::vector<unsigned long> PositionsInB(const std::vector<FieldPair>& pairs) const {
-    std::vector<unsigned long> positions;
-    for (const FieldPair& pair : pairs) {
-      for (const auto* variable : {pair.b.field->variable, WantedFor(*b_, pair.b).ids}) {
-        if (variable != nullptr && variable->array.loader != nullptr) {
-          positions.push_back(variable->array.loader->GetPosition());
-        }
+    for (const auto& step : b_->StepsWith(b_->Parts()[parts.second], kMeshRoles)) {
+      if (chosenB_.HasStep(step)) {
+        rowsOfB.Add(parts.second, step ? b_->Steps()[*step].text : "");
+        steps.insert(steps_.OfB(step));
       }
     }
-    std::ranges::sort(positions);
-    return positions;
+    for (const std::size_t step : steps) {
+      tasks_.push_back({.parts = parts, .step = step});
+    }
   }
 
-  void PairFields(std::size_t partA, std::size_t partB, std::vector<FieldPair>& pairs) {
-    const auto ofA = KeysOf(*a_, a_->Parts()[partA], chosenA_);
-    const auto ofB = KeysOf(*b_, b_->Parts()[partB], chosenB_);
-    for (const auto& [key, field] : ofB) {
-      if (!ofA.contains(key)) {
-        ModelDifference difference = FieldDifference(*b_, {partB, field});
-        difference.side = Side::OnlyInB;
-        Tell(difference);
+  void FindFields(const std::pair<std::size_t, std::size_t>& parts,
+                  std::span<const FieldOfPart> ofA, std::span<const FieldOfPart> ofB) {
+    const Pairs<FieldOfPart> fields = PairFields(ofA, ofB, steps_);
+    const auto tellMissing = [&](const Field& field, std::size_t step, Side side) {
+      ModelDifference difference = About(Kind::Field, {.parts = parts, .step = step}, &field);
+      difference.side = side;
+      Tell(difference);
+    };
+    for (const FieldOfPart& each : fields.onlyInA) {
+      tellMissing(*each.field, steps_.OfA(each.field->step), Side::OnlyInA);
+    }
+    for (const FieldOfPart& each : fields.onlyInB) {
+      tellMissing(*each.field, steps_.OfB(each.field->step), Side::OnlyInB);
+    }
+    for (const auto& [a, b] : fields.both) {
+      const Task task{parts, steps_.OfA(a.field->step), a.field, b.field};
+      if (a.field->components == b.field->components) {
+        tasks_.push_back(task);
+        continue;
       }
-    }
-    for (const auto& [key, field] : ofA) {
-      if (const auto other = ofB.find(key); other != ofB.end()) {
-        Pair({{partA, field}, {partB, other->second}}, pairs);
-      } else {
-        ModelDifference difference = FieldDifference(*a_, {partA, field});
-        difference.side = Side::OnlyInA;
-        Tell(difference);
-      }
+      ModelDifference difference = About(Kind::Field, task, a.field);
+      difference.a = std::to_string(a.field->components) + " components";
+      difference.b = std::to_string(b.field->components) + " components";
+      Tell(difference);
     }
   }
 
-  void Pair(const FieldPair& pair, std::vector<FieldPair>& pairs) {
-    const Field& a = *pair.a.field;
-    const Field& b = *pair.b.field;
-    if (a.components == b.components) {
-      pairs.push_back(pair);
-      return;
+  [[nodiscard]] ModelDifference About(Kind kind, const Task& task, const Field* field) const {
+    ModelDifference difference{
+        .kind = kind, .part = a_->Parts()[task.parts.first].name, .step = steps_.TextOf(task.step)};
+    if (field != nullptr) {
+      difference.result = std::string(field->result);
     }
-    ModelDifference difference = FieldDifference(*a_, pair.a);
-    difference.a = std::to_string(a.components) + " components";
-    difference.b = std::to_string(b.components) + " components";
-    Tell(difference);
+    return difference;
   }
 
-  void CompareField(const FieldPair& pair, const LoadedNumbers& numbers, BlocksAhead& ahead) {
-    const Field& a = *pair.a.field;
-    const Field& b = *pair.b.field;
-    const StepText step = TextOfStep(*a_, a.step);
-    const bool isReadA = Try(true, pair.a.part, std::string(a.result), step, [&] {
-      if (numbers.failure != nullptr) {
-        std::rethrow_exception(numbers.failure);
+  [[nodiscard]] MeshVariables MeshOfA(const Task& task) const {
+    return a_->MeshAt(a_->Parts()[task.parts.first], steps_.InA(task.step));
+  }
+  [[nodiscard]] MeshVariables MeshOfB(const Task& task) const {
+    return b_->MeshAt(b_->Parts()[task.parts.second], steps_.InB(task.step));
+  }
+
+  // --- The comparison of numbers
+
+  void RunTasks(std::size_t ahead) {
+    std::vector<WantedGroup> wantedOfA;
+    std::vector<WantedGroup> wantedOfB;
+    for (const Task& task : tasks_) {
+      const auto wanted = [](const MeshVariables& mesh, const Field* field) {
+        return field == nullptr ? WantedOf(mesh)
+                                : WantedGroup{{field->variable}, {mesh.IdsOf(field->location)}};
+      };
+      wantedOfA.push_back(wanted(MeshOfA(task), task.fieldA));
+      wantedOfB.push_back(wanted(MeshOfB(task), task.fieldB));
+    }
+    InOrder<Outcome> outcomes([this](std::size_t /*place*/, const Outcome& outcome) {
+      std::ranges::for_each(outcome.differences, sink_->differs);
+      if (outcome.failure) {
+        sink_->failed(*outcome.failure);
       }
     });
-    std::span<const float> values;
-    std::span<const float> idsOfB;
-    const bool isReadB = isReadA && Try(false, pair.a.part, std::string(a.result), step, [&] {
-                           idsOfB = idsOfB_.Of(WantedFor(*b_, pair.b).ids, ahead);
-                           values = valuesOfB_.Of(b.variable, ahead);
-                         });
-    if (!isReadB) {
-      return;
+    LoadInFileOrder({&a_->GetTree(), wantedOfA, ahead}, {&b_->GetTree(), wantedOfB, ahead},
+                    [&](std::size_t place, const LoadedGroup& ofA, const LoadedGroup& ofB) {
+                      outcomes.Add(place, RunTask(tasks_[place], ofA, ofB));
+                    });
+  }
+
+  [[nodiscard]] Outcome RunTask(const Task& task, const LoadedGroup& ofA, const LoadedGroup& ofB) {
+    Outcome outcome;
+    for (const auto& [isInA, loaded] : {std::pair(true, &ofA), std::pair(false, &ofB)}) {
+      std::exception_ptr failure = FailureOf(*loaded);
+      if (failure == nullptr && task.fieldA == nullptr) {
+        const MeshVariables mesh = isInA ? MeshOfA(task) : MeshOfB(task);
+        failure = FailureOfLoad((isInA ? a_ : b_)->GetTree(),
+                                [&, &group = *loaded] { CheckFacesOf(mesh, group); });
+      }
+      if (failure != nullptr) {
+        const bool isField = task.fieldA != nullptr;
+        outcome.failure = FailedComparison{isInA, a_->Parts()[task.parts.first].name,
+                                           isField ? std::string(task.fieldA->result) : "mesh",
+                                           steps_.TextOf(task.step), failure};
+        return outcome;
+      }
     }
-    const std::span<const float> ids =
-        numbers.ids == nullptr ? std::span<const float>() : *numbers.ids;
-    const TupleMatch match = a.location == b.location ? TupleMatch(ids, a.count, idsOfB, b.count)
-                                                      : TupleMatch(a.count, b.count);
-    const auto found = Compare(*numbers.values, values, a.components, match, tolerance_);
+    if (task.fieldA == nullptr) {
+      const MeshVariables meshOfA = MeshOfA(task);
+      const MeshVariables meshOfB = MeshOfB(task);
+      outcome.differences = CompareMeshes({&meshOfA, &ofA}, {&meshOfB, &ofB},
+                                          About(Kind::Mesh, task, nullptr), tolerance_);
+    } else {
+      CompareFields(task, ofA, ofB, outcome);
+    }
+    return outcome;
+  }
+
+  void CompareFields(const Task& task, const LoadedGroup& ofA, const LoadedGroup& ofB,
+                     Outcome& outcome) {
+    const NumbersDifference& found = fields_.Of(*task.fieldA, *task.fieldB, ofA, ofB, tolerance_);
     if (!found.IsSame()) {
-      ModelDifference difference = FieldDifference(*a_, pair.a);
+      ModelDifference difference = About(Kind::Field, task, task.fieldA);
       difference.numbers = found;
-      difference.id = found.beyond == 0 ? std::nullopt : IdAt(ids, found.index);
-      Tell(difference);
+      difference.id = found.beyond == 0 ? std::nullopt : IdAt(ofA[1].Floats(), found.index);
+      outcome.differences.push_back(std::move(difference));
     }
   }
 
@@ -337,12 +287,11 @@ class Comparison {
   const Selection* selection_;
   Tolerance tolerance_;
   const DifferenceSink* sink_;
-  std::pair<Loading, Loading> loading_;
+  CommonSteps steps_;
   Chosen chosenA_;
   Chosen chosenB_;
-  std::map<std::size_t, std::size_t> parts_;  // of A to those of B
-  KeptArray valuesOfB_;
-  KeptArray idsOfB_;
+  std::vector<Task> tasks_;
+  FieldComparison fields_;
 };
 
 }  // namespace
@@ -354,9 +303,8 @@ std::string_view TextOf(ModelDifference::Kind kind) {
 }
 
 void CompareModels(const Model& a, const Model& b, const Selection& selection,
-                   const Tolerance& tolerance, const DifferenceSink& sink, const Loading& loadingA,
-                   const Loading& loadingB) {
-  Comparison(a, b, selection, tolerance, sink, {loadingA, loadingB}).Run();
+                   const Tolerance& tolerance, const DifferenceSink& sink, std::size_t ahead) {
+  Comparison(a, b, selection, tolerance, sink).Run(ahead);
 }
 
 }  // namespace LbtTev::Analysis

@@ -1,9 +1,11 @@
 // Finds what of two models is compared, and what belongs together.
-#include "Pairing.h"
+#include "Lbt/Tev/Analysis/Pairing.h"
 
 #include <algorithm>
 #include <exception>
+#include <numeric>
 
+#include "Lbt/Tev/Node.h"
 #include "Lbt/Util/Exception.h"
 
 namespace LbtTev::Analysis {
@@ -62,6 +64,47 @@ std::vector<std::size_t> StepsIn(const Model& model, const std::vector<std::stri
   return steps;
 }
 
+/// Gives paths numbers, equal ones to equal paths, without a copy of the names for each part.
+class Paths {
+ public:
+  /// The path of the groups above an entry. "known" has those of entries of this tree.
+  std::size_t Above(const Tree& tree, unsigned int id, std::map<unsigned int, std::size_t>& known) {
+    std::vector<std::pair<unsigned int, const Group*>> above;  // that have to be found out
+    unsigned int parent = ParentOf(tree, id);
+    for (; parent != 0; parent = ParentOf(tree, parent)) {
+      // Where the links of a damaged tree run in a circle, the path begins there.
+      if (!known.emplace(parent, kRoot).second) {
+        break;
+      }
+      above.emplace_back(parent, GroupAt(tree, parent));
+    }
+    std::size_t path = parent == 0 ? kRoot : known.at(parent);
+    for (auto entry = above.rbegin(); entry != above.rend(); ++entry) {
+      if (entry->second != nullptr) {
+        path =
+            children_.emplace(std::pair(path, ShownName(entry->second->name)), children_.size() + 1)
+                .first->second;
+      }
+      known[entry->first] = path;
+    }
+    return path;
+  }
+
+ private:
+  static constexpr std::size_t kRoot = 0;
+
+  [[nodiscard]] static unsigned int ParentOf(const Tree& tree, unsigned int id) {
+    const auto* entry = tree.FindNode(id);
+    return entry == nullptr ? 0 : entry->parent;
+  }
+  [[nodiscard]] static const Group* GroupAt(const Tree& tree, unsigned int id) {
+    const auto* entry = tree.FindNode(id);
+    return entry == nullptr ? nullptr : NodeCast<Group>(entry->data);
+  }
+
+  std::map<std::pair<std::size_t, std::string>, std::size_t> children_;
+};
+
 }  // namespace
 
 std::pair<Chosen, Chosen> Choose(const Model& a, const Model& b, const Selection& selection) {
@@ -88,36 +131,80 @@ std::pair<Chosen, Chosen> Choose(const Model& a, const Model& b, const Selection
   return chosen;
 }
 
-std::map<PartKey, std::size_t> KeysOf(const Model& model, const Chosen& chosen) {
-  std::map<PartKey, std::size_t> keys;
-  std::map<std::pair<std::vector<std::string>, std::string>, std::size_t> seen;
-  for (std::size_t i = 0; i < model.Parts().size(); ++i) {
-    const Part& part = model.Parts()[i];
-    std::vector<std::string> path = model.PathOf(part);
-    const std::size_t ordinal = seen[{path, part.name}]++;
-    if (std::ranges::binary_search(chosen.parts, i)) {
-      keys.emplace(PartKey(std::move(path), part.name, ordinal), i);
-    }
+CommonSteps::CommonSteps(const Model& a, const Model& b) {
+  std::map<std::string_view, std::size_t> known;
+  for (const Step& step : a.Steps()) {
+    known.emplace(step.text, steps_.size());
+    steps_.push_back({.text = &step.text, .inA = ofA_.size()});
+    ofA_.push_back(steps_.size() - 1);
   }
-  return keys;
+  for (const Step& step : b.Steps()) {
+    const auto [found, isNew] = known.emplace(step.text, steps_.size());
+    if (isNew) {
+      steps_.push_back({.text = &step.text});
+    }
+    steps_[found->second].inB = ofB_.size();
+    ofB_.push_back(found->second);
+  }
 }
 
-StepText TextOfStep(const Model& model, std::optional<std::size_t> step) {
-  return step ? StepText(model.Steps()[*step].text) : std::nullopt;
-}
-
-std::map<FieldKey, const Field*> KeysOf(const Model& model, const Part& part,
-                                        const Chosen& chosen) {
-  std::map<FieldKey, const Field*> fields;
-  std::map<std::pair<std::string_view, StepText>, std::size_t> seen;
-  for (const Field& field : model.FieldsOf(part)) {
-    if (chosen.Has(field)) {
-      StepText step = TextOfStep(model, field.step);
-      const std::size_t ordinal = seen[{field.result, step}]++;
-      fields.emplace(FieldKey(field.result, std::move(step), ordinal), &field);
+Pairs<std::size_t> PairParts(const Model& a, const Chosen& chosenInA, const Model& b,
+                             const Chosen& chosenInB) {
+  const auto allOf = [](const Model& model) {
+    std::vector<std::size_t> all(model.Parts().size());
+    std::iota(all.begin(), all.end(), std::size_t{0});
+    return all;
+  };
+  Paths paths;
+  const auto keyIn = [&paths](const Model& model) {
+    return [&paths, &model, of = std::map<unsigned int, std::size_t>()](std::size_t part) mutable {
+      const Part& found = model.Parts()[part];
+      return std::pair(paths.Above(model.GetTree(), found.id, of), std::string_view(found.name));
+    };
+  };
+  auto keyInA = keyIn(a);
+  auto keyInB = keyIn(b);
+  const std::vector<std::size_t> allOfA = allOf(a);
+  const std::vector<std::size_t> allOfB = allOf(b);
+  const auto all = PairByKey<std::size_t>(
+      allOfA, allOfB, [&](std::size_t part) { return keyInA(part); },
+      [&](std::size_t part) { return keyInB(part); });
+  const auto isIn = [](const Chosen& chosen, std::size_t part) {
+    return std::ranges::binary_search(chosen.parts, part);
+  };
+  Pairs<std::size_t> pairs;
+  const auto addTo = [&](std::vector<std::size_t>& list, const Chosen& chosen, std::size_t part) {
+    if (isIn(chosen, part)) {
+      list.push_back(part);
+    }
+  };
+  for (const auto& [partA, partB] : all.both) {
+    if (isIn(chosenInA, partA) && isIn(chosenInB, partB)) {
+      pairs.both.emplace_back(partA, partB);
+    } else {
+      addTo(pairs.onlyInA, chosenInA, partA);
+      addTo(pairs.onlyInB, chosenInB, partB);
     }
   }
-  return fields;
+  for (const std::size_t part : all.onlyInA) {
+    addTo(pairs.onlyInA, chosenInA, part);
+  }
+  for (const std::size_t part : all.onlyInB) {
+    addTo(pairs.onlyInB, chosenInB, part);
+  }
+  return pairs;
+}
+
+Pairs<FieldOfPart> PairFields(std::span<const FieldOfPart> a, std::span<const FieldOfPart> b,
+                              const CommonSteps& steps) {
+  return PairByKey<FieldOfPart>(
+      a, b,
+      [&](const FieldOfPart& each) {
+        return std::pair(each.field->result, steps.OfA(each.field->step));
+      },
+      [&](const FieldOfPart& each) {
+        return std::pair(each.field->result, steps.OfB(each.field->step));
+      });
 }
 
 }  // namespace LbtTev::Analysis

@@ -1,8 +1,9 @@
-// Finds what patterns ask for, and says what there is where they fit nothing.
+// Finds what patterns ask for, with globs, and says what there is where they fit nothing.
 #include "Lbt/Tev/Analysis/Selection.h"
 
 #include <algorithm>
 #include <charconv>
+#include <map>
 #include <numeric>
 #include <set>
 
@@ -14,6 +15,72 @@ namespace {
 
 using Names = std::span<const std::string_view>;
 using Lbt::Util::Exception;
+
+// --- Globs
+
+/// The first character of a text that is not empty: a byte and what continues it.
+std::string_view FirstCharacter(std::string_view text) {
+  constexpr unsigned char kMark = 0xC0;
+  constexpr unsigned char kContinuation = 0x80;
+  constexpr std::size_t kMost = 4;
+  std::size_t length = 1;
+  while (length < std::min(text.size(), kMost) &&
+         (static_cast<unsigned char>(text[length]) & kMark) == kContinuation) {
+    ++length;
+  }
+  return text.substr(0, length);
+}
+
+/// Takes the first character off.
+std::string_view TakeCharacter(std::string_view& text) {
+  const std::string_view taken = FirstCharacter(text);
+  text.remove_prefix(taken.size());
+  return taken;
+}
+
+/// Where the set that "glob" begins with ends, after its bracket; 0 where it has no end. A
+/// bracket that comes first is one of the set.
+std::size_t LengthOfSet(std::string_view glob) {
+  const bool isNegated = glob.size() > 1 && (glob[1] == '!' || glob[1] == '^');
+  const std::size_t end = glob.find(']', isNegated ? 3 : 2);
+  return end == std::string_view::npos ? 0 : end + 1;
+}
+
+/// Whether a set, from bracket to bracket, has the character. In UTF-8 bytes are in the order
+/// of characters.
+bool SetHas(std::string_view set, std::string_view character) {
+  set = set.substr(1, set.size() - 2);
+  const bool isNegated = set.starts_with('!') || set.starts_with('^');
+  set.remove_prefix(isNegated ? 1 : 0);
+  bool has = false;
+  while (!set.empty()) {
+    const std::string_view first = TakeCharacter(set);
+    std::string_view last = first;
+    if (set.size() > 1 && set.front() == '-') {
+      set.remove_prefix(1);
+      last = TakeCharacter(set);
+    }
+    has = has || (first <= character && character <= last);
+  }
+  return has != isNegated;
+}
+
+/// Takes one character off both where it fits.
+bool TakeFitting(std::string_view& text, std::string_view& glob) {
+  const std::size_t setLength = glob.front() == '[' ? LengthOfSet(glob) : 0;
+  const std::string_view expected =
+      setLength != 0 ? glob.substr(0, setLength) : FirstCharacter(glob);
+  const std::string_view character = FirstCharacter(text);
+  const bool fits =
+      setLength != 0 ? SetHas(expected, character) : expected == "?" || expected == character;
+  if (fits) {
+    text.remove_prefix(character.size());
+    glob.remove_prefix(expected.size());
+  }
+  return fits;
+}
+
+// --- Names
 
 /// As much of a name as a message quotes.
 std::string Quoted(std::string_view name) {
@@ -96,6 +163,27 @@ std::size_t Distance(std::string_view left, std::string_view right) {
 }
 
 }  // namespace
+
+bool FitsGlob(std::string_view text, std::string_view glob) {
+  // The last star takes ever more, which is enough: what an earlier one takes can stay.
+  std::optional<std::string_view> afterStar;
+  std::string_view textAtStar;
+  while (!text.empty()) {
+    if (glob.starts_with('*')) {
+      glob.remove_prefix(1);
+      afterStar = glob;
+      textAtStar = text;
+    } else if (glob.empty() || !TakeFitting(text, glob)) {
+      if (!afterStar) {
+        return false;
+      }
+      static_cast<void>(TakeCharacter(textAtStar));
+      text = textAtStar;
+      glob = *afterStar;
+    }
+  }
+  return glob.find_first_not_of('*') == std::string_view::npos;
+}
 
 std::string_view NearestName(std::string_view name, Names names) {
   // Enough of both to tell, and little enough to be quick whatever a model has.
@@ -182,19 +270,51 @@ std::vector<std::string_view> SelectResults(const Model& model,
   return {selected.begin(), selected.end()};
 }
 
+RepeatedRows::RepeatedRows(const Model& model)
+    : model_(&model), light_(&model.GetTree().GetStreams().light), request_(*light_) {}
+
+void RepeatedRows::Add(std::size_t part, std::string_view name, std::size_t lines) {
+  const auto beyondOrdinary = [](std::string_view text) {
+    constexpr std::size_t kOrdinary = 1024;
+    return text.size() - std::min(text.size(), kOrdinary);
+  };
+  const Part& row = model_->Parts()[part];
+  firstPartOf_.resize(std::max(firstPartOf_.size(), row.content + 1));
+  std::optional<std::size_t>& first = firstPartOf_[row.content];
+  first = first.value_or(part);
+  light_->Charge((first == part ? 0 : sizeof(Geometry::VarStruct) + name.size()) +
+                 lines * (beyondOrdinary(name) + beyondOrdinary(row.name)));
+}
+
+std::vector<FieldOfPart> FieldsOfParts(const Model& model, std::span<const std::size_t> parts,
+                                       const std::function<bool(const Field&)>& has) {
+  RepeatedRows rows(model);
+  std::map<std::size_t, std::vector<const Field*>> fieldsOf;  // by content
+  std::vector<FieldOfPart> fields;
+  for (const std::size_t part : parts) {
+    const auto [found, isNew] = fieldsOf.try_emplace(model.Parts()[part].content);
+    if (isNew) {
+      for (const Field& field : model.FieldsOf(model.Parts()[part])) {
+        if (has(field)) {
+          found->second.push_back(&field);
+        }
+      }
+    }
+    for (const Field* field : found->second) {
+      rows.Add(part, field->variable->name, 1 + field->components);  // and the magnitude
+      fields.push_back({part, field});
+    }
+  }
+  return fields;
+}
+
 std::vector<FieldOfPart> SelectFields(const Model& model, const Selection& selection) {
   const std::vector<std::size_t> parts = SelectParts(model, selection.parts);
   const std::vector<std::string_view> results = SelectResults(model, selection.results);
   const SelectedSteps steps(model, selection.steps);
-  std::vector<FieldOfPart> fields;
-  for (const std::size_t part : parts) {
-    for (const Field& field : model.FieldsOf(model.Parts()[part])) {
-      if (steps.Has(field.step) && std::ranges::binary_search(results, field.result)) {
-        fields.push_back({part, &field});
-      }
-    }
-  }
-  return fields;
+  return FieldsOfParts(model, parts, [&](const Field& field) {
+    return steps.Has(field.step) && std::ranges::binary_search(results, field.result);
+  });
 }
 
 }  // namespace LbtTev::Analysis
