@@ -5,11 +5,13 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <new>
 #include <string>
 
 #include "CountedIndex.h"
 #include "support/ContainerWriter.h"
 #include "support/Mask.h"
+#include "support/MemoryAllowance.h"
 
 namespace LbtLbf {
 namespace {
@@ -110,7 +112,8 @@ TEST(StreamWork, CompressedContinuationOfAMillionEntries_IsReadAtOnce) {
   const auto size = tevtest::Narrow(second.size());
   CountedIndex file(IndexOf(Entry("\vIndex Block 1", size, true), 1), second);
   EXPECT_EQ(file.Entries(), kMillion + 1);
-  EXPECT_EQ(file.BlockBytes(), second.size());
+  // Its length is looked at before.
+  EXPECT_EQ(file.BlockBytes(), kLengthField + second.size());
 }
 
 // A stream of three blocks that claim 4 GiB less a byte each, and of one with two bytes.
@@ -194,6 +197,27 @@ TEST(IndexOfManyEntries, MoreThanTheFileCanHold_AreOutOfBounds) {
                                  tevtest::kIndexHeader));
   EXPECT_TRUE(index.IsEmpty());
 }
+
+// A sanitizer has an allocator of its own.
+#if !defined(TEVTEST_SANITIZED)
+
+TEST(IndexOfManyEntries, MoreThanTheFileCanHold_AreRefusedBeforeTheyAreInflated) {
+  const tevtest::Container container = ManyEmptyEntries(4 * kEntriesOfAnyFile);
+  const tevtest::OpenBytes file(container);
+  const auto read = [&] {
+    std::fseek(file.Stream(), static_cast<long>(container.indexOffset), SEEK_SET);
+    Index index;
+    const std::string failure =
+        FailureOf([&] { index.ReadIndexBufferFromFileStream(file.Stream(), container.indexSize); });
+    if (failure.find("more entries") == std::string::npos) {
+      throw std::bad_alloc();
+    }
+  };
+  constexpr std::size_t kSmall = std::size_t{1} << 20U;
+  EXPECT_EQ(tevtest::DoWithin(kSmall, read), tevtest::Allowed::Enough);
+}
+
+#endif
 
 }  // namespace
 }  // namespace LbtLbf

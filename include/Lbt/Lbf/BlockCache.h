@@ -7,6 +7,7 @@
 #include <functional>
 #include <list>
 #include <optional>
+#include <span>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -74,6 +75,12 @@ class BlockCache {
   /// compressed block counts with no more than deflate can make of what is stored. Throws "Read
   /// Error".
   [[nodiscard]] std::uint64_t ReadCredibleLength(std::size_t entry, std::FILE* stream);
+
+  /// Puts the first bytes of what a compressed entry's block holds into "contents", without
+  /// inflating the rest, and returns how many come out; what fails is not told. Throws "Read
+  /// Error" where the file cannot be read from there at all.
+  [[nodiscard]] std::uint64_t ReadBeginning(std::size_t entry, std::FILE* stream,
+                                            std::span<unsigned char> contents);
 
   /// Frees an entry's block; its size stays known. Contents that were loaded more than once are
   /// kept for a while.

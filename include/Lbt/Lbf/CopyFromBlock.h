@@ -49,6 +49,9 @@ class StoredList {
 
 /// One entry of a container's index: where a stored block lies and how.
 struct IndexItem {
+  /// Bytes of one in the index whose name is empty.
+  static constexpr std::uint32_t kShortest = 11;
+
   std::uint8_t sequence = 0;   ///< number in order of creation
   std::string name;            ///< name of the stream that the block belongs to
   std::uint64_t position = 0;  ///< offset of the stored block in the file, computed
@@ -155,9 +158,5 @@ void CopyFromBlock<std::string>(Block& block, std::vector<std::string>& texts);
 /// "items" is unchanged after a failure.
 template <>
 void CopyFromBlock<IndexItem>(Block& block, std::vector<IndexItem>& items);
-
-/// The same for at most "most" entries. Throws "Out of Bounds" at the first one beyond: deflate
-/// stores a hundred empty entries in a byte, and each takes as many bytes of memory.
-void CopyFromBlock(Block& block, std::vector<IndexItem>& items, std::uint64_t most);
 
 }  // namespace LbtLbf

@@ -189,6 +189,18 @@ std::uint64_t BlockCache::ReadCredibleLength(std::size_t entry, std::FILE* strea
              : RoomToInflate(ReadRecordedLength(entry, stream), stored - kLengthFieldSize);
 }
 
+std::uint64_t BlockCache::ReadBeginning(std::size_t entry, std::FILE* stream,
+                                        std::span<unsigned char> contents) {
+  SeekTo(entry, stream);
+  std::array<unsigned char, 4096> stored{};
+  const std::span<unsigned char> piece =
+      std::span(stored).first(std::min<std::size_t>(items_[entry].size, stored.size()));
+  const std::size_t count = std::fread(piece.data(), 1, piece.size(), stream);
+  std::span<const unsigned char> compressed = piece.first(count);
+  compressed = compressed.subspan(std::min<std::size_t>(count, kLengthFieldSize));
+  return LbtLbf::Inflate(compressed, contents).length;
+}
+
 void BlockCache::Release(std::size_t entry) {
   Block contents = blocks_[entry].ReleaseContents();
   items_[entry].loaded = 0;

@@ -3,16 +3,13 @@
 #include "Lbt/Lbf/CopyFromBlock.h"
 
 #include <algorithm>
-#include <limits>
+#include <utility>
 
-#include "Lbt/Log/Raise.h"
+#include "Lbt/Util/Exception.h"
 
 namespace LbtLbf {
 
 namespace {
-
-/// Bytes of an index entry whose name is empty.
-constexpr std::uint32_t kShortestItem = 11;
 
 /// Bytes of an empty string.
 constexpr std::uint32_t kShortestString = sizeof(std::uint32_t);
@@ -78,19 +75,10 @@ void CopyFromBlock<std::string>(Block& block, std::vector<std::string>& texts) {
 
 template <>
 void CopyFromBlock<IndexItem>(Block& block, std::vector<IndexItem>& items) {
-  CopyFromBlock(block, items, std::numeric_limits<std::uint64_t>::max());
-}
-
-void CopyFromBlock(Block& block, std::vector<IndexItem>& items, std::uint64_t most) {
   const auto count = NumberFromBlock<std::uint32_t>(block);
   std::vector<IndexItem> read;
-  read.reserve(std::min<std::uint64_t>(
-      {std::uint64_t{count}, std::uint64_t{block.GetRemaining() / kShortestItem}, most}));
+  read.reserve(std::min(count, block.GetRemaining() / IndexItem::kShortest));
   for (std::uint32_t i = 0; i < count; ++i) {
-    if (i == most) {
-      Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds,
-                      "The index has more entries than the file can hold", "include/Lbt/Lbf/Index");
-    }
     read.push_back(ItemFromBlock(block));
   }
   items = std::move(read);

@@ -2,12 +2,14 @@
 
 #include "Lbt/Lbf/Index.h"
 
+#include <array>
 #include <limits>
 #include <utility>
 
 #include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Log/Raise.h"
 #include "Lbt/Util/FileAccess.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtLbf {
 
@@ -27,6 +29,20 @@ std::uint64_t MostEntries(std::FILE* stream) {
   const std::uint64_t size =
       Lbt::Util::SizeOf(fileno(stream)).value_or(std::numeric_limits<std::uint32_t>::max());
   return size + kInAnyCase;
+}
+
+/// Looks how many entries a second index has to have, where its contents have room for too many,
+/// before it is inflated: deflate stores a hundred empty entries in a byte, and each takes as many
+/// bytes of memory.
+void RequireCredibleCount(BlockCache& cache, std::size_t entry, std::FILE* stream) {
+  const std::uint64_t most = MostEntries(stream);
+  std::array<unsigned char, sizeof(std::uint32_t)> count{};
+  if (cache.ReadCredibleLength(entry, stream) > most * IndexItem::kShortest &&
+      cache.ReadBeginning(entry, stream, count) == count.size() &&
+      Lbt::Util::FromLittleEndian<std::uint32_t>(count.data()) > most) {
+    Raise(Exception::ErrorType::OutOfBounds, "The index has more entries than the file can hold",
+          kIndexHeader);
+  }
 }
 
 /// Runs a read and absorbs that there is nothing to read from.
@@ -76,6 +92,7 @@ void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items)
   firstIndex.Assign(items, indexPosition_ + indexSize_);
   const std::size_t last = items.size() - 1;
   continuation_ = {last, items[last].name};
+  RequireCredibleCount(firstIndex, last, stream);
   try {
     firstIndex.Load(last, stream);
   } catch (...) {
@@ -83,7 +100,7 @@ void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items)
     throw;
   }
   std::vector<IndexItem> appended;
-  CopyFromBlock(firstIndex.GetBlock(last), appended, MostEntries(stream));
+  CopyFromBlock<IndexItem>(firstIndex.GetBlock(last), appended);
   continuationLength_ = firstIndex.GetBlock(last).GetSize();
   continuationUnusedBytes_ = firstIndex.GetBlock(last).GetRemaining();
   items.insert(items.end(), std::make_move_iterator(appended.begin()),
