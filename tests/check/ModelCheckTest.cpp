@@ -162,7 +162,7 @@ TEST(ModelCheck, DataThatManyVariablesShare_IsLoadedOnceForAll) {
 
 TEST(ModelCheck, DataThatOverlapsAllTooOften_IsNotAllLoaded) {
   // Each variable has nearly all of a block of 1,000,000 bytes, and each another part of it:
-  // more than 16 MiB and four times the block is not loaded, which is for 20 of them.
+  // more than 16 MiB and 16 times the block is not loaded, which is room for 32 of them.
   ModelWriter model;
   const NodeRef mesh =
       model.AddGeometry("mesh", model.AddShape("part", model.AddGroup("model", 0)));
@@ -177,7 +177,7 @@ TEST(ModelCheck, DataThatOverlapsAllTooOften_IsNotAllLoaded) {
   ASSERT_EQ(findings.size(), 1U) << TextsOf(findings);
   EXPECT_EQ(findings[0].kind, Kind::OverlappingData);
   EXPECT_EQ(findings[0].text,
-            "variables share their data so often that the data of 20 was not loaded");
+            "variables share their data so often that the data of 8 was not loaded");
   EXPECT_EQ(findings[0].claimed, 40U * 999000U);
   EXPECT_EQ(findings[0].found, 1000000U);
 }

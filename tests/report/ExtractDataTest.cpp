@@ -23,9 +23,8 @@ using Floats = std::vector<float>;
 using Integers = std::vector<unsigned int>;
 using Names = std::vector<std::string>;
 
-const std::string kTooOften =
-    ExpectedFailure("Out of Bounds", "The model refers to its data too often",
-                    "include/Lbt/Tev/TevInfo/TevDataset");
+const std::string kTooOften = ExpectedFailure(
+    "Out of Bounds", "The model refers to its data too often", "include/Lbt/Tev/ModelStreams");
 
 class ExtractData : public ::testing::Test {
  protected:

@@ -418,12 +418,12 @@ Case NotFinite() {
 }
 
 Case OverlappingData() {
-  // 16 MiB and four times a block of 1,000,000 bytes is room for 20 of 999,000.
+  // 16 MiB and 16 times a block of 1,000,000 bytes is room for 32 of 999,000.
   ModelWriter model;
   const NodeRef mesh =
       model.AddGeometry("mesh", model.AddShape("part", model.AddGroup("model", 0)));
   model.SetPrefix(kHeavyData, std::string(1000000, '\0'));
-  for (std::uint32_t i = 0; i < 30; ++i) {
+  for (std::uint32_t i = 0; i < 42; ++i) {
     Variable part{.name = std::to_string(i)};
     part.byteCount = 999000;
     part.heavyPosition = 4 * i;
@@ -433,7 +433,7 @@ Case OverlappingData() {
           .bytes = model.Build(),
           .kind = "overlapping-data",
           .text = "variables share their data so often that the data of 10 was not loaded",
-          .claimed = 30 * 999000,
+          .claimed = 42 * 999000,
           .found = 1000000};
 }
 

@@ -245,6 +245,25 @@ TEST(LoadWork, AnArrayLoadedAgainAndAgainInOneRequest_FailsBeyondTheLimit) {
   EXPECT_EQ(LoadsInOneRequest(), 33);
 }
 
+TEST(LoadWork, WhatARequestAllows_IsWhatItHasLeft) {
+  const tevtest::TempDir directory;
+  LbtLbf::LbFile file;
+  file.OpenFile(
+      directory.Write("a.tev",
+                      tevtest::ContainerWriter().AddRaw("A", std::string(1000, 'x')).Build().bytes),
+      "rb");
+  constexpr std::uint64_t kLimit = 16 * 1000 + (std::uint64_t{16} << 20U);
+  ModelStream stream(file, "A");
+  EXPECT_TRUE(stream.Allows(2 * kLimit));  // outside of a request
+  const ModelStream::Request request(stream);
+  EXPECT_TRUE(stream.Allows(kLimit));
+  EXPECT_FALSE(stream.Allows(kLimit + 1));
+  stream.Charge(300);
+  static_cast<void>(stream.GetBytes(200));  // counts though no seek has followed
+  EXPECT_TRUE(stream.Allows(kLimit - 500));
+  EXPECT_FALSE(stream.Allows(kLimit - 499));
+}
+
 TEST(LoadWork, RepeatedIds_KeepOneNode) {
   ModelWriter model;
   for (std::uint32_t nth = 0; nth < kRecords; ++nth) {

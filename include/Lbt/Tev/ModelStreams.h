@@ -98,6 +98,9 @@ class ModelStream {
   /// up to each seek. Throws "Out of Bounds" ("The model refers to its data too often").
   void Charge(std::uint64_t bytes);
 
+  /// Whether so many more bytes are within the limit of the request.
+  [[nodiscard]] bool Allows(std::uint64_t bytes);
+
   /// The block that zlib has refused, where what was thrown last tells of that.
   [[nodiscard]] std::optional<LbtLbf::NumberedBlock> RefusedBlock() const;
 
@@ -121,8 +124,12 @@ class ModelStream {
   }
 
   void FindNextBlock();
+  [[nodiscard]] bool KnowsStream() const {
+    return stream_ != nullptr && reads_ == file_->GetIndex().Reads();
+  }
   [[nodiscard]] LbtLbf::NamedStream* FindStream();
   void ThrowOfRefusedTarget(unsigned long position);
+  [[nodiscard]] std::uint64_t ReadUncharged() const;
   void ChargeReads();
 
   LbtLbf::LbFile* file_;

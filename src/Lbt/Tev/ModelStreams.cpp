@@ -27,7 +27,7 @@ void ModelStream::Seek(unsigned long position) {
   reason_ = nullptr;
   refusedAgain_.reset();
   ThrowOfRefusedTarget(position);
-  if (stream_ != nullptr && reads_ == file_->GetIndex().Reads()) {
+  if (KnowsStream()) {
     file_->SetBlockPosition(*stream_, position);
   } else {
     file_->SetBlockPosition(name_, position);
@@ -44,37 +44,47 @@ void ModelStream::RequirePosition(unsigned long position) {
 ModelStream::Request::Request(ModelStream& stream) : stream_(&stream) {
   ++stream.requests_;
   if (stream.requests_ == 1) {
-    LbtLbf::NamedStream* known = stream.stream_;
-    const bool isKnown = known != nullptr && stream.reads_ == stream.file_->GetIndex().Reads();
     stream.charged_ = 0;
     stream.read_ = 0;
-    stream.reloaded_ = isKnown ? known->Work().loadedAgain : 0;
+    stream.reloaded_ = stream.KnowsStream() ? stream.stream_->Work().loadedAgain : 0;
   }
 }
 
 /// What was read since the last seek, and what was loaded again for that. Without seeks nothing is
 /// read twice.
-void ModelStream::ChargeReads() {
-  if (requests_ == 0 || stream_ == nullptr || reads_ != file_->GetIndex().Reads()) {
-    return;
-  }
-  const std::uint64_t reloaded = stream_->Work().loadedAgain;
-  Charge(std::exchange(read_, 0) + reloaded - std::exchange(reloaded_, reloaded));
+std::uint64_t ModelStream::ReadUncharged() const {
+  return KnowsStream() ? read_ + stream_->Work().loadedAgain - reloaded_ : 0;
 }
 
-void ModelStream::Charge(std::uint64_t bytes) {
-  constexpr std::uint64_t kMostPerByte = 16;
-  constexpr std::uint64_t kAlwaysAllowed = std::uint64_t{16} * 1024 * 1024;
-  charged_ += bytes;
-  if (requests_ == 0 || charged_ <= kAlwaysAllowed) {
+void ModelStream::ChargeReads() {
+  if (requests_ == 0 || !KnowsStream()) {
     return;
   }
-  LbtLbf::NamedStream* stream = file_->IsOpen() ? FindStream() : nullptr;
-  const std::uint64_t length = stream == nullptr ? 0 : file_->ReadRecordedLength(*stream);
-  if (charged_ - kAlwaysAllowed > kMostPerByte * length) {
+  const std::uint64_t uncharged = ReadUncharged();
+  read_ = 0;
+  reloaded_ = stream_->Work().loadedAgain;
+  Charge(uncharged);
+}
+
+/// What goes beyond the limit counts, too, so that whoever tries again is refused again.
+void ModelStream::Charge(std::uint64_t bytes) {
+  charged_ += bytes;
+  if (!Allows(0)) {
     Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds,
                     "The model refers to its data too often", "include/Lbt/Tev/ModelStreams");
   }
+}
+
+bool ModelStream::Allows(std::uint64_t bytes) {
+  constexpr std::uint64_t kMostPerByte = 16;
+  constexpr std::uint64_t kAlwaysAllowed = std::uint64_t{16} * 1024 * 1024;
+  const std::uint64_t sum = charged_ + ReadUncharged() + bytes;
+  if (requests_ == 0 || sum <= kAlwaysAllowed) {
+    return true;
+  }
+  LbtLbf::NamedStream* stream = file_->IsOpen() ? FindStream() : nullptr;
+  const std::uint64_t length = stream == nullptr ? 0 : file_->ReadRecordedLength(*stream);
+  return sum - kAlwaysAllowed <= kMostPerByte * length;
 }
 
 std::uint64_t ModelStream::Position() {
@@ -127,7 +137,7 @@ void ModelStream::FindNextBlock() {
 }
 
 LbtLbf::NamedStream* ModelStream::FindStream() {
-  if (stream_ == nullptr || reads_ != file_->GetIndex().Reads()) {
+  if (!KnowsStream()) {
     stream_ = file_->FindStream(name_);
     refused_.clear();
     reads_ = file_->GetIndex().Reads();

@@ -123,7 +123,7 @@ void DataCheck::Check(Group group) {
         group, "the data cannot be loaded, since the length of an earlier block is unknown", false);
   } else if (block != nullptr && block->isLost) {
     AddUnreadable(group, kBlockLost, false);
-  } else if (CostOf(loader) > allowance_) {
+  } else if (!heavy_->Allows(CostOf(loader))) {
     skipped_ += group.size();
   } else {
     Load(group, loader);
@@ -150,7 +150,6 @@ void DataCheck::Load(Group group, const LbtTev::DataLoader& loader) {
     }
     return;
   }
-  allowance_ -= CostOf(loader);
   CheckNodeRange(group);
   CheckNumbers(group);
 }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -40,15 +41,18 @@ struct PlacedVariable {
 };
 
 /// Loads the data of variables in the order of the stream, so that each block is read once, and the
-/// same data once for all variables that share it.
+/// same data once for all variables that share it. All of it is one request: no sound model has
+/// data that overlaps in part, but a hostile one may claim all of a large block for each of very
+/// many variables.
 class DataCheck {
  public:
   /// "map" is that of the heavy data; all must outlive this.
   DataCheck(const LbtTev::Tree& tree, const StreamMap& map, BlockSurvey& survey)
       : file_(&tree.GetFile()),
+        heavy_(tree.GetStreams().heavy),
+        request_(*heavy_),
         map_(&map),
-        survey_(&survey),
-        allowance_(kMost * map.Length() + kSpare) {}
+        survey_(&survey) {}
 
   /// Takes a variable to be loaded, where it has data of its own or through a link.
   void Add(const PlacedVariable& variable);
@@ -91,11 +95,6 @@ class DataCheck {
     std::vector<const std::string*> texts_;  // nodes of the map do not move
   };
 
-  // No sound model has data that overlaps in part. A hostile one may claim all of a large block
-  // for each of very many variables.
-  static constexpr std::uint64_t kMost = 4;
-  static constexpr std::uint64_t kSpare = std::uint64_t{16} * 1024 * 1024;
-
   void Check(Group group);
   [[nodiscard]] std::uint64_t CostOf(const LbtTev::DataLoader& loader) const;
   void Load(Group group, const LbtTev::DataLoader& loader);
@@ -107,6 +106,8 @@ class DataCheck {
   [[nodiscard]] std::optional<std::uint64_t> NodeCount(const LbtTev::Geometry& geometry);
 
   const LbtLbf::LbFile* file_;
+  std::shared_ptr<LbtTev::ModelStream> heavy_;
+  LbtTev::ModelStream::Request request_;
   const StreamMap* map_;
   BlockSurvey* survey_;
   std::vector<PlacedVariable> variables_;
@@ -115,7 +116,6 @@ class DataCheck {
   Reasons reasons_;
   std::unordered_map<const LbtTev::Geometry*, std::optional<std::uint64_t>> nodeCounts_;
   std::vector<unsigned int> values_;
-  std::uint64_t allowance_;
   std::uint64_t claimed_ = 0;
   std::size_t skipped_ = 0;
 };

@@ -2,8 +2,6 @@
 
 #include "DatasetGatherer.h"
 
-#include "Lbt/Log/Raise.h"
-
 namespace LbtTev::Report {
 
 void DatasetGatherer::Gather(const Part& part, std::size_t index, const VariableName& name) {
@@ -59,27 +57,17 @@ void DatasetGatherer::Remember(const Part& part, std::size_t index) {
 void DatasetGatherer::ChargeName(const Part& part, const std::string& name) {
   constexpr std::size_t kOrdinary = 1024;
   if (part.isRepeated) {
-    Charge(sizeof(std::string) + name.size());
+    heavy_->Charge(sizeof(std::string) + name.size());
   } else if (name.size() > kOrdinary) {
-    Charge(name.size() - kOrdinary);
+    heavy_->Charge(name.size() - kOrdinary);
   }
 }
 
 void DatasetGatherer::ChargeValues(const Part& part, const TevDataset& dataset) {
   constexpr std::uint64_t kValueSize = sizeof(float);
   if (part.isRepeated) {
-    Charge(sizeof(dataset) + dataset.result.size() + dataset.instance.size() +
-           dataset.size() * kValueSize);
-  }
-}
-
-void DatasetGatherer::Charge(std::uint64_t bytes) {
-  constexpr std::uint64_t kMostPerByte = 16;
-  constexpr std::uint64_t kAlwaysAllowed = std::uint64_t{16} * 1024 * 1024;
-  repeatedBytes_ += bytes;
-  if (repeatedBytes_ > kMostPerByte * values_.BytesLoaded() + kAlwaysAllowed) {
-    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds,
-                    "The model refers to its data too often", "include/Lbt/Tev/TevInfo/TevDataset");
+    heavy_->Charge(sizeof(dataset) + dataset.result.size() + dataset.instance.size() +
+                   dataset.size() * kValueSize);
   }
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -16,15 +16,15 @@ namespace LbtTev::Report {
 /// adds its geometry's name to its target's. Data sets share the values that several variables
 /// claim.
 ///
-/// What is repeated without being stored again has a limit: data sets of a geometry that several
-/// shapes name, and names of more than ordinary length. Else a file of some hundred bytes could
-/// ask for data sets without end.
+/// What is repeated without being stored again counts towards the request, too: data sets of a
+/// geometry that several shapes name, and names of more than ordinary length. Else a file of some
+/// hundred bytes could ask for data sets without end.
 class DatasetGatherer {
  public:
   /// For the parts of "tree", which add their data sets to "datasets". What they load counts as one
   /// request.
   DatasetGatherer(const Tree& tree, std::vector<TevDataset>& datasets)
-      : request_(*tree.GetStreams().heavy), datasets_(&datasets) {}
+      : heavy_(tree.GetStreams().heavy), request_(*heavy_), datasets_(&datasets) {}
 
   /// Takes the variable of a part at an index. Throws what loading numbers throws, and "Out of
   /// Bounds" where too much is repeated, with the data sets as they were.
@@ -37,15 +37,14 @@ class DatasetGatherer {
   void Remember(const Part& part, std::size_t index);
   void ChargeName(const Part& part, const std::string& name);
   void ChargeValues(const Part& part, const TevDataset& dataset);
-  void Charge(std::uint64_t bytes);
 
+  std::shared_ptr<ModelStream> heavy_;
   ModelStream::Request request_;
   std::vector<TevDataset>* datasets_;
   ValueStore values_;
   /// Of each variable by its geometry's id and its index: one more than the position of its data
   /// set, 0 where it has none.
   std::map<unsigned int, std::vector<std::size_t>> positions_;
-  std::uint64_t repeatedBytes_ = 0;
 };
 
 }  // namespace LbtTev::Report

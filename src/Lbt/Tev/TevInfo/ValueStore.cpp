@@ -38,7 +38,6 @@ template <class T>
 SharedValues<T> ValueStore::Load(const DataLoader& loader) {
   std::vector<T> values;
   loader.LoadTo(values);
-  bytesLoaded_ += values.size() * sizeof(T);
   return values;
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <map>
 
 #include "Lbt/Tev/NumericArray.h"
@@ -32,9 +31,6 @@ class ValueStore {
   [[nodiscard]] SharedValues<unsigned int> Truncate(const NumericArray& array,
                                                     const SharedValues<float>& floats);
 
-  /// How many bytes have been loaded: shared ones count once.
-  [[nodiscard]] std::uint64_t BytesLoaded() const { return bytesLoaded_; }
-
  private:
   template <class T>
   using Known = std::map<const DataLoader*, SharedValues<T>, ByStoredData>;
@@ -49,7 +45,6 @@ class ValueStore {
   Known<unsigned int> integers_;
   Known<unsigned int> truncated_;
   std::map<const DataLoader*, std::size_t, ByStoredData> expected_;
-  std::uint64_t bytesLoaded_ = 0;
 };
 
 }  // namespace LbtTev::Report
