@@ -98,6 +98,12 @@ class Case:
                 largest = max(largest, size)
         return sizes, largest
 
+    def judge_budget(self, goals, name):
+        """What no ordinary model comes near the limit of."""
+        times = self.arena.call([self.arena.program("bench_budget"), self.model(name)])
+        goals.at_most(f"what \"{name}\" refers to of a stream, in lengths of it (the limit is 16)",
+                      float(times), 2, "{:.2f}".format)
+
 
 class Dump(Case):
     key = "dump"
@@ -137,6 +143,7 @@ class Dump(Case):
         require(values == NUMBERS, f"ncdump wrote {values} numbers")
 
     def judge(self, goals):
+        self.judge_budget(goals, "dump")
         goals.at_least("dump against `h5dump`", self.h5dump.median / self.ours.median, 20, 30)
         goals.at_least("dump against `ncdump`", self.ncdump.median / self.ours.median, 25, 40)
         sizes, largest = self.streams(self.model("dump"))
@@ -247,6 +254,7 @@ class ManyNodes(Case):
         require(tree.count(b"ATTRIBUTE ") == 9 * SHAPES, "h5dump tells of other attributes")
 
     def judge(self, goals):
+        self.judge_budget(goals, "nodes")
         goals.at_least("report, many nodes, against `h5dump -A`",
                        self.h5dump.median / self.ours.median, 60)
         goals.at_most("report, many nodes (4 times the inflation, and the trivial program)",
@@ -287,6 +295,7 @@ class MuchData(Case):
         return re.sub(rb"Peak Memory Usage.*|.*Tev File Size.*", b"", self.arena.output(runner))
 
     def judge(self, goals):
+        self.judge_budget(goals, "small-data")
         if self.big is not None:
             goals.at_most("time for 4 GiB of heavy data over that for 4 MiB",
                           self.big.median / self.small.median, 1.2, "{:.2f}".format)

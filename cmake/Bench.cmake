@@ -26,6 +26,7 @@ function(tevinfo_benchmark name source)
 endfunction()
 
 tevinfo_benchmark(bench_measure Measure.cpp)
+tevinfo_benchmark(bench_budget Budget.cpp lbt_report)
 tevinfo_benchmark(bench_rivals MakeRivals.cpp lbt_report "${HDF5_BINARY}" "${NETCDF_BINARY}")
 target_sources(bench_rivals PRIVATE "${benchDir}/Hdf5Rival.cpp" "${benchDir}/NetcdfRival.cpp")
 target_include_directories(bench_rivals SYSTEM PRIVATE "${HDF5_HEADERS}" "${NETCDF_HEADERS}")

@@ -1,6 +1,6 @@
-// How much work and memory a dump takes: counts of what is written, and a limit of memory. A table
-// repeats all sets of node ids and a row all values of a node, so models with many of them have
-// dumps far longer than themselves, which must not be held in memory.
+// How much work and memory a dump takes: counts of what is written and read, and a limit of memory.
+// A table repeats all sets of node ids and a row all values of a node, so models with many of them
+// have dumps far longer than themselves, which must not be held in memory.
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,9 @@
 #include <utility>
 #include <vector>
 
+#include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Tev/TevInfo/TevInfo.h"
+#include "OpenedModel.h"
 #include "support/MemoryAllowance.h"
 
 namespace {
@@ -153,5 +155,56 @@ TEST(DumpMemory, NodeWithAMillionValues_TakesNoMoreThanOneWithAThousand) {
 }
 
 #endif
+
+/// "parts" parts of "nodes" nodes with ids, coordinates, a vector and a scalar with attributes, and
+/// node sets: what the largest models of the benchmarks have, less of it.
+tevtest::ModelWriter SoundModel(std::size_t parts, std::size_t nodes) {
+  using namespace tevtest;
+  ModelWriter model;
+  const NodeRef root = model.AddGroup("model", 0);
+  const NodeRef group = model.AddGroup("Geometry", root);
+  const AttributeSet attributes{Attribute::Float("Time", 1.0F), Attribute::Text("Title", "Sound")};
+  const std::vector<float> scalars(nodes, 1.5F);
+  const std::vector<float> vectors(3 * nodes, 2.5F);
+  for (std::size_t part = 0; part < parts; ++part) {
+    const NodeRef mesh = model.AddGeometry("mesh", model.AddShape("part", group));
+    model.AddVariable(mesh, Variable::Floats("Node Ids", kIds, 1, scalars));
+    model.AddVariable(mesh, Variable::Floats("Coordinates", kCoordinates, 3, vectors));
+    model.AddVariable(
+        mesh, Variable::Floats("Displacement\x1eTime = 1", kVectorResult, 3, vectors, attributes));
+    model.AddVariable(mesh,
+                      Variable::Floats("Heat\x1eTime = 1", kScalarResult, 1, scalars, attributes));
+  }
+  model.AddNodeSets("Sets", root, {{"Fixed", {{1, 1}, {1, 2}}}});
+  model.SetLayoutOfOthers({.packing = StreamLayout::Packing::Compressed});
+  model.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord,
+                               .packing = StreamLayout::Packing::Compressed});
+  return model;
+}
+
+/// What a use of a stream has come to, in lengths of the stream.
+double TimesOf(LbtTev::ModelStream& stream) {
+  LbtLbf::LbFile& file = stream.GetFile();
+  LbtLbf::NamedStream* named = file.FindStream(stream.GetName());
+  EXPECT_NE(named, nullptr);
+  return static_cast<double>(stream.Charged()) /
+         static_cast<double>(file.ReadRecordedLength(*named));
+}
+
+// The limit is 16 times, and 16 MiB.
+TEST(DumpWork, OfSoundModels_StaysBelowTwiceTheirStreams) {
+  for (const auto& model : {SoundModel(1, 20000), SoundModel(500, 2), SoundModel(40, 400)}) {
+    tevtest::OpenedModel opened(model);
+    LbtTev::ModelStreams& streams = opened.tree.GetStreams();
+    EXPECT_LT(TimesOf(*streams.heavy), 2);  // of the node sets
+    EXPECT_LT(TimesOf(streams.light), 2);
+    EXPECT_GE(TimesOf(streams.light), 1);
+    const auto facts =
+        LbtTev::Report::GatherModelFacts(opened.tree, LbtTev::Report::Numbers::Wanted);
+    EXPECT_TRUE(facts.failures.empty());
+    EXPECT_LT(TimesOf(*streams.heavy), 2);
+    EXPECT_GT(TimesOf(*streams.heavy), 0.9);  // all but the node sets
+  }
+}
 
 }  // namespace

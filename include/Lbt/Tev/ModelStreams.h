@@ -101,6 +101,9 @@ class ModelStream {
   /// Whether so many more bytes are within the limit of the request.
   [[nodiscard]] bool Allows(std::uint64_t bytes);
 
+  /// How many bytes the request has come to, or the last one where none is open.
+  [[nodiscard]] std::uint64_t Charged() const { return charged_ + ReadUncharged(); }
+
   /// The block that zlib has refused, where what was thrown last tells of that.
   [[nodiscard]] std::optional<LbtLbf::NumberedBlock> RefusedBlock() const;
 

@@ -78,7 +78,7 @@ void ModelStream::Charge(std::uint64_t bytes) {
 bool ModelStream::Allows(std::uint64_t bytes) {
   constexpr std::uint64_t kMostPerByte = 16;
   constexpr std::uint64_t kAlwaysAllowed = std::uint64_t{16} * 1024 * 1024;
-  const std::uint64_t sum = charged_ + ReadUncharged() + bytes;
+  const std::uint64_t sum = Charged() + bytes;
   if (requests_ == 0 || sum <= kAlwaysAllowed) {
     return true;
   }
