@@ -3,6 +3,7 @@
 #include "tev/Json.h"
 
 #include <cmath>
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -41,6 +42,12 @@ std::string JsonText(const Json& json) {
   if (json.is_number_float()) {
     const double number = json.get<double>();
     return std::isfinite(number) ? NumberText(number) : "null";
+  }
+  if (json.is_number_unsigned()) {
+    return std::to_string(json.get<std::uint64_t>());
+  }
+  if (json.is_string() && IsPlainInJson(json.get_ref<const std::string&>())) {
+    return '"' + json.get_ref<const std::string&>() + '"';
   }
   // Outside of texts there is nothing but ASCII that prints.
   return EscapedForJson(json.dump(-1, ' ', false, Json::error_handler_t::replace));

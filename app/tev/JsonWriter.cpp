@@ -20,10 +20,7 @@ void JsonWriter::BreakLine() {
   if (layout_ == JsonLayout::OneLine) {
     return;
   }
-  *output_ << '\n';
-  for (std::size_t i = 0; i < kIndent * (outerDepth_ + closers_.size()); ++i) {
-    *output_ << ' ';
-  }
+  *output_ << '\n' << std::string(kIndent * (outerDepth_ + closers_.size()), ' ');
 }
 
 void JsonWriter::BeginValue() {

@@ -76,6 +76,19 @@ Character FirstCharacter(std::string_view text) {
   return IsControl(character.point) ? Character{} : character;
 }
 
+/// How many bytes "text" begins with that are printable characters of ASCII. Most names are nothing
+/// else, and long ones are to cost little.
+std::size_t PlainLength(std::string_view text) {
+  const auto isOther = [](char c) { return c < ' ' || c > '~'; };
+  return static_cast<std::size_t>(std::ranges::find_if(text, isOther) - text.begin());
+}
+
+/// How many bytes may be shown as they are, before what may not.
+std::size_t VisibleLength(std::string_view text) {
+  const std::size_t plain = PlainLength(text);
+  return plain != 0 ? plain : FirstCharacter(text).length;
+}
+
 void AppendByte(std::string& text, unsigned char byte) {
   constexpr std::string_view kDigits = "0123456789abcdef";
   text += "\\x";
@@ -88,7 +101,7 @@ void AppendByte(std::string& text, unsigned char byte) {
 std::string VisibleText(std::string_view text) {
   std::string visible;
   while (!text.empty()) {
-    const std::size_t length = FirstCharacter(text).length;
+    const std::size_t length = VisibleLength(text);
     if (length == 0) {
       AppendByte(visible, static_cast<unsigned char>(text.front()));
     } else {
@@ -102,6 +115,12 @@ std::string VisibleText(std::string_view text) {
 std::string EscapedForJson(std::string_view json) {
   std::string escaped;
   while (!json.empty()) {
+    const std::size_t plain = PlainLength(json);
+    escaped += json.substr(0, plain);
+    json.remove_prefix(plain);
+    if (json.empty()) {
+      break;
+    }
     const Character character = FirstOfAll(json);
     const std::size_t length = std::max<std::size_t>(character.length, 1);
     if (character.point >= 0x7F && IsControl(character.point)) {
@@ -118,6 +137,10 @@ std::string EscapedForJson(std::string_view json) {
   return escaped;
 }
 
+bool IsPlainInJson(std::string_view text) {
+  return PlainLength(text) == text.size() && text.find_first_of("\"\\") == std::string_view::npos;
+}
+
 std::string QuotedText(std::string_view text) { return '"' + VisibleText(text) + '"'; }
 
 std::string OneLine(std::string_view text) {
@@ -129,6 +152,12 @@ std::string OneLine(std::string_view text) {
 std::size_t WidthOf(std::string_view text) {
   std::size_t width = 0;
   while (!text.empty()) {
+    const std::size_t plain = PlainLength(text);
+    width += plain;
+    text.remove_prefix(plain);
+    if (text.empty()) {
+      break;
+    }
     const Character character = FirstCharacter(text);
     width += ColumnsOf(character.point);
     text.remove_prefix(std::max<std::size_t>(character.length, 1));

@@ -12,6 +12,9 @@
 /// The text of JSON with "\u0085" for the characters that VisibleText writes out and JSON allows.
 [[nodiscard]] std::string EscapedForJson(std::string_view json);
 
+/// Whether "text" stands in JSON as it is.
+[[nodiscard]] bool IsPlainInJson(std::string_view text);
+
 /// "text" between double quotes, made visible.
 [[nodiscard]] std::string QuotedText(std::string_view text);
 

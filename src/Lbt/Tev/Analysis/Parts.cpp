@@ -169,7 +169,9 @@ void Model::RequireModestPaths() const {
 
 std::vector<std::string> Model::PathOf(const Part& part) const {
   std::vector<std::string> path;
-  ForGroupsAbove(*tree_, part.id, [&path](const Group& group) {
+  ModelStream& names = tree_->GetStreams().tree;
+  ForGroupsAbove(*tree_, part.id, [&](const Group& group) {
+    names.Charge(group.name.size());
     path.push_back(ShownName(group.name));
     return true;
   });
