@@ -1,16 +1,24 @@
-// What the system allows a run: little stack, a report that is a link or in a folder that is
-// closed.
+// What the system allows a run: little stack, a report that is a link, in a folder that is closed,
+// wanted by two runs or the log of its own, standard output that would block.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
+#include <chrono>
 #include <filesystem>
+#include <future>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "run/TevInfoRun.h"
+#include "support/HostileModels.h"
 #include "support/Mask.h"
 #include "support/SmallModel.h"
 
@@ -65,6 +73,115 @@ TEST_F(EkmRuns, ReportInAFolderThatIsClosed_IsWrittenAllTheSame) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.output, kMemoryLine);
   EXPECT_EQ(dir.Read(kOutput), report);
+}
+
+// The first round has no file to begin with, the others have that of the round before.
+TEST_F(EkmRuns, TwoAtATime_LeaveTheReportOfOne) {
+  const std::set<std::string> reports{Report(model), Report(longModel)};
+  fs::remove(dir / kOutput);
+  for (int round = 0; round < 10; ++round) {
+    auto other = std::async(std::launch::async, [this] {
+      return RunProgram(
+          {TEVINFO_PROGRAM, "--ekm-meta-data", model},
+          {.environment = {{"QUARLO_TEMP_PATH", dir.Path()}}, .workingDirectory = dir.Path()});
+    });
+    const std::string report = Report(longModel);
+    EXPECT_TRUE(reports.contains(report)) << report.size();
+    EXPECT_EQ(other.get().status, 0);
+    EXPECT_TRUE(reports.contains(dir.Read(kOutput)));
+  }
+}
+
+class OwnLog : public SystemLimits {};
+
+TEST_F(OwnLog, AsTheOutput_IsLeftToTheLog) {
+  fs::create_symlink(LogPath(), dir / "link.log");
+  const std::string report = Run({model}).output;
+  for (const std::string& path :
+       {LogPath(), logDirectory + "/.././log/TevInfo_trace.log", dir / "link.log"}) {
+    const Outcome outcome = Run({model, path});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, report);
+    EXPECT_EQ(outcome.error, Notice());
+    EXPECT_EQ(outcome.log,
+              std::string(kIndexLog) + std::string(kLinksLog) + std::string(kClosingLog));
+  }
+}
+
+/// A pipe whose writers are told when it is full instead of being kept waiting.
+class ImpatientPipe {
+ public:
+  ImpatientPipe() {
+    EXPECT_EQ(::pipe2(ends_.data(), O_CLOEXEC | O_NONBLOCK), 0);
+    EXPECT_EQ(::fcntl(ends_[1], F_SETPIPE_SZ, kSize), kSize);
+  }
+  ~ImpatientPipe() {
+    ::close(ends_[0]);
+    ::close(ends_[1]);
+  }
+  ImpatientPipe(const ImpatientPipe&) = delete;
+  ImpatientPipe& operator=(const ImpatientPipe&) = delete;
+
+  [[nodiscard]] Redirect Stream() const { return Redirect::ToDescriptor(ends_[1]); }
+
+  /// What a run writes, none of which is read before the pipe is full.
+  template <class Run>
+  [[nodiscard]] std::string ReadLate(const std::future<Run>& run) const {
+    while (!IsFull() && !HasEnded(run)) {
+    }
+    EXPECT_TRUE(IsFull());
+    std::string text;
+    for (bool isOver = false; !isOver;) {
+      isOver = HasEnded(run);  // looked at before the last bytes are
+      text += ReadAll();
+    }
+    return text;
+  }
+
+ private:
+  static constexpr int kSize = 4096;
+
+  [[nodiscard]] bool IsFull() const {
+    pollfd writer{.fd = ends_[1], .events = POLLOUT, .revents = 0};
+    return ::poll(&writer, 1, 0) == 0;
+  }
+
+  template <class Run>
+  [[nodiscard]] static bool HasEnded(const std::future<Run>& run) {
+    return run.wait_for(std::chrono::milliseconds(1)) == std::future_status::ready;
+  }
+
+  [[nodiscard]] std::string ReadAll() const {
+    std::array<char, kSize> piece{};
+    std::string text;
+    for (ssize_t count = 0; (count = ::read(ends_[0], piece.data(), piece.size())) > 0;)
+      text.append(piece.data(), static_cast<std::size_t>(count));
+    return text;
+  }
+
+  std::array<int, 2> ends_{};
+};
+
+class StandardOutputThatWouldBlock : public SystemLimits {
+ protected:
+  void ExpectWaitedFor(const std::vector<std::string>& arguments) const {
+    const std::string expected = Run(arguments).output;
+    EXPECT_GT(expected.size(), kLong);
+    const ImpatientPipe pipe;
+    auto run =
+        std::async(std::launch::async, [&] { return Run(arguments, {.output = pipe.Stream()}); });
+    EXPECT_EQ(MaskPeakMemory(pipe.ReadLate(run)), expected);
+    const Outcome outcome = run.get();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.error, Notice());
+  }
+};
+
+TEST_F(StandardOutputThatWouldBlock, WithAReport_IsWaitedFor) { ExpectWaitedFor({longModel}); }
+
+TEST_F(StandardOutputThatWouldBlock, WithADump_IsWaitedFor) {
+  const std::string table = dir.Write("table.tev", ShapesOfOneTable(1, 2, 50000).bytes);
+  ExpectWaitedFor({"--extract-data", table});
 }
 
 // A sanitizer needs more stack for itself.
