@@ -12,7 +12,7 @@ THINGS = ("nodes", "parts", "steps", "attributes", "names")
 TIMES = (1, 2, 4, 8)
 TOLERANCE = 0.25
 LEAST_GROWTH = 0.02  # of what the least model costs
-VERBS = ("info", "tree", "blocks", "check")
+VERBS = ("list", "info", "tree", "sets", "blocks", "check")
 MIB = 2**20
 # Each hostile file: processor seconds, and more for text where that is what was asked for; memory
 # beyond 20 times the inflated file; the trace log.
@@ -38,6 +38,11 @@ def works(arena, model, geometry="g"):
     return [("report", [info, model], False), ("dump", [info, "--extract-data", model], True),
             ("cdf", [tev, "cdf", model, geometry, "-"], True),
             *((verb, [tev, verb, model], verb == "tree") for verb in VERBS)]
+
+
+def json_works(arena, model):
+    tev = arena.program("tev")
+    return [(f"{verb} --json", [tev, verb, "--json", model], verb == "tree") for verb in VERBS]
 
 
 # --- Honest growth --------------------------------------------------------------------------------
@@ -109,10 +114,13 @@ def hostile_section(arena, goals):
     for line in answer.splitlines():
         name, inflated = line.split("\t")
         model = arena.path(f"hostile/{name}.tev")
-        runs = [(Run(arena, command), grows) for _, command, grows in works(arena, model)]
+        runs = [(Run(arena, command), grows)
+                for _, command, grows in works(arena, model) + json_works(arena, model)]
+        texts = len(works(arena, model))
         beyond = sum(not run.is_within(int(inflated), grows) for run, grows in runs)
         goals.at_most(f"runs beyond their bounds on {name}", beyond, 0, "{:d}".format)
-        rows.append([name, *(str(run) for run, _ in runs),
+        rows.append([name, *(str(run) for run, _ in runs[:texts]),
+                     str(max((run for run, _ in runs[texts:]), key=lambda run: run.seconds)),
                      text_of_mebibytes(max(run.peak for run, _ in runs))])
-    header = ["File", *(work for work, _, _ in works(arena, "")), "Peak memory"]
+    header = ["File", *(work for work, _, _ in works(arena, "")), "Slowest JSON", "Peak memory"]
     return f"## Hostile files\n\n{HOSTILE_NOTE}\n\n{table(header, rows)}"

@@ -37,27 +37,28 @@ struct Work {
 struct Verb {
   std::string_view name;
   bool mayTakeTimeForText = false;
-  bool takesGeometry = false;  ///< and an output, and writes no JSON
   bool writesJson = true;
 };
 
-constexpr std::array<Verb, 7> kVerbs{{{"list"},
+constexpr std::array<Verb, 8> kVerbs{{{"list"},
                                       {"info"},
                                       {"tree", true},
                                       {"sets"},
                                       {"blocks"},
+                                      {"block", true, false},
                                       {"check"},
-                                      {"cdf", true, true, false}}};
+                                      {"cdf", true, false}}};
 
 /// What these cost is not bounded by all of these files yet: parts times fields, and tables that
-/// are mostly empty. "block" writes one block, which costs what inflating it does.
-constexpr std::array<std::string_view, 4> kNotTried{"results", "values", "diff", "block"};
+/// are mostly empty.
+constexpr std::array<std::string_view, 3> kNotTried{"results", "values", "diff"};
 
 /// A kind of hostile file as it is tried here.
 struct Case {
   std::string_view row;
-  std::string_view refusing{};       ///< the works that end with kTooOften, each after a blank
-  HostileModel (*make)() = nullptr;  ///< else the full size, which may write gigabytes
+  std::string_view refusing{};       ///< the works that end with "reason", each after a blank
+  HostileModel (*make)() = nullptr;  ///< else the full size, which may write or inflate much
+  std::string_view reason = kTooOften;
 };
 
 [[nodiscard]] const HostileRow& RowOf(std::string_view name) {
@@ -75,10 +76,21 @@ class Hostile : public ::testing::TestWithParam<Case> {
       const HostileModel hostile = make();
       dir.Write("model.tev", hostile.bytes);
       dir.Write("inflated", std::to_string(hostile.inflated));
+      dir.Write("last", std::to_string(hostile.blocks - 1));
       return 0;
     });
     EXPECT_EQ(made.status, 0);
     inflated_ = std::stod(dir.Read("inflated"));
+  }
+
+  /// The command line of a verb on the file.
+  [[nodiscard]] std::vector<std::string> CommandOf(const Verb& verb) const {
+    std::vector<std::string> command{TEV_PROGRAM, std::string(verb.name), model};
+    if (verb.name == "cdf")
+      command.insert(command.end(), {"g", "-"});
+    if (verb.name == "block")
+      command.push_back(dir.Read("last"));
+    return command;
   }
 
   void Try(const Work& work) const {
@@ -95,11 +107,11 @@ class Hostile : public ::testing::TestWithParam<Case> {
 
  private:
   [[nodiscard]] static bool IsRefusing(const std::string& work) {
-    return GetParam().refusing.find(" " + work) != std::string_view::npos;
+    return (std::string(GetParam().refusing) + " ").find(" " + work + " ") != std::string::npos;
   }
 
   static void ExpectItsEnd(const Work& work, const RunResult& run) {
-    const bool isTold = (run.output + run.error).find(kTooOften) != std::string::npos;
+    const bool isTold = (run.output + run.error).find(GetParam().reason) != std::string::npos;
     EXPECT_EQ(isTold, IsRefusing(work.name)) << run.error;
     EXPECT_EQ(run.signal, 0);
     // What is met while a dump is gathered is told and leaves the status alone. A check may find
@@ -113,9 +125,10 @@ class Hostile : public ::testing::TestWithParam<Case> {
  private:
   void ExpectWithinBounds(const Work& work, const RunResult& run) const {
     constexpr double kSecondsForMebibyte = 0.01;
+    constexpr double kBusy = 4;  // a processor that others share does less in its time
     const double text = static_cast<double>(run.outputSize) / kMebi;
     const double seconds = std::chrono::duration<double>(run.processorTime).count();
-    EXPECT_LE(seconds, 2 + (work.mayTakeTimeForText ? kSecondsForMebibyte * text : 0));
+    EXPECT_LE(seconds, kBusy * (2 + (work.mayTakeTimeForText ? kSecondsForMebibyte * text : 0)));
     EXPECT_LE(static_cast<double>(run.peakKiB) * 1024, 256 * kMebi + 20 * inflated_);
     const std::string log = dir / "TevInfo_trace.log";
     const bool hasLog = std::filesystem::exists(log);
@@ -141,9 +154,7 @@ TEST_P(Hostile, Dump_StaysWithinWhatTheFileHolds) {
 TEST_P(Hostile, Verbs_StayWithinWhatTheFileHolds) {
   for (const Verb& verb : kVerbs) {
     const std::string name(verb.name);
-    std::vector<std::string> command{TEV_PROGRAM, name, model};
-    if (verb.takesGeometry)
-      command.insert(command.end(), {"g", "-"});
+    std::vector<std::string> command = CommandOf(verb);
     Try({name, command, verb.mayTakeTimeForText});
     if (verb.writesJson) {
       command.insert(command.begin() + 2, "--json");
@@ -166,17 +177,46 @@ TEST(HostileVerbs, EveryVerb_IsTriedOrNamedAsLeftOut) {
   }
 }
 
+constexpr std::string_view kAllThatReadTrees = " report ekm dump list info tree sets check cdf";
+constexpr std::string_view kAll = " report ekm dump list info tree sets check cdf blocks block";
+
 const std::vector<Case> kCases{
+    {.row = "light-data-to-and-fro",
+     .make = [] { return LightDataToAndFro(std::size_t{20} << 20U, 70000); }},
+    {.row = "old-geometry-to-and-fro"},
+    {.row = "geometries-on-one-light-data", .refusing = kAllThatReadTrees},
+    {.row = "geometries-without-attributes"},
+    {.row = "node-sets-on-one-heavy-data"},
+    {.row = "overlapping-node-sets", .refusing = kAllThatReadTrees},
+    {.row = "long-node-set-names", .refusing = kAllThatReadTrees},
+    {.row = "read-at-once-on-same-bytes"},
     {.row = "variables-on-same-data",
      .make = [] { return VariablesOnSameData(100, std::size_t{4} << 20U); }},
     {.row = "shapes-of-one-geometry", .refusing = " dump"},
     {.row = "shapes-of-one-table", .refusing = " dump"},
-    {.row = "shapes-of-a-long-name"},
+    {.row = "shapes-of-a-long-name", .refusing = " info"},
     {.row = "links-of-a-long-name", .refusing = " dump"},
     {.row = "nested-groups"},
     {.row = "nested-parts"},
+    {.row = "empty-raw-blocks"},
+    {.row = "empty-compressed-blocks"},
+    {.row = "tiny-blocks", .make = [] { return TinyBlocks(100000); }},
+    // That these are refused before they are inflated is a matter of the container's tests.
+    {.row = "empty-index-entries",
+     .refusing = kAll,
+     .make = [] { return EmptyIndexEntries(8000000); },
+     .reason = "The index has more entries than the file can hold"},
     {.row = "names-of-one-hash"},
 };
+
+TEST(HostileCases, EveryRow_IsTried) {
+  for (const HostileRow& row : HostileRows()) {
+    EXPECT_TRUE(std::any_of(kCases.begin(), kCases.end(), [&row](const Case& tried) {
+      return tried.row == row.name;
+    })) << row.name;
+  }
+  EXPECT_EQ(kCases.size(), HostileRows().size());
+}
 
 INSTANTIATE_TEST_SUITE_P(Rows, Hostile, ::testing::ValuesIn(kCases), [](const auto& tried) {
   std::string name(tried.param.row);

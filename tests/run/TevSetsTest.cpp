@@ -4,6 +4,7 @@
 
 #include "run/TevRun.h"
 #include "support/Hex.h"
+#include "support/HostileModels.h"
 #include "support/SmallModel.h"
 
 namespace tevtest {
@@ -44,6 +45,20 @@ TEST_F(TevSets, UnknownName_IsBadUsageThatSaysWhatThereIs) {
             "tev: a.tev: No node set fits \"Fixd\", did you mean \"Fixed\"? there are \"Fixed\", "
             "\"Loaded\"\n");
   EXPECT_FALSE(dir.Has("out"));
+}
+
+// Offsets of 0, 2, 0 and 2 over two members.
+TEST_F(TevSets, ThatShareTheirMembers_HaveThemEach) {
+  const std::string model = dir.Write("a.tev", OverlappingNodeSets(3, 2).bytes);
+  EXPECT_EQ(Answer({"sets", "a.tev"}),
+            "a.tev\n"
+            "  Members  Name\n"
+            "        2\n"
+            "        0\n"
+            "        2\n");
+  const RunResult report =
+      RunProgram({TEVINFO_PROGRAM, model}, {.environment = {{"QUARLO_TEMP_PATH", dir.Path()}}});
+  EXPECT_EQ(report.status, 0);
 }
 
 TEST_F(TevSets, Json_FitsTheSchemaWithAndWithoutIds) {

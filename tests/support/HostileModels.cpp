@@ -57,6 +57,7 @@ HostileModel Build(ContainerWriter& container) {
   constexpr std::uint64_t kEntry = 11;
   HostileModel model{.bytes = container.Build().bytes};
   model.inflated = model.bytes.size();
+  model.blocks = container.Blocks().size();
   for (const BlockSpec& block : container.Blocks())
     model.inflated += InflatedSize(block) + kEntry + block.name.size();
   return model;

@@ -11,6 +11,7 @@ namespace tevtest {
 struct HostileModel {
   std::string bytes;
   std::uint64_t inflated = 0;  ///< the file with all of its blocks inflated, in bytes
+  std::size_t blocks = 0;      ///< how many it has
 };
 
 /// Two blocks of "blockSize" zeros of light data, and "records" nodes whose light data lie in the
