@@ -4,10 +4,13 @@
   check_analysis.py stats TRUTH.json.gz    (tev results --stats --json, of one model)
   check_analysis.py csv TRUTH.json.gz PART RESULT STEP    (tev values)
   check_analysis.py npy TRUTH.json.gz PART RESULT STEP    (the same, --format npy)
+  check_analysis.py values TRUTH.json.gz TEV MODEL
   check_analysis.py mesh TRUTH.json.gz PART OFFSETS.npy INDICES.npy
 
-PART is an id; STEP may be empty. Values must be the same bit for bit. TRUTH lists what the model was made from. Statistics are worked out here in double precision, with
-exact sums. Exit status: 0 right, 1 wrong (the first difference is shown).
+PART is an id; STEP may be empty. "values" runs the program TEV on each field and each mesh variable of
+MODEL, in both formats. Values must be the same bit for bit. TRUTH lists what the model was made from.
+Statistics are worked out here in double precision, with exact sums. Exit status: 0 right, 1 wrong (the
+first difference is shown).
 """
 
 import csv
@@ -16,6 +19,7 @@ import io
 import json
 import math
 import struct
+import subprocess
 import sys
 
 import numpy
@@ -162,6 +166,25 @@ def check_npy(data, truth, part, result, step):
     require(array.tobytes() == expected.tobytes(), "the values differ")
 
 
+def check_all_values(truth, tev, model):
+    """Each field and each mesh variable, in both formats; parts of the truth's own order."""
+    asked = [(part, result, step or "") for part, _, result, step, *_ in truth.fields()]
+    asked += [(part, name, "") for part, geometry in truth.parts()
+              for name in ("Coordinates", "Node Ids", "Element Ids")
+              if truth.mesh(geometry, name) is not None]
+    require(len(asked) > 15, "the truth has few fields")
+    for part, result, step in asked:
+        for form in ("csv", "npy"):
+            run = subprocess.run([tev, "values", model, "--part", str(part), "--result", result,
+                                  "--step", step, "--format", form],
+                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE, check=False)
+            require(run.returncode == 0 and not run.stderr, part, result, step, form, run.stderr)
+            if form == "csv":
+                check_csv(run.stdout.decode(), truth, str(part), result, step)
+            else:
+                check_npy(run.stdout, truth, str(part), result, step)
+
+
 def check_mesh(truth, part, offsets, indices):
     geometry = dict(truth.parts())[int(part)]
     lengths = numpy.diff(numpy.load(offsets))
@@ -177,6 +200,7 @@ def main():
     {"stats": lambda: check_stats(json.load(sys.stdin), truth),
      "csv": lambda: check_csv(sys.stdin.read(), truth, *rest),
      "npy": lambda: check_npy(sys.stdin.buffer.read(), truth, *rest),
+     "values": lambda: check_all_values(truth, *rest),
      "mesh": lambda: check_mesh(truth, *rest)}[how]()
 
 

@@ -1,0 +1,169 @@
+// In which order arrays of models are loaded, how often, and what is refused.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "DescribedModel.h"
+#include "Lbt/Tev/Analysis/FileOrder.h"
+#include "Lbt/Tev/Analysis/ModelDifference.h"
+#include "Lbt/Util/Exception.h"
+#include "support/HostileModels.h"
+#include "support/SmallModel.h"
+
+namespace LbtTev::Analysis {
+namespace {
+
+using tevtest::DescribedModel;
+using tevtest::kHeavyData;
+using tevtest::ModelWriter;
+using tevtest::NodeRef;
+using tevtest::StreamLayout;
+using tevtest::Variable;
+using Places = std::vector<std::size_t>;
+
+/// One part with arrays "A" to "D" of one number each, in this order in the file.
+ModelWriter FourArrays() {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("g", model.AddShape("P", model.AddGroup("r", 0)));
+  for (const char* name : {"A", "B", "C", "D"}) {
+    model.AddVariable(mesh, Variable::Floats(name, 13, 1, {static_cast<float>(name[0])}));
+  }
+  return model;
+}
+
+WantedArray ArrayOf(const DescribedModel& described, std::size_t place) {
+  return {described.model.FieldsOf(described.model.Parts()[0])[place].variable};
+}
+
+TEST(LoadInFileOrder, Groups_ComeAsSoonAsAllOfThemIsThere) {
+  const DescribedModel described(FourArrays());
+  const auto array = [&](std::size_t place) { return ArrayOf(described, place); };
+  const std::vector<WantedGroup> groups{
+      {array(0), array(3)}, {array(2)}, {array(0), array(1)}, {WantedArray()}, {array(2)}};
+  Places order;
+  LoadInFileOrder({&described.tree, groups}, [&](std::size_t place, const LoadedGroup& loaded) {
+    order.push_back(place);
+    if (place == 0) {
+      EXPECT_EQ(loaded[0].Floats()[0], 'A');
+      EXPECT_EQ(loaded[1].Floats()[0], 'D');
+    }
+    if (place == 3) {
+      EXPECT_TRUE(loaded[0].Floats().empty());
+      EXPECT_EQ(FailureOf(loaded), nullptr);
+    }
+  });
+  EXPECT_EQ(order, (Places{2, 1, 4, 0, 3}));
+}
+
+TEST(LoadInFileOrder, EqualArrays_AreOneAndAreLetGoAfterTheLastGroup) {
+  const DescribedModel described(FourArrays());
+  const std::vector<WantedGroup> groups{{ArrayOf(described, 0)},
+                                        {ArrayOf(described, 0), ArrayOf(described, 1)},
+                                        {ArrayOf(described, 2)}};
+  std::weak_ptr<const std::vector<float>> first;
+  LoadInFileOrder({&described.tree, groups}, [&](std::size_t place, const LoadedGroup& loaded) {
+    if (place == 0) {
+      first = loaded[0].floats;
+    } else if (place == 1) {
+      EXPECT_EQ(first.lock(), loaded[0].floats);
+    } else {
+      EXPECT_TRUE(first.expired());
+    }
+  });
+}
+
+TEST(LoadInFileOrder, OfTwoModels_HandsOutWhatStandsAtTheSamePlace) {
+  const DescribedModel a(FourArrays());
+  const DescribedModel b(FourArrays());
+  const std::vector<WantedGroup> ofA{
+      {ArrayOf(a, 3), ArrayOf(a, 0)}, {ArrayOf(a, 1), {}}, {WantedArray(), WantedArray()}};
+  const std::vector<WantedGroup> ofB{
+      {ArrayOf(b, 0), ArrayOf(b, 2)}, {{}, ArrayOf(b, 3)}, {ArrayOf(b, 1), WantedArray()}};
+  std::string found;
+  const auto texts = [](const LoadedGroup& group) {
+    std::string text;
+    for (const LoadedArray& array : group) {
+      text += array.Floats().empty() ? '-' : static_cast<char>(array.Floats()[0]);
+    }
+    return text;
+  };
+  LoadInFileOrder({&a.tree, ofA}, {&b.tree, ofB},
+                  [&](std::size_t place, const LoadedGroup& inA, const LoadedGroup& inB) {
+                    found += std::to_string(place) + texts(inA) + texts(inB) + ' ';
+                  });
+  EXPECT_EQ(found, "1B--D 0DAAC 2--B- ");
+}
+
+TEST(InOrder, WhatComesEarly_WaitsForItsTurn) {
+  std::string handedOn;
+  InOrder<char> inOrder(
+      [&](std::size_t place, char value) { handedOn += std::to_string(place) + value; });
+  inOrder.Add(2, 'c');
+  inOrder.Add(0, 'a');
+  EXPECT_EQ(handedOn, "0a");
+  inOrder.Add(1, 'b');
+  EXPECT_EQ(handedOn, "0a1b2c");
+}
+
+TEST(CompareModels, BlocksOfBoth_AreInflatedOnceEach) {
+  ModelWriter model = tevtest::SmallModel();
+  model.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord,
+                               .packing = StreamLayout::Packing::Compressed});
+  DescribedModel a(model);
+  DescribedModel b(model);
+  const auto workOf = [](DescribedModel& described) {
+    return described.tree.GetFile().FindStream(kHeavyData)->Work();
+  };
+  const auto before = workOf(a);
+  const DifferenceSink sink{.differs = [](const ModelDifference&) { FAIL(); },
+                            .failed = [](const FailedComparison&) { FAIL(); }};
+  CompareModels(a.model, b.model, {}, {}, sink);
+  for (DescribedModel* described : {&a, &b}) {
+    // All arrays of both parts; the node sets have been read before.
+    EXPECT_EQ(workOf(*described).loads - before.loads, 13U);
+    EXPECT_EQ(workOf(*described).loadedAgain - before.loadedAgain, 0U);
+  }
+  CompareModels(a.model, b.model, {}, {}, sink, 1);
+}
+
+template <class Action>
+std::string MessageOf(const Action& action) {
+  try {
+    action();
+  } catch (const Lbt::Util::Exception& exception) {
+    EXPECT_EQ(exception.GetType(), Lbt::Util::Exception::ErrorType::OutOfBounds);
+    return exception.GetLogMessage();
+  }
+  return "no failure";
+}
+
+constexpr const char* kTooOften = "The model refers to its data too often";
+
+/// A model that was written by what makes hostile ones.
+struct Hostile {
+  explicit Hostile(const tevtest::HostileModel& hostile) {
+    OpenModel(tree, directory.Write("hostile.tev", hostile.bytes));
+  }
+  tevtest::TempDir directory;
+  Tree tree;
+};
+
+TEST(RepeatedRows, FieldsThatShapesOfOneGeometryRepeat_AreLimited) {
+  const Hostile some(tevtest::ShapesOfOneGeometry(50, 50));
+  EXPECT_EQ(SelectFields(Model(some.tree), {}).size(), 2500U);
+  const Hostile many(tevtest::ShapesOfOneGeometry(2000, 2000));
+  const Model model(many.tree);
+  EXPECT_EQ(MessageOf([&] { static_cast<void>(SelectFields(model, {})); }), kTooOften);
+  EXPECT_EQ(SelectFields(model, {.parts = {std::to_string(model.Parts()[0].id)}}).size(), 2000U);
+}
+
+TEST(Model, PathsThatRepeatALongName_AreLimited) {
+  const Hostile some(tevtest::ShapesOfALongName(10, 100000));
+  EXPECT_EQ(MessageOf([&] { Model(some.tree).RequireModestPaths(); }), "no failure");
+  const Hostile many(tevtest::ShapesOfALongName(1000, 100000));
+  EXPECT_EQ(MessageOf([&] { Model(many.tree).RequireModestPaths(); }), kTooOften);
+}
+
+}  // namespace
+}  // namespace LbtTev::Analysis
