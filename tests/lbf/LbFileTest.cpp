@@ -267,15 +267,15 @@ TEST_F(LbFileTest, GetIdentity_IsThatOfTheFile) {
 }
 
 struct Support {
-  bool atLeast07;
+  bool wideOffsets;
   std::string failure;
 };
 
 /// Checks a version, with the flag set the wrong way round before.
 Support SupportOf(const std::string& version, bool before) {
-  bool atLeast07 = before;
-  std::string failure = FailureOf([&] { LbFile::CheckSupport(version, atLeast07); });
-  return {atLeast07, std::move(failure)};
+  bool wideOffsets = before;
+  std::string failure = FailureOf([&] { LbFile::CheckSupport(version, wideOffsets); });
+  return {wideOffsets, std::move(failure)};
 }
 
 std::string Unsupported(std::string_view tenths) {
@@ -286,16 +286,16 @@ std::string Unsupported(std::string_view tenths) {
                            kLbFileHeader);
 }
 
-void ExpectSupported(const std::string& version, bool atLeast07) {
-  const Support support = SupportOf(version, !atLeast07);
+void ExpectSupported(const std::string& version, bool wideOffsets) {
+  const Support support = SupportOf(version, !wideOffsets);
   EXPECT_EQ(support.failure, "") << version;
-  EXPECT_EQ(support.atLeast07, atLeast07) << version;
+  EXPECT_EQ(support.wideOffsets, wideOffsets) << version;
 }
 
 void ExpectUnsupported(const std::string& version, std::string_view tenths) {
   const Support support = SupportOf(version, false);
   EXPECT_EQ(support.failure, Unsupported(tenths)) << version;
-  EXPECT_TRUE(support.atLeast07) << version;
+  EXPECT_TRUE(support.wideOffsets) << version;
 }
 
 TEST(CheckSupport, VersionsBelow07_AreSupportedAndOld) {
@@ -340,8 +340,8 @@ TEST(CheckSupport, Failure_IsLoggedWithTheSameText) {
 
 TEST_F(LbFileTest, CheckSupport_ThatFails_LeavesTheFileOpen) {
   Open(Writer().SetVersion("1.4"));
-  bool atLeast07 = false;
-  EXPECT_EQ(FailureOf([&] { file_.CheckSupport(file_.ReadVersion(), atLeast07); }),
+  bool wideOffsets = false;
+  EXPECT_EQ(FailureOf([&] { file_.CheckSupport(file_.ReadVersion(), wideOffsets); }),
             Unsupported("14"));
   EXPECT_TRUE(file_.IsOpen());
 }

@@ -107,9 +107,9 @@ Values ReadFileHeader(const Record& record) {
       ByteWriter().U32(1).U8(0).Text("Stream").U32(1).U8(0).U8(0).Raw("skip").Bytes();
   const tevtest::TempDir directory;
   LbtLbf::LbFile file;
-  bool atLeast07 = false;
+  bool wideOffsets = false;
   const std::string path = directory.Write("model.tev", record.bytes + index + kMark);
-  const std::string version = OpenContainer(file, path, atLeast07);
+  const std::string version = OpenContainer(file, path, wideOffsets);
   unsigned char byte = 0;
   file.Get("Stream", byte);
   EXPECT_EQ(byte, kMark);

@@ -78,9 +78,9 @@ class LbFile {
   /// The version text of the open file: at most four characters. Throws as above.
   [[nodiscard]] std::string ReadVersion();
 
-  /// Sets "atLeast07" where a version text is 0.7 or later; then throws "Unknown
-  /// Version" where it is later than 1.3.
-  static void CheckSupport(const std::string& version, bool& atLeast07);
+  /// Sets "wideOffsets" where a version text is 0.7 or later: offsets have 64 bits there. Then
+  /// throws "Unknown Version" where it is later than 1.3.
+  static void CheckSupport(const std::string& version, bool& wideOffsets);
 
   /// Reads the index. Throws what Index::ReadIndexBufferFromFileStream does.
   void ReadIndex();

@@ -123,10 +123,10 @@ std::string LbFile::ReadHeader(long offset, std::size_t length) {
   return bytes.substr(0, bytes.find('\0'));
 }
 
-void LbFile::CheckSupport(const std::string& version, bool& atLeast07) {
+void LbFile::CheckSupport(const std::string& version, bool& wideOffsets) {
   const std::uint32_t tenths = VersionTenths(version);
   const std::uint32_t supported = VersionTenths(kNewestVersion);
-  atLeast07 = tenths >= kTenthsOf07;
+  wideOffsets = tenths >= kTenthsOf07;
   if (tenths > supported) {
     // Both in tenths, as whole numbers: scripts look for them in this form.
     const std::string message = "This file is of tev file version " + Lbt::Util::ToString(tenths) +
