@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tev/FileFailure.h"
-#include "tev/JsonWriter.h"
+#include "tev/Json.h"
 #include "tev/Output.h"
 #include "tev/Progress.h"
 #include "tev/TemporaryFile.h"

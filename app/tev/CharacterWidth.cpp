@@ -1,9 +1,9 @@
 // Which characters take two columns of a terminal, and which none.
 
-#include "tev/CharacterWidth.h"
-
 #include <algorithm>
 #include <array>
+
+#include "tev/VisibleText.h"
 
 namespace {
 

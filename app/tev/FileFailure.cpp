@@ -51,7 +51,7 @@ std::string_view NameOf(FailureCode code) {
 
 Failure SystemFailure(const std::string& what, int error) {
   // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread
-  return {CodeOf(error), what + ": " + std::strerror(error)};
+  return {CodeOf(error), error == 0 ? what : what + ": " + std::strerror(error)};
 }
 
 std::string NameOf(const LbtLbf::NumberedBlock& block) {

@@ -44,7 +44,7 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// "what" with the system's reason "error": "cannot open: Permission denied".
+/// "what" with the system's reason "error", which 0 leaves out: "cannot open: Permission denied".
 [[nodiscard]] Failure SystemFailure(const std::string& what, int error);
 
 /// A block as messages name it: "block 3 (Heavy Data)".

@@ -12,11 +12,9 @@
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/BlockVersionedIo.h"
 #include "tev/FieldOptions.h"
-#include "tev/InfoText.h"
 #include "tev/Json.h"
+#include "tev/ModelFacts.h"
 #include "tev/OpenedModel.h"
-#include "tev/PartsJson.h"
-#include "tev/RootFacts.h"
 #include "tev/Verbs.h"
 
 namespace {

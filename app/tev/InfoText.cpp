@@ -1,7 +1,5 @@
 // What a model holds, as text for people.
 
-#include "tev/InfoText.h"
-
 #include <algorithm>
 #include <array>
 #include <optional>
@@ -13,10 +11,9 @@
 #include "Lbt/Tev/BlockVersionedIo.h"
 #include "Lbt/Util/FileAccess.h"
 #include "Lbt/Util/NumberText.h"
-#include "tev/RootFacts.h"
+#include "tev/ModelFacts.h"
 #include "tev/Table.h"
 #include "tev/VisibleText.h"
-#include "tev/Wording.h"
 
 namespace {
 

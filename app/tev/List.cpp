@@ -12,12 +12,11 @@
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Util/FileAccess.h"
 #include "tev/Json.h"
+#include "tev/ModelFacts.h"
 #include "tev/OpenedModel.h"
-#include "tev/RootFacts.h"
 #include "tev/Table.h"
 #include "tev/Verbs.h"
 #include "tev/VisibleText.h"
-#include "tev/Wording.h"
 
 namespace {
 

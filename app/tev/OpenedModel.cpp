@@ -2,6 +2,7 @@
 
 #include "tev/OpenedModel.h"
 
+#include <cerrno>
 #include <optional>
 #include <string>
 #include <utility>
@@ -168,11 +169,14 @@ void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
     progress->ShowBlocks(number, index.GetItems().size());
   });
   Loading loading(file);
+  errno = 0;  // reads that end early leave it
   try {
     TellingVersions(file, [&] { LbtTev::OpenModel(tree, input.source, &loading); });
   } catch (const Exception& exception) {
+    const int error = errno;
     if (loading.IsOfTheSystem(exception)) {
-      throw Failure(FailureCode::IoError, ReasonOf(exception));
+      throw Failure(FailureCode::IoError,
+                    error == 0 ? ReasonOf(exception) : SystemFailure("cannot read", error).what());
     }
     throw;
   }

@@ -86,13 +86,14 @@ std::optional<std::size_t> AnswerOutput::Columns() const {
 }
 
 void AnswerOutput::Flush() {
-  if (stream_ != nullptr) {
-    stream_->flush();
+  if (stream_ != nullptr && error_ == 0 && (!stream_->good() || !stream_->flush())) {
+    error_ = errno;
   }
 }
 
 void AnswerOutput::Finish() {
+  Flush();
   if (stream_ != nullptr && !stream_->Finish()) {
-    throw Failure(FailureCode::IoError, Name() + ": cannot write the answer");
+    throw SystemFailure(Name() + ": cannot write the answer", error_ == 0 ? errno : error_);
   }
 }

@@ -44,4 +44,5 @@ class AnswerOutput {
 
   std::string path_;
   std::unique_ptr<Lbt::Util::DescriptorStream> stream_;
+  int error_ = 0;  // why it could not be written, as far as it is known
 };

@@ -8,7 +8,6 @@
 #include "Lbt/Tev/TevInfo/TreeOutline.h"
 #include "tev/OpenedModel.h"
 #include "tev/TreeDrawing.h"
-#include "tev/TreeJson.h"
 #include "tev/Verbs.h"
 #include "tev/VisibleText.h"
 

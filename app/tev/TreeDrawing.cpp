@@ -11,9 +11,7 @@
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/NumberText.h"
-#include "tev/NodeVisit.h"
 #include "tev/VisibleText.h"
-#include "tev/Wording.h"
 
 namespace {
 

@@ -8,8 +8,11 @@
 #include <vector>
 
 #include "Lbt/Tev/Geometry.h"
+#include "Lbt/Tev/Node.h"
+#include "Lbt/Tev/NodeSets.h"
 #include "Lbt/Tev/TevInfo/TreeOutline.h"
 #include "Lbt/Tev/Tree.h"
+#include "tev/Json.h"
 
 /// What of a tree is wanted.
 struct TreeOptions {
@@ -55,3 +58,26 @@ void DrawInFull(const LbtTev::Report::TreeOutline& outline, const TreeOptions& o
 void DrawCompact(const LbtTev::Tree& tree, const LbtTev::Report::TreeOutline& outline,
                  const TreeOptions& options, std::optional<std::size_t> limit,
                  std::ostream& stream);
+
+/// Writes the member "nodes" of a tree: the list of its nodes, each before its children. The
+/// list is flat and the depth a number, since readers of JSON bear only so much nesting.
+/// "storage" may be null.
+void WriteTree(const LbtTev::Report::TreeOutline& outline, const TreeOptions& options,
+               const Storage* storage, JsonWriter& json);
+
+/// Calls "visitor" with the node as what it is: a group, shape, geometry, node sets or
+/// future node. Nothing is called for any other.
+template <class Visitor>
+void VisitNode(const LbtTev::Node& node, Visitor&& visitor) {
+  if (const auto* group = dynamic_cast<const LbtTev::Group*>(&node)) {
+    visitor(*group);
+  } else if (const auto* shape = dynamic_cast<const LbtTev::Shape*>(&node)) {
+    visitor(*shape);
+  } else if (const auto* geometry = dynamic_cast<const LbtTev::Geometry*>(&node)) {
+    visitor(*geometry);
+  } else if (const auto* nodeSets = dynamic_cast<const LbtTev::NodeSets*>(&node)) {
+    visitor(*nodeSets);
+  } else if (const auto* future = dynamic_cast<const LbtTev::FutureNode*>(&node)) {
+    visitor(*future);
+  }
+}

@@ -1,12 +1,10 @@
 // The tree of a model in JSON.
 
-#include "tev/TreeJson.h"
-
 #include <span>
 
 #include "Lbt/Tev/Analysis/Model.h"
 #include "tev/Json.h"
-#include "tev/NodeVisit.h"
+#include "tev/TreeDrawing.h"
 
 namespace {
 

@@ -1,6 +1,7 @@
 // The tree of a model as text, a line for each node.
 
 #include <algorithm>
+#include <cstddef>
 #include <map>
 #include <set>
 #include <string>
@@ -8,13 +9,78 @@
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Model.h"
-#include "tev/NodeVisit.h"
 #include "tev/TreeDrawing.h"
-#include "tev/TreeLines.h"
 #include "tev/VisibleText.h"
-#include "tev/Wording.h"
 
 namespace {
+
+/// The lines that connect the items of a tree in a drawing. Items come in the order in which they
+/// are drawn, each before those below it.
+class TreeLines {
+ public:
+  /// "depths" has the depth of each item; an item is below the last one before it that is less
+  /// deep.
+  explicit TreeLines(const std::vector<std::size_t>& depths);
+
+  /// What stands before the text of the next item: "│  └─ ". Deeper than 40 levels, lines stand
+  /// for the last of these, and the depth is told.
+  [[nodiscard]] std::string Next();
+
+  /// What stands before a further line of the item that Next() was called for last.
+  [[nodiscard]] std::string Further() const;
+
+ private:
+  struct Item {
+    std::size_t depth;
+    bool isLast;  ///< of its siblings
+    bool hasChildren;
+  };
+
+  std::vector<Item> items_;
+  std::size_t next_ = 0;
+  std::vector<bool> isOpen_;  ///< whether siblings of the ancestor at that depth follow
+};
+
+constexpr std::size_t kDeepest = 40;
+
+constexpr const char* kThrough = "\u2502  ";
+constexpr const char* kGap = "   ";
+constexpr const char* kBranch = "\u251c\u2500 ";
+constexpr const char* kLastBranch = "\u2514\u2500 ";
+
+TreeLines::TreeLines(const std::vector<std::size_t>& depths) : items_(depths.size()) {
+  std::vector<bool> hasLater;  // by depth: of what follows below the same parent
+  for (std::size_t i = depths.size(); i-- > 0;) {
+    const std::size_t depth = depths[i];
+    hasLater.resize(std::max(hasLater.size(), depth + 1));
+    items_[i] = {depth, !hasLater[depth], i + 1 < depths.size() && depths[i + 1] > depth};
+    hasLater.resize(depth + 1);
+    hasLater[depth] = true;
+  }
+}
+
+std::string TreeLines::Next() {
+  const Item& item = items_[next_++];
+  isOpen_.resize(item.depth + 1);
+  isOpen_[item.depth] = !item.isLast;
+  std::string text;
+  for (std::size_t depth = 1; depth < std::min(item.depth, kDeepest); ++depth) {
+    text += isOpen_[depth] ? kThrough : kGap;
+  }
+  if (item.depth > 0) {
+    text += item.isLast ? kLastBranch : kBranch;
+  }
+  return item.depth > kDeepest ? text + "(depth " + std::to_string(item.depth) + ") " : text;
+}
+
+std::string TreeLines::Further() const {
+  const Item& item = items_[next_ - 1];
+  std::string text;
+  for (std::size_t depth = 1; depth <= std::min(item.depth, kDeepest); ++depth) {
+    text += isOpen_[depth] ? kThrough : kGap;
+  }
+  return text + (item.hasChildren ? kThrough : kGap);
+}
 
 namespace Analysis = LbtTev::Analysis;
 using Analysis::Model;

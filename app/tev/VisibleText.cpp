@@ -1,12 +1,13 @@
-// Makes text fit for terminals.
+// Text and numbers for people, fit for terminals.
 
 #include "tev/VisibleText.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
-
-#include "tev/CharacterWidth.h"
 
 namespace {
 
@@ -177,4 +178,26 @@ std::string FirstColumns(std::string_view text, std::size_t columns) {
     rest.remove_prefix(std::max<std::size_t>(character.length, 1));
   }
   return std::string(text.substr(0, text.size() - rest.size()));
+}
+
+std::string Counted(std::uint64_t count, const std::string& what) {
+  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+std::string NumberText(double number) {
+  constexpr double kMostWithoutExponent = 1e15;
+  if (std::trunc(number) == number && std::fabs(number) < kMostWithoutExponent) {
+    return std::to_string(static_cast<std::int64_t>(number));
+  }
+  std::array<char, 32> text{};
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+}
+
+std::string NumberOrDash(const std::optional<double>& number) {
+  return number ? NumberText(*number) : "-";
+}
+
+std::string MeanText(double mean) {
+  constexpr double kHundredths = 100;
+  return NumberText(std::round(mean * kHundredths) / kHundredths);
 }

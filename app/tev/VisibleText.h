@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -26,3 +28,20 @@
 
 /// What of valid UTF-8 fits into "columns". Marks stay with their character.
 [[nodiscard]] std::string FirstColumns(std::string_view text, std::size_t columns);
+
+/// "1 node", "2 nodes".
+[[nodiscard]] std::string Counted(std::uint64_t count, const std::string& what);
+
+/// A number with as few digits as it can be read back from.
+[[nodiscard]] std::string NumberText(double number);
+
+/// A number, or "-" where there is none.
+[[nodiscard]] std::string NumberOrDash(const std::optional<double>& number);
+
+/// How many nodes an element has, on average: "4", "4.25".
+[[nodiscard]] std::string MeanText(double mean);
+
+/// How many columns of a terminal a printable character takes: two for the wide ones of
+/// East Asian scripts and pictographs, none for marks that stand on the character before
+/// them and for invisible ones, one for every other.
+[[nodiscard]] std::size_t ColumnsOf(std::uint32_t point);

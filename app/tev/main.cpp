@@ -6,8 +6,7 @@
 #include <new>
 
 #include "Lbt/Util/FileAccess.h"
-#include "tev/FileRun.h"
-#include "tev/RunTev.h"
+#include "tev/Verbs.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "tev/CharacterWidth.h"
+#include "tev/VisibleText.h"
 
 namespace {
 

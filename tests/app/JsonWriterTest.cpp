@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "tev/JsonWriter.h"
+#include "tev/Json.h"
 
 namespace {
 

@@ -126,6 +126,15 @@ TEST_F(FailingCallsOfTev, ReadThatFails_IsANamedFailure) {
   EXPECT_GT(ExpectAnswerOrFailure("read-error", {"blocks"}), 3);
 }
 
+TEST_F(FailingCallsOfTev, ReadThatTheSystemRefuses_IsToldWithTheReason) {
+  // A header of three reads and the index come first.
+  constexpr long kFirstBlock = 5;
+  const RunResult result = RunTev({"info", "--jsonl", model}, Failing("read-error", kFirstBlock));
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.error, "tev: " + model + ": cannot read: Is a directory\n");
+  EXPECT_NE(result.output.find("{\"code\": \"io-error\", "), std::string::npos) << result.output;
+}
+
 // As above: a file that ends in the middle of its version has one that is as good.
 TEST_F(FailingCallsOfTev, ReadThatEndsEarly_IsANamedFailure) {
   EXPECT_GT(ExpectAnswerOrFailure("read-end", {"info"}, {AnswerOfCutVersion("info", "version ")}),

@@ -87,7 +87,7 @@ TEST_F(TevCdf, OutputThatCannotBeOpened_IsAnError) {
 TEST_F(TevCdf, FullDisk_IsAnError) {
   Write("a.tev", SmallModel());
   ExpectFailure({"cdf", "a.tev", "mesh 1", "/dev/full"},
-                "tev: /dev/full: cannot write the answer\n");
+                "tev: /dev/full: cannot write the answer: No space left on device\n");
 }
 
 TEST_F(TevCdf, MissingModel_IsAnError) {

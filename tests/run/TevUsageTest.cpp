@@ -118,7 +118,8 @@ TEST_F(TevUsage, FullDisk_IsAWriteErrorWithStatus2) {
        {std::vector<std::string>{"info", "a.tev"}, {"blocks", "--json", "a.tev"}, {"--help"}}) {
     const RunResult run = Run(arguments, options);
     EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.error, "tev: standard output: cannot write the answer\n");
+    EXPECT_EQ(run.error,
+              "tev: standard output: cannot write the answer: No space left on device\n");
   }
 }
 
@@ -129,7 +130,7 @@ TEST_F(TevUsage, ClosedStandardOutput_IsAWriteErrorAndNoModelIsHarmed) {
   options.output = Redirect{Redirect::Kind::Closed};
   const RunResult run = Run({"info", "a.tev"}, options);
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.error, "tev: standard output: cannot write the answer\n");
+  EXPECT_EQ(run.error, "tev: standard output: cannot write the answer: Bad file descriptor\n");
   EXPECT_EQ(dir.Read("a.tev"), bytes);
 }
 

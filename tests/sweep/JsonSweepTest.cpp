@@ -12,7 +12,7 @@
 #include "support/Process.h"
 #include "support/TempDir.h"
 #include "support/VariedModels.h"
-#include "tev/RunTev.h"
+#include "tev/Verbs.h"
 
 namespace {
 

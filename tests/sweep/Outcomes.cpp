@@ -16,7 +16,7 @@
 #include "Lbt/Tev/TevInfo/Entries.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Util/Exception.h"
-#include "tev/RunTev.h"
+#include "tev/Verbs.h"
 
 namespace {
 

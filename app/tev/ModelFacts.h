@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "Lbt/Tev/Analysis/Facts.h"
+#include "Lbt/Tev/Analysis/Model.h"
+#include "Lbt/Tev/Analysis/Statistics.h"
+#include "Lbt/Tev/Tree.h"
+#include "Lbt/Util/AttributeValue.h"
+#include "tev/Json.h"
+
+/// One of the solver's files that a model was made from, as the model tells of it.
+struct NativeFile {
+  std::optional<std::string> path;
+  std::optional<std::string> type;     ///< the format that the path's name indicates
+  std::optional<std::string> size;     ///< as the model has it, with a unit
+  std::optional<std::uint64_t> bytes;  ///< as many as that size stands for, which is rounded
+};
+
+/// What the attributes of a model's root tell.
+struct RootFacts {
+  std::optional<double> nodes;
+  std::optional<double> elements;
+  LbtTev::Analysis::Units units;
+  NativeFile modelFile;
+  NativeFile resultsFile;
+  LbtUtil::AttributeMap others;  ///< those that tell none of the above
+};
+
+[[nodiscard]] RootFacts RootFactsOf(const LbtTev::Tree& tree);
+
+/// The bytes that a size like "12.5 MB" stands for; none for any other text.
+[[nodiscard]] std::optional<std::uint64_t> BytesOfSize(const std::string& size);
+
+/// How many elements have how many nodes, for each part that it could be read for; null for any
+/// other.
+using PartCounts = std::vector<std::shared_ptr<const LbtTev::Analysis::ElementCounts>>;
+
+/// Writes the members "parts" and "steps" of a model, the same for every verb that tells of them.
+/// Parts have their exact counts where there are any.
+void WriteParts(const LbtTev::Analysis::Model& model, JsonWriter& json,
+                const PartCounts* counts = nullptr);
+void WriteSteps(const LbtTev::Analysis::Model& model, JsonWriter& json);
+
+/// The text of a field's step; null for none.
+[[nodiscard]] Json StepJson(const LbtTev::Analysis::Model& model,
+                            const LbtTev::Analysis::Field& field);
+
+/// Writes what a model holds in sections for people. Sections without anything in them are left
+/// out. "counts" may be null.
+void WriteInfoText(const LbtTev::Analysis::Model& model, const PartCounts* counts,
+                   std::ostream& stream);
