@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <future>
 #include <memory>
 #include <optional>
@@ -23,15 +24,30 @@ class BlocksAhead {
   /// As many blocks ahead are of use; more would only take memory.
   static constexpr std::size_t kMost = 2;
 
-  /// "positions" are bytes of the stream in the order in which they will be wanted, "count" is how
-  /// many blocks other threads inflate at the same time: for 0 none is inflated here. All reading
-  /// stays in the caller's thread. "stream" must outlive this.
-  BlocksAhead(ModelStream& stream, std::size_t count, std::span<const unsigned long> positions);
+  /// "count" is how many blocks other threads inflate at the same time: for 0 none is inflated
+  /// here. All reading stays in the caller's thread. "stream" must outlive this.
+  BlocksAhead(ModelStream& stream, std::size_t count)
+      : stream_(&stream), file_(&stream.GetFile()), count_(count < kMost ? count : kMost) {}
+
+  /// "positions" are bytes of the stream in the order in which they will be wanted. A block, by its
+  /// entry, that "isLeftOut" names is not inflated before its turn. To be called once.
+  void Plan(std::span<const unsigned long> positions,
+            std::function<bool(std::size_t entry)> isLeftOut = {});
+
+  /// Where a byte of the stream lies by the recorded lengths.
+  struct Place {
+    std::size_t entry = 0;     ///< of the index
+    std::uint64_t offset = 0;  ///< in the block's contents
+  };
+  [[nodiscard]] std::optional<Place> Locate(unsigned long position);
 
   /// The block that holds a position, with its cursor there; null where it was not inflated
   /// here. Valid until the next call. Throws "Out of Bounds" where blocks are inflated again and
   /// again: that counts towards the request of the stream.
   [[nodiscard]] LbtLbf::Block* Find(unsigned long position);
+
+  /// Lets the block in hand go where nothing else in it was planned.
+  void DropUsedUp();
 
  private:
   /// A block on its way to its contents.
@@ -46,7 +62,7 @@ class BlocksAhead {
   };
 
   void Measure();
-  [[nodiscard]] std::optional<std::size_t> PlaceOf(unsigned long position) const;
+  [[nodiscard]] std::optional<std::size_t> PlaceOf(unsigned long position);
   [[nodiscard]] std::unique_ptr<Work> Prepare(std::size_t entry) const;
   static void Run(Work& work);
   void StartNext();
@@ -56,9 +72,12 @@ class BlocksAhead {
   ModelStream* stream_;
   LbtLbf::LbFile* file_;
   std::size_t count_;
+  std::function<bool(std::size_t)> isLeftOut_;
+  bool isMeasured_ = false;
   std::vector<std::uint64_t> starts_;  // of the stream's blocks, and its end
   std::vector<std::size_t> entries_;   // those blocks
   std::vector<bool> wasInflated_;      // of those, whether they were before
+  std::vector<std::size_t> uses_;      // of those, how many are planned and have not come
   std::vector<std::size_t> wanted_;    // entries in order
   std::size_t next_ = 0;               // of these, the first that was not started
   std::deque<std::unique_ptr<Work>> ahead_;

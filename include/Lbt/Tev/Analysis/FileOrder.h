@@ -61,7 +61,8 @@ void LoadInFileOrder(const WantedOfModel& wanted,
                      const std::function<void(std::size_t place, const LoadedGroup& loaded)>& take);
 
 /// The same for two models with as many groups each, of which those at the same place belong
-/// together: in the order of A, and in B what stands at the same place of a group with it.
+/// together: in the order of A, and in B what stands at the same place of a group with it. What
+/// both store in the same bytes is inflated once.
 void LoadInFileOrder(const WantedOfModel& a, const WantedOfModel& b,
                      const std::function<void(std::size_t place, const LoadedGroup& ofA,
                                               const LoadedGroup& ofB)>& take);

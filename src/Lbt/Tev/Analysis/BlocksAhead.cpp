@@ -9,40 +9,47 @@
 
 namespace LbtTev::Analysis {
 
-BlocksAhead::BlocksAhead(ModelStream& stream, std::size_t count,
-                         std::span<const unsigned long> positions)
-    : stream_(&stream), file_(&stream.GetFile()), count_(std::min(count, kMost)) {
+void BlocksAhead::Plan(std::span<const unsigned long> positions,
+                       std::function<bool(std::size_t)> isLeftOut) {
+  isLeftOut_ = std::move(isLeftOut);
   if (count_ == 0) {
     return;
   }
-  try {
-    Measure();
-  } catch (const std::exception&) {
-    starts_.clear();  // what is wrong is told where the block is needed
-  }
   for (const unsigned long position : positions) {
-    const std::optional<std::size_t> place = PlaceOf(position);
-    if (place && (wanted_.empty() || wanted_.back() != entries_[*place])) {
-      wanted_.push_back(entries_[*place]);
+    if (const std::optional<std::size_t> place = PlaceOf(position)) {
+      ++uses_[*place];
+      if (wanted_.empty() || wanted_.back() != entries_[*place]) {
+        wanted_.push_back(entries_[*place]);
+      }
     }
   }
 }
 
+/// What is wrong with a stream is told where the block is needed.
 void BlocksAhead::Measure() {
+  isMeasured_ = true;
   const auto& streams = file_->GetIndex().GetStreams();
   const auto found = streams.find(stream_->GetName());
   if (found == streams.end()) {
     return;
   }
-  starts_.push_back(0);
-  for (const std::uint64_t entry : found->second.Limiter().blocks) {
-    entries_.push_back(entry);
-    starts_.push_back(starts_.back() + file_->ReadRecordedLength(entry));
+  try {
+    starts_.push_back(0);
+    for (const std::uint64_t entry : found->second.Limiter().blocks) {
+      entries_.push_back(entry);
+      starts_.push_back(starts_.back() + file_->ReadRecordedLength(entry));
+    }
+  } catch (const std::exception&) {
+    starts_.clear();
   }
   wasInflated_.resize(entries_.size());
+  uses_.resize(entries_.size());
 }
 
-std::optional<std::size_t> BlocksAhead::PlaceOf(unsigned long position) const {
+std::optional<std::size_t> BlocksAhead::PlaceOf(unsigned long position) {
+  if (!isMeasured_) {
+    Measure();
+  }
   if (starts_.empty() || position >= starts_.back()) {
     return std::nullopt;
   }
@@ -50,11 +57,24 @@ std::optional<std::size_t> BlocksAhead::PlaceOf(unsigned long position) const {
   return static_cast<std::size_t>(after - starts_.begin()) - 1;
 }
 
-LbtLbf::Block* BlocksAhead::Find(unsigned long position) {
+std::optional<BlocksAhead::Place> BlocksAhead::Locate(unsigned long position) {
   const std::optional<std::size_t> place = PlaceOf(position);
+  return place ? std::optional(Place{entries_[*place], position - starts_[*place]}) : std::nullopt;
+}
+
+void BlocksAhead::DropUsedUp() {
+  if (place_ && uses_[*place_] == 0) {
+    current_.reset();
+    place_.reset();
+  }
+}
+
+LbtLbf::Block* BlocksAhead::Find(unsigned long position) {
+  const std::optional<std::size_t> place = count_ == 0 ? std::nullopt : PlaceOf(position);
   if (!place) {
     return nullptr;
   }
+  uses_[*place] -= uses_[*place] == 0 ? 0U : 1U;
   if (place_ != place) {
     MoveTo(*place);
   }
@@ -134,7 +154,8 @@ void BlocksAhead::Run(Work& work) {
 
 void BlocksAhead::StartNext() {
   for (; ahead_.size() < count_ && next_ < wanted_.size(); ++next_) {
-    std::unique_ptr<Work> work = Prepare(wanted_[next_]);
+    const bool isLeftOut = isLeftOut_ && isLeftOut_(wanted_[next_]);
+    std::unique_ptr<Work> work = isLeftOut ? nullptr : Prepare(wanted_[next_]);
     if (work == nullptr) {
       continue;
     }

@@ -38,6 +38,51 @@ std::exception_ptr CurrentFailure(const ModelStream& stream) {
   }
 }
 
+/// Compares blocks of two files as they are stored: equal bytes have equal contents, which need be
+/// inflated but once.
+class TwinBlocks {
+ public:
+  TwinBlocks(LbtLbf::LbFile& a, LbtLbf::LbFile& b) : a_(&a), b_(&b) {}
+
+  [[nodiscard]] bool HaveSameBytes(std::size_t entryOfA, std::size_t entryOfB) {
+    const auto [known, isNew] = known_.try_emplace({entryOfA, entryOfB});
+    if (isNew) {
+      known->second =
+          Compare(a_->GetIndex().GetItems()[entryOfA], b_->GetIndex().GetItems()[entryOfB]);
+    }
+    return known->second;
+  }
+
+ private:
+  [[nodiscard]] bool Compare(const LbtLbf::IndexItem& a, const LbtLbf::IndexItem& b) const {
+    constexpr std::size_t kPiece = std::size_t{256} * 1024;
+    if (a.size != b.size || a.IsCompressed() != b.IsCompressed()) {
+      return false;
+    }
+    std::vector<unsigned char> ofA(std::min<std::size_t>(kPiece, a.size));
+    std::vector<unsigned char> ofB(ofA.size());
+    try {
+      for (std::size_t done = 0; done < a.size; done += ofA.size()) {
+        const std::size_t count = std::min<std::size_t>(ofA.size(), a.size - done);
+        const auto piece = std::span(ofA).first(count);
+        const auto pieceOfB = std::span(ofB).first(count);
+        if (a_->ReadStored(a.position + done, piece) != count ||
+            b_->ReadStored(b.position + done, pieceOfB) != count ||
+            !std::ranges::equal(piece, pieceOfB)) {
+          return false;
+        }
+      }
+    } catch (const Lbt::Util::Exception&) {
+      return false;  // what cannot be read is told where it is loaded
+    }
+    return true;
+  }
+
+  LbtLbf::LbFile* a_;
+  LbtLbf::LbFile* b_;
+  std::map<std::pair<std::size_t, std::size_t>, bool> known_;
+};
+
 /// The arrays of one model that groups wait for. Turns are those of the arrays of the model whose
 /// order counts.
 class Side {
@@ -46,9 +91,9 @@ class Side {
 
   explicit Side(const WantedOfModel& wanted)
       : tree_(wanted.tree),
-        ahead_(wanted.ahead),
         heavy_(wanted.tree->GetStreams().heavy),
-        request_(*heavy_) {
+        request_(*heavy_),
+        blocks_(*heavy_, wanted.ahead) {
     groups_.reserve(wanted.groups.size());
     for (const WantedGroup& group : wanted.groups) {
       std::vector<Array*>& arrays = groups_.emplace_back();
@@ -74,8 +119,11 @@ class Side {
       for (std::size_t role = 0; role < groups_[group].size(); ++role) {
         if (Array* array = groups_[group][role]; array != nullptr) {
           const Array* counterpart = other.groups_[group][role];
-          array->turn = std::min(array->turn,
-                                 counterpart == nullptr ? other.TurnOf(group) : counterpart->turn);
+          const std::size_t turn = counterpart == nullptr ? other.TurnOf(group) : counterpart->turn;
+          if (turn < array->turn) {
+            array->turn = turn;
+            array->counterpart = counterpart;
+          }
         }
       }
     }
@@ -97,13 +145,23 @@ class Side {
   }
 
   void Start() {
-    std::vector<unsigned long> positions;
+    const auto isLeftOut = [this](std::size_t entry) {
+      const auto twin = twinOf_.find(entry);
+      return twin != twinOf_.end() && twins_->HaveSameBytes(twin->second, entry);
+    };
+    blocks_.Plan(Positions(), twins_ == nullptr ? std::function<bool(std::size_t)>() : isLeftOut);
+  }
+
+  /// What is stored alike in "leader" is taken from there: of two runs much is the same. "twins"
+  /// compares their blocks.
+  void ShareWith(Side& leader, TwinBlocks& twins) {
+    leader_ = &leader;
+    twins_ = &twins;
     for (const Turn& turn : order_) {
-      if (turn.array->source->loader != nullptr) {
-        positions.push_back(turn.key->position);
+      if (const auto twin = TwinOf(*turn.array)) {
+        twinOf_.insert(*twin);
       }
     }
-    blocks_.emplace(*heavy_, ahead_, positions);
   }
 
   /// Loads the arrays whose turn it is.
@@ -134,6 +192,7 @@ class Side {
     bool isOfWholes = false;
     std::size_t users = 0;  // groups that have not been handed out
     std::size_t turn = kNoTurn;
+    const Array* counterpart = nullptr;  // of the other model, with the same turn
     LoadedArray loaded{};
   };
 
@@ -154,28 +213,72 @@ class Side {
     return &array;
   }
 
+  [[nodiscard]] std::vector<unsigned long> Positions() const {
+    std::vector<unsigned long> positions;
+    for (const Turn& turn : order_) {
+      if (turn.array->source->loader != nullptr) {
+        positions.push_back(turn.key->position);
+      }
+    }
+    return positions;
+  }
+
   void Load(Array& array) {
+    if (TakeFromCounterpart(array)) {
+      return;
+    }
     LoadedArray& loaded = array.loaded;
     loaded.failure = FailureOfLoad(*tree_, [&] {
       if (array.isOfWholes) {
         loaded.wholes = std::make_shared<const std::vector<unsigned int>>(
-            LoadArray<unsigned int>(*array.source, *blocks_));
+            LoadArray<unsigned int>(*array.source, blocks_));
       } else {
         loaded.floats =
-            std::make_shared<const std::vector<float>>(LoadArray<float>(*array.source, *blocks_));
+            std::make_shared<const std::vector<float>>(LoadArray<float>(*array.source, blocks_));
       }
     });
+    blocks_.DropUsedUp();
+  }
+
+  /// The block of an array, and the one of the leader in which its counterpart lies at the same
+  /// place and in the same form.
+  [[nodiscard]] std::optional<std::pair<std::size_t, std::size_t>> TwinOf(const Array& array) {
+    const NumericArray* other = array.counterpart == nullptr ? nullptr : array.counterpart->source;
+    if (other == nullptr || other->loader == nullptr || array.source->loader == nullptr) {
+      return std::nullopt;
+    }
+    ArrayKey key(*array.source);
+    ArrayKey keyOfOther(*other);
+    const auto place = blocks_.Locate(std::exchange(key.position, 0));
+    const auto placeOfOther = leader_->blocks_.Locate(std::exchange(keyOfOther.position, 0));
+    const bool isAlike = place && placeOfOther && key == keyOfOther &&
+                         place->offset == placeOfOther->offset &&
+                         array.isOfWholes == array.counterpart->isOfWholes;
+    return isAlike ? std::optional(std::pair(place->entry, placeOfOther->entry)) : std::nullopt;
+  }
+
+  [[nodiscard]] bool TakeFromCounterpart(Array& array) {
+    const bool isThere = twins_ != nullptr && array.counterpart != nullptr &&
+                         array.counterpart->loaded.failure == nullptr;
+    const auto twin = isThere ? TwinOf(array) : std::nullopt;
+    if (!twin || !twins_->HaveSameBytes(twin->second, twin->first)) {
+      return false;
+    }
+    array.loaded = array.counterpart->loaded;
+    return true;
   }
 
   const Tree* tree_;
-  std::size_t ahead_;
   std::shared_ptr<ModelStream> heavy_;
   ModelStream::Request request_;
   std::map<std::pair<ArrayKey, bool>, Array> arrays_;  // in the order of the file
   std::vector<std::vector<Array*>> groups_;
   std::vector<Turn> order_;
   std::size_t next_ = 0;  // in "order_"
-  std::optional<BlocksAhead> blocks_;
+  BlocksAhead blocks_;
+  Side* leader_ = nullptr;
+  TwinBlocks* twins_ = nullptr;
+  std::map<std::size_t, std::size_t> twinOf_;  // of blocks, by their entries
 };
 
 /// Calls "load" with each turn of "leader", and "take" with the groups that are there then.
@@ -236,6 +339,8 @@ void LoadInFileOrder(const WantedOfModel& a, const WantedOfModel& b,
   Side sideB(b);
   sideA.TakeTurns();
   sideB.FollowTurnsOf(sideA);
+  TwinBlocks twins(a.tree->GetStreams().heavy->GetFile(), b.tree->GetStreams().heavy->GetFile());
+  sideB.ShareWith(sideA, twins);
   sideA.Start();
   sideB.Start();
   ForTurns(
