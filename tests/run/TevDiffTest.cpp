@@ -27,6 +27,10 @@ class TevDiff : public TevRun {
   }
 };
 
+/// The geometry of the part below, and the group that it lies under.
+constexpr NodeRef kSmallGroup = 2;
+constexpr NodeRef kSmallGeometry = 4;
+
 /// A part of three nodes and two faces with one field.
 struct Small {
   std::vector<float> nodeIds{11, 12, 13};
@@ -191,6 +195,64 @@ TEST_F(TevDiff, ADamagedBlock_IsNamedAndTheOthersAreCompared) {
   EXPECT_NE(run.output.find("field \"Frame\" \"Temperature\" \"Time = 0.5\": 5 of 5"),
             std::string::npos)
       << run.output;
+}
+
+TEST_F(TevDiff, ABlockThatZlibRefusesInOne_IsNamedWithItsModel) {
+  ModelWriter model = SmallModel();
+  model.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord,
+                               .packing = StreamLayout::Packing::Compressed});
+  Write("sound.tev", model);
+  ContainerWriter container = model.ToContainer();
+  std::size_t heavy = 0;
+  for (BlockSpec& block : container.Blocks()) {
+    if (block.name == kHeavyData && heavy++ == 5) {  // the displacement of the first part
+      block.storedBytes = Compressed(block.payload);
+      block.storedBytes->at(10) ^= 0x7F;
+    }
+  }
+  dir.Write("damaged.tev", container.Build().bytes);
+  for (const auto& [a, b] : {std::pair("sound.tev", "damaged.tev"),
+                             {"damaged.tev", "sound.tev"},
+                             {"damaged.tev", "damaged.tev"}}) {
+    for (const char* jobs : {"1", "2"}) {
+      const RunResult run = Run({"diff", a, b, "-j", jobs});
+      EXPECT_EQ(run.status, 2);
+      EXPECT_NE(
+          run.error.find("damaged.tev: part \"Frame\", result \"Displacement\", step \"Time = "
+                         "0.5\": zlib refuses the data of block "),
+          std::string::npos)
+          << run.error;
+      EXPECT_EQ(run.output, kSame);  // of what could be read
+    }
+  }
+}
+
+TEST_F(TevDiff, AMovedMesh_IsComparedAtItsStep) {
+  const auto moved = [](float place) {
+    ModelWriter model = Small().Model();
+    model.AddVariable(kSmallGeometry, Variable::Floats("Coordinates\x1eTime = 2", kCoordinates, 3,
+                                                       {0, 0, 0, 1, 0, 0, place, 0, 0}));
+    return model;
+  };
+  EXPECT_EQ(Diff(moved(2), moved(2)), kSame);
+  EXPECT_EQ(
+      Diff(moved(2), moved(3)),
+      "mesh \"P\" \"Coordinates\" \"Time = 2\": 1 of 9 numbers differ, by 1 at most: 2 and 3, "
+      "component 1 at 13, root mean square 0.333333\nThe models differ: 1 difference\n");
+}
+
+TEST_F(TevDiff, ALinkedArray_IsComparedWithTheNumbersThatItNames) {
+  const auto twoParts = [](bool isLinked, float last) {
+    ModelWriter model = Small().Model();
+    const NodeRef mesh = model.AddGeometry("h", model.AddShape("Q", kSmallGroup));
+    model.AddVariable(mesh, isLinked ? Variable::Link("R\x1eTime = 1", 13, kSmallGeometry, 5)
+                                     : Variable::Floats("R\x1eTime = 1", 13, 1, {1, 2, last}));
+    return model;
+  };
+  EXPECT_EQ(Diff(twoParts(true, 0), twoParts(false, 4)), kSame);
+  EXPECT_EQ(Diff(twoParts(false, 5), twoParts(true, 0)),
+            "field \"Q\" \"R\" \"Time = 1\": 1 of 3 numbers differ, by 1 at most: 5 and 4, "
+            "component 1 at [2], root mean square 0.57735\nThe models differ: 1 difference\n");
 }
 
 TEST_F(TevDiff, Quiet_TellsByTheStatusAlone) {
