@@ -162,7 +162,6 @@ void WriteAllParts(const Model& model, const PartCounts* counts, std::ostream& s
        {PartKind::IsoVolume, "Iso-volumes"},
        {PartKind::FlowLine, "Flow lines"},
        {PartKind::Shape, "Other shapes"}}};
-  const LbtTev::ModelStream::Request names(model.GetTree().GetStreams().tree);
   for (const auto& [kind, heading] : kKinds) {
     WriteParts(model, heading, kind, counts, stream);
   }

@@ -148,7 +148,6 @@ void WriteParts(const Model& model, JsonWriter& json, const PartCounts* counts) 
   model.RequireModestPaths();
   json.Key("parts");
   json.OpenList();
-  const LbtTev::ModelStream::Request names(model.GetTree().GetStreams().tree);
   for (std::size_t i = 0; i < model.Parts().size(); ++i) {
     WritePart(model, i, counts, json);
   }

@@ -143,9 +143,7 @@ class Model {
   /// The step of that text.
   [[nodiscard]] std::optional<std::size_t> FindStep(std::string_view text) const;
 
-  /// The names of the groups above a part from the root down; of very many the lowest. They count
-  /// towards a request of the tree's stream: throws "Out of Bounds" beyond its limit, since all
-  /// parts may lie under one group with a long name.
+  /// The names of the groups above a part from the root down; of very many the lowest.
   [[nodiscard]] std::vector<std::string> PathOf(const Part& part) const;
 
   /// Counts what the paths of all parts repeat of long names as one request of the tree's stream.

@@ -169,9 +169,7 @@ void Model::RequireModestPaths() const {
 
 std::vector<std::string> Model::PathOf(const Part& part) const {
   std::vector<std::string> path;
-  ModelStream& names = tree_->GetStreams().tree;
-  ForGroupsAbove(*tree_, part.id, [&](const Group& group) {
-    names.Charge(group.name.size());
+  ForGroupsAbove(*tree_, part.id, [&path](const Group& group) {
     path.push_back(ShownName(group.name));
     return true;
   });
