@@ -31,16 +31,17 @@ std::vector<StoredBlock> ReadBlocks(const char* path) {
   LbtLbf::LbFile file;
   file.OpenFile(path, "rb");
   std::vector<StoredBlock> blocks;
-  for (const LbtLbf::BlockFacts& facts : LbtLbf::ListContainer(file).blocks) {
-    if (facts.isCompressed && facts.stream != "Heavy Data") {
-      StoredBlock block{std::vector<unsigned char>(facts.storedSize - kLengthField),
-                        facts.inflatedSize.value()};
-      if (file.ReadStored(facts.offset + kLengthField, block.stream) != block.stream.size()) {
-        throw std::runtime_error("a block is not all there");
-      }
-      blocks.push_back(std::move(block));
+  static_cast<void>(LbtLbf::ListContainer(file, [&](const LbtLbf::BlockFacts& facts) {
+    if (!facts.isCompressed || facts.stream == "Heavy Data") {
+      return;
     }
-  }
+    StoredBlock block{std::vector<unsigned char>(facts.storedSize - kLengthField),
+                      facts.inflatedSize.value()};
+    if (file.ReadStored(facts.offset + kLengthField, block.stream) != block.stream.size()) {
+      throw std::runtime_error("a block is not all there");
+    }
+    blocks.push_back(std::move(block));
+  }));
   return blocks;
 }
 

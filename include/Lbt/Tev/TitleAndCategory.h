@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "Lbt/Util/AttributeValue.h"
 
@@ -13,6 +14,9 @@ class TitleAndCategory {
  public:
   /// Takes the attributes of one result.
   void Add(const LbtUtil::AttributeMap& attributes);
+
+  /// Takes one attribute of a result.
+  void Add(std::string_view name, const LbtUtil::AttributeValue& value);
 
   /// The smallest of the results' titles, in byte order; none where none has one.
   [[nodiscard]] const std::optional<std::string>& Title() const { return title_; }

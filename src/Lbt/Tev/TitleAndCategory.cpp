@@ -1,7 +1,8 @@
 // Works out what a model is called and what kind of analysis it holds.
+
 #include "Lbt/Tev/TitleAndCategory.h"
 
-#include <string_view>
+#include "Lbt/Tev/Vocabulary.h"
 
 namespace LbtTev {
 
@@ -17,17 +18,21 @@ void KeepSmallest(std::optional<std::string>& smallest, const LbtUtil::Attribute
 
 }  // namespace
 
+void TitleAndCategory::Add(std::string_view name, const LbtUtil::AttributeValue& value) {
+  if (name == ResultAttribute::kTitle) {
+    KeepSmallest(title_, value);
+  } else if (name == ResultAttribute::kCategory) {
+    KeepSmallest(category_, value);
+  }
+  hasLoadCase_ = hasLoadCase_ || name == ResultAttribute::kLoadCase;
+  hasMode_ = hasMode_ || name == ResultAttribute::kMode;
+  hasFrequency_ = hasFrequency_ || name == ResultAttribute::kFrequency;
+  hasTime_ = hasTime_ || name == ResultAttribute::kTime;
+}
+
 void TitleAndCategory::Add(const LbtUtil::AttributeMap& attributes) {
   for (const auto& [name, value] : attributes) {
-    if (name == "Title") {
-      KeepSmallest(title_, value);
-    } else if (name == "Category") {
-      KeepSmallest(category_, value);
-    }
-    hasLoadCase_ = hasLoadCase_ || name == "LoadCase";
-    hasMode_ = hasMode_ || name == "Mode";
-    hasFrequency_ = hasFrequency_ || name == "Frequency";
-    hasTime_ = hasTime_ || name == "Time";
+    Add(name, value);
   }
 }
 

@@ -72,45 +72,20 @@ void SummaryCollector::Add(const Geometry::VarStruct& variable, const VariableNa
 void SummaryCollector::AddAll(const LbtUtil::AttributeMap& attributes, bool hasInstance) {
   for (const auto& [key, value] : attributes) {
     const std::string_view name = key;
-    if (name == ResultAttribute::kTitle) {
-      Insert(titles_, value);
-    } else if (name == ResultAttribute::kCategory) {
-      Insert(categories_, value);
-    } else if (name == ResultAttribute::kFrequency) {
+    titleAndCategory_.Add(name, value);
+    if (name == ResultAttribute::kFrequency) {
       Insert(frequencies_, value);
     } else if (name == ResultAttribute::kTime) {
       Insert(times_, value);
     } else if (name == ResultAttribute::kInstanceName && !hasInstance) {
       value.WithText([this](std::string_view text) { InsertInstance(instanceNames_, text); });
     }
-    hasMode_ = hasMode_ || name == ResultAttribute::kMode;
-    hasLoadCase_ = hasLoadCase_ || name == ResultAttribute::kLoadCase;
   }
-}
-
-/// An explicit category wins; else the first kind of step that any result has names the
-/// analysis. "Frequency" is no name of an analysis, and what users see all the same.
-std::string SummaryCollector::Category() const {
-  if (!categories_.empty()) {
-    return *categories_.begin();
-  }
-  if (hasLoadCase_) {
-    return "Structural";
-  }
-  if (hasMode_) {
-    return "Modal";
-  }
-  if (!frequencies_.empty()) {
-    return "Frequency";
-  }
-  return times_.empty() ? "Unknown" : "Transient";
 }
 
 SummaryFacts SummaryCollector::TakeFacts() {
-  if (!titles_.empty()) {
-    facts_.title = *titles_.begin();
-  }
-  facts_.category = Category();
+  facts_.title = titleAndCategory_.Title();
+  facts_.category = titleAndCategory_.Category();
   facts_.results.assign(resultNames_.begin(), resultNames_.end());
   facts_.instances.assign(instanceNames_.begin(), instanceNames_.end());
   facts_.timeSteps.assign(times_.begin(), times_.end());

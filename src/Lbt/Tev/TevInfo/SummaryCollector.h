@@ -8,6 +8,7 @@
 
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
+#include "Lbt/Tev/TitleAndCategory.h"
 #include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/AttributeValue.h"
 #include "Lbt/Util/SharedAttributes.h"
@@ -43,19 +44,15 @@ class SummaryCollector {
   static void Insert(Texts& texts, const LbtUtil::AttributeValue& value);
   static void InsertInstance(Texts& texts, std::string_view name);
   void AddAll(const LbtUtil::AttributeMap& attributes, bool hasInstance);
-  [[nodiscard]] std::string Category() const;
 
   SummaryFacts facts_;                // what shapes tell
   LbtUtil::SharedAttributes former_;  // of the variable before
   bool formerHadInstance_ = false;
   Texts resultNames_;
   Texts instanceNames_;
-  Texts titles_;
-  Texts categories_;
+  TitleAndCategory titleAndCategory_;
   Texts frequencies_;
   Texts times_;
-  bool hasMode_ = false;
-  bool hasLoadCase_ = false;
 };
 
 }  // namespace LbtTev::Report
