@@ -85,11 +85,11 @@ class TwinBlocks {
 
 /// The arrays of one model that groups wait for. Turns are those of the arrays of the model whose
 /// order counts.
-class Side {
+class LoadSide {
  public:
   static constexpr std::size_t kNoTurn = std::numeric_limits<std::size_t>::max();
 
-  explicit Side(const WantedOfModel& wanted)
+  explicit LoadSide(const WantedOfModel& wanted)
       : tree_(wanted.tree),
         heavy_(wanted.tree->GetStreams().heavy),
         request_(*heavy_),
@@ -114,7 +114,7 @@ class Side {
 
   /// Gives each array the first turn at which something of "other" stands where it does in a
   /// group; else the one at which the group is there.
-  void FollowTurnsOf(const Side& other) {
+  void FollowTurnsOf(const LoadSide& other) {
     for (std::size_t group = 0; group < groups_.size(); ++group) {
       for (std::size_t role = 0; role < groups_[group].size(); ++role) {
         if (Array* array = groups_[group][role]; array != nullptr) {
@@ -154,7 +154,7 @@ class Side {
 
   /// What is stored alike in "leader" is taken from there: of two runs much is the same. "twins"
   /// compares their blocks.
-  void ShareWith(Side& leader, TwinBlocks& twins) {
+  void ShareWith(LoadSide& leader, TwinBlocks& twins) {
     leader_ = &leader;
     twins_ = &twins;
     for (const Turn& turn : order_) {
@@ -276,14 +276,14 @@ class Side {
   std::vector<Turn> order_;
   std::size_t next_ = 0;  // in "order_"
   BlocksAhead blocks_;
-  Side* leader_ = nullptr;
+  LoadSide* leader_ = nullptr;
   TwinBlocks* twins_ = nullptr;
   std::map<std::size_t, std::size_t> twinOf_;  // of blocks, by their entries
 };
 
 /// Calls "load" with each turn of "leader", and "take" with the groups that are there then.
 template <class Load, class Take>
-void ForTurns(const Side& leader, const Load& load, const Take& take) {
+void ForTurns(const LoadSide& leader, const Load& load, const Take& take) {
   std::vector<std::pair<std::size_t, std::size_t>> groups;  // with their turns
   std::size_t next = 0;
   for (std::size_t group = 0; group < leader.GroupCount(); ++group) {
@@ -324,7 +324,7 @@ std::exception_ptr FailureOfLoad(const Tree& tree, const std::function<void()>& 
 void LoadInFileOrder(
     const WantedOfModel& wanted,
     const std::function<void(std::size_t place, const LoadedGroup& loaded)>& take) {
-  Side side(wanted);
+  LoadSide side(wanted);
   side.TakeTurns();
   side.Start();
   ForTurns(
@@ -335,8 +335,8 @@ void LoadInFileOrder(
 void LoadInFileOrder(const WantedOfModel& a, const WantedOfModel& b,
                      const std::function<void(std::size_t place, const LoadedGroup& ofA,
                                               const LoadedGroup& ofB)>& take) {
-  Side sideA(a);
-  Side sideB(b);
+  LoadSide sideA(a);
+  LoadSide sideB(b);
   sideA.TakeTurns();
   sideB.FollowTurnsOf(sideA);
   TwinBlocks twins(a.tree->GetStreams().heavy->GetFile(), b.tree->GetStreams().heavy->GetFile());
