@@ -143,8 +143,9 @@ class Comparison {
     RepeatedRows meshesOfA(*a_);
     RepeatedRows meshesOfB(*b_);
     const auto ofPart = [](const std::vector<FieldOfPart>& fields, std::size_t part) {
-      const auto found = std::ranges::equal_range(fields, part, {}, &FieldOfPart::part);
-      return std::span(found.begin(), found.end());
+      const auto first = std::ranges::lower_bound(fields, part, {}, &FieldOfPart::part);
+      const auto last = std::ranges::upper_bound(fields, part, {}, &FieldOfPart::part);
+      return std::span(first, last);
     };
     for (const auto& pair : parts.both) {
       if (selection_->results.empty()) {

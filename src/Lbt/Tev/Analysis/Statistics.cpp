@@ -77,7 +77,7 @@ PieceFigures FiguresOf(std::span<const double> numbers) {
 }
 
 /// Gathers the figures of one component, piece by piece.
-class Gathering {
+class ComponentFigures {
  public:
   /// "first" is the index of the first number's tuple.
   void Add(std::span<const double> numbers, std::size_t first) {
@@ -185,8 +185,8 @@ std::optional<std::int32_t> IdAt(std::span<const float> ids, std::size_t index) 
 Statistics StatisticsOf(std::span<const float> values, std::size_t width, const UsedNodes& used,
                         std::span<const float> ids) {
   constexpr std::size_t kVectorWidth = 3;
-  std::vector<Gathering> components(width);
-  Gathering magnitude;
+  std::vector<ComponentFigures> components(width);
+  ComponentFigures magnitude;
   Piece piece{};
   ForPieces(values, width, used, [&](std::span<const float> tuples, std::size_t first) {
     for (std::size_t component = 0; component < width; ++component) {
@@ -197,7 +197,7 @@ Statistics StatisticsOf(std::span<const float> values, std::size_t width, const 
     }
   });
   Statistics statistics{.counted = used.Count()};
-  for (const Gathering& component : components) {
+  for (const ComponentFigures& component : components) {
     const Figures& figures = statistics.components.emplace_back(component.Result(ids));
     statistics.notFinite += used.Count() - figures.finite;
   }
