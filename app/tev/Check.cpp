@@ -61,7 +61,8 @@ std::vector<std::string> LostThings(const CheckResult& result) {
     return {"the whole model"};
   }
   std::vector<std::string> things;
-  for (const auto& [count, thing] : {std::pair(result.lostBlocks, "block"),
+  for (const auto& [count, thing] : {std::pair(result.lostStreams, "stream"),
+                                     {result.lostBlocks, "block"},
                                      {result.lostRecords, "record"},
                                      {result.lostVariables, "variable"}}) {
     if (count != 0) {
@@ -82,7 +83,8 @@ std::string LossText(const CheckResult& result) {
     text += (i + 1 < things.size() ? ", " : " and ") + things[i];
   }
   const bool isOne =
-      result.isAllLost || result.lostBlocks + result.lostRecords + result.lostVariables == 1;
+      result.isAllLost ||
+      result.lostStreams + result.lostBlocks + result.lostRecords + result.lostVariables == 1;
   return text + (isOne ? " is lost" : " are lost");
 }
 

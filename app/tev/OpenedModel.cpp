@@ -2,9 +2,13 @@
 
 #include "tev/OpenedModel.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
+#include <set>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -17,11 +21,20 @@ namespace {
 using Lbt::Util::Exception;
 using LbtLbf::LbFile;
 
+/// What the index lists. Readers append an empty block, which lies nowhere, for each stream that
+/// they miss.
+std::span<const LbtLbf::IndexItem> StoredItems(const LbtLbf::Index& index) {
+  const auto& items = index.GetItems();
+  const auto end = std::find_if(items.begin(), items.end(),
+                                [](const LbtLbf::IndexItem& item) { return item.position == 0; });
+  return {items.begin(), end};
+}
+
 /// Where the file ends before its blocks do; none where it has them all. Later blocks share the
 /// cause of the first.
 std::optional<std::string> CutText(const LbFile& file) {
   const std::uint64_t size = file.GetSize().value_or(0);
-  const auto& items = file.GetIndex().GetItems();
+  const std::span<const LbtLbf::IndexItem> items = StoredItems(file.GetIndex());
   for (std::size_t i = 0; i < items.size(); ++i) {
     if (items[i].position + items[i].size > size) {
       const std::uint64_t end = items.back().position + items.back().size;
@@ -40,17 +53,61 @@ void TellCut(const LbFile& file, AnswerWriter& writer) {
   }
 }
 
-/// A container of anything else is no empty model.
-void RequireModelStreams(const LbFile& file) {
-  const LbtTev::StreamNames names;
-  const auto& streams = file.GetIndex().GetStreams();
+/// The streams that a model consists of, which the index lacks.
+struct AbsentStreams {
+  bool areAll = true;
+  bool hasTree = true;
+  bool hasUnknown = false;  ///< one whose name may have been one of them
+  std::vector<std::string> others;
+};
+
+AbsentStreams AbsentFrom(const LbtLbf::Index& index) {
+  std::set<std::string_view> names;
+  for (const LbtLbf::IndexItem& item : StoredItems(index)) {
+    names.insert(item.name);
+  }
+  if (const auto& second = index.GetContinuation()) {
+    names.erase(second->stream);
+  }
+  const LbtTev::StreamNames known;
+  AbsentStreams absent;
+  absent.hasTree = names.erase(known.tree) != 0;
+  bool isAny = absent.hasTree;
   for (const std::string& name :
-       {names.tree, names.light, names.heavy, names.attributes, names.resources, names.global}) {
-    if (streams.contains(name)) {
-      return;
+       {known.attributes, known.heavy, known.global, known.resources, known.light}) {
+    if (names.erase(name) != 0) {
+      isAny = true;
+    } else {
+      absent.others.push_back(name);
     }
   }
-  throw Failure(FailureCode::Damaged, "its index has no stream of a model");
+  absent.areAll = !isAny;
+  absent.hasUnknown = !names.empty();
+  return absent;
+}
+
+std::string AbsenceText(const std::string& stream) {
+  return "there is no stream \"" + stream + '"';
+}
+
+/// One changed letter of a name in the index hides a whole stream. Models may lack those that they
+/// do not need.
+void TellAbsent(const AbsentStreams& absent, AnswerWriter& writer) {
+  for (const std::string& name : absent.others) {
+    if (absent.hasUnknown) {
+      writer.AddMissing(AbsenceText(name));
+    }
+  }
+}
+
+/// A container of anything else, and a model without its tree, are no empty models.
+void RequireTree(const AbsentStreams& absent) {
+  if (absent.areAll) {
+    throw Failure(FailureCode::Damaged, "its index has no stream of a model");
+  }
+  if (!absent.hasTree) {
+    throw Failure(FailureCode::Damaged, AbsenceText(LbtTev::StreamNames().tree));
+  }
 }
 
 std::string LostPart(LbtTev::LoadFailure::Part part) {
@@ -159,6 +216,13 @@ void OpenContainer(LbFile& file, const Input& input, AnswerWriter& writer) {
   });
   file.ReadIndex();
   TellCut(file, writer);
+  // Blocks of any container are told.
+  if (const AbsentStreams absent = AbsentFrom(file.GetIndex()); !absent.areAll) {
+    if (!absent.hasTree) {
+      writer.AddMissing(AbsenceText(LbtTev::StreamNames().tree));
+    }
+    TellAbsent(absent, writer);
+  }
 }
 
 void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
@@ -180,8 +244,10 @@ void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
     }
     throw;
   }
-  RequireModelStreams(file);
+  const AbsentStreams absent = AbsentFrom(file.GetIndex());
+  RequireTree(absent);
   TellCut(file, writer);
+  TellAbsent(absent, writer);
   loading.Tell(writer);
 }
 

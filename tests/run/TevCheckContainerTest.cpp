@@ -173,7 +173,8 @@ TEST_F(TevCheckContainer, StreamOfANameThatNobodyReads_IsToldOnce) {
   const Container container = writer.Build();
   EXPECT_EQ(Check(container.bytes),
             "  " + BlockText(kAttributesBlock, "Attributer", container.Block("Attributer").offset) +
-                ": nothing reads a stream of this name\n");
+                ": nothing reads a stream of this name\n"
+                "  there is no stream \"Attributes\", and one of a name that nothing reads\n");
 }
 
 TEST_F(TevCheckContainer, BytesAfterTheLastBlock_AreUnused) {

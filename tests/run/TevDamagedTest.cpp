@@ -162,6 +162,53 @@ TEST_F(TevDamaged, FilesThatAreNoModels_HaveTheSameCodeForEveryVerb) {
   }
 }
 
+/// A model in which one letter of a stream's name is another, as the index has it.
+std::string WithMisnamed(std::string bytes, std::string_view stream) {
+  bytes[bytes.find(stream) + stream.size() - 1] ^= 0x1d;
+  return bytes;
+}
+
+TEST_F(TevDamaged, TreeOfAnotherName_IsNoEmptyModelForAnyVerb) {
+  dir.Write("a.tev", WithMisnamed(whole.bytes, "Tev Tree"));
+  for (const Arguments& command : CommandsOn("a.tev")) {
+    const RunResult run = Run(command);
+    EXPECT_EQ(run.status, 2) << command[0];
+    EXPECT_NE((run.error + run.output).find("there is no stream \"Tev Tree\""), std::string::npos)
+        << command[0] << run.error;
+  }
+  for (const std::string verb : kFileVerbs) {
+    const RunResult run = RunJson(verb, "a.tev");
+    EXPECT_EQ(CodeIn(run.output), "damaged") << verb;
+    EXPECT_EQ(Check(run.output, "lines", Schema(verb)), "") << verb;
+  }
+}
+
+TEST_F(TevDamaged, StreamOfAnotherName_IsMissingForEveryVerb) {
+  for (const std::string stream :
+       {"Attributes", "Heavy Data", "Global Information", "Resources", "Light Data"}) {
+    dir.Write("a.tev", WithMisnamed(whole.bytes, stream));
+    for (const std::string verb : kFileVerbs) {
+      const RunResult run = RunJson(verb, "a.tev");
+      EXPECT_EQ(run.status, 2) << verb << stream;
+      EXPECT_NE(run.output.find("\"complete\": false, \"missing\": [\""), std::string::npos)
+          << verb << run.output;
+      EXPECT_NE(run.output.find("there is no stream \\\"" + stream + "\\\""), std::string::npos)
+          << verb << run.output;
+      EXPECT_EQ(Check(run.output, "lines", Schema(verb)), "") << verb;
+    }
+  }
+}
+
+TEST_F(TevDamaged, StreamThatAModelLacks_IsNotMissingWithoutAnUnknownOne) {
+  ContainerWriter container = SmallModel().ToContainer();
+  std::erase_if(container.Blocks(),
+                [](const BlockSpec& block) { return block.name == "Global Information"; });
+  dir.Write("a.tev", container.Build().bytes);
+  for (const std::string verb : kFileVerbs) {
+    EXPECT_EQ(RunJson(verb, "a.tev").status, 0) << verb;
+  }
+}
+
 TEST_F(TevDamaged, Folder_IsNoModelForVerbsOnOne) {
   dir.MakeDirectory("d");
   for (const Arguments& command : {Arguments{"sets", "d"},

@@ -38,6 +38,7 @@ struct Finding {
     UnusedBytes,  ///< a stream, or bytes of an index, a tree, light data or the file, that nothing
                   ///< reads
     MissingTree,  ///< there are no tree records at all
+    MissingStream,     ///< another stream of models is absent, and there is one of unknown name
     UnreadableRecord,  ///< records of the tree, of nodes or of modifiers end too early, say
     RepeatedId,        ///< two tree records have one id
     LinkToNothing,     ///< a node or a variable refers to something that does not exist

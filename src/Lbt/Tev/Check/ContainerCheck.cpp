@@ -58,25 +58,44 @@ void AddUnusedOfContinuation(const LbtLbf::Index& index, const CheckedBlock& blo
   AddUnused(block.offset + within, length, unused, block.name, log);
 }
 
-bool IsKnown(std::string_view stream) {
+/// The streams that a model consists of, that of its tree first.
+std::array<std::string, 6> KnownStreams() {
   const LbtTev::StreamNames names;
-  const std::array<std::string_view, 6> known{names.tree,       names.light,     names.heavy,
-                                              names.attributes, names.resources, names.global};
-  return std::ranges::find(known, stream) != known.end();
+  return {names.tree, names.attributes, names.heavy, names.global, names.resources, names.light};
+}
+
+/// A model may lack streams that it does not need, but an unknown one may be what it lacks. The
+/// tree has a finding of its own.
+void AddMissingStreams(const LbtLbf::Index& index, FindingLog& log) {
+  const std::array<std::string, 6> known = KnownStreams();
+  for (std::size_t i = 1; i < known.size(); ++i) {
+    if (!index.GetStreams().contains(known.at(i))) {
+      log.Add({.kind = Finding::Kind::MissingStream,
+               .text = "there is no stream \"" + known.at(i) +
+                       "\", and one of a name that nothing reads"});
+    }
+  }
 }
 
 /// One changed letter of a name in the index hides a whole stream from every reader.
 void AddUnknownStreams(const LbtLbf::Index& index, const std::vector<CheckedBlock>& blocks,
                        FindingLog& log) {
   const auto& second = index.GetContinuation();
+  const std::array<std::string, 6> known = KnownStreams();
+  bool isAny = false;
   for (const auto& [name, stream] : index.GetStreams()) {
-    if (!IsKnown(name) && (!second || second->stream != name)) {
+    const bool isKnown = std::ranges::find(known, name) != known.end();
+    if (!isKnown && (!second || second->stream != name)) {
+      isAny = true;
       const CheckedBlock& first = blocks[stream.Limiter().blocks.front()];
       log.Add({.kind = Finding::Kind::UnusedBytes,
                .text = "nothing reads a stream of this name",
                .block = first.name,
                .offset = first.offset});
     }
+  }
+  if (isAny && index.GetStreams().contains(known.front())) {
+    AddMissingStreams(index, log);
   }
 }
 

@@ -18,7 +18,7 @@ struct KindFacts {
   Severity severity;
 };
 
-constexpr std::array<KindFacts, 19> kKinds{{
+constexpr std::array<KindFacts, 20> kKinds{{
     {Kind::Header, "header", Severity::Damage},
     {Kind::Index, "index", Severity::Damage},
     {Kind::BlockOutsideFile, "block-outside-file", Severity::Damage},
@@ -26,6 +26,7 @@ constexpr std::array<KindFacts, 19> kKinds{{
     {Kind::RecordedLength, "recorded-length", Severity::Damage},
     {Kind::UnusedBytes, "unused-bytes", Severity::Warning},
     {Kind::MissingTree, "missing-tree", Severity::Damage},
+    {Kind::MissingStream, "missing-stream", Severity::Damage},
     {Kind::UnreadableRecord, "unreadable-record", Severity::Damage},
     {Kind::RepeatedId, "repeated-id", Severity::Damage},
     {Kind::LinkToNothing, "link-to-nothing", Severity::Damage},
@@ -112,6 +113,7 @@ void FindingLog::Count(const Finding& finding) {
   const bool isAllLost = finding.kind == Kind::Header || finding.kind == Kind::Index ||
                          finding.kind == Kind::MissingTree;
   result_.isAllLost = result_.isAllLost || isAllLost;
+  result_.lostStreams += finding.kind == Kind::MissingStream ? 1U : 0U;
   result_.lostRecords += finding.kind == Kind::UnreadableRecord ? 1U : 0U;
   result_.lostVariables += finding.kind == Kind::UnreadableData ? 1U : 0U;
 }
