@@ -37,6 +37,7 @@ void AnswerWriter::BeginFile(const std::string& path) {
   isTextBegun_ = false;
   missing_.clear();
   missingWritten_ = 0;
+  lost_ = {};
   failure_.reset();
   told_ = Told::OnStandardError;
   hasFacts_ = true;

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <optional>
 #include <ostream>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +24,14 @@ enum class TextLayout { Sections, Lines };
 /// Who tells the user why a file failed: the frame, by a line on standard error, or the answer
 /// itself.
 enum class Told { OnStandardError, InTheAnswer };
+
+/// What of a model's nodes could not be read: facts that rest on it are unknown, not zero.
+struct LostData {
+  std::set<unsigned int> lightOf;  ///< ids of the nodes that have no light data, or not all
+  bool hasAttributes = false;      ///< whether there are attributes among it
+
+  [[nodiscard]] bool HasLightOf(unsigned int id) const { return lightOf.contains(id); }
+};
 
 /// Writes the answers on several files, one after another, each in as many pieces as it comes in,
 /// with what stands around and between them.
@@ -68,6 +77,9 @@ class AnswerWriter {
   /// file has failed, as damaged. To be called before the first Text() where that is possible.
   void AddMissing(std::string what);
 
+  /// What is missing of the nodes, for those who tell of them.
+  [[nodiscard]] LostData& Lost() { return lost_; }
+
   /// Says that the file has failed, though it has its facts. The first failure counts.
   void Fail(const Failure& failure, Told told = Told::OnStandardError);
 
@@ -112,6 +124,7 @@ class AnswerWriter {
   bool isFirstText_ = true;   // of all files
   std::vector<std::string> missing_;
   std::size_t missingWritten_ = 0;
+  LostData lost_;
   std::optional<Failure> failure_;
   Told told_ = Told::OnStandardError;
   bool hasFacts_ = true;  // or could have

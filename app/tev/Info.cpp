@@ -107,20 +107,21 @@ PartCounts CountsOf(const Model& model, AnswerWriter& writer) {
   return counts;
 }
 
-void WriteJson(const Model& model, const PartCounts* counts, JsonWriter& json) {
+void WriteJson(const Model& model, const LostData& lost, const PartCounts* counts,
+               JsonWriter& json) {
   const LbtTev::Tree& tree = model.GetTree();
   const RootFacts root = RootFactsOf(tree);
   json.Member("bytes", tree.GetFile().GetSize().value_or(0));
   json.Member("version", tree.GetContainerVersion());
   json.Member("title", JsonOrNull(model.Title()));
-  json.Member("category", model.Category());
+  json.Member("category", JsonOrNull(CategoryOf(model, lost)));
   WriteFile("modelFile", root.modelFile, json);
   WriteFile("resultsFile", root.resultsFile, json);
   WritePrograms(tree, json);
   json.Member("nodes", JsonOrNull(root.nodes));
   json.Member("elements", JsonOrNull(root.elements));
   WriteUnits(root.units, json);
-  WriteParts(model, json, counts);
+  WriteParts(model, lost, json, counts);
   WriteSteps(model, json);
   WriteResults(model, json);
   WriteNodeSets(tree, json);
@@ -134,9 +135,9 @@ void AnswerInfo(const Input& input, AnswerWriter& writer, bool withCounts) {
     const auto counts = withCounts ? std::optional(CountsOf(model, writer)) : std::nullopt;
     const PartCounts* const all = counts ? &*counts : nullptr;
     if (writer.IsJson()) {
-      WriteJson(model, all, writer.Facts());
+      WriteJson(model, writer.Lost(), all, writer.Facts());
     } else {
-      WriteInfoText(model, all, writer.Text());
+      WriteInfoText(model, writer.Lost(), all, writer.Text());
     }
   });
 }

@@ -60,12 +60,13 @@ std::string MeshText(const RootFacts& root) {
   return NumberOrDash(root.nodes) + " nodes, " + NumberOrDash(root.elements) + " elements";
 }
 
-void WriteTop(const Model& model, const RootFacts& root, std::ostream& stream) {
+void WriteTop(const Model& model, const LostData& lost, const RootFacts& root,
+              std::ostream& stream) {
   const std::uint64_t bytes = model.GetTree().GetFile().GetSize().value_or(0);
   if (model.Title()) {
     WriteLine(stream, "Title", VisibleText(*model.Title()));
   }
-  WriteLine(stream, "Category", VisibleText(model.Category()));
+  WriteLine(stream, "Category", VisibleText(CategoryOf(model, lost).value_or("-")));
   WriteLine(stream, "File",
             LbtUtil::FileSizeText(static_cast<std::int64_t>(bytes)) + " (" + std::to_string(bytes) +
                 " bytes), version " + VisibleText(model.GetTree().GetContainerVersion()));
@@ -124,9 +125,23 @@ std::string NodesText(const Part& part, const PartCounts* counts, std::size_t in
   return text;
 }
 
+std::vector<std::string> PartCells(const Model& model, std::size_t index, bool isLost,
+                                   const PartCounts* counts) {
+  const Part& part = model.Parts()[index];
+  const std::string shared =
+      part.sharesWith ? "of part " + std::to_string(*part.sharesWith) : "own";
+  return {std::to_string(part.id),
+          Shown(part.name),
+          isLost ? "-" : std::to_string(part.nodes),
+          isLost ? "-" : std::to_string(part.elements),
+          isLost ? "-" : NodesText(part, counts, index),
+          isLost ? "-" : shared,
+          GroupsText(model, part)};
+}
+
 /// The parts of one kind.
-void WriteParts(const Model& model, const char* heading, PartKind kind, const PartCounts* counts,
-                std::ostream& stream) {
+void WriteParts(const Model& model, const LostData& lost, const char* heading, PartKind kind,
+                const PartCounts* counts, std::ostream& stream) {
   const auto& parts = model.Parts();
   const auto count = std::count_if(parts.begin(), parts.end(),
                                    [kind](const Part& part) { return part.kind == kind; });
@@ -145,16 +160,14 @@ void WriteParts(const Model& model, const char* heading, PartKind kind, const Pa
   for (std::size_t i = 0; i < parts.size(); ++i) {
     const Part& part = parts[i];
     if (part.kind == kind) {
-      section.Add({std::to_string(part.id), Shown(part.name), std::to_string(part.nodes),
-                   std::to_string(part.elements), NodesText(part, counts, i),
-                   part.sharesWith ? "of part " + std::to_string(*part.sharesWith) : "own",
-                   GroupsText(model, part)});
+      section.Add(PartCells(model, i, IsLost(model, part, lost), counts));
     }
   }
   section.Finish();
 }
 
-void WriteAllParts(const Model& model, const PartCounts* counts, std::ostream& stream) {
+void WriteAllParts(const Model& model, const LostData& lost, const PartCounts* counts,
+                   std::ostream& stream) {
   constexpr std::array<std::pair<PartKind, const char*>, 6> kKinds{
       {{PartKind::Part, "Parts"},
        {PartKind::CutSection, "Cut-sections"},
@@ -163,7 +176,7 @@ void WriteAllParts(const Model& model, const PartCounts* counts, std::ostream& s
        {PartKind::FlowLine, "Flow lines"},
        {PartKind::Shape, "Other shapes"}}};
   for (const auto& [kind, heading] : kKinds) {
-    WriteParts(model, heading, kind, counts, stream);
+    WriteParts(model, lost, heading, kind, counts, stream);
   }
 }
 
@@ -237,12 +250,13 @@ void WriteAttributes(const LbtUtil::AttributeMap& attributes, std::ostream& stre
 
 }  // namespace
 
-void WriteInfoText(const Model& model, const PartCounts* counts, std::ostream& stream) {
+void WriteInfoText(const Model& model, const LostData& lost, const PartCounts* counts,
+                   std::ostream& stream) {
   model.RequireModestPaths();
   const RootFacts root = RootFactsOf(model.GetTree());
-  WriteTop(model, root, stream);
+  WriteTop(model, lost, root, stream);
   WritePrograms(model.GetTree(), stream);
-  WriteAllParts(model, counts, stream);
+  WriteAllParts(model, lost, counts, stream);
   WriteNodeSets(model.GetTree(), stream);
   WriteSteps(model, stream);
   WriteResults(model, stream);

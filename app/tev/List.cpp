@@ -30,7 +30,7 @@ constexpr const char* kCsvHeading =
 struct Row {
   std::uint64_t bytes = 0;
   std::optional<std::string> title;
-  std::string category;
+  std::optional<std::string> category;
   std::optional<double> nodes;
   std::optional<double> elements;
   std::size_t partCount = 0;
@@ -44,7 +44,7 @@ Row RowOf(const LbtTev::Tree& tree, AnswerWriter& writer) {
   const RootFacts root = RootFactsOf(tree);
   return {.bytes = tree.GetFile().GetSize().value_or(0),
           .title = model.Title(),
-          .category = model.Category(),
+          .category = CategoryOf(model, writer.Lost()),
           .nodes = root.nodes,
           .elements = root.elements,
           .partCount = model.Parts().size(),
@@ -70,7 +70,7 @@ std::string TextOf(const StepRange& steps) {
 void WriteFacts(const Row& row, JsonWriter& json) {
   json.Member("bytes", row.bytes);
   json.Member("title", JsonOrNull(row.title));
-  json.Member("category", row.category);
+  json.Member("category", JsonOrNull(row.category));
   json.Member("nodes", JsonOrNull(row.nodes));
   json.Member("elements", JsonOrNull(row.elements));
   json.Member("partCount", row.partCount);
@@ -93,17 +93,13 @@ void WriteCsv(const std::string& path, const std::optional<Row>& row, AnswerWrit
   std::vector<std::string> cells{path, failure ? std::string(NameOf(failure->Code())) : "",
                                  writer.IsComplete() ? "true" : "false"};
   if (row) {
-    const std::vector<std::string> facts{std::to_string(row->bytes),
-                                         row->title.value_or(""),
-                                         row->category,
-                                         TextOrNothing(row->nodes),
-                                         TextOrNothing(row->elements),
-                                         std::to_string(row->partCount),
-                                         std::to_string(row->resultCount),
-                                         std::to_string(row->steps.count),
-                                         row->steps.label.value_or(""),
-                                         TextOrNothing(row->steps.first),
-                                         TextOrNothing(row->steps.last)};
+    const std::vector<std::string> facts{
+        std::to_string(row->bytes),       row->title.value_or(""),
+        row->category.value_or(""),       TextOrNothing(row->nodes),
+        TextOrNothing(row->elements),     std::to_string(row->partCount),
+        std::to_string(row->resultCount), std::to_string(row->steps.count),
+        row->steps.label.value_or(""),    TextOrNothing(row->steps.first),
+        TextOrNothing(row->steps.last)};
     cells.insert(cells.end(), facts.begin(), facts.end());
   }
   constexpr std::size_t kColumns = 14;
@@ -162,8 +158,9 @@ class Listing {
     nodes_ += row->nodes.value_or(0);
     elements_ += row->elements.value_or(0);
     parts_ += row->partCount;
-    table.Add({VisibleText(path), VisibleText(row->category), NumberOrDash(row->nodes),
-               NumberOrDash(row->elements), std::to_string(row->partCount), TextOf(row->steps),
+    table.Add({VisibleText(path), VisibleText(row->category.value_or("-")),
+               NumberOrDash(row->nodes), NumberOrDash(row->elements),
+               std::to_string(row->partCount), TextOf(row->steps),
                LbtUtil::FileSizeText(static_cast<std::int64_t>(row->bytes)),
                (writer.IsComplete() ? "" : "INCOMPLETE: ") + VisibleText(row->title.value_or(""))});
   }

@@ -43,10 +43,12 @@ std::optional<double> TakeNumber(AttributeMap& attributes, std::string_view name
 NativeFile TakeFile(AttributeMap& attributes, std::string_view pathName, std::string_view sizeName,
                     std::string (*formatOf)(const std::string&)) {
   NativeFile file;
-  if (const auto path = Take(attributes, pathName)) {
-    file.path = path->GetAttributeString();
-    file.type = formatOf(*file.path);
+  const auto path = Take(attributes, pathName);
+  if (!path) {
+    return file;  // a size of nothing stays among the attributes
   }
+  file.path = path->GetAttributeString();
+  file.type = formatOf(*file.path);
   if (const auto size = Take(attributes, sizeName)) {
     file.size = size->GetAttributeString();
     file.bytes = BytesOfSize(*file.size);
@@ -125,31 +127,43 @@ void WriteCounts(const ElementCounts* counts, JsonWriter& json) {
   json.Close();
 }
 
-void WritePart(const Model& model, std::size_t index, const PartCounts* counts, JsonWriter& json) {
+void WritePart(const Model& model, std::size_t index, bool isLost, const PartCounts* counts,
+               JsonWriter& json) {
   const Part& part = model.Parts()[index];
   json.OpenObject();
   json.Member("id", part.id);
   json.Member("name", part.name);
   json.Member("path", model.PathOf(part));
   json.Member("kind", TextOf(part.kind));
-  json.Member("nodes", part.nodes);
-  json.Member("elements", part.elements);
-  json.Member("nodesPerElement", OrNull(part.nodesPerElement));
+  json.Member("nodes", isLost ? Json(nullptr) : Json(part.nodes));
+  json.Member("elements", isLost ? Json(nullptr) : Json(part.elements));
+  json.Member("nodesPerElement", isLost ? Json(nullptr) : OrNull(part.nodesPerElement));
   if (counts != nullptr) {
-    WriteCounts((*counts)[index].get(), json);
+    WriteCounts(isLost ? nullptr : (*counts)[index].get(), json);
   }
-  json.Member("sharesWith", OrNull(part.sharesWith));
+  json.Member("sharesWith", isLost ? Json(nullptr) : OrNull(part.sharesWith));
   json.Close();
 }
 
 }  // namespace
 
-void WriteParts(const Model& model, JsonWriter& json, const PartCounts* counts) {
+bool IsLost(const Model& model, const Part& part, const LostData& lost) {
+  return part.geometry == nullptr ||
+         lost.HasLightOf(model.GetTree().GetNodes().at(part.id).firstChild);
+}
+
+std::optional<std::string> CategoryOf(const Model& model, const LostData& lost) {
+  const bool isUnknown = lost.hasAttributes && model.Category() == "Unknown";
+  return isUnknown ? std::nullopt : std::optional(model.Category());
+}
+
+void WriteParts(const Model& model, const LostData& lost, JsonWriter& json,
+                const PartCounts* counts) {
   model.RequireModestPaths();
   json.Key("parts");
   json.OpenList();
   for (std::size_t i = 0; i < model.Parts().size(); ++i) {
-    WritePart(model, i, counts, json);
+    WritePart(model, i, IsLost(model, model.Parts()[i], lost), counts, json);
   }
   json.Close();
 }

@@ -12,6 +12,7 @@
 #include "Lbt/Tev/Analysis/Statistics.h"
 #include "Lbt/Tev/Tree.h"
 #include "Lbt/Util/AttributeValue.h"
+#include "tev/Answers.h"
 #include "tev/Json.h"
 
 /// One of the solver's files that a model was made from, as the model tells of it.
@@ -41,9 +42,17 @@ struct RootFacts {
 /// other.
 using PartCounts = std::vector<std::shared_ptr<const LbtTev::Analysis::ElementCounts>>;
 
+/// Whether what the part has is unknown.
+[[nodiscard]] bool IsLost(const LbtTev::Analysis::Model& model, const LbtTev::Analysis::Part& part,
+                          const LostData& lost);
+
+/// The category; none where it is unknown since something is lost.
+[[nodiscard]] std::optional<std::string> CategoryOf(const LbtTev::Analysis::Model& model,
+                                                    const LostData& lost);
+
 /// Writes the members "parts" and "steps" of a model, the same for every verb that tells of them.
 /// Parts have their exact counts where there are any.
-void WriteParts(const LbtTev::Analysis::Model& model, JsonWriter& json,
+void WriteParts(const LbtTev::Analysis::Model& model, const LostData& lost, JsonWriter& json,
                 const PartCounts* counts = nullptr);
 void WriteSteps(const LbtTev::Analysis::Model& model, JsonWriter& json);
 
@@ -53,5 +62,5 @@ void WriteSteps(const LbtTev::Analysis::Model& model, JsonWriter& json);
 
 /// Writes what a model holds in sections for people. Sections without anything in them are left
 /// out. "counts" may be null.
-void WriteInfoText(const LbtTev::Analysis::Model& model, const PartCounts* counts,
-                   std::ostream& stream);
+void WriteInfoText(const LbtTev::Analysis::Model& model, const LostData& lost,
+                   const PartCounts* counts, std::ostream& stream);

@@ -96,6 +96,7 @@ void TellAbsent(const AbsentStreams& absent, AnswerWriter& writer) {
   for (const std::string& name : absent.others) {
     if (absent.hasUnknown) {
       writer.AddMissing(AbsenceText(name));
+      writer.Lost().hasAttributes = true;
     }
   }
 }
@@ -137,7 +138,8 @@ std::string TextOf(const LbtTev::LoadFailure& failure) {
   if (failure.part == Part::Record) {
     text += std::to_string(failure.record) + " on";
   } else if (failure.part == Part::NodeData || failure.part == Part::NodeSets) {
-    text += std::to_string(failure.nodeId) + " (" + std::string(failure.nodeName) + ')';
+    text +=
+        std::to_string(failure.nodeId) + " (" + LbtTev::Analysis::ShownName(failure.nodeName) + ')';
   }
   text += ": " + (failure.refusedBlock ? "zlib refuses the data of " + NameOf(*failure.refusedBlock)
                                        : ReasonOf(*failure.exception));
@@ -149,7 +151,7 @@ std::string TextOf(const LbtTev::LoadFailure& failure) {
 /// Goes on after damage and remembers what is missing.
 class Loading : public LbtTev::LoadObserver {
  public:
-  explicit Loading(const LbFile& file) : file_(&file) {}
+  Loading(const LbFile& file, LostData& lost) : file_(&file), lost_(&lost) {}
 
   void OnRecord(const LbtTev::TreeRecord& /*record*/) override {}
   void OnNode() override {}
@@ -159,6 +161,12 @@ class Loading : public LbtTev::LoadObserver {
     if (failure.part == LbtTev::LoadFailure::Part::Index ||
         LbtLbf::IsLackOfMemory(*failure.exception) || IsOfTheSystem(*failure.exception)) {
       return false;
+    }
+    if (failure.part == LbtTev::LoadFailure::Part::NodeData) {
+      lost_->hasAttributes = true;
+      if (failure.stream == LbtTev::StreamNames().light) {
+        lost_->lightOf.insert(failure.nodeId);
+      }
     }
     constexpr std::size_t kMost = 100;
     if (failure.isConsequence || missing_.size() >= kMost) {
@@ -189,6 +197,7 @@ class Loading : public LbtTev::LoadObserver {
 
  private:
   const LbFile* file_;
+  LostData* lost_;
   std::vector<std::string> missing_;
   std::size_t others_ = 0;
 };
@@ -232,7 +241,7 @@ void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
   index.ObserveLoads([&index, progress = &writer.GetProgress()](std::size_t number) {
     progress->ShowBlocks(number, index.GetItems().size());
   });
-  Loading loading(file);
+  Loading loading(file, writer.Lost());
   errno = 0;  // reads that end early leave it
   try {
     TellingVersions(file, [&] { LbtTev::OpenModel(tree, input.source, &loading); });

@@ -308,7 +308,7 @@ void Answer(const Input& input, AnswerWriter& writer, const Options& options) {
         Selecting(input.path, [&] { return SelectFields(model, *options.selection); });
     if (writer.IsJson()) {
       JsonWriter& json = writer.Facts();
-      WriteParts(model, json);
+      WriteParts(model, writer.Lost(), json);
       WriteSteps(model, json);
       json.Key("fields");
       json.OpenList();

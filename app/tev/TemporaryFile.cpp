@@ -33,7 +33,9 @@ void TemporaryFile::Make() {
   path += "/tev-XXXXXX";
   descriptor_ = mkostemp(path.data(), O_CLOEXEC);
   if (descriptor_ < 0) {
-    throw SystemFailure("cannot make a temporary file", errno);
+    // The folder for it may not be there, which tells nothing of the model.
+    throw Failure(FailureCode::IoError,
+                  SystemFailure("cannot make a temporary file", errno).what());
   }
   unlink(path.c_str());
 }

@@ -22,11 +22,11 @@ void AnswerTree(const Input& input, AnswerWriter& writer, const TreeOptions& opt
     }
     const Storage* places = storage ? &*storage : nullptr;
     if (writer.IsJson()) {
-      WriteTree(outline, options, places, writer.Facts());
+      WriteTree(outline, options, places, writer.Lost(), writer.Facts());
     } else if (options.isVerbose || options.withStorage) {
       DrawInFull(outline, options, places, writer.Text());
     } else {
-      DrawCompact(tree, outline, options, writer.Columns(), writer.Text());
+      DrawCompact(tree, outline, options, writer.Lost(), writer.Columns(), writer.Text());
     }
   });
 }

@@ -12,6 +12,7 @@
 #include "Lbt/Tev/NodeSets.h"
 #include "Lbt/Tev/TevInfo/TreeOutline.h"
 #include "Lbt/Tev/Tree.h"
+#include "tev/Answers.h"
 #include "tev/Json.h"
 
 /// What of a tree is wanted.
@@ -56,14 +57,14 @@ void DrawInFull(const LbtTev::Report::TreeOutline& outline, const TreeOptions& o
 /// Draws a tree with lines, each shape with its mesh and results on one line. Lines are cut to
 /// "limit" columns.
 void DrawCompact(const LbtTev::Tree& tree, const LbtTev::Report::TreeOutline& outline,
-                 const TreeOptions& options, std::optional<std::size_t> limit,
+                 const TreeOptions& options, const LostData& lost, std::optional<std::size_t> limit,
                  std::ostream& stream);
 
 /// Writes the member "nodes" of a tree: the list of its nodes, each before its children. The
 /// list is flat and the depth a number, since readers of JSON bear only so much nesting.
 /// "storage" may be null.
 void WriteTree(const LbtTev::Report::TreeOutline& outline, const TreeOptions& options,
-               const Storage* storage, JsonWriter& json);
+               const Storage* storage, const LostData& lost, JsonWriter& json);
 
 /// Calls "visitor" with the node as what it is: a group, shape, geometry, node sets or
 /// future node. Nothing is called for any other.

@@ -15,7 +15,8 @@ using LbtTev::Report::OutlineItem;
 /// Writes node by node. Only single values become Json, so that no more than one is in memory.
 class NodeWriter {
  public:
-  NodeWriter(const Storage* storage, JsonWriter& json) : storage_(storage), json_(&json) {}
+  NodeWriter(const Storage* storage, const LostData& lost, JsonWriter& json)
+      : storage_(storage), lost_(&lost), json_(&json) {}
 
   void Write(const OutlineItem& item, bool isReached) {
     const LbtTev::Node* node = item.entry->data;
@@ -27,6 +28,7 @@ class NodeWriter {
     json_->Member("kind", node == nullptr ? Json(nullptr) : Json(node->GetType()));
     json_->Member("name", node == nullptr ? Json(nullptr) : Json(ShownName(node->name)));
     json_->Member("version", node == nullptr ? Json(nullptr) : Json(node->recordVersion));
+    isLost_ = lost_->HasLightOf(item.entry->id);
     if (node != nullptr) {
       VisitNode(*node, *this);
     }
@@ -59,6 +61,10 @@ class NodeWriter {
 
   void operator()(const Geometry& geometry) const {
     json_->Key("variables");
+    if (isLost_ && geometry.variables.empty()) {
+      json_->Value(nullptr);
+      return;
+    }
     json_->OpenList();
     for (const Geometry::VarStruct& variable : geometry.variables) {
       WriteVariable(variable);
@@ -143,14 +149,16 @@ class NodeWriter {
   }
 
   const Storage* storage_;
+  const LostData* lost_;
   JsonWriter* json_;
+  bool isLost_ = false;  // light data of the node at hand
 };
 
 }  // namespace
 
 void WriteTree(const LbtTev::Report::TreeOutline& outline, const TreeOptions& options,
-               const Storage* storage, JsonWriter& json) {
-  NodeWriter writer(storage, json);
+               const Storage* storage, const LostData& lost, JsonWriter& json) {
+  NodeWriter writer(storage, lost, json);
   json.Key("nodes");
   json.OpenList();
   for (const bool isReached : {true, false}) {

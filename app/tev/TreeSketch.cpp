@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Model.h"
+#include "tev/ModelFacts.h"
 #include "tev/TreeDrawing.h"
 #include "tev/VisibleText.h"
 
@@ -91,7 +92,10 @@ using LbtTev::Report::OutlineItem;
 std::string Shown(std::string_view name) { return VisibleText(Analysis::ShownName(name)); }
 
 /// "3498 nodes, 6779 elements of 4 nodes"
-std::string MeshText(const Part& part) {
+std::string MeshText(const Part& part, bool isLost) {
+  if (isLost) {
+    return "- nodes, - elements";
+  }
   std::string text = Counted(part.nodes, "node") + ", " + Counted(part.elements, "element");
   return part.nodesPerElement ? text + " of " + MeanText(*part.nodesPerElement) + " nodes" : text;
 }
@@ -139,8 +143,9 @@ struct Sharing {
 
 class Sketch {
  public:
-  Sketch(const Model& model, std::optional<std::size_t> limit, std::ostream& stream)
-      : model_(&model), limit_(limit), stream_(&stream) {
+  Sketch(const Model& model, const LostData& lost, std::optional<std::size_t> limit,
+         std::ostream& stream)
+      : model_(&model), lost_(&lost), limit_(limit), stream_(&stream) {
     for (const Part& part : model.Parts()) {
       if (part.geometry != nullptr) {
         partOfGeometry_.try_emplace(part.geometry, &part);
@@ -191,7 +196,8 @@ class Sketch {
     std::string name = Shown(node.name);
     if (const Part* part = FindPart(item.entry->id)) {
       const std::string results = ResultsText(*model_, *part);
-      return name + "  " + MeshText(*part) + (results.empty() ? "" : "; " + results);
+      return name + "  " + MeshText(*part, IsLost(*model_, *part, *lost_)) +
+             (results.empty() ? "" : "; " + results);
     }
     if (const auto* sets = dynamic_cast<const LbtTev::NodeSets*>(&node)) {
       return name + "  " + SetsText(*sets);
@@ -249,6 +255,7 @@ class Sketch {
   }
 
   const Model* model_;
+  const LostData* lost_;
   std::optional<std::size_t> limit_;
   std::ostream* stream_;
   std::map<const Geometry*, const Part*> partOfGeometry_;
@@ -257,10 +264,10 @@ class Sketch {
 }  // namespace
 
 void DrawCompact(const LbtTev::Tree& tree, const LbtTev::Report::TreeOutline& outline,
-                 const TreeOptions& options, std::optional<std::size_t> limit,
+                 const TreeOptions& options, const LostData& lost, std::optional<std::size_t> limit,
                  std::ostream& stream) {
   const Model model(tree);
-  Sketch sketch(model, limit, stream);
+  Sketch sketch(model, lost, limit, stream);
   sketch.Draw(outline.reached, options.depth);
   if (!outline.unreached.empty()) {
     stream << "  Nodes that no parent reaches:\n";

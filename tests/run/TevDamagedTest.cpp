@@ -184,19 +184,57 @@ TEST_F(TevDamaged, TreeOfAnotherName_IsNoEmptyModelForAnyVerb) {
 }
 
 TEST_F(TevDamaged, StreamOfAnotherName_IsMissingForEveryVerb) {
-  for (const std::string stream :
-       {"Attributes", "Heavy Data", "Global Information", "Resources", "Light Data"}) {
-    dir.Write("a.tev", WithMisnamed(whole.bytes, stream));
-    for (const std::string verb : kFileVerbs) {
+  for (const std::string verb : kFileVerbs) {
+    std::string all;
+    for (const std::string stream :
+         {"Attributes", "Heavy Data", "Global Information", "Resources", "Light Data"}) {
+      dir.Write("a.tev", WithMisnamed(whole.bytes, stream));
       const RunResult run = RunJson(verb, "a.tev");
       EXPECT_EQ(run.status, 2) << verb << stream;
       EXPECT_NE(run.output.find("\"complete\": false, \"missing\": [\""), std::string::npos)
           << verb << run.output;
       EXPECT_NE(run.output.find("there is no stream \\\"" + stream + "\\\""), std::string::npos)
           << verb << run.output;
-      EXPECT_EQ(Check(run.output, "lines", Schema(verb)), "") << verb;
+      all += run.output;
     }
+    EXPECT_EQ(Check(all, "lines", Schema(verb)), "") << verb;
   }
+}
+
+TEST_F(TevDamaged, LostLightData_MakesNoZeros) {
+  ContainerWriter container = SmallModel().ToContainer();
+  for (BlockSpec& block : container.Blocks()) {
+    block.compressed = true;
+  }
+  Container flipped = container.Build();
+  const BlockPlace& light = flipped.Block(kLightData);
+  flipped.bytes[light.offset + light.storedSize / 2] ^= 0x55;
+  dir.Write("a.tev", flipped.bytes);
+  const std::string lost =
+      R"("nodes": null, "elements": null, "nodesPerElement": null, "sharesWith": null})";
+  for (const std::string verb : {"info", "results"}) {
+    const RunResult run = RunJson(verb, "a.tev");
+    EXPECT_EQ(run.status, 2);
+    const std::string parts = run.output.substr(run.output.find("\"parts\": "));
+    const std::size_t first = parts.find(lost);
+    ASSERT_NE(first, std::string::npos) << parts;
+    EXPECT_NE(parts.find(lost, first + 1), std::string::npos) << parts;
+    EXPECT_EQ(Check(run.output, "lines", Schema(verb)), "") << verb;
+  }
+  const std::string counted = Run({"info", "--jsonl", "--stats", "a.tev"}).output;
+  EXPECT_NE(counted.find("\"elementsByNodes\": null"), std::string::npos) << counted;
+  EXPECT_EQ(counted.find("\"elementsByNodes\": []"), std::string::npos) << counted;
+  const std::string tree = RunJson("tree", "a.tev").output;
+  EXPECT_NE(tree.find("\"variables\": null"), std::string::npos) << tree;
+  EXPECT_EQ(tree.find("\"variables\": []"), std::string::npos) << tree;
+  EXPECT_EQ(Check(tree, "lines", Schema("tree")), "");
+  const std::string list = RunJson("list", "a.tev").output;
+  EXPECT_NE(list.find("\"category\": null"), std::string::npos) << list;
+  EXPECT_EQ(Check(list, "lines", Schema("list")), "");
+  EXPECT_NE(Run({"tree", "a.tev"}).output.find("Panel  - nodes, - elements\n"), std::string::npos);
+  const std::string info = Run({"info", "a.tev"}).output;
+  EXPECT_NE(info.find("  Category  -\n"), std::string::npos) << info;
+  EXPECT_EQ(info.find(" own "), std::string::npos) << info;
 }
 
 TEST_F(TevDamaged, StreamThatAModelLacks_IsNotMissingWithoutAnUnknownOne) {

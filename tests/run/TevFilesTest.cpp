@@ -62,6 +62,46 @@ TEST_F(TevFiles, BlockThatZlibRefuses_IsNamedByNumberAndStream) {
       << run.error;
 }
 
+TEST_F(TevFiles, RecordSeparatorInTheNameOfADamagedNode_IsABlank) {
+  ModelWriter model;
+  model.AddGroup("ro\x1eot", 0);
+  ContainerWriter container = model.ToContainer();
+  for (BlockSpec& block : container.Blocks()) {
+    if (block.name == kLightData) {
+      block.storedBytes = Hex("10000000 'no zlib stream'");
+      block.compressed = true;
+    }
+  }
+  dir.Write("a.tev", container.Build().bytes);
+  const RunResult run = Run({"info", "--jsonl", "a.tev"});
+  EXPECT_NE(run.output.find("\"missing\": [\"the data of node 1 (ro ot): "), std::string::npos)
+      << run.output;
+}
+
+TEST_F(TevFiles, NoFolderForTemporaryFiles_IsAnErrorOfTheSystem) {
+  Write("a.tev", SmallModel());
+  const RunResult run =
+      RunProgram({"sh", "-c", "cat a.tev | \"$0\" info --jsonl -", TEV_PROGRAM},
+                 {.environment = {{"TMPDIR", "/nonexistent"}}, .workingDirectory = dir.Path()});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_NE(run.output.find("\"failure\": {\"code\": \"io-error\", \"message\": \"cannot make a "
+                            "temporary file: No such file or directory\"}"),
+            std::string::npos)
+      << run.output << run.error;
+}
+
+TEST_F(TevFiles, SizeOfANativeFileWithoutAPath_StaysAmongTheAttributes) {
+  ModelWriter model;
+  model.AddGroup("root", 0, {Attribute::Text("Model File Size", "1.5 KB")});
+  Write("a.tev", model);
+  const std::string answer = Answer({"info", "--jsonl", "a.tev"});
+  EXPECT_NE(answer.find(R"("attributes": [{"name": "Model File Size", "type": "text", )"
+                        R"("value": "1.5 KB"}])"),
+            std::string::npos)
+      << answer;
+  EXPECT_NE(Answer({"info", "a.tev"}).find("    Model File Size: 1.5 KB\n"), std::string::npos);
+}
+
 TEST_F(TevFiles, SecondIndexThatZlibRefuses_IsNamedToo) {
   ContainerWriter container;
   container.AddRaw("A", "1").AddRaw("B", "2");
