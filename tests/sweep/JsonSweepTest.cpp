@@ -3,9 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <set>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "Mutants.h"
 #include "Scratch.h"
@@ -31,19 +32,26 @@ class JsonSweep : public testing::TestWithParam<Command> {
   /// says so.
   void Take(const std::string& path) {
     const std::string out = dir_ / "out";
-    const std::array<const char*, 7> arguments{"tev", GetParam().verb, GetParam().option, "--jsonl",
-                                               "-o",  out.c_str(),     path.c_str()};
+    const std::string sound = dir_ / "sound.tev";
+    std::vector<const char*> arguments{"tev", GetParam().verb, GetParam().option, "--jsonl",
+                                       "-o",  out.c_str(),     path.c_str()};
+    if (IsDiff()) {
+      arguments.push_back(sound.c_str());
+    }
     const int status = RunTev(static_cast<int>(arguments.size()), arguments.data());
     const std::string line = dir_.Read("out");
     const bool hasFailed = line.find("\"failure\": {\"code\": \"") != std::string::npos;
     const bool hasNone = line.find("\"failure\": null, ") != std::string::npos;
-    if (status != (hasFailed ? 2 : 0) || hasFailed == hasNone) {
+    const bool isDifferent = line.find("\"verdict\": \"different\"") != std::string::npos;
+    if (status != (hasFailed ? 2 : IsDiff() && isDifferent ? 1 : 0) || hasFailed == hasNone) {
       ++contradictions_;
       contradiction_ = "status " + std::to_string(status) + ": " + line;
     }
     ++count_;
     lines_.insert(line);
   }
+
+  [[nodiscard]] static bool IsDiff() { return std::string_view(GetParam().verb) == "diff"; }
 
   const tevtest::TempDir dir_;
   std::set<std::string> lines_;
@@ -57,6 +65,7 @@ TEST_P(JsonSweep, EveryDamage_IsToldByTheSchemaAndByTheStatus) {
   {
     const Silence silence;
     for (const tevtest::VariedModel& model : tevtest::VariedModels()) {
+      dir_.Write("sound.tev", model.bytes);  // what a mutant is compared with
       ForEachMutant(model.bytes, Stride(kSlice), [&](const std::string& mutant) {
         file.Write(mutant);
         Take(file.Path());
@@ -82,7 +91,8 @@ INSTANTIATE_TEST_SUITE_P(Verbs, JsonSweep,
                          testing::Values(Command{"list", "--jsonl"}, Command{"info", "--stats"},
                                          Command{"tree", "--storage"},
                                          Command{"results", "--stats"}, Command{"sets", "--jsonl"},
-                                         Command{"check", "--all"}, Command{"blocks", "--jsonl"}),
+                                         Command{"check", "--all"}, Command{"blocks", "--jsonl"},
+                                         Command{"diff", "--jsonl"}),
                          [](const auto& command) { return std::string(command.param.verb); });
 
 }  // namespace
