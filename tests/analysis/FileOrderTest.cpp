@@ -147,6 +147,60 @@ TEST(CompareModels, BlocksOfBoth_AreInflatedAtMostOnceAndAlikeOnesInAAlone) {
   }
 }
 
+enum class StoredBy { Part, Step };
+
+/// Fields of many parts at as many steps, a block for each part or for each step.
+ModelWriter Stored(StoredBy order) {
+  constexpr std::size_t kCount = 40;
+  constexpr std::size_t kNumbers = 200;
+  constexpr std::size_t kBytes = kNumbers * 4;
+  ModelWriter model;
+  const NodeRef group = model.AddGroup("r", 0);
+  std::vector<NodeRef> meshes;
+  for (std::size_t part = 0; part < kCount; ++part) {
+    meshes.push_back(model.AddGeometry("g", model.AddShape("P" + std::to_string(part), group)));
+    for (std::size_t step = 0; step < kCount; ++step) {
+      model.AddVariable(
+          meshes.back(),
+          Variable::Floats("R\x1eTime = " + std::to_string(step), 13, 1,
+                           std::vector<float>(kNumbers, static_cast<float>(part * kCount + step))));
+    }
+  }
+  StreamLayout layout{.split = StreamLayout::Split::AtCuts,
+                      .packing = StreamLayout::Packing::Compressed};
+  for (std::size_t block = 1; block < kCount; ++block) {
+    layout.cuts.push_back(block * kCount * kBytes);
+  }
+  model.SetLayout(kHeavyData, layout);
+  if (order == StoredBy::Step) {
+    const std::string byPart = model.StreamBytes(kHeavyData);
+    std::string byStep;
+    for (std::size_t step = 0; step < kCount; ++step) {
+      for (std::size_t part = 0; part < kCount; ++part) {
+        model.VariableAt(meshes[part], step).heavyPosition = byStep.size();
+        byStep += byPart.substr((part * kCount + step) * kBytes, kBytes);
+      }
+    }
+    model.ReplaceStream(kHeavyData, byStep);
+  }
+  return model;
+}
+
+TEST(CompareModels, ModelsInAnotherOrder_AreInflatedOnceAndTheSame) {
+  for (const bool isAByPart : {true, false}) {
+    for (const std::size_t ahead : {std::size_t{0}, std::size_t{1}}) {
+      DescribedModel a(Stored(isAByPart ? StoredBy::Part : StoredBy::Step));
+      DescribedModel b(Stored(isAByPart ? StoredBy::Step : StoredBy::Part));
+      const auto& workOfB = b.tree.GetFile().FindStream(kHeavyData)->Work();
+      const auto before = workOfB.loads;
+      const DifferenceSink sink{.differs = [](const ModelDifference&) { ADD_FAILURE(); },
+                                .failed = [](const FailedComparison&) { ADD_FAILURE(); }};
+      CompareModels(a.model, b.model, {}, {}, sink, ahead);
+      EXPECT_LE(workOfB.loads - before, 40U);
+    }
+  }
+}
+
 template <class Action>
 std::string MessageOf(const Action& action) {
   try {
@@ -159,6 +213,25 @@ std::string MessageOf(const Action& action) {
 }
 
 constexpr const char* kTooOften = "The model refers to its data too often";
+
+TEST(ModelStream, PassesThatAreAllowed_RaiseTheLimitUpToOneReading) {
+  constexpr std::uint64_t kLength = ModelStream::kBytesPerPass;
+  ModelWriter model;
+  model.AddVariable(model.AddGeometry("g", model.AddShape("P", model.AddGroup("r", 0))),
+                    Variable::Floats("A", 13, 1, std::vector<float>(kLength / 4)));
+  model.SetLayout(kHeavyData, {.packing = StreamLayout::Packing::Compressed});
+  const DescribedModel described(model);
+  ModelStream& heavy = *described.tree.GetStreams().heavy;
+  const ModelStream::Request request(heavy);
+  heavy.Charge(16 * kLength + std::uint64_t{16} * 1024 * 1024);
+  EXPECT_FALSE(heavy.Allows(1));
+  heavy.AllowPasses(1);
+  EXPECT_TRUE(heavy.Allows(kLength));
+  EXPECT_FALSE(heavy.Allows(kLength + 1));
+  heavy.AllowPasses(1000);  // two at most: half the bytes of one pass need not come from each
+  EXPECT_TRUE(heavy.Allows(2 * kLength));
+  EXPECT_EQ(MessageOf([&] { heavy.Charge(2 * kLength + 1); }), kTooOften);
+}
 
 /// A model that was written by what makes hostile ones.
 struct Hostile {

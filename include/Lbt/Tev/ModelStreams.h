@@ -98,6 +98,14 @@ class ModelStream {
   /// up to each seek. Throws "Out of Bounds" ("The model refers to its data too often").
   void Charge(std::uint64_t bytes);
 
+  /// Numbers that come from one pass through the stream where these are read in several.
+  static constexpr std::uint64_t kBytesPerPass = std::uint64_t{64} * 1024 * 1024;
+
+  /// Raises the limit of the request by so many passes through the whole stream, but no more than
+  /// it takes to read all of it once, kBytesPerPass at a time: for who chooses an order that is
+  /// not the file's.
+  void AllowPasses(std::uint64_t passes) { passesAllowed_ = passes; }
+
   /// Whether so many more bytes are within the limit of the request.
   [[nodiscard]] bool Allows(std::uint64_t bytes);
 
@@ -146,6 +154,7 @@ class ModelStream {
   std::optional<std::size_t> refusedAgain_;            // by the last seek
   int requests_ = 0;                                   // that are open
   std::uint64_t charged_ = 0;                          // to the outermost one
+  std::uint64_t passesAllowed_ = 0;                    // beside the limit
   std::uint64_t read_ = 0;                             // since the last seek
   std::uint64_t reloaded_ = 0;  // bytes loaded again in all, at the last seek
   bool hasMissedReads_ = false;

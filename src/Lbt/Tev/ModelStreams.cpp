@@ -45,6 +45,7 @@ ModelStream::Request::Request(ModelStream& stream) : stream_(&stream) {
   ++stream.requests_;
   if (stream.requests_ == 1) {
     stream.charged_ = 0;
+    stream.passesAllowed_ = 0;
     stream.read_ = 0;
     stream.reloaded_ = stream.KnowsStream() ? stream.stream_->Work().loadedAgain : 0;
   }
@@ -84,7 +85,11 @@ bool ModelStream::Allows(std::uint64_t bytes) {
   }
   LbtLbf::NamedStream* stream = file_->IsOpen() ? FindStream() : nullptr;
   const std::uint64_t length = stream == nullptr ? 0 : file_->ReadRecordedLength(*stream);
-  return sum - kAlwaysAllowed <= kMostPerByte * length;
+  // No two passes in a row bring less than the bytes of one; absurd lengths do not overflow.
+  constexpr std::uint64_t kMostPasses = 1024;
+  const std::uint64_t passes =
+      std::min({passesAllowed_, length / (kBytesPerPass / 2), kMostPasses});
+  return sum - kAlwaysAllowed <= (kMostPerByte + passes) * length;
 }
 
 std::uint64_t ModelStream::Position() {

@@ -62,7 +62,9 @@ void LoadInFileOrder(const WantedOfModel& wanted,
 
 /// The same for two models with as many groups each, of which those at the same place belong
 /// together: in the order of A, and in B what stands at the same place of a group with it. What
-/// both store in the same bytes is inflated once.
+/// both store in the same bytes is inflated once. Where B is stored in another order, so much of it
+/// is loaded before its turn as ModelStream::kBytesPerPass allows: a block is inflated once for
+/// that.
 void LoadInFileOrder(const WantedOfModel& a, const WantedOfModel& b,
                      const std::function<void(std::size_t place, const LoadedGroup& ofA,
                                               const LoadedGroup& ofB)>& take);

@@ -5,7 +5,9 @@
 #include <limits>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <tuple>
 
 #include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Log/Raise.h"
@@ -133,6 +135,34 @@ class LoadSide {
     std::ranges::stable_sort(order_, {}, &Turn::turn);  // those of one turn stay in file order
   }
 
+  /// Where blocks would be returned to again and again, since the leader is stored in another
+  /// order, what comes soon gets one turn, in which it is loaded in the order of the file.
+  void GatherTurns() {
+    if (!ReturnsToBlocks()) {
+      return;
+    }
+    constexpr std::uint64_t kMostBytes = ModelStream::kBytesPerPass;
+    std::uint64_t bytes = 0;
+    std::size_t first = order_.front().turn;
+    std::size_t passes = 1;
+    for (Turn& turn : order_) {
+      if (HasTwin(*turn.array)) {
+        continue;  // it costs nothing once the leader has it
+      }
+      if (bytes != 0 && turn.key->byteSize > kMostBytes - bytes) {
+        bytes = 0;
+        first = turn.turn;
+        ++passes;
+      }
+      bytes = std::min<std::uint64_t>(kMostBytes, bytes + turn.key->byteSize);
+      turn.turn = first;
+    }
+    std::ranges::sort(order_, [](const Turn& left, const Turn& right) {
+      return std::tie(left.turn, *left.key) < std::tie(right.turn, *right.key);
+    });
+    heavy_->AllowPasses(passes - 1);
+  }
+
   /// The turn at which all of a group is there, after the last one for a group of nothing.
   [[nodiscard]] std::size_t TurnOf(std::size_t group) const {
     std::optional<std::size_t> last;
@@ -223,6 +253,23 @@ class LoadSide {
     return positions;
   }
 
+  /// Whether the order visits a block that it has left before.
+  [[nodiscard]] bool ReturnsToBlocks() {
+    std::set<std::size_t> visited;
+    std::optional<std::size_t> current;
+    for (const Turn& turn : order_) {
+      const auto place =
+          turn.array->source->loader == nullptr ? std::nullopt : blocks_.Locate(turn.key->position);
+      if (place && place->entry != current) {
+        if (!visited.insert(place->entry).second) {
+          return true;
+        }
+        current = place->entry;
+      }
+    }
+    return false;
+  }
+
   void Load(Array& array) {
     if (TakeFromCounterpart(array)) {
       return;
@@ -257,11 +304,16 @@ class LoadSide {
     return isAlike ? std::optional(std::pair(place->entry, placeOfOther->entry)) : std::nullopt;
   }
 
+  /// Whether the leader has the same, stored in the same bytes.
+  [[nodiscard]] bool HasTwin(const Array& array) {
+    const auto twin = twins_ == nullptr ? std::nullopt : TwinOf(array);
+    return twin && twins_->HaveSameBytes(twin->second, twin->first);
+  }
+
   [[nodiscard]] bool TakeFromCounterpart(Array& array) {
-    const bool isThere = twins_ != nullptr && array.counterpart != nullptr &&
-                         array.counterpart->loaded.failure == nullptr;
-    const auto twin = isThere ? TwinOf(array) : std::nullopt;
-    if (!twin || !twins_->HaveSameBytes(twin->second, twin->first)) {
+    const bool isThere =
+        array.counterpart != nullptr && array.counterpart->loaded.failure == nullptr;
+    if (!isThere || !HasTwin(array)) {
       return false;
     }
     array.loaded = array.counterpart->loaded;
@@ -341,6 +393,7 @@ void LoadInFileOrder(const WantedOfModel& a, const WantedOfModel& b,
   sideB.FollowTurnsOf(sideA);
   TwinBlocks twins(a.tree->GetStreams().heavy->GetFile(), b.tree->GetStreams().heavy->GetFile());
   sideB.ShareWith(sideA, twins);
+  sideB.GatherTurns();
   sideA.Start();
   sideB.Start();
   ForTurns(
