@@ -58,6 +58,9 @@ class UsedNodes {
   [[nodiscard]] const std::vector<Range>& Ranges() const { return ranges_; }
   [[nodiscard]] std::size_t Count() const { return count_; }
 
+  /// Throws "Model Error" where one of them is none of "points" nodes.
+  void RequireWithin(std::size_t points) const;
+
  private:
   void Add(std::size_t node);
 

@@ -17,6 +17,12 @@ namespace {
                   "include/Lbt/Tev/Analysis/Arrays");
 }
 
+void RequirePoint(std::size_t node, std::size_t points) {
+  if (node >= points) {
+    RaiseDamage("A face names a node that the mesh has not");
+  }
+}
+
 }  // namespace
 
 ArrayKey::ArrayKey(const NumericArray& array) : byteSize(array.byteSize), width(array.width) {
@@ -69,8 +75,8 @@ void CheckLengths(std::size_t sum, std::size_t nodes) {
 void CheckFaces(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,
                 std::size_t points) {
   CheckLengths(std::accumulate(lengths.begin(), lengths.end(), std::size_t{0}), faces.size());
-  if (!faces.empty() && *std::ranges::max_element(faces) >= points) {
-    RaiseDamage("A face names a node that the mesh has not");
+  if (!faces.empty()) {
+    RequirePoint(*std::ranges::max_element(faces), points);
   }
 }
 
@@ -105,6 +111,12 @@ UsedNodes::UsedNodes(std::span<const unsigned int> faces, std::span<const unsign
   sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
   for (const unsigned int node : sorted) {
     Add(node);
+  }
+}
+
+void UsedNodes::RequireWithin(std::size_t points) const {
+  if (!ranges_.empty()) {
+    RequirePoint(ranges_.back().second - 1, points);
   }
 }
 

@@ -1,4 +1,5 @@
 // Works out the statistics of many fields, or counts elements, in one pass through the file.
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <tuple>
@@ -6,6 +7,7 @@
 
 #include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
+#include "Remembered.h"
 
 namespace LbtTev::Analysis {
 
@@ -13,38 +15,33 @@ namespace {
 
 /// The nodes that take part in fields: one for all parts and steps that share the faces.
 struct Mask {
-  WantedGroup wanted;  // faces and their lengths; none where all nodes take part
-  std::size_t points = 0;
-  std::size_t users = 0;  // fields that have not been served
+  WantedGroup wanted;      // faces and their lengths; none where all nodes take part
+  std::size_t points = 0;  // the most that a field has of them
+  std::size_t users = 0;   // fields that have not been served
   bool isThere = false;
   std::shared_ptr<const UsedNodes> used{};
   std::exception_ptr failure{};
   std::vector<std::pair<std::size_t, LoadedGroup>> waiting{};  // fields whose numbers came first
 };
 
-/// Parts that share numbers and nodes have the same statistics; they come one after another.
+/// Parts that share numbers and nodes have the same statistics. Other work on shared numbers counts
+/// as bytes that were copied.
 class SharedStatistics {
  public:
+  explicit SharedStatistics(ModelStream& heavy) : heavy_(&heavy) {}
+
   const Statistics& Of(const LoadedArray& values, const LoadedArray& ids,
                        const std::shared_ptr<const UsedNodes>& used, std::size_t width) {
-    const bool hasIds = ids.floats != nullptr;
-    if (values.floats != values_.lock() || used != used_.lock() || hasIds != hadIds_ ||
-        ids.floats != ids_.lock()) {
-      statistics_ = StatisticsOf(values.Floats(), width, *used, ids.Floats());
-      values_ = values.floats;
-      ids_ = ids.floats;
-      hadIds_ = hasIds;
-      used_ = used;
-    }
-    return statistics_;
+    return known_.Of({Identity(values), Identity(ids), Identity(used)}, width * sizeof(Figures),
+                     [&] {
+                       heavy_->Charge(used->Count() * width * sizeof(float));
+                       return StatisticsOf(values.Floats(), width, *used, ids.Floats());
+                     });
   }
 
  private:
-  std::weak_ptr<const std::vector<float>> values_;
-  std::weak_ptr<const std::vector<float>> ids_;
-  std::weak_ptr<const UsedNodes> used_;
-  bool hadIds_ = false;
-  Statistics statistics_;
+  ModelStream* heavy_;
+  Remembered<std::tuple<Identity, Identity, Identity>, Statistics> known_;
 };
 
 /// The groups that are loaded are those of the fields, and then those of the masks.
@@ -55,6 +52,7 @@ class Gathering {
   Gathering(const Model& model, std::span<const FieldOfPart> fields, const Take& take)
       : model_(&model),
         fields_(fields),
+        shared_(*model.GetTree().GetStreams().heavy),
         results_([&take, fields](std::size_t place, const FieldStatistics& result) {
           take(fields[place], result);
         }) {
@@ -78,6 +76,7 @@ class Gathering {
   }
 
  private:
+  /// Faces and their lengths, else the number of points.
   using MaskKey = std::tuple<bool, ArrayKey, ArrayKey, std::size_t>;
 
   void Add(const FieldOfPart& each) {
@@ -95,11 +94,11 @@ class Gathering {
     };
     const bool hasFaces = mesh.faces != nullptr;
     const MaskKey key{hasFaces, keyOf(mesh.faces), hasFaces ? keyOf(mesh.lengths) : ArrayKey(),
-                      points};
+                      hasFaces ? 0 : points};
     const auto [found, isNew] = maskOfKey_.try_emplace(key);
     Mask& mask = found->second;
+    mask.points = std::max(mask.points, points);
     if (isNew) {
-      mask.points = points;
       mask.isThere = !hasFaces;
       if (hasFaces) {
         mask.wanted = {{mesh.faces, true}, {mesh.lengths, true}};
@@ -116,8 +115,10 @@ class Gathering {
     mask.failure = FailureOf(loaded);
     if (mask.failure == nullptr) {
       mask.failure = FailureOfLoad(model_->GetTree(), [&] {
-        mask.used =
-            std::make_shared<const UsedNodes>(loaded[0].Wholes(), loaded[1].Wholes(), mask.points);
+        const auto faces = loaded[0].Wholes();
+        const auto lengths = loaded[1].Wholes();
+        model_->GetTree().GetStreams().heavy->Charge(faces.size_bytes() + lengths.size_bytes());
+        mask.used = std::make_shared<const UsedNodes>(faces, lengths, mask.points);
       });
     }
     for (auto& [field, numbers] : std::exchange(mask.waiting, {})) {
@@ -138,8 +139,11 @@ class Gathering {
     FieldStatistics result{.failure = FailureOf(loaded)};
     result.failure = result.failure == nullptr ? mask.failure : result.failure;
     if (result.failure == nullptr) {
-      result.statistics =
-          shared_.Of(loaded[0], loaded[1], mask.used, fields_[place].field->components);
+      result.failure = FailureOfLoad(model_->GetTree(), [&] {
+        const Field& field = *fields_[place].field;
+        mask.used->RequireWithin(field.count);
+        result.statistics = shared_.Of(loaded[0], loaded[1], mask.used, field.components);
+      });
     }
     if (--mask.users == 0) {
       mask.used.reset();

@@ -7,6 +7,7 @@
 
 #include "Lbt/Tev/Analysis/Arrays.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
+#include "Lbt/Util/Exception.h"
 
 namespace LbtTev::Analysis {
 
@@ -24,50 +25,44 @@ std::size_t WidthOf(const MeshVariables& mesh) {
   return mesh.coordinates == nullptr ? 0 : mesh.coordinates->array.GetWidth();
 }
 
-/// Ids by which tuples are matched differ where one has no partner; others place by place.
-NumbersDifference CompareIds(std::span<const float> a, std::span<const float> b,
-                             const TupleMatch& match) {
-  return match.IsById() ? NumbersDifference{.onlyInA = match.OnlyInA(), .onlyInB = match.OnlyInB()}
-                        : Compare(a, b, 1, TupleMatch(a.size(), b.size()), {});
+std::size_t BytesOf(const LoadedArray& array) {
+  return array.Floats().size_bytes() + array.Wholes().size_bytes();
 }
 
 /// Compares one array of a mesh after another.
 class MeshComparison {
  public:
-  MeshComparison(const LoadedMesh& a, const LoadedMesh& b, const ModelDifference& about)
-      : a_(&a), b_(&b), about_(&about) {}
+  MeshComparison(GroupComparison& comparison, const LoadedMesh& a, const LoadedMesh& b,
+                 const ModelDifference& about)
+      : comparison_(&comparison), a_(&a), b_(&b), about_(&about) {}
 
-  [[nodiscard]] std::vector<ModelDifference> Run(const Tolerance& tolerance) {
-    const LoadedGroup& a = *a_->numbers;
-    const LoadedGroup& b = *b_->numbers;
+  [[nodiscard]] std::vector<ModelDifference> Run() {
     const std::size_t widthOfA = WidthOf(*a_->variables);
     const std::size_t widthOfB = WidthOf(*b_->variables);
-    const auto idsOfA = a[kNodeIds].Floats();
-    const auto idsOfB = b[kNodeIds].Floats();
-    const auto elementsOfA = a[kElementIds].Floats();
-    const auto elementsOfB = b[kElementIds].Floats();
-    const Faces facesOfA{a[kFaces].Wholes(), a[kLengths].Wholes()};
-    const Faces facesOfB{b[kFaces].Wholes(), b[kLengths].Wholes()};
-    const TupleMatch nodes(idsOfA, PointsOf(*a_->variables), idsOfB, PointsOf(*b_->variables));
-    const TupleMatch elements(elementsOfA, facesOfA.lengths.size(), elementsOfB,
-                              facesOfB.lengths.size());
-    Tell("Node Ids", CompareIds(idsOfA, idsOfB, nodes), {});
-    Tell("Element Ids", CompareIds(elementsOfA, elementsOfB, elements), {});
+    const ArrayPair lengths = Pair(kLengths);
+    const MatchInputs nodes{Pair(kNodeIds), PointsOf(*a_->variables), PointsOf(*b_->variables)};
+    const MatchInputs elements{Pair(kElementIds), lengths.a->Wholes().size(),
+                               lengths.b->Wholes().size()};
+    Tell("Node Ids", comparison_->OfIds(nodes), {});
+    Tell("Element Ids", comparison_->OfIds(elements), {});
     if (widthOfA != widthOfB) {
       ModelDifference difference = About("Coordinates");
       difference.a = std::to_string(widthOfA) + " components";
       difference.b = std::to_string(widthOfB) + " components";
       differences_.push_back(std::move(difference));
     } else {
-      Tell("Coordinates",
-           Compare(a[kCoordinates].Floats(), b[kCoordinates].Floats(), widthOfA, nodes, tolerance),
-           idsOfA);
+      Tell("Coordinates", comparison_->OfNumbers(Pair(kCoordinates), widthOfA, nodes),
+           nodes.ids.a->Floats());
     }
-    TellFaces(CountDifferentFaces(facesOfA, facesOfB, nodes, elements));
+    TellFaces(comparison_->OfFaces(Pair(kFaces), lengths, nodes, elements));
     return std::move(differences_);
   }
 
  private:
+  [[nodiscard]] ArrayPair Pair(MeshArray array) const {
+    return {&(*a_->numbers)[array], &(*b_->numbers)[array]};
+  }
+
   [[nodiscard]] ModelDifference About(const char* name) const {
     ModelDifference difference = *about_;
     difference.result = name;
@@ -91,6 +86,7 @@ class MeshComparison {
     }
   }
 
+  GroupComparison* comparison_;
   const LoadedMesh* a_;
   const LoadedMesh* b_;
   const ModelDifference* about_;
@@ -107,33 +103,106 @@ WantedGroup WantedOf(const MeshVariables& mesh) {
           {mesh.elementIds}};
 }
 
-void CheckFacesOf(const MeshVariables& mesh, const LoadedGroup& loaded) {
-  if (mesh.faces != nullptr) {
-    CheckFaces(loaded[kFaces].Wholes(), loaded[kLengths].Wholes(), PointsOf(mesh));
+GroupComparison::GroupComparison(const Tree& a, const Tree& b, const Tolerance& tolerance)
+    : heavyOfA_(a.GetStreams().heavy), heavyOfB_(b.GetStreams().heavy), tolerance_(tolerance) {}
+
+GroupComparison::PairKey GroupComparison::KeyOf(const ArrayPair& arrays) {
+  return {Identity(*arrays.a), Identity(*arrays.b)};
+}
+
+GroupComparison::MatchKey GroupComparison::KeyOf(const MatchInputs& inputs) {
+  return {KeyOf(inputs.ids), inputs.countInA, inputs.countInB, inputs.isById};
+}
+
+void GroupComparison::Charge(std::size_t bytesOfA, std::size_t bytesOfB) {
+  isChargingA_ = true;
+  heavyOfA_->Charge(bytesOfA);
+  isChargingA_ = false;
+  heavyOfB_->Charge(bytesOfB);
+}
+
+std::shared_ptr<const TupleMatch> GroupComparison::Match(const MatchInputs& inputs) {
+  const std::size_t bytes = inputs.isById ? inputs.countInA * sizeof(std::size_t) : 0;
+  return matches_.Of(KeyOf(inputs), bytes, [&] {
+    const std::span<const float> a = inputs.ids.a->Floats();
+    const std::span<const float> b = inputs.ids.b->Floats();
+    if (!inputs.isById) {
+      return std::make_shared<const TupleMatch>(inputs.countInA, inputs.countInB);
+    }
+    constexpr std::size_t kBytesOfAnId = 16;  // with its place, as ids are put in order
+    Charge(a.size() * kBytesOfAnId, b.size() * kBytesOfAnId);
+    return std::make_shared<const TupleMatch>(a, inputs.countInA, b, inputs.countInB);
+  });
+}
+
+void GroupComparison::CheckFacesOf(const LoadedMesh& mesh, bool isInA) {
+  if (mesh.variables->faces == nullptr) {
+    return;
+  }
+  const LoadedArray& faces = (*mesh.numbers)[kFaces];
+  const LoadedArray& lengths = (*mesh.numbers)[kLengths];
+  const std::size_t points = PointsOf(*mesh.variables);
+  const auto check = [&]() -> std::exception_ptr {
+    const std::size_t bytes = BytesOf(faces) + BytesOf(lengths);
+    (isInA ? heavyOfA_ : heavyOfB_)->Charge(bytes);
+    try {
+      CheckFaces(faces.Wholes(), lengths.Wholes(), points);
+    } catch (const Lbt::Util::Exception&) {
+      return std::current_exception();
+    }
+    return nullptr;
+  };
+  if (const auto& failure =
+          checks_.Of({isInA, KeyOf(ArrayPair{&faces, &lengths}), points}, 0, check)) {
+    std::rethrow_exception(failure);
   }
 }
 
-std::vector<ModelDifference> CompareMeshes(const LoadedMesh& a, const LoadedMesh& b,
-                                           const ModelDifference& about,
-                                           const Tolerance& tolerance) {
-  return MeshComparison(a, b, about).Run(tolerance);
+std::vector<ModelDifference> GroupComparison::OfMeshes(const LoadedMesh& a, const LoadedMesh& b,
+                                                       const ModelDifference& about) {
+  return MeshComparison(*this, a, b, about).Run();
 }
 
-const NumbersDifference& FieldComparison::Of(const Field& a, const Field& b, const LoadedGroup& ofA,
-                                             const LoadedGroup& ofB, const Tolerance& tolerance) {
-  const Inputs ids{{ofA[1].floats, ofB[1].floats}, {a.count, b.count}, a.location == b.location};
-  const bool isMatched = matched_ && matched_->IsSame(ids);
-  if (!isMatched) {
-    match_ = ids.isById ? TupleMatch(ofA[1].Floats(), a.count, ofB[1].Floats(), b.count)
-                        : TupleMatch(a.count, b.count);
-    matched_.emplace(ids);
-  }
-  const Inputs values{{ofA[0].floats, ofB[0].floats}, {a.components, 0}, false};
-  if (!isMatched || !compared_ || !compared_->IsSame(values)) {
-    difference_ = Compare(ofA[0].Floats(), ofB[0].Floats(), a.components, match_, tolerance);
-    compared_.emplace(values);
-  }
-  return difference_;
+NumbersDifference GroupComparison::OfFields(const LoadedField& a, const LoadedField& b) {
+  const MatchInputs inputs{{&(*a.numbers)[1], &(*b.numbers)[1]},
+                           a.field->count,
+                           b.field->count,
+                           a.field->location == b.field->location};
+  return OfNumbers({a.numbers->data(), b.numbers->data()}, a.field->components, inputs);
+}
+
+NumbersDifference GroupComparison::OfIds(const MatchInputs& inputs) {
+  return ids_.Of(KeyOf(inputs), 0, [&]() -> NumbersDifference {
+    const auto match = Match(inputs);
+    if (match->IsById()) {
+      return {.onlyInA = match->OnlyInA(), .onlyInB = match->OnlyInB()};
+    }
+    const std::span<const float> a = inputs.ids.a->Floats();
+    const std::span<const float> b = inputs.ids.b->Floats();
+    Charge(a.size_bytes(), b.size_bytes());
+    return Compare(a, b, 1, TupleMatch(a.size(), b.size()), {});
+  });
+}
+
+NumbersDifference GroupComparison::OfNumbers(const ArrayPair& values, std::size_t width,
+                                             const MatchInputs& inputs) {
+  return numbers_.Of({KeyOf(values), width, KeyOf(inputs)}, 0, [&] {
+    const auto match = Match(inputs);
+    Charge(BytesOf(*values.a), BytesOf(*values.b));
+    return Compare(values.a->Floats(), values.b->Floats(), width, *match, tolerance_);
+  });
+}
+
+std::size_t GroupComparison::OfFaces(const ArrayPair& faces, const ArrayPair& lengths,
+                                     const MatchInputs& nodes, const MatchInputs& elements) {
+  return faces_.Of({KeyOf(faces), KeyOf(lengths), KeyOf(nodes), KeyOf(elements)}, 0, [&] {
+    const auto matchOfNodes = Match(nodes);
+    const auto matchOfElements = Match(elements);
+    Charge(BytesOf(*faces.a) + BytesOf(*lengths.a), BytesOf(*faces.b) + BytesOf(*lengths.b));
+    return CountDifferentFaces({faces.a->Wholes(), lengths.a->Wholes()},
+                               {faces.b->Wholes(), lengths.b->Wholes()}, *matchOfNodes,
+                               *matchOfElements);
+  });
 }
 
 }  // namespace LbtTev::Analysis

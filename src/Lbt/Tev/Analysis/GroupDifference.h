@@ -1,15 +1,16 @@
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <memory>
-#include <optional>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Difference.h"
 #include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/ModelDifference.h"
+#include "Remembered.h"
 
 /// Compares what has been loaded of two models.
 namespace LbtTev::Analysis {
@@ -17,67 +18,79 @@ namespace LbtTev::Analysis {
 /// What is to be loaded of a mesh.
 [[nodiscard]] WantedGroup WantedOf(const MeshVariables& mesh);
 
-/// Throws "Model Error" for damaged faces.
-void CheckFacesOf(const MeshVariables& mesh, const LoadedGroup& loaded);
-
-/// A mesh whose numbers are there and have been checked.
+/// A mesh whose numbers are there.
 struct LoadedMesh {
   const MeshVariables* variables = nullptr;
   const LoadedGroup* numbers = nullptr;
 };
 
-/// How two meshes differ; "about" says which part and step it is about.
-[[nodiscard]] std::vector<ModelDifference> CompareMeshes(const LoadedMesh& a, const LoadedMesh& b,
-                                                         const ModelDifference& about,
-                                                         const Tolerance& tolerance);
+/// A field whose numbers and ids are there.
+struct LoadedField {
+  const Field* field = nullptr;
+  const LoadedGroup* numbers = nullptr;
+};
 
-/// Compares numbers of fields. Parts that share numbers and ids have the same difference, and
-/// fields of one mesh are matched alike; such come one after another.
-class FieldComparison {
+/// Arrays of both models.
+struct ArrayPair {
+  const LoadedArray* a = nullptr;
+  const LoadedArray* b = nullptr;
+};
+
+/// By what tuples are matched.
+struct MatchInputs {
+  ArrayPair ids;
+  std::size_t countInA = 0;
+  std::size_t countInB = 0;
+  bool isById = true;
+};
+
+/// Compares numbers of meshes and fields. Parts and steps that share arrays have the same
+/// differences, which are worked out once; other work on shared arrays counts as bytes that were
+/// copied from the heavy data. All but WasInA() throw "Out of Bounds" where that is too much.
+class GroupComparison {
  public:
-  /// "ofA" and "ofB" are numbers and ids. The result stands until the next call.
-  const NumbersDifference& Of(const Field& a, const Field& b, const LoadedGroup& ofA,
-                              const LoadedGroup& ofB, const Tolerance& tolerance);
+  GroupComparison(const Tree& a, const Tree& b, const Tolerance& tolerance);
+
+  /// Throws "Model Error" for damaged faces of a mesh of A, or of B.
+  void CheckFacesOf(const LoadedMesh& mesh, bool isInA);
+
+  /// How two meshes differ that have been checked; "about" says which part and step it is about.
+  [[nodiscard]] std::vector<ModelDifference> OfMeshes(const LoadedMesh& a, const LoadedMesh& b,
+                                                      const ModelDifference& about);
+
+  [[nodiscard]] NumbersDifference OfFields(const LoadedField& a, const LoadedField& b);
+
+  /// Ids by which tuples are matched differ where one has no partner; others place by place.
+  [[nodiscard]] NumbersDifference OfIds(const MatchInputs& inputs);
+
+  [[nodiscard]] NumbersDifference OfNumbers(const ArrayPair& values, std::size_t width,
+                                            const MatchInputs& inputs);
+
+  [[nodiscard]] std::size_t OfFaces(const ArrayPair& faces, const ArrayPair& lengths,
+                                    const MatchInputs& nodes, const MatchInputs& elements);
+
+  /// Whether it was in A that what was thrown last was too much.
+  [[nodiscard]] bool WasInA() const { return isChargingA_; }
 
  private:
-  using Numbers = std::shared_ptr<const std::vector<float>>;
+  using PairKey = std::tuple<Identity, Identity>;
+  using MatchKey = std::tuple<PairKey, std::size_t, std::size_t, bool>;
 
-  struct Inputs {
-    std::pair<Numbers, Numbers> arrays;
-    std::pair<std::size_t, std::size_t> counts;
-    bool isById;
-  };
+  [[nodiscard]] static PairKey KeyOf(const ArrayPair& arrays);
+  [[nodiscard]] static MatchKey KeyOf(const MatchInputs& inputs);
 
-  /// Knows inputs again, and keeps no numbers.
-  class Known {
-   public:
-    explicit Known(const Inputs& inputs)
-        : a_(inputs.arrays.first),
-          b_(inputs.arrays.second),
-          hasA_(inputs.arrays.first != nullptr),
-          hasB_(inputs.arrays.second != nullptr),
-          counts_(inputs.counts),
-          isById_(inputs.isById) {}
+  void Charge(std::size_t bytesOfA, std::size_t bytesOfB);
+  [[nodiscard]] std::shared_ptr<const TupleMatch> Match(const MatchInputs& inputs);
 
-    [[nodiscard]] bool IsSame(const Inputs& inputs) const {
-      const auto& [a, b] = inputs.arrays;
-      return counts_ == inputs.counts && isById_ == inputs.isById && hasA_ == (a != nullptr) &&
-             hasB_ == (b != nullptr) && a == a_.lock() && b == b_.lock();
-    }
-
-   private:
-    std::weak_ptr<const std::vector<float>> a_;
-    std::weak_ptr<const std::vector<float>> b_;
-    bool hasA_;
-    bool hasB_;
-    std::pair<std::size_t, std::size_t> counts_;
-    bool isById_;
-  };
-
-  std::optional<Known> matched_;
-  TupleMatch match_{0, 0};
-  std::optional<Known> compared_;
-  NumbersDifference difference_;
+  std::shared_ptr<ModelStream> heavyOfA_;
+  std::shared_ptr<ModelStream> heavyOfB_;
+  Tolerance tolerance_;
+  bool isChargingA_ = true;
+  Remembered<std::tuple<bool, PairKey, std::size_t>, std::exception_ptr> checks_;
+  Remembered<MatchKey, std::shared_ptr<const TupleMatch>> matches_;
+  Remembered<MatchKey, NumbersDifference> ids_;
+  Remembered<std::tuple<PairKey, std::size_t, MatchKey>, NumbersDifference> numbers_;
+  Remembered<std::tuple<PairKey, PairKey, MatchKey, MatchKey>, std::size_t> faces_;
 };
 
 }  // namespace LbtTev::Analysis

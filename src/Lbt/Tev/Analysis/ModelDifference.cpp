@@ -44,7 +44,12 @@ class Comparison {
  public:
   Comparison(const Model& a, const Model& b, const Selection& selection, const Tolerance& tolerance,
              const DifferenceSink& sink)
-      : a_(&a), b_(&b), selection_(&selection), tolerance_(tolerance), sink_(&sink), steps_(a, b) {
+      : a_(&a),
+        b_(&b),
+        selection_(&selection),
+        sink_(&sink),
+        steps_(a, b),
+        comparison_(a.GetTree(), b.GetTree(), tolerance) {
     std::tie(chosenA_, chosenB_) = Choose(a, b, selection);
   }
 
@@ -250,49 +255,61 @@ class Comparison {
       std::exception_ptr failure = FailureOf(*loaded);
       if (failure == nullptr && task.fieldA == nullptr) {
         const MeshVariables mesh = isInA ? MeshOfA(task) : MeshOfB(task);
-        failure = FailureOfLoad((isInA ? a_ : b_)->GetTree(),
-                                [&, &group = *loaded] { CheckFacesOf(mesh, group); });
+        failure = FailureOfLoad((isInA ? a_ : b_)->GetTree(), [&, isInA = isInA, numbers = loaded] {
+          comparison_.CheckFacesOf({&mesh, numbers}, isInA);
+        });
       }
       if (failure != nullptr) {
-        const bool isField = task.fieldA != nullptr;
-        outcome.failure = FailedComparison{isInA, a_->Parts()[task.parts.first].name,
-                                           isField ? std::string(task.fieldA->result) : "mesh",
-                                           steps_.TextOf(task.step), failure};
+        outcome.failure = Failed(task, isInA, failure);
         return outcome;
       }
     }
-    if (task.fieldA == nullptr) {
-      const MeshVariables meshOfA = MeshOfA(task);
-      const MeshVariables meshOfB = MeshOfB(task);
-      outcome.differences = CompareMeshes({&meshOfA, &ofA}, {&meshOfB, &ofB},
-                                          About(Kind::Mesh, task, nullptr), tolerance_);
-    } else {
-      CompareFields(task, ofA, ofB, outcome);
+    const std::exception_ptr failure = FailureOfLoad(a_->GetTree(), [&] {
+      outcome.differences =
+          task.fieldA == nullptr ? CompareMeshes(task, ofA, ofB) : CompareFields(task, ofA, ofB);
+    });
+    if (failure != nullptr) {
+      outcome.failure = Failed(task, comparison_.WasInA(), failure);
     }
     return outcome;
   }
 
-  void CompareFields(const Task& task, const LoadedGroup& ofA, const LoadedGroup& ofB,
-                     Outcome& outcome) {
-    const NumbersDifference& found = fields_.Of(*task.fieldA, *task.fieldB, ofA, ofB, tolerance_);
-    if (!found.IsSame()) {
-      ModelDifference difference = About(Kind::Field, task, task.fieldA);
-      difference.numbers = found;
-      difference.id = found.beyond == 0 ? std::nullopt : IdAt(ofA[1].Floats(), found.index);
-      outcome.differences.push_back(std::move(difference));
+  [[nodiscard]] FailedComparison Failed(const Task& task, bool isInA,
+                                        const std::exception_ptr& failure) const {
+    return {isInA, a_->Parts()[task.parts.first].name,
+            task.fieldA == nullptr ? "mesh" : std::string(task.fieldA->result),
+            steps_.TextOf(task.step), failure};
+  }
+
+  [[nodiscard]] std::vector<ModelDifference> CompareMeshes(const Task& task, const LoadedGroup& ofA,
+                                                           const LoadedGroup& ofB) {
+    const MeshVariables meshOfA = MeshOfA(task);
+    const MeshVariables meshOfB = MeshOfB(task);
+    return comparison_.OfMeshes({&meshOfA, &ofA}, {&meshOfB, &ofB},
+                                About(Kind::Mesh, task, nullptr));
+  }
+
+  [[nodiscard]] std::vector<ModelDifference> CompareFields(const Task& task, const LoadedGroup& ofA,
+                                                           const LoadedGroup& ofB) {
+    const NumbersDifference found = comparison_.OfFields({task.fieldA, &ofA}, {task.fieldB, &ofB});
+    if (found.IsSame()) {
+      return {};
     }
+    ModelDifference difference = About(Kind::Field, task, task.fieldA);
+    difference.numbers = found;
+    difference.id = found.beyond == 0 ? std::nullopt : IdAt(ofA[1].Floats(), found.index);
+    return {std::move(difference)};
   }
 
   const Model* a_;
   const Model* b_;
   const Selection* selection_;
-  Tolerance tolerance_;
   const DifferenceSink* sink_;
   CommonSteps steps_;
   Chosen chosenA_;
   Chosen chosenB_;
   std::vector<Task> tasks_;
-  FieldComparison fields_;
+  GroupComparison comparison_;
 };
 
 }  // namespace
