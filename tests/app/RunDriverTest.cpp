@@ -70,4 +70,13 @@ TEST_F(RunsInOneProcess, OneThatFails_LeavesTheNextAlone) {
   EXPECT_EQ(both.error, failed.error + small.error);
 }
 
+TEST_F(RunsInOneProcess, EachWritesItsTraceOnce) {
+  constexpr const char* kLog = "TevInfo_trace.log";
+  static_cast<void>(Run({"text.tev"}));
+  const std::string ofOne = directory_.Read(kLog);
+  ASSERT_NE(ofOne, "");
+  static_cast<void>(Run({"text.tev", "text.tev", "text.tev"}));
+  EXPECT_EQ(directory_.Read(kLog), ofOne + ofOne + ofOne);
+}
+
 }  // namespace

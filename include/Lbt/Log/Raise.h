@@ -29,6 +29,9 @@ void LogTraceToFile(const char* path);
 void LogTraceToNull();
 void LogTraceToConsole();
 
+/// Whether a logger passes the trace to a file.
+[[nodiscard]] bool IsTracedToFile();
+
 /// Whether the trace goes to this file.
 [[nodiscard]] bool IsLogFile(const Util::FileIdentity& file);
 
@@ -37,5 +40,5 @@ void LogTraceToConsole();
 /// Sends the trace log to "TevInfo_trace.log" in the directory that the
 /// environment variable QUARLO_TEMP_PATH names ("/tmp" where it is unset or
 /// empty), or to nowhere where that directory cannot be written to, and says so on
-/// standard error.
+/// standard error. Where the process already traces to a file, that goes on, each record once.
 void SetLogFile();

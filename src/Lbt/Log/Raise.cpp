@@ -17,6 +17,8 @@ namespace Lbt::Log {
 
 namespace {
 
+constexpr const char* kLogFile = "log file";
+
 Manager& TheManager() { return Util::SingletonHolder<Manager>::getInstance(); }
 
 /// A trace must not stop the work that it traces, least of all that of a destructor or of a
@@ -58,7 +60,7 @@ void Trace(const char* message, const char* file, unsigned long line) {
 }
 
 void LogTraceToFile(const char* path) {
-  AddTraceLogger("log file", [path] { return std::make_unique<FilePublisher>(path); });
+  AddTraceLogger(kLogFile, [path] { return std::make_unique<FilePublisher>(path); });
 }
 
 void LogTraceToNull() {
@@ -67,6 +69,15 @@ void LogTraceToNull() {
 
 void LogTraceToConsole() {
   AddTraceLogger("log to console", [] { return std::make_unique<StreamPublisher>(std::cerr); });
+}
+
+bool IsTracedToFile() {
+  const auto& publishers = TheManager().Publishers().indices;
+  const auto file = publishers.find(kLogFile);
+  return file != publishers.end() &&
+         std::ranges::any_of(TheManager().Loggers(), [&file](const Manager::Logger& logger) {
+           return logger.publisher == file->second;
+         });
 }
 
 bool IsLogFile(const Util::FileIdentity& file) {
@@ -100,5 +111,8 @@ void SetLogFile() {
   const std::string path = directory + "TevInfo_trace.log";
   // In one piece, so that runs at the same time do not mix theirs.
   std::cerr << "Writing log to \"" + path + "\"\n" << std::flush;
-  Lbt::Log::LogTraceToFile(path.c_str());
+  // Another logger would write each record to the same file once more.
+  if (!Lbt::Log::IsTracedToFile()) {
+    Lbt::Log::LogTraceToFile(path.c_str());
+  }
 }
