@@ -22,12 +22,12 @@ namespace {
 namespace Analysis = LbtTev::Analysis;
 using Analysis::Model;
 
-void WriteFile(const char* key, const NativeFile& file, JsonWriter& json) {
+void WriteFile(const char* key, const LbtTev::NativeFile& file, JsonWriter& json) {
   json.Key(key);
   json.OpenObject();
   json.Member("path", JsonOrNull(file.path));
   json.Member("type", JsonOrNull(file.type));
-  json.Member("bytes", JsonOrNull(file.bytes));
+  json.Member("bytes", JsonOrNull(file.size ? BytesOfSize(*file.size) : std::nullopt));
   json.Close();
 }
 

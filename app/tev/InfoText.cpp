@@ -223,7 +223,7 @@ void WriteResults(const Model& model, std::ostream& stream) {
 }
 
 void WriteFiles(const RootFacts& root, std::ostream& stream) {
-  const std::array<std::pair<const char*, const NativeFile*>, 2> files{
+  const std::array<std::pair<const char*, const LbtTev::NativeFile*>, 2> files{
       {{"model", &root.modelFile}, {"results", &root.resultsFile}}};
   if (!root.modelFile.path && !root.resultsFile.path) {
     return;

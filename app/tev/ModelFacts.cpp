@@ -18,18 +18,7 @@ namespace {
 using LbtUtil::AttributeMap;
 namespace RootAttribute = LbtTev::RootAttribute;
 
-/// Takes an attribute out of the map, if it is there.
-std::optional<LbtUtil::AttributeValue> Take(AttributeMap& attributes, std::string_view name) {
-  const auto found = attributes.find(std::string(name));
-  if (found == attributes.end()) {
-    return std::nullopt;
-  }
-  std::optional<LbtUtil::AttributeValue> value = found->second;
-  attributes.erase(found);
-  return value;
-}
-
-/// The same with a number, of any kind; what is none is left there.
+/// Takes a number of any kind out of the map; what is none is left there.
 std::optional<double> TakeNumber(AttributeMap& attributes, std::string_view name) {
   const auto found = attributes.find(std::string(name));
   const auto number =
@@ -40,19 +29,16 @@ std::optional<double> TakeNumber(AttributeMap& attributes, std::string_view name
   return number;
 }
 
-NativeFile TakeFile(AttributeMap& attributes, std::string_view pathName, std::string_view sizeName,
-                    std::string (*formatOf)(const std::string&)) {
-  NativeFile file;
-  const auto path = Take(attributes, pathName);
-  if (!path) {
-    return file;  // a size of nothing stays among the attributes
+/// Takes what tells of a native file out of the map.
+LbtTev::NativeFile TakeFile(AttributeMap& attributes, std::string_view pathName,
+                            std::string_view sizeName,
+                            std::string (*formatOf)(const std::string&)) {
+  LbtTev::NativeFile file = LbtTev::NativeFileOf(attributes, pathName, sizeName, formatOf);
+  if (!file.path) {
+    return {};  // a size of nothing stays among the attributes
   }
-  file.path = path->GetAttributeString();
-  file.type = formatOf(*file.path);
-  if (const auto size = Take(attributes, sizeName)) {
-    file.size = size->GetAttributeString();
-    file.bytes = BytesOfSize(*file.size);
-  }
+  attributes.erase(std::string(pathName));
+  attributes.erase(std::string(sizeName));
   return file;
 }
 
@@ -81,7 +67,7 @@ std::optional<std::uint64_t> BytesOfSize(const std::string& size) {
 
 RootFacts RootFactsOf(const LbtTev::Tree& tree) {
   RootFacts facts;
-  facts.others = LbtTev::Analysis::RootAttributesOf(tree);
+  facts.others = LbtTev::RootAttributesOf(tree);
   facts.units = LbtTev::Analysis::UnitsOf(tree);
   if (facts.units.length) {
     facts.others.erase(std::string(LbtTev::Analysis::kLengthUnit));

@@ -10,26 +10,19 @@
 #include "Lbt/Tev/Analysis/Facts.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
+#include "Lbt/Tev/RootFacts.h"
 #include "Lbt/Tev/Tree.h"
 #include "Lbt/Util/AttributeValue.h"
 #include "tev/Answers.h"
 #include "tev/Json.h"
-
-/// One of the solver's files that a model was made from, as the model tells of it.
-struct NativeFile {
-  std::optional<std::string> path;
-  std::optional<std::string> type;     ///< the format that the path's name indicates
-  std::optional<std::string> size;     ///< as the model has it, with a unit
-  std::optional<std::uint64_t> bytes;  ///< as many as that size stands for, which is rounded
-};
 
 /// What the attributes of a model's root tell.
 struct RootFacts {
   std::optional<double> nodes;
   std::optional<double> elements;
   LbtTev::Analysis::Units units;
-  NativeFile modelFile;
-  NativeFile resultsFile;
+  LbtTev::NativeFile modelFile;
+  LbtTev::NativeFile resultsFile;
   LbtUtil::AttributeMap others;  ///< those that tell none of the above
 };
 

@@ -3,6 +3,7 @@
 
 #include "DescribedModel.h"
 #include "Lbt/Tev/Analysis/Facts.h"
+#include "Lbt/Tev/RootFacts.h"
 #include "support/SmallModel.h"
 
 namespace LbtTev::Analysis {

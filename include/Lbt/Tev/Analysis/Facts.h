@@ -40,9 +40,6 @@ inline constexpr std::string_view kUnitScale = "Unit Scale";
 
 [[nodiscard]] Units UnitsOf(const Tree& tree);
 
-/// The attributes of the root, where it is a group; else none.
-[[nodiscard]] const LbtUtil::AttributeMap& RootAttributesOf(const Tree& tree);
-
 /// The value of a number of any kind; none for a text.
 [[nodiscard]] std::optional<double> NumberOf(const LbtUtil::AttributeValue& value);
 

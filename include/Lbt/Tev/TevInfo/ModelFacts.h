@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Lbt/Tev/BlockVersionedIo.h"
+#include "Lbt/Tev/RootFacts.h"
 #include "Lbt/Tev/TevInfo/TevDataset.h"
 #include "Lbt/Tev/Tree.h"
 #include "Lbt/Util/AttributeValue.h"
@@ -27,13 +28,6 @@ namespace LbtTev::Report {
 struct GeometryAssertion {
   /// What does not hold.
   static constexpr const char* kExpression = "0 != pTevGeometry";
-};
-
-/// One of the solver's files that a model was made from, as the model tells of it.
-struct NativeFileFacts {
-  std::optional<std::string> path;
-  std::optional<std::string> type;  ///< the format that the path's name indicates
-  std::optional<std::string> size;  ///< with its unit, as text
 };
 
 /// What a model holds, in sum.
@@ -61,8 +55,8 @@ struct ModelFacts {
   std::string fileSize;                    ///< with its unit, as text
   std::vector<LbtTev::ModifierInfo> modifiers;
   LbtUtil::AttributeMap rootAttributes;
-  NativeFileFacts modelFile;
-  NativeFileFacts resultsFile;
+  NativeFile modelFile;
+  NativeFile resultsFile;
   std::optional<LbtUtil::AttributeValue> numberOfNodes;
   std::optional<LbtUtil::AttributeValue> numberOfElements;
   SummaryFacts summary;

@@ -1,4 +1,5 @@
 // Gathers what a model tells of itself apart from meshes and results.
+
 #include "Lbt/Tev/Analysis/Facts.h"
 
 #include <array>
@@ -7,6 +8,7 @@
 #include <type_traits>
 
 #include "Lbt/Tev/Node.h"
+#include "Lbt/Tev/RootFacts.h"
 
 namespace LbtTev::Analysis {
 
@@ -86,13 +88,6 @@ Units UnitsOf(const Tree& tree) {
     units.scale = NumberOf(scale->second);
   }
   return units;
-}
-
-const LbtUtil::AttributeMap& RootAttributesOf(const Tree& tree) {
-  static const LbtUtil::AttributeMap none;
-  const auto* entry = tree.FindNode(Tree::kRootId);
-  const auto* root = entry == nullptr ? nullptr : NodeCast<Group>(entry->data);
-  return root == nullptr ? none : root->attributes;
 }
 
 std::optional<double> NumberOf(const LbtUtil::AttributeValue& value) {

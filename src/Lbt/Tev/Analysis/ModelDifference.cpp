@@ -12,6 +12,7 @@
 #include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Tev/Analysis/Pairing.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
+#include "Lbt/Tev/RootFacts.h"
 
 namespace LbtTev::Analysis {
 

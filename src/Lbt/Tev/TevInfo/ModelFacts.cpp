@@ -8,6 +8,7 @@
 
 #include "DatasetGatherer.h"
 #include "Lbt/Lbf/Inflation.h"
+#include "Lbt/Tev/RootFacts.h"
 #include "Lbt/Util/FileAccess.h"
 #include "PartWalk.h"
 #include "SummaryCollector.h"
@@ -67,23 +68,6 @@ void KeepFailure(const Tree& tree, ModelFacts& facts, Step step) {
 std::optional<AttributeValue> Find(const AttributeMap& attributes, std::string_view name) {
   const auto found = attributes.find(std::string(name));
   return found == attributes.end() ? std::nullopt : std::optional(found->second);
-}
-
-std::optional<std::string> FindText(const AttributeMap& attributes, std::string_view name) {
-  const std::optional<AttributeValue> value = Find(attributes, name);
-  return value ? std::optional(value->GetAttributeString()) : std::nullopt;
-}
-
-NativeFileFacts NativeFileOf(const AttributeMap& attributes, std::string_view pathName,
-                             std::string_view sizeName,
-                             std::string (*formatOf)(const std::string&)) {
-  NativeFileFacts facts;
-  facts.path = FindText(attributes, pathName);
-  facts.size = FindText(attributes, sizeName);
-  if (facts.path) {
-    facts.type = formatOf(*facts.path);
-  }
-  return facts;
 }
 
 void TakeRootAttributes(const AttributeMap& attributes, ModelFacts& facts) {

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "Lbt/Tev/Node.h"
+#include "Lbt/Tev/RootFacts.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 
 namespace LbtTev::Report {
@@ -92,11 +93,7 @@ bool IsResult(const Geometry::VarStruct& variable, const VariableName& name) {
 }
 
 void GatherRootAttributes(const Tree& tree, LbtUtil::AttributeMap& attributes) {
-  const Group* root = AsGroup(tree.FindNode(Tree::kRootId));
-  if (root == nullptr) {
-    return;
-  }
-  for (const auto& [name, value] : root->attributes) {
+  for (const auto& [name, value] : RootAttributesOf(tree)) {
     attributes.insert_or_assign(name, value);
   }
 }
