@@ -1,5 +1,5 @@
-// The page on the architecture names what there is: its files and names are looked up in the
-// sources.
+// The pages on the architecture and on contributing name what there is: their files and names are
+// looked up in the sources.
 
 #include <gtest/gtest.h>
 
@@ -85,6 +85,42 @@ TEST(Architecture, EveryNameAndFile_IsThere) {
   for (const std::string& name : quoted) {
     EXPECT_TRUE(IsThere(name, words)) << name;
   }
+}
+
+/// The paths among what is quoted, from the root of the sources. Tables write "…" for the folders
+/// of the line before, and "<layer>" for any.
+std::vector<std::string> PathsAmong(const std::vector<std::string>& quoted) {
+  constexpr std::string_view kSameFolders = "…";
+  std::vector<std::string> paths;
+  for (std::string path : quoted) {
+    const bool isPath = path.find('/') != std::string::npos && !path.starts_with("./");
+    if (!isPath || path.find(' ') != std::string::npos) {
+      continue;
+    }
+    if (path.starts_with(kSameFolders)) {
+      path.replace(0, kSameFolders.size(), "include/Lbt");
+    } else if (path.starts_with("Lbt/")) {
+      path.insert(0, "include/");
+    }
+    paths.push_back(path.substr(0, path.find('<')));
+  }
+  return paths;
+}
+
+TEST(Contributing, EveryPath_IsThere) {
+  const fs::path root = TEVINFO_SOURCE_DIR;
+  const std::vector<std::string> paths = PathsAmong(QuotedIn(TextOf(root / "CONTRIBUTING.md")));
+  EXPECT_GT(paths.size(), 15U);
+  for (const std::string& path : paths) {
+    EXPECT_TRUE(fs::exists(root / path)) << path;
+  }
+}
+
+TEST(Contributing, Paths_AreReadAsTheyAreMeant) {
+  EXPECT_EQ(PathsAmong({"…/Log", "Lbt/Util/Gone.h", "tests/<layer>", "Block::Get", "./dev test",
+                        "docs/format.md", "a / b"}),
+            (std::vector<std::string>{"include/Lbt/Log", "include/Lbt/Util/Gone.h", "tests/",
+                                      "docs/format.md"}));
 }
 
 TEST(Architecture, NameThatIsGone_IsSeen) {

@@ -73,9 +73,9 @@ TEST(IncludeRules, TestIncludingMoreThanItsLayer_IsFound) {
 }
 
 TEST(IncludeRules, ProductCodeInTheHelpersOfTheTests_IsFound) {
-  EXPECT_EQ(FaultsIn("tests/support/ByteWriter.cpp", "#include \"Lbt/Util/LittleEndian.h\"\n"),
+  EXPECT_EQ(FaultsIn("tests/support/ByteWriter.cpp", "#include \"Lbt/Util/StoredNumbers.h\"\n"),
             Faults{"tests/support/ByteWriter.cpp:1: layer none includes "
-                   "\"Lbt/Util/LittleEndian.h\" of layer util"});
+                   "\"Lbt/Util/StoredNumbers.h\" of layer util"});
 }
 
 TEST(IncludeRules, HelpersOfTheTestsInTheProduct_AreFound) {
