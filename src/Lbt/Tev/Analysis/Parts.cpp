@@ -1,4 +1,5 @@
 // Finds the parts and the steps of a model, and puts steps in order.
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -34,11 +35,11 @@ void ForGroupsAbove(const Tree& tree, unsigned int id, const Take& take) {
 
 std::optional<PartKind> KindUnder(std::string_view groupName) {
   static constexpr std::pair<std::string_view, PartKind> kKinds[]{
-      {"Geometry", PartKind::Part},
-      {"Cut-Sections", PartKind::CutSection},
-      {"Iso-Surfaces", PartKind::IsoSurface},
-      {"Iso-Volumes", PartKind::IsoVolume},
-      {"Flow Lines", PartKind::FlowLine}};
+      {GroupName::kParts, PartKind::Part},
+      {GroupName::kCutSections, PartKind::CutSection},
+      {GroupName::kIsoSurfaces, PartKind::IsoSurface},
+      {GroupName::kIsoVolumes, PartKind::IsoVolume},
+      {GroupName::kFlowLines, PartKind::FlowLine}};
   const auto* found =
       std::ranges::find(kKinds, groupName, &std::pair<std::string_view, PartKind>::first);
   return found == std::end(kKinds) ? std::nullopt : std::optional(found->second);
