@@ -53,12 +53,12 @@ void ReadPieces(LbFile& file, const IndexItem& item, Take take) {
 /// no more of them.
 void WriteContents(LbFile& file, std::size_t number, AnswerWriter& writer) {
   const IndexItem& item = file.GetIndex().GetItems()[number];
-  const std::string name = NameOf({number, item.name});
+  const LbtLbf::NumberedBlock block{number, item.name};
   std::vector<unsigned char> stored;
   ReadPieces(file, item,
              [&stored](Bytes piece) { stored.insert(stored.end(), piece.begin(), piece.end()); });
   if (stored.size() < LbtLbf::kLengthFieldSize) {
-    throw Failure(FailureCode::Damaged, name + " is too short for a compressed block");
+    throw Failure(FailureCode::Damaged, TextOf(block) + " is too short for a compressed block");
   }
   const Bytes compressed = Bytes(stored).subspan(LbtLbf::kLengthFieldSize);
   const std::uint64_t room =
@@ -66,7 +66,7 @@ void WriteContents(LbFile& file, std::size_t number, AnswerWriter& writer) {
   const auto contents = std::make_unique_for_overwrite<unsigned char[]>(room);
   const LbtLbf::Inflated inflated = LbtLbf::Inflate(compressed, std::span(contents.get(), room));
   if (inflated.code != 0) {
-    throw Failure(FailureCode::Damaged, "zlib refuses the data of " + name);
+    throw Failure(FailureCode::Damaged, RefusalText(block));
   }
   Write({contents.get(), static_cast<std::size_t>(inflated.length)}, writer.Text());
 }

@@ -66,7 +66,7 @@ template <class Visit>
 ContainerListing ListBlocks(LbFile& file, AnswerWriter& writer, Visit visit) {
   return LbtLbf::ListContainer(file, [&](const BlockFacts& block) {
     if (block.isWithinFile && !block.inflatedSize) {
-      writer.Fail({FailureCode::Damaged, NameOf({block.number, std::string(block.stream)}) +
+      writer.Fail({FailureCode::Damaged, LbtLbf::TextOf({block.number, std::string(block.stream)}) +
                                              " is too short for a compressed block"});
     }
     visit(block);

@@ -54,10 +54,6 @@ Failure SystemFailure(const std::string& what, int error) {
   return {CodeOf(error), error == 0 ? what : what + ": " + std::strerror(error)};
 }
 
-std::string NameOf(const LbtLbf::NumberedBlock& block) {
-  return "block " + std::to_string(block.number) + " (" + block.stream + ")";
-}
-
 std::string ReasonOf(const std::exception& exception) {
   if (LbtLbf::IsLackOfMemory(exception)) {
     return "not enough memory";

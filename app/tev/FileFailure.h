@@ -47,9 +47,6 @@ class UsageError : public std::runtime_error {
 /// "what" with the system's reason "error", which 0 leaves out: "cannot open: Permission denied".
 [[nodiscard]] Failure SystemFailure(const std::string& what, int error);
 
-/// A block as messages name it: "block 3 (Heavy Data)".
-[[nodiscard]] std::string NameOf(const LbtLbf::NumberedBlock& block);
-
 /// One line on what an exception tells.
 [[nodiscard]] std::string ReasonOf(const std::exception& exception);
 
@@ -67,7 +64,7 @@ decltype(auto) NamingBlocks(const LbtLbf::LbFile& file, Read read) {
     const auto block = file.GetIndex().RefusedBlock();
     if (block && dynamic_cast<const Lbt::Util::Exception*>(&exception) == nullptr &&
         dynamic_cast<const std::runtime_error*>(&exception) == nullptr) {
-      throw Failure(FailureCode::Damaged, "zlib refuses the data of " + NameOf(*block));
+      throw Failure(FailureCode::Damaged, RefusalText(*block));
     }
     throw;
   }

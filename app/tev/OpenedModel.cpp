@@ -40,7 +40,7 @@ std::optional<std::string> CutText(const LbFile& file) {
       const std::uint64_t end = items.back().position + items.back().size;
       const bool isLast = i + 1 == items.size();
       return "the file ends " + std::to_string(end - size) + " bytes early, in " +
-             NameOf({i, items[i].name}) +
+             LbtLbf::TextOf({i, items[i].name}) +
              (isLast ? "" : " of " + std::to_string(items.size()) + " blocks");
     }
   }
@@ -141,7 +141,7 @@ std::string TextOf(const LbtTev::LoadFailure& failure) {
     text +=
         std::to_string(failure.nodeId) + " (" + LbtTev::Analysis::ShownName(failure.nodeName) + ')';
   }
-  text += ": " + (failure.refusedBlock ? "zlib refuses the data of " + NameOf(*failure.refusedBlock)
+  text += ": " + (failure.refusedBlock ? RefusalText(*failure.refusedBlock)
                                        : ReasonOf(*failure.exception));
   return failure.stream.empty() ? text
                                 : text + ", at byte " + std::to_string(failure.position) + " of " +

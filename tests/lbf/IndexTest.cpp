@@ -40,6 +40,12 @@ std::string ReadingFailure(Index& index, std::string_view bytes, unsigned long s
   return FailureOf([&] { index.ReadIndexBufferFromFileStream(file.Stream(), size); });
 }
 
+TEST(NumberedBlock, InMessages_IsNamedByNumberAndStream) {
+  const NumberedBlock block{3, "Heavy Data"};
+  EXPECT_EQ(TextOf(block), "block 3 (Heavy Data)");
+  EXPECT_EQ(RefusalText(block), "zlib refuses the data of block 3 (Heavy Data)");
+}
+
 TEST(Index, Entries_StandInFileOrderWithTheirFields) {
   OpenContainer file(
       ContainerWriter()

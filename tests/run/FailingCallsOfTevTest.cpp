@@ -25,7 +25,7 @@ using namespace std::string_literals;
 namespace fs = std::filesystem;
 
 // The companion program: its answer in full, or its status for a file that failed and one line
-// for what did, behind zlib's own where that had no memory.
+// for what did, after zlib's own where that had no memory.
 class FailingCallsOfTev : public FailingCalls {
  protected:
   [[nodiscard]] RunResult RunTev(const std::vector<std::string>& arguments,

@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kNoMemory = "Exception: std::bad_alloc\n";
 
-/// A run that failed as a whole: status 2, no end of a document, and a text behind the notice. The
+/// A run that failed as a whole: status 2, no end of a document, and a text after the notice. The
 /// notice itself is missing where its own text found no memory.
 void ExpectNamedFailure(const Outcome& outcome, std::string_view notice) {
   EXPECT_EQ(outcome.status, 2);

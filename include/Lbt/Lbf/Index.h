@@ -22,6 +22,12 @@ struct NumberedBlock {
   std::string stream;
 };
 
+/// A block as messages name it: "block 3 (Heavy Data)".
+[[nodiscard]] std::string TextOf(const NumberedBlock& block);
+
+/// That zlib refuses a block: "zlib refuses the data of block 3 (Heavy Data)".
+[[nodiscard]] std::string RefusalText(const NumberedBlock& block);
+
 /// The index of a container with its loaded blocks: which blocks form the stream of
 /// a name, and which of them a read is served from.
 ///

@@ -23,6 +23,10 @@ inline constexpr std::uint32_t kLengthFieldSize = 4;
 /// left in whatever it refuses.
 [[nodiscard]] std::uint64_t RoomToInflate(std::uint32_t recorded, std::uint64_t compressed);
 
+/// The code for contents that are longer than the room that they may take, and for input that ends
+/// too early.
+inline constexpr int kZlibBufferError = -5;
+
 /// What comes out of a zlib stream.
 struct Inflated {
   int code = 0;              ///< what `uncompress` returns for it: 0 is good

@@ -114,6 +114,14 @@ void Index::BuildStreams() {
   }
 }
 
+std::string TextOf(const NumberedBlock& block) {
+  return "block " + std::to_string(block.number) + " (" + block.stream + ")";
+}
+
+std::string RefusalText(const NumberedBlock& block) {
+  return "zlib refuses the data of " + TextOf(block);
+}
+
 std::optional<NumberedBlock> Index::LastLoaded() const {
   const std::optional<std::size_t> entry = cache_.LastLoaded();
   return entry ? Numbered(*entry) : continuation_;

@@ -15,6 +15,8 @@
 
 namespace LbtLbf {
 
+static_assert(kZlibBufferError == Z_BUF_ERROR);
+
 namespace {
 
 class ZStream {

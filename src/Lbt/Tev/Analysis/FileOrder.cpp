@@ -1,4 +1,5 @@
 // Loads numbers of variables in the order in which the file holds them.
+
 #include "Lbt/Tev/Analysis/FileOrder.h"
 
 #include <algorithm>
@@ -30,8 +31,7 @@ std::exception_ptr CurrentFailure(const ModelStream& stream) {
       return std::current_exception();
     }
   }
-  const std::string message = "zlib refuses the data of block " + std::to_string(refused->number) +
-                              " (" + refused->stream + ")";
+  const std::string message = RefusalText(*refused);
   try {
     Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ReadError, message.c_str(),
                     "include/Lbt/Tev/Analysis/FileOrder");

@@ -15,8 +15,6 @@ using LbtLbf::LbFile;
 
 namespace {
 
-constexpr int kZlibBufferError = -5;
-
 Finding FindingOn(const CheckedBlock& block, Finding::Kind kind, std::string text) {
   return {.kind = kind, .text = std::move(text), .block = block.name, .offset = block.offset};
 }
@@ -28,7 +26,7 @@ Finding RefusalOf(const CheckedBlock& block) {
     return FindingOn(block, Finding::Kind::UnreadableBlock,
                      "the block ends before its zlib stream does" + code);
   }
-  if (block.check.zlibCode != kZlibBufferError) {
+  if (block.check.zlibCode != LbtLbf::kZlibBufferError) {
     return FindingOn(block, Finding::Kind::UnreadableBlock, "zlib refuses the data" + code);
   }
   Finding finding = FindingOn(block, Finding::Kind::UnreadableBlock,

@@ -120,11 +120,6 @@ std::optional<LbtLbf::NumberedBlock> RefusedBlock(const std::exception& exceptio
   return isKnown ? std::nullopt : file.GetIndex().RefusedBlock();
 }
 
-std::string RefusalText(const LbtLbf::NumberedBlock& block) {
-  return "zlib refuses the data of block " + std::to_string(block.number) + " (" + block.stream +
-         ")";
-}
-
 std::string ReasonOf(const std::exception& exception, const LbFile& file) {
   if (LbtLbf::IsLackOfMemory(exception)) {
     throw;

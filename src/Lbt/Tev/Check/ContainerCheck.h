@@ -23,9 +23,6 @@ void CheckUnused(const LbtLbf::LbFile& file, const std::vector<CheckedBlock>& bl
 [[nodiscard]] std::optional<LbtLbf::NumberedBlock> RefusedBlock(const std::exception& exception,
                                                                 const LbtLbf::LbFile& file);
 
-/// That zlib has refused a block, in words that stand after a colon.
-[[nodiscard]] std::string RefusalText(const LbtLbf::NumberedBlock& block);
-
 /// What an exception tells on reading from "file", in words that stand after a colon. Only for use
 /// in its handler: a lack of memory tells nothing of the file, and is thrown on.
 [[nodiscard]] std::string ReasonOf(const std::exception& exception, const LbtLbf::LbFile& file);
