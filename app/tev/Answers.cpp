@@ -2,6 +2,7 @@
 
 #include "tev/Answers.h"
 
+#include <algorithm>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -36,6 +37,7 @@ void AnswerWriter::BeginFile(const std::string& path) {
   path_ = path;
   isTextBegun_ = false;
   missing_.clear();
+  missingPrefix_.clear();
   missingWritten_ = 0;
   lost_ = {};
   failure_.reset();
@@ -95,7 +97,9 @@ JsonWriter& AnswerWriter::Facts() {
   return *facts_;
 }
 
-void AnswerWriter::AddMissing(std::string what) { missing_.push_back(std::move(what)); }
+void AnswerWriter::AddMissing(std::string what) {
+  missing_.push_back(missingPrefix_ + std::move(what));
+}
 
 void AnswerWriter::Fail(const Failure& failure, Told told) {
   if (!failure_) {
@@ -184,8 +188,25 @@ void AnswerWriter::WriteEntry() {
   }
 }
 
+/// Where the answer itself has no place for it.
+void AnswerWriter::TellEachMissing() const {
+  constexpr std::size_t kMost = 10;
+  const std::size_t told = std::min(kMost, missing_.size());
+  for (std::size_t i = 0; i < told; ++i) {
+    const bool isLast = i + 1 == missing_.size();
+    ReportFailure(path_, "damaged: " + missing_[i] + (isLast ? std::string(kHint) : ""));
+  }
+  if (told < missing_.size()) {
+    ReportFailure(path_, "damaged: and " + std::to_string(missing_.size() - told) + " more" +
+                             std::string(kHint));
+  }
+}
+
 void AnswerWriter::TellFailure() const {
-  if (const auto failure = GetFailure(); failure && told_ == Told::OnStandardError) {
+  const bool isInAnswer = style_.form != Form::Csv && style_.layout == TextLayout::Sections;
+  if (!failure_ && missing_.size() > 1 && !IsJson() && !isInAnswer) {
+    TellEachMissing();
+  } else if (const auto failure = GetFailure(); failure && told_ == Told::OnStandardError) {
     ReportFailure(path_, LineOf(*failure));
   } else if (nothing_) {
     ReportFailure(path_, *nothing_);

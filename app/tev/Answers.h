@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tev/FileFailure.h"
@@ -80,6 +81,10 @@ class AnswerWriter {
   /// What is missing of the nodes, for those who tell of them.
   [[nodiscard]] LostData& Lost() { return lost_; }
 
+  /// What is missing from now on is told with this before it, up to the next file: the name of
+  /// another model that the answer is about.
+  void PrefixMissing(std::string prefix) { missingPrefix_ = std::move(prefix); }
+
   /// Says that the file has failed, though it has its facts. The first failure counts.
   void Fail(const Failure& failure, Told told = Told::OnStandardError);
 
@@ -112,6 +117,7 @@ class AnswerWriter {
   void WriteHead(JsonWriter& json);
   void BeginDocument();
   void TellFailure() const;
+  void TellEachMissing() const;
   void ClearFacts();
 
   Style style_;
@@ -123,6 +129,7 @@ class AnswerWriter {
   bool isTextBegun_ = false;  // of this file
   bool isFirstText_ = true;   // of all files
   std::vector<std::string> missing_;
+  std::string missingPrefix_;
   std::size_t missingWritten_ = 0;
   LostData lost_;
   std::optional<Failure> failure_;

@@ -100,6 +100,10 @@ Json JsonOf(const ModelDifference& difference) {
       {"faces", OrNull(difference.differentFaces)}};
 }
 
+const char* VerdictText(std::size_t differences, bool isComplete) {
+  return differences != 0 ? "different" : isComplete ? "same" : "incomplete";
+}
+
 // --- Text ---------------------------------------------------------------------------------------
 
 std::string NameOf(const ModelDifference& difference) {
@@ -146,6 +150,14 @@ std::string TextOf(const ModelDifference& difference) {
          QuotedText(difference.b.value_or(""));
 }
 
+std::string ClosingText(std::size_t differences, bool isComplete) {
+  if (differences == 0) {
+    return isComplete ? "The models are the same" : "No difference in what could be compared";
+  }
+  return "The models differ: " + std::to_string(differences) +
+         (differences == 1 ? " difference" : " differences");
+}
+
 // --- The run ------------------------------------------------------------------------------------
 
 std::string NameOf(const FailedComparison& failed, const Options& options) {
@@ -184,22 +196,22 @@ std::size_t Compare(const Input& inputA, const Input& inputB, const Options& opt
     });
     if (isJson) {
       writer.Facts().Close();
-      writer.Facts().Member("verdict", count == 0 ? "same" : "different");
+      writer.Facts().Member("verdict", VerdictText(count, writer.IsComplete()));
     } else if (!options.quiet) {
-      writer.Text() << (count == 0 ? "The models are the same\n"
-                                   : "The models differ: " + std::to_string(count) +
-                                         (count == 1 ? " difference\n" : " differences\n"));
+      writer.Text() << ClosingText(count, writer.IsComplete()) << '\n';
     }
   };
   LbtTev::Tree treeA;
   LbtTev::Tree treeB;
   NamingBlocks(treeA.GetFile(), [&] { LoadModel(treeA, inputA, writer); });
+  writer.PrefixMissing(options.b + ": ");
   try {
     NamingBlocks(treeB.GetFile(), [&] { LoadModel(treeB, inputB, writer); });
   } catch (...) {
     const Failure failure = FailureOfCurrentException();
     throw Failure(failure.Code(), options.b + ": " + failure.what());
   }
+  writer.PrefixMissing("");
   compare(Model(treeA), Model(treeB));
   return count;
 }
@@ -263,7 +275,8 @@ constexpr const char* kNotes =
     "Compared are title, category, counts, parts, meshes, steps, results and all values; not how\n"
     "they are stored, programs, dates, attributes and materials. Tuples are matched by the ids of\n"
     "their nodes and elements, where none repeats. Without tolerances numbers must be equal.\n"
-    "Exit status: 0 the models are the same, 1 they differ, 2 a failure or bad usage.\n"
+    "Exit status: 0 the models are the same, 1 they differ, 2 a failure, also where not all could\n"
+    "be compared, or bad usage.\n"
     "Example: tev diff --rtol 1e-5 --atol '1e-6*max' old.tev new.tev";
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <thread>
 
+#include "tev/Verbs.h"
 #include "tev/VisibleText.h"
 
 using LbtTev::Analysis::FieldOfPart;
@@ -48,8 +49,11 @@ void AddSelectionOptions(CLI::App& app, const std::shared_ptr<Selection>& select
 void AddJobsOption(CLI::App& app, const std::shared_ptr<unsigned int>& jobs) {
   constexpr unsigned int kMost = 3;
   *jobs = std::clamp(std::thread::hardware_concurrency(), 1U, kMost);
-  app.add_option("-j,--jobs", *jobs, "Threads that inflate blocks; at most 3 are of use")
-      ->check(CLI::PositiveNumber)
+  app.add_option("-j,--jobs", *jobs,
+                 "1: inflate each block in its turn; else two ahead on other threads")
+      ->check([](const std::string& text) {
+        return text == "0" ? "there is no work for 0 threads" : WholeNumberFault(text);
+      })
       ->option_text("N");
 }
 

@@ -1,4 +1,5 @@
 // tev diff: pairs of models that differ in one thing.
+#include <algorithm>
 #include <functional>
 #include <limits>
 
@@ -11,6 +12,7 @@ namespace {
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 const std::string kSame = "The models are the same\n";
+const std::string kIncomplete = "No difference in what could be compared\n";
 
 class TevDiff : public TevRun {
  protected:
@@ -122,6 +124,18 @@ TEST_F(TevDiff, AMissingStep_IsNamedWithItsFields) {
             "The models differ: 4 differences\n");
 }
 
+TEST_F(TevDiff, AStepThatOneLacks_IsOnlyInTheOther) {
+  ModelWriter more = Small().Model();
+  more.AddVariable(kSmallGeometry, Variable::Floats("R\x1eTime = 2", 13, 1, {1, 2, 3}));
+  const auto lines = [](const std::string& side) {
+    return "step \"Time = 2\": only in " + side + "\nfield \"P\" \"R\" \"Time = 2\": only in " +
+           side + "\nThe models differ: 2 differences\n";
+  };
+  EXPECT_EQ(Diff(more, Small().Model()), lines("A"));
+  EXPECT_EQ(Diff(Small().Model(), more), lines("B"));
+  EXPECT_EQ(Diff(Small().Model(), more, {"--step", "Time = 1"}), kSame);
+}
+
 TEST_F(TevDiff, OtherNumberOfComponents_IsTold) {
   EXPECT_EQ(Diff(Small().Model(), Small{.values = {1, 1, 2, 2, 4, 4}, .width = 2}.Model()),
             "result \"R\": \"1 node\" and \"2 node\"\n"
@@ -178,6 +192,33 @@ TEST_F(TevDiff, Selection_ComparesOnlyWhatItAsksFor) {
   EXPECT_NE(run.error.find("did you mean \"Temperature\"?"), std::string::npos);
 }
 
+TEST_F(TevDiff, AnIdThatNamesAPartInOneModel_ChoosesItsPair) {
+  const auto model = [](bool isOtherFirst, float last) {
+    ModelWriter writer;
+    const NodeRef group = writer.AddGroup("r", 0);
+    if (isOtherFirst) {
+      writer.AddShape("Other", group);
+    }
+    const NodeRef mesh = writer.AddGeometry("g", writer.AddShape("P", group));
+    writer.AddVariable(mesh, Variable::Floats("R", 13, 1, {1, last}));
+    return writer;
+  };
+  // The part is shape 2 in one model, and shape 3 in the other.
+  EXPECT_EQ(Diff(model(true, 2), model(false, 2), {"--part", "3"}), kSame);
+  const std::string answer = Diff(model(true, 2), model(false, 3), {"--part", "3"});
+  EXPECT_TRUE(answer.starts_with("field \"P\" \"R\": 1 of 2 numbers differ")) << answer;
+  EXPECT_TRUE(answer.ends_with("The models differ: 1 difference\n")) << answer;
+}
+
+TEST_F(TevDiff, ThreadsThatAreNoNumberFromOneOn_AreBadUsage) {
+  for (const auto& [jobs, fault] :
+       {std::pair("0", "there is no work for 0 threads"), {"x", "\"x\" is no whole number"}}) {
+    const RunResult run = Run({"diff", "a.tev", "b.tev", "-j", jobs});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.error, "tev: --jobs: " + std::string(fault) + " (see tev diff --help)\n");
+  }
+}
+
 TEST_F(TevDiff, ADamagedBlock_IsNamedAndTheOthersAreCompared) {
   ModelWriter damaged = SmallModel();
   damaged.VariableAt(kSmallMesh1, 5).heavyPosition = 1U << 30U;
@@ -222,9 +263,56 @@ TEST_F(TevDiff, ABlockThatZlibRefusesInOne_IsNamedWithItsModel) {
                          "0.5\": zlib refuses the data of block "),
           std::string::npos)
           << run.error;
-      EXPECT_EQ(run.output, kSame);  // of what could be read
+      EXPECT_EQ(run.output, kIncomplete);
     }
   }
+  const RunResult json = Run({"diff", "--json", "sound.tev", "damaged.tev"});
+  EXPECT_NE(json.output.find("\"verdict\": \"incomplete\""), std::string::npos) << json.output;
+  EXPECT_EQ(Check(json.output, "schema", Schema("diff")), "");
+}
+
+TEST_F(TevDiff, ACutModel_IsNamedWhicheverItIs) {
+  const std::string bytes = SmallModel().Build();
+  dir.Write("sound.tev", bytes);
+  dir.Write("cut.tev", std::string_view(bytes).substr(0, bytes.size() - 1));
+  const RunResult ofB = Run({"diff", "sound.tev", "cut.tev"});
+  EXPECT_EQ(ofB.status, 2);
+  EXPECT_TRUE(
+      ofB.error.starts_with("tev: sound.tev: damaged: cut.tev: the file ends 1 bytes early"))
+      << ofB.error;
+  EXPECT_EQ(ofB.output.find(kSame), std::string::npos) << ofB.output;
+  const RunResult ofA = Run({"diff", "cut.tev", "sound.tev"});
+  EXPECT_EQ(ofA.status, 2);
+  EXPECT_TRUE(ofA.error.starts_with("tev: cut.tev: damaged: the file ends 1 bytes early"))
+      << ofA.error;
+}
+
+TEST_F(TevDiff, EachLostField_HasALineUpToTen) {
+  const auto model = [](std::size_t lost) {
+    ModelWriter writer = Small().Model();
+    for (std::size_t i = 0; i < lost; ++i) {
+      Variable variable = Variable::Floats("Lost\x1eTime = " + std::to_string(i), 13, 1, {1, 2, 3});
+      variable.heavyPosition = 1U << 30U;
+      writer.AddVariable(kSmallGeometry, variable);
+    }
+    return writer;
+  };
+  const auto line = [](int step, const std::string& name) {
+    return "tev: two.tev: damaged: " + name +
+           "part \"P\", result \"Lost\", step \"Time = " + std::to_string(step) +
+           "\": Invalid block position";
+  };
+  const std::string hint = " (\"tev check\" tells more)\n";
+  Write("two.tev", model(2));
+  const std::string ofDiff = line(0, "two.tev: ") + '\n' + line(1, "two.tev: ") + hint;
+  EXPECT_EQ(Run({"diff", "two.tev", "two.tev"}).error, ofDiff);
+  const std::string ofFile = line(0, "") + '\n' + line(1, "") + hint;
+  EXPECT_EQ(Run({"values", "two.tev"}).error, ofFile);
+  EXPECT_EQ(Run({"results", "--stats", "--csv", "two.tev"}).error, ofFile);
+  Write("many.tev", model(13));
+  const std::string error = Run({"diff", "many.tev", "many.tev"}).error;
+  EXPECT_EQ(std::ranges::count(error, '\n'), 11);
+  EXPECT_TRUE(error.ends_with("\ntev: many.tev: damaged: and 3 more" + hint)) << error;
 }
 
 TEST_F(TevDiff, AMovedMesh_IsComparedAtItsStep) {

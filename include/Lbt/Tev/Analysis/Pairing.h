@@ -112,8 +112,9 @@ template <class T, class KeyInA, class KeyInB>
   return pairs;
 }
 
-/// Pairs the chosen parts, as indices, by path and name. Parts that are not chosen count among
-/// those of their name.
+/// Pairs the chosen parts, as indices, by path and name; a pair of which either is chosen, since an
+/// id may name other parts in both models. Parts that are not chosen count among those of their
+/// name.
 [[nodiscard]] Pairs<std::size_t> PairParts(const Model& a, const Chosen& chosenInA, const Model& b,
                                            const Chosen& chosenInB);
 

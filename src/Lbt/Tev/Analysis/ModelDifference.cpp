@@ -133,13 +133,24 @@ class Comparison {
 
   /// Part by part meshes and fields of both models; tells what is only in one.
   void FindTasks() {
-    const auto fieldsOf = [](const Model& model, const Chosen& chosen) {
-      return FieldsOfParts(model, chosen.parts,
+    using Pair = std::pair<std::size_t, std::size_t>;
+    const auto partsOf = [](const Chosen& chosen, const auto& pairs, auto side) {
+      std::set<std::size_t> all(chosen.parts.begin(), chosen.parts.end());
+      for (const auto& pair : pairs) {
+        all.insert(pair.*side);
+      }
+      return std::vector<std::size_t>(all.begin(), all.end());
+    };
+    const auto fieldsOf = [](const Model& model, const Chosen& chosen,
+                             const std::vector<std::size_t>& ofModel) {
+      return FieldsOfParts(model, ofModel,
                            [&chosen](const Field& field) { return chosen.Has(field); });
     };
-    const std::vector<FieldOfPart> fieldsOfA = fieldsOf(*a_, chosenA_);
-    const std::vector<FieldOfPart> fieldsOfB = fieldsOf(*b_, chosenB_);
     const Pairs<std::size_t> parts = PairParts(*a_, chosenA_, *b_, chosenB_);
+    const std::vector<FieldOfPart> fieldsOfA =
+        fieldsOf(*a_, chosenA_, partsOf(chosenA_, parts.both, &Pair::first));
+    const std::vector<FieldOfPart> fieldsOfB =
+        fieldsOf(*b_, chosenB_, partsOf(chosenB_, parts.both, &Pair::second));
     for (const std::size_t part : parts.onlyInA) {
       Tell({.kind = Kind::Part, .side = Side::OnlyInA, .part = a_->Parts()[part].name});
     }

@@ -179,11 +179,8 @@ Pairs<std::size_t> PairParts(const Model& a, const Chosen& chosenInA, const Mode
     }
   };
   for (const auto& [partA, partB] : all.both) {
-    if (isIn(chosenInA, partA) && isIn(chosenInB, partB)) {
+    if (isIn(chosenInA, partA) || isIn(chosenInB, partB)) {
       pairs.both.emplace_back(partA, partB);
-    } else {
-      addTo(pairs.onlyInA, chosenInA, partA);
-      addTo(pairs.onlyInB, chosenInB, partB);
     }
   }
   for (const std::size_t part : all.onlyInA) {
