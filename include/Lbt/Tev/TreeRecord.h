@@ -21,7 +21,7 @@ struct TreeRecord {
   unsigned long lightDataPosition = 0;
 };
 
-/// A link to a node of a file whose ids are shifted when it is grafted; a link to nothing stays one.
+/// A link to a node of a grafted file, whose ids are shifted; a link to nothing stays one.
 [[nodiscard]] constexpr unsigned int ShiftedLink(unsigned int link, unsigned int idOffset) {
   return link == 0 ? 0 : link + idOffset;
 }
