@@ -61,6 +61,7 @@ std::string NameOfMesh(const Model& model, const AskedFaces& asked) {
 void ForFaces(const Model& model, const std::vector<AskedFaces>& asked, AnswerWriter& writer,
               const std::function<void(const AskedFaces&, const LoadedFaces&)>& take) {
   std::vector<WantedGroup> wanted;
+  wanted.reserve(asked.size());
   for (const AskedFaces& each : asked) {
     wanted.push_back({{each.mesh.faces, true}, {each.mesh.lengths, true}, {each.mesh.elementIds}});
   }
@@ -102,6 +103,7 @@ void WriteFaces(const Model& model, const AskedFaces& asked, const LoadedFaces& 
 /// How many nodes the longest face has; lengths that cannot be read are told later.
 unsigned int LongestFaceOf(const Model& model, const std::vector<AskedFaces>& asked) {
   std::vector<WantedGroup> wanted;
+  wanted.reserve(asked.size());
   for (const AskedFaces& each : asked) {
     wanted.push_back({{each.mesh.faces, true}, {each.mesh.lengths, true}});
   }

@@ -79,13 +79,13 @@ class Paths {
       above.emplace_back(parent, GroupAt(tree, parent));
     }
     std::size_t path = parent == 0 ? kRoot : known.at(parent);
-    for (auto entry = above.rbegin(); entry != above.rend(); ++entry) {
-      if (entry->second != nullptr) {
-        path =
-            children_.emplace(std::pair(path, ShownName(entry->second->name)), children_.size() + 1)
-                .first->second;
+    std::ranges::reverse(above);
+    for (const auto& [entry, group] : above) {
+      if (group != nullptr) {
+        path = children_.emplace(std::pair(path, ShownName(group->name)), children_.size() + 1)
+                   .first->second;
       }
-      known[entry->first] = path;
+      known[entry] = path;
     }
     return path;
   }
