@@ -93,11 +93,12 @@ std::string AbsenceText(const std::string& stream) {
 /// One changed letter of a name in the index hides a whole stream. Models may lack those that they
 /// do not need.
 void TellAbsent(const AbsentStreams& absent, AnswerWriter& writer) {
+  if (!absent.hasUnknown) {
+    return;
+  }
   for (const std::string& name : absent.others) {
-    if (absent.hasUnknown) {
-      writer.AddMissing(AbsenceText(name));
-      writer.Lost().hasAttributes = true;
-    }
+    writer.AddMissing(AbsenceText(name));
+    writer.Lost().hasAttributes = true;
   }
 }
 

@@ -1,4 +1,5 @@
 // Loads arrays of numbers, and tells which nodes faces use.
+
 #include "Lbt/Tev/Analysis/Arrays.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // Inflates blocks on other threads before their turn comes.
+
 #include "Lbt/Tev/Analysis/BlocksAhead.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // Compares numbers and faces of two models.
+
 #include "Lbt/Tev/Analysis/Difference.h"
 
 #include <algorithm>

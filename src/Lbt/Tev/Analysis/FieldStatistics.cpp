@@ -1,4 +1,5 @@
 // Works out the statistics of many fields, or counts elements, in one pass through the file.
+
 #include <algorithm>
 #include <map>
 #include <memory>

@@ -1,12 +1,15 @@
 // Compares meshes and fields that have been loaded.
+
 #include "GroupDifference.h"
 
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "Lbt/Tev/Analysis/Arrays.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/Exception.h"
 
 namespace LbtTev::Analysis {
@@ -43,15 +46,15 @@ class MeshComparison {
     const MatchInputs nodes{Pair(kNodeIds), PointsOf(*a_->variables), PointsOf(*b_->variables)};
     const MatchInputs elements{Pair(kElementIds), lengths.a->Wholes().size(),
                                lengths.b->Wholes().size()};
-    Tell("Node Ids", comparison_->OfIds(nodes), {});
-    Tell("Element Ids", comparison_->OfIds(elements), {});
+    Tell(MeshName::kNodeIds, comparison_->OfIds(nodes), {});
+    Tell(MeshName::kElementIds, comparison_->OfIds(elements), {});
     if (widthOfA != widthOfB) {
-      ModelDifference difference = About("Coordinates");
+      ModelDifference difference = About(MeshName::kCoordinates);
       difference.a = std::to_string(widthOfA) + " components";
       difference.b = std::to_string(widthOfB) + " components";
       differences_.push_back(std::move(difference));
     } else {
-      Tell("Coordinates", comparison_->OfNumbers(Pair(kCoordinates), widthOfA, nodes),
+      Tell(MeshName::kCoordinates, comparison_->OfNumbers(Pair(kCoordinates), widthOfA, nodes),
            nodes.ids.a->Floats());
     }
     TellFaces(comparison_->OfFaces(Pair(kFaces), lengths, nodes, elements));
@@ -63,13 +66,13 @@ class MeshComparison {
     return {&(*a_->numbers)[array], &(*b_->numbers)[array]};
   }
 
-  [[nodiscard]] ModelDifference About(const char* name) const {
+  [[nodiscard]] ModelDifference About(std::string_view name) const {
     ModelDifference difference = *about_;
-    difference.result = name;
+    difference.result = std::string(name);
     return difference;
   }
 
-  void Tell(const char* name, const NumbersDifference& numbers, std::span<const float> ids) {
+  void Tell(std::string_view name, const NumbersDifference& numbers, std::span<const float> ids) {
     if (!numbers.IsSame()) {
       ModelDifference difference = About(name);
       difference.numbers = numbers;

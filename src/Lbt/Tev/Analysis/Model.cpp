@@ -1,4 +1,5 @@
 // Describes a loaded model: its parts, fields and results.
+
 #include "Lbt/Tev/Analysis/Model.h"
 
 #include <algorithm>

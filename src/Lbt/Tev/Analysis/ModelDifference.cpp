@@ -1,4 +1,5 @@
 // Compares two models.
+
 #include "Lbt/Tev/Analysis/ModelDifference.h"
 
 #include <algorithm>

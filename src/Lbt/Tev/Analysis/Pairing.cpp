@@ -1,4 +1,5 @@
 // Finds what of two models is compared, and what belongs together.
+
 #include "Lbt/Tev/Analysis/Pairing.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // Finds what patterns ask for, with globs, and says what there is where they fit nothing.
+
 #include "Lbt/Tev/Analysis/Selection.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // Works out minimum, maximum, mean and root mean square of fields.
+
 #include "Lbt/Tev/Analysis/Statistics.h"
 
 #include <algorithm>
