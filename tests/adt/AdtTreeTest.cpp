@@ -122,6 +122,24 @@ TEST(AdtTree, Insert_OfARepeatedId_ReplacesTheEntryAndGivesItsDataBack) {
   EXPECT_EQ(IdsOf(tree), (Ids{1, 4}));
 }
 
+TEST(AdtTree, GetFirstChild_IsFoundNextToItsParentAndElsewhere) {
+  NumberTree tree;
+  tree.Insert({2, 1, 0, 0, 3, 3, 20});
+  tree.Insert({3, 2, 0, 0, 0, 0, 30});
+  tree.Insert({4, 1, 0, 0, 2, 2, 40});
+  EXPECT_EQ(tree.GetFirstChild(tree.GetNodes().find(2)).data, 30);
+  EXPECT_EQ(tree.GetFirstChild(tree.GetNodes().find(4)).data, 20);
+}
+
+TEST(AdtTree, GetFirstChild_OfNoneOrOfOneThatIsMissing_IsNotFound) {
+  NumberTree tree;
+  tree.Insert({0, 0, 0, 0, 0, 0, 0});
+  tree.Insert({2, 1, 0, 0, 7, 7, 20});
+  const auto& nodes = tree.GetNodes();
+  EXPECT_EQ(FailureOf([&] { static_cast<void>(tree.GetFirstChild(nodes.find(1))); }), kNotFound);
+  EXPECT_EQ(FailureOf([&] { static_cast<void>(tree.GetFirstChild(nodes.find(2))); }), kNotFound);
+}
+
 TEST(AdtTree, AppendChild_ToAChildlessNode_IsItsFirstAndLastChild) {
   NumberTree tree;
   const Node& child = tree.AppendChild(1);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <iterator>
 #include <map>
+#include <memory_resource>
 
 #include "Lbt/Log/Raise.h"
 
@@ -24,15 +26,20 @@ struct TreeNode {
 ///
 /// Id 0 means none in every link, so no lookup finds it, even where an entry claims
 /// it; walking over the entries does meet such a one.
+///
+/// Entries lie in memory that is given back with the tree as a whole.
 template <class T>
 class Tree {
  public:
-  using Nodes = std::map<unsigned int, TreeNode<T>>;
+  using Nodes = std::pmr::map<unsigned int, TreeNode<T>>;
 
   /// Id of the root.
   static constexpr unsigned int kRootId = 1;
 
   Tree() { nodes_[kRootId].id = kRootId; }
+  ~Tree() = default;
+  Tree(const Tree&) = delete;
+  Tree& operator=(const Tree&) = delete;
 
   /// The entry of "id". Throws "Element Not Found".
   [[nodiscard]] const TreeNode<T>& GetReqNode(const unsigned int& id) const {
@@ -51,6 +58,13 @@ class Tree {
   [[nodiscard]] const TreeNode<T>* FindNode(unsigned int id) const {
     const auto found = id == 0 ? nodes_.end() : nodes_.find(id);
     return found == nodes_.end() ? nullptr : &found->second;
+  }
+
+  /// The first child of the entry at a place in GetNodes(). Throws "Element Not Found".
+  [[nodiscard]] const TreeNode<T>& GetFirstChild(typename Nodes::const_iterator parent) const {
+    const unsigned int id = parent->second.firstChild;
+    const auto next = std::next(parent);  // mostly the child: it is written after its parent
+    return id != 0 && next != nodes_.end() && next->first == id ? next->second : GetReqNode(id);
   }
 
   /// The entry of the current id. Throws "Element Not Found".
@@ -109,7 +123,8 @@ class Tree {
                     "include/Lbt/Adt/AdtTree");
   }
 
-  Nodes nodes_;
+  std::pmr::monotonic_buffer_resource arena_;  // entries are never taken out again
+  Nodes nodes_{&arena_};
   unsigned int nextId_ = kRootId + 1;
   unsigned int currentId_ = 0;
 };

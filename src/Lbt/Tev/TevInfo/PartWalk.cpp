@@ -2,7 +2,6 @@
 
 #include "PartWalk.h"
 
-#include <iterator>
 #include <set>
 
 #include "Lbt/Tev/Node.h"
@@ -48,14 +47,6 @@ const std::string& ListShape(const Tree& tree, const TreeEntry& shape, PartSink&
 
 using Position = Tree::Nodes::const_iterator;
 
-/// The first child mostly has the next id.
-const TreeEntry& FirstChildOf(const Tree& tree, Position shape) {
-  const unsigned int firstChild = shape->second.firstChild;
-  const auto next = std::next(shape);
-  const bool isNext = firstChild != 0 && next != tree.GetNodes().end() && next->first == firstChild;
-  return isNext ? next->second : tree.GetReqNode(firstChild);
-}
-
 /// Knows which geometries have been met. Mostly a geometry's parent is its one shape, which
 /// nothing needs to be kept for: at most the parent comes after another shape.
 class MetGeometries {
@@ -78,7 +69,7 @@ void WalkParts(const Tree& tree, PartSink& sink) {
       continue;
     }
     const std::string& partName = ListShape(tree, shape->second, sink);
-    const TreeEntry& child = FirstChildOf(tree, shape);
+    const TreeEntry& child = tree.GetFirstChild(shape);
     const auto* geometry = NodeCast<Geometry>(child.data);
     if (geometry == nullptr) {
       throw GeometryAssertion();
