@@ -125,6 +125,21 @@ TEST(Selection, PatternThatFitsNothing_SaysWhatThereIs) {
             "= 2\"");
 }
 
+TEST(Selection, TheEmptyStepThatFitsNothing_SaysWhatThereIs) {
+  ModelWriter writer;
+  const NodeRef mesh = writer.AddGeometry("g", writer.AddShape("A", writer.AddGroup("root", 0)));
+  writer.AddVariable(mesh, Variable::Floats("R\x1eTime = 1", 13, 1, {1.0F}));
+  const std::string message = "No step fits \"\": there are \"Time = 1\"";
+  const Texts none{""};
+  const DescribedModel described(writer);
+  EXPECT_EQ(MessageOf([&] { static_cast<void>(SelectedSteps(described.model, none)); }), message);
+  writer.AddVariable(mesh, Variable::Floats("Coordinates", tevtest::kCoordinates, 3, {1, 2, 3}));
+  const DescribedModel withMesh(writer);
+  EXPECT_TRUE(SelectedSteps(withMesh.model, none).Has(std::nullopt));
+  EXPECT_EQ(MessageOf([&] { static_cast<void>(SelectFields(withMesh.model, {.steps = none})); }),
+            message);
+}
+
 TEST(Selection, MeshVariable_IsMeantByItsNameAlone) {
   const DescribedModel described(Parts());
   constexpr std::array<std::string_view, 1> kFurther{"Coordinates"};

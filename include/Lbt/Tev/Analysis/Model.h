@@ -140,6 +140,10 @@ class Model {
   [[nodiscard]] std::vector<std::optional<std::size_t>> StepsWith(
       const Part& part, std::span<const MeshRole> roles) const;
 
+  /// Whether any field, and any variable of a mesh, has no step.
+  [[nodiscard]] bool HasFieldWithoutStep() const;
+  [[nodiscard]] bool HasMeshWithoutStep() const;
+
   /// The step of that text.
   [[nodiscard]] std::optional<std::size_t> FindStep(std::string_view text) const;
 

@@ -19,7 +19,7 @@ namespace LbtTev::Analysis {
 /// What of a model is asked for, as patterns; no pattern means all.
 ///
 /// A name that matches exactly wins over the same text read as a glob. A number matches a
-/// part's id, too, and the empty step the fields without one.
+/// part's id, too, and the empty step the fields and meshes without one.
 struct Selection {
   std::vector<std::string> parts{};
   std::vector<std::string> results{};

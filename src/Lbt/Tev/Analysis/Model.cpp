@@ -191,6 +191,17 @@ void Model::FindTitleAndCategory() {
   category_ = found.Category();
 }
 
+bool Model::HasFieldWithoutStep() const {
+  return std::ranges::any_of(contents_, [](const Content& content) {
+    return std::ranges::any_of(content.fields, [](const Field& field) { return !field.step; });
+  });
+}
+
+bool Model::HasMeshWithoutStep() const {
+  return std::ranges::any_of(
+      contents_, [](const Content& content) { return content.meshes.contains(std::nullopt); });
+}
+
 std::span<const Field> Model::FieldsOf(const Part& part) const {
   return contents_[part.content].fields;
 }

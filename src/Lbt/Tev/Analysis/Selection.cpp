@@ -214,12 +214,11 @@ SelectedSteps::SelectedSteps(const Model& model, std::span<const std::string> pa
     : isAll_(patterns.empty()), steps_(model.Steps().size()) {
   const std::vector<std::string_view> names = NamesOf(model.Steps(), &Step::text);
   for (const std::string& pattern : patterns) {
-    if (pattern.empty()) {
-      hasNone_ = true;
-      continue;
-    }
-    const std::vector<std::size_t> found = FindIn(names, pattern);
-    if (found.empty()) {
+    const bool isNone = pattern.empty();
+    const std::vector<std::size_t> found =
+        isNone ? std::vector<std::size_t>() : FindIn(names, pattern);
+    hasNone_ = hasNone_ || isNone;
+    if (isNone ? !model.HasFieldWithoutStep() && !model.HasMeshWithoutStep() : found.empty()) {
       RaiseNoMatch("step", pattern, names);
     }
     for (const std::size_t step : found) {
@@ -313,6 +312,9 @@ std::vector<FieldOfPart> SelectFields(const Model& model, const Selection& selec
   const std::vector<std::size_t> parts = SelectParts(model, selection.parts);
   const std::vector<std::string_view> results = SelectResults(model, selection.results);
   const SelectedSteps steps(model, selection.steps);
+  if (!selection.steps.empty() && steps.Has(std::nullopt) && !model.HasFieldWithoutStep()) {
+    RaiseNoMatch("step", "", NamesOf(model.Steps(), &Step::text));  // meshes are no fields
+  }
   return FieldsOfParts(model, parts, [&](const Field& field) {
     return steps.Has(field.step) && std::ranges::binary_search(results, field.result);
   });
