@@ -115,6 +115,20 @@ TEST(GeometryReader, AVariableOfVersions06And07_HasItsFieldsAndALoaderForShuffle
   }
 }
 
+TEST(GeometryReader, VariablesOfOneName_HaveTheLastPlaceInTheirLoadersAndTheirOwnBeside) {
+  Variable other = Full();
+  other.heavyPosition = 9;
+  for (const char* version : {"0.6", "0.7"}) {
+    LoadedTree loaded(Model(version, {Full(), other}));
+    const auto& variables = loaded.At<Geometry>(kMesh).variables;
+    for (const Geometry::VarStruct& variable : variables) {
+      EXPECT_EQ(variable.array.loader->GetPosition(), 9U);
+    }
+    EXPECT_EQ(variables.at(0).array.OwnLoader().GetPosition(), 5U);
+    EXPECT_EQ(variables.at(1).array.OwnLoader().GetPosition(), 9U);
+  }
+}
+
 TEST(GeometryReader, AVariableOfVersion05_HasItsBytesAndNoLoader) {
   LoadedTree loaded(Model("0.5", {Full()}));
   const Geometry::VarStruct& variable = Only(loaded);

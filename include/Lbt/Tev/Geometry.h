@@ -102,7 +102,7 @@ class Geometry final : public Node {
 
   std::vector<VarStruct> variables;
   /// Where data lies in the heavy data, by variable name: of two variables with one
-  /// name, both have the position that came last.
+  /// name, both have the position that came last. Reports and dumps go by it.
   std::map<std::string, unsigned long> heavyDataPositions;
 
  private:

@@ -35,6 +35,9 @@ class DataLoader {
   template <class T>
   void LoadFrom(LbtLbf::Block& block, std::vector<T>& out) const;
 
+  /// The same for numbers at another place.
+  [[nodiscard]] DataLoader At(unsigned long position) const;
+
   [[nodiscard]] unsigned long GetPosition() const { return position_; }
   [[nodiscard]] unsigned long GetByteSize() const { return byteSize_; }
   [[nodiscard]] bool IsShuffled() const { return shuffled_; }
@@ -82,12 +85,18 @@ class NumericArray final {
   void CreateDataLoader(LbtLbf::LbFile& file, const std::string& blockName, unsigned long position,
                         bool shuffled);
 
+  /// A loader of the numbers that the variable's own record tells of. "loader", which there must
+  /// be, loads those of the last variable of the same name in its geometry.
+  [[nodiscard]] DataLoader OwnLoader() const;
+
   // Ordered for size: models have many arrays.
   unsigned long byteSize = 0;
   boost::shared_ptr<DataLoader> loader;
   /// The data itself where the file's record version has it read at once; such an
   /// array has no loader.
   boost::shared_ptr<const std::vector<unsigned char>> storedBytes;
+  static constexpr unsigned long kNoPosition = static_cast<unsigned long>(-1);
+  unsigned long ownPosition = kNoPosition;  ///< that its record tells; none: that of the loader
   unsigned int dataType = 0;  ///< element type of an array made in memory; files have none
   unsigned char width = 1;
   bool hasData = false;

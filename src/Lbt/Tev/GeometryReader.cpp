@@ -105,6 +105,7 @@ class VariableReader {
     if (isReadAtOnce_) {
       streams_->Attempt(*streams_->heavy, [&] { ReadData(position, variable.array); });
     } else {
+      variable.array.ownPosition = position;
       geometry.heavyDataPositions[variable.name] = position;
     }
   }

@@ -104,6 +104,16 @@ void DataLoader::Decode(std::span<const unsigned char> stored, std::vector<T>& o
   }
 }
 
+DataLoader DataLoader::At(unsigned long position) const {
+  DataLoader other(*this);
+  other.position_ = position;
+  return other;
+}
+
+DataLoader NumericArray::OwnLoader() const {
+  return loader->At(ownPosition == kNoPosition ? loader->GetPosition() : ownPosition);
+}
+
 template void DataLoader::LoadTo<float>(std::vector<float>& out) const;
 template void DataLoader::LoadTo<unsigned int>(std::vector<unsigned int>& out) const;
 template void DataLoader::LoadFrom<float>(LbtLbf::Block& block, std::vector<float>& out) const;
