@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -57,33 +57,37 @@ std::string NameOfMesh(const Model& model, const AskedFaces& asked) {
          (asked.step ? ", step " + QuotedText(model.Steps()[*asked.step].text) : "");
 }
 
-/// Hands the faces of all meshes out in their order; tells "writer" of those that fail.
-void ForFaces(const Model& model, const std::vector<AskedFaces>& asked, AnswerWriter& writer,
-              const std::function<void(const AskedFaces&, const LoadedFaces&)>& take) {
+/// The numbers of all meshes, in their order: all that was asked for is in memory, since how many
+/// columns a table has is known at its end.
+std::vector<LoadedGroup> LoadFaces(const Model& model, const std::vector<AskedFaces>& asked) {
   std::vector<WantedGroup> wanted;
   wanted.reserve(asked.size());
   for (const AskedFaces& each : asked) {
     wanted.push_back({{each.mesh.faces, true}, {each.mesh.lengths, true}, {each.mesh.elementIds}});
   }
-  InOrder<LoadedGroup> inOrder([&](std::size_t place, const LoadedGroup& loaded) {
-    const AskedFaces& each = asked[place];
-    const LoadedFaces faces{loaded[0].Wholes(), loaded[1].Wholes(), loaded[2].Floats()};
-    std::exception_ptr failure = FailureOf(loaded);
-    if (failure == nullptr) {
-      failure = FailureOfLoad(model.GetTree(), [&] {
-        CheckFaces(faces.nodes, faces.lengths,
-                   each.mesh.coordinates == nullptr ? 0 : TuplesOf(each.mesh.coordinates->array));
-      });
-    }
-    if (failure != nullptr) {
-      writer.AddMissing(NameOfMesh(model, each) + ": " + FailureOf(failure).what());
-    } else {
-      take(each, faces);
-    }
-  });
-  LoadInFileOrder({&model.GetTree(), wanted}, [&](std::size_t place, const LoadedGroup& loaded) {
-    inOrder.Add(place, loaded);
-  });
+  std::vector<LoadedGroup> all(asked.size());
+  LoadInFileOrder({&model.GetTree(), wanted},
+                  [&](std::size_t place, const LoadedGroup& loaded) { all[place] = loaded; });
+  return all;
+}
+
+/// The faces of a mesh; tells "writer" where they, or their ids, are damaged.
+std::optional<LoadedFaces> FacesOf(const Model& model, const AskedFaces& asked,
+                                   const LoadedGroup& loaded, AnswerWriter& writer) {
+  const LoadedFaces faces{loaded[0].Wholes(), loaded[1].Wholes(), loaded[2].Floats()};
+  std::exception_ptr failure = FailureOf({loaded[0], loaded[1]});
+  if (failure == nullptr) {
+    failure = FailureOfLoad(model.GetTree(), [&] {
+      CheckFaces(faces.nodes, faces.lengths,
+                 asked.mesh.coordinates == nullptr ? 0 : TuplesOf(asked.mesh.coordinates->array));
+    });
+  }
+  const bool hasFaces = failure == nullptr;
+  failure = hasFaces ? loaded[2].failure : failure;
+  if (failure != nullptr) {
+    writer.AddMissing(NameOfMesh(model, asked) + ": " + FailureOf(failure).what());
+  }
+  return hasFaces ? std::optional(faces) : std::nullopt;
 }
 
 void WriteFaces(const Model& model, const AskedFaces& asked, const LoadedFaces& faces, Rows& rows) {
@@ -100,36 +104,28 @@ void WriteFaces(const Model& model, const AskedFaces& asked, const LoadedFaces& 
   }
 }
 
-/// How many nodes the longest face has; lengths that cannot be read are told later.
-unsigned int LongestFaceOf(const Model& model, const std::vector<AskedFaces>& asked) {
-  std::vector<WantedGroup> wanted;
-  wanted.reserve(asked.size());
-  for (const AskedFaces& each : asked) {
-    wanted.push_back({{each.mesh.faces, true}, {each.mesh.lengths, true}});
-  }
-  unsigned int longest = 0;
-  LoadInFileOrder({&model.GetTree(), wanted},
-                  [&](std::size_t /*place*/, const LoadedGroup& loaded) {
-                    const std::size_t nodes = loaded[0].Wholes().size();
-                    for (const unsigned int length : loaded[1].Wholes()) {
-                      longest = length <= nodes ? std::max(longest, length) : longest;
-                    }
-                  });
-  return longest;
-}
-
 void WriteFacesAsCsv(const Model& model, const std::vector<AskedFaces>& asked,
                      AnswerWriter& writer) {
-  const unsigned int longest = LongestFaceOf(model, asked);
+  const std::vector<LoadedGroup> loaded = LoadFaces(model, asked);
+  std::vector<std::optional<LoadedFaces>> faces;
+  unsigned int longest = 0;
+  for (std::size_t i = 0; i < asked.size(); ++i) {
+    faces.push_back(FacesOf(model, asked[i], loaded[i], writer));
+    if (faces.back() && !faces.back()->lengths.empty()) {
+      longest = std::max(longest, *std::ranges::max_element(faces.back()->lengths));
+    }
+  }
   Rows rows(writer.Text());
   rows.Add("part,step,index,id");
   for (unsigned int i = 0; i < longest; ++i) {
     rows.Add(",n").AddNumber(i + 1);
   }
   rows.EndRow();
-  ForFaces(model, asked, writer, [&](const AskedFaces& each, const LoadedFaces& faces) {
-    WriteFaces(model, each, faces, rows);
-  });
+  for (std::size_t i = 0; i < asked.size(); ++i) {
+    if (faces[i]) {
+      WriteFaces(model, asked[i], *faces[i], rows);
+    }
+  }
 }
 
 /// "m.npy" becomes "m.offsets.npy".
@@ -174,7 +170,8 @@ void AnswerMesh(const Model& model, const Selection& selection, const Input& inp
     throw UsageError(input.path + ": npy holds one mesh, and " + std::to_string(asked.size()) +
                      " fit");
   }
-  ForFaces(model, asked, writer, [&](const AskedFaces& /*each*/, const LoadedFaces& faces) {
-    WriteFacesAsNpy(faces, *npyOutput, input.source);
-  });
+  const std::vector<LoadedGroup> loaded = LoadFaces(model, asked);
+  if (const auto faces = FacesOf(model, asked.front(), loaded.front(), writer)) {
+    WriteFacesAsNpy(*faces, *npyOutput, input.source);
+  }
 }

@@ -62,14 +62,7 @@ Json JsonOf(const Figures& figures) {
           {"mean", orNull(figures.mean)},          {"rms", orNull(figures.rms)}};
 }
 
-void WriteStatistics(const FieldStatistics& result, JsonWriter& json) {
-  if (result.failure != nullptr) {
-    const Failure failure = FailureOf(result.failure);
-    json.Member("statistics", nullptr);
-    json.Member("failure", {{"code", NameOf(failure.Code())}, {"message", failure.what()}});
-    return;
-  }
-  const Statistics& statistics = result.statistics;
+void WriteStatistics(const Statistics& statistics, JsonWriter& json) {
   json.Key("statistics");
   json.OpenObject();
   json.Member("counted", statistics.counted);
@@ -84,6 +77,18 @@ void WriteStatistics(const FieldStatistics& result, JsonWriter& json) {
   json.Close();
 }
 
+void WriteResult(const FieldStatistics& result, JsonWriter& json) {
+  if (result.statistics) {
+    WriteStatistics(*result.statistics, json);
+  } else {
+    json.Member("statistics", nullptr);
+  }
+  if (result.failure != nullptr) {
+    const Failure failure = FailureOf(result.failure);
+    json.Member("failure", {{"code", NameOf(failure.Code())}, {"message", failure.what()}});
+  }
+}
+
 TakeField JsonFields(const Model& model, JsonWriter& json) {
   return [&model, &json](const FieldOfPart& each, const FieldStatistics* statistics) {
     const Field& field = *each.field;
@@ -95,7 +100,7 @@ TakeField JsonFields(const Model& model, JsonWriter& json) {
     json.Member("components", field.components);
     json.Member("count", field.count);
     if (statistics != nullptr) {
-      WriteStatistics(*statistics, json);
+      WriteResult(*statistics, json);
     }
     json.Close();
   };
@@ -127,11 +132,11 @@ TakeField CsvFields(const Model& model, const std::string& path, std::ostream& s
                                         std::to_string(field.count)};
     if (result == nullptr) {
       WriteCsvRow(stream, head);
-    } else if (result->failure == nullptr) {
-      ForFigures(result->statistics, [&](const std::string& name, const Figures& figures) {
+    } else if (result->statistics) {
+      ForFigures(*result->statistics, [&](const std::string& name, const Figures& figures) {
         std::vector<std::string> cells = head;
-        cells.push_back(std::to_string(result->statistics.counted));
-        cells.push_back(std::to_string(result->statistics.notFinite));
+        cells.push_back(std::to_string(result->statistics->counted));
+        cells.push_back(std::to_string(result->statistics->notFinite));
         cells.push_back(name);
         const std::vector<std::string> numbers = CsvCells(figures);
         cells.insert(cells.end(), numbers.begin(), numbers.end());
@@ -153,12 +158,12 @@ TakeField TextFields(const Model& model, Table& table) {
     std::vector<std::string> head{
         VisibleText(model.Parts()[each.part].name), VisibleText(each.field->result),
         VisibleText(StepText(model, each.field->step)), std::string(TextOf(each.field->location))};
-    if (result->failure != nullptr) {
+    if (!result->statistics) {
       head.emplace_back("damaged");
       table.Add(std::move(head));
       return;
     }
-    ForFigures(result->statistics, [&](const std::string& name, const Figures& figures) {
+    ForFigures(*result->statistics, [&](const std::string& name, const Figures& figures) {
       std::vector<std::string> cells = head;
       cells.push_back(name);
       if (figures.finite != 0) {
@@ -166,9 +171,9 @@ TakeField TextFields(const Model& model, Table& table) {
                                    ToString(figures.max.value), PlaceText(figures.max),
                                    ToString(figures.mean), ToString(figures.rms)});
       }
-      if (result->statistics.notFinite != 0) {
+      if (result->statistics->notFinite != 0) {
         cells.resize(head.size() + 7);
-        cells.push_back(std::to_string(result->statistics.notFinite));
+        cells.push_back(std::to_string(result->statistics->notFinite));
       }
       table.Add(std::move(cells));
     });

@@ -172,13 +172,15 @@ void ForNumbers(const Model& model, const Asked& asked, AnswerWriter& writer,
   std::vector<WantedGroup> wanted;
   for (const FieldOfPart& each : asked.fields) {
     const MeshVariables mesh = model.MeshAt(model.Parts()[each.part], each.field->step);
-    wanted.push_back({{each.field->variable}, {mesh.IdsOf(each.field->location)}});
+    wanted.push_back({{each.field->variable},
+                      {mesh.IdsOf(each.field->location), false, WantedArray::Turn::BeforeFirst}});
   }
   InOrder<LoadedGroup> inOrder([&](std::size_t place, const LoadedGroup& loaded) {
     const FieldOfPart& each = asked.fields[place];
     if (const std::exception_ptr failure = FailureOf(loaded); failure != nullptr) {
       writer.AddMissing(NameOfField(model, each) + ": " + FailureOf(failure).what());
-    } else {
+    }
+    if (loaded[0].failure == nullptr) {
       take(each, loaded[0].Floats(), loaded[1].Floats());
     }
   });

@@ -53,10 +53,11 @@ Texts StatisticsTexts(const Model& model, std::size_t ahead = 0) {
           texts.push_back(text + TextOf(result.failure));
           return;
         }
-        const Figures& figures = result.statistics.magnitude ? *result.statistics.magnitude
-                                                             : result.statistics.components.at(0);
-        texts.push_back(text + std::to_string(result.statistics.counted) + ' ' +
-                        TextOf(figures.min) + ' ' + TextOf(figures.max));
+        const Statistics& statistics = result.statistics.value();
+        const Figures& figures =
+            statistics.magnitude ? *statistics.magnitude : statistics.components.at(0);
+        texts.push_back(text + std::to_string(statistics.counted) + ' ' + TextOf(figures.min) +
+                        ' ' + TextOf(figures.max));
       },
       ahead);
   return texts;
@@ -168,6 +169,96 @@ TEST(FieldStatistics, BlocksOfAllFields_AreInflatedOnceEach) {
   // have been read before.
   EXPECT_EQ(loads().loads - before.loads, 9U);
   EXPECT_EQ(loads().loadedAgain - before.loadedAgain, 0U);
+}
+
+/// Fields at 12 steps and the mesh of their nodes before or after them; of three nodes two are
+/// used.
+enum class MeshPlace { First, Last };
+
+ModelWriter ManySteps(MeshPlace place) {
+  ModelWriter model;
+  const NodeRef mesh = AddPart(model, AddGroup(model), "A");
+  const auto addMesh = [&] {
+    model.AddVariable(mesh, Variable::Floats("Coordinates", kCoordinates, 1, {0, 1, 2}));
+    model.AddVariable(mesh, Variable::Uints("C", kConnectivity, 1, {2, 1}));
+    model.AddVariable(mesh, Variable::Uints("P", kPolylength, 1, {2}));
+    model.AddVariable(mesh, Variable::Floats("Node Ids", kIds, 1, {7, 8, 9}));
+  };
+  if (place == MeshPlace::First) {
+    addMesh();
+  }
+  for (int step = 0; step < 12; ++step) {
+    const auto value = static_cast<float>(10 * step);
+    model.AddVariable(mesh, Variable::Floats("R\x1eTime = " + std::to_string(step), 13, 1,
+                                             {value, value + 1, value + 2}));
+  }
+  if (place == MeshPlace::Last) {
+    addMesh();
+  }
+  return model;
+}
+
+TEST(FieldStatistics, BlocksInflatedAhead_AreInflatedOnceEach) {
+  StreamLayout several{.split = StreamLayout::Split::AtCuts,
+                       .packing = StreamLayout::Packing::Compressed};
+  Texts expected;
+  for (int step = 0; step < 12; ++step) {
+    const std::string tens = step == 0 ? "" : std::to_string(step);
+    expected.push_back("A R: 2 " + tens + "1@1#8 " + tens + "2@2#9");
+  }
+  for (const MeshPlace place : {MeshPlace::First, MeshPlace::Last}) {
+    several.cuts = place == MeshPlace::First ? std::vector<std::size_t>{24, 48, 84, 132}
+                                             : std::vector<std::size_t>{36, 72, 108, 144};
+    for (const StreamLayout& layout :
+         {several, StreamLayout{.split = StreamLayout::Split::BlockPerRecord,
+                   .packing = StreamLayout::Packing::Compressed}}) {
+      for (const std::size_t ahead : {0U, 1U, 2U, 3U}) {
+        ModelWriter writer = ManySteps(place);
+        writer.SetLayout(kHeavyData, layout);
+        DescribedModel described(writer);
+        std::map<std::size_t, int> loads;
+        described.tree.GetFile().GetIndex().ObserveLoads(
+            [&loads](std::size_t entry) { ++loads[entry]; });
+        EXPECT_EQ(StatisticsTexts(described.model, ahead), expected);
+        EXPECT_TRUE(std::ranges::all_of(loads, [](const auto& each) { return each.second == 1; }));
+        // The coordinates are not read: they have a block of their own where each array has one.
+        const bool isApart = layout.split == StreamLayout::Split::BlockPerRecord;
+        EXPECT_EQ(loads.size(), isApart ? 15U : layout.cuts.size() + 1);
+      }
+    }
+  }
+}
+
+TEST(FieldStatistics, WhoseIdsAloneAreDamaged_LackTheIds) {
+  ModelWriter model = SharedArrays({3, 2}, {2});
+  model.VariableAt(4, 0).heavyPosition = 1U << 30U;
+  const DescribedModel described(model);
+  std::size_t fields = 0;
+  GatherStatistics(described.model, SelectFields(described.model, {}),
+                   [&](const FieldOfPart& /*each*/, const FieldStatistics& result) {
+                     ++fields;
+                     EXPECT_EQ(TextOf(result.failure), "Invalid block position");
+                     ASSERT_TRUE(result.statistics.has_value());
+                     EXPECT_EQ(result.statistics->counted, 2U);
+                     EXPECT_EQ(result.statistics->components[0].max.id, std::nullopt);
+                   });
+  EXPECT_EQ(fields, 2U);
+}
+
+TEST(FieldStatistics, OfFieldsOfOneNameAndStep_AreEachOfTheirOwnNumbers) {
+  ModelWriter model;
+  const NodeRef group = AddGroup(model);
+  const NodeRef mesh = AddPart(model, group, "A");
+  model.AddVariable(mesh, Variable::Floats("R\x1eTime = 1", 13, 1, {1, 2}));
+  model.AddVariable(mesh, Variable::Floats("R\x1eTime = 1", 13, 1, {3, 4, 5}));
+  const NodeRef linked = AddPart(model, group, "B");
+  model.AddVariable(linked, Variable::Link("R\x1eTime = 1", 13, mesh, 0));
+  for (const char* version : {"0.5", "0.6", "0.7"}) {
+    model.At(mesh).version = version;
+    EXPECT_EQ(StatisticsTexts(DescribedModel(model).model),
+              (Texts{"A R: 2 1@0#- 2@1#-", "A R: 3 3@0#- 5@2#-", "B R: 2 1@0#- 2@1#-"}))
+        << version;
+  }
 }
 
 TEST(FieldStatistics, OfADamagedBlock_FailAndTheOthersDoNot) {

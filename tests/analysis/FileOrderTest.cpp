@@ -1,6 +1,8 @@
 // In which order arrays of models are loaded, how often, and what is refused.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -71,6 +73,70 @@ TEST(LoadInFileOrder, EqualArrays_AreOneAndAreLetGoAfterTheLastGroup) {
       EXPECT_TRUE(first.expired());
     }
   });
+}
+
+/// Fields at five steps and after them what all of them need, each in a block of its own or as
+/// "layout" says; the needed one of field 1 lies in the middle of the fields.
+ModelWriter NeededLast(const StreamLayout& layout) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("g", model.AddShape("P", model.AddGroup("r", 0)));
+  for (const char* name : {"A", "B", "b", "C", "D", "needed"}) {
+    model.AddVariable(mesh, Variable::Floats(name, 13, 1, {static_cast<float>(name[0])}));
+  }
+  model.SetLayout(kHeavyData, layout);
+  return model;
+}
+
+TEST(LoadInFileOrder, WhatComesFirst_IsLoadedBeforeTheFirstOfItsGroup) {
+  using enum WantedArray::Turn;
+  const DescribedModel described(NeededLast({.split = StreamLayout::Split::BlockPerRecord}));
+  const auto array = [&](std::size_t place) { return ArrayOf(described, place); };
+  WantedArray needed = array(5);
+  needed.turn = BeforeFirst;
+  WantedArray ofB = array(2);
+  ofB.turn = BeforeFirstForOthers;
+  const std::vector<WantedGroup> groups{
+      {array(0), needed}, {array(1), needed, ofB}, {array(2)}, {array(3), needed}, {array(4)}};
+  Places order;
+  std::weak_ptr<const std::vector<float>> last;
+  LoadInFileOrder({&described.tree, groups}, [&](std::size_t place, const LoadedGroup& loaded) {
+    order.push_back(place);
+    EXPECT_TRUE(last.expired());  // one at a time is in memory
+    last = loaded[0].floats;
+    EXPECT_EQ(loaded.size() > 1 ? loaded[1].Floats()[0] : 'n', 'n');
+    if (place == 1) {
+      EXPECT_EQ(loaded[2].floats, nullptr);  // group 2 has it
+    }
+  });
+  EXPECT_EQ(order, (Places{0, 2, 1, 3, 4}));
+}
+
+TEST(LoadInFileOrder, BlocksThatNeedOneAnother_AreVisitedOnceEach) {
+  for (const std::size_t ahead : {0U, 1U, 2U, 3U}) {
+    DescribedModel described(NeededLast({.split = StreamLayout::Split::AtCuts,
+                                         .packing = StreamLayout::Packing::Compressed,
+                                         .cuts = {8, 16}}));
+    WantedArray needed = ArrayOf(described, 5);
+    WantedArray neededToo = ArrayOf(described, 1);
+    needed.turn = neededToo.turn = WantedArray::Turn::BeforeFirst;
+    const std::vector<WantedGroup> groups{{ArrayOf(described, 0), needed},
+                                          {ArrayOf(described, 4), neededToo},
+                                          {ArrayOf(described, 3)}};
+    std::map<std::size_t, int> loads;
+    described.tree.GetFile().GetIndex().ObserveLoads(
+        [&loads](std::size_t entry) { ++loads[entry]; });
+    std::string found;
+    LoadInFileOrder({&described.tree, groups, ahead},
+                    [&](std::size_t /*place*/, const LoadedGroup& loaded) {
+                      for (const LoadedArray& each : loaded) {
+                        found += static_cast<char>(each.Floats()[0]);
+                      }
+                    });
+    std::ranges::sort(found);
+    EXPECT_EQ(found, "ABCDn");
+    EXPECT_EQ(loads.size(), 3U) << ahead;
+    EXPECT_TRUE(std::ranges::all_of(loads, [](const auto& each) { return each.second == 1; }));
+  }
 }
 
 TEST(LoadInFileOrder, OfTwoModels_HandsOutWhatStandsAtTheSamePlace) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,15 @@ namespace tevtest {
 /// What a real model was made from.
 [[nodiscard]] inline std::string TruthOf(const std::string& model) {
   return std::string(TEVINFO_EXAMPLES_DIR) + "/" + model + ".truth.json.gz";
+}
+
+/// Two fields of one name and step in one geometry, the first of the numbers 1 and 2.
+[[nodiscard]] inline ModelWriter FieldsOfOneName(std::initializer_list<float> second) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("g", model.AddShape("P", model.AddGroup("r", 0)));
+  model.AddVariable(mesh, Variable::Floats("R\x1eTime = 1", 13, 1, {1, 2}));
+  model.AddVariable(mesh, Variable::Floats("R\x1eTime = 1", 13, 1, second));
+  return model;
 }
 
 /// Hands an answer to the script that compares numbers with the truth; "" where it finds nothing.

@@ -268,6 +268,15 @@ TEST_F(FailingCallsOfAnExport, ReadThatEndsEarly_IsANamedFailureButInTheVersion)
   EXPECT_EQ(exports, 1);
 }
 
+TEST_F(FailingCallsOfTev, FacesAsCsv_AreReadOnceAsThoseOfNumPyAre) {
+  const auto readsOf = [&](const std::vector<std::string>& options) {
+    std::vector<std::string> arguments{"values", model, "--mesh", "--part", "Frame"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return ForEachCallOfTev("read-error", arguments, [](const RunResult&, long) {});
+  };
+  EXPECT_EQ(readsOf({}), readsOf({"--format", "npy", "-o", dir / "faces.npy"}));
+}
+
 }  // namespace
 }  // namespace tevtest
 

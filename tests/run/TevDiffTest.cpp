@@ -343,6 +343,98 @@ TEST_F(TevDiff, ALinkedArray_IsComparedWithTheNumbersThatItNames) {
             "component 1 at [2], root mean square 0.57735\nThe models differ: 1 difference\n");
 }
 
+TEST_F(TevDiff, AFieldOfElements_IsMatchedByTheirIds) {
+  const auto ofElements = [](std::vector<std::uint32_t> faces, std::vector<float> ids,
+                             std::vector<float> values) {
+    return Small{
+        .faces = std::move(faces), .elementIds = std::move(ids), .values = std::move(values)}
+        .Model();
+  };
+  const ModelWriter a = ofElements({0, 1, 1, 2}, {101, 102}, {5, 7});
+  EXPECT_EQ(Diff(a, ofElements({1, 2, 0, 1}, {102, 101}, {7, 5})), kSame);
+  EXPECT_EQ(
+      Diff(a, ofElements({1, 2, 0, 1}, {102, 101}, {7, 6})),
+      "field \"P\" \"R\" \"Time = 1\": 1 of 2 numbers differ, by 1 at most: 5 and 6, component "
+      "1 at 101, root mean square 0.707107\nThe models differ: 1 difference\n");
+}
+
+TEST_F(TevDiff, OtherNumbersOfNodesAndElements_AreTold) {
+  EXPECT_EQ(Diff(Small().Model(), Small{.values = {1, 2}}.Model()),
+            "result \"R\": \"1 node\" and \"1 element\"\n"
+            "field \"P\" \"R\" \"Time = 1\": 1 only in A\n"
+            "The models differ: 2 differences\n");
+}
+
+/// Two nodes and two faces, so that only the stored attribute tells to which a field belongs; that
+/// of a second part is linked to it.
+ModelWriter InDoubt(const char* structure, std::vector<float> elementIds,
+                    std::vector<float> values) {
+  ModelWriter model = Small{.nodeIds = {11, 12},
+                            .coordinates = {0, 0, 0, 1, 0, 0},
+                            .faces = {0, 1, 0, 1},
+                            .elementIds = std::move(elementIds),
+                            .values = std::move(values)}
+                          .Model();
+  model.VariableAt(kSmallGeometry, 5).attributes = {Attribute::Text("Structure", structure)};
+  const NodeRef mesh = model.AddGeometry("h", model.AddShape("Q", kSmallGroup));
+  for (std::uint32_t i = 0; i < 6; ++i) {
+    const Variable& target = model.VariableAt(kSmallGeometry, i);
+    model.AddVariable(mesh, Variable::Link(target.name, target.type, kSmallGeometry, i));
+  }
+  return model;
+}
+
+TEST_F(TevDiff, LocationInDoubt_IsThatOfTheStoredAttribute) {
+  const ModelWriter ofElements = InDoubt("Elements", {101, 102}, {5, 7});
+  EXPECT_EQ(Diff(ofElements, InDoubt("Element", {102, 101}, {7, 5})), kSame);
+  EXPECT_EQ(Diff(InDoubt("Nodes", {101, 102}, {5, 7}), InDoubt("Node", {102, 101}, {5, 7})), kSame);
+  EXPECT_EQ(Diff(ofElements, InDoubt("", {101, 102}, {5, 7})),
+            "result \"R\": \"1 element\" and \"1 node\"\nThe models differ: 1 difference\n");
+  const auto line = [](const std::string& part) {
+    return "field \"" + part +
+           "\" \"R\" \"Time = 1\": 1 of 2 numbers differ, by 2 at most: 7 and 9, component 1 at "
+           "102, "
+           "root mean square 1.41421\n";
+  };
+  EXPECT_EQ(Diff(ofElements, InDoubt("Element", {102, 101}, {9, 5})),
+            line("P") + line("Q") + "The models differ: 2 differences\n");
+}
+
+TEST_F(TevDiff, ASharedArray_DiffersInEachPartThatHasIt) {
+  const auto shared = [](float last) {
+    ModelWriter model = Small{.values = {1, 2, last}}.Model();
+    const NodeRef mesh = model.AddGeometry("h", model.AddShape("Q", kSmallGroup));
+    for (const std::uint32_t i : {0U, 1U, 5U}) {
+      const Variable& target = model.VariableAt(kSmallGeometry, i);
+      model.AddVariable(mesh, Variable::Link(target.name, target.type, kSmallGeometry, i));
+    }
+    model.AddVariable(mesh, Variable::Uints("Connectivity", kConnectivity, 1, {2, 0}));
+    model.AddVariable(mesh, Variable::Uints("Polylength", kPolylength, 1, {2}));
+    return model;
+  };
+  const std::string text =
+      "\" \"R\" \"Time = 1\": 1 of 3 numbers differ, by 1 at most: 4 and 5, component 1 at 13, "
+      "root "
+      "mean square 0.57735\n";
+  EXPECT_EQ(Diff(shared(4), shared(5)),
+            "field \"P" + text + "field \"Q" + text + "The models differ: 2 differences\n");
+}
+
+TEST_F(TevDiff, FieldsOfOneNameAndStep_AreComparedOneByOne) {
+  const auto twins = [](std::initializer_list<float> first, std::initializer_list<float> second) {
+    ModelWriter model = Small().Model();
+    for (const auto& values : {first, second}) {
+      model.AddVariable(kSmallGeometry, Variable::Floats("T\x1eTime = 1", 13, 1, values));
+    }
+    return model;
+  };
+  EXPECT_EQ(Diff(twins({1, 2, 3}, {4, 5, 6}), twins({1, 2, 3}, {4, 5, 6})), kSame);
+  EXPECT_EQ(
+      Diff(twins({1, 2, 3}, {4, 5, 6}), twins({1, 2, 4}, {4, 5, 6})),
+      "field \"P\" \"T\" \"Time = 1\": 1 of 3 numbers differ, by 1 at most: 3 and 4, component "
+      "1 at 13, root mean square 0.57735\nThe models differ: 1 difference\n");
+}
+
 TEST_F(TevDiff, Quiet_TellsByTheStatusAlone) {
   Write("a.tev", Small().Model());
   Write("b.tev", Small{.values = {1, 2, 5}}.Model());

@@ -82,6 +82,81 @@ TEST_F(TevResults, DamagedField_IsNamedAndTheOthersAreAnswered) {
   EXPECT_EQ(Check(run.output, "schema", Schema("results")), "");
 }
 
+TEST_F(TevResults, FieldWhoseIdsAreDamaged_IsAnsweredWithoutThem) {
+  ModelWriter model = SmallModel();
+  model.VariableAt(kSmallMesh1, 0).heavyPosition = 1U << 30U;
+  Write("m.tev", model);
+  const RunResult run = Run({"results", "--stats", "--csv", "--result", "Temperature", "m.tev"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.error,
+            "tev: m.tev: damaged: part \"Frame\", result \"Temperature\", step \"Time = 0.5\": "
+            "Invalid block position (\"tev check\" tells more)\n");
+  EXPECT_NE(
+      run.output.find("\nm.tev,3,Temperature,Time = 0.5,node,1,5,5,0,1,293.25,,0,1234567,,4,"),
+      std::string::npos)
+      << run.output;
+  EXPECT_NE(
+      run.output.find("\nm.tev,5,Temperature,Time = 0.5,node,1,5,5,0,1,293.25,6,0,1234567,10,"),
+      std::string::npos)
+      << run.output;
+  const RunResult json = Run({"results", "--stats", "--json", "m.tev"});
+  EXPECT_EQ(json.status, 2);
+  EXPECT_EQ(json.output.find("\"statistics\": null"), std::string::npos);
+  EXPECT_NE(json.output.find("\"minAt\": null"), std::string::npos);
+  EXPECT_NE(json.output.find("\"message\": \"Invalid block position\""), std::string::npos);
+  EXPECT_EQ(Check(json.output, "schema", Schema("results")), "");
+}
+
+TEST_F(TevResults, FieldsOfOneNameAndStep_AreTwoInStoredOrder) {
+  Write("m.tev", FieldsOfOneName({3, 4}));
+  const std::string row = "m.tev,2,R,Time = 1,unknown,1,2,2,0,1,";
+  const std::string answer = Answer({"results", "--stats", "--csv", "m.tev"});
+  EXPECT_EQ(answer.substr(answer.find('\n') + 1), row + "1,,0,2,,1,1.5,1.5811388300841898\n" + row +
+                                                      "3,,0,4,,1,3.5,3.5355339059327378\n");
+}
+
+#ifdef FAULT_PRELOAD  // a sanitizer takes memory for itself
+
+// Of many steps the fields, and after them what they need: faces and ids.
+TEST_F(TevResults, MeshAfterManyFields_TakesTheMemoryOfTwoFields) {
+  constexpr std::uint32_t kNumbers = 2U << 20U;
+  constexpr std::uint32_t kFieldBytes = 4 * kNumbers;
+  constexpr std::uint32_t kSteps = 24;
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("g", model.AddShape("P", model.AddGroup("r", 0)));
+  const auto add = [&](Variable variable, std::uint32_t bytes, std::uint64_t position) {
+    variable.byteCount = bytes;
+    variable.heavyPosition = position;
+    model.AddVariable(mesh, variable);
+  };
+  const std::uint64_t end = std::uint64_t{kSteps} * kFieldBytes;
+  for (std::uint32_t i = 0; i < kSteps; ++i) {
+    add(Variable::Floats("R\x1eTime = " + std::to_string(i), 13, 1, {}), kFieldBytes,
+        std::uint64_t{i} * kFieldBytes);
+  }
+  add(Variable::Floats("Node Ids", kIds, 1, {}), kFieldBytes, end);
+  add(Variable::Floats("Coordinates", kCoordinates, 1, {}), kFieldBytes, end);
+  add(Variable::Uints("Connectivity", kConnectivity, 1, {}), 8, end + kFieldBytes);
+  add(Variable::Uints("Polylength", kPolylength, 1, {}), 4, end + kFieldBytes + 8);
+  ContainerWriter container = model.ToContainer();
+  const std::string zeros = Compressed(std::string(kFieldBytes, '\0'));
+  for (std::uint32_t i = 0; i <= kSteps; ++i) {
+    container.Add({.name = std::string(kHeavyData), .compressed = true, .storedBytes = zeros});
+  }
+  container.AddRaw(kHeavyData, ElementBytes(std::vector<std::uint32_t>{0, 0, 2}));
+  dir.Write("m.tev", container.Build().bytes);
+  for (const char* jobs : {"1", "2", "3"}) {
+    const RunResult run = Run({"results", "--stats", "--csv", "-j", jobs, "m.tev"});
+    EXPECT_EQ(run.status, 0) << run.error;
+    EXPECT_NE(run.output.find("Time = 23,node,1,2097152,1,0,1,0,0,0,0,0,0,0,0\n"),
+              std::string::npos)
+        << run.output;
+    EXPECT_LT(run.peakKiB, (6 * kFieldBytes + (32U << 20U)) / 1024) << jobs;
+  }
+}
+
+#endif
+
 TEST_F(TevResults, Csv_IsARowForEachComponentWithExactNumbers) {
   Write("m.tev", SmallModel());
   EXPECT_EQ(Answer({"results", "--csv", "m.tev", "--part", "5", "--result", "Disp*"}),
@@ -101,6 +176,11 @@ TEST_F(TevResults, PatternThatFitsNothing_IsBadUsage) {
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.output, "");
   EXPECT_NE(run.error.find("did you mean \"Temperature\"?"), std::string::npos) << run.error;
+  const RunResult none = Run({"results", "m.tev", "--step", ""});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_EQ(none.output, "");
+  EXPECT_NE(none.error.find("No step fits \"\": there are \"Time = 0.5\""), std::string::npos)
+      << none.error;
 }
 
 }  // namespace

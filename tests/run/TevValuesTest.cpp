@@ -59,6 +59,37 @@ TEST_F(TevValues, Csv_IsOneTableOfAllThatFits) {
   EXPECT_NE(both.find("5,Displacement,Time = 0.5,4,10,13,14,15\n"), std::string::npos);
 }
 
+TEST_F(TevValues, FieldsOfOneNameAndStep_AreTwoInStoredOrder) {
+  Write("m.tev", FieldsOfOneName({3, 4}));
+  EXPECT_EQ(Answer({"values", "m.tev"}),
+            "part,result,step,index,id,v1\n2,R,Time = 1,0,,1\n2,R,Time = 1,1,,2\n"
+            "2,R,Time = 1,0,,3\n2,R,Time = 1,1,,4\n");
+}
+
+TEST_F(TevValues, FieldWhoseIdsAreDamaged_IsWrittenWithoutThem) {
+  ModelWriter model = SmallModel();
+  model.VariableAt(kSmallMesh2, 4).heavyPosition = 1U << 30U;
+  model.VariableAt(kSmallMesh1, 0).heavyPosition = 1U << 30U;
+  Write("m.tev", model);
+  const RunResult fields = Run({"values", "m.tev", "--part", "Frame", "--result", "Temperature"});
+  EXPECT_EQ(fields.status, 2);
+  EXPECT_NE(
+      fields.error.find("part \"Frame\", result \"Temperature\", step \"Time = 0.5\": Invalid "
+                        "block position"),
+      std::string::npos)
+      << fields.error;
+  EXPECT_NE(fields.output.find("\n3,Temperature,Time = 0.5,0,,293.25\n"), std::string::npos);
+  const RunResult faces = Run({"values", "m.tev", "--mesh"});
+  EXPECT_EQ(faces.status, 2);
+  EXPECT_NE(faces.error.find("part \"Panel\", mesh: Invalid block position"), std::string::npos)
+      << faces.error;
+  EXPECT_EQ(faces.output,
+            "part,step,index,id,n1,n2,n3,n4,n5\n"
+            "3,,0,101,0,1,2,3\n"
+            "3,,1,102,1,2,3,4\n"
+            "5,,0,,0,1,2,3,4\n");
+}
+
 TEST_F(TevValues, NumbersThatAreNotFinite_HaveTheirSpelling) {
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
   ModelWriter model;

@@ -3,13 +3,15 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <exception>
+#include <functional>
 #include <span>
 #include <utility>
 #include <vector>
 
 #include "Lbt/Tev/Analysis/BlocksAhead.h"
 #include "Lbt/Tev/NumericArray.h"
+#include "Lbt/Tev/Tree.h"
 
 namespace LbtTev::Analysis {
 
@@ -40,6 +42,10 @@ template <class T>
 extern template std::vector<float> LoadArray<float>(const NumericArray& array, BlocksAhead& ahead);
 extern template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array,
                                                                   BlocksAhead& ahead);
+
+/// Runs "load", which loads from "tree", and returns why it failed; null where it did not. In place
+/// of what zlib leaves that names the block. Throws on a lack of memory.
+[[nodiscard]] std::exception_ptr FailureOfLoad(const Tree& tree, const std::function<void()>& load);
 
 /// The nodes that the faces of a part use, as ranges of indices in ascending order.
 class UsedNodes {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <functional>
 #include <map>
@@ -16,8 +17,13 @@ namespace LbtTev::Analysis {
 
 /// A variable whose numbers are wanted.
 struct WantedArray {
+  /// Whether the first array of its group, which is of no use without it, is to be loaded after it,
+  /// so as not to wait in memory; and whether another group alone has it handed out.
+  enum class Turn : std::uint8_t { AnyTurn, BeforeFirst, BeforeFirstForOthers };
+
   const Geometry::VarStruct* variable = nullptr;  ///< null: there is none
   bool isOfWholes = false;                        ///< faces and their lengths; else floats
+  Turn turn = Turn::AnyTurn;
 };
 
 /// What is wanted together: numbers of a field with its ids, or a mesh.
@@ -51,9 +57,10 @@ struct WantedOfModel {
   std::size_t ahead = 0;
 };
 
-/// Loads what is wanted in the order of the file, each array once, and hands out each group, by
-/// its place in the list, as soon as all of it is there; arrays are kept no longer than some group
-/// waits for them. What is decoded counts as one request of the heavy data.
+/// Loads what is wanted in the order of the file, but for blocks with what is to come first; each
+/// array once. Hands out each group, by its place in the list, as soon as all of it is there;
+/// arrays are kept no longer than some group waits for them. What is decoded counts as one request
+/// of the heavy data.
 ///
 /// Damage is told with the groups that it is about, as an exception with a text of its own,
 /// and loading goes on. Throws on a lack of memory, and what "take" throws.
@@ -68,10 +75,6 @@ void LoadInFileOrder(const WantedOfModel& wanted,
 void LoadInFileOrder(const WantedOfModel& a, const WantedOfModel& b,
                      const std::function<void(std::size_t place, const LoadedGroup& ofA,
                                               const LoadedGroup& ofB)>& take);
-
-/// Runs "load", which loads from "tree", and returns why it failed; null where it did not. In place
-/// of what zlib leaves that names the block. Throws on a lack of memory.
-[[nodiscard]] std::exception_ptr FailureOfLoad(const Tree& tree, const std::function<void()>& load);
 
 /// Hands on in order what comes in any: each place from 0 on comes once.
 template <class T>

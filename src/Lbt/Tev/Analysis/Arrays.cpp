@@ -1,4 +1,4 @@
-// Loads arrays of numbers, and tells which nodes faces use.
+// Loads arrays of numbers, says why one cannot be loaded, and tells which nodes faces use.
 
 #include "Lbt/Tev/Analysis/Arrays.h"
 
@@ -6,7 +6,9 @@
 #include <cstddef>
 #include <cstring>
 #include <numeric>
+#include <string>
 
+#include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Log/Raise.h"
 
 namespace LbtTev::Analysis {
@@ -24,11 +26,32 @@ void RequirePoint(std::size_t node, std::size_t points) {
   }
 }
 
+/// The exception that is being handled; in place of what zlib leaves one that names the block.
+std::exception_ptr CurrentFailure(const ModelStream& stream) {
+  const auto refused = stream.RefusedBlock();
+  try {
+    throw;
+  } catch (const Lbt::Util::Exception&) {
+    return std::current_exception();
+  } catch (const std::exception&) {
+    if (!refused) {
+      return std::current_exception();
+    }
+  }
+  const std::string message = RefusalText(*refused);
+  try {
+    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ReadError, message.c_str(),
+                    "include/Lbt/Tev/Analysis/Arrays");
+  } catch (const Lbt::Util::Exception&) {
+    return std::current_exception();
+  }
+}
+
 }  // namespace
 
 ArrayKey::ArrayKey(const NumericArray& array) : byteSize(array.byteSize), width(array.width) {
   if (array.loader != nullptr) {
-    position = array.loader->GetPosition();
+    position = array.OwnLoader().GetPosition();
     byteSize = array.loader->GetByteSize();
     isShuffled = array.loader->IsShuffled();
   } else if (array.storedBytes != nullptr) {
@@ -44,7 +67,7 @@ template <class T>
 std::vector<T> LoadArray(const NumericArray& array, BlocksAhead& ahead) {
   std::vector<T> values;
   if (array.loader != nullptr) {
-    const DataLoader& loader = *array.loader;
+    const DataLoader loader = array.OwnLoader();
     LbtLbf::Block* block =
         loader.GetByteSize() < sizeof(T) ? nullptr : ahead.Find(loader.GetPosition());
     if (block != nullptr && block->GetRemaining() >= loader.GetByteSize()) {
@@ -66,6 +89,21 @@ std::vector<T> LoadArray(const NumericArray& array, BlocksAhead& ahead) {
 template std::vector<float> LoadArray<float>(const NumericArray& array, BlocksAhead& ahead);
 template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array,
                                                            BlocksAhead& ahead);
+
+std::exception_ptr FailureOfLoad(const Tree& tree, const std::function<void()>& load) {
+  try {
+    load();
+  } catch (const std::exception& exception) {
+    if (LbtLbf::IsLackOfMemory(exception)) {
+      throw;
+    }
+    ModelStream& heavy = *tree.GetStreams().heavy;
+    std::exception_ptr failure = CurrentFailure(heavy);
+    heavy.GiveUp(failure);  // a block that zlib has refused is not tried again
+    return failure;
+  }
+  return nullptr;
+}
 
 void CheckLengths(std::size_t sum, std::size_t nodes) {
   if (sum != nodes) {

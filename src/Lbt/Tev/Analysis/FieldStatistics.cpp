@@ -83,9 +83,14 @@ class Gathering {
   void Add(const FieldOfPart& each) {
     const Field& field = *each.field;
     const MeshVariables mesh = model_->MeshAt(model_->Parts()[each.part], field.step);
-    const bool isOfNodes = field.location == Location::Node;
-    wanted_.push_back({{field.variable}, {mesh.IdsOf(field.location)}});
-    maskOf_.push_back(&MaskOf(isOfNodes ? mesh : MeshVariables(), field.count));
+    const bool hasMask = field.location == Location::Node && mesh.faces != nullptr;
+    using enum WantedArray::Turn;
+    wanted_.push_back({{field.variable}, {mesh.IdsOf(field.location), false, BeforeFirst}});
+    if (hasMask) {
+      wanted_.back().push_back({mesh.faces, true, BeforeFirstForOthers});
+      wanted_.back().push_back({mesh.lengths, true, BeforeFirstForOthers});
+    }
+    maskOf_.push_back(&MaskOf(hasMask ? mesh : MeshVariables(), field.count));
     ++maskOf_.back()->users;
   }
 
@@ -137,15 +142,17 @@ class Gathering {
   }
 
   void Finish(std::size_t place, const LoadedGroup& loaded, Mask& mask) {
-    FieldStatistics result{.failure = FailureOf(loaded)};
-    result.failure = result.failure == nullptr ? mask.failure : result.failure;
+    const LoadedArray& values = loaded[0];
+    const LoadedArray& ids = loaded[1];
+    FieldStatistics result{.failure = values.failure != nullptr ? values.failure : mask.failure};
     if (result.failure == nullptr) {
       result.failure = FailureOfLoad(model_->GetTree(), [&] {
         const Field& field = *fields_[place].field;
         mask.used->RequireWithin(field.count);
-        result.statistics = shared_.Of(loaded[0], loaded[1], mask.used, field.components);
+        result.statistics = shared_.Of(values, ids, mask.used, field.components);
       });
     }
+    result.failure = result.failure != nullptr ? result.failure : ids.failure;
     if (--mask.users == 0) {
       mask.used.reset();
     }

@@ -7,11 +7,9 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <string>
 #include <tuple>
 
-#include "Lbt/Lbf/Inflation.h"
-#include "Lbt/Log/Raise.h"
+#include "BlockOrder.h"
 #include "Lbt/Tev/Analysis/Arrays.h"
 #include "Lbt/Tev/Analysis/BlocksAhead.h"
 #include "TwinBlocks.h"
@@ -19,27 +17,6 @@
 namespace LbtTev::Analysis {
 
 namespace {
-
-/// The exception that is being handled; in place of what zlib leaves one that names the block.
-std::exception_ptr CurrentFailure(const ModelStream& stream) {
-  const auto refused = stream.RefusedBlock();
-  try {
-    throw;
-  } catch (const Lbt::Util::Exception&) {
-    return std::current_exception();
-  } catch (const std::exception&) {
-    if (!refused) {
-      return std::current_exception();
-    }
-  }
-  const std::string message = RefusalText(*refused);
-  try {
-    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ReadError, message.c_str(),
-                    "include/Lbt/Tev/Analysis/FileOrder");
-  } catch (const Lbt::Util::Exception&) {
-    return std::current_exception();
-  }
-}
 
 /// The arrays of one model that groups wait for. Turns are those of the arrays of the model whose
 /// order counts.
@@ -55,18 +32,41 @@ class LoadSide {
     groups_.reserve(wanted.groups.size());
     for (const WantedGroup& group : wanted.groups) {
       std::vector<Array*>& arrays = groups_.emplace_back();
+      std::vector<Array*>& needed = neededFirst_.emplace_back();
       arrays.reserve(group.size());
-      for (const WantedArray& array : group) {
-        arrays.push_back(Find(array));
+      for (const WantedArray& wantedArray : group) {
+        Array* array = Find(wantedArray);
+        const bool isForOthers = wantedArray.turn == WantedArray::Turn::BeforeFirstForOthers;
+        arrays.push_back(isForOthers ? nullptr : array);
+        if (array != nullptr && wantedArray.turn != WantedArray::Turn::AnyTurn) {
+          needed.push_back(array);
+        }
       }
     }
   }
 
-  /// Gives each array its turn: that of its place in the file.
+  /// Gives each array its turn: that of its place in the file, but that blocks that others need are
+  /// visited before these.
   void TakeTurns() {
+    FindBlocks();
+    BlockOrder blocks(arrays_.empty() ? 0 : std::prev(arrays_.end())->second.block + 1);
+    for (std::size_t group = 0; group < groups_.size(); ++group) {
+      for (Array* needed : neededFirst_[group]) {
+        if (const Array* first = groups_[group].front(); first != nullptr) {
+          blocks.Require(first->block, needed->block);
+          needed->isNeededFirst = true;
+        }
+      }
+    }
     for (auto& [key, array] : arrays_) {
-      array.turn = order_.size();
-      order_.push_back({array.turn, &key.first, &array});
+      order_.push_back({0, &key.first, &array});
+    }
+    const std::vector<std::size_t> ranks = blocks.Ranks();
+    std::ranges::stable_sort(order_, {}, [&ranks](const Turn& turn) {
+      return std::pair(ranks[turn.array->block], !turn.array->isNeededFirst);
+    });
+    for (std::size_t turn = 0; turn < order_.size(); ++turn) {
+      order_[turn].turn = order_[turn].array->turn = turn;
     }
   }
 
@@ -178,6 +178,8 @@ class LoadSide {
     bool isOfWholes = false;
     std::size_t users = 0;  // groups that have not been handed out
     std::size_t turn = kNoTurn;
+    std::size_t block = 0;  // in the order of the file
+    bool isNeededFirst = false;
     const Array* counterpart = nullptr;  // of the other model, with the same turn
     LoadedArray loaded{};
   };
@@ -195,8 +197,21 @@ class LoadSide {
     Array& array = arrays_[{ArrayKey(wanted.variable->array), wanted.isOfWholes}];
     array.source = &wanted.variable->array;
     array.isOfWholes = wanted.isOfWholes;
-    ++array.users;
+    array.users += wanted.turn == WantedArray::Turn::BeforeFirstForOthers ? 0U : 1U;
     return &array;
+  }
+
+  /// Numbers the blocks that the arrays lie in; what lies in none has one of its own.
+  void FindBlocks() {
+    std::size_t block = 0;
+    std::optional<std::size_t> entry;
+    for (auto& [key, array] : arrays_) {
+      const auto place =
+          array.source->loader == nullptr ? std::nullopt : blocks_.Locate(key.first.position);
+      const bool isSame = place && place->entry == entry;
+      array.block = isSame ? block : ++block;
+      entry = place ? std::optional(place->entry) : std::nullopt;
+    }
   }
 
   [[nodiscard]] std::vector<unsigned long> Positions() const {
@@ -281,6 +296,7 @@ class LoadSide {
   ModelStream::Request request_;
   std::map<std::pair<ArrayKey, bool>, Array> arrays_;  // in the order of the file
   std::vector<std::vector<Array*>> groups_;
+  std::vector<std::vector<Array*>> neededFirst_;  // by the first array of the group
   std::vector<Turn> order_;
   std::size_t next_ = 0;  // in "order_"
   BlocksAhead blocks_;
@@ -312,21 +328,6 @@ std::exception_ptr FailureOf(const LoadedGroup& group) {
   const auto failed = std::ranges::find_if(
       group, [](const LoadedArray& array) { return array.failure != nullptr; });
   return failed == group.end() ? nullptr : failed->failure;
-}
-
-std::exception_ptr FailureOfLoad(const Tree& tree, const std::function<void()>& load) {
-  try {
-    load();
-  } catch (const std::exception& exception) {
-    if (LbtLbf::IsLackOfMemory(exception)) {
-      throw;
-    }
-    ModelStream& heavy = *tree.GetStreams().heavy;
-    std::exception_ptr failure = CurrentFailure(heavy);
-    heavy.GiveUp(failure);  // a block that zlib has refused is not tried again
-    return failure;
-  }
-  return nullptr;
 }
 
 void LoadInFileOrder(

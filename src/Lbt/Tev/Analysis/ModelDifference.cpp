@@ -245,7 +245,9 @@ class Comparison {
     for (const Task& task : tasks_) {
       const auto wanted = [](const MeshVariables& mesh, const Field* field) {
         return field == nullptr ? WantedOf(mesh)
-                                : WantedGroup{{field->variable}, {mesh.IdsOf(field->location)}};
+                                : WantedGroup{{field->variable},
+                                              {mesh.IdsOf(field->location), false,
+                                               WantedArray::Turn::BeforeFirst}};
       };
       wantedOfA.push_back(wanted(MeshOfA(task), task.fieldA));
       wantedOfB.push_back(wanted(MeshOfB(task), task.fieldB));
