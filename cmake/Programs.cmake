@@ -31,6 +31,8 @@ if(companionSources)
   find_package(nlohmann_json REQUIRED)
   tevinfo_program(tev tev_app tev lbt_report lbt_check lbt_analysis CLI11::CLI11
     nlohmann_json::nlohmann_json)
+  # Its headers take longer to compile than the verb that uses them.
+  target_precompile_headers(tev_app PRIVATE <CLI/CLI.hpp>)
   foreach(target tev_app tev)
     get_target_property(type ${target} TYPE)
     if(NOT type STREQUAL "INTERFACE_LIBRARY")

@@ -19,8 +19,14 @@ endif()
 # optimising code that runs once. What is tested is built as ever.
 function(tevinfo_build_fast target)
   target_compile_options(${target} PRIVATE -O0)
-  target_precompile_headers(${target} PRIVATE
-    <gtest/gtest.h> <filesystem> <functional> <map> <sstream> <string> <vector>)
+  get_property(owner GLOBAL PROPERTY TEVINFO_PRECOMPILED_FOR_TESTS)
+  if(owner)
+    target_precompile_headers(${target} REUSE_FROM ${owner})
+  else()
+    target_precompile_headers(${target} PRIVATE
+      <gtest/gtest.h> <filesystem> <functional> <map> <sstream> <string> <vector>)
+    set_property(GLOBAL PROPERTY TEVINFO_PRECOMPILED_FOR_TESTS ${target})
+  endif()
 endfunction()
 
 # Seconds on the clock after which a test counts as one that hangs. Far above what any takes, for a
@@ -43,6 +49,9 @@ function(tevinfo_test_groups folder)
   endforeach()
 endfunction()
 
+# The tests that run no program, on demand.
+add_custom_target(unit_tests)
+
 # Makes the test program of tests/"folder". Further arguments: what it links of the product.
 function(tevinfo_tests folder)
   set(target test_${folder})
@@ -53,6 +62,9 @@ function(tevinfo_tests folder)
   add_executable(${target} ${sources})
   tevinfo_own_code(${target})
   tevinfo_build_fast(${target})
+  if(NOT folder MATCHES "^(run|sweep|layout)$")
+    add_dependencies(unit_tests ${target})
+  endif()
   set_target_properties(${target} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/tests")
   target_link_libraries(${target} PRIVATE test_support GTest::gtest_main ${ARGN})

@@ -10,6 +10,7 @@ compile_commands.json go to BUILD/tidy; prints the batches, a line each, the lar
 """
 import json
 import os
+import re
 import sys
 
 
@@ -45,6 +46,8 @@ def main():
                 file.write(f'#include "{source}"  // NOLINT(bugprone-suspicious-include)\n')
         model = next(commands[source] for source in sources if source in commands)
         command = model["command"].replace(model["file"], path)
+        # Precompiled for another compiler.
+        command = re.sub(r" -Winvalid-pch -include \S+cmake_pch\.hxx", "", command)
         database.append({"directory": model["directory"], "command": command, "file": path})
         sizes[path] = sum(os.path.getsize(source) for source in sources)
     with open(os.path.join(folder, "compile_commands.json"), "w", encoding="utf-8") as file:

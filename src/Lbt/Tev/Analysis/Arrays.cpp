@@ -78,7 +78,9 @@ std::vector<T> LoadArray(const NumericArray& array, BlocksAhead& ahead) {
   } else if (array.storedBytes != nullptr) {
     // Stored as they are in memory: such records shuffle nothing.
     values.resize(array.storedBytes->size() / sizeof(T));
-    std::memcpy(values.data(), array.storedBytes->data(), values.size() * sizeof(T));
+    if (!values.empty()) {
+      std::memcpy(values.data(), array.storedBytes->data(), values.size() * sizeof(T));
+    }
   }
   if (values.size() < array.GetNumElements()) {
     RaiseDamage("The numbers of the variable are missing");

@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
-#include "Failure.h"
 #include "Lbt/Tev/Attributes.h"
 #include "Lbt/Tev/Geometry.h"
 #include "ModelOnDisk.h"
@@ -29,112 +27,6 @@ using tevtest::Variable;
 
 const AttributeSet kSet{Attribute::Text("Title", "Gear"), Attribute::Float("Time", 0.5F),
                         Attribute::Uint("LoadCase", 3), Attribute::Double("Tolerance", 1e-9)};
-
-std::string BytesOf(const std::string& stored) {
-  ModelOnDisk disk({{kAttributes, stored}});
-  ModelStream stream(disk.File(), std::string(kAttributes));
-  LbtUtil::StoredAttributeSet set;
-  set.Read(stream);
-  return std::string(set.Bytes());
-}
-
-TEST(StoredAttributeSet, Bytes_AreThoseOfTheSetThatWasRead) {
-  const std::string set = kSet.Encode();
-  const std::string empty = AttributeSet().Encode();
-  EXPECT_EQ(BytesOf(set), set);
-  EXPECT_EQ(BytesOf(set + "more"), set);
-  EXPECT_EQ(BytesOf(empty + set), empty);
-}
-
-TEST(StoredAttributeSet, InSeveralBlocks_HasNoBytes) {
-  const std::string set = kSet.Encode();
-  const std::size_t names =
-      tevtest::ByteWriter()
-          .Texts(std::vector<std::string>{"Title", "Time", "LoadCase", "Tolerance"})
-          .Bytes()
-          .size();
-  ModelOnDisk disk({{kAttributes, set.substr(0, names)}, {kAttributes, set.substr(names) + set}});
-  ModelStream stream(disk.File(), std::string(kAttributes));
-  LbtUtil::StoredAttributeSet stored;
-  stored.Read(stream);
-  EXPECT_EQ(stored.Bytes(), "");
-  stored.Read(stream);
-  EXPECT_EQ(stored.Bytes(), set);
-}
-
-TEST(StoredAttributeSet, ThatIsMissing_HasNoBytes) {
-  ModelOnDisk disk({{"Other", "x"}});
-  ModelStream stream(disk.File(), std::string(kAttributes));
-  LbtUtil::StoredAttributeSet stored;
-  stored.Read(stream);
-  EXPECT_EQ(stored.Bytes(), "");
-}
-
-TEST(StoredAttributeSet, ReadAfterAnother_HoldsNothingOfIt) {
-  const AttributeSet second{Attribute::Text("Title", "Wheel")};
-  ModelOnDisk disk({{kAttributes, kSet.Encode() + second.Encode()}});
-  ModelStream stream(disk.File(), std::string(kAttributes));
-  LbtUtil::StoredAttributeSet set;
-  set.Read(stream);
-  set.Read(stream);
-  LbtUtil::AttributeMap attributes;
-  set.AddTo(attributes);
-  ASSERT_EQ(attributes.size(), 1U);
-  EXPECT_TRUE(attributes.at("Title").IsText("Wheel"));
-}
-
-TEST(AttributeSetCache, WhatWasKept_IsFoundByItsBytes) {
-  AttributeSetCache cache;
-  EXPECT_EQ(cache.Find("a"), nullptr);
-  cache.Keep("a", {true, {{"n", 1U}}});
-  cache.Keep("b", {false, {{"n", 2U}}});
-  for (int i = 0; i < 2; ++i) {
-    ASSERT_NE(cache.Find("a"), nullptr);
-    EXPECT_TRUE(cache.Find("a")->isVibration);
-    EXPECT_EQ(cache.Find("a")->attributes.at("n").GetAttributeString(), "1");
-    EXPECT_FALSE(cache.Find("b")->isVibration);
-    EXPECT_EQ(cache.Find("b")->attributes.at("n").GetAttributeString(), "2");
-    EXPECT_EQ(cache.Find("c"), nullptr);
-  }
-}
-
-TEST(AttributeSetCache, NoSetAndALongOne_AreNotKept) {
-  AttributeSetCache cache;
-  for (const std::size_t length : {std::size_t{0}, std::size_t{1025}}) {
-    const std::string set(length, 'x');
-    cache.Keep(set, {true, {}});
-    EXPECT_EQ(cache.Find(set), nullptr);
-  }
-  const std::string longest(1024, 'x');
-  cache.Keep(longest, {true, {}});
-  EXPECT_NE(cache.Find(longest), nullptr);
-}
-
-TEST(AttributeSetCache, ManySetsThatComeAgain_AreNotAllKept) {
-  constexpr int kMany = 5000;
-  AttributeSetCache cache;
-  int found = 0;
-  for (int i = 0; i < kMany; ++i) {
-    cache.Keep(std::to_string(i), {});
-    EXPECT_NE(cache.Find(std::to_string(i)), nullptr);
-  }
-  for (int i = 0; i < kMany; ++i) {
-    found += cache.Find(std::to_string(i)) == nullptr ? 0 : 1;
-  }
-  EXPECT_GE(found, 1);
-  EXPECT_LE(found, 512);
-}
-
-TEST(AttributeSetCache, SetsThatHardlyEverComeAgain_AreKeptNoLonger) {
-  AttributeSetCache cache;
-  for (int i = 0; i < 512; ++i) {
-    cache.Keep(std::to_string(i), {});
-  }
-  EXPECT_NE(cache.Find("7"), nullptr);
-  cache.Keep("one more", {});
-  EXPECT_EQ(cache.Find("one more"), nullptr);
-  EXPECT_EQ(cache.Find("7"), nullptr);
-}
 
 /// One shape after the other, each with a geometry of one variable.
 ModelWriter ModelOf(const std::vector<AttributeSet>& sets) {
@@ -219,6 +111,35 @@ TEST(AttributeSets, LinkedVariableWithASharedSet_HasNoneAndTheOthersKeepTheirs) 
   EXPECT_TRUE(variables.at(0).storageAttributes.empty());
   EXPECT_EQ(variables.at(1).attributes.size(), 4U);
   EXPECT_EQ(VariableOf(loaded, 2).attributes.size(), 4U);
+}
+
+TEST(AttributeSets, OneAfterALongerOne_HoldsNothingOfIt) {
+  LoadedTree loaded(ModelOf({kSet, {Attribute::Text("Title", "Wheel")}}));
+  EXPECT_EQ(AttributesOf(VariableOf(loaded, 3)), std::vector<std::string>{"Title=Wheel"});
+}
+
+// Sharing has limits in number and length, which nobody may notice by what is read.
+TEST(AttributeSets, VeryManyAndVeryLongOnes_AreThoseThatAreStored) {
+  std::vector<std::string> titles;
+  for (int i = 0; i < 1500; ++i) {
+    titles.push_back(std::to_string(i % 700));
+  }
+  for (const std::size_t length : {900U, 1000U, 1010U, 900U, 1000U, 1010U}) {
+    titles.push_back(std::string(length, 'x'));
+  }
+  for (int i = 0; i < 1500; ++i) {
+    titles.push_back(std::to_string(i % 7));
+  }
+  std::vector<AttributeSet> sets;
+  sets.reserve(titles.size());
+  for (const std::string& title : titles) {
+    sets.push_back({Attribute::Text("Title", title)});
+  }
+  LoadedTree loaded(ModelOf(sets));
+  for (std::size_t i = 0; i < titles.size(); ++i) {
+    EXPECT_EQ(AttributesOf(VariableOf(loaded, static_cast<unsigned int>(i) + 2)),
+              std::vector<std::string>{"Title=" + titles[i]});
+  }
 }
 
 TEST(AttributeSets, CutBetweenBlocksAnywhere_AreTheSame) {
