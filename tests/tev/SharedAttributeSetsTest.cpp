@@ -120,25 +120,28 @@ TEST(AttributeSets, OneAfterALongerOne_HoldsNothingOfIt) {
 
 // Sharing has limits in number and length, which nobody may notice by what is read.
 TEST(AttributeSets, VeryManyAndVeryLongOnes_AreThoseThatAreStored) {
-  std::vector<std::string> titles;
-  for (int i = 0; i < 1500; ++i) {
-    titles.push_back(std::to_string(i % 700));
-  }
-  for (const std::size_t length : {900U, 1000U, 1010U, 900U, 1000U, 1010U}) {
-    titles.push_back(std::string(length, 'x'));
-  }
-  for (int i = 0; i < 1500; ++i) {
-    titles.push_back(std::to_string(i % 7));
-  }
+  std::vector<std::vector<std::string>> expected;
   std::vector<AttributeSet> sets;
-  sets.reserve(titles.size());
-  for (const std::string& title : titles) {
-    sets.push_back({Attribute::Text("Title", title)});
+  const auto add = [&](const std::string& title, std::size_t length) {
+    const std::string filler(length, 'x');
+    sets.push_back({Attribute::Text("A", filler), Attribute::Text("B", filler),
+                    Attribute::Text("C", filler), Attribute::Text("D", filler),
+                    Attribute::Text("Title", title)});
+    expected.push_back(
+        {"A=" + filler, "B=" + filler, "C=" + filler, "D=" + filler, "Title=" + title});
+  };
+  for (int i = 0; i < 1500; ++i) {
+    add(std::to_string(i % 700), 1);
+  }
+  for (const std::size_t length : {200U, 225U, 250U, 200U, 225U, 250U}) {
+    add("long", length);
+  }
+  for (int i = 0; i < 1500; ++i) {
+    add(std::to_string(i % 7), 2);
   }
   LoadedTree loaded(ModelOf(sets));
-  for (std::size_t i = 0; i < titles.size(); ++i) {
-    EXPECT_EQ(AttributesOf(VariableOf(loaded, static_cast<unsigned int>(i) + 2)),
-              std::vector<std::string>{"Title=" + titles[i]});
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_EQ(AttributesOf(VariableOf(loaded, static_cast<unsigned int>(i) + 2)), expected[i]);
   }
 }
 
