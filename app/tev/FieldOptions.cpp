@@ -50,7 +50,7 @@ void AddJobsOption(CLI::App& app, const std::shared_ptr<unsigned int>& jobs) {
   constexpr unsigned int kMost = 3;
   *jobs = std::clamp(std::thread::hardware_concurrency(), 1U, kMost);
   app.add_option("-j,--jobs", *jobs,
-                 "1: inflate each block in its turn; else two ahead on other threads")
+                 "Threads that inflate blocks, at most two blocks ahead; 1: each in its turn")
       ->check([](const std::string& text) {
         return text == "0" ? "there is no work for 0 threads" : WholeNumberFault(text);
       })

@@ -303,7 +303,7 @@ void ForFields(const Model& model, const std::vector<FieldOfPart>& fields, const
         }
         take(field, &result);
       },
-      *options.jobs < 2 ? 0 : *options.jobs);
+      *options.jobs - 1);
 }
 
 void Answer(const Input& input, AnswerWriter& writer, const Options& options) {

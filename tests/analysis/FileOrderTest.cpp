@@ -126,7 +126,7 @@ TEST(LoadInFileOrder, BlocksThatNeedOneAnother_AreVisitedOnceEach) {
     described.tree.GetFile().GetIndex().ObserveLoads(
         [&loads](std::size_t entry) { ++loads[entry]; });
     std::string found;
-    LoadInFileOrder({&described.tree, groups, ahead},
+    LoadInFileOrder({&described.tree, groups, {.threads = ahead}},
                     [&](std::size_t /*place*/, const LoadedGroup& loaded) {
                       for (const LoadedArray& each : loaded) {
                         found += static_cast<char>(each.Floats()[0]);

@@ -82,6 +82,9 @@ Inflated Inflate(const CompressedSource& next, std::uint64_t room,
     room = unwanted.size();
     window = unwanted;
   }
+  // zlib sums up what came out after each step: in small steps that is still in the cache.
+  constexpr std::size_t kMostAtOnce = std::size_t{128} * 1024;
+  const bool isFilledOnce = room <= window.size();
   ZStream stream;
   int code = stream.InitCode();
   while (code == Z_OK) {
@@ -89,8 +92,10 @@ Inflated Inflate(const CompressedSource& next, std::uint64_t room,
       stream.SetInput(next());
     }
     if (stream.WantsRoom()) {
-      const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(room, window.size()));
+      const std::size_t most = isFilledOnce ? kMostAtOnce : window.size();
+      const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(room, most));
       stream.SetRoom(window.first(piece));
+      window = window.subspan(isFilledOnce ? piece : 0);
       room -= piece;
     }
     code = stream.Step();

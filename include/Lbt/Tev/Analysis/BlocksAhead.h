@@ -16,18 +16,22 @@
 
 namespace LbtTev::Analysis {
 
+/// Who inflates blocks before their turn, and how many blocks.
+struct Helpers {
+  std::size_t threads = 0;
+  std::size_t most = 2;  ///< blocks; more would only take memory
+};
+
 /// Inflates the blocks of a stream that are wanted next on other threads, while the caller uses
-/// those before. A block that cannot be inflated this way is left to those who load it in its
-/// turn, and fails there if it must.
+/// those before; where he has to wait for one, he inflates one himself. A block that cannot be
+/// inflated this way is left to those who load it in its turn, and fails there if it must.
 class BlocksAhead {
  public:
-  /// As many blocks ahead are of use; more would only take memory.
-  static constexpr std::size_t kMost = 2;
-
-  /// "count" is how many blocks other threads inflate at the same time: for 0 none is inflated
-  /// here. All reading stays in the caller's thread. "stream" must outlive this.
-  BlocksAhead(ModelStream& stream, std::size_t count)
-      : stream_(&stream), file_(&stream.GetFile()), count_(count < kMost ? count : kMost) {}
+  /// "helpers" says how many other threads there are, and how many blocks are ahead of the one in
+  /// hand: without threads none is inflated here. All reading stays in the caller's thread.
+  /// "stream" must outlive this.
+  BlocksAhead(ModelStream& stream, const Helpers& helpers)
+      : stream_(&stream), file_(&stream.GetFile()), helpers_(helpers) {}
 
   /// "positions" are bytes of the stream in the order in which they will be wanted. A block, by its
   /// entry, that "isLeftOut" names is not inflated before its turn. To be called once.
@@ -59,19 +63,24 @@ class BlocksAhead {
     std::span<unsigned char> room{};
     std::uint64_t length = 0;  // of the contents, where all went well
     std::future<void> done{};  // ends before what it works on
+
+    [[nodiscard]] bool IsUnderWay() const;
   };
 
   void Measure();
   [[nodiscard]] std::optional<std::size_t> PlaceOf(unsigned long position);
   [[nodiscard]] std::unique_ptr<Work> Prepare(std::size_t entry) const;
   static void Run(Work& work);
+  [[nodiscard]] bool IsThreadFree() const;
+  [[nodiscard]] std::unique_ptr<Work> PrepareNext();
   void StartNext();
+  void HelpAhead();
   [[nodiscard]] std::unique_ptr<Work> Finish(std::size_t entry);
   void MoveTo(std::size_t place);
 
   ModelStream* stream_;
   LbtLbf::LbFile* file_;
-  std::size_t count_;
+  Helpers helpers_;
   std::function<bool(std::size_t)> isLeftOut_;
   bool isMeasured_ = false;
   std::vector<std::uint64_t> starts_;  // of the stream's blocks, and its end

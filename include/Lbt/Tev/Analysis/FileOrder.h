@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "Lbt/Tev/Analysis/BlocksAhead.h"
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/Tree.h"
 
@@ -50,11 +51,11 @@ using LoadedGroup = std::vector<LoadedArray>;
 /// The failure of the first array that has one; else null.
 [[nodiscard]] std::exception_ptr FailureOf(const LoadedGroup& group);
 
-/// A model's groups, and how many of its blocks are inflated ahead on other threads.
+/// A model's groups, and who inflates its blocks.
 struct WantedOfModel {
   const Tree* tree = nullptr;
   std::span<const WantedGroup> groups;
-  std::size_t ahead = 0;
+  Helpers helpers{};
 };
 
 /// Loads what is wanted in the order of the file, but for blocks with what is to come first; each

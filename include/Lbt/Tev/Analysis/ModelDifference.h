@@ -56,12 +56,12 @@ struct DifferenceSink {
 /// only what it asks for. Tuples are matched by id, else by place; faces by the nodes that they
 /// name. How things are stored, programs, dates, attributes and materials are not compared.
 ///
-/// What is only in one is told first, then meshes and fields part by part. Of each model "ahead"
-/// blocks are inflated on other threads.
+/// What is only in one is told first, then meshes and fields part by part. Of each model one block
+/// is inflated ahead on "threads" other threads.
 ///
 /// Throws "Element Not Found" for a pattern that fits nothing in either model, what RepeatedRows
 /// does, and on a lack of memory.
 void CompareModels(const Model& a, const Model& b, const Selection& selection,
-                   const Tolerance& tolerance, const DifferenceSink& sink, std::size_t ahead = 0);
+                   const Tolerance& tolerance, const DifferenceSink& sink, std::size_t threads = 0);
 
 }  // namespace LbtTev::Analysis

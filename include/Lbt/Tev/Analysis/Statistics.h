@@ -58,13 +58,13 @@ struct FieldStatistics {
 
 /// Works out the statistics of all "fields", in one pass through the file, and hands them out in
 /// the order of the list. Of a field of nodes those take part that the part's own faces use, of
-/// others all tuples. "ahead" blocks are inflated on other threads.
+/// others all tuples. Blocks are inflated ahead on "threads" other threads.
 ///
 /// Damage is told with each field that it is about; where it is in the ids alone, the statistics
 /// lack them. Throws on a lack of memory, and what "take" throws.
 void GatherStatistics(const Model& model, std::span<const FieldOfPart> fields,
                       const std::function<void(const FieldOfPart&, const FieldStatistics&)>& take,
-                      std::size_t ahead = 0);
+                      std::size_t threads = 0);
 
 /// How many elements of a part have how many nodes.
 struct ElementCounts {

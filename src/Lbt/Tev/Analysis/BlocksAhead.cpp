@@ -3,6 +3,7 @@
 #include "Lbt/Tev/Analysis/BlocksAhead.h"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -13,7 +14,7 @@ namespace LbtTev::Analysis {
 void BlocksAhead::Plan(std::span<const unsigned long> positions,
                        std::function<bool(std::size_t)> isLeftOut) {
   isLeftOut_ = std::move(isLeftOut);
-  if (count_ == 0) {
+  if (helpers_.threads == 0) {
     return;
   }
   for (const unsigned long position : positions) {
@@ -71,7 +72,7 @@ void BlocksAhead::DropUsedUp() {
 }
 
 LbtLbf::Block* BlocksAhead::Find(unsigned long position) {
-  const std::optional<std::size_t> place = count_ == 0 ? std::nullopt : PlaceOf(position);
+  const std::optional<std::size_t> place = helpers_.threads == 0 ? std::nullopt : PlaceOf(position);
   if (!place) {
     return nullptr;
   }
@@ -153,19 +154,46 @@ void BlocksAhead::Run(Work& work) {
   work.length = inflated.code == 0 ? inflated.length : 0;
 }
 
-void BlocksAhead::StartNext() {
-  for (; ahead_.size() < count_ && next_ < wanted_.size(); ++next_) {
+bool BlocksAhead::Work::IsUnderWay() const {
+  return done.valid() && done.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
+}
+
+bool BlocksAhead::IsThreadFree() const {
+  const auto busy =
+      std::ranges::count_if(ahead_, [](const auto& work) { return work->IsUnderWay(); });
+  return static_cast<std::size_t>(busy) < helpers_.threads;
+}
+
+/// The next block that can be inflated before its turn; null where there is none.
+std::unique_ptr<BlocksAhead::Work> BlocksAhead::PrepareNext() {
+  std::unique_ptr<Work> work;
+  for (; work == nullptr && ahead_.size() < helpers_.most && next_ < wanted_.size(); ++next_) {
     const bool isLeftOut = isLeftOut_ && isLeftOut_(wanted_[next_]);
-    std::unique_ptr<Work> work = isLeftOut ? nullptr : Prepare(wanted_[next_]);
+    work = isLeftOut ? nullptr : Prepare(wanted_[next_]);
+  }
+  return work;
+}
+
+void BlocksAhead::StartNext() {
+  while (IsThreadFree()) {
+    std::unique_ptr<Work> work = PrepareNext();
     if (work == nullptr) {
-      continue;
+      return;
     }
     Work& started = *work;
+    ahead_.push_back(std::move(work));
     try {
-      work->done = std::async(std::launch::async, [&started] { Run(started); });
+      started.done = std::async(std::launch::async, [&started] { Run(started); });
     } catch (const std::exception&) {
-      return;  // there are no more threads
+      Run(started);  // there are no more threads
     }
+  }
+}
+
+/// Inflates a block here, since there is nothing else to do.
+void BlocksAhead::HelpAhead() {
+  if (std::unique_ptr<Work> work = PrepareNext()) {
+    Run(*work);
     ahead_.push_back(std::move(work));
   }
 }
@@ -178,7 +206,12 @@ std::unique_ptr<BlocksAhead::Work> BlocksAhead::Finish(std::size_t entry) {
   }
   std::unique_ptr<Work> work = std::move(*found);
   ahead_.erase(found);
-  work->done.get();
+  while (work->IsUnderWay() && ahead_.size() < helpers_.most && next_ < wanted_.size()) {
+    HelpAhead();
+  }
+  if (work->done.valid()) {
+    work->done.get();
+  }
   return work;
 }
 

@@ -62,11 +62,11 @@ class Gathering {
     }
   }
 
-  void Run(std::size_t ahead) {
+  void Run(std::size_t threads) {
     for (const Mask* mask : masks_) {
       wanted_.push_back(mask->wanted);
     }
-    LoadInFileOrder({&model_->GetTree(), wanted_, ahead},
+    LoadInFileOrder({&model_->GetTree(), wanted_, {.threads = threads}},
                     [this](std::size_t place, const LoadedGroup& loaded) {
                       if (place < fields_.size()) {
                         TakeField(place, loaded);
@@ -182,8 +182,8 @@ std::shared_ptr<const ElementCounts> CountsOf(std::span<const unsigned int> leng
 
 void GatherStatistics(const Model& model, std::span<const FieldOfPart> fields,
                       const std::function<void(const FieldOfPart&, const FieldStatistics&)>& take,
-                      std::size_t ahead) {
-  Gathering(model, fields, take).Run(ahead);
+                      std::size_t threads) {
+  Gathering(model, fields, take).Run(threads);
 }
 
 void CountElements(const Model& model,

@@ -11,7 +11,6 @@
 
 #include "BlockOrder.h"
 #include "Lbt/Tev/Analysis/Arrays.h"
-#include "Lbt/Tev/Analysis/BlocksAhead.h"
 #include "TwinBlocks.h"
 
 namespace LbtTev::Analysis {
@@ -28,7 +27,7 @@ class LoadSide {
       : tree_(wanted.tree),
         heavy_(wanted.tree->GetStreams().heavy),
         request_(*heavy_),
-        blocks_(*heavy_, wanted.ahead) {
+        blocks_(*heavy_, wanted.helpers) {
     groups_.reserve(wanted.groups.size());
     for (const WantedGroup& group : wanted.groups) {
       std::vector<Array*>& arrays = groups_.emplace_back();

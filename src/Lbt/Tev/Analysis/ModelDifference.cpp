@@ -55,7 +55,7 @@ class Comparison {
     std::tie(chosenA_, chosenB_) = Choose(a, b, selection);
   }
 
-  void Run(std::size_t ahead) {
+  void Run(std::size_t threads) {
     const bool isAll =
         selection_->parts.empty() && selection_->results.empty() && selection_->steps.empty();
     if (isAll) {
@@ -64,7 +64,7 @@ class Comparison {
     CompareSteps();
     CompareResults();
     FindTasks();
-    RunTasks(ahead);
+    RunTasks(threads);
   }
 
  private:
@@ -239,7 +239,7 @@ class Comparison {
 
   // --- The comparison of numbers
 
-  void RunTasks(std::size_t ahead) {
+  void RunTasks(std::size_t threads) {
     std::vector<WantedGroup> wantedOfA;
     std::vector<WantedGroup> wantedOfB;
     for (const Task& task : tasks_) {
@@ -258,7 +258,8 @@ class Comparison {
         sink_->failed(*outcome.failure);
       }
     });
-    LoadInFileOrder({&a_->GetTree(), wantedOfA, ahead}, {&b_->GetTree(), wantedOfB, ahead},
+    const Helpers helpers{.threads = threads, .most = 1};
+    LoadInFileOrder({&a_->GetTree(), wantedOfA, helpers}, {&b_->GetTree(), wantedOfB, helpers},
                     [&](std::size_t place, const LoadedGroup& ofA, const LoadedGroup& ofB) {
                       outcomes.Add(place, RunTask(tasks_[place], ofA, ofB));
                     });
@@ -336,8 +337,8 @@ std::string_view TextOf(ModelDifference::Kind kind) {
 }
 
 void CompareModels(const Model& a, const Model& b, const Selection& selection,
-                   const Tolerance& tolerance, const DifferenceSink& sink, std::size_t ahead) {
-  Comparison(a, b, selection, tolerance, sink).Run(ahead);
+                   const Tolerance& tolerance, const DifferenceSink& sink, std::size_t threads) {
+  Comparison(a, b, selection, tolerance, sink).Run(threads);
 }
 
 }  // namespace LbtTev::Analysis
