@@ -1,6 +1,11 @@
-// Inflates all compressed blocks of a file but those of the heavy data with zlib alone, each into
-// memory of its own, and prints "SECONDS BYTES BLOCKS". The stored bytes are read before the clock
-// starts: no program that needs the blocks can be faster.
+// Inflates compressed blocks of files with zlib alone, each into memory of its own, and prints
+// "SECONDS BYTES BLOCKS". The stored bytes are read before the clock starts: no program that needs
+// the blocks can be faster in one thread.
+//
+//   bench_inflate FILE...                  all blocks but those of the heavy data
+//   bench_inflate --heavy PLACES FILE...   those of the heavy data at these places in their stream,
+//                                          as in 0,2,3, whose shuffled numbers are put in order,
+//                                          too
 
 #include <zlib.h>
 
@@ -9,12 +14,17 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <optional>
+#include <set>
 #include <span>
+#include <sstream>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "Lbt/Lbf/ContainerListing.h"
 #include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace {
 
@@ -26,13 +36,27 @@ struct StoredBlock {
   std::uint32_t inflatedSize;
 };
 
-std::vector<StoredBlock> ReadBlocks(const char* path) {
+/// Places of heavy blocks; none: all others.
+using Places = std::optional<std::set<std::size_t>>;
+
+Places PlacesIn(const std::string& text) {
+  std::istringstream list(text);
+  std::set<std::size_t> places;
+  for (std::string place; std::getline(list, place, ',');) {
+    places.insert(std::stoul(place));
+  }
+  return places;
+}
+
+void ReadBlocks(const char* path, const Places& places, std::vector<StoredBlock>& blocks) {
   constexpr std::size_t kLengthField = 4;
   LbtLbf::LbFile file;
   file.OpenFile(path, "rb");
-  std::vector<StoredBlock> blocks;
+  std::size_t heavy = 0;
   static_cast<void>(LbtLbf::ListContainer(file, [&](const LbtLbf::BlockFacts& facts) {
-    if (!facts.isCompressed || facts.stream == "Heavy Data") {
+    const bool isHeavy = facts.stream == "Heavy Data";
+    const bool isWanted = isHeavy ? places && places->contains(heavy++) : !places;
+    if (!facts.isCompressed || !isWanted) {
       return;
     }
     StoredBlock block{std::vector<unsigned char>(facts.storedSize - kLengthField),
@@ -42,7 +66,6 @@ std::vector<StoredBlock> ReadBlocks(const char* path) {
     }
     blocks.push_back(std::move(block));
   }));
-  return blocks;
 }
 
 Bytes Inflate(const StoredBlock& block) {
@@ -58,17 +81,27 @@ Bytes Inflate(const StoredBlock& block) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::cerr << "usage: bench_inflate FILE\n";
+  const bool isHeavy = argc > 3 && std::string(argv[1]) == "--heavy";
+  if (argc < 2) {
+    std::cerr << "usage: bench_inflate [--heavy PLACES] FILE...\n";
     return 1;
   }
   try {
-    const std::vector<StoredBlock> blocks = ReadBlocks(argv[1]);
+    const Places places = isHeavy ? PlacesIn(argv[2]) : std::nullopt;
+    std::vector<StoredBlock> blocks;
+    for (int file = isHeavy ? 3 : 1; file < argc; ++file) {
+      ReadBlocks(argv[file], places, blocks);
+    }
     std::vector<Bytes> kept;
-    kept.reserve(blocks.size());
+    std::vector<std::vector<float>> numbers;
     const auto start = Clock::now();
     for (const StoredBlock& block : blocks) {
       kept.push_back(Inflate(block));
+      if (isHeavy) {
+        std::vector<float>& ordered = numbers.emplace_back(block.inflatedSize / sizeof(float));
+        LbtUtil::UnShufflePlane(std::span(kept.back().get(), block.inflatedSize),
+                                std::as_writable_bytes(std::span(ordered)).data(), 1);
+      }
     }
     const std::chrono::duration<double> seconds = Clock::now() - start;
     std::uint64_t bytes = 0;

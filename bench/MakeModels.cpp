@@ -2,7 +2,7 @@
 //
 //   bench_models DIRECTORY CASE...
 //
-// Cases: dump, nodes, attributes, small-data, big-data, tiny, many, growth, hostile.
+// Cases: dump, other-dump, nodes, attributes, small-data, big-data, tiny, many, growth, hostile.
 
 #include <algorithm>
 #include <cmath>
@@ -67,15 +67,20 @@ void AddMesh(ModelWriter& model, NodeRef group, const std::string& name, std::si
       geometry, Variable::Floats("Temperature" + step, kScalarResult, 1, Field(nodes, 3, 400.0F)));
 }
 
-/// 1,000,000 nodes, 8,000,000 numbers, shuffled and compressed.
-void MakeDump(const fs::path& path) {
+/// 1,000,000 nodes, 8,000,000 numbers, shuffled and deflated at a level: with another one no block
+/// is stored in the same bytes.
+void MakeDump(const fs::path& path, int level) {
   constexpr std::size_t kNodes = 1000000;
   ModelWriter model;
   AddMesh(model, model.AddGroup("Geometry", model.AddGroup("model", 0)), "mesh", kNodes);
   model.SetLayoutOfOthers({.packing = StreamLayout::Packing::Compressed});
   model.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord,
                                .packing = StreamLayout::Packing::Compressed});
-  Save(path, model.Build());
+  ContainerWriter container = model.ToContainer();
+  for (BlockSpec& block : container.Blocks()) {
+    block.level = level;
+  }
+  Save(path, container.Build().bytes);
 }
 
 /// 20,000 shapes, each with a geometry of 3 variables with 3 attributes each.
@@ -234,10 +239,12 @@ void MakeHostile(const fs::path& directory) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  constexpr int kUsualLevel = 6;
   constexpr std::size_t kSmallData = 4;
   constexpr std::size_t kBigData = 4096;
   const std::map<std::string, void (*)(const fs::path&)> makers{
-      {"dump", [](const fs::path& d) { MakeDump(d / "dump.tev"); }},
+      {"dump", [](const fs::path& d) { MakeDump(d / "dump.tev", kUsualLevel); }},
+      {"other-dump", [](const fs::path& d) { MakeDump(d / "other-dump.tev", kUsualLevel - 1); }},
       {"nodes", [](const fs::path& d) { MakeNodes(d / "nodes.tev"); }},
       {"attributes",
        [](const fs::path& d) {

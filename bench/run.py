@@ -26,7 +26,7 @@ OTHERS = ("numbers", "container", "growth", "hostile", "profile")
 PROFILE_NOTES = """\
 What is neither inflating, copying once nor writing text, and why it is there.
 
-In both, page faults are memory that is touched for the first time, each byte once, in large pages
+In all, page faults are memory that is touched for the first time, each byte once, in large pages
 where the system has them.
 
 In the dump, `DumpWriter`, `NumberText` and `WriteFloat` write the text; `LbtUtil::UnShufflePlane` is
@@ -38,6 +38,10 @@ data and their loaders, which callers may ask for after the report; nothing of i
 one. `GatherPartsAndResults` and `Tree::UpdateLinkedBuffers` walk over the whole tree once more, since
 a link may lead to what comes later, and wait for memory that the caches have lost by then.
 Comparisons and searches of text (memcmp, memchr) are the names of streams, variables and attributes.
+
+In the statistics and the diff, `LbtUtil::UnShufflePlane` is the one copy again. What works out figures
+looks at each number once, as a double, in pieces that stay in the cache; numbers of both models are
+compared bytewise first (memcmp), and one by one where a piece differs.
 """
 
 
@@ -78,9 +82,13 @@ def profile_section(arena):
            else "instructions, counted by callgrind")
     parts = [f"## Where the time goes\n\nShares of all {how}: what a flame graph would show, from "
              "the root to the tips. With all that it calls:"]
-    runs = (("the dump", ["--extract-data", arena.path("dump.tev")]),
-            ("the report on many nodes", [arena.path("nodes.tev")]))
-    profiles = [(name, profile([arena.program("TevInfo"), *arguments])) for name, arguments in runs]
+    dump = arena.path("dump.tev")
+    runs = (("the dump", ["TevInfo", "--extract-data", dump]),
+            ("the report on many nodes", ["TevInfo", arena.path("nodes.tev")]),
+            ("the statistics", ["tev", "results", "--stats", "--csv", "-j", "2", dump]),
+            ("the diff", ["tev", "diff", "-j", "2", dump, arena.path("other-dump.tev")]))
+    profiles = [(name, profile([arena.program(program), *arguments]))
+                for name, (program, *arguments) in runs]
     for heading, which, least in (("", 0, 0.03), ("By itself:\n\n", 1, 0.02)):
         for name, shares in profiles:
             rows = [[f"`{function}`" if "::" in function else function, f"{share:.0%}"]
@@ -124,7 +132,7 @@ def run_cases(arena, chosen, quick, rounds):
     cases = [case(arena, quick) for case in CASES if case.key in chosen]
     wanted = {model for case in cases for model in case.models}
     if "profile" in chosen:
-        wanted |= {"dump", "nodes"}
+        wanted |= {"dump", "other-dump", "nodes"}
     if wanted:
         say(f"making models: {', '.join(sorted(wanted))}")
         arena.call([arena.program("bench_models"), str(arena.directory), *sorted(wanted)])
