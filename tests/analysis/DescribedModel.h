@@ -1,5 +1,8 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
+#include <map>
 #include <string>
 
 #include "Lbt/Tev/Analysis/Model.h"
@@ -27,6 +30,26 @@ class DescribedModel {
 
   OpenedTree tree;
   LbtTev::Analysis::Model model{tree};
+};
+
+/// Counts how often each block of a model is inflated from now on.
+class CountedLoads {
+ public:
+  explicit CountedLoads(DescribedModel& described) : index_(&described.tree.GetFile().GetIndex()) {
+    index_->ObserveLoads([this](std::size_t entry) { ++times_[entry]; });
+  }
+  ~CountedLoads() { index_->ObserveLoads({}); }
+  CountedLoads(const CountedLoads&) = delete;
+  CountedLoads& operator=(const CountedLoads&) = delete;
+
+  [[nodiscard]] std::size_t Blocks() const { return times_.size(); }
+  [[nodiscard]] bool AreOnceEach() const {
+    return std::ranges::all_of(times_, [](const auto& each) { return each.second == 1; });
+  }
+
+ private:
+  LbtLbf::Index* index_;
+  std::map<std::size_t, int> times_;
 };
 
 }  // namespace tevtest

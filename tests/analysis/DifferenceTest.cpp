@@ -18,17 +18,17 @@ constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 NumbersDifference CompareByPlace(const Floats& a, const Floats& b, const Tolerance& tolerance = {},
                                  std::size_t width = 1) {
-  return Compare(a, b, width, TupleMatch(a.size() / width, b.size() / width), tolerance);
+  return Compare({a, width}, {b, width}, TupleMatch(a.size() / width, b.size() / width), tolerance);
 }
 
 TEST(Tolerance, TimesMax_IsTakenOfTheLargestFiniteNumberWithoutItsSign) {
   const Tolerance tolerance{.relative = 0.5, .absolute = 0.25, .isAbsoluteOfMax = true};
-  const Tolerance own = tolerance.For(Floats{1, -8, kInfinity, kNaN});
+  const Tolerance own = tolerance.For({Floats{1, -8, kInfinity, kNaN}, 1});
   EXPECT_EQ(own.absolute, 2);
   EXPECT_EQ(own.relative, 0.5);
   EXPECT_FALSE(own.isAbsoluteOfMax);
-  EXPECT_EQ(tolerance.For({}).absolute, 0);
-  EXPECT_EQ((Tolerance{.absolute = 0.25}.For(Floats{100}).absolute), 0.25);
+  EXPECT_EQ(tolerance.For({Floats{}, 1}).absolute, 0);
+  EXPECT_EQ((Tolerance{.absolute = 0.25}.For({Floats{100}, 1}).absolute), 0.25);
 }
 
 TEST(TupleMatch, IdsThatDoNotRepeat_AreMatchedWhereverTheyStand) {
@@ -121,7 +121,7 @@ TEST(Compare, LongLists_AreComparedToTheirEnd) {
 TEST(Compare, TuplesById_AreComparedWithTheirPartners) {
   const TupleMatch match(Floats{1, 2, 3}, 3, Floats{3, 1, 9}, 3);
   const NumbersDifference found =
-      Compare(Floats{10, 11, 20, 21, 30, 31}, Floats{30, 31, 10, 15, 0, 0}, 2, match, {});
+      Compare({Floats{10, 11, 20, 21, 30, 31}, 2}, {Floats{30, 31, 10, 15, 0, 0}, 2}, match, {});
   EXPECT_EQ(found.compared, 4U);
   EXPECT_EQ(found.beyond, 1U);
   EXPECT_EQ(found.component, 1U);

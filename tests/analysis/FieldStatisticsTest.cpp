@@ -14,6 +14,7 @@
 namespace LbtTev::Analysis {
 namespace {
 
+using tevtest::CountedLoads;
 using tevtest::DescribedModel;
 using tevtest::kConnectivity;
 using tevtest::kCoordinates;
@@ -161,14 +162,12 @@ ModelWriter InBlocks(ModelWriter model) {
 
 TEST(FieldStatistics, BlocksOfAllFields_AreInflatedOnceEach) {
   DescribedModel described(InBlocks(tevtest::SmallModel()));
-  LbtLbf::LbFile& file = described.tree.GetFile();
-  const auto loads = [&file] { return file.FindStream(kHeavyData)->Work(); };
-  const auto before = loads();
+  const CountedLoads loads(described);
   EXPECT_EQ(StatisticsTexts(described.model).size(), 4U);
   // Of both parts: node ids, faces and lengths; displacements and one temperature. The node sets
   // have been read before.
-  EXPECT_EQ(loads().loads - before.loads, 9U);
-  EXPECT_EQ(loads().loadedAgain - before.loadedAgain, 0U);
+  EXPECT_EQ(loads.Blocks(), 9U);
+  EXPECT_TRUE(loads.AreOnceEach());
 }
 
 /// Fields at 12 steps and the mesh of their nodes before or after them; of three nodes two are
@@ -216,14 +215,12 @@ TEST(FieldStatistics, BlocksInflatedAhead_AreInflatedOnceEach) {
         ModelWriter writer = ManySteps(place);
         writer.SetLayout(kHeavyData, layout);
         DescribedModel described(writer);
-        std::map<std::size_t, int> loads;
-        described.tree.GetFile().GetIndex().ObserveLoads(
-            [&loads](std::size_t entry) { ++loads[entry]; });
+        const CountedLoads loads(described);
         EXPECT_EQ(StatisticsTexts(described.model, ahead), expected);
-        EXPECT_TRUE(std::ranges::all_of(loads, [](const auto& each) { return each.second == 1; }));
+        EXPECT_TRUE(loads.AreOnceEach());
         // The coordinates are not read: they have a block of their own where each array has one.
         const bool isApart = layout.split == StreamLayout::Split::BlockPerRecord;
-        EXPECT_EQ(loads.size(), isApart ? 15U : layout.cuts.size() + 1);
+        EXPECT_EQ(loads.Blocks(), isApart ? 15U : layout.cuts.size() + 1);
       }
     }
   }

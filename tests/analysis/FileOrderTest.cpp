@@ -16,6 +16,7 @@
 namespace LbtTev::Analysis {
 namespace {
 
+using tevtest::CountedLoads;
 using tevtest::DescribedModel;
 using tevtest::kHeavyData;
 using tevtest::ModelWriter;
@@ -122,9 +123,7 @@ TEST(LoadInFileOrder, BlocksThatNeedOneAnother_AreVisitedOnceEach) {
     const std::vector<WantedGroup> groups{{ArrayOf(described, 0), needed},
                                           {ArrayOf(described, 4), neededToo},
                                           {ArrayOf(described, 3)}};
-    std::map<std::size_t, int> loads;
-    described.tree.GetFile().GetIndex().ObserveLoads(
-        [&loads](std::size_t entry) { ++loads[entry]; });
+    const CountedLoads loads(described);
     std::string found;
     LoadInFileOrder({&described.tree, groups, {.threads = ahead}},
                     [&](std::size_t /*place*/, const LoadedGroup& loaded) {
@@ -134,8 +133,8 @@ TEST(LoadInFileOrder, BlocksThatNeedOneAnother_AreVisitedOnceEach) {
                     });
     std::ranges::sort(found);
     EXPECT_EQ(found, "ABCDn");
-    EXPECT_EQ(loads.size(), 3U) << ahead;
-    EXPECT_TRUE(std::ranges::all_of(loads, [](const auto& each) { return each.second == 1; }));
+    EXPECT_EQ(loads.Blocks(), 3U) << ahead;
+    EXPECT_TRUE(loads.AreOnceEach());
   }
 }
 
@@ -186,30 +185,28 @@ ModelWriter InBlocks(float displacement) {
 TEST(CompareModels, BlocksOfBoth_AreInflatedAtMostOnceAndAlikeOnesInAAlone) {
   DescribedModel same(InBlocks(1));
   DescribedModel other(InBlocks(2));
-  const auto workOf = [](DescribedModel& described) {
-    return described.tree.GetFile().FindStream(kHeavyData)->Work();
-  };
   std::size_t differences = 0;
   const DifferenceSink sink{.differs = [&](const ModelDifference&) { ++differences; },
                             .failed = [](const FailedComparison&) { FAIL(); }};
   struct Expected {
     DescribedModel* b;
-    std::uint64_t loadsOfB;
+    std::size_t loadsOfB;
     std::size_t differences;
   };
   // All 13 arrays of both parts; the node sets have been read before.
   for (const Expected& expected : {Expected{&same, 0, 0}, Expected{&other, 1, 1}}) {
-    DescribedModel a(InBlocks(1));
-    differences = 0;
-    const auto beforeA = workOf(a);
-    const auto beforeB = workOf(*expected.b);
-    CompareModels(a.model, expected.b->model, {}, {}, sink);
-    EXPECT_EQ(workOf(a).loads - beforeA.loads, 13U);
-    EXPECT_EQ(workOf(*expected.b).loads - beforeB.loads, expected.loadsOfB);
-    EXPECT_EQ(differences, expected.differences);
-    differences = 0;
-    CompareModels(a.model, expected.b->model, {}, {}, sink, 1);
-    EXPECT_EQ(differences, expected.differences);
+    for (const std::size_t threads : {0U, 1U, 2U}) {
+      DescribedModel a(InBlocks(1));
+      differences = 0;
+      const CountedLoads ofA(a);
+      const CountedLoads ofB(*expected.b);
+      CompareModels(a.model, expected.b->model, {}, {}, sink, threads);
+      EXPECT_EQ(ofA.Blocks(), 13U);
+      EXPECT_TRUE(ofA.AreOnceEach());
+      EXPECT_EQ(ofB.Blocks(), expected.loadsOfB);
+      EXPECT_TRUE(ofB.AreOnceEach());
+      EXPECT_EQ(differences, expected.differences);
+    }
   }
 }
 
@@ -257,12 +254,15 @@ TEST(CompareModels, ModelsInAnotherOrder_AreInflatedOnceAndTheSame) {
     for (const std::size_t ahead : {std::size_t{0}, std::size_t{1}}) {
       DescribedModel a(Stored(isAByPart ? StoredBy::Part : StoredBy::Step));
       DescribedModel b(Stored(isAByPart ? StoredBy::Step : StoredBy::Part));
-      const auto& workOfB = b.tree.GetFile().FindStream(kHeavyData)->Work();
-      const auto before = workOfB.loads;
+      const CountedLoads ofA(a);
+      const CountedLoads ofB(b);
       const DifferenceSink sink{.differs = [](const ModelDifference&) { ADD_FAILURE(); },
                                 .failed = [](const FailedComparison&) { ADD_FAILURE(); }};
       CompareModels(a.model, b.model, {}, {}, sink, ahead);
-      EXPECT_LE(workOfB.loads - before, 40U);
+      EXPECT_EQ(ofA.Blocks(), 40U);
+      EXPECT_TRUE(ofA.AreOnceEach());
+      EXPECT_EQ(ofB.Blocks(), 40U);
+      EXPECT_TRUE(ofB.AreOnceEach());
     }
   }
 }

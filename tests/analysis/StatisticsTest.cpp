@@ -62,7 +62,7 @@ TEST(UsedNodes, OfDamagedFaces_Fail) {
 
 TEST(Statistics, OfAScalar_AreThoseOfItsNumbers) {
   const Statistics statistics =
-      StatisticsOf(Floats{3, -1, 5, -1, 5, 0}, 1, UsedNodes(6), Floats{11, 12, 13, 14, 15, 16});
+      StatisticsOf({Floats{3, -1, 5, -1, 5, 0}, 1}, UsedNodes(6), Floats{11, 12, 13, 14, 15, 16});
   EXPECT_EQ(statistics.counted, 6U);
   EXPECT_EQ(statistics.notFinite, 0U);
   EXPECT_FALSE(statistics.magnitude.has_value());
@@ -80,7 +80,7 @@ TEST(Statistics, OfAScalar_AreThoseOfItsNumbers) {
 
 TEST(Statistics, OfAVector_HaveItsMagnitude) {
   const Statistics statistics =
-      StatisticsOf(Floats{3, 4, 0, 0, 0, 2, 1, 2, 2}, 3, UsedNodes(3), {});
+      StatisticsOf({Floats{3, 4, 0, 0, 0, 2, 1, 2, 2}, 3}, UsedNodes(3), {});
   ASSERT_TRUE(statistics.magnitude.has_value());
   EXPECT_EQ(statistics.magnitude->min.value, 2);
   EXPECT_EQ(statistics.magnitude->min.index, 1U);
@@ -93,7 +93,7 @@ TEST(Statistics, OfAVector_HaveItsMagnitude) {
 
 TEST(Statistics, OnlyUsedNodes_TakePart) {
   const UsedNodes used(Uints{1, 3}, Uints{2}, 4);
-  const Statistics statistics = StatisticsOf(Floats{-9, 1, kNaN, 2}, 1, used, {});
+  const Statistics statistics = StatisticsOf({Floats{-9, 1, kNaN, 2}, 1}, used, {});
   EXPECT_EQ(statistics.counted, 2U);
   EXPECT_EQ(statistics.notFinite, 0U);
   EXPECT_EQ(statistics.components[0].min.value, 1);
@@ -102,7 +102,7 @@ TEST(Statistics, OnlyUsedNodes_TakePart) {
 
 TEST(Statistics, NumbersThatAreNotFinite_AreCountedAndLeftOut) {
   const Floats values{kNaN, 1, 2, 4, kInfinity, 6, 7, 8, 9};
-  const Statistics statistics = StatisticsOf(values, 3, UsedNodes(3), {});
+  const Statistics statistics = StatisticsOf({values, 3}, UsedNodes(3), {});
   EXPECT_EQ(statistics.notFinite, 2U);
   EXPECT_EQ(statistics.components[0].finite, 2U);
   EXPECT_EQ(statistics.components[0].min.value, 4);
@@ -114,12 +114,12 @@ TEST(Statistics, NumbersThatAreNotFinite_AreCountedAndLeftOut) {
 }
 
 TEST(Statistics, WithoutAFiniteNumber_HaveNoFigures) {
-  const Statistics statistics = StatisticsOf(Floats{kNaN, -kInfinity}, 1, UsedNodes(2), {});
+  const Statistics statistics = StatisticsOf({Floats{kNaN, -kInfinity}, 1}, UsedNodes(2), {});
   EXPECT_EQ(statistics.counted, 2U);
   EXPECT_EQ(statistics.notFinite, 2U);
   EXPECT_EQ(statistics.components[0].finite, 0U);
-  EXPECT_EQ(StatisticsOf({}, 1, UsedNodes(0), {}).components[0].finite, 0U);
-  EXPECT_TRUE(StatisticsOf({}, 0, UsedNodes(0), {}).components.empty());
+  EXPECT_EQ(StatisticsOf({Floats{}, 1}, UsedNodes(0), {}).components[0].finite, 0U);
+  EXPECT_TRUE(StatisticsOf({Floats{}, 0}, UsedNodes(0), {}).components.empty());
 }
 
 TEST(Statistics, OfSeveralEqualExtremes_TheFirstCounts) {
@@ -127,7 +127,7 @@ TEST(Statistics, OfSeveralEqualExtremes_TheFirstCounts) {
   values[5] = -0.0F;
   values[700] = 1;
   values[2900] = 1;
-  const Statistics statistics = StatisticsOf(values, 1, UsedNodes(values.size()), {});
+  const Statistics statistics = StatisticsOf({values, 1}, UsedNodes(values.size()), {});
   EXPECT_EQ(statistics.components[0].min.index, 0U);
   EXPECT_EQ(statistics.components[0].max.index, 700U);
 }
@@ -149,7 +149,7 @@ TEST(Statistics, OfLongFields_AgreeWithLongDoubles) {
       squares += static_cast<long double>(value) * static_cast<long double>(value);
     }
   }
-  const Figures figures = StatisticsOf(values, 1, UsedNodes(values.size()), {}).components.at(0);
+  const Figures figures = StatisticsOf({values, 1}, UsedNodes(values.size()), {}).components.at(0);
   EXPECT_EQ(figures.finite, 100002U);
   EXPECT_EQ(figures.max.index, 99999U);
   EXPECT_EQ(figures.min.index, 3U);

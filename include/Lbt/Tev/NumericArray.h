@@ -35,6 +35,9 @@ class DataLoader {
   template <class T>
   void LoadFrom(LbtLbf::Block& block, std::vector<T>& out) const;
 
+  /// The bytes of the numbers as such a block has them, valid as long as it is. Counts as a read.
+  [[nodiscard]] std::span<const unsigned char> StoredIn(LbtLbf::Block& block) const;
+
   /// The same for numbers at another place.
   [[nodiscard]] DataLoader At(unsigned long position) const;
 

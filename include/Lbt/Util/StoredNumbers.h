@@ -88,4 +88,8 @@ extern template void UnShuffleVectorBytes<unsigned int>(std::vector<unsigned int
 /// "stride"-th element of 4 bytes from "first" on: n elements in all.
 void UnShufflePlane(std::span<const unsigned char> plane, std::byte* first, std::size_t stride);
 
+/// The same for "count" elements of the plane from "from" on.
+void UnShuffleRange(std::span<const unsigned char> plane, std::size_t from, std::size_t count,
+                    std::byte* first, std::size_t stride);
+
 }  // namespace LbtUtil

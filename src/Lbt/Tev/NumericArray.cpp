@@ -88,10 +88,15 @@ void DataLoader::LoadTo(std::vector<T>& out) const {
 template <class T>
 void DataLoader::LoadFrom(LbtLbf::Block& block, std::vector<T>& out) const {
   RequireType<T>();
-  stream_->Charge(byteSize_);
   const std::size_t count = byteSize_ / kElementSize;
   Resize(out, count, block);
-  Decode(block.Get(static_cast<std::uint32_t>(byteSize_)).first(count * kElementSize), out);
+  Decode(StoredIn(block), out);
+}
+
+std::span<const unsigned char> DataLoader::StoredIn(LbtLbf::Block& block) const {
+  stream_->Charge(byteSize_);
+  return block.Get(static_cast<std::uint32_t>(byteSize_))
+      .first(byteSize_ / kElementSize * kElementSize);
 }
 
 template <class T>

@@ -14,11 +14,16 @@ constexpr std::size_t kElementSize = 4;
 }  // namespace
 
 void UnShufflePlane(std::span<const unsigned char> plane, std::byte* first, std::size_t stride) {
-  const std::size_t count = plane.size() / kElementSize;
-  const unsigned char* byte0 = plane.data();
-  const unsigned char* byte1 = byte0 + count;
-  const unsigned char* byte2 = byte1 + count;
-  const unsigned char* byte3 = byte2 + count;
+  UnShuffleRange(plane, 0, plane.size() / kElementSize, first, stride);
+}
+
+void UnShuffleRange(std::span<const unsigned char> plane, std::size_t from, std::size_t count,
+                    std::byte* first, std::size_t stride) {
+  const std::size_t all = plane.size() / kElementSize;
+  const unsigned char* byte0 = plane.data() + from;
+  const unsigned char* byte1 = byte0 + all;
+  const unsigned char* byte2 = byte1 + all;
+  const unsigned char* byte3 = byte2 + all;
   for (std::size_t i = 0; i < count; ++i) {
     const unsigned char element[kElementSize] = {byte0[i], byte1[i], byte2[i], byte3[i]};
     std::memcpy(first + i * stride * kElementSize, element, kElementSize);

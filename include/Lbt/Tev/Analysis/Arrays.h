@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <span>
 #include <utility>
 #include <vector>
 
 #include "Lbt/Tev/Analysis/BlocksAhead.h"
+#include "Lbt/Tev/Analysis/FloatTuples.h"
 #include "Lbt/Tev/NumericArray.h"
 #include "Lbt/Tev/Tree.h"
 
@@ -38,6 +40,11 @@ struct ArrayKey {
 /// promises.
 template <class T>
 [[nodiscard]] std::vector<T> LoadArray(const NumericArray& array, BlocksAhead& ahead);
+
+/// The floats of an array as they are stored, where that is in a block that was inflated here and
+/// is not much larger; else null. Throws what LoadArray does.
+[[nodiscard]] std::shared_ptr<const StoredFloats> FindStored(const NumericArray& array,
+                                                             BlocksAhead& ahead);
 
 extern template std::vector<float> LoadArray<float>(const NumericArray& array, BlocksAhead& ahead);
 extern template std::vector<unsigned int> LoadArray<unsigned int>(const NumericArray& array,

@@ -28,7 +28,7 @@ struct Helpers {
 class BlocksAhead {
  public:
   /// "helpers" says how many other threads there are, and how many blocks are ahead of the one in
-  /// hand: without threads none is inflated here. All reading stays in the caller's thread.
+  /// hand: without threads none is. All reading stays in the caller's thread.
   /// "stream" must outlive this.
   BlocksAhead(ModelStream& stream, const Helpers& helpers)
       : stream_(&stream), file_(&stream.GetFile()), helpers_(helpers) {}
@@ -49,6 +49,12 @@ class BlocksAhead {
   /// here. Valid until the next call. Throws "Out of Bounds" where blocks are inflated again and
   /// again: that counts towards the request of the stream.
   [[nodiscard]] LbtLbf::Block* Find(unsigned long position);
+
+  /// Keeps the block that was found last in memory.
+  [[nodiscard]] std::shared_ptr<const void> Hold() const { return current_; }
+
+  /// The recorded length of the block that a position lies in; 0 where that is not known.
+  [[nodiscard]] std::uint64_t LengthAt(unsigned long position);
 
   /// Lets the block in hand go where nothing else in it was planned.
   void DropUsedUp();
@@ -91,7 +97,7 @@ class BlocksAhead {
   std::size_t next_ = 0;               // of these, the first that was not started
   std::deque<std::unique_ptr<Work>> ahead_;
   std::optional<std::size_t> place_;  // of the block in hand
-  std::unique_ptr<Work> current_;     // null where it is not inflated here
+  std::shared_ptr<Work> current_;     // null where it is not inflated here
 };
 
 }  // namespace LbtTev::Analysis

@@ -6,6 +6,8 @@
 #include <span>
 #include <vector>
 
+#include "Lbt/Tev/Analysis/FloatTuples.h"
+
 namespace LbtTev::Analysis {
 
 /// When two numbers agree that are not the same: |a - b| <= max(relative * max(|a|, |b|),
@@ -16,7 +18,7 @@ struct Tolerance {
   bool isAbsoluteOfMax = false;  ///< "absolute" is meant times the largest finite |number| of A
 
   /// The tolerance for the numbers of one array of A.
-  [[nodiscard]] Tolerance For(std::span<const float> numbers) const;
+  [[nodiscard]] Tolerance For(const FloatTuples& tuples) const;
 };
 
 /// Which tuples of two lists belong together.
@@ -68,10 +70,9 @@ struct NumbersDifference {
   [[nodiscard]] bool IsSame() const { return beyond == 0 && onlyInA == 0 && onlyInB == 0; }
 };
 
-/// Compares tuples of "width" numbers.
-[[nodiscard]] NumbersDifference Compare(std::span<const float> a, std::span<const float> b,
-                                        std::size_t width, const TupleMatch& match,
-                                        const Tolerance& tolerance);
+/// Compares tuples of one width.
+[[nodiscard]] NumbersDifference Compare(const FloatTuples& a, const FloatTuples& b,
+                                        const TupleMatch& match, const Tolerance& tolerance);
 
 /// A mesh's faces, with its nodes' and its faces' places.
 struct Faces {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Lbt/Tev/Analysis/BlocksAhead.h"
+#include "Lbt/Tev/Analysis/FloatTuples.h"
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/Tree.h"
 
@@ -25,6 +26,7 @@ struct WantedArray {
   const Geometry::VarStruct* variable = nullptr;  ///< null: there is none
   bool isOfWholes = false;                        ///< faces and their lengths; else floats
   Turn turn = Turn::AnyTurn;
+  bool mayStayStored = false;  ///< whether floats need not be put in order
 };
 
 /// What is wanted together: numbers of a field with its ids, or a mesh.
@@ -34,7 +36,12 @@ using WantedGroup = std::vector<WantedArray>;
 struct LoadedArray {
   std::shared_ptr<const std::vector<float>> floats{};
   std::shared_ptr<const std::vector<unsigned int>> wholes{};
-  std::exception_ptr failure{};  ///< why there are no numbers; else null
+  std::shared_ptr<const StoredFloats> stored{};  ///< in place of "floats", where they may be
+  std::exception_ptr failure{};                  ///< why there are no numbers; else null
+
+  [[nodiscard]] FloatTuples Tuples(std::size_t width) const {
+    return stored != nullptr ? FloatTuples(*stored, width) : FloatTuples(Floats(), width);
+  }
 
   /// None where there is no variable.
   [[nodiscard]] std::span<const float> Floats() const {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Arrays.h"
+#include "Lbt/Tev/Analysis/FloatTuples.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
 
@@ -40,11 +41,10 @@ struct Statistics {
   std::vector<Figures> components{};
 };
 
-/// Works the statistics out in double precision. "values" are tuples of "width" numbers, of which
-/// those in "used" take part; ranges must lie within. "ids" are those of all tuples, as they are
-/// stored, and may be fewer.
-[[nodiscard]] Statistics StatisticsOf(std::span<const float> values, std::size_t width,
-                                      const UsedNodes& used, std::span<const float> ids);
+/// Works the statistics out in double precision. Of the tuples those in "used" take part; ranges
+/// must lie within. "ids" are those of all tuples, as they are stored, and may be fewer.
+[[nodiscard]] Statistics StatisticsOf(const FloatTuples& tuples, const UsedNodes& used,
+                                      std::span<const float> ids);
 
 /// The id of a tuple: stored as a float, read as a whole number. NaN is 0, what 32 bits do not
 /// hold is clamped.

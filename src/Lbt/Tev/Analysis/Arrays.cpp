@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <numeric>
 #include <string>
@@ -86,6 +87,23 @@ std::vector<T> LoadArray(const NumericArray& array, BlocksAhead& ahead) {
     RaiseDamage("The numbers of the variable are missing");
   }
   return values;
+}
+
+std::shared_ptr<const StoredFloats> FindStored(const NumericArray& array, BlocksAhead& ahead) {
+  constexpr std::uint64_t kMostPerByte = 2;  // the whole block stays in memory
+  if (array.loader == nullptr || !array.loader->IsShuffled() || array.GetWidth() == 0 ||
+      array.GetNumElements() == 0) {
+    return nullptr;
+  }
+  const DataLoader loader = array.OwnLoader();
+  if (ahead.LengthAt(loader.GetPosition()) / kMostPerByte > loader.GetByteSize()) {
+    return nullptr;
+  }
+  LbtLbf::Block* block = ahead.Find(loader.GetPosition());
+  if (block == nullptr || block->GetRemaining() < loader.GetByteSize()) {
+    return nullptr;
+  }
+  return std::make_shared<const StoredFloats>(StoredFloats{ahead.Hold(), loader.StoredIn(*block)});
 }
 
 template std::vector<float> LoadArray<float>(const NumericArray& array, BlocksAhead& ahead);

@@ -14,9 +14,6 @@ namespace LbtTev::Analysis {
 void BlocksAhead::Plan(std::span<const unsigned long> positions,
                        std::function<bool(std::size_t)> isLeftOut) {
   isLeftOut_ = std::move(isLeftOut);
-  if (helpers_.threads == 0) {
-    return;
-  }
   for (const unsigned long position : positions) {
     if (const std::optional<std::size_t> place = PlaceOf(position)) {
       ++uses_[*place];
@@ -64,6 +61,11 @@ std::optional<BlocksAhead::Place> BlocksAhead::Locate(unsigned long position) {
   return place ? std::optional(Place{entries_[*place], position - starts_[*place]}) : std::nullopt;
 }
 
+std::uint64_t BlocksAhead::LengthAt(unsigned long position) {
+  const std::optional<std::size_t> place = PlaceOf(position);
+  return place ? starts_[*place + 1] - starts_[*place] : 0;
+}
+
 void BlocksAhead::DropUsedUp() {
   if (place_ && uses_[*place_] == 0) {
     current_.reset();
@@ -72,7 +74,7 @@ void BlocksAhead::DropUsedUp() {
 }
 
 LbtLbf::Block* BlocksAhead::Find(unsigned long position) {
-  const std::optional<std::size_t> place = helpers_.threads == 0 ? std::nullopt : PlaceOf(position);
+  const std::optional<std::size_t> place = PlaceOf(position);
   if (!place) {
     return nullptr;
   }
@@ -99,9 +101,6 @@ void BlocksAhead::MoveTo(std::size_t place) {
   place_ = place;
   std::unique_ptr<Work> work = Finish(entry);
   if (work == nullptr) {
-    if (next_ < wanted_.size() && wanted_[next_] == entry) {
-      ++next_;
-    }
     work = Prepare(entry);
     StartNext();
     if (work != nullptr) {
@@ -168,7 +167,8 @@ bool BlocksAhead::IsThreadFree() const {
 std::unique_ptr<BlocksAhead::Work> BlocksAhead::PrepareNext() {
   std::unique_ptr<Work> work;
   for (; work == nullptr && ahead_.size() < helpers_.most && next_ < wanted_.size(); ++next_) {
-    const bool isLeftOut = isLeftOut_ && isLeftOut_(wanted_[next_]);
+    const bool isInHand = place_ && entries_[*place_] == wanted_[next_];
+    const bool isLeftOut = isInHand || (isLeftOut_ && isLeftOut_(wanted_[next_]));
     work = isLeftOut ? nullptr : Prepare(wanted_[next_]);
   }
   return work;

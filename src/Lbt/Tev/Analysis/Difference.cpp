@@ -50,29 +50,30 @@ bool IsBeyond(double distance, double a, double b, const Tolerance& tolerance) {
          std::max(tolerance.relative * std::max(std::abs(a), std::abs(b)), tolerance.absolute);
 }
 
+/// Tuples that are looked at together, so that they stay in the cache.
+constexpr std::size_t kPiece = 512;
+
 /// Compares tuples of two lists of numbers.
 class NumbersComparison {
  public:
-  NumbersComparison(std::span<const float> a, std::span<const float> b, std::size_t width,
-                    const Tolerance& tolerance)
-      : a_(a), b_(b), width_(width), tolerance_(tolerance) {}
+  NumbersComparison(const FloatTuples& a, const FloatTuples& b, const Tolerance& tolerance)
+      : a_(&a), b_(&b), tolerance_(tolerance) {}
 
   /// Compares "count" tuples from "inA" on with those from "inB" on. Pieces of the same bytes are
   /// passed over: numbers agree with themselves, whatever they are.
   void AddTuples(std::size_t inA, std::size_t inB, std::size_t count) {
-    constexpr std::size_t kPiece = 1024;
-    const std::size_t numbers = count * width_;
-    const std::span<const float> a = a_.subspan(inA * width_, numbers);
-    const std::span<const float> b = b_.subspan(inB * width_, numbers);
-    for (std::size_t first = 0; first < numbers; first += kPiece) {
-      const std::size_t end = std::min(numbers, first + kPiece);
-      if (std::memcmp(&a[first], &b[first], (end - first) * sizeof(float)) != 0) {
-        for (std::size_t i = first; i < end; ++i) {
-          Add(static_cast<double>(a[i]), static_cast<double>(b[i]), inA * width_ + i);
+    for (std::size_t first = 0; first < count; first += kPiece) {
+      const std::size_t tuples = std::min(kPiece, count - first);
+      if (!a_->HasSameBytes(inA + first, *b_, inB + first, tuples)) {
+        const std::span<const float> a = a_->Read(inA + first, tuples, roomOfA_);
+        const std::span<const float> b = b_->Read(inB + first, tuples, roomOfB_);
+        const std::size_t place = (inA + first) * a_->Width();
+        for (std::size_t i = 0; i < a.size(); ++i) {
+          Add(static_cast<double>(a[i]), static_cast<double>(b[i]), place + i);
         }
       }
     }
-    difference_.compared += numbers;
+    difference_.compared += count * a_->Width();
   }
 
   [[nodiscard]] NumbersDifference Result() const {
@@ -92,15 +93,16 @@ class NumbersComparison {
       difference_.largest = distance;
       difference_.a = a;
       difference_.b = b;
-      difference_.component = place % width_;
-      difference_.index = place / width_;
+      difference_.component = place % a_->Width();
+      difference_.index = place / a_->Width();
     }
   }
 
-  std::span<const float> a_;
-  std::span<const float> b_;
-  std::size_t width_;
+  const FloatTuples* a_;
+  const FloatTuples* b_;
   Tolerance tolerance_;
+  std::vector<float> roomOfA_;
+  std::vector<float> roomOfB_;
   NumbersDifference difference_;
   double squares_ = 0;
 };
@@ -116,13 +118,16 @@ std::vector<std::size_t> OffsetsOf(const Faces& faces) {
 
 }  // namespace
 
-Tolerance Tolerance::For(std::span<const float> numbers) const {
+Tolerance Tolerance::For(const FloatTuples& tuples) const {
   if (!isAbsoluteOfMax) {
     return *this;
   }
   double largest = 0;
-  for (const float number : numbers) {
-    largest = std::isfinite(number) ? std::max<double>(largest, std::abs(number)) : largest;
+  std::vector<float> room;
+  for (std::size_t first = 0; first < tuples.Count(); first += kPiece) {
+    for (const float number : tuples.Read(first, std::min(kPiece, tuples.Count() - first), room)) {
+      largest = std::isfinite(number) ? std::max<double>(largest, std::abs(number)) : largest;
+    }
   }
   return {relative, absolute * largest, false};
 }
@@ -157,9 +162,9 @@ TupleMatch::TupleMatch(std::span<const float> idsInA, std::size_t countInA,
   }
 }
 
-NumbersDifference Compare(std::span<const float> a, std::span<const float> b, std::size_t width,
-                          const TupleMatch& match, const Tolerance& tolerance) {
-  NumbersComparison comparison(a, b, width, tolerance.For(a.first(match.CountInA() * width)));
+NumbersDifference Compare(const FloatTuples& a, const FloatTuples& b, const TupleMatch& match,
+                          const Tolerance& tolerance) {
+  NumbersComparison comparison(a, b, tolerance.For(a));
   if (match.IsById()) {
     for (std::size_t tuple = 0; tuple < match.CountInA(); ++tuple) {
       if (const std::size_t other = match.InB(tuple); other != TupleMatch::kNone) {

@@ -179,6 +179,7 @@ class LoadSide {
     std::size_t turn = kNoTurn;
     std::size_t block = 0;  // in the order of the file
     bool isNeededFirst = false;
+    bool mayStayStored = true;
     const Array* counterpart = nullptr;  // of the other model, with the same turn
     LoadedArray loaded{};
   };
@@ -196,6 +197,7 @@ class LoadSide {
     Array& array = arrays_[{ArrayKey(wanted.variable->array), wanted.isOfWholes}];
     array.source = &wanted.variable->array;
     array.isOfWholes = wanted.isOfWholes;
+    array.mayStayStored = array.mayStayStored && wanted.mayStayStored;
     array.users += wanted.turn == WantedArray::Turn::BeforeFirstForOthers ? 0U : 1U;
     return &array;
   }
@@ -246,6 +248,12 @@ class LoadSide {
     }
     LoadedArray& loaded = array.loaded;
     loaded.failure = FailureOfLoad(*tree_, [&] {
+      if (array.mayStayStored) {
+        loaded.stored = FindStored(*array.source, blocks_);
+      }
+      if (loaded.stored != nullptr) {
+        return;
+      }
       if (array.isOfWholes) {
         loaded.wholes = std::make_shared<const std::vector<unsigned int>>(
             LoadArray<unsigned int>(*array.source, blocks_));
@@ -270,7 +278,8 @@ class LoadSide {
     const auto placeOfOther = leader_->blocks_.Locate(std::exchange(keyOfOther.position, 0));
     const bool isAlike = place && placeOfOther && key == keyOfOther &&
                          place->offset == placeOfOther->offset &&
-                         array.isOfWholes == array.counterpart->isOfWholes;
+                         array.isOfWholes == array.counterpart->isOfWholes &&
+                         array.mayStayStored == array.counterpart->mayStayStored;
     return isAlike ? std::optional(std::pair(place->entry, placeOfOther->entry)) : std::nullopt;
   }
 

@@ -29,7 +29,8 @@ std::size_t WidthOf(const MeshVariables& mesh) {
 }
 
 std::size_t BytesOf(const LoadedArray& array) {
-  return array.Floats().size_bytes() + array.Wholes().size_bytes();
+  return array.Floats().size_bytes() + array.Wholes().size_bytes() +
+         (array.stored == nullptr ? 0 : array.stored->bytes.size());
 }
 
 /// Compares one array of a mesh after another.
@@ -99,7 +100,7 @@ class MeshComparison {
 }  // namespace
 
 WantedGroup WantedOf(const MeshVariables& mesh) {
-  return {{mesh.coordinates},
+  return {{.variable = mesh.coordinates, .mayStayStored = true},
           {mesh.faces, true},
           {mesh.faces == nullptr ? nullptr : mesh.lengths, true},
           {mesh.nodeIds},
@@ -183,7 +184,7 @@ NumbersDifference GroupComparison::OfIds(const MatchInputs& inputs) {
     const std::span<const float> a = inputs.ids.a->Floats();
     const std::span<const float> b = inputs.ids.b->Floats();
     Charge(a.size_bytes(), b.size_bytes());
-    return Compare(a, b, 1, TupleMatch(a.size(), b.size()), {});
+    return Compare({a, 1}, {b, 1}, TupleMatch(a.size(), b.size()), {});
   });
 }
 
@@ -192,7 +193,7 @@ NumbersDifference GroupComparison::OfNumbers(const ArrayPair& values, std::size_
   return numbers_.Of({KeyOf(values), width, KeyOf(inputs)}, 0, [&] {
     const auto match = Match(inputs);
     Charge(BytesOf(*values.a), BytesOf(*values.b));
-    return Compare(values.a->Floats(), values.b->Floats(), width, *match, tolerance_);
+    return Compare(values.a->Tuples(width), values.b->Tuples(width), *match, tolerance_);
   });
 }
 

@@ -245,7 +245,7 @@ class Comparison {
     for (const Task& task : tasks_) {
       const auto wanted = [](const MeshVariables& mesh, const Field* field) {
         return field == nullptr ? WantedOf(mesh)
-                                : WantedGroup{{field->variable},
+                                : WantedGroup{{.variable = field->variable, .mayStayStored = true},
                                               {mesh.IdsOf(field->location), false,
                                                WantedArray::Turn::BeforeFirst}};
       };

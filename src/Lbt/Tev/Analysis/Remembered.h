@@ -17,8 +17,9 @@ class Identity {
   Identity() = default;
   explicit Identity(const std::shared_ptr<const void>& object) : object_(object) {}
   explicit Identity(const LoadedArray& array)
-      : object_(array.floats != nullptr ? std::shared_ptr<const void>(array.floats)
-                                        : array.wholes) {}
+      : object_(array.floats != nullptr   ? std::shared_ptr<const void>(array.floats)
+                : array.stored != nullptr ? std::shared_ptr<const void>(array.stored)
+                                          : array.wholes) {}
 
   friend bool operator<(const Identity& a, const Identity& b) {
     return a.object_.owner_before(b.object_);

@@ -140,38 +140,34 @@ class ComponentFigures {
   ExactSum squares_;
 };
 
-/// One component of some tuples, as doubles.
-std::span<const double> Component(std::span<const float> tuples, std::size_t width,
-                                  std::size_t component, Piece& piece) {
-  const std::size_t count = tuples.size() / width;
+constexpr std::size_t kVectorWidth = 3;
+
+/// One component of "count" tuples from "first" on, as doubles.
+void Read(const FloatTuples& tuples, std::size_t component, std::size_t first, std::size_t count,
+          Piece& piece) {
+  std::array<float, kPiece> floats;  // NOLINT(cppcoreguidelines-pro-type-member-init): read next
+  tuples.ReadComponent(component, first, std::span(floats).first(count));
   for (std::size_t i = 0; i < count; ++i) {
-    piece[i] = static_cast<double>(tuples[i * width + component]);
+    piece[i] = static_cast<double>(floats[i]);
   }
-  return std::span(piece).first(count);
 }
 
-/// Squares of floats are far from the largest double, so that a magnitude is finite where its
-/// three numbers are.
-std::span<const double> Magnitudes(std::span<const float> tuples, Piece& piece) {
-  constexpr std::size_t kWidth = 3;
-  const std::size_t count = tuples.size() / kWidth;
+/// Leaves magnitudes in the first of three components. Squares of floats are far from the largest
+/// double, so that a magnitude is finite where its three numbers are.
+std::span<const double> Magnitudes(std::array<Piece, kVectorWidth>& vectors, std::size_t count) {
+  auto& [x, y, z] = vectors;
   for (std::size_t i = 0; i < count; ++i) {
-    const auto x = static_cast<double>(tuples[i * kWidth]);
-    const auto y = static_cast<double>(tuples[i * kWidth + 1]);
-    const auto z = static_cast<double>(tuples[i * kWidth + 2]);
-    piece[i] = std::sqrt(x * x + y * y + z * z);
+    x[i] = std::sqrt(x[i] * x[i] + y[i] * y[i] + z[i] * z[i]);
   }
-  return std::span(piece).first(count);
+  return std::span(x).first(count);
 }
 
-/// Calls "take" with pieces of the tuples that take part, and the index of each one's first.
+/// Calls "take" with the first tuple and the length of pieces of those that take part.
 template <class Take>
-void ForPieces(std::span<const float> values, std::size_t width, const UsedNodes& used,
-               const Take& take) {
+void ForPieces(const UsedNodes& used, const Take& take) {
   for (const auto& [begin, end] : used.Ranges()) {
     for (std::size_t first = begin; first < end; first += kPiece) {
-      const std::size_t count = std::min(kPiece, end - first);
-      take(values.subspan(first * width, count * width), first);
+      take(first, std::min(kPiece, end - first));
     }
   }
 }
@@ -183,18 +179,20 @@ std::optional<std::int32_t> IdAt(std::span<const float> ids, std::size_t index) 
                             : std::nullopt;
 }
 
-Statistics StatisticsOf(std::span<const float> values, std::size_t width, const UsedNodes& used,
+Statistics StatisticsOf(const FloatTuples& tuples, const UsedNodes& used,
                         std::span<const float> ids) {
-  constexpr std::size_t kVectorWidth = 3;
+  const std::size_t width = tuples.Width();
   std::vector<ComponentFigures> components(width);
   ComponentFigures magnitude;
-  Piece piece{};
-  ForPieces(values, width, used, [&](std::span<const float> tuples, std::size_t first) {
+  std::array<Piece, kVectorWidth> pieces{};  // of the last components
+  ForPieces(used, [&](std::size_t first, std::size_t count) {
     for (std::size_t component = 0; component < width; ++component) {
-      components[component].Add(Component(tuples, width, component, piece), first);
+      Piece& piece = pieces[component % kVectorWidth];
+      Read(tuples, component, first, count, piece);
+      components[component].Add(std::span(piece).first(count), first);
     }
     if (width == kVectorWidth) {
-      magnitude.Add(Magnitudes(tuples, piece), first);
+      magnitude.Add(Magnitudes(pieces, count), first);
     }
   });
   Statistics statistics{.counted = used.Count()};
