@@ -51,7 +51,7 @@ bool IsBeyond(double distance, double a, double b, const Tolerance& tolerance) {
 }
 
 /// Tuples that are looked at together, so that they stay in the cache.
-constexpr std::size_t kPiece = 512;
+constexpr std::size_t kTuplesAtOnce = 512;
 
 /// Compares tuples of two lists of numbers.
 class NumbersComparison {
@@ -62,8 +62,8 @@ class NumbersComparison {
   /// Compares "count" tuples from "inA" on with those from "inB" on. Pieces of the same bytes are
   /// passed over: numbers agree with themselves, whatever they are.
   void AddTuples(std::size_t inA, std::size_t inB, std::size_t count) {
-    for (std::size_t first = 0; first < count; first += kPiece) {
-      const std::size_t tuples = std::min(kPiece, count - first);
+    for (std::size_t first = 0; first < count; first += kTuplesAtOnce) {
+      const std::size_t tuples = std::min(kTuplesAtOnce, count - first);
       if (!a_->HasSameBytes(inA + first, *b_, inB + first, tuples)) {
         const std::span<const float> a = a_->Read(inA + first, tuples, roomOfA_);
         const std::span<const float> b = b_->Read(inB + first, tuples, roomOfB_);
@@ -124,8 +124,9 @@ Tolerance Tolerance::For(const FloatTuples& tuples) const {
   }
   double largest = 0;
   std::vector<float> room;
-  for (std::size_t first = 0; first < tuples.Count(); first += kPiece) {
-    for (const float number : tuples.Read(first, std::min(kPiece, tuples.Count() - first), room)) {
+  for (std::size_t first = 0; first < tuples.Count(); first += kTuplesAtOnce) {
+    for (const float number :
+         tuples.Read(first, std::min(kTuplesAtOnce, tuples.Count() - first), room)) {
       largest = std::isfinite(number) ? std::max<double>(largest, std::abs(number)) : largest;
     }
   }
