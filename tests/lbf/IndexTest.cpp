@@ -108,7 +108,7 @@ TEST(Index, EntriesOfOneName_FormOneStream) {
   OpenContainer file(ContainerWriter().AddRaw("A", "1").AddRaw("B", "2").AddRaw("A", "3"));
   EXPECT_EQ(file.Index().GetBlockSizeLimiter("A").blocks, (Entries{0, 2}));
   EXPECT_EQ(file.Index().GetBlockSizeLimiter("B").blocks, (Entries{1}));
-  EXPECT_EQ(file.Index().GetStreams().size(), 2U);
+  EXPECT_EQ(file.Index().FirstEntries(), (std::vector<std::size_t>{0, 1}));
 }
 
 TEST(Index, StreamLimit_ComesFromTheEnvironmentWhenTheIndexIsRead) {
@@ -186,7 +186,7 @@ TEST(Index, Reading_IsTracedAtBothEnds) {
 TEST(Index, OfCountZero_HasNoEntries) {
   OpenContainer file{ContainerWriter()};
   EXPECT_TRUE(file.Index().IsEmpty());
-  EXPECT_TRUE(file.Index().GetStreams().empty());
+  EXPECT_TRUE(file.Index().FirstEntries().empty());
 }
 
 TEST(Index, Continuation_IsFollowedAndStaysInTheList) {
@@ -265,7 +265,7 @@ TEST(Index, CutAnywhere_FailsAndLeavesTheIndexEmpty) {
     Index index;
     EXPECT_EQ(ReadingFailure(index, container.bytes, size), tevtest::NotEnoughBytes()) << size;
     EXPECT_TRUE(index.IsEmpty());
-    EXPECT_TRUE(index.GetStreams().empty());
+    EXPECT_TRUE(index.FirstEntries().empty());
   }
 }
 
@@ -285,7 +285,7 @@ TEST(Index, ThatFailsAfterAGoodOne_IsEmpty) {
   ASSERT_FALSE(file.Index().IsEmpty());
   EXPECT_EQ(ReadingFailure(file.Index(), container.bytes, 5), tevtest::NotEnoughBytes());
   EXPECT_TRUE(file.Index().IsEmpty());
-  EXPECT_TRUE(file.Index().GetStreams().empty());
+  EXPECT_TRUE(file.Index().FirstEntries().empty());
 }
 
 TEST(Index, ReadAgain_HasEachEntryOnce) {

@@ -217,6 +217,26 @@ TEST(IndexOfManyEntries, MoreThanTheFileCanHold_AreRefusedBeforeTheyAreInflated)
   EXPECT_EQ(tevtest::DoWithin(kSmall, read), tevtest::Allowed::Enough);
 }
 
+TEST(IndexOfManyEntries, EachOfAStreamOfItsOwn_TakesLittleMemory) {
+  constexpr std::size_t kTimes = 20;
+  ByteWriter entries;
+  entries.U32(tevtest::Narrow(kMany));
+  for (std::size_t i = 0; i < kMany; ++i) {
+    const std::string digits = std::to_string(kMillion + i);
+    entries.Raw(Entry(digits.substr(1), 0, false));
+  }
+  const std::string index = entries.Bytes();
+  const tevtest::OpenBytes file(index);
+  const auto read = [&] {
+    Index found;
+    found.ReadIndexBufferFromFileStream(file.Stream(), index.size());
+    if (found.FindStream("012345") == nullptr || found.GetItems().size() != kMany) {
+      throw std::bad_alloc();
+    }
+  };
+  EXPECT_EQ(tevtest::DoWithin(kTimes * index.size(), read), tevtest::Allowed::Enough);
+}
+
 #endif
 
 }  // namespace

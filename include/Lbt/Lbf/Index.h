@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -169,20 +170,29 @@ class Index {
   [[nodiscard]] bool IsEmpty() const { return cache_.Items().empty(); }
   [[nodiscard]] const std::vector<IndexItem>& GetItems() const { return cache_.Items(); }
   [[nodiscard]] const BlockCache& GetCache() const { return cache_; }
-  [[nodiscard]] const std::map<std::string, NamedStream, std::less<>>& GetStreams() const {
-    return streams_;
-  }
+  /// Whether the file has blocks of that name.
+  [[nodiscard]] bool HasEntries(std::string_view name) const { return !RunsOf(name).empty(); }
+
+  /// The first entry of each stream that the file has, by name.
+  [[nodiscard]] std::vector<std::size_t> FirstEntries() const;
   [[nodiscard]] std::uint64_t GetIndexPosition() const { return indexPosition_; }
   [[nodiscard]] std::uint64_t GetIndexSize() const { return indexSize_; }
 
  private:
   [[nodiscard]] NamedStream& GetStream(std::string_view name);
+  [[nodiscard]] std::string_view NameOf(std::size_t entry) const {
+    return cache_.Items()[entry].name;
+  }
+  [[nodiscard]] std::span<const std::uint32_t> RunsOf(std::string_view name) const;
   void AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items);
-  void BuildStreams();
+  void FindRuns();
   [[nodiscard]] NumberedBlock Numbered(std::size_t entry) const;
 
   BlockCache cache_;
+  // Streams are made when they are asked for: an index may name millions, each in a few bytes.
   std::map<std::string, NamedStream, std::less<>> streams_;
+  std::vector<std::uint32_t> runs_;  // first entries of one name in a row, by name and number
+  std::uint32_t maxBlockSize_ = 0;   // as the environment said when the index was read
   std::optional<NumberedBlock> continuation_;
   bool isContinuationRefused_ = false;
   std::uint32_t unusedBytes_ = 0;

@@ -2,6 +2,7 @@
 
 #include "Lbt/Lbf/Index.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <utility>
@@ -70,6 +71,7 @@ void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long
   continuationUnusedBytes_ = 0;
   continuationLength_ = 0;
   streams_.clear();
+  runs_.clear();
   const off_t offset = ftello(stream);
   indexPosition_ = offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
   indexSize_ = size;
@@ -83,7 +85,7 @@ void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long
     AppendContinuation(stream, items);
   }
   cache_.Assign(std::move(items), indexPosition_ + indexSize_);
-  BuildStreams();
+  FindRuns();
   Trace("Index block read. ", kIndexHeader);
 }
 
@@ -107,11 +109,33 @@ void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items)
                std::make_move_iterator(appended.end()));
 }
 
-void Index::BuildStreams() {
-  const std::vector<IndexItem>& items = cache_.Items();
-  for (std::size_t entry = 0; entry < items.size(); ++entry) {
-    streams_[items[entry].name].Append(entry, cache_.GetBlock(entry));
+void Index::FindRuns() {
+  maxBlockSize_ = BlockSizeLimiter().maxBlockSize;
+  for (std::uint32_t entry = 0; entry < cache_.Items().size(); ++entry) {
+    if (entry == 0 || NameOf(entry) != NameOf(entry - 1)) {
+      runs_.push_back(entry);
+    }
   }
+  std::ranges::sort(runs_, [this](std::uint32_t left, std::uint32_t right) {
+    const int order = NameOf(left).compare(NameOf(right));
+    return order == 0 ? left < right : order < 0;
+  });
+}
+
+std::span<const std::uint32_t> Index::RunsOf(std::string_view name) const {
+  const auto nameOf = [this](std::uint32_t run) { return NameOf(run); };
+  return {std::ranges::lower_bound(runs_, name, {}, nameOf),
+          std::ranges::upper_bound(runs_, name, {}, nameOf)};
+}
+
+std::vector<std::size_t> Index::FirstEntries() const {
+  std::vector<std::size_t> entries;
+  for (const std::uint32_t run : runs_) {
+    if (entries.empty() || NameOf(run) != NameOf(entries.back())) {
+      entries.push_back(run);
+    }
+  }
+  return entries;
 }
 
 std::string TextOf(const NumberedBlock& block) {
@@ -140,8 +164,21 @@ NumberedBlock Index::Numbered(std::size_t entry) const {
 }
 
 NamedStream* Index::FindStream(std::string_view name) {
-  const auto found = streams_.find(name);
-  return found == streams_.end() ? nullptr : &found->second;
+  if (const auto known = streams_.find(name); known != streams_.end()) {
+    return &known->second;
+  }
+  const std::span<const std::uint32_t> runs = RunsOf(name);
+  if (runs.empty()) {
+    return nullptr;
+  }
+  NamedStream& stream = streams_[std::string(name)];
+  stream.Limiter().maxBlockSize = maxBlockSize_;
+  for (const std::uint32_t run : runs) {
+    for (std::size_t entry = run; entry < cache_.Items().size() && NameOf(entry) == name; ++entry) {
+      stream.Append(entry, cache_.GetBlock(entry));
+    }
+  }
+  return &stream;
 }
 
 NamedStream& Index::GetStream(std::string_view name) {
@@ -193,8 +230,9 @@ unsigned long Index::CreateBlock(const std::string& name) {
   IndexItem item;
   item.sequence = nextSequence_++;
   item.name = name;
+  NamedStream* known = FindStream(name);
   const std::size_t entry = cache_.Append(std::move(item));
-  streams_[name].Append(entry, cache_.GetBlock(entry));
+  (known == nullptr ? streams_[name] : *known).Append(entry, cache_.GetBlock(entry));
   return entry;
 }
 

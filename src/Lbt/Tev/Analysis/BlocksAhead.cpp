@@ -27,14 +27,13 @@ void BlocksAhead::Plan(std::span<const unsigned long> positions,
 /// What is wrong with a stream is told where the block is needed.
 void BlocksAhead::Measure() {
   isMeasured_ = true;
-  const auto& streams = file_->GetIndex().GetStreams();
-  const auto found = streams.find(stream_->GetName());
-  if (found == streams.end()) {
+  LbtLbf::NamedStream* found = file_->FindStream(stream_->GetName());
+  if (found == nullptr) {
     return;
   }
   try {
     starts_.push_back(0);
-    for (const std::uint64_t entry : found->second.Limiter().blocks) {
+    for (const std::uint64_t entry : found->Limiter().blocks) {
       entries_.push_back(entry);
       starts_.push_back(starts_.back() + file_->ReadRecordedLength(entry));
     }

@@ -69,7 +69,7 @@ std::array<std::string, 6> KnownStreams() {
 void AddMissingStreams(const LbtLbf::Index& index, FindingLog& log) {
   const std::array<std::string, 6> known = KnownStreams();
   for (std::size_t i = 1; i < known.size(); ++i) {
-    if (!index.GetStreams().contains(known.at(i))) {
+    if (!index.HasEntries(known.at(i))) {
       log.Add({.kind = Finding::Kind::MissingStream,
                .text = "there is no stream \"" + known.at(i) +
                        "\", and one of a name that nothing reads"});
@@ -83,18 +83,19 @@ void AddUnknownStreams(const LbtLbf::Index& index, const std::vector<CheckedBloc
   const auto& second = index.GetContinuation();
   const std::array<std::string, 6> known = KnownStreams();
   bool isAny = false;
-  for (const auto& [name, stream] : index.GetStreams()) {
+  for (const std::size_t entry : index.FirstEntries()) {
+    const std::string& name = index.GetItems()[entry].name;
     const bool isKnown = std::ranges::find(known, name) != known.end();
     if (!isKnown && (!second || second->stream != name)) {
       isAny = true;
-      const CheckedBlock& first = blocks[stream.Limiter().blocks.front()];
+      const CheckedBlock& first = blocks[entry];
       log.Add({.kind = Finding::Kind::UnusedBytes,
                .text = "nothing reads a stream of this name",
                .block = first.name,
                .offset = first.offset});
     }
   }
-  if (isAny && index.GetStreams().contains(known.front())) {
+  if (isAny && index.HasEntries(known.front())) {
     AddMissingStreams(index, log);
   }
 }
