@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Lbt/Tev/Analysis/Arrays.h"
+#include "Lbt/Tev/Analysis/FaceChecks.h"
 #include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
 #include "tev/FieldOptions.h"
@@ -51,6 +51,13 @@ struct LoadedFaces {
   std::span<const float> ids;
 };
 
+/// The numbers of a mesh, what its faces come to, and what is wrong with them.
+struct CheckedMesh {
+  LoadedGroup numbers;
+  FaceExtent extent;
+  std::exception_ptr failure;
+};
+
 /// "part "Arm", mesh, step "Time = 1"".
 std::string NameOfMesh(const Model& model, const AskedFaces& asked) {
   return "part " + QuotedText(model.Parts()[asked.part].name) + ", mesh" +
@@ -59,35 +66,41 @@ std::string NameOfMesh(const Model& model, const AskedFaces& asked) {
 
 /// The numbers of all meshes, in their order: all that was asked for is in memory, since how many
 /// columns a table has is known at its end.
-std::vector<LoadedGroup> LoadFaces(const Model& model, const std::vector<AskedFaces>& asked) {
+std::vector<CheckedMesh> LoadFaces(const Model& model, const std::vector<AskedFaces>& asked) {
   std::vector<WantedGroup> wanted;
   wanted.reserve(asked.size());
   for (const AskedFaces& each : asked) {
     wanted.push_back({{each.mesh.faces, true}, {each.mesh.lengths, true}, {each.mesh.elementIds}});
   }
-  std::vector<LoadedGroup> all(asked.size());
-  LoadInFileOrder({&model.GetTree(), wanted},
-                  [&](std::size_t place, const LoadedGroup& loaded) { all[place] = loaded; });
+  std::vector<CheckedMesh> all(asked.size());
+  FaceChecks checks(model.GetTree());
+  LoadInFileOrder({&model.GetTree(), wanted}, [&](std::size_t place, const LoadedGroup& loaded) {
+    const auto* coordinates = asked[place].mesh.coordinates;
+    CheckedMesh& mesh = all[place];
+    mesh.numbers = loaded;
+    mesh.failure = FailureOf({loaded[0], loaded[1]});
+    if (mesh.failure == nullptr) {
+      mesh.failure = FailureOfLoad(model.GetTree(), [&] {
+        mesh.extent = checks.Check(loaded[0], loaded[1],
+                                   coordinates == nullptr ? 0 : TuplesOf(coordinates->array));
+      });
+    }
+  });
   return all;
 }
 
 /// The faces of a mesh; tells "writer" where they, or their ids, are damaged.
 std::optional<LoadedFaces> FacesOf(const Model& model, const AskedFaces& asked,
-                                   const LoadedGroup& loaded, AnswerWriter& writer) {
-  const LoadedFaces faces{loaded[0].Wholes(), loaded[1].Wholes(), loaded[2].Floats()};
-  std::exception_ptr failure = FailureOf({loaded[0], loaded[1]});
-  if (failure == nullptr) {
-    failure = FailureOfLoad(model.GetTree(), [&] {
-      CheckFaces(faces.nodes, faces.lengths,
-                 asked.mesh.coordinates == nullptr ? 0 : TuplesOf(asked.mesh.coordinates->array));
-    });
-  }
-  const bool hasFaces = failure == nullptr;
-  failure = hasFaces ? loaded[2].failure : failure;
+                                   const CheckedMesh& mesh, AnswerWriter& writer) {
+  const LoadedGroup& loaded = mesh.numbers;
+  const bool hasFaces = mesh.failure == nullptr;
+  const std::exception_ptr failure = hasFaces ? loaded[2].failure : mesh.failure;
   if (failure != nullptr) {
     writer.AddMissing(NameOfMesh(model, asked) + ": " + FailureOf(failure).what());
   }
-  return hasFaces ? std::optional(faces) : std::nullopt;
+  return hasFaces ? std::optional(
+                        LoadedFaces{loaded[0].Wholes(), loaded[1].Wholes(), loaded[2].Floats()})
+                  : std::nullopt;
 }
 
 void WriteFaces(const Model& model, const AskedFaces& asked, const LoadedFaces& faces, Rows& rows) {
@@ -106,14 +119,12 @@ void WriteFaces(const Model& model, const AskedFaces& asked, const LoadedFaces& 
 
 void WriteFacesAsCsv(const Model& model, const std::vector<AskedFaces>& asked,
                      AnswerWriter& writer) {
-  const std::vector<LoadedGroup> loaded = LoadFaces(model, asked);
+  const std::vector<CheckedMesh> loaded = LoadFaces(model, asked);
   std::vector<std::optional<LoadedFaces>> faces;
   unsigned int longest = 0;
   for (std::size_t i = 0; i < asked.size(); ++i) {
     faces.push_back(FacesOf(model, asked[i], loaded[i], writer));
-    if (faces.back() && !faces.back()->lengths.empty()) {
-      longest = std::max(longest, *std::ranges::max_element(faces.back()->lengths));
-    }
+    longest = faces.back() ? std::max(longest, loaded[i].extent.longest) : longest;
   }
   Rows rows(writer.Text());
   rows.Add("part,step,index,id");
@@ -170,7 +181,7 @@ void AnswerMesh(const Model& model, const Selection& selection, const Input& inp
     throw UsageError(input.path + ": npy holds one mesh, and " + std::to_string(asked.size()) +
                      " fit");
   }
-  const std::vector<LoadedGroup> loaded = LoadFaces(model, asked);
+  const std::vector<CheckedMesh> loaded = LoadFaces(model, asked);
   if (const auto faces = FacesOf(model, asked.front(), loaded.front(), writer)) {
     WriteFacesAsNpy(*faces, *npyOutput, input.source);
   }

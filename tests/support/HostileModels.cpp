@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <numeric>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -89,13 +90,21 @@ NodeRef AddParts(ModelWriter& model) {
   return model.AddGroup("Geometry", model.AddGroup("model", 0));
 }
 
-/// A result of a stated size at a stated place, without bytes of its own.
-Variable Result(std::string_view name, std::size_t position, std::size_t bytes) {
-  Variable variable = Variable::Floats(name, kScalarResult, 1, {});
+/// A variable of a stated size at a stated place, without bytes of its own.
+Variable Placed(std::string_view name, std::uint32_t type, std::size_t position,
+                std::size_t bytes) {
+  Variable variable = Variable::Floats(name, type, type == kCoordinates ? 3 : 1, {});
   variable.heavyPosition = position;
   variable.byteCount = Narrow(bytes);
   return variable;
 }
+
+Variable Result(std::string_view name, std::size_t position, std::size_t bytes) {
+  return Placed(name, kScalarResult, position, bytes);
+}
+
+/// What a variable's name has at its end for one of many steps.
+std::string StepName(std::size_t step) { return "\x1eT = " + std::to_string(step); }
 
 /// "records" records of one node, whose light data, a size of 0, lie at two places in turn.
 ModelWriter TwoPlacesInTurn(std::size_t first, std::size_t second, std::size_t records) {
@@ -120,6 +129,30 @@ NodeRef AddShapesOfOneGeometry(ModelWriter& model, NodeRef group, std::size_t sh
   for (std::size_t i = 1; i < shapes; ++i)
     model.At(model.AddShape("S", group, "0.1")).firstChild = geometry;
   return geometry;
+}
+
+/// A geometry that has nodes, from 1 to a most of them in turn, a result and the same triangles at
+/// each step. The last corner names "lastNode", the others the first.
+HostileModel TrianglesAtSteps(std::size_t steps, std::size_t faces, std::size_t mostPoints,
+                              char lastNode = 0) {
+  constexpr std::size_t kNumber = 4;
+  constexpr std::size_t kCorners = 3;
+  ModelWriter model = CompressedModel();
+  const NodeRef geometry = model.AddGeometry("g", model.AddShape("S", AddParts(model), "0.1"));
+  const std::size_t names = faces * kCorners * kNumber;
+  for (std::size_t step = 0; step < steps; ++step) {
+    const std::string at = StepName(step);
+    const std::size_t size = (step % mostPoints + 1) * kNumber;
+    model.AddVariable(geometry, Placed("Coordinates" + at, kCoordinates, 0, size * kCorners));
+    model.AddVariable(geometry, Placed("Connectivity" + at, kConnectivity, 0, names));
+    model.AddVariable(geometry, Placed("Polylength" + at, kPolylength, names, faces * kNumber));
+    model.AddVariable(geometry, Result("R" + at, 0, size));
+  }
+  // The numbers are shuffled: all of their lowest bytes come first.
+  const std::string heavy = std::string(faces * kCorners - 1, '\0') + lastNode +
+                            std::string(names - faces * kCorners, '\0') + std::string(faces, '\3') +
+                            std::string(faces * (kNumber - 1), '\0');
+  return Build(model, {{.name = std::string(kHeavyData), .payload = heavy, .compressed = true}});
 }
 
 /// Adds "count" nodes of a type whose light data are those at the start.
@@ -259,6 +292,44 @@ HostileModel ShapesOfALongName(std::size_t shapes, std::size_t length) {
   return Build(model);
 }
 
+HostileModel MeshesOnSameBytes(std::size_t steps, std::size_t faces) {
+  return TrianglesAtSteps(steps, faces, 1);
+}
+
+HostileModel DamagedFacesOnSameBytes(std::size_t steps, std::size_t faces) {
+  return TrianglesAtSteps(steps, faces, 1, '\1');
+}
+
+HostileModel FacesOfVariousPoints(std::size_t steps, std::size_t faces) {
+  constexpr std::size_t kMostPoints = 1000;
+  return TrianglesAtSteps(steps, faces, kMostPoints);
+}
+
+HostileModel IdsInTurn(const IdsOfSteps& ids) {
+  constexpr std::uint32_t kNodeIds = 10;
+  constexpr std::size_t kPlacesOfResults = 2;
+  std::vector<float> numbers(ids.nodes);
+  std::iota(numbers.begin(), numbers.end(), 1.0F);
+  if (ids.areDescending)
+    std::reverse(numbers.begin(), numbers.end());
+  const std::string stored = Shuffle(ElementBytes(numbers), 1);
+  ModelWriter model = CompressedModel();
+  const NodeRef geometry = model.AddGeometry("g", model.AddShape("S", AddParts(model), "0.1"));
+  std::string heavy;
+  for (std::size_t place = 0; place < ids.places; ++place)
+    heavy += stored;
+  model.AddVariable(geometry, Placed("Coordinates", kCoordinates, heavy.size(), 3 * stored.size()));
+  for (std::size_t step = 0; step < ids.steps; ++step) {
+    const std::string at = StepName(step);
+    model.AddVariable(geometry, Placed("Node Ids" + at, kNodeIds, step % ids.places * stored.size(),
+                                       stored.size()));
+    model.AddVariable(geometry,
+                      Result("R" + at, step % kPlacesOfResults * stored.size(), stored.size()));
+  }
+  heavy.append(3 * stored.size(), '\0');
+  return Build(model, {{.name = std::string(kHeavyData), .payload = heavy, .compressed = true}});
+}
+
 HostileModel LinksOfALongName(std::size_t links, std::size_t length) {
   ModelWriter model = CompressedModel();
   const NodeRef geometry =
@@ -322,6 +393,22 @@ HostileModel EmptyIndexEntries(std::size_t entries) {
   ContainerWriter container = CompressedModel().ToContainer();
   const std::string count = ByteWriter().U32(Narrow(entries)).Bytes();
   container.Add(Zeros("\vIndex Block 1", entries * kEntry, count));
+  return Build(container);
+}
+
+HostileModel StreamsOfShortNames(std::size_t streams) {
+  constexpr std::size_t kSizeCompressionOptions = 6;
+  ByteWriter entries;
+  entries.U32(Narrow(streams));
+  for (std::size_t i = 0; i < streams; ++i) {
+    // From both ends in turn, so that they are in no order.
+    const std::size_t name = i % 2 == 0 ? i : 2 * streams - i;
+    entries.U8(0).U32(3).U8(static_cast<std::uint8_t>(name >> 16U));
+    entries.U8(static_cast<std::uint8_t>(name >> 8U)).U8(static_cast<std::uint8_t>(name));
+    entries.Raw(std::string(kSizeCompressionOptions, '\0'));
+  }
+  ContainerWriter container = CompressedModel().ToContainer();
+  container.Add({.name = "\vIndex Block 1", .payload = entries.Bytes(), .compressed = true});
   return Build(container);
 }
 

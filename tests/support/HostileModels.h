@@ -60,6 +60,26 @@ struct SharedLightData {
 /// "shapes" shapes that name one geometry of one result, under a group with a name of "length".
 [[nodiscard]] HostileModel ShapesOfALongName(std::size_t shapes, std::size_t length);
 
+/// A geometry with faces of its own at each of "steps" steps, all of them the same "faces"
+/// triangles, which name the first node.
+[[nodiscard]] HostileModel MeshesOnSameBytes(std::size_t steps, std::size_t faces);
+
+/// The same, where one face names a node that the mesh has not.
+[[nodiscard]] HostileModel DamagedFacesOnSameBytes(std::size_t steps, std::size_t faces);
+
+/// A geometry with one result at each of "steps" steps, whose numbers lie at two places in turn,
+/// and whose node ids, from 1 on, at "places".
+struct IdsOfSteps {
+  std::size_t steps = 0;
+  std::size_t nodes = 0;
+  std::size_t places = 3;
+  bool areDescending = false;
+};
+[[nodiscard]] HostileModel IdsInTurn(const IdsOfSteps& ids);
+
+/// As MeshesOnSameBytes, with coordinates and a result of 1 to 1,000 nodes in turn.
+[[nodiscard]] HostileModel FacesOfVariousPoints(std::size_t steps, std::size_t faces);
+
 /// "links" variables that share one array, in a geometry with a name of "length".
 [[nodiscard]] HostileModel LinksOfALongName(std::size_t links, std::size_t length);
 
@@ -79,6 +99,9 @@ struct SharedLightData {
 
 /// A second index of "entries" entries without name or size, all zeros.
 [[nodiscard]] HostileModel EmptyIndexEntries(std::size_t entries);
+
+/// A second index of as many empty entries, each of a stream of its own.
+[[nodiscard]] HostileModel StreamsOfShortNames(std::size_t streams);
 
 /// A geometry of "count" results, each at a step of its own, and as many parts: the names of all
 /// results, steps and parts differ and have one std::hash.

@@ -39,6 +39,19 @@ const std::vector<HostileRow>& HostileRows() {
        [] { return ShapesOfOneGeometry(5000, 5000); }},
       {"shapes-of-one-table", [] { return ShapesOfOneTable(5, 4, 20); },
        [] { return ShapesOfOneTable(64, 40, 25600); }},
+      {"meshes-on-same-bytes", [] { return MeshesOnSameBytes(10, 100); },
+       [] { return MeshesOnSameBytes(600, 50000); }},
+      {"damaged-faces-on-same-bytes", [] { return DamagedFacesOnSameBytes(10, 100); },
+       [] { return DamagedFacesOnSameBytes(600, 50000); }},
+      {"ids-in-turn",
+       [] {
+         return IdsInTurn({10, 100});
+       },
+       [] {
+         return IdsInTurn({1000, 50000});
+       }},
+      {"faces-of-various-points", [] { return FacesOfVariousPoints(10, 100); },
+       [] { return FacesOfVariousPoints(600, 50000); }},
       {"shapes-of-a-long-name", [] { return ShapesOfALongName(10, 1000); },
        [] { return ShapesOfALongName(1000, 16 * kMebi); }},
       {"links-of-a-long-name", [] { return LinksOfALongName(10, 1000); },
@@ -52,6 +65,8 @@ const std::vector<HostileRow>& HostileRows() {
       {"tiny-blocks", [] { return TinyBlocks(40); }, [] { return TinyBlocks(650000); }},
       {"empty-index-entries", [] { return EmptyIndexEntries(500); },
        [] { return EmptyIndexEntries(90000000); }},
+      {"streams-of-short-names", [] { return StreamsOfShortNames(200); },
+       [] { return StreamsOfShortNames(1000000); }},
       {"names-of-one-hash", [] { return NamesOfOneHash(20); },
        [] { return NamesOfOneHash(20000); }},
   };

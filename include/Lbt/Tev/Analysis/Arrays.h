@@ -84,9 +84,18 @@ class UsedNodes {
 /// Throws "Model Error" where the sum of the lengths of faces is not the number of their nodes.
 void CheckLengths(std::size_t sum, std::size_t nodes);
 
+/// What faces ask of their mesh.
+struct FaceExtent {
+  std::size_t listed = 0;    ///< nodes in their list
+  std::size_t sum = 0;       ///< of their lengths
+  std::size_t points = 0;    ///< one more than the highest node that the list names
+  unsigned int longest = 0;  ///< of the lengths, but for those that the list cannot hold
+};
+[[nodiscard]] FaceExtent ExtentOf(std::span<const unsigned int> faces,
+                                  std::span<const unsigned int> lengths);
+
 /// Throws "Model Error" where the lengths of faces do not make up the list of their nodes, or
 /// where it names a node at or above "points".
-void CheckFaces(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,
-                std::size_t points);
+void CheckFaces(const FaceExtent& faces, std::size_t points);
 
 }  // namespace LbtTev::Analysis

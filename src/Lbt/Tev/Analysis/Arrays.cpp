@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <numeric>
 #include <string>
 
 #include "Lbt/Lbf/Inflation.h"
@@ -21,8 +20,8 @@ namespace {
                   "include/Lbt/Tev/Analysis/Arrays");
 }
 
-void RequirePoint(std::size_t node, std::size_t points) {
-  if (node >= points) {
+void RequirePoints(std::size_t wanted, std::size_t points) {
+  if (wanted > points) {
     RaiseDamage("A face names a node that the mesh has not");
   }
 }
@@ -131,12 +130,21 @@ void CheckLengths(std::size_t sum, std::size_t nodes) {
   }
 }
 
-void CheckFaces(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,
-                std::size_t points) {
-  CheckLengths(std::accumulate(lengths.begin(), lengths.end(), std::size_t{0}), faces.size());
-  if (!faces.empty()) {
-    RequirePoint(*std::ranges::max_element(faces), points);
+FaceExtent ExtentOf(std::span<const unsigned int> faces, std::span<const unsigned int> lengths) {
+  FaceExtent extent{.listed = faces.size()};
+  for (const unsigned int length : lengths) {
+    extent.sum += length;
+    extent.longest = length <= faces.size() ? std::max(extent.longest, length) : extent.longest;
   }
+  if (!faces.empty()) {
+    extent.points = *std::ranges::max_element(faces) + std::size_t{1};
+  }
+  return extent;
+}
+
+void CheckFaces(const FaceExtent& faces, std::size_t points) {
+  CheckLengths(faces.sum, faces.listed);
+  RequirePoints(faces.points, points);
 }
 
 UsedNodes::UsedNodes(std::size_t points) : count_(points) {
@@ -147,12 +155,12 @@ UsedNodes::UsedNodes(std::size_t points) : count_(points) {
 
 UsedNodes::UsedNodes(std::span<const unsigned int> faces, std::span<const unsigned int> lengths,
                      std::size_t points) {
-  CheckFaces(faces, lengths, points);
+  const FaceExtent extent = ExtentOf(faces, lengths);
+  CheckFaces(extent, points);
   // A flag for each node that can be meant, unless the file only claims that many.
   constexpr std::size_t kFlagsPerFace = 256;
-  const std::size_t highest = faces.empty() ? 0 : *std::ranges::max_element(faces) + std::size_t{1};
-  if (highest / kFlagsPerFace <= faces.size()) {
-    std::vector<bool> isUsed(highest);
+  if (extent.points / kFlagsPerFace <= faces.size()) {
+    std::vector<bool> isUsed(extent.points);
     for (const unsigned int node : faces) {
       isUsed[node] = true;
     }
@@ -175,7 +183,7 @@ UsedNodes::UsedNodes(std::span<const unsigned int> faces, std::span<const unsign
 
 void UsedNodes::RequireWithin(std::size_t points) const {
   if (!ranges_.empty()) {
-    RequirePoint(ranges_.back().second - 1, points);
+    RequirePoints(ranges_.back().second, points);
   }
 }
 

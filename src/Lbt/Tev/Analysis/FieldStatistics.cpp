@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "Lbt/Tev/Analysis/FileOrder.h"
+#include "Lbt/Tev/Analysis/Remembered.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
-#include "Remembered.h"
 
 namespace LbtTev::Analysis {
 

@@ -108,7 +108,11 @@ WantedGroup WantedOf(const MeshVariables& mesh) {
 }
 
 GroupComparison::GroupComparison(const Tree& a, const Tree& b, const Tolerance& tolerance)
-    : heavyOfA_(a.GetStreams().heavy), heavyOfB_(b.GetStreams().heavy), tolerance_(tolerance) {}
+    : heavyOfA_(a.GetStreams().heavy),
+      heavyOfB_(b.GetStreams().heavy),
+      facesOfA_(a),
+      facesOfB_(b),
+      tolerance_(tolerance) {}
 
 GroupComparison::PairKey GroupComparison::KeyOf(const ArrayPair& arrays) {
   return {Identity(*arrays.a), Identity(*arrays.b)};
@@ -140,25 +144,9 @@ std::shared_ptr<const TupleMatch> GroupComparison::Match(const MatchInputs& inpu
 }
 
 void GroupComparison::CheckFacesOf(const LoadedMesh& mesh, bool isInA) {
-  if (mesh.variables->faces == nullptr) {
-    return;
-  }
-  const LoadedArray& faces = (*mesh.numbers)[kFaces];
-  const LoadedArray& lengths = (*mesh.numbers)[kLengths];
-  const std::size_t points = PointsOf(*mesh.variables);
-  const auto check = [&]() -> std::exception_ptr {
-    const std::size_t bytes = BytesOf(faces) + BytesOf(lengths);
-    (isInA ? heavyOfA_ : heavyOfB_)->Charge(bytes);
-    try {
-      CheckFaces(faces.Wholes(), lengths.Wholes(), points);
-    } catch (const Lbt::Util::Exception&) {
-      return std::current_exception();
-    }
-    return nullptr;
-  };
-  if (const auto& failure =
-          checks_.Of({isInA, KeyOf(ArrayPair{&faces, &lengths}), points}, 0, check)) {
-    std::rethrow_exception(failure);
+  if (mesh.variables->faces != nullptr) {
+    (isInA ? facesOfA_ : facesOfB_)
+        .Check((*mesh.numbers)[kFaces], (*mesh.numbers)[kLengths], PointsOf(*mesh.variables));
   }
 }
 

@@ -1,16 +1,16 @@
 #pragma once
 
 #include <cstddef>
-#include <exception>
 #include <memory>
 #include <tuple>
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Difference.h"
+#include "Lbt/Tev/Analysis/FaceChecks.h"
 #include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/ModelDifference.h"
-#include "Remembered.h"
+#include "Lbt/Tev/Analysis/Remembered.h"
 
 /// Compares what has been loaded of two models.
 namespace LbtTev::Analysis {
@@ -84,9 +84,10 @@ class GroupComparison {
 
   std::shared_ptr<ModelStream> heavyOfA_;
   std::shared_ptr<ModelStream> heavyOfB_;
+  FaceChecks facesOfA_;
+  FaceChecks facesOfB_;
   Tolerance tolerance_;
   bool isChargingA_ = true;
-  Remembered<std::tuple<bool, PairKey, std::size_t>, std::exception_ptr> checks_;
   Remembered<MatchKey, std::shared_ptr<const TupleMatch>> matches_;
   Remembered<MatchKey, NumbersDifference> ids_;
   Remembered<std::tuple<PairKey, std::size_t, MatchKey>, NumbersDifference> numbers_;
