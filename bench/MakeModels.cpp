@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "support/ByteWriter.h"
 #include "support/HostileRows.h"
 #include "support/ModelWriter.h"
 
@@ -179,7 +180,22 @@ struct Amounts {
   std::size_t names = 1;
 };
 
-/// Each part has "nodes" nodes, "names" results at each of "steps" steps, each with "attributes".
+/// Triangles around a ring of "nodes" nodes, one from each.
+void AddTriangles(ModelWriter& model, NodeRef geometry, std::size_t nodes) {
+  constexpr std::uint32_t kCorners = 3;
+  std::vector<std::uint32_t> corners;
+  for (std::size_t node = 0; node < nodes; ++node) {
+    for (std::size_t corner = 0; corner < kCorners; ++corner) {
+      corners.push_back(Narrow((node + corner) % nodes));
+    }
+  }
+  model.AddVariable(geometry, Variable::Uints("Connectivity", kConnectivity, 1, corners));
+  model.AddVariable(geometry, Variable::Uints("Polylength", kPolylength, 1,
+                                              std::vector<std::uint32_t>(nodes, kCorners)));
+}
+
+/// Each part has "nodes" nodes and as many triangles, "names" results at each of "steps" steps,
+/// each with "attributes".
 ModelWriter ModelOf(const Amounts& amounts) {
   ModelWriter model;
   const NodeRef group = model.AddGroup("Geometry", model.AddGroup("model", 0));
@@ -192,6 +208,9 @@ ModelWriter ModelOf(const Amounts& amounts) {
     const std::string partName = "Part " + std::to_string(part);
     const NodeRef geometry = model.AddGeometry(partName, model.AddShape(partName, group));
     model.AddVariable(geometry, Variable::Floats("Node Ids", kIds, 1, Ids(amounts.nodes)));
+    model.AddVariable(geometry, Variable::Floats("Coordinates", kCoordinates, 3,
+                                                 Field(3 * amounts.nodes, 2, 250.0F)));
+    AddTriangles(model, geometry, amounts.nodes);
     for (std::size_t name = 0; name < amounts.names; ++name) {
       for (std::size_t step = 0; step < amounts.steps; ++step) {
         model.AddVariable(geometry, Variable::Floats("Result " + std::to_string(name) +
@@ -204,7 +223,8 @@ ModelWriter ModelOf(const Amounts& amounts) {
   return model;
 }
 
-/// For each thing: a model that has little of all, and such that have 1 to 8 times as much of it.
+/// For each thing: a model that has little of all, and such that have 1 to 8 times as much of it;
+/// prints the name and the last block of each.
 void MakeGrowth(const fs::path& directory) {
   struct Thing {
     const char* name;
@@ -219,20 +239,22 @@ void MakeGrowth(const fs::path& directory) {
     for (const std::size_t times : {0U, 1U, 2U, 4U, 8U}) {
       Amounts amounts;
       amounts.*thing.amount = std::max<std::size_t>(1, times * thing.once);
-      Save(directory / (std::string(thing.name) + std::to_string(times) + ".tev"),
-           ModelOf(amounts).Build());
+      ContainerWriter model = ModelOf(amounts).ToContainer();
+      const std::string name = thing.name + std::to_string(times);
+      Save(directory / (name + ".tev"), model.Build().bytes);
+      std::cout << name << '\t' << model.Blocks().size() - 1 << '\n';
     }
   }
 }
 
-/// The files that ask for far more than they hold; prints the name and the inflated size
-/// of each.
+/// The files that ask for far more than they hold; prints the name, the inflated size and the
+/// last block of each.
 void MakeHostile(const fs::path& directory) {
   fs::create_directories(directory);
   for (const HostileRow& row : HostileRows()) {
     const HostileModel model = row.full();
     Save(directory / (std::string(row.name) + ".tev"), model.bytes);
-    std::cout << row.name << '\t' << model.inflated << '\n';
+    std::cout << row.name << '\t' << model.inflated << '\t' << model.blocks - 1 << '\n';
   }
 }
 

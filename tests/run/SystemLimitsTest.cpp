@@ -164,24 +164,51 @@ class ImpatientPipe {
 
 class StandardOutputThatWouldBlock : public SystemLimits {
  protected:
-  void ExpectWaitedFor(const std::vector<std::string>& arguments) const {
-    const std::string expected = Run(arguments).output;
-    EXPECT_GT(expected.size(), kLong);
+  /// "run" runs a program with options.
+  template <class Run>
+  static void ExpectWaitedFor(const Run& run) {
+    const auto whole = run(RunOptions());
+    EXPECT_EQ(whole.status, 0);
+    EXPECT_GT(whole.output.size(), kLong);
     const ImpatientPipe pipe;
-    auto run =
-        std::async(std::launch::async, [&] { return Run(arguments, {.output = pipe.Stream()}); });
-    EXPECT_EQ(MaskPeakMemory(pipe.ReadLate(run)), expected);
-    const Outcome outcome = run.get();
+    auto late =
+        std::async(std::launch::async, [&] { return run(RunOptions{.output = pipe.Stream()}); });
+    EXPECT_EQ(MaskPeakMemory(pipe.ReadLate(late)), MaskPeakMemory(whole.output));
+    const auto outcome = late.get();
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.error, Notice());
+    EXPECT_EQ(outcome.error, whole.error);
   }
+
+  void ExpectReportWaitedFor(const std::vector<std::string>& arguments) const {
+    ExpectWaitedFor([&](const RunOptions& options) { return Run(arguments, options); });
+  }
+
+  static void ExpectAnswerWaitedFor(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), TEV_PROGRAM);
+    ExpectWaitedFor([&](const RunOptions& options) { return RunProgram(arguments, options); });
+  }
+
+  const HostileModel large = ShapesOfOneTable(1, 2, 100000);
+  const std::string table = dir.Write("table.tev", large.bytes);
 };
 
-TEST_F(StandardOutputThatWouldBlock, WithAReport_IsWaitedFor) { ExpectWaitedFor({longModel}); }
+TEST_F(StandardOutputThatWouldBlock, WithAReport_IsWaitedFor) {
+  ExpectReportWaitedFor({longModel});
+}
 
 TEST_F(StandardOutputThatWouldBlock, WithADump_IsWaitedFor) {
-  const std::string table = dir.Write("table.tev", ShapesOfOneTable(1, 2, 50000).bytes);
-  ExpectWaitedFor({"--extract-data", table});
+  ExpectReportWaitedFor({"--extract-data", table});
+}
+
+TEST_F(StandardOutputThatWouldBlock, WithAnAnswer_IsWaitedFor) {
+  ExpectAnswerWaitedFor({"info", longModel});
+  ExpectAnswerWaitedFor({"info", "--json", longModel});
+}
+
+TEST_F(StandardOutputThatWouldBlock, WithNumbersOrBytes_IsWaitedFor) {
+  ExpectAnswerWaitedFor({"values", "--result", "R", table});
+  ExpectAnswerWaitedFor({"cdf", table, "g", "-"});
+  ExpectAnswerWaitedFor({"block", table, std::to_string(large.blocks - 1)});
 }
 
 // A sanitizer needs more stack for itself.
@@ -189,40 +216,54 @@ TEST_F(StandardOutputThatWouldBlock, WithADump_IsWaitedFor) {
 
 class LittleStack : public SystemLimits {
  protected:
-  void ExpectSame(std::vector<std::string> command, const std::string& path) const {
+  static constexpr std::size_t kDeep = 5000;
+
+  void ExpectSame(const std::vector<std::string>& command) const {
     constexpr rlim_t kStack = rlim_t{128} * 1024;
-    command.push_back(path);
     RunOptions options{.environment = {{"QUARLO_TEMP_PATH", logDirectory}},
                        .workingDirectory = dir.Path()};
     const RunResult whole = RunProgram(command, options);
     options.hooks = {Limit(RLIMIT_STACK, kStack)};
     const RunResult run = RunProgram(command, options);
-    EXPECT_EQ(run.signal, 0) << command[0] << ' ' << command[1] << ' ' << path;
+    EXPECT_EQ(run.signal, 0) << ::testing::PrintToString(command);
     EXPECT_EQ(run.status, whole.status);
     EXPECT_EQ(MaskPeakMemory(run.output), MaskPeakMemory(whole.output));
   }
 
-  /// Two sound models, one that is cut and one that is no model.
+  /// Sound models, two of them deep, one that is cut and one that is no model.
   [[nodiscard]] std::vector<std::string> Paths() const {
     const std::string examples = TEVINFO_EXAMPLES_DIR;
-    return {examples + "/bracket.tev", examples + "/heatsink.tev",
-            dir.Write("cut.tev", bytes.substr(0, bytes.size() / 2)), dir.Write("none", "text")};
+    return {examples + "/bracket.tev",
+            examples + "/heatsink.tev",
+            dir.Write("groups.tev", NestedGroups(kDeep).bytes),
+            dir.Write("parts.tev", NestedParts(kDeep / 2).bytes),
+            dir.Write("cut.tev", bytes.substr(0, bytes.size() / 2)),
+            dir.Write("none", "text")};
   }
 };
 
 TEST_F(LittleStack, OfEveryReport_IsEnough) {
   for (const std::string& path : Paths()) {
-    ExpectSame({TEVINFO_PROGRAM, "--none"}, path);
-    ExpectSame({TEVINFO_PROGRAM, "--ekm-meta-data"}, path);
-    ExpectSame({TEVINFO_PROGRAM, "--extract-data"}, path);
+    ExpectSame({TEVINFO_PROGRAM, path});
+    ExpectSame({TEVINFO_PROGRAM, "--ekm-meta-data", path});
+    ExpectSame({TEVINFO_PROGRAM, "--extract-data", path});
   }
 }
 
 TEST_F(LittleStack, OfEveryVerb_IsEnough) {
   for (const std::string& path : Paths()) {
-    for (const char* verb : {"info", "tree", "blocks", "check"}) {
-      ExpectSame({TEV_PROGRAM, verb}, path);
-      ExpectSame({TEV_PROGRAM, verb, "--json"}, path);
+    for (const char* verb : {"list", "info", "tree", "blocks", "sets", "check", "results"}) {
+      ExpectSame({TEV_PROGRAM, verb, path});
+      ExpectSame({TEV_PROGRAM, verb, "--json", path});
+    }
+    ExpectSame({TEV_PROGRAM, "results", "--stats", path});
+    ExpectSame({TEV_PROGRAM, "values", path});
+    ExpectSame({TEV_PROGRAM, "values", "--mesh", path});
+    ExpectSame({TEV_PROGRAM, "diff", path, path});
+    ExpectSame({TEV_PROGRAM, "diff", path, dir / "small.tev"});
+    ExpectSame({TEV_PROGRAM, "block", path, "0"});
+    for (const char* geometry : {"g", "Arm"}) {
+      ExpectSame({TEV_PROGRAM, "cdf", path, geometry, "-"});
     }
   }
 }
