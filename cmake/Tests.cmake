@@ -19,6 +19,8 @@ endif()
 # optimising code that runs once. What is tested is built as ever.
 function(tevinfo_build_fast target)
   target_compile_options(${target} PRIVATE -O0)
+  # What Boost has its users define: precompiled headers are only taken where all is defined alike.
+  target_compile_definitions(${target} PRIVATE BOOST_ALL_NO_LIB)
   get_property(owner GLOBAL PROPERTY TEVINFO_PRECOMPILED_FOR_TESTS)
   if(owner)
     target_precompile_headers(${target} REUSE_FROM ${owner})
