@@ -29,8 +29,13 @@ std::string LineOf(const Failure& failure) {
 }  // namespace
 
 AnswerWriter::AnswerWriter(Style style, AnswerOutput& output, Progress& progress)
-    : style_(std::move(style)), output_(&output), progress_(&progress), heldStream_(&held_) {
-  heldStream_.exceptions(std::ios::badbit);  // else a lack of memory would only cut the answer
+    : style_(std::move(style)),
+      output_(&output),
+      progress_(&progress),
+      waitingStream_(&waiting_),
+      heldStream_(&held_) {
+  waitingStream_.exceptions(std::ios::badbit);  // else a lack of memory would only cut the answer
+  heldStream_.exceptions(std::ios::badbit);
 }
 
 void AnswerWriter::BeginFile(const std::string& path) {
@@ -39,6 +44,7 @@ void AnswerWriter::BeginFile(const std::string& path) {
   missing_.clear();
   missingPrefix_.clear();
   missingWritten_ = 0;
+  missingCount_ = 0;
   lost_ = {};
   failure_.reset();
   told_ = Told::OnStandardError;
@@ -97,8 +103,9 @@ JsonWriter& AnswerWriter::Facts() {
   return *facts_;
 }
 
-void AnswerWriter::AddMissing(std::string what) {
+void AnswerWriter::AddMissing(std::string what, std::size_t count) {
   missing_.push_back(missingPrefix_ + std::move(what));
+  missingCount_ += count;
 }
 
 void AnswerWriter::Fail(const Failure& failure, Told told) {
@@ -124,7 +131,7 @@ std::optional<Failure> AnswerWriter::GetFailure() const {
   if (failure_ || missing_.empty()) {
     return failure_;
   }
-  const std::size_t others = missing_.size() - 1;
+  const std::size_t others = missingCount_ - 1;
   return Failure(
       FailureCode::Damaged,
       missing_.front() + (others == 0 ? "" : ", and " + std::to_string(others) + " more"));
@@ -152,12 +159,27 @@ void AnswerWriter::WriteHead(JsonWriter& json) {
 
 void AnswerWriter::BeginDocument() {
   if (!document_) {
-    document_.emplace(output_->Stream());
+    document_.emplace(EntryStream());
     document_->OpenObject();
     document_->Member("format", FormatOf(style_.verb));
     document_->Key("files");
     document_->OpenList();
   }
+}
+
+/// Where an entry goes.
+std::ostream& AnswerWriter::EntryStream() {
+  if (nothing_ && !isBegun_) {
+    return waitingStream_;
+  }
+  if (!isBegun_) {
+    isBegun_ = true;
+    waiting_.CopyTo(output_->Stream());
+    if (document_) {
+      document_->GoOnIn(output_->Stream());
+    }
+  }
+  return output_->Stream();
 }
 
 void AnswerWriter::WriteEntry() {
@@ -166,9 +188,10 @@ void AnswerWriter::WriteEntry() {
   }
   progress_->Clear();
   const bool isLine = style_.form == Form::JsonLines;
+  std::ostream& stream = EntryStream();
   std::optional<JsonWriter> line;
   if (isLine) {
-    line.emplace(output_->Stream(), JsonLayout::OneLine);
+    line.emplace(stream, JsonLayout::OneLine);
   } else {
     BeginDocument();
   }
@@ -181,10 +204,10 @@ void AnswerWriter::WriteEntry() {
   if (nothing_) {
     json.Member("noMatch", *nothing_);
   }
-  held_.CopyTo(output_->Stream());
+  held_.CopyTo(stream);
   json.Close();
   if (isLine) {
-    output_->Stream() << '\n';
+    stream << '\n';
   }
 }
 
@@ -197,7 +220,7 @@ void AnswerWriter::TellEachMissing() const {
     ReportFailure(path_, "damaged: " + missing_[i] + (isLast ? std::string(kHint) : ""));
   }
   if (told < missing_.size()) {
-    ReportFailure(path_, "damaged: and " + std::to_string(missing_.size() - told) + " more" +
+    ReportFailure(path_, "damaged: and " + std::to_string(missingCount_ - told) + " more" +
                              std::string(kHint));
   }
 }

@@ -29,9 +29,13 @@ enum class Told { OnStandardError, InTheAnswer };
 /// What of a model's nodes could not be read: facts that rest on it are unknown, not zero.
 struct LostData {
   std::set<unsigned int> lightOf;  ///< ids of the nodes that have no light data, or not all
+  bool isLightOfAll = false;       ///< whether no node has any
   bool hasAttributes = false;      ///< whether there are attributes among it
+  bool hasRecords = false;         ///< whether there are nodes among it
 
-  [[nodiscard]] bool HasLightOf(unsigned int id) const { return lightOf.contains(id); }
+  [[nodiscard]] bool HasLightOf(unsigned int id) const {
+    return isLightOfAll || lightOf.contains(id);
+  }
 };
 
 /// Writes the answers on several files, one after another, each in as many pieces as it comes in,
@@ -76,7 +80,8 @@ class AnswerWriter {
 
   /// Says that a part of the file is lost, and which. What is there is told all the same, and the
   /// file has failed, as damaged. To be called before the first Text() where that is possible.
-  void AddMissing(std::string what);
+  /// "count" is how many losses the text stands for.
+  void AddMissing(std::string what, std::size_t count = 1);
 
   /// What is missing of the nodes, for those who tell of them.
   [[nodiscard]] LostData& Lost() { return lost_; }
@@ -92,7 +97,8 @@ class AnswerWriter {
   void FailWithoutFacts(const Failure& failure);
 
   /// Says that the file has nothing of what is asked for, and why: an ENTRY has "noMatch" in place
-  /// of facts. That is no failure of the file.
+  /// of facts. That is no failure of the file. Such an ENTRY waits for an answer with facts or a
+  /// failure: as long as there is none, nothing is written.
   void TellOfNothing(const std::string& why);
 
   /// The failure of the file, as far as it is known; what is missing makes one.
@@ -104,7 +110,7 @@ class AnswerWriter {
   /// Ends the answer and tells of a failure.
   void EndFile();
 
-  /// Ends the answer on all files.
+  /// Ends the answer on all files. Not to be called where nothing was found in any of them.
   void Close();
 
   /// Whether a file failed.
@@ -114,6 +120,7 @@ class AnswerWriter {
   void BeginText();
   void WriteMissing();
   void WriteEntry();
+  [[nodiscard]] std::ostream& EntryStream();
   void WriteHead(JsonWriter& json);
   void BeginDocument();
   void TellFailure() const;
@@ -123,20 +130,24 @@ class AnswerWriter {
   Style style_;
   AnswerOutput* output_;
   Progress* progress_;
-  std::optional<JsonWriter> document_;  // the one of the form JsonDocument, from its first file on
-
   std::string path_;
   bool isTextBegun_ = false;  // of this file
   bool isFirstText_ = true;   // of all files
   std::vector<std::string> missing_;
   std::string missingPrefix_;
   std::size_t missingWritten_ = 0;
+  std::size_t missingCount_ = 0;
   LostData lost_;
   std::optional<Failure> failure_;
   Told told_ = Told::OnStandardError;
   bool hasFacts_ = true;  // or could have
   std::optional<std::string> nothing_;
   bool hasFailed_ = false;
+
+  HeldText waiting_;  // entries on files that have nothing, before the first other one
+  std::ostream waitingStream_;
+  bool isBegun_ = false;                // whether an entry has been written elsewhere
+  std::optional<JsonWriter> document_;  // the one of the form JsonDocument, from its first file on
 
   HeldText held_;
   std::ostream heldStream_;

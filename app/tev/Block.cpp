@@ -11,6 +11,7 @@
 
 #include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/Analysis/Model.h"
 #include "tev/OpenedModel.h"
 #include "tev/Verbs.h"
 #include "tev/VisibleText.h"
@@ -53,7 +54,7 @@ void ReadPieces(LbFile& file, const IndexItem& item, Take take) {
 /// no more of them.
 void WriteContents(LbFile& file, std::size_t number, AnswerWriter& writer) {
   const IndexItem& item = file.GetIndex().GetItems()[number];
-  const LbtLbf::NumberedBlock block{number, item.name};
+  const LbtLbf::NumberedBlock block{number, LbtTev::Analysis::ShownName(item.name)};
   std::vector<unsigned char> stored;
   ReadPieces(file, item,
              [&stored](Bytes piece) { stored.insert(stored.end(), piece.begin(), piece.end()); });

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "Lbt/Lbf/ContainerListing.h"
+#include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Util/FileAccess.h"
 #include "Lbt/Util/NumberText.h"
 #include "tev/OpenedModel.h"
@@ -19,6 +20,7 @@ using LbtLbf::BlockFacts;
 using LbtLbf::BlockTotals;
 using LbtLbf::ContainerListing;
 using LbtLbf::LbFile;
+using LbtTev::Analysis::ShownName;
 
 namespace {
 
@@ -48,7 +50,7 @@ std::string RatioText(std::optional<double> ratio) {
 }
 
 void AddRow(Table& table, const BlockFacts& block) {
-  table.Add({std::to_string(block.number), VisibleText(block.stream),
+  table.Add({std::to_string(block.number), VisibleText(ShownName(block.stream)),
              std::to_string(block.storedSize), TextOrDash(block.inflatedSize),
              RatioText(Ratio(block.storedSize, block.inflatedSize)), std::to_string(block.offset),
              CompressionOf(block)});
@@ -66,7 +68,7 @@ template <class Visit>
 ContainerListing ListBlocks(LbFile& file, AnswerWriter& writer, Visit visit) {
   return LbtLbf::ListContainer(file, [&](const BlockFacts& block) {
     if (block.isWithinFile && !block.inflatedSize) {
-      writer.Fail({FailureCode::Damaged, LbtLbf::TextOf({block.number, std::string(block.stream)}) +
+      writer.Fail({FailureCode::Damaged, LbtLbf::TextOf({block.number, ShownName(block.stream)}) +
                                              " is too short for a compressed block"});
     }
     visit(block);
@@ -88,7 +90,7 @@ struct Largest {
     stored = std::max<std::uint64_t>(stored, block.storedSize);
     inflated = std::max<std::uint64_t>(inflated, block.inflatedSize.value_or(0));
     offset = block.offset;
-    stream = std::max(stream, std::min(kWidest, WidthOf(VisibleText(block.stream))));
+    stream = std::max(stream, std::min(kWidest, WidthOf(VisibleText(ShownName(block.stream)))));
   }
 };
 
@@ -116,7 +118,7 @@ void WriteTotals(const ContainerListing& listing, std::ostream& stream) {
                        {"Inflated", Right},
                        {"Ratio", Right}});
   for (const LbtLbf::StreamTotals& streamTotals : listing.streams) {
-    AddRow(table, VisibleText(streamTotals.stream), streamTotals.totals);
+    AddRow(table, VisibleText(ShownName(streamTotals.stream)), streamTotals.totals);
   }
   AddRow(table, "(all)", listing.totals);
   table.Finish();
@@ -138,7 +140,7 @@ void WriteText(LbFile& file, AnswerWriter& writer) {
 void WriteBlock(const BlockFacts& block, JsonWriter& json) {
   json.OpenObject();
   json.Member("number", block.number);
-  json.Member("stream", block.stream);
+  json.Member("stream", ShownName(block.stream));
   json.Member("storedBytes", block.storedSize);
   json.Member("inflatedBytes", JsonOrNull(block.inflatedSize));
   json.Member("ratio", JsonOrNull(Ratio(block.storedSize, block.inflatedSize)));
@@ -159,7 +161,7 @@ void WriteStreams(const ContainerListing& listing, JsonWriter& json) {
   json.OpenList();
   for (const LbtLbf::StreamTotals& stream : listing.streams) {
     json.OpenObject();
-    json.Member("stream", stream.stream);
+    json.Member("stream", ShownName(stream.stream));
     WriteTotals(stream.totals, json);
     json.Close();
   }

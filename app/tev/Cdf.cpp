@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/TevInfo/CdfExport.h"
@@ -40,7 +41,8 @@ void RequireGeometry(const LbtTev::Tree& tree, const std::string& path, const st
 
 std::string PlaceText(const CdfPlace& place) {
   return "the export broke off in geometry " + std::to_string(place.geometryId) + ", variable " +
-         std::to_string(place.variableIndex) + " " + QuotedText(place.variableName) + ": ";
+         std::to_string(place.variableIndex) + " " +
+         QuotedText(LbtTev::Analysis::ShownName(place.variableName)) + ": ";
 }
 
 /// Writes the geometry. A failure on the way tells where it was.
@@ -73,9 +75,11 @@ Action SetUp(CLI::App& app) {
   const auto run = std::make_shared<FileRun>(FileRun{.verb = "cdf", .layout = TextLayout::Lines});
   const auto geometry = std::make_shared<std::string>();
   AddModel(app, run);
-  app.add_option("GEOMETRY", *geometry, "The name of the geometry")->required();
-  app.add_option("OUTPUT", run->output, "The file to write, also named by -o")->option_text(" ");
+  app.add_option("GEOMETRY", *geometry, "The name of the geometry")->required()->option_text(" ");
+  app.add_option("OUTPUT", run->output, "The file to write, or -o FILE in its place")
+      ->option_text(" ");
   AddOutputOptions(app, run);
+  app.get_option("OUTPUT")->excludes(app.get_option("--output"));
   app.callback([run] {
     if (run->output.empty()) {
       throw CLI::RequiredError("OUTPUT");

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Check/ModelCheck.h"
 #include "Lbt/Util/Exception.h"
 #include "tev/FindingLines.h"
@@ -20,6 +21,7 @@
 
 namespace {
 
+using LbtTev::Analysis::ShownName;
 using LbtTev::Check::CheckModel;
 using LbtTev::Check::CheckResult;
 using LbtTev::Check::Finding;
@@ -159,7 +161,7 @@ void WriteNamed(const char* name, const std::optional<NumberedName>& named, cons
   }
   json.OpenObject();
   json.Member(numberName, named->number);
-  json.Member("name", named->name);
+  json.Member("name", ShownName(named->name));
   json.Close();
 }
 
@@ -172,13 +174,13 @@ void WriteObject(const Finding& finding, JsonWriter& json) {
   json.Key("block");
   json.Value(finding.block ? Json(finding.block->number) : Json(nullptr));
   json.Key("stream");
-  json.Value(finding.block    ? Json(finding.block->name)
-             : finding.stream ? Json(*finding.stream)
+  json.Value(finding.block    ? Json(ShownName(finding.block->name))
+             : finding.stream ? Json(ShownName(*finding.stream))
                               : Json(nullptr));
   json.Member("offset", JsonOrNull(finding.offset));
   WriteNamed("node", finding.node, "id", json);
   WriteNamed("variable", finding.variable, "index", json);
-  json.Member("text", OneLine(finding.text));
+  json.Member("text", ShownName(OneLine(finding.text)));
   json.Member("claimed", JsonOrNull(finding.claimed));
   json.Member("found", JsonOrNull(finding.found));
   json.Member("cause", JsonOrNull(finding.cause));

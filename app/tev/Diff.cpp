@@ -242,6 +242,8 @@ Verdict Run(const Options& options) {
     count = Compare(a, b, options, tolerance, writer);
   } catch (const UsageError&) {
     throw;
+  } catch (const OutputFailure&) {
+    throw;
   } catch (...) {
     writer.FailWithoutFacts(FailureOfCurrentException());
   }

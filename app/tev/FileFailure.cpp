@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "Lbt/Lbf/Inflation.h"
+#include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Util/Exception.h"
 #include "tev/VisibleText.h"
@@ -62,6 +63,11 @@ std::string ReasonOf(const std::exception& exception) {
     return OneLine(known->GetLogMessage());
   }
   return OneLine(exception.what());
+}
+
+std::string TextOnRefused(LbtLbf::NumberedBlock block) {
+  block.stream = LbtTev::Analysis::ShownName(block.stream);
+  return RefusalText(block);
 }
 
 Failure FailureOfCurrentException() {

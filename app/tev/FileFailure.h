@@ -37,6 +37,12 @@ class Failure : public std::runtime_error {
   FailureCode code_;
 };
 
+/// What is wrong with where the answers go, which ends a run whatever file it is at.
+class OutputFailure : public Failure {
+ public:
+  explicit OutputFailure(const Failure& failure) : Failure(failure) {}
+};
+
 /// A command line that asks for what cannot be: the run ends with status 1, and nothing is
 /// written. Names that a model does not have count, too.
 class UsageError : public std::runtime_error {
@@ -54,6 +60,9 @@ class UsageError : public std::runtime_error {
 /// throws of itself means damage, unless memory is what lacks. Only for use in a handler.
 [[nodiscard]] Failure FailureOfCurrentException();
 
+/// That zlib refuses a block, whose name is shown as all names are.
+[[nodiscard]] std::string TextOnRefused(LbtLbf::NumberedBlock block);
+
 /// Runs "read", which reads from "file". Where zlib refuses a block, it throws a Failure
 /// that names the block; the exception that the library throws then tells nothing.
 template <class Read>
@@ -64,7 +73,7 @@ decltype(auto) NamingBlocks(const LbtLbf::LbFile& file, Read read) {
     const auto block = file.GetIndex().RefusedBlock();
     if (block && dynamic_cast<const Lbt::Util::Exception*>(&exception) == nullptr &&
         dynamic_cast<const std::runtime_error*>(&exception) == nullptr) {
-      throw Failure(FailureCode::Damaged, RefusalText(*block));
+      throw Failure(FailureCode::Damaged, TextOnRefused(*block));
     }
     throw;
   }

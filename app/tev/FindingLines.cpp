@@ -4,8 +4,10 @@
 
 #include <optional>
 
+#include "Lbt/Tev/Analysis/Model.h"
 #include "tev/VisibleText.h"
 
+using LbtTev::Analysis::ShownName;
 using LbtTev::Check::Finding;
 using LbtTev::Check::NumberedName;
 
@@ -52,7 +54,8 @@ bool CanBeCause(Finding::Kind kind) {
 
 std::string LineOf(const Finding& finding) {
   return (finding.cause ? "    " : "  ") +
-         VisibleText(PlaceText(finding) + OneLine(finding.text) + NumbersText(finding)) + '\n';
+         VisibleText(ShownName(PlaceText(finding) + OneLine(finding.text)) + NumbersText(finding)) +
+         '\n';
 }
 
 }  // namespace

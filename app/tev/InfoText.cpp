@@ -192,17 +192,17 @@ void WriteNodeSets(const LbtTev::Tree& tree, std::ostream& stream) {
   section.Finish();
 }
 
-/// A subtitle is told where it changes.
+/// A subtitle is told where it changes, and "-" where there is none any more.
 void WriteSteps(const Model& model, std::ostream& stream) {
   if (model.Steps().empty()) {
     return;
   }
   Section section(stream, Heading("Steps", model.Steps().size()),
-                  {{"Label", Left}, {"Value", Right}, {"Subtitle", Left}});
+                  {{"Step", Left}, {"Subtitle", Left}});
   std::string last;
   for (const Analysis::Step& step : model.Steps()) {
-    section.Add({VisibleText(step.label), NumberOrDash(step.value),
-                 step.subtitle == last ? "" : VisibleText(step.subtitle)});
+    const std::string subtitle = step.subtitle.empty() ? "-" : VisibleText(step.subtitle);
+    section.Add({VisibleText(step.text), step.subtitle == last ? "" : subtitle});
     last = step.subtitle;
   }
   section.Finish();

@@ -68,6 +68,9 @@ void RequireFile(const struct stat& status) {
 
 /// Throws a Failure where the file at "path" is no model at first sight.
 void RequireModel(const std::string& path) {
+  if (path.empty()) {
+    throw Failure(FailureCode::NotFound, "the name is empty");
+  }
   const OpenFile file(path);
   RequireFile(file.Status());
   const std::string bytes = file.FirstBytes();
@@ -75,6 +78,10 @@ void RequireModel(const std::string& path) {
     throw Failure(FailureCode::NotAModel,
                   bytes.empty() ? "not a Tev file: it is empty" : "not a Tev file");
   }
+}
+
+[[nodiscard]] bool CanBeOpened(const std::string& path) {
+  return faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) == 0;
 }
 
 [[nodiscard]] bool IsFolder(const std::string& path) {
@@ -147,6 +154,10 @@ Inputs::Inputs(std::vector<std::string> paths, const std::string& names, Folders
       isCountKnown_(names.empty()) {
   if (!names.empty()) {
     namesFile_.open(names == "-" ? "/dev/stdin" : names);
+    if (const auto descriptor = DescriptorOf(names); !namesFile_ && descriptor) {
+      namesCopy_.BecomeCopyOf(*descriptor);
+      namesFile_.open(namesCopy_.Path());
+    }
     if (!namesFile_) {
       throw SystemFailure(names + ": " + kCannotOpen, errno);
     }
@@ -192,9 +203,13 @@ bool Inputs::TakeDescriptor(int descriptor) {
     return Fail(SystemFailure(kCannotOpen, errno));
   }
   input_.source = "/proc/self/fd/" + std::to_string(descriptor);
-  if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
-    copy_.Clear();
-    copy_.WriteAllOf(descriptor);
+  // A file may have been opened by somebody who may do more: it can be read, but not opened again.
+  if ((!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) || !CanBeOpened(input_.source)) {
+    if (copied_ != descriptor) {  // a pipe that is named twice has been read to its end
+      copied_.reset();
+      copy_.BecomeCopyOf(descriptor);
+      copied_ = descriptor;
+    }
     input_.source = copy_.Path();
   }
   RequireModel(input_.source);

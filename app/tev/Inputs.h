@@ -68,9 +68,11 @@ class Inputs {
   std::size_t nextPath_ = 0;
   std::string namesPath_;
   std::ifstream namesFile_;
+  TemporaryFile namesCopy_;      ///< of a descriptor that cannot be opened again
   std::vector<Folder> folders_;  ///< those that are being walked, each in the one before
   Folders folderUse_;
   bool isCountKnown_;
   Input input_;
   TemporaryFile copy_;
+  std::optional<int> copied_;  ///< the descriptor that it is a copy of
 };

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "Lbt/Tev/Analysis/Model.h"
 #include "tev/VisibleText.h"
 
 using LbtUtil::AttributeValue;
@@ -57,7 +58,9 @@ Json JsonOf(const AttributeValue& value) { return value.Visit(ToJson()); }
 Json JsonOf(const LbtUtil::AttributeMap& attributes) {
   Json list = Json::array();
   for (const auto& [name, value] : attributes) {
-    list.push_back({{"name", name}, {"type", TypeOf(value)}, {"value", JsonOf(value)}});
+    list.push_back({{"name", LbtTev::Analysis::ShownName(name)},
+                    {"type", TypeOf(value)},
+                    {"value", JsonOf(value)}});
   }
   return list;
 }

@@ -58,6 +58,9 @@ class JsonWriter {
   /// Closes what was opened last.
   void Close();
 
+  /// Has what comes next written to another stream, which must outlive this.
+  void GoOnIn(std::ostream& output) { output_ = &output; }
+
   /// How much of what was opened here is open.
   [[nodiscard]] std::size_t Depth() const { return closers_.size(); }
 

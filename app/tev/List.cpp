@@ -1,7 +1,7 @@
 // tev list: one row for each model.
 
 #include <CLI/CLI.hpp>
-#include <array>
+#include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -33,36 +33,50 @@ struct Row {
   std::optional<std::string> category;
   std::optional<double> nodes;
   std::optional<double> elements;
-  std::size_t partCount = 0;
-  std::size_t resultCount = 0;
-  StepRange steps;
+  std::optional<std::size_t> partCount;
+  std::optional<std::size_t> resultCount;
+  std::optional<StepRange> steps;
 };
+
+/// "value", which tells of "count" things: nothing, where there may have been some.
+template <class T>
+std::optional<T> UnlessLost(bool isAnyLost, std::size_t count, T value) {
+  return isAnyLost && count == 0 ? std::nullopt : std::optional(std::move(value));
+}
 
 Row RowOf(const LbtTev::Tree& tree, AnswerWriter& writer) {
   const Model model(tree);
   TellLostParts(model, writer);
   const RootFacts root = RootFactsOf(tree);
+  const LostData& lost = writer.Lost();
+  const bool areFieldsLost =
+      lost.hasRecords || std::ranges::any_of(model.Parts(), [&](const auto& part) {
+        return IsLost(model, part, lost);
+      });
+  const std::size_t parts = model.Parts().size();
+  const std::size_t results = model.Results().size();
+  const StepRange steps = model.GetStepRange();
   return {.bytes = tree.GetFile().GetSize().value_or(0),
           .title = model.Title(),
-          .category = CategoryOf(model, writer.Lost()),
+          .category = CategoryOf(model, lost),
           .nodes = root.nodes,
           .elements = root.elements,
-          .partCount = model.Parts().size(),
-          .resultCount = model.Results().size(),
-          .steps = model.GetStepRange()};
+          .partCount = UnlessLost(lost.hasRecords, parts, parts),
+          .resultCount = UnlessLost(areFieldsLost, results, results),
+          .steps = UnlessLost(areFieldsLost, steps.count, steps)};
 }
 
 /// "20 Time 0.5 ... 10", "1 Load Case 1", "3 mixed".
-std::string TextOf(const StepRange& steps) {
-  if (steps.count == 0) {
+std::string TextOf(const std::optional<StepRange>& steps) {
+  if (!steps || steps->count == 0) {
     return "-";
   }
-  std::string text = std::to_string(steps.count) + ' ' + steps.label.value_or("mixed");
-  if (steps.first) {
-    text += ' ' + NumberText(*steps.first);
+  std::string text = std::to_string(steps->count) + ' ' + steps->label.value_or("mixed");
+  if (steps->first) {
+    text += ' ' + NumberText(*steps->first);
   }
-  if (steps.last && steps.last != steps.first) {
-    text += " ... " + NumberText(*steps.last);
+  if (steps->last && steps->last != steps->first) {
+    text += " ... " + NumberText(*steps->last);
   }
   return VisibleText(text);
 }
@@ -73,19 +87,27 @@ void WriteFacts(const Row& row, JsonWriter& json) {
   json.Member("category", JsonOrNull(row.category));
   json.Member("nodes", JsonOrNull(row.nodes));
   json.Member("elements", JsonOrNull(row.elements));
-  json.Member("partCount", row.partCount);
-  json.Member("resultCount", row.resultCount);
+  json.Member("partCount", JsonOrNull(row.partCount));
+  json.Member("resultCount", JsonOrNull(row.resultCount));
   json.Key("stepRange");
+  if (!row.steps) {
+    json.Value(nullptr);
+    return;
+  }
   json.OpenObject();
-  json.Member("count", row.steps.count);
-  json.Member("label", JsonOrNull(row.steps.label));
-  json.Member("first", JsonOrNull(row.steps.first));
-  json.Member("last", JsonOrNull(row.steps.last));
+  json.Member("count", row.steps->count);
+  json.Member("label", JsonOrNull(row.steps->label));
+  json.Member("first", JsonOrNull(row.steps->first));
+  json.Member("last", JsonOrNull(row.steps->last));
   json.Close();
 }
 
 std::string TextOrNothing(const std::optional<double>& number) {
   return number ? NumberText(*number) : "";
+}
+
+std::string TextOrNothing(const std::optional<std::size_t>& count) {
+  return count ? std::to_string(*count) : "";
 }
 
 void WriteCsv(const std::string& path, const std::optional<Row>& row, AnswerWriter& writer) {
@@ -94,13 +116,14 @@ void WriteCsv(const std::string& path, const std::optional<Row>& row, AnswerWrit
                                  writer.IsComplete() ? "true" : "false"};
   if (row) {
     const std::vector<std::string> facts{
-        std::to_string(row->bytes),       row->title.value_or(""),
-        row->category.value_or(""),       TextOrNothing(row->nodes),
-        TextOrNothing(row->elements),     std::to_string(row->partCount),
-        std::to_string(row->resultCount), std::to_string(row->steps.count),
-        row->steps.label.value_or(""),    TextOrNothing(row->steps.first),
-        TextOrNothing(row->steps.last)};
+        std::to_string(row->bytes),     row->title.value_or(""),      row->category.value_or(""),
+        TextOrNothing(row->nodes),      TextOrNothing(row->elements), TextOrNothing(row->partCount),
+        TextOrNothing(row->resultCount)};
     cells.insert(cells.end(), facts.begin(), facts.end());
+  }
+  if (row && row->steps) {
+    cells.insert(cells.end(), {std::to_string(row->steps->count), row->steps->label.value_or(""),
+                               TextOrNothing(row->steps->first), TextOrNothing(row->steps->last)});
   }
   constexpr std::size_t kColumns = 14;
   cells.resize(kColumns);
@@ -141,7 +164,9 @@ class Listing {
     line += ": " + NumberText(nodes_) + " nodes, " + NumberText(elements_) + " elements, " +
             Counted(parts_, "part") + ", " +
             LbtUtil::FileSizeText(static_cast<std::int64_t>(bytes_));
-    writer.Text() << '\n' << line << '\n';
+    std::ostream& stream = writer.Text();
+    const auto columns = writer.Columns();
+    stream << '\n' << (columns ? FirstColumns(line, *columns) : line) << '\n';
   }
 
  private:
@@ -157,10 +182,10 @@ class Listing {
     bytes_ += row->bytes;
     nodes_ += row->nodes.value_or(0);
     elements_ += row->elements.value_or(0);
-    parts_ += row->partCount;
+    parts_ += row->partCount.value_or(0);
     table.Add({VisibleText(path), VisibleText(row->category.value_or("-")),
                NumberOrDash(row->nodes), NumberOrDash(row->elements),
-               std::to_string(row->partCount), TextOf(row->steps),
+               row->partCount ? std::to_string(*row->partCount) : "-", TextOf(row->steps),
                LbtUtil::FileSizeText(static_cast<std::int64_t>(row->bytes)),
                (writer.IsComplete() ? "" : "INCOMPLETE: ") + VisibleText(row->title.value_or(""))});
   }

@@ -139,7 +139,8 @@ bool IsLost(const Model& model, const Part& part, const LostData& lost) {
 }
 
 std::optional<std::string> CategoryOf(const Model& model, const LostData& lost) {
-  const bool isUnknown = lost.hasAttributes && model.Category() == "Unknown";
+  const bool isAnyLost = lost.hasAttributes || lost.hasRecords;
+  const bool isUnknown = isAnyLost && model.Category() == "Unknown";
   return isUnknown ? std::nullopt : std::optional(model.Category());
 }
 

@@ -20,6 +20,7 @@ namespace {
 
 using Lbt::Util::Exception;
 using LbtLbf::LbFile;
+using LbtTev::Analysis::ShownName;
 
 /// What the index lists. Readers append an empty block, which lies nowhere, for each stream that
 /// they miss.
@@ -40,7 +41,7 @@ std::optional<std::string> CutText(const LbFile& file) {
       const std::uint64_t end = items.back().position + items.back().size;
       const bool isLast = i + 1 == items.size();
       return "the file ends " + std::to_string(end - size) + " bytes early, in " +
-             LbtLbf::TextOf({i, items[i].name}) +
+             LbtLbf::TextOf({i, ShownName(items[i].name)}) +
              (isLast ? "" : " of " + std::to_string(items.size()) + " blocks");
     }
   }
@@ -69,19 +70,16 @@ AbsentStreams AbsentFrom(const LbtLbf::Index& index) {
   if (const auto& second = index.GetContinuation()) {
     names.erase(second->stream);
   }
-  const LbtTev::StreamNames known;
+  const auto known = LbtTev::StreamNames().All();
   AbsentStreams absent;
-  absent.hasTree = names.erase(known.tree) != 0;
-  bool isAny = absent.hasTree;
-  for (const std::string& name :
-       {known.attributes, known.heavy, known.global, known.resources, known.light}) {
+  absent.hasTree = names.contains(known.front());
+  for (const std::string& name : known) {
     if (names.erase(name) != 0) {
-      isAny = true;
-    } else {
+      absent.areAll = false;
+    } else if (name != known.front()) {
       absent.others.push_back(name);
     }
   }
-  absent.areAll = !isAny;
   absent.hasUnknown = !names.empty();
   return absent;
 }
@@ -96,9 +94,11 @@ void TellAbsent(const AbsentStreams& absent, AnswerWriter& writer) {
   if (!absent.hasUnknown) {
     return;
   }
+  LostData& lost = writer.Lost();
   for (const std::string& name : absent.others) {
     writer.AddMissing(AbsenceText(name));
-    writer.Lost().hasAttributes = true;
+    lost.hasAttributes = true;
+    lost.isLightOfAll = lost.isLightOfAll || name == LbtTev::StreamNames().light;
   }
 }
 
@@ -139,10 +139,9 @@ std::string TextOf(const LbtTev::LoadFailure& failure) {
   if (failure.part == Part::Record) {
     text += std::to_string(failure.record) + " on";
   } else if (failure.part == Part::NodeData || failure.part == Part::NodeSets) {
-    text +=
-        std::to_string(failure.nodeId) + " (" + LbtTev::Analysis::ShownName(failure.nodeName) + ')';
+    text += std::to_string(failure.nodeId) + " (" + ShownName(failure.nodeName) + ')';
   }
-  text += ": " + (failure.refusedBlock ? RefusalText(*failure.refusedBlock)
+  text += ": " + (failure.refusedBlock ? TextOnRefused(*failure.refusedBlock)
                                        : ReasonOf(*failure.exception));
   return failure.stream.empty() ? text
                                 : text + ", at byte " + std::to_string(failure.position) + " of " +
@@ -154,23 +153,29 @@ class Loading : public LbtTev::LoadObserver {
  public:
   Loading(const LbFile& file, LostData& lost) : file_(&file), lost_(&lost) {}
 
+  /// No writer means it, and no model is empty by it.
+  void OnRecordCount(int count) override {
+    if (count < 0) {
+      lost_->hasRecords = true;
+      missing_.push_back("the tree: the number of its records is " + std::to_string(count));
+    }
+  }
+
   void OnRecord(const LbtTev::TreeRecord& /*record*/) override {}
   void OnNode() override {}
 
   /// Nothing is worth anything after a lack of memory, a failing disk, or without an index.
   bool OnFailure(const LbtTev::LoadFailure& failure) override {
-    if (failure.part == LbtTev::LoadFailure::Part::Index ||
-        LbtLbf::IsLackOfMemory(*failure.exception) || IsOfTheSystem(*failure.exception)) {
+    isIndexLost_ = failure.part == Part::Index;
+    if (isIndexLost_ || LbtLbf::IsLackOfMemory(*failure.exception) ||
+        IsOfTheSystem(*failure.exception)) {
       return false;
     }
-    if (failure.part == LbtTev::LoadFailure::Part::NodeData) {
-      lost_->hasAttributes = true;
-      if (failure.stream == LbtTev::StreamNames().light) {
-        lost_->lightOf.insert(failure.nodeId);
-      }
-    }
+    NoteLoss(failure);
     constexpr std::size_t kMost = 100;
-    if (failure.isConsequence || missing_.size() >= kMost) {
+    if (failure.isConsequence) {
+      ++consequences_;
+    } else if (missing_.size() >= kMost) {
       ++others_;
     } else {
       missing_.push_back(TextOf(failure));
@@ -185,23 +190,64 @@ class Loading : public LbtTev::LoadObserver {
            !file_->GetIndex().IsEmpty() && !CutText(*file_);
   }
 
+  [[nodiscard]] bool IsIndexLost() const { return isIndexLost_; }
+
   void Tell(AnswerWriter& writer) const {
     for (const std::string& text : missing_) {
       writer.AddMissing(text);
     }
     if (others_ > 0) {
-      writer.AddMissing(std::to_string(others_) +
-                        (others_ == 1 ? " more loss that follows" : " more losses that follow") +
-                        " from the others");
+      writer.AddMissing(std::to_string(others_) + (others_ == 1 ? " more loss" : " more losses"),
+                        others_);
+    }
+    if (consequences_ > 0) {
+      writer.AddMissing(
+          std::to_string(consequences_) +
+              (consequences_ == 1 ? " more loss that follows" : " more losses that follow") +
+              " from the others",
+          consequences_);
     }
   }
 
  private:
+  using Part = LbtTev::LoadFailure::Part;
+
+  void NoteLoss(const LbtTev::LoadFailure& failure) {
+    lost_->hasRecords =
+        lost_->hasRecords || failure.part == Part::RecordCount || failure.part == Part::Record;
+    if (failure.part == Part::NodeData) {
+      lost_->hasAttributes = true;
+      if (failure.stream == LbtTev::StreamNames().light) {
+        lost_->lightOf.insert(failure.nodeId);
+      }
+    }
+  }
+
   const LbFile* file_;
   LostData* lost_;
+  bool isIndexLost_ = false;
   std::vector<std::string> missing_;
-  std::size_t others_ = 0;
+  std::size_t others_ = 0;        ///< told by their number alone
+  std::size_t consequences_ = 0;  ///< the same
 };
+
+/// That the index cannot be read, why, and where it is.
+Failure IndexFailure(const LbFile& file, const std::exception& exception) {
+  const std::uint64_t size = file.GetSize().value_or(0);
+  if (size < LbFile::kHeaderSize) {
+    return {FailureCode::Damaged, "the file ends before its header does"};
+  }
+  const LbtLbf::Index& index = file.GetIndex();
+  const auto& second = index.GetContinuation();
+  const std::uint64_t end = index.GetIndexPosition() + index.GetIndexSize();
+  const std::string place =
+      second ? "in " + LbtLbf::TextOf({second->number, ShownName(second->stream)})
+             : "at byte " + std::to_string(index.GetIndexPosition());
+  const std::string reason = !second && end > size ? "the file ends " + std::to_string(end - size) +
+                                                         " bytes before the index does"
+                                                   : ReasonOf(exception);
+  return {FailureCode::Damaged, "the index " + place + ": " + reason};
+}
 
 /// A version that is too new is told when the file is opened. Later, the same exception is about a
 /// record.
@@ -224,7 +270,14 @@ void OpenContainer(LbFile& file, const Input& input, AnswerWriter& writer) {
     bool wideOffsets = false;
     static_cast<void>(LbtTev::OpenContainer(file, input.source, wideOffsets));
   });
-  file.ReadIndex();
+  try {
+    file.ReadIndex();
+  } catch (const Exception& exception) {
+    if (LbtLbf::IsLackOfMemory(exception)) {
+      throw;
+    }
+    throw IndexFailure(file, exception);
+  }
   TellCut(file, writer);
   // Blocks of any container are told.
   if (const AbsentStreams absent = AbsentFrom(file.GetIndex()); !absent.areAll) {
@@ -251,6 +304,9 @@ void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
     if (loading.IsOfTheSystem(exception)) {
       throw Failure(FailureCode::IoError,
                     error == 0 ? ReasonOf(exception) : SystemFailure("cannot read", error).what());
+    }
+    if (loading.IsIndexLost() && !LbtLbf::IsLackOfMemory(exception)) {
+      throw IndexFailure(file, exception);
     }
     throw;
   }

@@ -72,7 +72,7 @@ DescriptorStream& AnswerOutput::Stream() {
     } else if (const auto file = Lbt::Util::OpenForReplacing(path_, std::nullopt)) {
       stream_ = std::make_unique<DescriptorStream>(*file, Owned);
     } else {
-      throw SystemFailure(path_ + ": cannot open", errno);
+      throw OutputFailure(SystemFailure(path_ + ": cannot open", errno));
     }
   }
   return *stream_;
@@ -94,6 +94,7 @@ void AnswerOutput::Flush() {
 void AnswerOutput::Finish() {
   Flush();
   if (stream_ != nullptr && !stream_->Finish()) {
-    throw SystemFailure(Name() + ": cannot write the answer", error_ == 0 ? errno : error_);
+    throw OutputFailure(
+        SystemFailure(Name() + ": cannot write the answer", error_ == 0 ? errno : error_));
   }
 }

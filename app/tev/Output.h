@@ -23,7 +23,7 @@ class AnswerOutput {
   /// paths. Nothing is opened.
   void RequireApartFrom(const std::vector<std::string>& spared) const;
 
-  /// Opens it at the first call. Throws a Failure where it cannot be opened.
+  /// Opens it at the first call. Throws an OutputFailure where it cannot be opened.
   [[nodiscard]] Lbt::Util::DescriptorStream& Stream();
 
   /// Whether it is still possible to write.
@@ -35,7 +35,7 @@ class AnswerOutput {
   /// Writes what the stream holds back, if it has been opened.
   void Flush();
 
-  /// The same, and closes it. Throws a Failure where not all could be written.
+  /// The same, and closes it. Throws an OutputFailure where not all could be written.
   void Finish();
 
  private:

@@ -40,6 +40,8 @@ class Answering {
       hasAnswer_ = true;
     } catch (const UsageError& error) {
       TellOfNothing(input, error);
+    } catch (const OutputFailure&) {
+      throw;
     } catch (...) {
       writer_->FailWithoutFacts(FailureOfCurrentException());
     }
@@ -78,11 +80,10 @@ class Answering {
 
 Status RunOverFiles(const FileRun& run) {
   AnswerOutput output(run.output);
-  output.RequireApartFrom(run.files);
+  std::vector<std::string> spared = run.files;
+  spared.push_back(run.filesFrom);
+  output.RequireApartFrom(spared);
   Inputs inputs(run.files, run.filesFrom, run.folders);
-  if (inputs.CanBeMany()) {
-    static_cast<void>(output.Stream());  // a long run must not learn at its end that it has none
-  }
   Progress progress(run.progress);
   AnswerWriter writer({run.verb, run.form, run.layout, run.csvHeading}, output, progress);
   Answering answering(run, inputs.CanBeMany(), writer);
@@ -94,12 +95,15 @@ Status RunOverFiles(const FileRun& run) {
   if (run.finish) {
     run.finish(writer);
   }
-  writer.Close();
-  if (!writer.HasFailed()) {
-    static_cast<void>(output.Stream());  // an empty answer is one, too
+  const Status status = answering.GetStatus();
+  if (status != Status::BadUsage) {
+    writer.Close();
+    if (status == Status::Done || inputs.CanBeMany()) {
+      static_cast<void>(output.Stream());  // an empty answer is one, too
+    }
   }
   output.Finish();
-  return answering.GetStatus();
+  return status;
 }
 
 namespace {

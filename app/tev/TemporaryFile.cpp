@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "Lbt/Util/FileAccess.h"
 #include "tev/FileFailure.h"
 
 namespace {
@@ -53,15 +54,20 @@ void TemporaryFile::Write(std::string_view bytes) {
   }
 }
 
-void TemporaryFile::WriteAllOf(int descriptor) {
+void TemporaryFile::BecomeCopyOf(int descriptor) {
+  Clear();
   std::string piece(kCopyPiece, '\0');
-  for (;;) {
-    const ssize_t count = read(descriptor, piece.data(), piece.size());
+  const bool isFile = Lbt::Util::IsRegularFile(descriptor);
+  for (off_t offset = 0;;) {
+    // Who handed a file on may read it, too, and shares its cursor.
+    const ssize_t count = isFile ? pread(descriptor, piece.data(), piece.size(), offset)
+                                 : read(descriptor, piece.data(), piece.size());
     if (count == 0) {
       Write({});
       return;
     }
     if (count > 0) {
+      offset += count;
       Write({piece.data(), static_cast<std::size_t>(count)});
     } else if (errno == EAGAIN) {
       pollfd waited{descriptor, POLLIN, 0};

@@ -18,8 +18,9 @@ class TemporaryFile {
   /// Appends. Throws a Failure where the file cannot be made or written.
   void Write(std::string_view bytes);
 
-  /// Appends all that can be read from "descriptor". Throws as above, and where reading fails.
-  void WriteAllOf(int descriptor);
+  /// Becomes a copy of all that can be read from "descriptor"; of a file, from its start. Throws as
+  /// above, and where reading fails.
+  void BecomeCopyOf(int descriptor);
 
   /// Writes all of it to "stream". Throws a Failure where reading fails.
   void CopyTo(std::ostream& stream) const;

@@ -9,11 +9,18 @@
 
 namespace {
 
-/// A flag that sets the form, so that of several the last one counts.
+/// A flag that sets the form, which there can be one of.
 void AddFormFlag(CLI::App& app, const std::shared_ptr<FileRun>& run, const char* name, Form form,
                  const char* description) {
-  app.add_flag_function(
+  CLI::Option* flag = app.add_flag_function(
       name, [run, form](std::int64_t /*count*/) { run->form = form; }, description);
+  flag->option_text(" ");  // else help lists what it excludes
+  for (const char* other : {"--json", "--jsonl", "--csv"}) {
+    CLI::Option* option = app.get_option_no_throw(other);
+    if (option != nullptr && option != flag) {
+      flag->excludes(option);
+    }
+  }
 }
 
 void AddProgressFlag(CLI::App& app, const std::shared_ptr<FileRun>& run, const char* name,

@@ -277,8 +277,10 @@ TEST(FieldStatistics, OfADamagedBlock_FailAndTheOthersDoNot) {
   OpenModel(tree, directory.Write("damaged.tev", container.Build().bytes));
   const Texts texts = StatisticsTexts(Model(tree));
   ASSERT_EQ(texts.size(), 4U);
-  EXPECT_EQ(texts[0], "Frame Displacement: zlib refuses the data of block " +
-                          std::to_string(damaged) + " (Heavy Data)");
+  const std::string start =
+      "Frame Displacement: zlib refuses the data of block " + std::to_string(damaged);
+  EXPECT_TRUE(texts[0].starts_with(start + " (Heavy Data), at byte ")) << texts[0];
+  EXPECT_TRUE(texts[0].ends_with(" of Heavy Data")) << texts[0];
   EXPECT_EQ(texts[1].substr(0, 20), "Frame Temperature: 5");
   EXPECT_EQ(texts[2].substr(0, 21), "Panel Displacement: 5");
 }

@@ -81,7 +81,23 @@ TEST_F(TevCdf, OutputThatIsTheModel_IsRefusedByEveryName) {
 TEST_F(TevCdf, OutputThatCannotBeOpened_IsAnError) {
   Write("a.tev", SmallModel());
   ExpectFailure({"cdf", "a.tev", "mesh 1", "no/such/out.cdf"},
-                "tev: a.tev: no/such/out.cdf: cannot open: No such file or directory\n");
+                "tev: no/such/out.cdf: cannot open: No such file or directory\n");
+}
+
+TEST_F(TevCdf, OutputByEitherName_IsTheSame) {
+  Write("a.tev", SmallModel());
+  EXPECT_EQ(Answer({"cdf", "a.tev", "mesh 1", "-o", "one"}), "");
+  EXPECT_EQ(Answer({"cdf", "a.tev", "mesh 1", "two"}), "");
+  EXPECT_EQ(dir.Read("one"), dir.Read("two"));
+}
+
+TEST_F(TevCdf, OutputByBothNamesOrByNone_IsBadUsageAndNothingIsWritten) {
+  Write("a.tev", SmallModel());
+  ExpectFailure({"cdf", "a.tev", "mesh 1", "one", "-o", "two"},
+                "tev: OUTPUT excludes --output (see tev cdf --help)\n", 1);
+  ExpectFailure({"cdf", "a.tev", "mesh 1"}, "tev: OUTPUT is required (see tev cdf --help)\n", 1);
+  EXPECT_FALSE(dir.Has("one"));
+  EXPECT_FALSE(dir.Has("two"));
 }
 
 TEST_F(TevCdf, FullDisk_IsAnError) {
@@ -102,11 +118,11 @@ TEST_F(TevCdf, InstanceNameWithoutAStep_BreaksOffThere) {
       "Displacement\x1e"
       "first";
   Write("a.tev", model);
-  ExpectFailure({"cdf", "a.tev", "mesh 1", "out.cdf"},
-                "tev: a.tev: damaged: the export broke off in geometry 4, variable 5 "
-                "\"Displacement\\x1e"
-                "first\": its instance name has no \" = \" before a step (\"tev check\" "
-                "tells more)\n");
+  ExpectFailure(
+      {"cdf", "a.tev", "mesh 1", "out.cdf"},
+      "tev: a.tev: damaged: the export broke off in geometry 4, variable 5 "
+      "\"Displacement first\": its instance name has no \" = \" before a step (\"tev check\" "
+      "tells more)\n");
   EXPECT_TRUE(dir.Read("out.cdf").ends_with("*RESULT,NAME=\"Displacement\""));
 }
 

@@ -18,7 +18,7 @@ class TevCheckVariables : public TevCheckRun {
     const std::string found = Check(model);
     const std::string place =
         "  " + BlockText(kLightBlock, kLightData, model, model.RecordStart(kLightData, 3)) +
-        ", node 6 (mesh 2), variable 6 (Temperature\\x1eTime = 0.5): ";
+        ", node 6 (mesh 2), variable 6 (Temperature Time = 0.5): ";
     EXPECT_TRUE(found.starts_with(place)) << found;
     return found.substr(std::min(found.size(), place.size()));
   }
@@ -59,7 +59,7 @@ TEST_F(TevCheckVariables, ByteCountThatDoesNotFitTheWidth) {
   model.VariableAt(kSmallMesh1, 5).byteCount = 56;
   EXPECT_EQ(Check(model),
             DataText(20 + 60 + 32 + 8 + 8) + kMesh1 +
-                "variable 5 (Displacement\\x1eTime = 0.5): its byte count does "
+                "variable 5 (Displacement Time = 0.5): its byte count does "
                 "not fit items of 3 components, 4 bytes each (claimed 56, found 48)\n");
 }
 
@@ -116,7 +116,7 @@ TEST_F(TevCheckVariables, BadBlock_NamesWhatIsLostAndTheRestIsChecked) {
                 "  " +
                 BlockText(kHeavyBlock + 5, std::string(kHeavyData),
                           container.Block(kHeavyData, 5).offset) +
-                ", node 4 (mesh 1), variable 5 (Displacement\\x1eTime = 0.5): its byte count "
+                ", node 4 (mesh 1), variable 5 (Displacement Time = 0.5): its byte count "
                 "does not fit items of 3 components, 4 bytes each (claimed 56, found 48)\n");
 }
 

@@ -230,11 +230,65 @@ TEST_F(TevDamaged, LostLightData_MakesNoZeros) {
   EXPECT_EQ(Check(tree, "lines", Schema("tree")), "");
   const std::string list = RunJson("list", "a.tev").output;
   EXPECT_NE(list.find("\"category\": null"), std::string::npos) << list;
+  EXPECT_NE(list.find("\"partCount\": 2, \"resultCount\": null, \"stepRange\": null}"),
+            std::string::npos)
+      << list;
+  EXPECT_TRUE(Run({"list", "--csv", "a.tev"}).output.ends_with(",2,,,,,\n"));
   EXPECT_EQ(Check(list, "lines", Schema("list")), "");
   EXPECT_NE(Run({"tree", "a.tev"}).output.find("Panel  - nodes, - elements\n"), std::string::npos);
   const std::string info = Run({"info", "a.tev"}).output;
   EXPECT_NE(info.find("  Category  -\n"), std::string::npos) << info;
   EXPECT_EQ(info.find(" own "), std::string::npos) << info;
+}
+
+TEST_F(TevDamaged, LightDataOfAnotherName_MakesNoZeros) {
+  dir.Write("a.tev", WithMisnamed(whole.bytes, "Light Data"));
+  const std::string list = RunJson("list", "a.tev").output;
+  EXPECT_NE(list.find("\"resultCount\": null, \"stepRange\": null}"), std::string::npos) << list;
+  const std::string info = RunJson("info", "a.tev").output;
+  EXPECT_EQ(info.find("\"nodes\": 0"), std::string::npos) << info;
+}
+
+TEST_F(TevDamaged, NumberOfRecordsBelow0_IsNoEmptyModelForAnyVerb) {
+  ModelWriter model = SmallModel();
+  model.ReplaceStream(kTree, Hex("feffffff") + model.StreamBytes(kTree).substr(4));
+  dir.Write("a.tev", model.Build());
+  for (const Arguments& command : CommandsOn("a.tev")) {
+    if (command[0] != "blocks" && command[0] != "block") {
+      EXPECT_EQ(Run(command).status, 2) << command[0];
+    }
+  }
+  for (const char* verb : {"list", "info", "tree", "sets", "results"}) {
+    const RunResult run = RunJson(verb, "a.tev");
+    EXPECT_NE(run.output.find("\"complete\": false, \"missing\": [\"the tree: the number of its "
+                              "records is -2\"]"),
+              std::string::npos)
+        << run.output;
+    EXPECT_EQ(CodeIn(run.output), "damaged") << verb;
+    EXPECT_EQ(Check(run.output, "lines", Schema(verb)), "") << verb;
+  }
+  EXPECT_NE(RunJson("list", "a.tev")
+                .output.find("\"partCount\": null, \"resultCount\": null, \"stepRange\": null"),
+            std::string::npos);
+}
+
+TEST_F(TevDamaged, LossesBeyondThoseTold_AreCounted) {
+  ModelWriter model;
+  const NodeRef root = model.AddGroup("root", 0);
+  constexpr std::size_t kNodes = 150;
+  for (std::size_t i = 0; i < kNodes; ++i) {
+    model.AddGroup("g", root);
+  }
+  ContainerWriter container = model.ToContainer();
+  for (BlockSpec& block : container.Blocks()) {
+    if (block.name == kLightData) {
+      block.payload.resize(1);
+    }
+  }
+  dir.Write("a.tev", container.Build().bytes);
+  const RunResult run = Run({"info", "a.tev"});
+  EXPECT_NE(run.error.find(", and " + std::to_string(kNodes) + " more ("), std::string::npos)
+      << run.error;
 }
 
 TEST_F(TevDamaged, StreamThatAModelLacks_IsNotMissingWithoutAnUnknownOne) {

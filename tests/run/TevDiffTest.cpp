@@ -300,7 +300,7 @@ TEST_F(TevDiff, EachLostField_HasALineUpToTen) {
   const auto line = [](int step, const std::string& name) {
     return "tev: two.tev: damaged: " + name +
            "part \"P\", result \"Lost\", step \"Time = " + std::to_string(step) +
-           "\": Invalid block position";
+           "\": Invalid block position, at byte 1073741824 of Heavy Data";
   };
   const std::string hint = " (\"tev check\" tells more)\n";
   Write("two.tev", model(2));

@@ -35,7 +35,7 @@ TEST_F(TevFiles, EachFileThatFails_IsNamedWithItsReason) {
             "tev: empty.tev: not a Tev file: it is empty\n"
             "tev: new.tev: This file is of tev file version 14. This version of Quarlo only "
             "supports tev file version upto 13.\n"
-            "tev: cut.tev: damaged: Not enough bytes in the block" +
+            "tev: cut.tev: damaged: the file ends before its header does" +
                 std::string(kHint) + "tev: /dev/null: is no regular file\n");
 }
 
@@ -116,6 +116,88 @@ TEST_F(TevFiles, SecondIndexThatZlibRefuses_IsNamedToo) {
             "Error -3 while uncompressing block \n"
             "tev: a.tev: damaged: zlib refuses the data of block 1 (\\x0bIndex Block 1)" +
                 std::string(kHint));
+}
+
+TEST_F(TevFiles, IndexThatCannotBeRead_IsToldWithItsPlace) {
+  const Container whole = ContainerWriter().AddRaw("A", "1").Build();
+  dir.Write("cut", whole.bytes.substr(0, whole.indexOffset + whole.indexSize - 3));
+  dir.Write("few", ContainerWriter().AddRaw("A", "1").SetIndexCount(2).Build().bytes);
+  ContainerWriter second;
+  second.AddRaw("A", "1").ContinueAfter({.after = 1, .count = 2});
+  dir.Write("second", second.Build().bytes);
+  const std::string reason = ": Not enough bytes in the block" + std::string(kHint);
+  for (const char* verb : {"info", "blocks"}) {
+    EXPECT_EQ(
+        Run({verb, "cut"}).error,
+        "tev: cut: damaged: the index at byte 16: the file ends 3 bytes before the index does" +
+            std::string(kHint));
+    EXPECT_EQ(Run({verb, "few"}).error, "tev: few: damaged: the index at byte 16" + reason);
+    EXPECT_EQ(Run({verb, "second"}).error,
+              "tev: second: damaged: the index in block 1 (\\x0bIndex Block 1)" + reason);
+  }
+}
+
+TEST_F(TevFiles, RecordSeparatorInTheNameOfAStream_IsABlank) {
+  ContainerWriter container;
+  container.AddRaw(
+      "a\x1e"
+      "b",
+      "1234");
+  container.AddRaw(
+      "a\x1e"
+      "b",
+      "5678");
+  const std::string bytes = container.Build().bytes;
+  dir.Write("a.tev", bytes.substr(0, bytes.size() - 1));
+  for (const char* verb : {"blocks", "check"}) {
+    for (const char* form : {"--jsonl", "--json", "--progress"}) {
+      const RunResult run = Run({verb, form, "a.tev"});
+      const std::string all = run.output + run.error;
+      EXPECT_NE(all.find("a b"), std::string::npos) << all;
+      EXPECT_EQ(all.find("a\\x1e"), std::string::npos) << all;
+      EXPECT_EQ(all.find("a\\u001e"), std::string::npos) << all;
+    }
+  }
+}
+
+TEST_F(TevFiles, RunThatFindsNothing_LeavesItsOutputFile) {
+  Write("a.tev", SmallModel());
+  dir.Write("out", "mine");
+  for (const char* form : {"--json", "--jsonl", "--csv", "--no-progress"}) {
+    const RunResult run = Run({"results", form, "--result", "No", "a.tev", "a.tev", "-o", "out"});
+    EXPECT_EQ(run.status, 1) << form;
+    EXPECT_EQ(dir.Read("out"), "mine") << form;
+    EXPECT_EQ(Run({"results", form, "--result", "No", "a.tev", "a.tev"}).output, "") << form;
+  }
+}
+
+TEST_F(TevFiles, OutputThatCannotBeOpened_EndsTheRunOnSeveralFiles) {
+  Write("a.tev", SmallModel());
+  for (const char* form : {"--json", "--jsonl", "--no-progress"}) {
+    const RunResult run = Run({"info", form, "a.tev", "a.tev", "-o", "no/such"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.error, "tev: no/such: cannot open: No such file or directory\n");
+  }
+}
+
+TEST_F(TevFiles, FilesThatHaveNothing_ComeOutInPlaceOfTheJsonAnswer) {
+  Write("a.tev", SmallModel());
+  ModelWriter empty;
+  empty.AddGroup("root", 0);
+  Write("none.tev", empty);
+  const std::vector<std::string> files{"none.tev", "none.tev", "a.tev", "none.tev"};
+  for (const std::string form : {"json", "jsonl"}) {
+    std::vector<std::string> command{"results", "--" + form, "--result", "Temperature"};
+    command.insert(command.end(), files.begin(), files.end());
+    const RunResult run = Run(command);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(Check(run.output, form == "json" ? "schema" : "lines", Schema("results")), "");
+    std::size_t at = 0;
+    for (const std::string& file : files) {
+      at = run.output.find("\"file\": \"" + file + "\"", at + 1);
+      EXPECT_NE(at, std::string::npos) << run.output;
+    }
+  }
 }
 
 TEST_F(TevFiles, ControlCharactersInAPath_DoNotReachTheTerminal) {

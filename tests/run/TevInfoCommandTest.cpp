@@ -48,8 +48,8 @@ TEST_F(TevInfoCommand, Text_HasASectionForEachKindOfFact) {
                 "    Loaded        1\n"
                 "\n"
                 "  Steps (1)\n"
-                "    Label  Value  Subtitle\n"
-                "    Time     0.5\n"
+                "    Step        Subtitle\n"
+                "    Time = 0.5\n"
                 "\n"
                 "  Results (2)\n"
                 "    Name          Components  Location\n"
@@ -73,10 +73,35 @@ TEST_F(TevInfoCommand, Steps_ComeInTheOrderOfTheirNumbers) {
                       Variable::Floats(std::string("R\x1eTime = ") + step, kScalarResult, 1, {1}));
   }
   Write("a.tev", model);
+  EXPECT_NE(
+      Answer({"info", "a.tev"})
+          .find("    Time = 0.5\n    Time = 1\n    Time = 1.5\n    Time = 2\n    Time = 10\n"),
+      std::string::npos);
+}
+
+TEST_F(TevInfoCommand, Steps_HaveTheirWholeTextAndTheirSubtitleWhereItChanges) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("mesh", model.AddShape("part", model.AddGroup("g", 0)));
+  for (const auto& [step, subtitle] : {std::pair("Time = 1 s, open", "valve A"),
+                                       {"Time = 2 s\x1eshut", "valve A"},
+                                       {"Time = 3", ""},
+                                       {"Zero", "idle"}}) {
+    Variable variable = Variable::Floats(std::string("R\x1e") + step, kScalarResult, 1, {1});
+    if (*subtitle != '\0') {
+      variable.attributes = {Attribute::Text("Subtitle", subtitle)};
+    }
+    model.AddVariable(mesh, variable);
+  }
+  Write("a.tev", model);
   EXPECT_NE(Answer({"info", "a.tev"})
-                .find("    Time     0.5\n    Time       1\n    Time     1.5\n    Time       2\n"
-                      "    Time      10\n"),
-            std::string::npos);
+                .find("  Steps (4)\n"
+                      "    Step              Subtitle\n"
+                      "    Time = 1 s, open  valve A\n"
+                      "    Time = 2 s shut\n"
+                      "    Time = 3          -\n"
+                      "    Zero              idle\n"),
+            std::string::npos)
+      << Answer({"info", "a.tev"});
 }
 
 TEST_F(TevInfoCommand, PartWithoutAGeometry_IsToldAsMissing) {

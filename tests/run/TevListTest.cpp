@@ -165,6 +165,42 @@ TEST_F(TevList, ListOfNamesThatCannotBeOpened_IsAnError) {
   EXPECT_EQ(run.error, "tev: none: cannot open: No such file or directory\n");
 }
 
+TEST_F(TevList, EmptyName_IsAFailureInItsPlace) {
+  dir.Write("a", bytes);
+  dir.Write("names", std::string("\0a\0", 3));
+  const RunResult run = Run({"list", "--csv", "--files0-from", "names"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.error, "tev: : the name is empty\n");
+  EXPECT_EQ(run.output,
+            std::string(kCsvHeading) + ",not-found,false,,,,,,,,,,,\n" + CsvRow("a", bytes.size()));
+}
+
+TEST_F(TevList, DescriptorThatCannotBeOpenedAgain_IsReadAllTheSame) {
+  dir.OpenToAll(false);
+  dir.Write("a", bytes);
+  dir.Write("names", std::string("-\0a\0", 4));
+  fs::permissions(dir / "a", fs::perms(0600));
+  fs::permissions(dir / "names", fs::perms(0600));
+  const RunResult model = Run({"list", "--csv", "-", "-"},
+                              {.input = Redirect::To(dir / "a"), .hooks = {RunAsUnprivileged}});
+  EXPECT_EQ(model.error, "");
+  EXPECT_EQ(model.output, kCsvHeading + CsvRow("-", bytes.size()) + CsvRow("-", bytes.size()));
+  const RunResult list = Run({"list", "--csv", "--files0-from", "/dev/fd/0"},
+                             {.input = Redirect::To(dir / "names"), .hooks = {RunAsUnprivileged}});
+  EXPECT_EQ(list.status, 2);
+  EXPECT_EQ(list.error,
+            "tev: -: not a Tev file\n"
+            "tev: a: cannot open: Permission denied\n");
+}
+
+TEST_F(TevList, PipeThatIsNamedTwice_IsAnsweredTwice) {
+  dir.Write("a", bytes);
+  const std::string tev = TEV_PROGRAM;
+  const RunResult run = RunProgram({"/bin/sh", "-c", "cat a | " + tev + " list --csv - -"},
+                                   {.workingDirectory = dir.Path()});
+  EXPECT_EQ(run.output, kCsvHeading + CsvRow("-", bytes.size()) + CsvRow("-", bytes.size()));
+}
+
 TEST_F(TevList, ModelFromAPipe_IsAnsweredAsAFile) {
   dir.Write("a", bytes);
   const std::string tev = TEV_PROGRAM;
@@ -187,6 +223,16 @@ TEST_F(TevList, OutputFile_IsWrittenAndNeverAModel) {
     EXPECT_EQ(run.status, 2);
     EXPECT_EQ(dir.Read(output), bytes);
   }
+}
+
+TEST_F(TevList, OutputThatIsTheListOfNames_IsRefused) {
+  dir.Write("a", bytes);
+  const std::string names("a\0", 2);
+  dir.Write("names", names);
+  const RunResult run = Run({"list", "--files0-from", "names", "-o", "names"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.error, "tev: names: names is this file\n");
+  EXPECT_EQ(dir.Read("names"), names);
 }
 
 TEST_F(TevList, StandardOutputThatAppends_IsNeverEmptied) {

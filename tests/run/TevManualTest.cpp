@@ -123,6 +123,22 @@ TEST_F(TevManual, PageOfTheProgram_ListsAllVerbs) {
   EXPECT_EQ(listed, Words(verbs.begin(), verbs.end()));
 }
 
+TEST_F(TevManual, VerbsWithJson_AreThoseThatHaveASchemaOfTheirOwn) {
+  std::size_t count = 0;
+  for (const std::string& verb : Verbs()) {
+    const Words options = OptionsIn(OptionColumn(Answer({verb, "--help"})));
+    EXPECT_EQ(options.contains("--json"), std::filesystem::exists(Schema(verb))) << verb;
+    EXPECT_EQ(options.contains("--json"), options.contains("--jsonl")) << verb;
+    if (options.contains("--json")) {
+      ++count;
+      EXPECT_NE(ReadFile(Schema(verb)).find("\"$id\": \"urn:tevinfo:schema:tev." + verb + ":1\""),
+                std::string::npos)
+          << verb;
+    }
+  }
+  EXPECT_GT(count, 0U);
+}
+
 TEST_F(TevManual, Pages_AreWellFormed) {
   for (const auto& page :
        std::filesystem::directory_iterator(std::string(TEVINFO_SOURCE_DIR) + "/docs/man")) {

@@ -22,6 +22,13 @@ TEST_F(TevSets, WithoutAName_AllSetsAreListed) {
             "        1  Loaded\n");
 }
 
+TEST_F(TevSets, ModelWithoutAny_SaysSo) {
+  ModelWriter model;
+  model.AddGroup("root", 0);
+  Write("a.tev", model);
+  EXPECT_EQ(Answer({"sets", "a.tev"}), "a.tev\n  No node sets\n");
+}
+
 TEST_F(TevSets, Name_GivesTheIdsOnePerLine) {
   Write("a.tev", SmallModel());
   EXPECT_EQ(Answer({"sets", "a.tev", "Fixed"}), "1\n2\n");

@@ -45,6 +45,8 @@ TEST_F(TevUsage, HelpVerb_IsTheHelpOfTheVerb) {
     const std::string help = Answer({"help", verb});
     EXPECT_EQ(help, Answer({verb, "--help"}));
     EXPECT_NE(help.find("Example"), std::string::npos) << help;
+    EXPECT_EQ(help.find("Excludes"), std::string::npos) << help;
+    EXPECT_EQ(help.find(" REQUIRED"), std::string::npos) << help;
   }
 }
 
@@ -59,6 +61,17 @@ TEST_F(TevUsage, DepthThatIsNoWholeNumber_IsBadUsage) {
     ExpectBadUsage(Run({"tree", "--depth", depth, "a.tev"}),
                    "tev: --depth: \"" + depth + "\" is no whole number (see tev tree --help)\n");
   }
+}
+
+TEST_F(TevUsage, TwoForms_AreBadUsage) {
+  Write("a.tev", SmallModel());
+  ExpectBadUsage(Run({"list", "--json", "--csv", "a.tev"}),
+                 "tev: --json excludes --csv (see tev list --help)\n");
+  ExpectBadUsage(Run({"list", "--csv", "--jsonl", "a.tev"}),
+                 "tev: --jsonl excludes --csv (see tev list --help)\n");
+  ExpectBadUsage(Run({"info", "--jsonl", "--json", "a.tev"}),
+                 "tev: --json excludes --jsonl (see tev info --help)\n");
+  EXPECT_EQ(Run({"info", "--json", "--json", "a.tev"}).status, 0);
 }
 
 TEST_F(TevUsage, CdfWithAFourthArgument_IsBadUsage) {

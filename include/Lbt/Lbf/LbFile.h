@@ -52,6 +52,8 @@ class LbFile {
  public:
   /// The first bytes of every container file.
   static constexpr std::string_view kSignature = Lbt::Util::kModelSignature;
+  /// What stands before the index: the signature, the version and the size of the index.
+  static constexpr std::uint64_t kHeaderSize = 16;
 
   LbFile() = default;
   virtual ~LbFile();

@@ -44,6 +44,9 @@ class LoadObserver {
   LoadObserver(const LoadObserver&) = delete;
   LoadObserver& operator=(const LoadObserver&) = delete;
 
+  /// How many tree records there are to be has been read. Below 0 it is as 0: none is read.
+  virtual void OnRecordCount(int /*count*/) {}
+
   /// A tree record has been read; the data of its node comes next.
   virtual void OnRecord(const TreeRecord& record) = 0;
 

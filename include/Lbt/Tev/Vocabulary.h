@@ -17,6 +17,11 @@ struct StreamNames {
   std::string attributes = "Attributes";
   std::string resources = "Resources";
   std::string global = "Global Information";
+
+  /// All of them, that of the tree first.
+  [[nodiscard]] std::array<std::string, 6> All() const {
+    return {tree, attributes, heavy, global, resources, light};
+  }
 };
 
 /// What records hold in some versions only. Versions are compared as texts; a version that nobody

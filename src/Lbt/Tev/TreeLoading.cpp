@@ -74,6 +74,9 @@ class Tree::Loading {
     int count = 0;
     tolerance_.SetPlace({.part = Part::RecordCount});
     streams_->Attempt(stream, [&] { count = ReadTreeRecordCount(stream); });
+    if (observer_ != nullptr) {
+      observer_->OnRecordCount(count);
+    }
     for (int i = 0; i < count; ++i) {
       TreeRecord record;
       const auto number = static_cast<std::size_t>(i);

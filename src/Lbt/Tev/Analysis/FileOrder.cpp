@@ -7,15 +7,37 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <string>
 #include <tuple>
 
 #include "BlockOrder.h"
+#include "Lbt/Log/Raise.h"
 #include "Lbt/Tev/Analysis/Arrays.h"
 #include "TwinBlocks.h"
 
 namespace LbtTev::Analysis {
 
 namespace {
+
+/// "failure" with the place of the array that could not be loaded.
+std::exception_ptr WithPlace(const std::exception_ptr& failure, const NumericArray& array,
+                             const ModelStream& stream) {
+  if (failure == nullptr || array.loader == nullptr) {
+    return failure;
+  }
+  try {
+    try {
+      std::rethrow_exception(failure);
+    } catch (const Lbt::Util::Exception& known) {
+      const std::string message = std::string(known.GetLogMessage()) + ", at byte " +
+                                  std::to_string(array.loader->GetPosition()) + " of " +
+                                  stream.GetName();
+      Lbt::Log::Raise(known.GetType(), message.c_str(), "include/Lbt/Tev/Analysis/FileOrder");
+    }
+  } catch (...) {
+    return std::current_exception();
+  }
+}
 
 /// The arrays of one model that groups wait for. Turns are those of the arrays of the model whose
 /// order counts.
@@ -247,7 +269,7 @@ class LoadSide {
       return;
     }
     LoadedArray& loaded = array.loaded;
-    loaded.failure = FailureOfLoad(*tree_, [&] {
+    const std::exception_ptr failure = FailureOfLoad(*tree_, [&] {
       if (array.mayStayStored) {
         loaded.stored = FindStored(*array.source, blocks_);
       }
@@ -262,6 +284,7 @@ class LoadSide {
             std::make_shared<const std::vector<float>>(LoadArray<float>(*array.source, blocks_));
       }
     });
+    loaded.failure = WithPlace(failure, *array.source, *heavy_);
     blocks_.DropUsedUp();
   }
 

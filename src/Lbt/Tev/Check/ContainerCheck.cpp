@@ -3,7 +3,6 @@
 #include "ContainerCheck.h"
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 
 #include "Lbt/Lbf/ContainerListing.h"
@@ -18,8 +17,6 @@ using Lbt::Util::Exception;
 using LbtLbf::LbFile;
 
 namespace {
-
-constexpr std::uint64_t kHeaderSize = 16;
 
 NumberedName NameOf(const LbtLbf::NumberedBlock& block) { return {block.number, block.stream}; }
 
@@ -58,16 +55,10 @@ void AddUnusedOfContinuation(const LbtLbf::Index& index, const CheckedBlock& blo
   AddUnused(block.offset + within, length, unused, block.name, log);
 }
 
-/// The streams that a model consists of, that of its tree first.
-std::array<std::string, 6> KnownStreams() {
-  const LbtTev::StreamNames names;
-  return {names.tree, names.attributes, names.heavy, names.global, names.resources, names.light};
-}
-
 /// A model may lack streams that it does not need, but an unknown one may be what it lacks. The
 /// tree has a finding of its own.
 void AddMissingStreams(const LbtLbf::Index& index, FindingLog& log) {
-  const std::array<std::string, 6> known = KnownStreams();
+  const auto known = LbtTev::StreamNames().All();
   for (std::size_t i = 1; i < known.size(); ++i) {
     if (!index.HasEntries(known.at(i))) {
       log.Add({.kind = Finding::Kind::MissingStream,
@@ -81,7 +72,7 @@ void AddMissingStreams(const LbtLbf::Index& index, FindingLog& log) {
 void AddUnknownStreams(const LbtLbf::Index& index, const std::vector<CheckedBlock>& blocks,
                        FindingLog& log) {
   const auto& second = index.GetContinuation();
-  const std::array<std::string, 6> known = KnownStreams();
+  const auto known = LbtTev::StreamNames().All();
   bool isAny = false;
   for (const std::size_t entry : index.FirstEntries()) {
     const std::string& name = index.GetItems()[entry].name;
@@ -141,10 +132,11 @@ bool CheckIndex(LbFile& file, FindingLog& log) {
   } catch (const std::exception& exception) {
     Finding finding{.kind = Finding::Kind::Index,
                     .text = "the index cannot be read: " + ReasonOf(exception, file)};
-    if (const std::uint64_t size = file.GetSize().value_or(kHeaderSize); size < kHeaderSize) {
+    if (const std::uint64_t size = file.GetSize().value_or(LbFile::kHeaderSize);
+        size < LbFile::kHeaderSize) {
       log.Add({.kind = Finding::Kind::Header,
                .text = "the file ends before its header does",
-               .claimed = kHeaderSize,
+               .claimed = LbFile::kHeaderSize,
                .found = size});
       return false;
     }
