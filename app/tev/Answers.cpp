@@ -94,6 +94,10 @@ std::ostream& AnswerWriter::Text() {
   return output_->Stream();
 }
 
+void AnswerWriter::TellNone(const std::string& what) {
+  Text() << "  No " << what << (IsComplete() ? "" : " that can be read") << '\n';
+}
+
 JsonWriter& AnswerWriter::Facts() {
   if (!facts_) {
     const bool isLine = style_.form == Form::JsonLines;

@@ -74,6 +74,9 @@ class AnswerWriter {
   /// Text and Csv: where the next piece of the answer goes.
   [[nodiscard]] std::ostream& Text();
 
+  /// Text: says that the file has none of "what", "node sets", in place of a heading alone.
+  void TellNone(const std::string& what);
+
   /// JSON: where the members of the ENTRY go that come after the first four, one by one. All that
   /// the verb's schema requires, or none.
   [[nodiscard]] JsonWriter& Facts();

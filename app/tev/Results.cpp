@@ -321,6 +321,8 @@ void Answer(const Input& input, AnswerWriter& writer, const Options& options) {
       json.Close();
     } else if (writer.GetForm() == Form::Csv) {
       ForFields(model, fields, options, writer, CsvFields(model, input.path, writer.Text()));
+    } else if (fields.empty()) {
+      writer.TellNone("results");
     } else if (options.stats) {
       Table table = StatisticsTable(writer);
       ForFields(model, fields, options, writer, TextFields(model, table));

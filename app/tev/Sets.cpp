@@ -46,8 +46,7 @@ Sets Find(const Sets& all, const std::string& path, const std::string& name) {
 void WriteTable(const Sets& sets, AnswerWriter& writer) {
   using enum Table::Align;
   if (sets.empty()) {
-    writer.Text() << (writer.IsComplete() ? "  No node sets\n"
-                                          : "  No node sets that can be read\n");
+    writer.TellNone("node sets");
     return;
   }
   Table table(writer.Text(), {{"Members", Right}, {"Name", Left}}, {.limit = writer.Columns()});

@@ -183,5 +183,13 @@ TEST_F(TevResults, PatternThatFitsNothing_IsBadUsage) {
       << none.error;
 }
 
+TEST_F(TevResults, ModelWithoutAny_SaysSo) {
+  ModelWriter model;
+  model.AddGroup("root", 0);
+  Write("a.tev", model);
+  EXPECT_EQ(Answer({"results", "a.tev"}), "a.tev\n  No results\n");
+  EXPECT_EQ(Answer({"results", "--stats", "a.tev"}), "a.tev\n  No results\n");
+}
+
 }  // namespace
 }  // namespace tevtest

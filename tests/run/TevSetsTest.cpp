@@ -27,6 +27,15 @@ TEST_F(TevSets, ModelWithoutAny_SaysSo) {
   model.AddGroup("root", 0);
   Write("a.tev", model);
   EXPECT_EQ(Answer({"sets", "a.tev"}), "a.tev\n  No node sets\n");
+  ContainerWriter container = SmallModel().ToContainer();
+  for (BlockSpec& block : container.Blocks()) {
+    if (block.name == kHeavyData) {
+      block.storedBytes = Hex("10000000 'no zlib stream'");
+      block.compressed = true;
+    }
+  }
+  dir.Write("a.tev", container.Build().bytes);
+  EXPECT_TRUE(Run({"sets", "a.tev"}).output.ends_with("\n  No node sets that can be read\n"));
 }
 
 TEST_F(TevSets, Name_GivesTheIdsOnePerLine) {

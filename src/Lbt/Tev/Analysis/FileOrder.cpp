@@ -26,16 +26,18 @@ std::exception_ptr WithPlace(const std::exception_ptr& failure, const NumericArr
     return failure;
   }
   try {
+    std::rethrow_exception(failure);
+  } catch (const Lbt::Util::Exception& known) {
+    const std::string message = std::string(known.GetLogMessage()) + ", at byte " +
+                                std::to_string(array.loader->GetPosition()) + " of " +
+                                stream.GetName();
     try {
-      std::rethrow_exception(failure);
-    } catch (const Lbt::Util::Exception& known) {
-      const std::string message = std::string(known.GetLogMessage()) + ", at byte " +
-                                  std::to_string(array.loader->GetPosition()) + " of " +
-                                  stream.GetName();
       Lbt::Log::Raise(known.GetType(), message.c_str(), "include/Lbt/Tev/Analysis/FileOrder");
+    } catch (const Lbt::Util::Exception&) {
+      return std::current_exception();
     }
   } catch (...) {
-    return std::current_exception();
+    return failure;
   }
 }
 
