@@ -234,7 +234,8 @@ TEST(FieldStatistics, WhoseIdsAloneAreDamaged_LackTheIds) {
   GatherStatistics(described.model, SelectFields(described.model, {}),
                    [&](const FieldOfPart& /*each*/, const FieldStatistics& result) {
                      ++fields;
-                     EXPECT_EQ(TextOf(result.failure), "Invalid block position");
+                     EXPECT_EQ(TextOf(result.failure),
+                               "Invalid block position, at byte 1073741824 of Heavy Data");
                      ASSERT_TRUE(result.statistics.has_value());
                      EXPECT_EQ(result.statistics->counted, 2U);
                      EXPECT_EQ(result.statistics->components[0].max.id, std::nullopt);
