@@ -35,7 +35,7 @@ inflating, a third of it the check sums.
 
 In the report, allocating is the tree itself: nodes, variables, their names, the places of their
 data and their loaders, which callers may ask for after the report; nothing of it is freed one by
-one. `GatherPartsAndResults` and `Tree::UpdateLinkedBuffers` walk over the whole tree once more, since
+one. `WalkParts` and `Tree::UpdateLinkedBuffers` walk over the whole tree once more, since
 a link may lead to what comes later, and wait for memory that the caches have lost by then.
 Comparisons and searches of text (memcmp, memchr) are the names of streams, variables and attributes.
 

@@ -62,7 +62,7 @@ int Report(const CommandLine& commandLine) {
   std::string fileSize = LbtUtil::GetFileSize(model.c_str());
   lasting.Open(model);
   ModelFacts facts = GatherFacts(tree, info.format);
-  facts.fileSize = std::move(fileSize);
+  facts.fileSize = std::move(fileSize);  // as it was before the model was read
   const int status = facts.isMachineAtFault ? 2 : 0;
   LbtTev::Report::AddEntries(info, std::move(facts));
 

@@ -61,11 +61,12 @@ void WriteContents(LbFile& file, std::size_t number, AnswerWriter& writer) {
   if (stored.size() < LbtLbf::kLengthFieldSize) {
     throw Failure(FailureCode::Damaged, TextOf(block) + " is too short for a compressed block");
   }
-  const Bytes compressed = Bytes(stored).subspan(LbtLbf::kLengthFieldSize);
-  const std::uint64_t room =
-      LbtLbf::RoomToInflate(LbtLbf::LengthFromField(stored.data()), compressed.size());
+  const LbtLbf::CompressedBlock compressed{LbtLbf::LengthFromField(stored.data()),
+                                           Bytes(stored).subspan(LbtLbf::kLengthFieldSize)};
+  const std::uint64_t room = compressed.Room();
   const auto contents = std::make_unique_for_overwrite<unsigned char[]>(room);
-  const LbtLbf::Inflated inflated = LbtLbf::Inflate(compressed, std::span(contents.get(), room));
+  const LbtLbf::Inflated inflated =
+      LbtLbf::Inflate(compressed.stream, std::span(contents.get(), room));
   if (inflated.code != 0) {
     throw Failure(FailureCode::Damaged, RefusalText(block));
   }

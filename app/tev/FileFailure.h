@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "Lbt/Lbf/Index.h"
+#include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Lbf/LbFile.h"
-#include "Lbt/Util/Exception.h"
 
 /// What kind of thing is wrong with a file, for scripts.
 enum class FailureCode : std::uint8_t {
@@ -71,8 +71,7 @@ decltype(auto) NamingBlocks(const LbtLbf::LbFile& file, Read read) {
     return read();
   } catch (const std::exception& exception) {
     const auto block = file.GetIndex().RefusedBlock();
-    if (block && dynamic_cast<const Lbt::Util::Exception*>(&exception) == nullptr &&
-        dynamic_cast<const std::runtime_error*>(&exception) == nullptr) {
+    if (block && LbtLbf::IsRefusal(exception)) {
       throw Failure(FailureCode::Damaged, TextOnRefused(*block));
     }
     throw;

@@ -55,7 +55,7 @@ unsigned int FieldBytes(const std::string& version) {
 
 void ExpectMaterialIsRead(const std::string& version, bool sized) {
   SCOPED_TRACE(version);
-  Block block = BlockOf(Coloured(version, sized).Encode() + "behind");
+  Block block = BlockOf(Coloured(version, sized).Encode() + "after");
   Material material;
   CopyFromBlock_Versioned(block, material);
   ExpectColours(material);
@@ -122,7 +122,7 @@ TEST(MaterialRecord, OfAnUnknownVersionWithMoreFields_IsReadAsVersion03AndSkipsT
   MaterialRecord record = Coloured("2.5", true);
   record.envelope.trailing = "1234567";
   const std::string bytes = record.Encode();
-  Block block = BlockOf(bytes + "behind");
+  Block block = BlockOf(bytes + "after");
   Material material;
   CopyFromBlock_Versioned(block, material);
   ExpectColours(material);

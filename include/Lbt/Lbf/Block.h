@@ -28,10 +28,10 @@ class Block {
   Block(Block&& other) noexcept { Swap(other); }
   Block& operator=(Block&& other) noexcept;
 
-  /// Appends "length" bytes of "stream", from its current offset, at the cursor,
+  /// Appends "length" bytes of "file", from its current offset, at the cursor,
   /// which stays where it is. Nothing happens for a length of 0. Throws "Read
-  /// Error" where the stream does not hold them all, and "Memory Allocation Error".
-  void Read(std::FILE* stream, const unsigned int& length);
+  /// Error" where the file does not hold them all, and "Memory Allocation Error".
+  void Read(std::FILE* file, const unsigned int& length);
 
   /// Copies "length" bytes from the cursor to "destination" and moves the cursor
   /// over them. Throws "Out of Bounds", with nothing changed, where fewer are left.
@@ -119,9 +119,9 @@ class Block {
   [[nodiscard]] bool HasBuffer() const { return buffer_ != nullptr; }
   [[nodiscard]] bool IsConsumed() const { return position_ == size_; }
 
-  /// The bytes between a stream's offset and its end; as many as there can be where it has no
+  /// The bytes between a file's offset and its end; as many as there can be where it has no
   /// end that can be known.
-  [[nodiscard]] static std::uint64_t BytesLeft(std::FILE* stream);
+  [[nodiscard]] static std::uint64_t BytesLeft(std::FILE* file);
 
   /// The byte count that an environment variable sets, read as `strtoul` reads it:
   /// text that is no number counts as 0. None where the variable is unset or its

@@ -62,6 +62,11 @@ struct IndexItem {
   std::uint8_t loaded = 0;        ///< 1 while the block holds the entry's data
   std::uint32_t reservedWord = 0;
 
+  /// How many of the stored bytes a file of "fileSize" bytes has.
+  [[nodiscard]] std::uint64_t SizeIn(std::uint64_t fileSize) const {
+    return position < fileSize ? std::min<std::uint64_t>(size, fileSize - position) : 0;
+  }
+
   /// Whether the block is stored zlib-compressed; other bits have no meaning.
   [[nodiscard]] bool IsCompressed() const { return (compression & 1U) != 0; }
 };

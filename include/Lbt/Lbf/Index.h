@@ -14,6 +14,7 @@
 
 #include "Lbt/Lbf/BlockCache.h"
 #include "Lbt/Lbf/NamedStream.h"
+#include "Lbt/Util/Exception.h"
 
 namespace LbtLbf {
 
@@ -29,6 +30,18 @@ struct NumberedBlock {
 /// That zlib refuses a block: "zlib refuses the data of block 3 (Heavy Data)".
 [[nodiscard]] std::string RefusalText(const NumberedBlock& block);
 
+/// Runs a read of a stream and absorbs that there is nothing to read from.
+template <class Read>
+void AbsorbNotFound(Read read) {
+  try {
+    read();
+  } catch (const Lbt::Util::Exception& exception) {
+    if (exception.GetType() != Lbt::Util::Exception::ErrorType::ElementNotFound) {
+      throw;
+    }
+  }
+}
+
 /// The index of a container with its loaded blocks: which blocks form the stream of
 /// a name, and which of them a read is served from.
 ///
@@ -39,22 +52,22 @@ struct NumberedBlock {
 /// one's own last entry is never followed.
 class Index {
  public:
-  /// Reads the index of "size" bytes that "stream" stands at, and the second index
+  /// Reads the index of "size" bytes that "file" stands at, and the second index
   /// where there is one. Throws what reading blocks throws, and "Out of Bounds" where
   /// the entries run out; the index is empty then.
-  void ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long& size);
+  void ReadIndexBufferFromFileStream(std::FILE* file, const unsigned long& size);
 
   /// The entry whose block serves the next read of stream "name"; loads blocks on the
   /// way. Throws "Element Not Found" for an unknown name, and what a load throws.
-  [[nodiscard]] unsigned long GetReadingBlockIndex(std::string_view name, std::FILE* stream);
+  [[nodiscard]] unsigned long GetReadingBlockIndex(std::string_view name, std::FILE* file);
 
   /// The same among the blocks in memory. Throws "Element Not Found" where the name is
   /// unknown or no block of it has bytes left.
   [[nodiscard]] unsigned long GetReadingBlockIndex(std::string_view name);
 
   /// The blocks of those entries.
-  [[nodiscard]] Block& GetReadingBlock(std::string_view name, std::FILE* stream) {
-    return cache_.GetBlock(GetReadingBlockIndex(name, stream));
+  [[nodiscard]] Block& GetReadingBlock(std::string_view name, std::FILE* file) {
+    return cache_.GetBlock(GetReadingBlockIndex(name, file));
   }
   [[nodiscard]] Block& GetReadingBlock(std::string_view name) {
     return cache_.GetBlock(GetReadingBlockIndex(name));
@@ -66,25 +79,25 @@ class Index {
 
   /// What the functions of these names do, for a stream that was found before. What the block
   /// reference is valid for: until blocks are created, or the index is read anew.
-  [[nodiscard]] Block& GetReadingBlock(NamedStream& named, std::FILE* stream) {
-    return cache_.GetBlock(named.Choose(cache_, stream));
+  [[nodiscard]] Block& GetReadingBlock(NamedStream& stream, std::FILE* file) {
+    return cache_.GetBlock(stream.Choose(cache_, file));
   }
-  [[nodiscard]] Block& GetReadingBlock(NamedStream& named) {
-    return cache_.GetBlock(named.ChooseInMemory(cache_));
+  [[nodiscard]] Block& GetReadingBlock(NamedStream& stream) {
+    return cache_.GetBlock(stream.ChooseInMemory(cache_));
   }
-  void SetBlockPosition(NamedStream& named, unsigned long offset, std::FILE* stream) {
+  void SetBlockPosition(NamedStream& stream, unsigned long offset, std::FILE* file) {
     ++changes_;
-    named.Seek(cache_, offset, stream);
+    stream.Seek(cache_, offset, file);
   }
 
   /// The number of the block that a seek would be about; see NamedStream::TargetOf.
-  [[nodiscard]] std::size_t TargetOf(NamedStream& named, unsigned long offset, std::FILE* stream) {
-    return named.TargetOf(cache_, offset, stream);
+  [[nodiscard]] std::size_t TargetOf(NamedStream& stream, unsigned long offset, std::FILE* file) {
+    return stream.TargetOf(cache_, offset, file);
   }
 
-  /// The block that the next read of a stream is served from. Without "stream" among the blocks in
+  /// The block that the next read of a stream is served from. Without "file" among the blocks in
   /// memory, and null where none has bytes left. Throws what a load throws.
-  [[nodiscard]] Block* FindReadingBlock(NamedStream& named, std::FILE* stream);
+  [[nodiscard]] Block* FindReadingBlock(NamedStream& stream, std::FILE* file);
 
   /// How many times the index has been read: a stream found before that is valid as long as this
   /// stays.
@@ -99,24 +112,23 @@ class Index {
   static void LogMissingStream();
 
   /// Where the next read of a stream begins; see NamedStream::Position.
-  [[nodiscard]] std::uint64_t GetPosition(NamedStream& named) { return named.Position(cache_); }
+  [[nodiscard]] std::uint64_t GetPosition(NamedStream& stream) { return stream.Position(cache_); }
 
   /// The length of a whole stream by the file's own word; see NamedStream::RecordedLength.
-  [[nodiscard]] std::uint64_t ReadRecordedLength(NamedStream& named, std::FILE* stream) {
-    return named.RecordedLength(cache_, stream);
+  [[nodiscard]] std::uint64_t ReadRecordedLength(NamedStream& stream, std::FILE* file) {
+    return stream.RecordedLength(cache_, file);
   }
 
   /// Copies "length" bytes (its low 32 bits) of stream "name", all from one block. An
   /// unknown name, or no block to choose, leaves "destination" alone.
   void Get(std::string_view name, void* const& destination, unsigned long length);
-  void Get(std::string_view name, void* const& destination, unsigned long length,
-           std::FILE* stream);
+  void Get(std::string_view name, void* const& destination, unsigned long length, std::FILE* file);
 
   /// Puts the cursor of stream "name" at "offset" bytes from its start, counted over
   /// the uncompressed bytes of its blocks; the stream's end is allowed. Blocks before
   /// it are released and count as read. A name that the index lacks gets an empty
   /// block. Throws "Out of Bounds" ("Invalid block position") and what a load throws.
-  void SetBlockPosition(std::string_view name, unsigned long offset, std::FILE* stream);
+  void SetBlockPosition(std::string_view name, unsigned long offset, std::FILE* file);
 
   /// Appends an entry with an empty block to stream "name" and returns its number.
   unsigned long CreateBlock(const std::string& name);
@@ -125,7 +137,7 @@ class Index {
   [[nodiscard]] BlockSizeLimiter& GetBlockSizeLimiter(std::string_view name);
 
   /// Loads one entry, anew where it was in memory, with the cursor at its start.
-  void ReadBufferFromFileStream(unsigned long entry, std::FILE* stream);
+  void ReadBufferFromFileStream(unsigned long entry, std::FILE* file);
 
   /// An entry's block, to be read from.
   [[nodiscard]] Block& GetBlock(unsigned long entry);
@@ -135,8 +147,8 @@ class Index {
 
   /// The length that an entry's contents have by the file's own word; see
   /// BlockCache::ReadRecordedLength.
-  [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry, std::FILE* stream) {
-    return cache_.ReadRecordedLength(entry, stream);
+  [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry, std::FILE* file) {
+    return cache_.ReadRecordedLength(entry, file);
   }
 
   /// See BlockCache::ObserveLoads.
@@ -184,7 +196,7 @@ class Index {
     return cache_.Items()[entry].name;
   }
   [[nodiscard]] std::span<const std::uint32_t> RunsOf(std::string_view name) const;
-  void AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items);
+  void AppendContinuation(std::FILE* file, std::vector<IndexItem>& items);
   void FindRuns();
   [[nodiscard]] NumberedBlock Numbered(std::size_t entry) const;
 

@@ -23,6 +23,19 @@ inline constexpr std::uint32_t kLengthFieldSize = 4;
 /// left in whatever it refuses.
 [[nodiscard]] std::uint64_t RoomToInflate(std::uint32_t recorded, std::uint64_t compressed);
 
+/// A compressed block, taken apart.
+struct CompressedBlock {
+  std::uint32_t recordedLength = 0;
+  std::span<const unsigned char> stream;
+
+  /// The room that inflating it takes.
+  [[nodiscard]] std::uint64_t Room() const { return RoomToInflate(recordedLength, stream.size()); }
+};
+
+/// Takes the stored bytes of a block apart, from the cursor on; they stay where they are. Throws
+/// "Out of Bounds" for less than a whole length field.
+[[nodiscard]] CompressedBlock TakeApart(Block& stored);
+
 /// The code for contents that are longer than the room that they may take, and for input that ends
 /// too early.
 inline constexpr int kZlibBufferError = -5;
@@ -53,6 +66,9 @@ class InflateMemoryError final : public std::exception {};
 
 /// Whether an exception tells that memory has run out, and nothing of the file.
 [[nodiscard]] bool IsLackOfMemory(const std::exception& exception);
+
+/// Whether an exception is what RaiseRefusal throws.
+[[nodiscard]] bool IsRefusal(const std::exception& exception);
 
 /// Rewrites a block in place.
 class BlockTransformation {

@@ -19,6 +19,9 @@
 
 namespace LbtLbf {
 
+/// The newest container version that is supported.
+inline constexpr const char* kNewestVersion = "1.3";
+
 /// The container version that the readers of versioned records go by: "1.3" from
 /// the start of the program on.
 extern std::string tev_file_version;  // NOLINT(*-avoid-non-const-global-variables)
@@ -55,6 +58,9 @@ class LbFile {
   /// What stands before the index: the signature, the version and the size of the index.
   static constexpr std::uint64_t kHeaderSize = 16;
 
+  /// Bytes before the index.
+  static constexpr std::uint64_t kHeaderSize = 16;
+
   LbFile() = default;
   virtual ~LbFile();
   LbFile(const LbFile&) = delete;
@@ -67,7 +73,7 @@ class LbFile {
   /// Closes the file where one is open. The index and all blocks in memory stay.
   virtual void CloseFile();
 
-  [[nodiscard]] bool IsOpen() const { return stream_ != nullptr; }
+  [[nodiscard]] bool IsOpen() const { return file_ != nullptr; }
 
   /// Whether the system has refused a read of the open file: what failed then tells nothing of
   /// what the file holds.
@@ -119,31 +125,33 @@ class LbFile {
 
   /// The block that the next read of a stream is served from. Throws what a load throws; of a
   /// closed file "Element Not Found" where no block in memory has bytes left.
-  [[nodiscard]] Block& GetReadingBlock(NamedStream& named) {
-    return IsOpen() ? index_.GetReadingBlock(named, stream_.get()) : index_.GetReadingBlock(named);
+  [[nodiscard]] Block& GetReadingBlock(NamedStream& stream) {
+    return IsOpen() ? index_.GetReadingBlock(stream, file_.get()) : index_.GetReadingBlock(stream);
   }
 
   /// The same, or null of a closed file where no block in memory has bytes left.
-  [[nodiscard]] Block* FindReadingBlock(NamedStream& named) {
-    return index_.FindReadingBlock(named, stream_.get());
+  [[nodiscard]] Block* FindReadingBlock(NamedStream& stream) {
+    return index_.FindReadingBlock(stream, file_.get());
   }
 
   /// Puts the cursor of a stream at a byte; see Index::SetBlockPosition.
-  void SetBlockPosition(NamedStream& named, unsigned long offset) {
-    index_.SetBlockPosition(named, offset, stream_.get());
+  void SetBlockPosition(NamedStream& stream, unsigned long offset) {
+    index_.SetBlockPosition(stream, offset, file_.get());
   }
 
   /// The number of the block that a seek would be about; see NamedStream::TargetOf.
-  [[nodiscard]] std::size_t TargetOf(NamedStream& named, unsigned long offset) {
-    return index_.TargetOf(named, offset, stream_.get());
+  [[nodiscard]] std::size_t TargetOf(NamedStream& stream, unsigned long offset) {
+    return index_.TargetOf(stream, offset, file_.get());
   }
 
   /// Where the next read of a stream begins; see NamedStream::Position.
-  [[nodiscard]] std::uint64_t GetPosition(NamedStream& named) { return index_.GetPosition(named); }
+  [[nodiscard]] std::uint64_t GetPosition(NamedStream& stream) {
+    return index_.GetPosition(stream);
+  }
 
   /// The length of a whole stream by the file's own word; see NamedStream::RecordedLength.
-  [[nodiscard]] std::uint64_t ReadRecordedLength(NamedStream& named) {
-    return index_.ReadRecordedLength(named, stream_.get());
+  [[nodiscard]] std::uint64_t ReadRecordedLength(NamedStream& stream) {
+    return index_.ReadRecordedLength(stream, file_.get());
   }
 
   /// The block that the next read of a stream is served from. Throws "Element Not
@@ -172,14 +180,14 @@ class LbFile {
 
  private:
   struct Close {
-    void operator()(std::FILE* stream) const { static_cast<void>(std::fclose(stream)); }
+    void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
   };
 
   void RequireOpen() const;
   void ReadIndexOnce();
   [[nodiscard]] std::string ReadHeader(long offset, std::size_t length);
 
-  std::unique_ptr<std::FILE, Close> stream_;
+  std::unique_ptr<std::FILE, Close> file_;
   Index index_;
 };
 

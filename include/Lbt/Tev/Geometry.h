@@ -10,6 +10,7 @@
 #include "Lbt/Tev/ModelStreams.h"
 #include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/NumericArray.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/AttributeValue.h"
 #include "Lbt/Util/SharedAttributes.h"
 
@@ -48,7 +49,7 @@ class Geometry final : public Node {
   /// Whether a variable holds whole numbers that say how elements are made of nodes.
   [[nodiscard]] static bool IsConnectivity(VariableType type);
 
-  [[nodiscard]] std::string GetType() const override { return "Geometry"; }
+  [[nodiscard]] std::string GetType() const override { return std::string(NodeType::kGeometry); }
   /// "0.7": the geometry layout with 64-bit positions, unless this build is told to
   /// keep to the one before it.
   [[nodiscard]] std::string GetVersion() const override;
@@ -108,5 +109,8 @@ class Geometry final : public Node {
  private:
   void Locate(const std::shared_ptr<ModelStream>& heavy, bool ofConnectivity);
 };
+
+/// Whether a report takes a variable of this name as a result.
+[[nodiscard]] bool IsResult(const Geometry::VarStruct& variable, const VariableName& name);
 
 }  // namespace LbtTev

@@ -21,6 +21,12 @@
 
 namespace LbtTev {
 
+/// What the length of a name that is repeated costs: names of ordinary length are free.
+[[nodiscard]] constexpr std::size_t BeyondOrdinary(std::size_t length) {
+  constexpr std::size_t kOrdinary = 1024;
+  return length < kOrdinary ? 0 : length - kOrdinary;
+}
+
 /// One stream of an open file, read from where its cursor stands. All readers of a stream share
 /// that cursor. Refers to its file, which must outlive it.
 ///

@@ -7,6 +7,7 @@
 #include <typeinfo>
 
 #include "Lbt/Tev/ModelStreams.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/AttributeValue.h"
 
 namespace LbtTev {
@@ -81,7 +82,7 @@ class Material final : public Node {
 /// A part: its material, and as first child in the tree its geometry.
 class Shape final : public Node {
  public:
-  [[nodiscard]] std::string GetType() const override { return "Shape"; }
+  [[nodiscard]] std::string GetType() const override { return std::string(NodeType::kShape); }
   [[nodiscard]] std::string GetVersion() const override { return "0.2"; }
 
   Material material;
@@ -90,7 +91,7 @@ class Shape final : public Node {
 /// A node that holds others together: a transformation and named attributes.
 class Group final : public Node {
  public:
-  [[nodiscard]] std::string GetType() const override { return "Group"; }
+  [[nodiscard]] std::string GetType() const override { return std::string(NodeType::kGroup); }
   [[nodiscard]] std::string GetVersion() const override { return "0.4"; }
 
   /// Reads the group's data by its record version:

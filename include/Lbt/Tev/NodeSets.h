@@ -10,6 +10,7 @@
 
 #include "Lbt/Tev/ModelStreams.h"
 #include "Lbt/Tev/Node.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/AttributeValue.h"
 
 namespace LbtTev {
@@ -50,7 +51,7 @@ class NodeSets final : public Node {
     std::shared_ptr<const std::vector<NodeSet>> sets_;
   };
 
-  [[nodiscard]] std::string GetType() const override { return "NodeSets"; }
+  [[nodiscard]] std::string GetType() const override { return std::string(NodeType::kNodeSets); }
 
   /// Reads the sets from the heavy data at heavyDataPosition: name offsets (setCount +
   /// 1), one string with all names, member offsets (setCount + 1), and the first and

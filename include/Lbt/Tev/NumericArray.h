@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Lbt/Tev/ModelStreams.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtTev {
 
@@ -80,7 +81,7 @@ class NumericArray final {
   [[nodiscard]] unsigned char GetWidth() const { return width; }
 
   /// How many elements of 4 bytes there are.
-  [[nodiscard]] unsigned long GetNumElements() const { return byteSize / 4; }
+  [[nodiscard]] unsigned long GetNumElements() const { return byteSize / LbtUtil::kElementSize; }
 
   /// Makes the loader for the data at byte "position" of a stream, unless there is one.
   void CreateDataLoader(std::shared_ptr<ModelStream> stream, unsigned long position, bool shuffled);

@@ -9,6 +9,7 @@
 #include "Lbt/Adt/AdtTree.h"
 #include "Lbt/Lbf/LbFile.h"
 #include "Lbt/Tev/BlockVersionedIo.h"
+#include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/LoadObserver.h"
 #include "Lbt/Tev/ModelStreams.h"
 #include "Lbt/Tev/Node.h"
@@ -52,6 +53,10 @@ class Tree : public LbtAdt::Tree<Node*> {
   /// The same for a caller who has no use for the ids in the file.
   void LoadTree(LbtLbf::LbFile& file, unsigned int parentId, bool wideOffsets,
                 LoadObserver* observer = nullptr);
+
+  /// The variable that a linked one stands for; null where there is none.
+  [[nodiscard]] const Geometry::VarStruct* FindLinkTarget(
+      const Geometry::VarStruct& variable) const;
 
   /// Gives every linked variable a copy of its target's array, as the target had it
   /// before; a target that does not exist gives an empty one.

@@ -30,6 +30,9 @@ struct TreeRecord {
 /// reading a stream throws.
 [[nodiscard]] int ReadTreeRecordCount(ModelStream& tree);
 
+/// Bytes of that count.
+inline constexpr std::uint64_t kTreeRecordCountSize = 4;
+
 /// Reads the next record: its id first, and all that comes after the id then; "wideOffsets" for a
 /// position of 64 bits. Throw what reading a stream throws.
 void ReadTreeRecordId(ModelStream& tree, TreeRecord& record);

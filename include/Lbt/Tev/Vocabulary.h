@@ -24,6 +24,14 @@ struct StreamNames {
   }
 };
 
+/// What tree records call the kinds of nodes.
+namespace NodeType {
+inline constexpr std::string_view kGroup = "Group";
+inline constexpr std::string_view kShape = "Shape";
+inline constexpr std::string_view kGeometry = "Geometry";
+inline constexpr std::string_view kNodeSets = "NodeSets";
+}  // namespace NodeType
+
 /// What records hold in some versions only. Versions are compared as texts; a version that nobody
 /// knows is one of "all others".
 enum class RecordPart : std::uint8_t {
@@ -85,6 +93,9 @@ inline constexpr std::array kPartVersions{
 /// separator.
 inline constexpr char kRecordSeparator = '\x1e';
 
+/// What stands before the value in an instance name: "Time = 0.5".
+inline constexpr std::string_view kBeforeValue = " = ";
+
 /// The two parts of a variable's name: what stands before the first record separator, and what
 /// stands after it. They are views of the name.
 struct VariableName {
@@ -140,6 +151,7 @@ inline constexpr std::string_view kFrequency = "Frequency";
 inline constexpr std::string_view kTime = "Time";
 inline constexpr std::string_view kMode = "Mode";
 inline constexpr std::string_view kLoadCase = "LoadCase";
+inline constexpr std::string_view kStructure = "Structure";  ///< whether it is of nodes or elements
 }  // namespace ResultAttribute
 
 }  // namespace LbtTev

@@ -75,6 +75,9 @@ template <std::integral T>
 
 namespace LbtUtil {
 
+/// Bytes of an element of numeric data.
+inline constexpr std::size_t kElementSize = 4;
+
 /// Undoes byte shuffling in place. For n elements of 4 bytes the stored bytes
 /// hold byte 0 of every element, then byte 1 of every element, and so on: byte j
 /// of element i is stored byte i + j * n.

@@ -88,22 +88,22 @@ void BlockCache::ComputePosition(std::size_t entry) {
       entry == 0 ? firstPosition_ : items_[entry - 1].position + items_[entry - 1].size;
 }
 
-void BlockCache::SeekTo(std::size_t entry, std::FILE* stream) {
+void BlockCache::SeekTo(std::size_t entry, std::FILE* file) {
   ComputePosition(entry);
   const auto offset = static_cast<off_t>(items_[entry].position);
-  if (stream == nullptr || offset < 0 || fseeko(stream, offset, SEEK_SET) != 0) {
+  if (file == nullptr || offset < 0 || fseeko(file, offset, SEEK_SET) != 0) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kCacheHeader);
   }
 }
 
-BlockCache::Source BlockCache::Load(std::size_t entry, std::FILE* stream) {
+BlockCache::Source BlockCache::Load(std::size_t entry, std::FILE* file) {
   lastLoaded_ = entry;
   lastRefused_.reset();
   items_[entry].loaded = 0;
   blocks_[entry] = Block();
   Source source = Source::Kept;
-  if (stream == nullptr || !LoadKept(entry)) {
-    LoadStored(entry, stream);
+  if (file == nullptr || !LoadKept(entry)) {
+    LoadStored(entry, file);
     source = wasLoaded_[entry] ? Source::Again : Source::First;
     isWantedAgain_[entry] = wasLoaded_[entry];
     wasLoaded_[entry] = true;
@@ -124,11 +124,11 @@ bool BlockCache::LoadKept(std::size_t entry) {
   return contents.has_value();
 }
 
-void BlockCache::LoadStored(std::size_t entry, std::FILE* stream) {
+void BlockCache::LoadStored(std::size_t entry, std::FILE* file) {
   ++loadCount_;
   TellOfLoad(entry);
-  SeekTo(entry, stream);
-  blocks_[entry].Read(stream, items_[entry].size);
+  SeekTo(entry, file);
+  blocks_[entry].Read(file, items_[entry].size);
   if (items_[entry].IsCompressed()) {
     Inflate(entry);
   }
@@ -161,7 +161,7 @@ void BlockCache::ForgetContents() {
   refusals_.clear();
 }
 
-std::uint32_t BlockCache::ReadRecordedLength(std::size_t entry, std::FILE* stream) {
+std::uint32_t BlockCache::ReadRecordedLength(std::size_t entry, std::FILE* file) {
   const IndexItem& item = items_[entry];
   if (!item.IsCompressed()) {
     return item.size;
@@ -169,33 +169,33 @@ std::uint32_t BlockCache::ReadRecordedLength(std::size_t entry, std::FILE* strea
   if (item.size < kLengthFieldSize) {
     Raise(Exception::ErrorType::OutOfBounds, "Not enough bytes in the block", kCacheHeader);
   }
-  SeekTo(entry, stream);
+  SeekTo(entry, file);
   std::array<unsigned char, kLengthFieldSize> field{};
-  if (std::fread(field.data(), field.size(), 1, stream) != 1) {
+  if (std::fread(field.data(), field.size(), 1, file) != 1) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kCacheHeader);
   }
   return LengthFromField(field.data());
 }
 
-std::uint64_t BlockCache::ReadCredibleLength(std::size_t entry, std::FILE* stream) {
-  SeekTo(entry, stream);
+std::uint64_t BlockCache::ReadCredibleLength(std::size_t entry, std::FILE* file) {
+  SeekTo(entry, file);
   const IndexItem& item = items_[entry];
-  const std::uint64_t stored = std::min<std::uint64_t>(item.size, Block::BytesLeft(stream));
+  const std::uint64_t stored = std::min<std::uint64_t>(item.size, Block::BytesLeft(file));
   if (!item.IsCompressed()) {
     return stored;
   }
   return stored < kLengthFieldSize
              ? 0
-             : RoomToInflate(ReadRecordedLength(entry, stream), stored - kLengthFieldSize);
+             : RoomToInflate(ReadRecordedLength(entry, file), stored - kLengthFieldSize);
 }
 
-std::uint64_t BlockCache::ReadBeginning(std::size_t entry, std::FILE* stream,
+std::uint64_t BlockCache::ReadBeginning(std::size_t entry, std::FILE* file,
                                         std::span<unsigned char> contents) {
-  SeekTo(entry, stream);
+  SeekTo(entry, file);
   std::array<unsigned char, 4096> stored{};
   const std::span<unsigned char> piece =
       std::span(stored).first(std::min<std::size_t>(items_[entry].size, stored.size()));
-  const std::size_t count = std::fread(piece.data(), 1, piece.size(), stream);
+  const std::size_t count = std::fread(piece.data(), 1, piece.size(), file);
   std::span<const unsigned char> compressed = piece.first(count);
   compressed = compressed.subspan(std::min<std::size_t>(count, kLengthFieldSize));
   return LbtLbf::Inflate(compressed, contents).length;

@@ -18,14 +18,6 @@
 
 namespace LbtLbf {
 
-namespace {
-
-bool HasLengthField(const IndexItem& item, std::uint64_t fileSize) {
-  return item.size >= kLengthFieldSize && item.position + kLengthFieldSize <= fileSize;
-}
-
-}  // namespace
-
 BlockFacts DescribeBlock(LbFile& file, std::size_t number) {
   const std::uint64_t fileSize = file.GetSize().value_or(0);
   const IndexItem& item = file.GetIndex().GetItems()[number];
@@ -36,7 +28,7 @@ BlockFacts DescribeBlock(LbFile& file, std::size_t number) {
   facts.storedSize = item.size;
   facts.isCompressed = item.IsCompressed();
   facts.isWithinFile = item.position + item.size <= fileSize;
-  if (!item.IsCompressed() || HasLengthField(item, fileSize)) {
+  if (!item.IsCompressed() || item.SizeIn(fileSize) >= kLengthFieldSize) {
     facts.inflatedSize = file.ReadRecordedLength(number);
   }
   return facts;
@@ -112,8 +104,7 @@ void InflateStored(LbFile& file, const IndexItem& item, BlockCheck& check) {
 BlockCheck CheckBlock(LbFile& file, const IndexItem& item) {
   const std::uint64_t fileSize = file.GetSize().value_or(0);
   BlockCheck check;
-  check.sizeInFile =
-      item.position < fileSize ? std::min<std::uint64_t>(item.size, fileSize - item.position) : 0;
+  check.sizeInFile = item.SizeIn(fileSize);
   if (!item.IsCompressed()) {
     check.recordedLength = item.size;
     check.length = check.sizeInFile;

@@ -25,42 +25,30 @@ constexpr std::string_view kContinuationPrefix = "\vIndex Block ";
 
 /// How many entries a second index may have: one for each byte of the file, and a million for
 /// files that are small. A block that holds anything takes a byte there at the least.
-std::uint64_t MostEntries(std::FILE* stream) {
+std::uint64_t MostEntries(std::FILE* file) {
   constexpr std::uint64_t kInAnyCase = std::uint64_t{1} << 20U;
   const std::uint64_t size =
-      Lbt::Util::SizeOf(fileno(stream)).value_or(std::numeric_limits<std::uint32_t>::max());
+      Lbt::Util::SizeOf(fileno(file)).value_or(std::numeric_limits<std::uint32_t>::max());
   return size + kInAnyCase;
 }
 
 /// Looks how many entries a second index has to have, where its contents have room for too many,
 /// before it is inflated: deflate stores a hundred empty entries in a byte, and each takes as many
 /// bytes of memory.
-void RequireCredibleCount(BlockCache& cache, std::size_t entry, std::FILE* stream) {
-  const std::uint64_t most = MostEntries(stream);
+void RequireCredibleCount(BlockCache& cache, std::size_t entry, std::FILE* file) {
+  const std::uint64_t most = MostEntries(file);
   std::array<unsigned char, sizeof(std::uint32_t)> count{};
-  if (cache.ReadCredibleLength(entry, stream) > most * IndexItem::kShortest &&
-      cache.ReadBeginning(entry, stream, count) == count.size() &&
+  if (cache.ReadCredibleLength(entry, file) > most * IndexItem::kShortest &&
+      cache.ReadBeginning(entry, file, count) == count.size() &&
       Lbt::Util::FromLittleEndian<std::uint32_t>(count.data()) > most) {
     Raise(Exception::ErrorType::OutOfBounds, "The index has more entries than the file can hold",
           kIndexHeader);
   }
 }
 
-/// Runs a read and absorbs that there is nothing to read from.
-template <class Read>
-void AbsorbNotFound(Read read) {
-  try {
-    read();
-  } catch (const Exception& exception) {
-    if (exception.GetType() != Exception::ErrorType::ElementNotFound) {
-      throw;
-    }
-  }
-}
-
 }  // namespace
 
-void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long& size) {
+void Index::ReadIndexBufferFromFileStream(std::FILE* file, const unsigned long& size) {
   Trace("Reading index block ... ", kIndexHeader);
   ++reads_;
   ++changes_;
@@ -72,31 +60,31 @@ void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long
   continuationLength_ = 0;
   streams_.clear();
   runs_.clear();
-  const off_t offset = ftello(stream);
+  const off_t offset = ftello(file);
   indexPosition_ = offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
   indexSize_ = size;
 
   std::vector<IndexItem> items;
   Block scratch;
-  scratch.Read(stream, static_cast<unsigned int>(size));
+  scratch.Read(file, static_cast<unsigned int>(size));
   CopyFromBlock<IndexItem>(scratch, items);
   unusedBytes_ = scratch.GetRemaining();
   if (!items.empty() && items.back().name.starts_with(kContinuationPrefix)) {
-    AppendContinuation(stream, items);
+    AppendContinuation(file, items);
   }
   cache_.Assign(std::move(items), indexPosition_ + indexSize_);
   FindRuns();
   Trace("Index block read. ", kIndexHeader);
 }
 
-void Index::AppendContinuation(std::FILE* stream, std::vector<IndexItem>& items) {
+void Index::AppendContinuation(std::FILE* file, std::vector<IndexItem>& items) {
   BlockCache firstIndex;
   firstIndex.Assign(items, indexPosition_ + indexSize_);
   const std::size_t last = items.size() - 1;
   continuation_ = {last, items[last].name};
-  RequireCredibleCount(firstIndex, last, stream);
+  RequireCredibleCount(firstIndex, last, file);
   try {
-    firstIndex.Load(last, stream);
+    firstIndex.Load(last, file);
   } catch (...) {
     isContinuationRefused_ = firstIndex.LastRefused().has_value();
     throw;
@@ -189,18 +177,18 @@ NamedStream& Index::GetStream(std::string_view name) {
   return *stream;
 }
 
-Block* Index::FindReadingBlock(NamedStream& named, std::FILE* stream) {
-  if (stream != nullptr) {
-    return &GetReadingBlock(named, stream);
+Block* Index::FindReadingBlock(NamedStream& stream, std::FILE* file) {
+  if (file != nullptr) {
+    return &GetReadingBlock(stream, file);
   }
-  const std::optional<std::size_t> entry = named.FindInMemory(cache_);
+  const std::optional<std::size_t> entry = stream.FindInMemory(cache_);
   return entry ? &cache_.GetBlock(*entry) : nullptr;
 }
 
 void Index::LogMissingStream() { Lbt::Log::LogFailure("Element Not Found", kIndexHeader); }
 
-unsigned long Index::GetReadingBlockIndex(std::string_view name, std::FILE* stream) {
-  return GetStream(name).Choose(cache_, stream);
+unsigned long Index::GetReadingBlockIndex(std::string_view name, std::FILE* file) {
+  return GetStream(name).Choose(cache_, file);
 }
 
 unsigned long Index::GetReadingBlockIndex(std::string_view name) {
@@ -213,16 +201,16 @@ void Index::Get(std::string_view name, void* const& destination, unsigned long l
 }
 
 void Index::Get(std::string_view name, void* const& destination, unsigned long length,
-                std::FILE* stream) {
+                std::FILE* file) {
   AbsorbNotFound(
-      [&] { GetReadingBlock(name, stream).Get(destination, static_cast<unsigned int>(length)); });
+      [&] { GetReadingBlock(name, file).Get(destination, static_cast<unsigned int>(length)); });
 }
 
-void Index::SetBlockPosition(std::string_view name, unsigned long offset, std::FILE* stream) {
+void Index::SetBlockPosition(std::string_view name, unsigned long offset, std::FILE* file) {
   if (FindStream(name) == nullptr) {
     CreateBlock(std::string(name));
   }
-  SetBlockPosition(GetStream(name), offset, stream);
+  SetBlockPosition(GetStream(name), offset, file);
 }
 
 unsigned long Index::CreateBlock(const std::string& name) {
@@ -240,9 +228,9 @@ BlockSizeLimiter& Index::GetBlockSizeLimiter(std::string_view name) {
   return GetStream(name).Limiter();
 }
 
-void Index::ReadBufferFromFileStream(unsigned long entry, std::FILE* stream) {
+void Index::ReadBufferFromFileStream(unsigned long entry, std::FILE* file) {
   ++changes_;
-  GetStream(cache_.Items().at(entry).name).Reload(cache_, entry, stream);
+  GetStream(cache_.Items().at(entry).name).Reload(cache_, entry, file);
 }
 
 Block& Index::GetBlock(unsigned long entry) {

@@ -8,6 +8,7 @@
 #include <array>
 #include <iostream>
 #include <new>
+#include <typeinfo>
 #include <utility>
 
 #include "Lbt/Util/Exception.h"
@@ -73,6 +74,13 @@ std::uint64_t RoomToInflate(std::uint32_t recorded, std::uint64_t compressed) {
   return std::min<std::uint64_t>(recorded, compressed * kMostExpansion + kSpare);
 }
 
+CompressedBlock TakeApart(Block& stored) {
+  CompressedBlock block;
+  block.recordedLength = LengthFromField(stored.Get(kLengthFieldSize).data());
+  block.stream = stored.Get(stored.GetRemaining());
+  return block;
+}
+
 Inflated Inflate(const CompressedSource& next, std::uint64_t room,
                  std::span<unsigned char> window) {
   // Where nothing may come out, zlib still gets a byte of room, and that it is used is damage.
@@ -124,13 +132,12 @@ void RaiseRefusal(int code) {
 int ReplaceByContents(Block& block) {
   Block stored = std::move(block);
   stored.SetPosition(0);
-  const std::uint32_t recorded = LengthFromField(stored.Get(kLengthFieldSize).data());
-  const std::span<const unsigned char> source = stored.Get(stored.GetRemaining());
-  const std::uint64_t room = RoomToInflate(recorded, source.size());
+  const CompressedBlock source = TakeApart(stored);
 
   Block::RefreshDefaultSize();
   Block contents;
-  const Inflated inflated = Inflate(source, contents.RoomFor(static_cast<std::uint32_t>(room)));
+  const Inflated inflated =
+      Inflate(source.stream, contents.RoomFor(static_cast<std::uint32_t>(source.Room())));
   if (inflated.code == Z_OK) {
     contents.Append(static_cast<std::uint32_t>(inflated.length));
     contents.ShrinkTo(std::max<std::uint64_t>(inflated.length, Block::GetDefaultSize()));
@@ -143,6 +150,11 @@ void BlockZlibUnCompressor::operator()(Block& block) {
   if (const int code = ReplaceByContents(block); code != Z_OK) {
     RaiseRefusal(code);
   }
+}
+
+bool IsRefusal(const std::exception& exception) {
+  return typeid(exception) == typeid(std::exception) ||
+         dynamic_cast<const InflateMemoryError*>(&exception) != nullptr;
 }
 
 bool IsLackOfMemory(const std::exception& exception) {

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -22,23 +23,20 @@ using Lbt::Log::Raise;
 using Lbt::Log::Trace;
 using Lbt::Util::Exception;
 
-std::string tev_file_version = "1.3";  // NOLINT(*-avoid-non-const-global-variables, cert-err58-cpp)
+std::string tev_file_version =
+    kNewestVersion;  // NOLINT(*-avoid-non-const-global-variables, cert-err58-cpp)
 
 namespace {
 
 constexpr const char* kFileHeader = "include/Lbt/Lbf/LbFile";
-constexpr const char* kNewestVersion = "1.3";
 constexpr std::uint32_t kTenthsOf07 = 7;
 constexpr long kVersionOffset = 8;
 constexpr std::size_t kVersionSize = 4;
 constexpr long kIndexSizeOffset = 12;
+static_assert(LbFile::kHeaderSize == kIndexSizeOffset + sizeof(std::uint32_t));
 
-bool IsNotFound(const Exception& exception) {
-  return exception.GetType() == Exception::ErrorType::ElementNotFound;
-}
-
-void SeekHeader(std::FILE* stream, long offset) {
-  if (std::fseek(stream, offset, SEEK_SET) != 0) {
+void SeekHeader(std::FILE* file, long offset) {
+  if (std::fseek(file, offset, SEEK_SET) != 0) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
   }
 }
@@ -49,14 +47,14 @@ std::FILE* Open(const std::string& path, const char* mode) {
   if (descriptor < 0) {
     return nullptr;
   }
-  std::FILE* stream = fdopen(descriptor, mode);
-  if (stream == nullptr) {
+  std::FILE* file = fdopen(descriptor, mode);
+  if (file == nullptr) {
     close(descriptor);
     return nullptr;
   }
   // Blocks are read in one piece, straight to where they stay.
-  static_cast<void>(std::setvbuf(stream, nullptr, _IONBF, 0));
-  return stream;
+  static_cast<void>(std::setvbuf(file, nullptr, _IONBF, 0));
+  return file;
 }
 
 }  // namespace
@@ -80,7 +78,7 @@ void LbFile::OpenFile(const std::string& path, const char* mode) {
   if (IsOpen()) {
     Raise(Exception::ErrorType::MiscelleneousError, "File stream is already in use", kFileHeader);
   }
-  stream_.reset(Open(path, mode));
+  file_.reset(Open(path, mode));
   if (!IsOpen()) {
     const std::string message = "Unable to open file \"" + path + '"';
     Raise(Exception::ErrorType::MiscelleneousError, message.c_str(), kFileHeader);
@@ -90,7 +88,7 @@ void LbFile::OpenFile(const std::string& path, const char* mode) {
 void LbFile::CloseFile() {
   Trace("Closing file ...", kFileHeader);
   if (IsOpen()) {
-    stream_.reset();
+    file_.reset();
     index_.ForgetContents();
     Trace("File closed.", kFileHeader);
   }
@@ -104,7 +102,7 @@ void LbFile::RequireOpen() const {
 
 bool LbFile::HasSignature() {
   RequireOpen();
-  return Lbt::Util::IsRegularFile(fileno(stream_.get())) &&
+  return Lbt::Util::IsRegularFile(fileno(file_.get())) &&
          ReadHeader(0, kSignature.size()) == kSignature;
 }
 
@@ -114,9 +112,9 @@ std::string LbFile::ReadVersion() { return ReadHeader(kVersionOffset, kVersionSi
 std::string LbFile::ReadHeader(long offset, std::size_t length) {
   RequireOpen();
   std::string bytes(length, '\0');
-  SeekHeader(stream_.get(), offset);
-  const std::size_t read = std::fread(bytes.data(), 1, length, stream_.get());
-  if (read < length && std::ferror(stream_.get()) != 0) {
+  SeekHeader(file_.get(), offset);
+  const std::size_t read = std::fread(bytes.data(), 1, length, file_.get());
+  if (read < length && std::ferror(file_.get()) != 0) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
   }
   bytes.resize(read);
@@ -140,15 +138,15 @@ void LbFile::ReadIndex() {
   Trace("Reading index positions ... ", kFileHeader);
   RequireOpen();
   std::array<unsigned char, sizeof(std::uint32_t)> stored{};
-  SeekHeader(stream_.get(), kIndexSizeOffset);
-  const bool isWhole = std::fread(stored.data(), stored.size(), 1, stream_.get()) == 1;
-  if (!isWhole && std::ferror(stream_.get()) != 0) {
+  SeekHeader(file_.get(), kIndexSizeOffset);
+  const bool isWhole = std::fread(stored.data(), stored.size(), 1, file_.get()) == 1;
+  if (!isWhole && std::ferror(file_.get()) != 0) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
   }
   // A file that ends before its index size has an index of no bytes.
   const unsigned long size =
       isWhole ? Lbt::Util::FromLittleEndian<std::uint32_t>(stored.data()) : 0;
-  index_.ReadIndexBufferFromFileStream(stream_.get(), size);
+  index_.ReadIndexBufferFromFileStream(file_.get(), size);
   Trace("Index read. ", kFileHeader);
 }
 
@@ -165,42 +163,32 @@ NamedStream* LbFile::FindStream(std::string_view name) {
 
 Block& LbFile::GetReadingBlock(std::string_view name) {
   ReadIndexOnce();
-  return IsOpen() ? index_.GetReadingBlock(name, stream_.get()) : index_.GetReadingBlock(name);
+  return IsOpen() ? index_.GetReadingBlock(name, file_.get()) : index_.GetReadingBlock(name);
 }
 
 void LbFile::Get(std::string_view name, void* const& destination, unsigned long length) {
-  try {
-    GetReadingBlock(name).Get(destination, static_cast<unsigned int>(length));
-  } catch (const Exception& exception) {
-    if (!IsNotFound(exception)) {
-      throw;
-    }
-  }
+  AbsorbNotFound(
+      [&] { GetReadingBlock(name).Get(destination, static_cast<unsigned int>(length)); });
 }
 
 std::span<const unsigned char> LbFile::GetBytes(std::string_view name, unsigned long length) {
-  try {
-    Block& block = GetReadingBlock(name);
-    // No block holds more than 32 bits can count; the longest read fails like any
-    // other that is too long.
-    constexpr auto kMost = std::numeric_limits<std::uint32_t>::max();
-    return block.Get(length < kMost ? static_cast<std::uint32_t>(length) : kMost);
-  } catch (const Exception& exception) {
-    if (!IsNotFound(exception)) {
-      throw;
-    }
-    return {};
-  }
+  // No block holds more than 32 bits can count; the longest read fails like any other that is too
+  // long.
+  constexpr unsigned long kMost = std::numeric_limits<std::uint32_t>::max();
+  std::span<const unsigned char> bytes;
+  AbsorbNotFound([&] {
+    bytes = GetReadingBlock(name).Get(static_cast<std::uint32_t>(std::min(length, kMost)));
+  });
+  return bytes;
 }
 
 template <StreamValue T>
 void LbFile::Get(std::string_view name, T& value) {
-  try {
-    CopyFromBlock(GetReadingBlock(name), value);
-  } catch (const Exception& exception) {
-    if (!IsNotFound(exception) || !IsOpen()) {
-      throw;
-    }
+  const auto read = [&] { CopyFromBlock(GetReadingBlock(name), value); };
+  if (IsOpen()) {
+    AbsorbNotFound(read);
+  } else {
+    read();
   }
 }
 
@@ -222,28 +210,28 @@ template void LbFile::Get(std::string_view name, StoredList<double>& value);
 template void LbFile::Get(std::string_view name, std::vector<std::string_view>& value);
 
 void LbFile::SetBlockPosition(std::string_view name, unsigned long offset) {
-  index_.SetBlockPosition(name, offset, stream_.get());
+  index_.SetBlockPosition(name, offset, file_.get());
 }
 
-bool LbFile::HasRefusedRead() const { return IsOpen() && std::ferror(stream_.get()) != 0; }
+bool LbFile::HasRefusedRead() const { return IsOpen() && std::ferror(file_.get()) != 0; }
 
 std::optional<Lbt::Util::FileIdentity> LbFile::GetIdentity() const {
-  return IsOpen() ? Lbt::Util::IdentityOf(fileno(stream_.get())) : std::nullopt;
+  return IsOpen() ? Lbt::Util::IdentityOf(fileno(file_.get())) : std::nullopt;
 }
 
 std::optional<std::uint64_t> LbFile::GetSize() const {
-  return IsOpen() ? Lbt::Util::SizeOf(fileno(stream_.get())) : std::nullopt;
+  return IsOpen() ? Lbt::Util::SizeOf(fileno(file_.get())) : std::nullopt;
 }
 
 std::uint32_t LbFile::ReadRecordedLength(std::size_t entry) {
-  return index_.ReadRecordedLength(entry, stream_.get());
+  return index_.ReadRecordedLength(entry, file_.get());
 }
 
 std::size_t LbFile::ReadStored(std::uint64_t offset, std::span<unsigned char> bytes) {
   const auto start = static_cast<off_t>(offset);
-  const bool isPlaced = IsOpen() && start >= 0 && fseeko(stream_.get(), start, SEEK_SET) == 0;
-  const std::size_t read = isPlaced ? std::fread(bytes.data(), 1, bytes.size(), stream_.get()) : 0;
-  if (!isPlaced || (read < bytes.size() && std::ferror(stream_.get()) != 0)) {
+  const bool isPlaced = IsOpen() && start >= 0 && fseeko(file_.get(), start, SEEK_SET) == 0;
+  const std::size_t read = isPlaced ? std::fread(bytes.data(), 1, bytes.size(), file_.get()) : 0;
+  if (!isPlaced || (read < bytes.size() && std::ferror(file_.get()) != 0)) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
   }
   return read;

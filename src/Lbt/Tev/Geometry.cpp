@@ -15,7 +15,7 @@ namespace {
 
 bool IsOfStorage(std::string_view attributeName) {
   static constexpr std::array<std::string_view, 5> kNames{"Complex", "Contents", "DataSource",
-                                                          "DataType", "Structure"};
+                                                          "DataType", ResultAttribute::kStructure};
   return std::ranges::find(kNames, attributeName) != kNames.end() ||
          attributeName.starts_with("Link.");
 }
@@ -63,8 +63,13 @@ unsigned int Geometry::Add(std::string variableName, const VariableType& type, N
   return static_cast<unsigned int>(variables.size() - 1);
 }
 
+bool IsResult(const Geometry::VarStruct& variable, const VariableName& name) {
+  return variable.variableType > Geometry::VariableType::LastMesh &&
+         name.result != MeshName::kNodeIds && name.result != MeshName::kElementIdsInCapitals;
+}
+
 void Geometry::ProcessAttributes(VarStruct& variable, LbtUtil::AttributeMap attributes) {
-  const auto category = attributes.find("Category");
+  const auto category = attributes.find(std::string(ResultAttribute::kCategory));
   variable.isVibration = category != attributes.end() && category->second.IsText("Vibration");
   Update(variable.storageAttributes, TakeStorageAttributes(attributes));
   Update(variable.attributes, std::move(attributes));

@@ -7,6 +7,7 @@
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/NodeSets.h"
+#include "Lbt/Tev/Vocabulary.h"
 
 namespace LbtTev {
 
@@ -70,16 +71,16 @@ std::unique_ptr<Node> SkipFutureNode(ModelStreams& streams, const TreeRecord& re
 
 std::unique_ptr<Node> ReadByType(ModelStreams& streams, const TreeRecord& record,
                                  unsigned int idOffset, AttributeSetCache& cache) {
-  if (record.type == "Group") {
+  if (record.type == NodeType::kGroup) {
     return ReadGroup(streams, record);
   }
-  if (record.type == "Shape") {
+  if (record.type == NodeType::kShape) {
     return ReadShape(streams, record);
   }
-  if (record.type == "Geometry") {
+  if (record.type == NodeType::kGeometry) {
     return ReadGeometry(streams, record, idOffset, cache);
   }
-  if (record.type == "NodeSets") {
+  if (record.type == NodeType::kNodeSets) {
     return ReadNodeSets(streams);
   }
   return record.type.empty() ? nullptr : SkipFutureNode(streams, record);

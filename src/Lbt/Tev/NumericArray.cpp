@@ -17,7 +17,7 @@ namespace LbtTev {
 
 namespace {
 
-constexpr std::size_t kElementSize = 4;
+using LbtUtil::kElementSize;
 
 /// Type codes of stored elements; 0 fits any.
 constexpr unsigned int kAnyType = 0;

@@ -64,7 +64,7 @@ void OpenModel(Tree& tree, const std::string& path, LoadObserver* observer) {
     // What is loaded after a model goes by its version for this moment only, and by
     // the newest one from then on.
     LbtLbf::tev_file_version = tree.GetContainerVersion();
-    LbtLbf::tev_file_version = "1.3";
+    LbtLbf::tev_file_version = LbtLbf::kNewestVersion;
   }
 }
 

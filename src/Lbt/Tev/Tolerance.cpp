@@ -2,7 +2,7 @@
 
 #include "Tolerance.h"
 
-#include "Lbt/Util/Exception.h"
+#include "Lbt/Lbf/Inflation.h"
 
 namespace LbtTev {
 
@@ -25,7 +25,7 @@ bool Tolerance::Tell(const std::exception& exception, ModelStream& stream) {
     failure.stream = stream.GetName();
     failure.position = stream.Position();
   }
-  if (dynamic_cast<const Lbt::Util::Exception*>(&exception) == nullptr) {
+  if (LbtLbf::IsRefusal(exception)) {
     failure.refusedBlock = stream.RefusedBlock();
   }
   failure.exception = &exception;

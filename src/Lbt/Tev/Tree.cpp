@@ -14,12 +14,8 @@ using Link = std::pair<Geometry::VarStruct*, NumericArray>;
 
 /// The array of a link's target; an empty one where there is none.
 NumericArray TargetOf(const Tree& tree, const Geometry::VarStruct& variable) {
-  const auto* entry = tree.FindNode(variable.linkNodeId);
-  const auto* target = entry == nullptr ? nullptr : NodeCast<Geometry>(entry->data);
-  if (target == nullptr || variable.linkVariableIndex >= target->variables.size()) {
-    return {};
-  }
-  return target->variables[variable.linkVariableIndex].array;
+  const Geometry::VarStruct* target = tree.FindLinkTarget(variable);
+  return target == nullptr ? NumericArray() : target->array;
 }
 
 void CollectLinks(const Tree& tree, Geometry& geometry, std::vector<Link>& links) {
@@ -40,6 +36,13 @@ Tree::~Tree() {
 
 std::shared_ptr<ModelStreams> Tree::StreamsOf(LbtLbf::LbFile& file) const {
   return &file == &file_ ? streams_ : std::make_shared<ModelStreams>(file);
+}
+
+const Geometry::VarStruct* Tree::FindLinkTarget(const Geometry::VarStruct& variable) const {
+  const auto* entry = FindNode(variable.linkNodeId);
+  const auto* target = entry == nullptr ? nullptr : NodeCast<Geometry>(entry->data);
+  const bool exists = target != nullptr && variable.linkVariableIndex < target->variables.size();
+  return exists ? &target->variables[variable.linkVariableIndex] : nullptr;
 }
 
 void Tree::UpdateLinkedBuffers() {

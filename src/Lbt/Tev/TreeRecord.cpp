@@ -7,7 +7,7 @@
 namespace LbtTev {
 
 int ReadTreeRecordCount(ModelStream& tree) {
-  const auto stored = tree.GetBytes(sizeof(int));
+  const auto stored = tree.GetBytes(kTreeRecordCountSize);
   return stored.empty() ? 0 : Lbt::Util::FromLittleEndian<int>(stored.data());
 }
 

@@ -7,12 +7,6 @@
 
 namespace LbtUtil {
 
-namespace {
-
-constexpr std::size_t kElementSize = 4;
-
-}  // namespace
-
 void UnShufflePlane(std::span<const unsigned char> plane, std::byte* first, std::size_t stride) {
   UnShuffleRange(plane, 0, plane.size() / kElementSize, first, stride);
 }

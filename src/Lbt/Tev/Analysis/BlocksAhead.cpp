@@ -118,8 +118,7 @@ void BlocksAhead::MoveTo(std::size_t place) {
 
 std::unique_ptr<BlocksAhead::Work> BlocksAhead::Prepare(std::size_t entry) const {
   const LbtLbf::IndexItem& item = file_->GetIndex().GetItems()[entry];
-  const std::uint64_t size = file_->GetSize().value_or(0);
-  if (!item.IsCompressed() || item.position > size || item.size > size - item.position) {
+  if (!item.IsCompressed() || item.SizeIn(file_->GetSize().value_or(0)) < item.size) {
     return nullptr;
   }
   file_->GetIndex().GetCache().TellOfLoad(entry);
@@ -133,10 +132,9 @@ std::unique_ptr<BlocksAhead::Work> BlocksAhead::Prepare(std::size_t entry) const
     }
     work->stored.Append(item.size);
     work->stored.SetPosition(0);
-    const auto recorded =
-        LbtLbf::LengthFromField(work->stored.Get(LbtLbf::kLengthFieldSize).data());
-    work->compressed = work->stored.Get(work->stored.GetRemaining());
-    const auto room = LbtLbf::RoomToInflate(recorded, work->compressed.size());
+    const LbtLbf::CompressedBlock block = LbtLbf::TakeApart(work->stored);
+    const std::uint64_t room = block.Room();
+    work->compressed = block.stream;
     start = 0;
     work->contents.CheckFreeSpaceAndAllocateMemory(start, static_cast<unsigned int>(room));
     work->room = work->contents.Room().first(room);

@@ -30,13 +30,6 @@ bool IsMeshName(std::string_view result) {
   return std::ranges::find(kNames, result) != std::end(kNames);
 }
 
-/// The variables that the report takes attributes of results from.
-bool IsReportedResult(const Variable& variable) {
-  const VariableName name(variable.name);
-  return IsAboveMeshTypes(variable) && name.result != MeshName::kNodeIds &&
-         name.result != MeshName::kElementIdsInCapitals;
-}
-
 /// Which variable of a mesh this is, by its type, or by its name for ids; null for none.
 MeshRole RoleOf(const Variable& variable) {
   if (variable.variableType == Geometry::VariableType::Coordinates) {
@@ -137,17 +130,12 @@ Location Model::LocationOf(const Content& content, const Field& field) const {
 }
 
 Location Model::StoredLocationOf(const Variable& variable) const {
-  const Variable* owner = &variable;
-  if (variable.isLinked) {
-    const Entry* entry = tree_->FindNode(variable.linkNodeId);
-    const auto* target = entry == nullptr ? nullptr : NodeCast<Geometry>(entry->data);
-    const bool exists = target != nullptr && variable.linkVariableIndex < target->variables.size();
-    owner = exists ? &target->variables[variable.linkVariableIndex] : nullptr;
-  }
-  if (owner == nullptr || !owner->storageAttributes.contains("Structure")) {
+  const Variable* owner = variable.isLinked ? tree_->FindLinkTarget(variable) : &variable;
+  const std::string name(ResultAttribute::kStructure);
+  if (owner == nullptr || !owner->storageAttributes.contains(name)) {
     return Location::Unknown;
   }
-  const std::string structure = owner->storageAttributes.at("Structure").GetAttributeString();
+  const std::string structure = owner->storageAttributes.at(name).GetAttributeString();
   if (structure.starts_with("Element")) {
     return Location::Element;
   }
@@ -181,7 +169,8 @@ void Model::FindTitleAndCategory() {
     const std::span<const Variable> variables =
         content.geometry == nullptr ? std::span<const Variable>() : content.geometry->variables;
     for (const Variable& variable : variables) {
-      if (IsReportedResult(variable) && !variable.attributes.IsSharedWith(last)) {
+      if (IsResult(variable, VariableName(variable.name)) &&
+          !variable.attributes.IsSharedWith(last)) {
         found.Add(variable.attributes);
         last = variable.attributes;
       }

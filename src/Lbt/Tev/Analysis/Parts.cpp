@@ -77,8 +77,6 @@ MeshVariables ShownMesh(const Meshes& meshes) {
 
 // --- Steps
 
-constexpr std::string_view kBeforeValue = " = ";
-
 /// The number that a text begins with, perhaps after blanks.
 std::optional<double> NumberAtStartOf(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
@@ -155,7 +153,6 @@ void Model::Describe(Part& part, const std::map<unsigned int, unsigned int>& par
 }
 
 void Model::RequireModestPaths() const {
-  constexpr std::size_t kOrdinary = 1024;
   ModelStream& stream = tree_->GetStreams().tree;
   const ModelStream::Request request(stream);
   for (const Part& part : parts_) {
@@ -164,7 +161,7 @@ void Model::RequireModestPaths() const {
       bytes += group.name.size();
       return true;
     });
-    stream.Charge(bytes - std::min(bytes, kOrdinary));
+    stream.Charge(BeyondOrdinary(bytes));
   }
 }
 

@@ -274,16 +274,12 @@ RepeatedRows::RepeatedRows(const Model& model)
     : model_(&model), light_(&model.GetTree().GetStreams().light), request_(*light_) {}
 
 void RepeatedRows::Add(std::size_t part, std::string_view name, std::size_t lines) {
-  const auto beyondOrdinary = [](std::string_view text) {
-    constexpr std::size_t kOrdinary = 1024;
-    return text.size() - std::min(text.size(), kOrdinary);
-  };
   const Part& row = model_->Parts()[part];
   firstPartOf_.resize(std::max(firstPartOf_.size(), row.content + 1));
   std::optional<std::size_t>& first = firstPartOf_[row.content];
   first = first.value_or(part);
   light_->Charge((first == part ? 0 : sizeof(Geometry::VarStruct) + name.size()) +
-                 lines * (beyondOrdinary(name) + beyondOrdinary(row.name)));
+                 lines * (BeyondOrdinary(name.size()) + BeyondOrdinary(row.name.size())));
 }
 
 std::vector<FieldOfPart> FieldsOfParts(const Model& model, std::span<const std::size_t> parts,

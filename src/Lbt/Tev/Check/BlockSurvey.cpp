@@ -67,8 +67,7 @@ BlockSurvey::BlockSurvey(LbFile& file, FindingLog& log) : file_(&file), log_(&lo
     block.offset = item.position;
     block.storedSize = item.size;
     block.isCompressed = item.IsCompressed();
-    block.check.sizeInFile =
-        item.position < fileSize ? std::min<std::uint64_t>(item.size, fileSize - item.position) : 0;
+    block.check.sizeInFile = item.SizeIn(fileSize);
     Measure(entry);
   }
 }

@@ -108,8 +108,7 @@ void AddTail(const LbFile& file, const std::vector<CheckedBlock>& blocks, Findin
 
 std::optional<LbtLbf::NumberedBlock> RefusedBlock(const std::exception& exception,
                                                   const LbFile& file) {
-  const bool isKnown = dynamic_cast<const Exception*>(&exception) != nullptr;
-  return isKnown ? std::nullopt : file.GetIndex().RefusedBlock();
+  return LbtLbf::IsRefusal(exception) ? file.GetIndex().RefusedBlock() : std::nullopt;
 }
 
 std::string ReasonOf(const std::exception& exception, const LbFile& file) {

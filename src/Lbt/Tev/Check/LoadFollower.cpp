@@ -7,6 +7,7 @@
 #include "ContainerCheck.h"
 #include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Tev/NodeSets.h"
+#include "Lbt/Tev/Vocabulary.h"
 
 namespace LbtTev::Check {
 
@@ -14,9 +15,8 @@ using LbtTev::LoadFailure;
 using Part = LbtTev::LoadFailure::Part;
 
 void LoadFollower::SetCount(std::size_t count) {
-  constexpr std::uint64_t kCountSize = 4;
   count_ = count;
-  nextRecord_ = kCountSize;
+  nextRecord_ = LbtTev::kTreeRecordCountSize;
 }
 
 void LoadFollower::OnRecord(const LbtTev::TreeRecord& record) {
@@ -29,7 +29,7 @@ void LoadFollower::OnRecord(const LbtTev::TreeRecord& record) {
 
 void LoadFollower::OnNode() {
   unread_.erase(records_.back().id);
-  if (records_.back().type == "Geometry") {
+  if (records_.back().type == LbtTev::NodeType::kGeometry) {
     geometries_.insert_or_assign(records_.back().id, start_);
   }
   const std::uint64_t end = tree_->GetStreams().light.Position();

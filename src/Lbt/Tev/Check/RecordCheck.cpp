@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Lbt/Adt/ChildWalk.h"
+#include "Lbt/Tev/Vocabulary.h"
 
 namespace LbtTev::Check {
 
@@ -108,11 +109,12 @@ void FindLinksToNothing(const RecordTree& tree, const Teller& tell) {
 /// Finds shapes that reports cannot be made of. A link to nothing has been told of already.
 void FindShapesWithoutGeometry(const RecordTree& tree, const Teller& tell) {
   for (const auto& [id, entry] : tree.GetNodes()) {
-    if (entry.data->type != "Shape") {
+    if (entry.data->type != LbtTev::NodeType::kShape) {
       continue;
     }
     const Entry* child = tree.FindNode(entry.firstChild);
-    if (entry.firstChild == 0 || (child != nullptr && child->data->type != "Geometry")) {
+    if (entry.firstChild == 0 ||
+        (child != nullptr && child->data->type != LbtTev::NodeType::kGeometry)) {
       tell(*entry.data, Finding::Kind::NoGeometry, "the first child of a shape must be a geometry",
            entry.firstChild);
     }

@@ -7,6 +7,7 @@
 
 #include "DataCheck.h"
 #include "Lbt/Tev/Geometry.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtTev::Check {
 
@@ -15,12 +16,10 @@ using Variable = Geometry::VarStruct;
 
 namespace {
 
-constexpr std::uint64_t kElementSize = 4;
-
 /// What is wrong with the byte count of a variable's own data, if anything.
 std::optional<Finding> ByteCountFault(const PlacedVariable& placed) {
   const LbtTev::NumericArray& array = placed.Array();
-  const std::uint64_t item = kElementSize * array.GetWidth();
+  const std::uint64_t item = std::uint64_t{LbtUtil::kElementSize} * array.GetWidth();
   const std::uint64_t whole = item == 0 ? 0 : array.byteSize / item * item;
   if (whole == array.byteSize) {
     return std::nullopt;

@@ -24,10 +24,9 @@ using Variable = Geometry::VarStruct;
 /// The end of a keyword line: with the step that stands after the first " = " of the
 /// instance name.
 void EndKeyword(TextBuffer& text, const std::string& instance) {
-  constexpr std::string_view kBeforeStep = " = ";
   if (!instance.empty()) {
-    const std::size_t separator = instance.find(kBeforeStep);
-    const std::string step = instance.substr(separator).substr(kBeforeStep.size());
+    const std::size_t separator = instance.find(kBeforeValue);
+    const std::string step = instance.substr(separator).substr(kBeforeValue.size());
     text.Add(",STEP=").AddNumber(Lbt::Util::FromString<float>(step));
   }
   text.Add("\n");

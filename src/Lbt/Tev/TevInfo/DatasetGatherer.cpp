@@ -55,19 +55,17 @@ void DatasetGatherer::Remember(const Part& part, std::size_t index) {
 
 /// Names of ordinary length are free, however many data sets a model has.
 void DatasetGatherer::ChargeName(const Part& part, const std::string& name) {
-  constexpr std::size_t kOrdinary = 1024;
   if (part.isRepeated) {
     heavy_->Charge(sizeof(std::string) + name.size());
-  } else if (name.size() > kOrdinary) {
-    heavy_->Charge(name.size() - kOrdinary);
+  } else {
+    heavy_->Charge(BeyondOrdinary(name.size()));
   }
 }
 
 void DatasetGatherer::ChargeValues(const Part& part, const TevDataset& dataset) {
-  constexpr std::uint64_t kValueSize = sizeof(float);
   if (part.isRepeated) {
     heavy_->Charge(sizeof(dataset) + dataset.result.size() + dataset.instance.size() +
-                   dataset.size() * kValueSize);
+                   dataset.size() * LbtUtil::kElementSize);
   }
 }
 

@@ -78,11 +78,6 @@ void WalkParts(const Tree& tree, PartSink& sink) {
   }
 }
 
-bool IsResult(const Geometry::VarStruct& variable, const VariableName& name) {
-  return variable.variableType > Geometry::VariableType::LastMesh &&
-         name.result != MeshName::kNodeIds && name.result != MeshName::kElementIdsInCapitals;
-}
-
 void GatherRootAttributes(const Tree& tree, LbtUtil::AttributeMap& attributes) {
   for (const auto& [name, value] : RootAttributesOf(tree)) {
     attributes.insert_or_assign(name, value);

@@ -35,9 +35,6 @@ class PartSink {
 /// what the sink throws.
 void WalkParts(const Tree& tree, PartSink& sink);
 
-/// Whether a variable counts as a result.
-[[nodiscard]] bool IsResult(const Geometry::VarStruct& variable, const VariableName& name);
-
 /// Copies the attributes of the root, where it is a group.
 void GatherRootAttributes(const Tree& tree, LbtUtil::AttributeMap& attributes);
 
