@@ -27,8 +27,8 @@ void tevfuzz::TryFile(const std::string& path, std::span<const std::uint8_t> byt
   file.ReadIndex();
   LbtLbf::Index& index = file.GetIndex();
   std::vector<std::string> names;
-  for (const auto& [name, stream] : index.GetStreams()) {
-    names.push_back(name);
+  for (const std::size_t entry : index.FirstEntries()) {
+    names.push_back(index.GetItems()[entry].name);
   }
   // The last bytes of the file say in which order streams are sought and read.
   constexpr std::size_t kSteps = 48;

@@ -57,9 +57,10 @@ void tevfuzz::TryFile(const std::string& path, std::span<const std::uint8_t> byt
   bool wideOffsets = false;
   LbtTev::OpenContainer(file, path, wideOffsets);
   file.ReadIndex();
+  const LbtLbf::Index& index = file.GetIndex();
   std::vector<std::string> names;
-  for (const auto& [name, stream] : file.GetIndex().GetStreams()) {
-    names.push_back(name);
+  for (const std::size_t entry : index.FirstEntries()) {
+    names.push_back(index.GetItems()[entry].name);
   }
   constexpr std::size_t kSteps = 64;
   for (const std::uint8_t step : bytes.last(std::min(bytes.size(), kSteps))) {

@@ -58,9 +58,6 @@ class LbFile {
   /// What stands before the index: the signature, the version and the size of the index.
   static constexpr std::uint64_t kHeaderSize = 16;
 
-  /// Bytes before the index.
-  static constexpr std::uint64_t kHeaderSize = 16;
-
   LbFile() = default;
   virtual ~LbFile();
   LbFile(const LbFile&) = delete;
