@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Writes what clang-tidy is to look at: a few sources that include the product's sources of one folder.
 
-Nearly all of the time that clang-tidy takes for a source goes into the headers of the standard
-library, which the sources of a folder share. The verbs of the companion, which have no header of
-their own, name their parts alike and are looked at one by one.
+Nearly all of the time that clang-tidy takes for a source goes into the headers of libraries, which
+the sources of a folder share. The verbs of the companion, which have no header of their own, name
+their parts alike: each gets a namespace, after all headers that any of them includes.
 
 usage: tidy_batches.py BUILD, a build directory with compile_commands.json. The batches and their
 compile_commands.json go to BUILD/tidy; prints the batches, a line each, the largest first.
@@ -20,14 +20,34 @@ def product_sources(root):
             yield from (os.path.join(folder, name) for name in names if name.endswith(".cpp"))
 
 
+def is_verb(text):
+    return re.search(r"^Verb \w+Verb\(\) \{", text, re.MULTILINE) is not None
+
+
 def batches_of(sources):
     batches = {}
     for source in sorted(sources):
-        folder, name = os.path.split(source)
-        is_verb = folder.endswith("app/tev") and not os.path.exists(source[:-4] + ".h")
-        key = source[:-4] if is_verb else folder
+        folder, _ = os.path.split(source)
+        has_header = not folder.endswith("app/tev") or os.path.exists(source[:-4] + ".h")
+        key = folder if has_header else source[:-4]
+        with open(source, encoding="utf-8") as file:
+            key = os.path.join(folder, "verbs") if is_verb(file.read()) else key
         batches.setdefault(key, []).append(source)
     return batches
+
+
+def text_of(sources):
+    """Of a batch: one line for each source, and the headers first where they are verbs."""
+    lines = [f'#include "{source}"  // NOLINT(bugprone-suspicious-include)\n' for source in sources]
+    texts = []
+    for source in sources:
+        with open(source, encoding="utf-8") as file:
+            texts.append(file.read())
+    if not all(is_verb(text) for text in texts):
+        return "".join(lines)
+    headers = sorted(set(re.findall(r"^#include .*\n", "".join(texts), re.MULTILINE)))
+    wrapped = [f"namespace verb{i} {{\n{line}}}\n" for i, line in enumerate(lines)]
+    return "".join(headers + wrapped)
 
 
 def main():
@@ -42,8 +62,7 @@ def main():
     for key, sources in batches_of(product_sources(root)).items():
         path = os.path.join(folder, os.path.relpath(key, root).replace("/", "-") + ".cpp")
         with open(path, "w", encoding="utf-8") as file:
-            for source in sources:
-                file.write(f'#include "{source}"  // NOLINT(bugprone-suspicious-include)\n')
+            file.write(text_of(sources))
         model = next(commands[source] for source in sources if source in commands)
         command = model["command"].replace(model["file"], path)
         # Precompiled for another compiler.
