@@ -155,7 +155,7 @@ class CiScript : public ::testing::Test {
     return RunProgram({"bash", dir / "repository/.ci/run"});
   }
 
-  static constexpr const char* kSteps = "test\nasan\nlint\nfuzz 20\ncoverage --units\ncounts\n";
+  static constexpr const char* kSteps = "test\nasan\nlint\nfuzz 20\ncounts\n";
 
   const TempDir dir;
 };
