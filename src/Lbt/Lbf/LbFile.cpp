@@ -23,8 +23,8 @@ using Lbt::Log::Raise;
 using Lbt::Log::Trace;
 using Lbt::Util::Exception;
 
-std::string tev_file_version =
-    kNewestVersion;  // NOLINT(*-avoid-non-const-global-variables, cert-err58-cpp)
+// NOLINTNEXTLINE(*-avoid-non-const-global-variables, cert-err58-cpp)
+std::string tev_file_version = kNewestVersion;
 
 namespace {
 
