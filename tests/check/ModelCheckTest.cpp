@@ -271,6 +271,29 @@ TEST(ModelCheck, LinkToNothing_IsDamageWithAWarningBesideIt) {
   EXPECT_EQ(result.damages, 1U);
 }
 
+TEST(ModelCheck, LinkToTheVariableAfterTheLast_IsToNothing) {
+  ModelWriter model = SmallModel();
+  model.VariableAt(kSmallMesh2, 6).linkNodeId = kSmallMesh1;
+  model.VariableAt(kSmallMesh2, 6).linkVariableIndex = 7;
+  const std::vector<Finding> findings = FindingsOf(model.Build());
+  ASSERT_EQ(Count(findings, Kind::LinkToNothing), 1U);
+  EXPECT_EQ(findings.front().claimed, 7U);
+  EXPECT_EQ(findings.front().found, 7U);
+}
+
+TEST(ModelCheck, FileThatIsItsHeaderAlone_LacksItsIndexAndNotItsHeader) {
+  const std::string header = SmallModel().Build().substr(0, 16);
+  EXPECT_EQ(Count(FindingsOf(header), Kind::Header), 0U);
+  EXPECT_EQ(Count(FindingsOf(header), Kind::Index), 1U);
+  EXPECT_EQ(Count(FindingsOf(header.substr(0, 15)), Kind::Header), 1U);
+  EXPECT_EQ(Count(FindingsOf(header.substr(0, 15)), Kind::Index), 0U);
+}
+
+TEST(ModelCheck, TreeOfNoRecords_IsWhole) {
+  const auto nothing = [](std::uint32_t, auto&) {};
+  EXPECT_EQ(Count(FindingsOf(Records(0, nothing)), Kind::UnreadableRecord), 0U);
+}
+
 TEST(ModelCheck, EveryKind_HasANameOfItsOwn) {
   std::set<std::string_view> names;
   std::size_t warnings = 0;
