@@ -6,13 +6,13 @@
 slow_to_count='-*/Sweep.*:LoadWork.*:StreamWork.*:Valgrind.*:NumberText.TenMillion*'
 
 # Reports also where tests fail, so that one run shows everything; the status is then 1. With --units
-# it builds and runs only the tests that run no program, which takes a third of the time.
+# it builds and runs only the tests that run no program, which takes a part of the time.
 verb_coverage() {
   local status=0 counters target=all
   need "${coverage_packages[@]}"
   if [[ ${1:-} == --units ]]; then
     target=unit_tests
-    set -- -E '^(run|sweep|layout)\.' "${@:2}"
+    set -- -E '^(run|sweep|layout|fuzz\.replay)' "${@:2}"
   fi
   build_everything coverage "$target"
   counters="$(mktemp -d)"
