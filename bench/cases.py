@@ -360,7 +360,7 @@ class Sweep(Case):
         all_at_once = self.runner("`tev info`", [self.arena.program("tev"), "info", *paths])
         one_by_one = self.runner("`TevInfo` for each", [
             "xargs", "-0", "-n", "1", "-a", str(listing), self.arena.program("TevInfo")])
-        require(self.arena.output(all_at_once).count(b"Tev Version: ") == count,
+        require(self.arena.output(all_at_once).count(b" bytes), version 1.3\n") == count,
                 "tev info does not tell of each file")
         require(self.arena.output(one_by_one).count(b"</lbt:metadata>") == count,
                 "TevInfo does not report on each file")
