@@ -55,7 +55,11 @@ void Write(const LbtTev::Tree& tree, const std::string& geometry, std::ostream& 
                   PlaceText(place) + "its instance name has no \" = \" before a step");
   } catch (...) {
     const Failure failure = FailureOfCurrentException();
-    throw Failure(failure.Code(), PlaceText(place) + failure.what());
+    const bool isOfNumbers = failure.Code() == FailureCode::Damaged && place.position;
+    throw Failure(
+        failure.Code(),
+        PlaceText(place) + failure.what() +
+            (isOfNumbers ? ", " + tree.GetStreams().heavy->TextOfFailure(*place.position) : ""));
   }
 }
 

@@ -52,6 +52,48 @@ TEST(FoundStream, UnknownName_IsNoneAndLogsNothing) {
   EXPECT_NE(file->FindStream("A"), nullptr);
 }
 
+TEST(FoundStream, Byte_HasTheBlockThatHoldsIt) {
+  Opened file(ContainerWriter(ThreeBlocks()).AddRaw("B", "k").AddRaw("A", "lm"));
+  const std::string blocks = "000111112244";
+  for (std::uint64_t position = 0; position < blocks.size(); ++position) {
+    EXPECT_EQ(file->FindBlockAt("A", position), blocks[position] - '0') << position;
+  }
+  EXPECT_EQ(file->FindBlockAt("A", blocks.size()), std::nullopt);
+  EXPECT_EQ(file->FindBlockAt("A", std::uint64_t{1} << 40U), std::nullopt);
+  EXPECT_EQ(file->FindBlockAt("C", 0), std::nullopt);
+  EXPECT_EQ(file->FindBlockAt("A", 0), 0U) << "also after a look further on";
+}
+
+TEST(FoundStream, ByteAfterALengthThatCannotBeRead_HasNoBlock) {
+  ContainerWriter writer = ThreeBlocks();
+  const tevtest::Container whole = writer.Build();
+  Opened file(writer.TruncateTo(whole.Block("A", 1).offset + 2));
+  EXPECT_EQ(file->FindBlockAt("A", 2), 0U);
+  EXPECT_EQ(file->FindBlockAt("A", 9), std::nullopt);
+}
+
+TEST(FoundStream, RefusedBlock_IsToldOnStandardErrorUnlessThatIsLeftOut) {
+  Opened file(ContainerWriter().Add({.name = "A", .compressed = true, .storedBytes = Damaged(10)}));
+  for (const auto& [line, text] :
+       {std::pair(RefusalLine::Written, "Error -3 while uncompressing block \n"),
+        {RefusalLine::LeftOut, ""}}) {
+    file->GetIndex().SetRefusalLine(line);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(FailureOf([&] { file.Read(1); }), tevtest::kPlainException);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), text);
+  }
+}
+
+TEST(FoundStream, RefusedSecondIndex_IsLeftOutAsWell) {
+  ContainerWriter writer = ContainerWriter().AddRaw("A", "1");
+  writer.Add({.name = "\vIndex Block 1", .compressed = true, .storedBytes = Damaged(10)});
+  Opened file(writer);
+  file->GetIndex().SetRefusalLine(RefusalLine::LeftOut);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(FailureOf([&] { file->ReadIndex(); }), tevtest::kPlainException);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST(FoundStream, Name_IsLookedForInTheIndexOfTheFile) {
   Opened file(ThreeBlocks());
   EXPECT_NE(file->FindStream("A"), nullptr);

@@ -130,10 +130,23 @@ TEST_F(TevCdf, NumbersThatCannotBeRead_BreakOffThere) {
   ModelWriter model = SmallModel();
   model.VariableAt(kSmallMesh1, 1).byteCount = 1000000;
   Write("a.tev", model);
+  const std::string start = std::to_string(model.RecordStart(kHeavyData, 1));
   ExpectFailure(
       {"cdf", "a.tev", "mesh 1", "out.cdf"},
       "tev: a.tev: damaged: the export broke off in geometry 4, variable 1 \"Coordinates\": Not "
-      "enough bytes in the block (\"tev check\" tells more)\n");
+      "enough bytes in the block, at byte " +
+          start + " of Heavy Data, in block 5 (\"tev check\" tells more)\n");
+}
+
+// The numbers of the faces are whole, and their lengths are not.
+TEST_F(TevCdf, LengthsOfFacesThatCannotBeRead_AreWhereTheyAre) {
+  ModelWriter model = SmallModel();
+  model.VariableAt(kSmallMesh1, 3).heavyPosition = 1U << 30U;
+  Write("a.tev", model);
+  ExpectFailure({"cdf", "a.tev", "mesh 1", "out.cdf"},
+                "tev: a.tev: damaged: the export broke off in geometry 4, variable 2 "
+                "\"Connectivity\": Invalid block position, at byte 1073741824 of Heavy Data "
+                "(\"tev check\" tells more)\n");
 }
 
 TEST_F(TevCdf, BlockThatZlibRefuses_IsNamed) {
@@ -150,10 +163,10 @@ TEST_F(TevCdf, BlockThatZlibRefuses_IsNamed) {
   dir.Write("a.tev", container.Build().bytes);
   ExpectFailure(
       {"cdf", "a.tev", "mesh", "out.cdf"},
-      "Error -3 while uncompressing block \n"
       "tev: a.tev: damaged: the export broke off in geometry 3, variable 0 \"Coordinates\": zlib "
       "refuses the data of block " +
-          std::to_string(number) + " (Heavy Data) (\"tev check\" tells more)\n");
+          std::to_string(number) +
+          " (Heavy Data), at byte 0 of Heavy Data (\"tev check\" tells more)\n");
 }
 
 }  // namespace

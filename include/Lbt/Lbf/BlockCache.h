@@ -14,6 +14,7 @@
 
 #include "Lbt/Lbf/Block.h"
 #include "Lbt/Lbf/CopyFromBlock.h"
+#include "Lbt/Lbf/Inflation.h"
 
 namespace LbtLbf {
 
@@ -113,6 +114,10 @@ class BlockCache {
     }
   }
 
+  /// Whether refused blocks are told on standard error; they are, unless this says otherwise.
+  void SetRefusalLine(RefusalLine line) { refusalLine_ = line; }
+  [[nodiscard]] RefusalLine GetRefusalLine() const { return refusalLine_; }
+
   /// How many times an entry has been loaded from the file, in all.
   [[nodiscard]] std::uint64_t LoadCount() const { return loadCount_; }
 
@@ -140,6 +145,7 @@ class BlockCache {
   std::unordered_map<std::size_t, int> refusals_;  // zlib's codes
   std::uint64_t firstPosition_ = 0;
   std::uint64_t loadCount_ = 0;
+  RefusalLine refusalLine_ = RefusalLine::Written;
   std::function<void(std::size_t)> observer_;
   std::optional<std::size_t> lastLoaded_;
   std::optional<std::size_t> lastRefused_;

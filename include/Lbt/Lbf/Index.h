@@ -27,6 +27,11 @@ struct NumberedBlock {
 /// A block as messages name it: "block 3 (Heavy Data)".
 [[nodiscard]] std::string TextOf(const NumberedBlock& block);
 
+/// A byte of a stream as messages name it: "at byte 455 of Heavy Data, in block 3". The block is
+/// left out where it is unknown.
+[[nodiscard]] std::string TextOfByte(std::uint64_t position, std::string_view stream,
+                                     std::optional<std::size_t> block);
+
 /// That zlib refuses a block: "zlib refuses the data of block 3 (Heavy Data)".
 [[nodiscard]] std::string RefusalText(const NumberedBlock& block);
 
@@ -95,6 +100,13 @@ class Index {
     return stream.TargetOf(cache_, offset, file);
   }
 
+  /// The number of the block that has a byte of a stream; see NamedStream::HolderOf.
+  [[nodiscard]] std::optional<std::size_t> HolderOf(NamedStream& stream, std::uint64_t offset,
+                                                    std::FILE* file) {
+    ++changes_;
+    return stream.HolderOf(cache_, offset, file);
+  }
+
   /// The block that the next read of a stream is served from. Without "file" among the blocks in
   /// memory, and null where none has bytes left. Throws what a load throws.
   [[nodiscard]] Block* FindReadingBlock(NamedStream& stream, std::FILE* file);
@@ -155,6 +167,9 @@ class Index {
   void ObserveLoads(std::function<void(std::size_t entry)> observer) {
     cache_.ObserveLoads(std::move(observer));
   }
+
+  /// See BlockCache::SetRefusalLine.
+  void SetRefusalLine(RefusalLine line) { cache_.SetRefusalLine(line); }
 
   /// The block that the last load was about, whether it went well or not. A second
   /// index that could not be loaded counts, though the index is empty then.

@@ -85,8 +85,12 @@ class BlockTransformation {
 /// block is empty and nothing has been told to anybody. Throws as the transformation does else.
 [[nodiscard]] int ReplaceByContents(Block& block);
 
-/// Tells on standard error that zlib refuses a block, and throws what stands for that code.
-[[noreturn]] void RaiseRefusal(int code);
+/// Whether a refused block is told on standard error before it is thrown. The line names neither
+/// the file nor the block; who tells of these leaves it out.
+enum class RefusalLine : std::uint8_t { Written, LeftOut };
+
+/// Throws what stands for zlib's code, after the line on standard error.
+[[noreturn]] void RaiseRefusal(int code, RefusalLine line = RefusalLine::Written);
 
 /// Replaces a compressed block by its contents.
 ///

@@ -141,6 +141,11 @@ class LbFile {
     return index_.TargetOf(stream, offset, file_.get());
   }
 
+  /// The number of the block that has a byte of a stream, for messages; none where that is unknown.
+  /// See NamedStream::HolderOf.
+  [[nodiscard]] std::optional<std::size_t> FindBlockAt(std::string_view stream,
+                                                       std::uint64_t position);
+
   /// Where the next read of a stream begins; see NamedStream::Position.
   [[nodiscard]] std::uint64_t GetPosition(NamedStream& stream) {
     return index_.GetPosition(stream);

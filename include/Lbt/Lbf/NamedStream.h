@@ -102,6 +102,11 @@ class NamedStream {
     return EntryAt(FindPlace(cache, offset, file));
   }
 
+  /// The entry whose block has the byte at "offset", by the recorded lengths; none beyond the end.
+  /// Loads nothing, but leaves the blocks before it as a seek does. Throws as above.
+  [[nodiscard]] std::optional<std::size_t> HolderOf(BlockCache& cache, std::uint64_t offset,
+                                                    std::FILE* file);
+
   /// Where the next read begins, in bytes from the stream's start. Loads nothing: a block that
   /// has not been loaded counts with the length that is known of it.
   [[nodiscard]] std::uint64_t Position(const BlockCache& cache);

@@ -121,6 +121,10 @@ class ModelStream {
   /// The block that zlib has refused, where what was thrown last tells of that.
   [[nodiscard]] std::optional<LbtLbf::NumberedBlock> RefusedBlock() const;
 
+  /// Where a read has failed, as messages name it: "at byte 455 of Heavy Data, in block 3". A block
+  /// that zlib has refused is left out, since it has been named.
+  [[nodiscard]] std::string TextOfFailure(unsigned long position) const;
+
   /// Reads nothing more up to the next seek, as if the file lacked the stream.
   void GiveUp(std::exception_ptr reason);
   [[nodiscard]] bool IsGivenUp() const { return reason_ != nullptr; }

@@ -60,11 +60,11 @@ std::uint64_t KeptContents::CostOf(const Block& contents) {
 }
 
 void BlockCache::Assign(std::vector<IndexItem> items, std::uint64_t firstPosition) {
-  const std::uint64_t loadCount = loadCount_;
-  auto observer = std::move(observer_);
-  *this = BlockCache();
-  loadCount_ = loadCount;
-  observer_ = std::move(observer);
+  BlockCache other;
+  other.loadCount_ = loadCount_;
+  other.refusalLine_ = refusalLine_;
+  other.observer_ = std::move(observer_);
+  *this = std::move(other);
   items_ = std::move(items);
   blocks_.resize(items_.size());
   wasLoaded_.resize(items_.size());
@@ -143,12 +143,12 @@ void BlockCache::Inflate(std::size_t entry) {
     refusals_[entry] = code;
     Refuse(entry, code);
   }
-  RaiseRefusal(code);
+  RaiseRefusal(code, refusalLine_);
 }
 
 void BlockCache::Refuse(std::size_t entry, int code) {
   lastRefused_ = entry;
-  RaiseRefusal(code);
+  RaiseRefusal(code, refusalLine_);
 }
 
 void BlockCache::Forget(std::size_t entry) {

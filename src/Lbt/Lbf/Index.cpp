@@ -79,6 +79,7 @@ void Index::ReadIndexBufferFromFileStream(std::FILE* file, const unsigned long& 
 
 void Index::AppendContinuation(std::FILE* file, std::vector<IndexItem>& items) {
   BlockCache firstIndex;
+  firstIndex.SetRefusalLine(cache_.GetRefusalLine());
   firstIndex.Assign(items, indexPosition_ + indexSize_);
   const std::size_t last = items.size() - 1;
   continuation_ = {last, items[last].name};
@@ -128,6 +129,12 @@ std::vector<std::size_t> Index::FirstEntries() const {
 
 std::string TextOf(const NumberedBlock& block) {
   return "block " + std::to_string(block.number) + " (" + block.stream + ")";
+}
+
+std::string TextOfByte(std::uint64_t position, std::string_view stream,
+                       std::optional<std::size_t> block) {
+  return "at byte " + std::to_string(position) + " of " + std::string(stream) +
+         (block ? ", in block " + std::to_string(*block) : "");
 }
 
 std::string RefusalText(const NumberedBlock& block) {

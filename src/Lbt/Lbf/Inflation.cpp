@@ -121,8 +121,10 @@ Inflated Inflate(std::span<const unsigned char> compressed, std::span<unsigned c
                  contents);
 }
 
-void RaiseRefusal(int code) {
-  std::cerr << "Error " << code << " while uncompressing block " << std::endl;
+void RaiseRefusal(int code, RefusalLine line) {
+  if (line == RefusalLine::Written) {
+    std::cerr << "Error " << code << " while uncompressing block " << std::endl;
+  }
   if (code == Z_MEM_ERROR) {
     throw InflateMemoryError();
   }

@@ -161,6 +161,15 @@ NamedStream* LbFile::FindStream(std::string_view name) {
   return index_.FindStream(name);
 }
 
+std::optional<std::size_t> LbFile::FindBlockAt(std::string_view name, std::uint64_t position) {
+  try {
+    NamedStream* stream = FindStream(name);
+    return stream == nullptr ? std::nullopt : index_.HolderOf(*stream, position, file_.get());
+  } catch (const Exception&) {
+    return std::nullopt;  // the length of an earlier block cannot be read
+  }
+}
+
 Block& LbFile::GetReadingBlock(std::string_view name) {
   ReadIndexOnce();
   return IsOpen() ? index_.GetReadingBlock(name, file_.get()) : index_.GetReadingBlock(name);

@@ -98,6 +98,15 @@ bool NamedStream::IsUsedUp(const BlockCache& cache, std::size_t place) const {
   return cache.GetBlock(EntryAt(place)).IsConsumed() && !NeedsLoad(cache, place);
 }
 
+std::optional<std::size_t> NamedStream::HolderOf(BlockCache& cache, std::uint64_t offset,
+                                                 std::FILE* file) {
+  const std::size_t place = FindPlace(cache, offset, file);
+  const std::uint64_t start = lengths_.Sum(place);
+  const std::uint64_t length =
+      IsKnown(place) ? lengths_.Sum(place + 1) - start : Measure(cache, place, file);
+  return offset - start < length ? std::optional(EntryAt(place)) : std::nullopt;
+}
+
 std::uint64_t NamedStream::Position(const BlockCache& cache) {
   if (limiter_.blocks.empty()) {
     return 0;

@@ -113,6 +113,11 @@ std::optional<LbtLbf::NumberedBlock> ModelStream::RefusedBlock() const {
                        : file_->GetIndex().RefusedBlock();
 }
 
+std::string ModelStream::TextOfFailure(unsigned long position) const {
+  const auto block = RefusedBlock() ? std::nullopt : file_->FindBlockAt(name_, position);
+  return LbtLbf::TextOfByte(position, name_, block);
+}
+
 void ModelStream::GiveUp(std::exception_ptr reason) {
   if (const auto block = RefusedBlock(); block && block->stream == name_) {
     refused_.try_emplace(block->number, reason);

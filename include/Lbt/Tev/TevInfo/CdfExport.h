@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -13,6 +15,8 @@ struct CdfPlace {
   unsigned int geometryId = 0;
   std::size_t variableIndex = 0;
   std::string variableName;
+  std::optional<std::uint64_t>
+      position;  ///< in the heavy data, of the numbers that were loaded last
 };
 
 /// Writes every geometry of a name to "stream" in the CDF text format: header,

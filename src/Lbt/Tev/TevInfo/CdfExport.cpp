@@ -128,14 +128,16 @@ class CdfWriter {
     }
   }
 
-  /// Keeps the variable at work in "place".
+  /// Keeps the variable at work, and where its numbers lie, in "place".
   void Write(const Geometry& geometry, CdfPlace& place) {
+    place_ = &place;
     text_.Add("*HEADER,TITLE=\"Test\"\n*ANALYSIS,NAME=\"Test\"\n");
     const Lengths lengths = LengthsOf(geometry);
     for (std::size_t i = 0; i < geometry.variables.size(); ++i) {
       const Variable& variable = geometry.variables[i];
       place.variableIndex = i;
       place.variableName = variable.name;
+      place.position.reset();
       const BlockKind kind = KindOf(variable);
       if (kind == BlockKind::Faces) {
         WriteFaces(geometry, variable, FindLengths(lengths, variable));
@@ -148,6 +150,13 @@ class CdfWriter {
   void Finish() { text_.Flush(); }
 
  private:
+  const NumericArray& Locate(const NumericArray& array) {
+    if (array.loader != nullptr) {
+      place_->position = array.loader->GetPosition();
+    }
+    return array;
+  }
+
   void WriteValues(BlockKind kind, const Variable& variable) {
     const VariableName name(variable.name);
     if (kind == BlockKind::Vertices) {
@@ -156,7 +165,7 @@ class CdfWriter {
       text_.Add("*RESULT,NAME=\"").Add(name.result).Add("\"");
     }
     EndKeyword(text_, std::string(name.instance));
-    AddLines(text_, values_.LoadFloats(variable.array), variable.array.width);
+    AddLines(text_, values_.LoadFloats(Locate(variable.array)), variable.array.width);
   }
 
   void WriteFaces(const Geometry& geometry, const Variable& variable,
@@ -165,8 +174,8 @@ class CdfWriter {
       return;
     }
     const std::string instance(VariableName(variable.name).instance);
-    const auto vertices = values_.LoadIntegers(variable.array);
-    const auto lengths = values_.LoadIntegers(*lengthsOfFaces);
+    const auto vertices = values_.LoadIntegers(Locate(variable.array));
+    const auto lengths = values_.LoadIntegers(Locate(*lengthsOfFaces));
     const auto [known, isNew] =
         covered_.try_emplace({variable.array.loader.get(), lengthsOfFaces->loader.get()});
     if (isNew) {
@@ -206,6 +215,7 @@ class CdfWriter {
     }
   };
 
+  CdfPlace* place_ = nullptr;
   TextBuffer text_;
   ValueStore values_;
   std::map<Arrays, bool, ByStoredData> covered_;  // whether lengths of faces cover vertices
