@@ -115,8 +115,9 @@ std::optional<Failure> FailureOf(const CheckResult& result) {
   }
 }
 
-/// The failure that an exception out of a check is: damage is told by findings, never so.
-Failure FailureOfCheck() {
+/// The failure that an exception out of a check of the file at "path" is: damage is told by
+/// findings, never so.
+Failure FailureOfCheck(const std::string& path) {
   Failure failure = FailureOfCurrentException();
   if (failure.Code() != FailureCode::Damaged) {
     return failure;
@@ -124,12 +125,15 @@ Failure FailureOfCheck() {
   try {
     throw;
   } catch (const Lbt::Util::Exception& exception) {
-    using ErrorType = Lbt::Util::Exception::ErrorType;
-    const bool isVersion = exception.GetType() == ErrorType::UnknownVersion;
-    return {isVersion ? FailureCode::UnsupportedVersion : FailureCode::IoError, failure.what()};
+    if (exception.GetType() == Lbt::Util::Exception::ErrorType::UnknownVersion) {
+      LbtLbf::LbFile file;
+      file.OpenFile(path, "rb");
+      return VersionFailure(file);
+    }
   } catch (...) {
     return {FailureCode::IoError, failure.what()};
   }
+  return {FailureCode::IoError, failure.what()};
 }
 
 /// Checks the file of an input. What the check throws makes it unreadable.
@@ -145,7 +149,7 @@ Outcome CheckInput(const Input& input, const LbtTev::Check::FindingSink& sink, L
       outcome.failure = FailureOf(outcome.result);
       return outcome;
     } catch (...) {
-      outcome.failure = FailureOfCheck();
+      outcome.failure = FailureOfCheck(input.source);
     }
   }
   outcome.result.verdict = Verdict::Unreadable;

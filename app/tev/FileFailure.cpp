@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 
 #include "Lbt/Lbf/Inflation.h"
 #include "Lbt/Tev/Analysis/Model.h"
@@ -68,6 +69,16 @@ std::string ReasonOf(const std::exception& exception) {
 std::string TextOnRefused(LbtLbf::NumberedBlock block) {
   block.stream = LbtTev::Analysis::ShownName(block.stream);
   return RefusalText(block);
+}
+
+Failure VersionFailure(LbtLbf::LbFile& file) {
+  constexpr auto kNoNumber = std::numeric_limits<std::uint32_t>::max();
+  const std::string version = file.ReadVersion();
+  const std::string fault = LbtLbf::VersionTenths(version) == kNoNumber
+                                ? QuotedText(version) + " is no version of a Tev file"
+                                : "version " + version + " is newer than this program";
+  return {FailureCode::UnsupportedVersion,
+          fault + "; versions up to " + LbtLbf::kNewestVersion + " can be read"};
 }
 
 Failure FailureOfCurrentException() {

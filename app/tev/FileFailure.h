@@ -16,7 +16,7 @@ enum class FailureCode : std::uint8_t {
   PermissionDenied,
   NotAFile,            ///< a folder where only a file can be, a pipe, a device
   NotAModel,           ///< it lacks the signature
-  UnsupportedVersion,  ///< the container is newer than this program
+  UnsupportedVersion,  ///< the container is newer than this program, or its version is no number
   Damaged,             ///< it has the signature
   OutOfMemory,
   IoError,
@@ -55,6 +55,9 @@ class UsageError : public std::runtime_error {
 
 /// One line on what an exception tells.
 [[nodiscard]] std::string ReasonOf(const std::exception& exception);
+
+/// That an open file is of a version which this program does not read: most often a newer one.
+[[nodiscard]] Failure VersionFailure(LbtLbf::LbFile& file);
 
 /// What the exception that is being handled, whatever it is, tells of a file. What the library
 /// throws of itself means damage, unless memory is what lacks. Only for use in a handler.

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
 #include <memory>
@@ -16,6 +15,8 @@
 #include <utility>
 
 #include "Lbt/Lbf/LbFile.h"
+#include "Lbt/Tev/Check/ForeignFile.h"
+#include "tev/Answers.h"
 
 namespace {
 
@@ -37,14 +38,15 @@ class OpenFile {
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;
 
-  /// Its first bytes, as many as a signature has or as there are.
-  [[nodiscard]] std::string FirstBytes() const {
-    std::array<char, LbFile::kSignature.size()> bytes{};
+  /// Its first bytes, so many at the most.
+  [[nodiscard]] std::string FirstBytes(std::size_t most) const {
+    std::string bytes(most, '\0');
     const ssize_t count = pread(descriptor_, bytes.data(), bytes.size(), 0);
     if (count < 0) {
       throw SystemFailure("cannot read", errno);
     }
-    return {bytes.data(), static_cast<std::size_t>(count)};
+    bytes.resize(static_cast<std::size_t>(count));
+    return bytes;
   }
 
   [[nodiscard]] struct stat Status() const {
@@ -73,10 +75,11 @@ void RequireModel(const std::string& path) {
   }
   const OpenFile file(path);
   RequireFile(file.Status());
-  const std::string bytes = file.FirstBytes();
-  if (bytes != LbFile::kSignature) {
+  if (const std::string start = file.FirstBytes(LbtTev::Check::kLookedAt);
+      !start.starts_with(LbFile::kSignature)) {
+    const std::string look(LbtTev::Check::LookOf(start));
     throw Failure(FailureCode::NotAModel,
-                  bytes.empty() ? "not a Tev file: it is empty" : "not a Tev file");
+                  "not a Tev file" + (look.empty() ? "" : ": it looks like " + look));
   }
 }
 
@@ -138,7 +141,7 @@ std::optional<int> DescriptorOf(const std::string& path) {
 }
 
 bool BeginsAsModel(const std::string& path) {
-  return OpenFile(path).FirstBytes() == LbFile::kSignature;
+  return OpenFile(path).FirstBytes(LbFile::kSignature.size()) == LbFile::kSignature;
 }
 
 struct Inputs::Folder {
@@ -224,6 +227,14 @@ bool Inputs::EnterFolder(const std::string& path) {
   return false;
 }
 
+void Inputs::LeaveFolder() {
+  const std::string path = std::move(folders_.back().path);
+  folders_.pop_back();
+  if (folders_.empty() && !isAnyFound_) {
+    ReportFailure(path, "there is no Tev file in this folder");
+  }
+}
+
 /// Whether it becomes the next file; a folder is entered instead.
 bool Inputs::TakeNamed(const std::string& path) {
   input_ = {path, path, std::nullopt};
@@ -232,6 +243,7 @@ bool Inputs::TakeNamed(const std::string& path) {
       return TakeDescriptor(*descriptor);
     }
     if (folderUse_ == Folders::Walked && IsFolder(path)) {
+      isAnyFound_ = false;
       return EnterFolder(path);
     }
     RequireModel(path);
@@ -272,8 +284,9 @@ const Input* Inputs::Next() {
         return &input_;
       }
     } else if (Folder& folder = folders_.back(); folder.next == folder.names.size()) {
-      folders_.pop_back();
+      LeaveFolder();
     } else if (TakeFound(folder.path + folder.names[folder.next++])) {
+      isAnyFound_ = true;
       return &input_;
     }
   }

@@ -31,7 +31,7 @@ struct Input {
 /// order of its names: its regular files that begin with a model's signature, and those that
 /// cannot be opened; links to files are followed, links to folders are not. A pipe on a descriptor
 /// is copied to an unnamed temporary file. No more is kept in memory than the names in the folders
-/// that are being walked.
+/// that are being walked. A named folder in which nothing is found is told on standard error.
 class Inputs {
  public:
   enum class Folders : std::uint8_t { Walked, Refused };
@@ -63,6 +63,7 @@ class Inputs {
   [[nodiscard]] bool Fail(const Failure& failure);
   [[nodiscard]] bool TakeDescriptor(int descriptor);
   [[nodiscard]] bool EnterFolder(const std::string& path);
+  void LeaveFolder();
 
   std::vector<std::string> paths_;
   std::size_t nextPath_ = 0;
@@ -70,6 +71,7 @@ class Inputs {
   std::ifstream namesFile_;
   TemporaryFile namesCopy_;      ///< of a descriptor that cannot be opened again
   std::vector<Folder> folders_;  ///< those that are being walked, each in the one before
+  bool isAnyFound_ = false;      ///< in the first of them
   Folders folderUse_;
   bool isCountKnown_;
   Input input_;

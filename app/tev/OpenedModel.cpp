@@ -5,10 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <optional>
-#include <set>
 #include <span>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -54,61 +52,17 @@ void TellCut(const LbFile& file, AnswerWriter& writer) {
   }
 }
 
-/// The streams that a model consists of, which the index lacks.
-struct AbsentStreams {
-  bool areAll = true;
-  bool hasTree = true;
-  bool hasUnknown = false;  ///< one whose name may have been one of them
-  std::vector<std::string> others;
-};
+constexpr const char* kNoModel = "its index has no stream of a model";
 
-AbsentStreams AbsentFrom(const LbtLbf::Index& index) {
-  std::set<std::string_view> names;
-  for (const LbtLbf::IndexItem& item : StoredItems(index)) {
-    names.insert(item.name);
-  }
-  if (const auto& second = index.GetContinuation()) {
-    names.erase(second->stream);
-  }
-  const auto known = LbtTev::StreamNames().All();
-  AbsentStreams absent;
-  absent.hasTree = names.contains(known.front());
-  for (const std::string& name : known) {
-    if (names.erase(name) != 0) {
-      absent.areAll = false;
-    } else if (name != known.front()) {
-      absent.others.push_back(name);
-    }
-  }
-  absent.hasUnknown = !names.empty();
-  return absent;
-}
-
-std::string AbsenceText(const std::string& stream) {
-  return "there is no stream \"" + stream + '"';
-}
-
-/// One changed letter of a name in the index hides a whole stream. Models may lack those that they
-/// do not need.
-void TellAbsent(const AbsentStreams& absent, AnswerWriter& writer) {
-  if (!absent.hasUnknown) {
-    return;
-  }
+/// Tells "writer" of streams that are missing, and what is unknown without them.
+void TellMissing(const LbtTev::StreamsFound& streams, AnswerWriter& writer) {
+  const LbtTev::StreamNames names;
   LostData& lost = writer.Lost();
-  for (const std::string& name : absent.others) {
-    writer.AddMissing(AbsenceText(name));
+  for (const std::string& name : streams.missing) {
+    writer.AddMissing("there is no stream \"" + name + '"');
     lost.hasAttributes = true;
-    lost.isLightOfAll = lost.isLightOfAll || name == LbtTev::StreamNames().light;
-  }
-}
-
-/// A container of anything else, and a model without its tree, are no empty models.
-void RequireTree(const AbsentStreams& absent) {
-  if (absent.areAll) {
-    throw Failure(FailureCode::Damaged, "its index has no stream of a model");
-  }
-  if (!absent.hasTree) {
-    throw Failure(FailureCode::Damaged, AbsenceText(LbtTev::StreamNames().tree));
+    lost.hasRecords = lost.hasRecords || name == names.tree;
+    lost.isLightOfAll = lost.isLightOfAll || name == names.light;
   }
 }
 
@@ -132,8 +86,8 @@ std::string LostPart(LbtTev::LoadFailure::Part part) {
 }
 
 /// What is lost, why, and where that was found: "the node sets of node 7 (Sets): Not enough bytes
-/// in the block, at byte 455 of Heavy Data".
-std::string TextOf(const LbtTev::LoadFailure& failure) {
+/// in the block, at byte 455 of Heavy Data, in block 5".
+std::string TextOf(const LbtTev::LoadFailure& failure, LbFile& file) {
   using Part = LbtTev::LoadFailure::Part;
   std::string text = LostPart(failure.part);
   if (failure.part == Part::Record) {
@@ -143,15 +97,19 @@ std::string TextOf(const LbtTev::LoadFailure& failure) {
   }
   text += ": " + (failure.refusedBlock ? TextOnRefused(*failure.refusedBlock)
                                        : ReasonOf(*failure.exception));
-  return failure.stream.empty() ? text
-                                : text + ", at byte " + std::to_string(failure.position) + " of " +
-                                      std::string(failure.stream);
+  if (failure.stream.empty()) {
+    return text;
+  }
+  const auto block = failure.refusedBlock  // which has been named
+                         ? std::nullopt
+                         : file.FindBlockAt(failure.stream, failure.position);
+  return text + ", " + LbtLbf::TextOfByte(failure.position, failure.stream, block);
 }
 
 /// Goes on after damage and remembers what is missing.
 class Loading : public LbtTev::LoadObserver {
  public:
-  Loading(const LbFile& file, LostData& lost) : file_(&file), lost_(&lost) {}
+  Loading(LbFile& file, LostData& lost) : file_(&file), lost_(&lost) {}
 
   /// No writer means it, and no model is empty by it.
   void OnRecordCount(int count) override {
@@ -178,7 +136,7 @@ class Loading : public LbtTev::LoadObserver {
     } else if (missing_.size() >= kMost) {
       ++others_;
     } else {
-      missing_.push_back(TextOf(failure));
+      missing_.push_back(TextOf(failure, *file_));
     }
     return true;
   }
@@ -223,7 +181,7 @@ class Loading : public LbtTev::LoadObserver {
     }
   }
 
-  const LbFile* file_;
+  LbFile* file_;
   LostData* lost_;
   bool isIndexLost_ = false;
   std::vector<std::string> missing_;
@@ -252,12 +210,12 @@ Failure IndexFailure(const LbFile& file, const std::exception& exception) {
 /// A version that is too new is told when the file is opened. Later, the same exception is about a
 /// record.
 template <class Open>
-void TellingVersions(const LbFile& file, Open open) {
+void TellingVersions(LbFile& file, Open open) {
   try {
     open();
   } catch (const Exception& exception) {
     if (exception.GetType() == Exception::ErrorType::UnknownVersion && file.GetIndex().IsEmpty()) {
-      throw Failure(FailureCode::UnsupportedVersion, ReasonOf(exception));
+      throw VersionFailure(file);
     }
     throw;
   }
@@ -266,6 +224,7 @@ void TellingVersions(const LbFile& file, Open open) {
 }  // namespace
 
 void OpenContainer(LbFile& file, const Input& input, AnswerWriter& writer) {
+  file.GetIndex().SetRefusalLine(LbtLbf::RefusalLine::LeftOut);
   TellingVersions(file, [&] {
     bool wideOffsets = false;
     static_cast<void>(LbtTev::OpenContainer(file, input.source, wideOffsets));
@@ -279,18 +238,18 @@ void OpenContainer(LbFile& file, const Input& input, AnswerWriter& writer) {
     throw IndexFailure(file, exception);
   }
   TellCut(file, writer);
-  // Blocks of any container are told.
-  if (const AbsentStreams absent = AbsentFrom(file.GetIndex()); !absent.areAll) {
-    if (!absent.hasTree) {
-      writer.AddMissing(AbsenceText(LbtTev::StreamNames().tree));
-    }
-    TellAbsent(absent, writer);
+  // The blocks of any container can be told.
+  if (const auto streams = LbtTev::FindStreams(file.GetIndex()); streams.isAny) {
+    TellMissing(streams, writer);
+  } else {
+    writer.AddMissing(kNoModel);
   }
 }
 
 void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
-  const LbFile& file = tree.GetFile();
-  LbtLbf::Index& index = tree.GetFile().GetIndex();
+  LbFile& file = tree.GetFile();
+  LbtLbf::Index& index = file.GetIndex();
+  index.SetRefusalLine(LbtLbf::RefusalLine::LeftOut);  // answers name the block
   // Also for what is loaded later, as long as the tree lives.
   index.ObserveLoads([&index, progress = &writer.GetProgress()](std::size_t number) {
     progress->ShowBlocks(number, index.GetItems().size());
@@ -310,10 +269,12 @@ void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
     }
     throw;
   }
-  const AbsentStreams absent = AbsentFrom(file.GetIndex());
-  RequireTree(absent);
+  const LbtTev::StreamsFound streams = LbtTev::FindStreams(index);
+  if (!streams.isAny) {
+    throw Failure(FailureCode::Damaged, kNoModel);
+  }
   TellCut(file, writer);
-  TellAbsent(absent, writer);
+  TellMissing(streams, writer);
   loading.Tell(writer);
 }
 

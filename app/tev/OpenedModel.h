@@ -10,7 +10,8 @@
 #include "tev/Inputs.h"
 
 /// Opens the container "input", checks its version and tells "writer" of bytes that its index
-/// promises and the file does not have. Throws a Failure, and what LbtTev::OpenContainer does.
+/// promises and the file does not have, and of streams of a model that are missing. Throws a
+/// Failure, and what LbtTev::OpenContainer does.
 void OpenContainer(LbtLbf::LbFile& file, const Input& input, AnswerWriter& writer);
 
 /// Loads the model "input" into "tree", as far as that is possible, and tells "writer" what is

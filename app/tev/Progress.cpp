@@ -76,8 +76,8 @@ void Progress::Draw() {
     return;
   }
   next_ = now + 100ms;
-  // One column stays free, so that no terminal wraps. The cursor goes back to the start:
-  // a line that a library writes by itself then stands at the margin.
+  // One column stays free, so that no terminal wraps. The cursor goes back to the start: the last
+  // line of a run that runs out of memory then stands at the margin.
   const std::size_t columns = TerminalColumns() - 1;
   const std::size_t rest = columns - std::min(columns, WidthOf(blocks_));
   std::cerr << kEraseLine << FirstColumns(files_, rest) << FirstColumns(blocks_, columns) << '\r'

@@ -31,7 +31,8 @@ struct Case {
 
 /// Whether findings of that kind are only warnings.
 bool IsWarning(const std::string& kind) {
-  return kind == "unused-bytes" || kind == "byte-count" || kind == "not-finite";
+  return kind == "odd-version" || kind == "unused-bytes" || kind == "byte-count" ||
+         kind == "not-finite";
 }
 
 /// What one finding of a kind takes away; nothing where all is there and yet wrong.
@@ -437,14 +438,25 @@ Case OverlappingData() {
           .found = 1000000};
 }
 
+Case OddVersion() {
+  std::string bytes = SmallModel().Build();
+  bytes.at(9) = ';';
+  return {.name = "OddVersion",
+          .bytes = bytes,
+          .kind = "odd-version",
+          .text = "the version \"1;3\" is no number",
+          .offset = 8};
+}
+
 std::vector<Case> Cases() {
   std::vector<Case> cases;
-  for (const std::vector<Case>& some : {ContainerCases(),
-                                        BlockCases(),
-                                        RecordCases(),
-                                        StreamCases(),
-                                        {DeadVariableLink(), ByteCount(), UnreadableData(),
-                                         NodeRange(), NotFinite(), OverlappingData()}}) {
+  for (const std::vector<Case>& some :
+       {ContainerCases(),
+        BlockCases(),
+        RecordCases(),
+        StreamCases(),
+        {OddVersion(), DeadVariableLink(), ByteCount(), UnreadableData(), NodeRange(), NotFinite(),
+         OverlappingData()}}) {
     cases.insert(cases.end(), some.begin(), some.end());
   }
   return cases;

@@ -152,10 +152,8 @@ TEST_F(TevDamaged, FilesThatAreNoModels_HaveTheSameCodeForEveryVerb) {
     std::string all;
     for (std::size_t i = 0; i < files.size(); ++i) {
       const RunResult run = RunJson(verb, files[i]);
-      // Blocks of any container are listed.
-      const bool isAnswered = verb == "blocks" && files[i] == "unknown";
-      EXPECT_EQ(run.status, isAnswered ? 0 : 2) << verb << ' ' << files[i];
-      EXPECT_EQ(CodeIn(run.output), isAnswered ? "none" : codes[i]) << verb << ' ' << files[i];
+      EXPECT_EQ(run.status, 2) << verb << ' ' << files[i];
+      EXPECT_EQ(CodeIn(run.output), codes[i]) << verb << ' ' << files[i];
       all += run.output;
     }
     EXPECT_EQ(Check(all, "lines", Schema(verb)), "") << verb;
@@ -181,6 +179,31 @@ TEST_F(TevDamaged, TreeOfAnotherName_IsNoEmptyModelForAnyVerb) {
     EXPECT_EQ(CodeIn(run.output), "damaged") << verb;
     EXPECT_EQ(Check(run.output, "lines", Schema(verb)), "") << verb;
   }
+}
+
+TEST_F(TevDamaged, TreeOfAnotherName_LeavesWhatIsWhole) {
+  dir.Write("a.tev", WithMisnamed(whole.bytes, "Tev Tree"));
+  const std::string lost = "INCOMPLETE: there is no stream \"Tev Tree\"\n";
+  const std::string info = Run({"info", "a.tev"}).output;
+  EXPECT_TRUE(info.starts_with("a.tev\n  " + lost + "  Category  -\n  File ")) << info;
+  EXPECT_NE(info.find("(" + std::to_string(whole.bytes.size()) + " bytes), version 1.3\n"),
+            std::string::npos)
+      << info;
+  EXPECT_NE(info.find("  Programs (2)\n"), std::string::npos) << info;
+  EXPECT_NE(info.find("translate 2.1"), std::string::npos) << info;
+  const std::string json = RunJson("info", "a.tev").output;
+  EXPECT_NE(json.find("\"name\": \"translate\""), std::string::npos) << json;
+  EXPECT_NE(json.find("\"category\": null"), std::string::npos) << json;
+  const std::string list = RunJson("list", "a.tev").output;
+  EXPECT_NE(list.find("\"bytes\": " + std::to_string(whole.bytes.size()) +
+                      R"(, "title": null, "category": null, "nodes": null, "elements": null, )"
+                      R"("partCount": null, "resultCount": null, "stepRange": null})"),
+            std::string::npos)
+      << list;
+  EXPECT_NE(Run({"list", "a.tev"}).output.find("  INCOMPLETE\n"), std::string::npos);
+  EXPECT_NE(Run({"sets", "a.tev"}).output.find("  No node sets that can be read\n"),
+            std::string::npos);
+  EXPECT_NE(Run({"tree", "a.tev"}).output.find("  " + lost), std::string::npos);
 }
 
 TEST_F(TevDamaged, StreamOfAnotherName_IsMissingForEveryVerb) {

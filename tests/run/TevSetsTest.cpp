@@ -69,9 +69,9 @@ TEST_F(TevSets, ThatShareTheirMembers_HaveThemEach) {
   EXPECT_EQ(Answer({"sets", "a.tev"}),
             "a.tev\n"
             "  Members  Name\n"
-            "        2\n"
-            "        0\n"
-            "        2\n");
+            "        2  \"\"\n"
+            "        0  \"\"\n"
+            "        2  \"\"\n");
   const RunResult report =
       RunProgram({TEVINFO_PROGRAM, model}, {.environment = {{"QUARLO_TEMP_PATH", dir.Path()}}});
   EXPECT_EQ(report.status, 0);
@@ -92,7 +92,9 @@ TEST_F(TevSets, Json_FitsTheSchemaWithAndWithoutIds) {
 
 TEST_F(TevBlock, Contents_AreThoseOfTheBlock) {
   const std::string text(100000, 'x');
-  dir.Write("a.tev", ContainerWriter().AddRaw("A", "1\n").AddCompressed("B", text).Build().bytes);
+  ContainerWriter writer;
+  writer.AddRaw("Tev Tree", "1\n").AddCompressed("Resources", text);
+  dir.Write("a.tev", writer.Build().bytes);
   EXPECT_EQ(Answer({"block", "a.tev", "0"}), "1\n");
   EXPECT_EQ(Answer({"block", "a.tev", "1"}), text);
   EXPECT_EQ(Answer({"block", "a.tev", "1", "--raw", "-o", "out"}), "");
@@ -100,7 +102,7 @@ TEST_F(TevBlock, Contents_AreThoseOfTheBlock) {
 }
 
 TEST_F(TevBlock, NumberThatIsNoBlock_IsBadUsage) {
-  dir.Write("a.tev", ContainerWriter().AddRaw("A", "1").Build().bytes);
+  dir.Write("a.tev", ContainerWriter().AddRaw("Tev Tree", "1").Build().bytes);
   const RunResult run = Run({"block", "a.tev", "1"});
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.output, "");
@@ -110,15 +112,24 @@ TEST_F(TevBlock, NumberThatIsNoBlock_IsBadUsage) {
 TEST_F(TevBlock, BlockThatZlibRefuses_CanBeHadRaw) {
   const std::string stored = Hex("10000000 'no zlib stream'");
   ContainerWriter writer;
-  writer.Add({.name = "A", .compressed = true, .storedBytes = stored});
+  writer.Add({.name = "Tev Tree", .compressed = true, .storedBytes = stored});
   dir.Write("a.tev", writer.Build().bytes);
   const RunResult run = Run({"block", "a.tev", "0"});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.output, "");
-  EXPECT_EQ(
-      run.error,
-      "tev: a.tev: damaged: zlib refuses the data of block 0 (A) (\"tev check\" tells more)\n");
+  EXPECT_EQ(run.error,
+            "tev: a.tev: damaged: zlib refuses the data of block 0 (Tev Tree) (\"tev check\" tells "
+            "more)\n");
   EXPECT_EQ(Answer({"block", "--raw", "a.tev", "0"}), stored);
+}
+
+TEST_F(TevBlock, BlockOfAContainerOfSomethingElse_IsWrittenAndFails) {
+  dir.Write("a.tev", ContainerWriter().AddRaw("Pictures", "1234").Build().bytes);
+  const RunResult run = Run({"block", "a.tev", "0"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output, "1234");
+  EXPECT_EQ(run.error,
+            "tev: a.tev: damaged: its index has no stream of a model (\"tev check\" tells more)\n");
 }
 
 TEST_F(TevBlock, BlockThatTheFileCuts_GivesWhatIsThere) {

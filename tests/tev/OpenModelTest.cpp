@@ -255,6 +255,58 @@ TEST(OpenModel, OfAMissingFile_FailsByItsName) {
                               "include/Lbt/Lbf/LbFile"));
 }
 
+/// The streams of a container that has one raw block of each of these names.
+StreamsFound StreamsOf(const std::vector<std::string>& names) {
+  const TempDir directory;
+  tevtest::ContainerWriter writer;
+  for (const std::string& name : names) {
+    writer.AddRaw(name, "1");
+  }
+  LbtLbf::LbFile file;
+  file.OpenFile(directory.Write("a.tev", writer.Build().bytes), "rb");
+  file.ReadIndex();
+  return FindStreams(file.GetIndex());
+}
+
+using Names = std::vector<std::string>;
+
+TEST(FindStreams, ModelWithoutStreamsThatItDoesNotNeed_LacksNone) {
+  const StreamsFound found = StreamsOf({"Tev Tree", "Light Data"});
+  EXPECT_TRUE(found.isAny);
+  EXPECT_EQ(found.missing, Names());
+  EXPECT_TRUE(found.unknown.empty());
+}
+
+TEST(FindStreams, UnknownStream_MayBeAnyThatIsAbsent) {
+  const StreamsFound found =
+      StreamsOf({"Light Data", "Tev Tree", "Heavy Datb", "Heavy Datb", "Attributes", "Resources"});
+  EXPECT_TRUE(found.isAny);
+  EXPECT_EQ(found.missing, (Names{"Heavy Data", "Global Information"}));
+  EXPECT_EQ(found.unknown, std::vector<std::size_t>{2});
+}
+
+TEST(FindStreams, ModelWithoutATree_LacksItWhateverElseThereIs) {
+  EXPECT_EQ(StreamsOf({"Light Data"}).missing, Names{"Tev Tree"});
+  EXPECT_TRUE(StreamsOf({"Light Data"}).isAny);
+}
+
+TEST(FindStreams, ContainerOfSomethingElse_HasNone) {
+  EXPECT_FALSE(StreamsOf({}).isAny);
+  EXPECT_FALSE(StreamsOf({"Pictures"}).isAny);
+  EXPECT_EQ(StreamsOf({"Pictures"}).missing, Names{"Tev Tree"});
+}
+
+TEST(FindStreams, SecondIndex_IsNoUnknownStream) {
+  const TempDir directory;
+  tevtest::ContainerWriter writer;
+  writer.AddRaw("Tev Tree", "1").AddRaw("Light Data", "2").ContinueAfter({.after = 1});
+  LbtLbf::LbFile file;
+  file.OpenFile(directory.Write("a.tev", writer.Build().bytes), "rb");
+  file.ReadIndex();
+  EXPECT_EQ(file.GetIndex().GetItems().size(), 3U);
+  EXPECT_TRUE(FindStreams(file.GetIndex()).unknown.empty());
+}
+
 TEST(OpenContainer, SaysWhetherPositionsAreWide) {
   const TempDir directory;
   tevtest::ModelWriter model = tevtest::SmallModel();

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "Lbt/Lbf/LbFile.h"
 #include "Lbt/Tev/Tree.h"
@@ -11,6 +13,19 @@ namespace LbtTev {
 /// "wideOffsets" is set where it is 0.7 or later: positions have 64 bits there. Throws "Format Not
 /// Supported" for a file without the signature, "Unknown Version", and what LbFile::OpenFile does.
 std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& wideOffsets);
+
+/// The streams of a container, against those that a model consists of.
+struct StreamsFound {
+  bool isAny = false;  ///< whether there is one of a model's at all
+  /// Those that are missing, that of the tree first. Every model has a tree; other streams it may
+  /// do without. They are missing where there is one of a name that nothing reads: one changed
+  /// letter in the index hides a whole stream from every reader.
+  std::vector<std::string> missing{};
+  std::vector<std::size_t> unknown{};  ///< the first block of each stream that nothing reads
+};
+
+/// Tells the streams by the index, which must have been read.
+[[nodiscard]] StreamsFound FindStreams(const LbtLbf::Index& index);
 
 /// Opens a model and loads its tree; numbers of variables stay in the file, which
 /// stays open. Throws any Lbt::Util::Exception of the layers below, std::out_of_range

@@ -14,6 +14,7 @@
 
 #include "Lbt/Log/Raise.h"
 #include "Lbt/Tev/Node.h"
+#include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/MemoryUsage.h"
 
 namespace LbtTev {
@@ -46,6 +47,27 @@ std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& w
   std::string version = OpenSigned(file, path);
   LbtLbf::LbFile::CheckSupport(version, wideOffsets);
   return version;
+}
+
+StreamsFound FindStreams(const LbtLbf::Index& index) {
+  const auto known = StreamNames().All();
+  const auto& second = index.GetContinuation();
+  StreamsFound found;
+  for (const std::size_t entry : index.FirstEntries()) {
+    const std::string& name = index.GetItems()[entry].name;
+    if (std::ranges::find(known, name) != known.end()) {
+      found.isAny = true;
+    } else if (!second || second->stream != name) {
+      found.unknown.push_back(entry);
+    }
+  }
+  const bool mayBeHidden = found.isAny && !found.unknown.empty();
+  for (const std::string& name : known) {
+    if (!index.HasEntries(name) && (name == known.front() || mayBeHidden)) {
+      found.missing.push_back(name);
+    }
+  }
+  return found;
 }
 
 void OpenModel(Tree& tree, const std::string& path, LoadObserver* observer) {

@@ -31,6 +31,7 @@ struct NumberedName {
 struct Finding {
   enum class Kind {
     Header,            ///< no Tev file, or one that ends before its header does
+    OddVersion,        ///< the version is no number, and read as far as it is one
     Index,             ///< the index cannot be read
     BlockOutsideFile,  ///< the file ends before a block does
     UnreadableBlock,   ///< a block cannot be read or inflated

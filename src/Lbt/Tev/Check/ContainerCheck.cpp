@@ -3,6 +3,7 @@
 #include "ContainerCheck.h"
 
 #include <algorithm>
+#include <cctype>
 #include <string_view>
 
 #include "Lbt/Lbf/ContainerListing.h"
@@ -55,39 +56,40 @@ void AddUnusedOfContinuation(const LbtLbf::Index& index, const CheckedBlock& blo
   AddUnused(block.offset + within, length, unused, block.name, log);
 }
 
-/// A model may lack streams that it does not need, but an unknown one may be what it lacks. The
-/// tree has a finding of its own.
-void AddMissingStreams(const LbtLbf::Index& index, FindingLog& log) {
-  const auto known = LbtTev::StreamNames().All();
-  for (std::size_t i = 1; i < known.size(); ++i) {
-    if (!index.HasEntries(known.at(i))) {
-      log.Add({.kind = Finding::Kind::MissingStream,
-               .text = "there is no stream \"" + known.at(i) +
-                       "\", and one of a name that nothing reads"});
-    }
-  }
+/// Takes digits off the start of "text"; false where there are none.
+bool TakeDigits(std::string_view& text) {
+  const std::size_t end = std::min(text.find_first_not_of("0123456789"), text.size());
+  text.remove_prefix(end);
+  return end != 0;
 }
 
-/// One changed letter of a name in the index hides a whole stream from every reader.
-void AddUnknownStreams(const LbtLbf::Index& index, const std::vector<CheckedBlock>& blocks,
-                       FindingLog& log) {
-  const auto& second = index.GetContinuation();
-  const auto known = LbtTev::StreamNames().All();
-  bool isAny = false;
-  for (const std::size_t entry : index.FirstEntries()) {
-    const std::string& name = index.GetItems()[entry].name;
-    const bool isKnown = std::ranges::find(known, name) != known.end();
-    if (!isKnown && (!second || second->stream != name)) {
-      isAny = true;
-      const CheckedBlock& first = blocks[entry];
-      log.Add({.kind = Finding::Kind::UnusedBytes,
-               .text = "nothing reads a stream of this name",
-               .block = first.name,
-               .offset = first.offset});
-    }
+/// "1.3", "0.1a".
+bool IsVersion(std::string_view text) {
+  if (!TakeDigits(text) || !text.starts_with('.')) {
+    return false;
   }
-  if (isAny && index.HasEntries(known.front())) {
-    AddMissingStreams(index, log);
+  text.remove_prefix(1);
+  return TakeDigits(text) &&
+         (text.empty() ||
+          (text.size() == 1 && std::islower(static_cast<unsigned char>(text[0])) != 0));
+}
+
+/// The tree has a finding of its own.
+void AddStreams(const LbtLbf::Index& index, const std::vector<CheckedBlock>& blocks,
+                FindingLog& log) {
+  const StreamsFound found = FindStreams(index);
+  for (const std::size_t entry : found.unknown) {
+    log.Add({.kind = Finding::Kind::UnusedBytes,
+             .text = "nothing reads a stream of this name",
+             .block = blocks[entry].name,
+             .offset = blocks[entry].offset});
+  }
+  for (const std::string& name : found.missing) {
+    if (name != StreamNames().tree) {
+      log.Add(
+          {.kind = Finding::Kind::MissingStream,
+           .text = "there is no stream \"" + name + "\", and one of a name that nothing reads"});
+    }
   }
 }
 
@@ -124,6 +126,15 @@ std::string ReasonOf(const std::exception& exception, const LbFile& file) {
   return exception.what();
 }
 
+void CheckVersion(const std::string& version, FindingLog& log) {
+  constexpr std::uint64_t kOffset = LbFile::kSignature.size();
+  if (!IsVersion(version)) {
+    log.Add({.kind = Finding::Kind::OddVersion,
+             .text = "the version \"" + version + "\" is no number",
+             .offset = kOffset});
+  }
+}
+
 bool CheckIndex(LbFile& file, FindingLog& log) {
   try {
     file.ReadIndex();
@@ -157,7 +168,7 @@ void CheckUnused(const LbFile& file, const std::vector<CheckedBlock>& blocks, Fi
   if (const auto& second = index.GetContinuation()) {
     AddUnusedOfContinuation(index, blocks[second->number], log);
   }
-  AddUnknownStreams(index, blocks, log);
+  AddStreams(index, blocks, log);
   AddTail(file, blocks, log);
 }
 

@@ -14,6 +14,9 @@ namespace LbtTev::Check {
 /// Reads the index. False where that cannot be done.
 [[nodiscard]] bool CheckIndex(LbtLbf::LbFile& file, FindingLog& log);
 
+/// Tells of a version text that is no number.
+void CheckVersion(const std::string& version, FindingLog& log);
+
 /// Tells what nothing reads: bytes of the index, streams of other names, bytes after the last
 /// block.
 void CheckUnused(const LbtLbf::LbFile& file, const std::vector<CheckedBlock>& blocks,

@@ -18,8 +18,9 @@ struct KindFacts {
   Severity severity;
 };
 
-constexpr std::array<KindFacts, 20> kKinds{{
+constexpr std::array<KindFacts, 21> kKinds{{
     {Kind::Header, "header", Severity::Damage},
+    {Kind::OddVersion, "odd-version", Severity::Warning},
     {Kind::Index, "index", Severity::Damage},
     {Kind::BlockOutsideFile, "block-outside-file", Severity::Damage},
     {Kind::UnreadableBlock, "unreadable-block", Severity::Damage},

@@ -1,12 +1,12 @@
 // What a file looks like that lacks the signature of a model.
 
-#include "ForeignFile.h"
+#include "Lbt/Tev/Check/ForeignFile.h"
 
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <span>
-#include <string>
+
+#include "Lbt/Lbf/LbFile.h"
 
 namespace LbtTev::Check {
 
@@ -64,25 +64,18 @@ bool IsZeros(std::string_view text) {
   return text.find_first_not_of('\0') == std::string_view::npos;
 }
 
-std::string StartOf(LbtLbf::LbFile& file) {
-  constexpr std::size_t kLooked = 512;
-  std::array<unsigned char, kLooked> bytes{};
-  const std::size_t count = file.ReadStored(0, bytes);
-  return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count)};
-}
-
 }  // namespace
 
-std::string_view LookOf(LbtLbf::LbFile& file) {
-  const std::string start = StartOf(file);
+std::string_view LookOf(std::string_view start) {
+  start = start.substr(0, kLookedAt);
   if (start.empty()) {
     return "an empty file";
   }
   if (LbtLbf::LbFile::kSignature.starts_with(start)) {
     return "the first bytes of a Tev file";
   }
-  const auto* const known = std::ranges::find_if(
-      kLooks, [&](const Look& look) { return std::string_view(start).starts_with(look.start); });
+  const auto* const known =
+      std::ranges::find_if(kLooks, [&](const Look& look) { return start.starts_with(look.start); });
   if (known != kLooks.end()) {
     return known->name;
   }

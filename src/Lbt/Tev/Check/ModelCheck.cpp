@@ -2,9 +2,13 @@
 
 #include "Lbt/Tev/Check/ModelCheck.h"
 
+#include <array>
+#include <optional>
+#include <string>
+
 #include "BlockSurvey.h"
 #include "ContainerCheck.h"
-#include "ForeignFile.h"
+#include "Lbt/Tev/Check/ForeignFile.h"
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/Tree.h"
 #include "Lbt/Util/Exception.h"
@@ -92,16 +96,23 @@ class ContentsCheck {
   LoadFollower follower_;
 };
 
-/// Opens a container. False where it is none.
-bool OpenTev(LbtLbf::LbFile& file, const std::string& path, bool& wideOffsets) {
+std::string LookOfFile(LbtLbf::LbFile& file) {
+  std::array<unsigned char, kLookedAt> bytes{};
+  const std::size_t count = file.ReadStored(0, bytes);
+  const std::string start(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
+  return std::string(LookOf(start));
+}
+
+/// Opens a container and returns its version text; none where it is no container.
+std::optional<std::string> OpenTev(LbtLbf::LbFile& file, const std::string& path,
+                                   bool& wideOffsets) {
   try {
-    static_cast<void>(LbtTev::OpenContainer(file, path, wideOffsets));
-    return true;
+    return LbtTev::OpenContainer(file, path, wideOffsets);
   } catch (const Lbt::Util::Exception& exception) {
     if (exception.GetType() != Lbt::Util::Exception::ErrorType::FormatNotSupported) {
       throw;
     }
-    return false;
+    return std::nullopt;
   }
 }
 
@@ -111,18 +122,21 @@ CheckResult CheckModel(const std::string& path, const FindingSink& sink, Limit l
                        const std::function<void(std::size_t, std::size_t)>& onBlock) {
   FindingLog log(sink, limit);
   LbtTev::Tree tree;
+  LbtLbf::Index& index = tree.GetFile().GetIndex();
+  index.SetRefusalLine(LbtLbf::RefusalLine::LeftOut);  // findings name the blocks
   if (onBlock) {
-    LbtLbf::Index& index = tree.GetFile().GetIndex();
     index.ObserveLoads([&](std::size_t number) { onBlock(number, index.GetItems().size()); });
   }
   bool wideOffsets = false;
-  if (!OpenTev(tree.GetFile(), path, wideOffsets)) {
+  const std::optional<std::string> version = OpenTev(tree.GetFile(), path, wideOffsets);
+  if (!version) {
     CheckResult result;
     result.verdict = Verdict::NotAModel;
-    result.looksLike = LookOf(tree.GetFile());
+    result.looksLike = LookOfFile(tree.GetFile());
     return result;
   }
   if (CheckIndex(tree.GetFile(), log)) {
+    CheckVersion(*version, log);
     ContentsCheck(tree, wideOffsets, log).Run();
   }
   return log.Result();
