@@ -41,8 +41,9 @@ AnswerWriter::AnswerWriter(Style style, AnswerOutput& output, Progress& progress
 void AnswerWriter::BeginFile(const std::string& path) {
   path_ = path;
   isTextBegun_ = false;
+  blamed_ = path;
+  areFilesTold_ = false;
   missing_.clear();
-  missingPrefix_.clear();
   missingWritten_ = 0;
   missingCount_ = 0;
   lost_ = {};
@@ -80,7 +81,7 @@ void AnswerWriter::BeginText() {
 void AnswerWriter::WriteMissing() {
   if (style_.form == Form::Text && style_.layout == TextLayout::Sections) {
     for (; missingWritten_ < missing_.size(); ++missingWritten_) {
-      output_->Stream() << "  INCOMPLETE: " << VisibleText(missing_[missingWritten_]) << '\n';
+      output_->Stream() << "  INCOMPLETE: " << VisibleText(missing_[missingWritten_].what) << '\n';
     }
   }
 }
@@ -92,6 +93,12 @@ std::ostream& AnswerWriter::Text() {
     WriteMissing();
   }
   return output_->Stream();
+}
+
+void AnswerWriter::AddCsvRow(std::vector<std::string> cells) {
+  const auto commas = std::count(style_.csvHeading.begin(), style_.csvHeading.end(), ',');
+  cells.resize(static_cast<std::size_t>(commas) + 1);
+  WriteCsvRow(Text(), cells);
 }
 
 void AnswerWriter::TellNone(const std::string& what) {
@@ -107,14 +114,20 @@ JsonWriter& AnswerWriter::Facts() {
   return *facts_;
 }
 
+void AnswerWriter::Blame(const std::string& file) {
+  blamed_ = file;
+  areFilesTold_ = true;
+}
+
 void AnswerWriter::AddMissing(std::string what, std::size_t count) {
-  missing_.push_back(missingPrefix_ + std::move(what));
+  missing_.push_back({blamed_, std::move(what)});
   missingCount_ += count;
 }
 
 void AnswerWriter::Fail(const Failure& failure, Told told) {
   if (!failure_) {
     failure_ = failure;
+    failedFile_ = blamed_;
     told_ = told;
   }
 }
@@ -123,6 +136,7 @@ void AnswerWriter::FailWithoutFacts(const Failure& failure) {
   hasFacts_ = false;
   ClearFacts();
   failure_ = failure;
+  failedFile_ = blamed_;
   told_ = Told::OnStandardError;
 }
 
@@ -138,25 +152,40 @@ std::optional<Failure> AnswerWriter::GetFailure() const {
   const std::size_t others = missingCount_ - 1;
   return Failure(
       FailureCode::Damaged,
-      missing_.front() + (others == 0 ? "" : ", and " + std::to_string(others) + " more"));
+      missing_.front().what + (others == 0 ? "" : ", and " + std::to_string(others) + " more"));
+}
+
+const std::string& AnswerWriter::FailedFile() const {
+  return failure_ || missing_.empty() ? failedFile_ : missing_.front().file;
+}
+
+std::string AnswerWriter::TextInJson(const std::string& file, const std::string& text) const {
+  return file == path_ ? text : file + ": " + text;
+}
+
+void AnswerWriter::WriteFailure(const Failure& failure, JsonWriter& json) const {
+  json.OpenObject();
+  json.Member("code", NameOf(failure.Code()));
+  json.Member("message", TextInJson(FailedFile(), failure.what()));
+  if (areFilesTold_) {
+    json.Member("file", FailedFile());
+  }
+  json.Close();
 }
 
 void AnswerWriter::WriteHead(JsonWriter& json) {
   json.Member("file", path_);
   json.Key("failure");
   if (const auto failure = GetFailure()) {
-    json.OpenObject();
-    json.Member("code", NameOf(failure->Code()));
-    json.Member("message", failure->what());
-    json.Close();
+    WriteFailure(*failure, json);
   } else {
     json.Value(nullptr);
   }
   json.Member("complete", IsComplete());
   json.Key("missing");
   json.OpenList();
-  for (const std::string& what : missing_) {
-    json.Value(what);
+  for (const Loss& loss : missing_) {
+    json.Value(TextInJson(loss.file, loss.what));
   }
   json.Close();
 }
@@ -221,7 +250,8 @@ void AnswerWriter::TellEachMissing() const {
   const std::size_t told = std::min(kMost, missing_.size());
   for (std::size_t i = 0; i < told; ++i) {
     const bool isLast = i + 1 == missing_.size();
-    ReportFailure(path_, "damaged: " + missing_[i] + (isLast ? std::string(kHint) : ""));
+    ReportFailure(missing_[i].file,
+                  "damaged: " + missing_[i].what + (isLast ? std::string(kHint) : ""));
   }
   if (told < missing_.size()) {
     ReportFailure(path_, "damaged: and " + std::to_string(missingCount_ - told) + " more" +
@@ -234,22 +264,25 @@ void AnswerWriter::TellFailure() const {
   if (!failure_ && missing_.size() > 1 && !IsJson() && !isInAnswer) {
     TellEachMissing();
   } else if (const auto failure = GetFailure(); failure && told_ == Told::OnStandardError) {
-    ReportFailure(path_, LineOf(*failure));
+    ReportFailure(FailedFile(), LineOf(*failure));
   } else if (nothing_) {
     ReportFailure(path_, *nothing_);
   }
 }
 
 void AnswerWriter::EndFile() {
+  const std::optional<Failure> failure = GetFailure();
   if (IsJson()) {
     WriteEntry();
   } else if (isTextBegun_) {
     WriteMissing();
+  } else if (style_.form == Form::Csv && failure) {
+    AddCsvRow({path_, std::string(NameOf(failure->Code())), "false"});
   }
   output_->Flush();
   progress_->Clear();
   TellFailure();
-  hasFailed_ = hasFailed_ || GetFailure();
+  hasFailed_ = hasFailed_ || failure;
 }
 
 void AnswerWriter::Close() {

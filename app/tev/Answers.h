@@ -54,7 +54,8 @@ class AnswerWriter {
     std::string verb;
     Form form = Form::Text;
     TextLayout layout = TextLayout::Sections;
-    std::string csvHeading{};  ///< the first line of the form Csv
+    /// The first line of the form Csv, whose columns begin with "file,failure,complete".
+    std::string csvHeading{};
   };
 
   /// "output" and "progress", whose line gives way to an answer, must outlive this.
@@ -74,6 +75,10 @@ class AnswerWriter {
   /// Text and Csv: where the next piece of the answer goes.
   [[nodiscard]] std::ostream& Text();
 
+  /// Csv: writes one line, with empty cells up to the last column. A file that fails without any
+  /// has one for its failure.
+  void AddCsvRow(std::vector<std::string> cells);
+
   /// Text: says that the file has none of "what", "node sets", in place of a heading alone.
   void TellNone(const std::string& what);
 
@@ -89,9 +94,10 @@ class AnswerWriter {
   /// What is missing of the nodes, for those who tell of them.
   [[nodiscard]] LostData& Lost() { return lost_; }
 
-  /// What is missing from now on is told with this before it, up to the next file: the name of
-  /// another model that the answer is about.
-  void PrefixMissing(std::string prefix) { missingPrefix_ = std::move(prefix); }
+  /// From now on, up to the next BeginFile, what is missing or fails is that of this file, one of
+  /// several that the answer is about. Standard error names it, and in JSON the failure has it as
+  /// its "file"; texts in JSON begin with it where the answer itself is named for another one.
+  void Blame(const std::string& file);
 
   /// Says that the file has failed, though it has its facts. The first failure counts.
   void Fail(const Failure& failure, Told told = Told::OnStandardError);
@@ -120,11 +126,20 @@ class AnswerWriter {
   [[nodiscard]] bool HasFailed() const { return hasFailed_; }
 
  private:
+  /// What is missing, and of which file.
+  struct Loss {
+    std::string file;
+    std::string what;
+  };
+
   void BeginText();
   void WriteMissing();
   void WriteEntry();
   [[nodiscard]] std::ostream& EntryStream();
   void WriteHead(JsonWriter& json);
+  void WriteFailure(const Failure& failure, JsonWriter& json) const;
+  [[nodiscard]] std::string TextInJson(const std::string& file, const std::string& text) const;
+  [[nodiscard]] const std::string& FailedFile() const;
   void BeginDocument();
   void TellFailure() const;
   void TellEachMissing() const;
@@ -134,14 +149,16 @@ class AnswerWriter {
   AnswerOutput* output_;
   Progress* progress_;
   std::string path_;
-  bool isTextBegun_ = false;  // of this file
-  bool isFirstText_ = true;   // of all files
-  std::vector<std::string> missing_;
-  std::string missingPrefix_;
+  bool isTextBegun_ = false;   // of this file
+  bool isFirstText_ = true;    // of all files
+  std::string blamed_;         // whose losses and failures come
+  bool areFilesTold_ = false;  // of failures in JSON
+  std::vector<Loss> missing_;
   std::size_t missingWritten_ = 0;
   std::size_t missingCount_ = 0;
   LostData lost_;
   std::optional<Failure> failure_;
+  std::string failedFile_;  // that of the failure
   Told told_ = Told::OnStandardError;
   bool hasFacts_ = true;  // or could have
   std::optional<std::string> nothing_;

@@ -160,11 +160,19 @@ std::string ClosingText(std::size_t differences, bool isComplete) {
 
 // --- The run ------------------------------------------------------------------------------------
 
-std::string NameOf(const FailedComparison& failed, const Options& options) {
-  return (failed.isInA ? options.a : options.b) + ": part " + QuotedText(failed.part) + ", " +
+std::string NameOf(const FailedComparison& failed) {
+  return "part " + QuotedText(failed.part) + ", " +
          (failed.result == "mesh" ? "mesh" : "result " + QuotedText(failed.result)) +
          (failed.step ? ", step " + QuotedText(*failed.step) : "") + ": " +
          FailureOf(failed.failure).what();
+}
+
+void Load(const Input& input, LbtTev::Tree& tree, AnswerWriter& writer) {
+  writer.Blame(input.path);
+  if (input.failure) {
+    throw Failure(*input.failure);
+  }
+  NamingBlocks(tree.GetFile(), [&] { LoadModel(tree, input, writer); });
 }
 
 /// Opens both models and compares them; returns how many differences there are.
@@ -178,18 +186,20 @@ std::size_t Compare(const Input& inputA, const Input& inputB, const Options& opt
       writer.Facts().Key("differences");
       writer.Facts().OpenList();
     }
-    const DifferenceSink sink{
-        .differs =
-            [&](const ModelDifference& difference) {
-              ++count;
-              if (isJson) {
-                writer.Facts().Value(JsonOf(difference));
-              } else if (!options.quiet) {
-                writer.Text() << TextOf(difference) << '\n';
-              }
-            },
-        .failed =
-            [&](const FailedComparison& failed) { writer.AddMissing(NameOf(failed, options)); }};
+    const DifferenceSink sink{.differs =
+                                  [&](const ModelDifference& difference) {
+                                    ++count;
+                                    if (isJson) {
+                                      writer.Facts().Value(JsonOf(difference));
+                                    } else if (!options.quiet) {
+                                      writer.Text() << TextOf(difference) << '\n';
+                                    }
+                                  },
+                              .failed =
+                                  [&](const FailedComparison& failed) {
+                                    writer.Blame(failed.isInA ? options.a : options.b);
+                                    writer.AddMissing(NameOf(failed));
+                                  }};
     Selecting(options.a + ", " + options.b, [&] {
       // One block ahead in each model: there are as many in hand as for one model.
       CompareModels(a, b, *options.selection, tolerance, sink, *options.jobs < 2 ? 0 : 1);
@@ -203,15 +213,9 @@ std::size_t Compare(const Input& inputA, const Input& inputB, const Options& opt
   };
   LbtTev::Tree treeA;
   LbtTev::Tree treeB;
-  NamingBlocks(treeA.GetFile(), [&] { LoadModel(treeA, inputA, writer); });
-  writer.PrefixMissing(options.b + ": ");
-  try {
-    NamingBlocks(treeB.GetFile(), [&] { LoadModel(treeB, inputB, writer); });
-  } catch (...) {
-    const Failure failure = FailureOfCurrentException();
-    throw Failure(failure.Code(), options.b + ": " + failure.what());
-  }
-  writer.PrefixMissing("");
+  Load(inputA, treeA, writer);
+  Load(inputB, treeB, writer);
+  writer.Blame(options.a);
   compare(Model(treeA), Model(treeB));
   return count;
 }
@@ -232,13 +236,6 @@ Verdict Run(const Options& options) {
   writer.BeginFile(options.a);
   std::size_t count = 0;
   try {
-    for (const Input* input : {&a, &b}) {
-      if (input->failure) {
-        throw Failure(input->failure->Code(), input == &a
-                                                  ? input->failure->what()
-                                                  : options.b + ": " + input->failure->what());
-      }
-    }
     count = Compare(a, b, options, tolerance, writer);
   } catch (const UsageError&) {
     throw;

@@ -229,9 +229,11 @@ TEST_F(TevDiff, ADamagedBlock_IsNamedAndTheOthersAreCompared) {
   Write("b.tev", damaged);
   const RunResult run = Run({"diff", "a.tev", "b.tev"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_NE(run.error.find("b.tev: part \"Frame\", result \"Displacement\", step \"Time = 0.5\": "
-                           "Invalid block position"),
-            std::string::npos)
+  EXPECT_NE(
+      run.error.find(
+          "tev: b.tev: damaged: part \"Frame\", result \"Displacement\", step \"Time = 0.5\": "
+          "Invalid block position"),
+      std::string::npos)
       << run.error;
   EXPECT_NE(run.output.find("field \"Frame\" \"Temperature\" \"Time = 0.5\": 5 of 5"),
             std::string::npos)
@@ -259,8 +261,9 @@ TEST_F(TevDiff, ABlockThatZlibRefusesInOne_IsNamedWithItsModel) {
       const RunResult run = Run({"diff", a, b, "-j", jobs});
       EXPECT_EQ(run.status, 2);
       EXPECT_NE(
-          run.error.find("damaged.tev: part \"Frame\", result \"Displacement\", step \"Time = "
-                         "0.5\": zlib refuses the data of block "),
+          run.error.find(
+              "tev: damaged.tev: damaged: part \"Frame\", result \"Displacement\", step \"Time = "
+              "0.5\": zlib refuses the data of block "),
           std::string::npos)
           << run.error;
       EXPECT_EQ(run.output, kIncomplete);
@@ -277,14 +280,42 @@ TEST_F(TevDiff, ACutModel_IsNamedWhicheverItIs) {
   dir.Write("cut.tev", std::string_view(bytes).substr(0, bytes.size() - 1));
   const RunResult ofB = Run({"diff", "sound.tev", "cut.tev"});
   EXPECT_EQ(ofB.status, 2);
-  EXPECT_TRUE(
-      ofB.error.starts_with("tev: sound.tev: damaged: cut.tev: the file ends 1 bytes early"))
+  EXPECT_TRUE(ofB.error.starts_with("tev: cut.tev: damaged: the file ends 1 bytes early"))
       << ofB.error;
   EXPECT_EQ(ofB.output.find(kSame), std::string::npos) << ofB.output;
   const RunResult ofA = Run({"diff", "cut.tev", "sound.tev"});
   EXPECT_EQ(ofA.status, 2);
   EXPECT_TRUE(ofA.error.starts_with("tev: cut.tev: damaged: the file ends 1 bytes early"))
       << ofA.error;
+}
+
+TEST_F(TevDiff, ModelThatFails_IsNamedInTextAndInJson) {
+  const std::string bytes = SmallModel().Build();
+  Write("sound.tev", SmallModel());
+  dir.Write("cut.tev", bytes.substr(0, bytes.size() - 1));
+  dir.Write("text.tev", "no model");
+  const std::string cut = "the file ends 1 bytes early, in block 5 (Heavy Data)";
+  const auto file = [](const std::string& name) { return R"(, "file": ")" + name + "\"}"; };
+  for (const auto& [b, reason, isCut] :
+       {std::tuple(std::string("missing.tev"),
+                   std::string("cannot open: No such file or directory"), false),
+        {"text.tev", "not a Tev file: it looks like text", false},
+        {"cut.tev", cut, true}}) {
+    const std::string error = "tev: " + b + ": " + (isCut ? "damaged: " : "") + reason;
+    const std::string message = "\"message\": \"";
+    EXPECT_TRUE(Run({"diff", "sound.tev", b}).error.starts_with(error));
+    EXPECT_TRUE(Run({"diff", b, "sound.tev"}).error.starts_with(error));
+    const std::string ofB = Run({"diff", "--jsonl", "sound.tev", b}).output;
+    EXPECT_NE(ofB.find(message + b + ": " + reason), std::string::npos) << ofB;
+    EXPECT_NE(ofB.find(file(b)), std::string::npos) << ofB;
+    const std::string ofA = Run({"diff", "--jsonl", b, "sound.tev"}).output;
+    EXPECT_NE(ofA.find(message + reason), std::string::npos) << ofA;
+    EXPECT_NE(ofA.find(file(b)), std::string::npos) << ofA;
+    EXPECT_EQ(Check(ofA + ofB, "lines", Schema("diff")), "");
+  }
+  EXPECT_NE(Run({"diff", "--jsonl", "sound.tev", "cut.tev"})
+                .output.find("\"missing\": [\"cut.tev: the file ends"),
+            std::string::npos);
 }
 
 TEST_F(TevDiff, EachLostField_HasALineUpToTen) {
@@ -297,16 +328,14 @@ TEST_F(TevDiff, EachLostField_HasALineUpToTen) {
     }
     return writer;
   };
-  const auto line = [](int step, const std::string& name) {
-    return "tev: two.tev: damaged: " + name +
-           "part \"P\", result \"Lost\", step \"Time = " + std::to_string(step) +
-           "\": Invalid block position, at byte 1073741824 of Heavy Data";
+  const auto line = [](int step) {
+    return "tev: two.tev: damaged: part \"P\", result \"Lost\", step \"Time = " +
+           std::to_string(step) + "\": Invalid block position, at byte 1073741824 of Heavy Data";
   };
   const std::string hint = " (\"tev check\" tells more)\n";
   Write("two.tev", model(2));
-  const std::string ofDiff = line(0, "two.tev: ") + '\n' + line(1, "two.tev: ") + hint;
-  EXPECT_EQ(Run({"diff", "two.tev", "two.tev"}).error, ofDiff);
-  const std::string ofFile = line(0, "") + '\n' + line(1, "") + hint;
+  const std::string ofFile = line(0) + '\n' + line(1) + hint;
+  EXPECT_EQ(Run({"diff", "two.tev", "two.tev"}).error, ofFile);
   EXPECT_EQ(Run({"values", "two.tev"}).error, ofFile);
   EXPECT_EQ(Run({"results", "--stats", "--csv", "two.tev"}).error, ofFile);
   Write("many.tev", model(13));
