@@ -193,9 +193,11 @@ class Statistics(Case):
     @staticmethod
     def _figures_of(answer):
         """Result, component, minimum and maximum to six digits."""
-        rows = [row.split(b",") for row in answer.splitlines()[1:]]
-        return {(row[2], int(row[9]) - 1, b"%g" % float(row[10]), b"%g" % float(row[13]))
-                for row in rows if row[9] != b"magnitude"}
+        heading, *lines = answer.splitlines()
+        rows = [dict(zip(heading.split(b","), line.split(b","))) for line in lines]
+        return {(row[b"result"], int(row[b"component"]) - 1, b"%g" % float(row[b"min"]),
+                 b"%g" % float(row[b"max"]))
+                for row in rows if row[b"component"] != b"magnitude"}
 
     def _rival_figures(self):
         found = set()

@@ -144,7 +144,7 @@ void AnswerInfo(const Input& input, AnswerWriter& writer, bool withCounts) {
 
 constexpr const char* kNotes =
     "Node and element counts of the mesh are what the model says; those of parts, and the nodes\n"
-    "that an element of them has on average, follow from the sizes of their data. --stats reads\n"
+    "that an element of theirs has on average, follow from the sizes of their data. --stats reads\n"
     "how many nodes each element has.\n"
     "Examples:\n"
     "  tev info bracket.tev\n"

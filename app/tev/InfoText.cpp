@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -22,8 +23,6 @@ using Analysis::Model;
 using Analysis::Part;
 using Analysis::PartKind;
 using enum Table::Align;
-
-std::string Shown(const std::string& name) { return VisibleText(Analysis::ShownName(name)); }
 
 /// A table under its heading with the number of rows, which are indented below it.
 class Section {
@@ -56,12 +55,58 @@ std::string UnitsText(const Analysis::Units& units) {
   return units.scale ? text + " (" + Lbt::Util::ToString(*units.scale) + " m)" : text;
 }
 
-std::string MeshText(const RootFacts& root) {
-  return NumberOrDash(root.nodes) + " nodes, " + NumberOrDash(root.elements) + " elements";
+/// Exact counts: "642 of 3, 10 of 4".
+std::string CountsText(const std::map<unsigned int, std::size_t>& byNodes) {
+  constexpr std::size_t kMost = 8;
+  std::string text;
+  std::size_t told = 0;
+  for (const auto& [nodes, elements] : byNodes) {
+    if (told++ == kMost) {
+      return text + " and " + std::to_string(byNodes.size() - kMost) + " more kinds";
+    }
+    text += (told == 1 ? "" : ", ") + std::to_string(elements) + " of " + std::to_string(nodes);
+  }
+  return text;
+}
+
+/// How many nodes the elements of the mesh have: a mean, " of 4 nodes", or exact counts, ": 642 of
+/// 3, 10 of 4 nodes". They are those of the parts, without cuts and surfaces through them; nothing
+/// where any of these is unknown.
+std::string NodesOfMesh(const Model& model, const LostData& lost, const PartCounts* counts) {
+  double nodes = 0;
+  double elements = 0;
+  std::map<unsigned int, std::size_t> byNodes;
+  for (std::size_t i = 0; i < model.Parts().size(); ++i) {
+    const Part& part = model.Parts()[i];
+    if (part.kind != PartKind::Part) {
+      continue;
+    }
+    if (IsLost(model, part, lost) || (counts != nullptr && (*counts)[i] == nullptr)) {
+      return "";
+    }
+    const auto partElements = static_cast<double>(part.nodesPerElement ? part.elements : 0);
+    nodes += partElements * part.nodesPerElement.value_or(0);
+    elements += partElements;
+    if (counts != nullptr) {
+      for (const auto& [ofNodes, count] : (*counts)[i]->byNodes) {
+        byNodes[ofNodes] += count;
+      }
+    }
+  }
+  if (!byNodes.empty()) {
+    return ": " + CountsText(byNodes) + " nodes";
+  }
+  return elements == 0 ? "" : " of " + MeanText(nodes / elements) + " nodes";
+}
+
+std::string MeshText(const Model& model, const LostData& lost, const RootFacts& root,
+                     const PartCounts* counts) {
+  return NumberOrDash(root.nodes) + " nodes, " + NumberOrDash(root.elements) + " elements" +
+         NodesOfMesh(model, lost, counts);
 }
 
 void WriteTop(const Model& model, const LostData& lost, const RootFacts& root,
-              std::ostream& stream) {
+              const PartCounts* counts, std::ostream& stream) {
   const std::uint64_t bytes = model.GetTree().GetFile().GetSize().value_or(0);
   if (model.Title()) {
     WriteLine(stream, "Title", VisibleText(*model.Title()));
@@ -70,7 +115,7 @@ void WriteTop(const Model& model, const LostData& lost, const RootFacts& root,
   WriteLine(stream, "File",
             LbtUtil::FileSizeText(static_cast<std::int64_t>(bytes)) + " (" + std::to_string(bytes) +
                 " bytes), version " + VisibleText(model.GetTree().GetContainerVersion()));
-  WriteLine(stream, "Mesh", MeshText(root));
+  WriteLine(stream, "Mesh", MeshText(model, lost, root, counts));
   if (root.units.length || root.units.scale) {
     WriteLine(stream, "Units", UnitsText(root.units));
   }
@@ -99,9 +144,9 @@ std::string GroupsText(const Model& model, const Part& part) {
   const std::vector<std::string> path = model.PathOf(part);
   std::string text;
   for (std::size_t i = 1; i < path.size(); ++i) {
-    text += (i == 1 ? "" : " / ") + path[i];
+    text += (i == 1 ? "" : " / ") + NameText(path[i]);
   }
-  return Shown(text);
+  return text;
 }
 
 /// "4", a mean, or exact counts: "642 of 3, 10 of 4".
@@ -109,20 +154,11 @@ std::string NodesText(const Part& part, const PartCounts* counts, std::size_t in
   if (counts == nullptr) {
     return part.nodesPerElement ? MeanText(*part.nodesPerElement) : "-";
   }
-  constexpr std::size_t kMost = 8;
   const Analysis::ElementCounts* exact = (*counts)[index].get();
   if (exact == nullptr || exact->byNodes.empty()) {
     return exact == nullptr ? "damaged" : "-";
   }
-  std::string text;
-  std::size_t told = 0;
-  for (const auto& [nodes, elements] : exact->byNodes) {
-    if (told++ == kMost) {
-      return text + " and " + std::to_string(exact->byNodes.size() - kMost) + " more kinds";
-    }
-    text += (told == 1 ? "" : ", ") + std::to_string(elements) + " of " + std::to_string(nodes);
-  }
-  return text;
+  return CountsText(exact->byNodes);
 }
 
 std::vector<std::string> PartCells(const Model& model, std::size_t index, bool isLost,
@@ -131,7 +167,7 @@ std::vector<std::string> PartCells(const Model& model, std::size_t index, bool i
   const std::string shared =
       part.sharesWith ? "of part " + std::to_string(*part.sharesWith) : "own";
   return {std::to_string(part.id),
-          Shown(part.name),
+          NameText(part.name),
           isLost ? "-" : std::to_string(part.nodes),
           isLost ? "-" : std::to_string(part.elements),
           isLost ? "-" : NodesText(part, counts, index),
@@ -187,7 +223,7 @@ void WriteNodeSets(const LbtTev::Tree& tree, std::ostream& stream) {
   }
   Section section(stream, Heading("Node sets", sets.size()), {{"Name", Left}, {"Members", Right}});
   for (const LbtTev::NodeSets::NodeSet* set : sets) {
-    section.Add({Shown(set->name), std::to_string(set->members.size())});
+    section.Add({NameText(set->name), std::to_string(set->members.size())});
   }
   section.Finish();
 }
@@ -215,7 +251,7 @@ void WriteResults(const Model& model, std::ostream& stream) {
   Section section(stream, Heading("Results", model.Results().size()),
                   {{"Name", Left}, {"Components", Right}, {"Location", Left}});
   for (const Analysis::Result& result : model.Results()) {
-    section.Add({Shown(result.name),
+    section.Add({NameText(result.name),
                  result.components ? std::to_string(*result.components) : "mixed",
                  std::string(TextOf(result.location))});
   }
@@ -244,7 +280,7 @@ void WriteAttributes(const LbtUtil::AttributeMap& attributes, std::ostream& stre
     stream << "\n  Attributes of the model\n";
   }
   for (const auto& [name, value] : attributes) {
-    stream << "    " << Shown(name) << ": " << VisibleText(value.GetAttributeString()) << '\n';
+    stream << "    " << NameText(name) << ": " << VisibleText(value.GetAttributeString()) << '\n';
   }
 }
 
@@ -254,7 +290,7 @@ void WriteInfoText(const Model& model, const LostData& lost, const PartCounts* c
                    std::ostream& stream) {
   model.RequireModestPaths();
   const RootFacts root = RootFactsOf(model.GetTree());
-  WriteTop(model, lost, root, stream);
+  WriteTop(model, lost, root, counts, stream);
   WritePrograms(model.GetTree(), stream);
   WriteAllParts(model, lost, counts, stream);
   WriteNodeSets(model.GetTree(), stream);

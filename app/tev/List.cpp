@@ -110,24 +110,29 @@ std::string TextOrNothing(const std::optional<std::size_t>& count) {
   return count ? std::to_string(*count) : "";
 }
 
-void WriteCsv(const std::string& path, const std::optional<Row>& row, AnswerWriter& writer) {
+void WriteCsv(const std::string& path, const Row& row, AnswerWriter& writer) {
   const std::optional<Failure> failure = writer.GetFailure();
-  std::vector<std::string> cells{path, failure ? std::string(NameOf(failure->Code())) : "",
-                                 writer.IsComplete() ? "true" : "false"};
-  if (row) {
-    const std::vector<std::string> facts{
-        std::to_string(row->bytes),     row->title.value_or(""),      row->category.value_or(""),
-        TextOrNothing(row->nodes),      TextOrNothing(row->elements), TextOrNothing(row->partCount),
-        TextOrNothing(row->resultCount)};
-    cells.insert(cells.end(), facts.begin(), facts.end());
+  std::vector<std::string> cells{path,
+                                 failure ? std::string(NameOf(failure->Code())) : "",
+                                 writer.IsComplete() ? "true" : "false",
+                                 std::to_string(row.bytes),
+                                 row.title.value_or(""),
+                                 row.category.value_or(""),
+                                 TextOrNothing(row.nodes),
+                                 TextOrNothing(row.elements),
+                                 TextOrNothing(row.partCount),
+                                 TextOrNothing(row.resultCount)};
+  if (row.steps) {
+    cells.insert(cells.end(), {std::to_string(row.steps->count), row.steps->label.value_or(""),
+                               TextOrNothing(row.steps->first), TextOrNothing(row.steps->last)});
   }
-  if (row && row->steps) {
-    cells.insert(cells.end(), {std::to_string(row->steps->count), row->steps->label.value_or(""),
-                               TextOrNothing(row->steps->first), TextOrNothing(row->steps->last)});
-  }
-  constexpr std::size_t kColumns = 14;
-  cells.resize(kColumns);
-  WriteCsvRow(writer.Text(), cells);
+  writer.AddCsvRow(std::move(cells));
+}
+
+/// What stands in the column of the titles, with a mark where something is missing.
+std::string TitleText(const Row& row, bool isComplete) {
+  const std::string title = VisibleText(row.title.value_or(""));
+  return isComplete ? title : title.empty() ? "INCOMPLETE" : "INCOMPLETE: " + title;
 }
 
 /// The table of all files, and their sums.
@@ -144,10 +149,10 @@ class Listing {
     } catch (...) {
       writer.FailWithoutFacts(FailureOfCurrentException());
     }
-    if (writer.GetForm() == Form::Csv) {
-      WriteCsv(input.path, row, writer);
-    } else if (writer.GetForm() == Form::Text) {
+    if (writer.GetForm() == Form::Text) {
       AddRow(input.path, row, writer);
+    } else if (row && writer.GetForm() == Form::Csv) {
+      WriteCsv(input.path, *row, writer);
     } else if (row) {
       WriteFacts(*row, writer.Facts());
     }
@@ -187,7 +192,7 @@ class Listing {
                NumberOrDash(row->nodes), NumberOrDash(row->elements),
                row->partCount ? std::to_string(*row->partCount) : "-", TextOf(row->steps),
                LbtUtil::FileSizeText(static_cast<std::int64_t>(row->bytes)),
-               (writer.IsComplete() ? "" : "INCOMPLETE: ") + VisibleText(row->title.value_or(""))});
+               TitleText(*row, writer.IsComplete())});
   }
 
   Table& TableOn(AnswerWriter& writer) {

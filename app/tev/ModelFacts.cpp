@@ -12,6 +12,7 @@
 #include "Lbt/Tev/TevInfo/ModelFacts.h"
 #include "Lbt/Tev/Vocabulary.h"
 #include "tev/Json.h"
+#include "tev/VisibleText.h"
 
 namespace {
 
@@ -132,6 +133,10 @@ void WritePart(const Model& model, std::size_t index, bool isLost, const PartCou
 }
 
 }  // namespace
+
+std::string NameText(std::string_view name) {
+  return name.empty() ? "\"\"" : VisibleText(LbtTev::Analysis::ShownName(name));
+}
 
 bool IsLost(const Model& model, const Part& part, const LostData& lost) {
   return part.geometry == nullptr ||

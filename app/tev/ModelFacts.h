@@ -5,6 +5,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Facts.h"
@@ -34,6 +35,9 @@ struct RootFacts {
 /// How many elements have how many nodes, for each part that it could be read for; null for any
 /// other.
 using PartCounts = std::vector<std::shared_ptr<const LbtTev::Analysis::ElementCounts>>;
+
+/// A name of the model as text for people shows it: empty ones in quotes, or nobody would see them.
+[[nodiscard]] std::string NameText(std::string_view name);
 
 /// Whether what the part has is unknown.
 [[nodiscard]] bool IsLost(const LbtTev::Analysis::Model& model, const LbtTev::Analysis::Part& part,

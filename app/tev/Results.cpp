@@ -33,7 +33,8 @@ struct Options {
 /// Takes each field that was asked for; with its statistics, or null where they were not.
 using TakeField = std::function<void(const FieldOfPart&, const FieldStatistics*)>;
 
-constexpr const char* kCsvHeading = "file,part,result,step,location,components,count";
+constexpr const char* kCsvHeading =
+    "file,failure,complete,part,result,step,location,components,count";
 constexpr const char* kCsvStatistics =
     ",counted,notFinite,component,min,minAt,minIndex,max,maxAt,maxIndex,mean,rms";
 
@@ -108,6 +109,10 @@ TakeField JsonFields(const Model& model, JsonWriter& json) {
 
 // --- CSV ----------------------------------------------------------------------------------------
 
+std::string CodeOf(const std::exception_ptr& failure) {
+  return std::string(NameOf(FailureOf(failure).Code()));
+}
+
 std::vector<std::string> CsvCells(const Figures& figures) {
   if (figures.finite == 0) {
     return std::vector<std::string>(8);
@@ -120,19 +125,26 @@ std::vector<std::string> CsvCells(const Figures& figures) {
           ExactText(figures.mean),      ExactText(figures.rms)};
 }
 
-TakeField CsvFields(const Model& model, const std::string& path, std::ostream& stream) {
-  return [&model, &path, &stream](const FieldOfPart& each, const FieldStatistics* result) {
+/// A row tells whether its field could be read, and whether the file was whole as far as it was
+/// read before the fields.
+TakeField CsvFields(const Model& model, const std::string& path, AnswerWriter& writer) {
+  const bool wasComplete = writer.IsComplete();
+  return [&model, &path, &writer, wasComplete](const FieldOfPart& each,
+                                               const FieldStatistics* result) {
     const Field& field = *each.field;
+    const bool hasFailed = result != nullptr && result->failure != nullptr;
     const std::vector<std::string> head{path,
+                                        hasFailed ? CodeOf(result->failure) : "",
+                                        wasComplete && !hasFailed ? "true" : "false",
                                         std::to_string(model.Parts()[each.part].id),
                                         std::string(field.result),
                                         StepText(model, field.step),
                                         std::string(TextOf(field.location)),
                                         std::to_string(field.components),
                                         std::to_string(field.count)};
-    if (result == nullptr) {
-      WriteCsvRow(stream, head);
-    } else if (result->statistics) {
+    if (result == nullptr || !result->statistics) {
+      writer.AddCsvRow(head);
+    } else {
       ForFigures(*result->statistics, [&](const std::string& name, const Figures& figures) {
         std::vector<std::string> cells = head;
         cells.push_back(std::to_string(result->statistics->counted));
@@ -140,7 +152,7 @@ TakeField CsvFields(const Model& model, const std::string& path, std::ostream& s
         cells.push_back(name);
         const std::vector<std::string> numbers = CsvCells(figures);
         cells.insert(cells.end(), numbers.begin(), numbers.end());
-        WriteCsvRow(stream, cells);
+        writer.AddCsvRow(std::move(cells));
       });
     }
   };
@@ -156,7 +168,7 @@ TakeField TextFields(const Model& model, Table& table) {
   using Lbt::Util::ToString;
   return [&model, &table](const FieldOfPart& each, const FieldStatistics* result) {
     std::vector<std::string> head{
-        VisibleText(model.Parts()[each.part].name), VisibleText(each.field->result),
+        NameText(model.Parts()[each.part].name), NameText(each.field->result),
         VisibleText(StepText(model, each.field->step)), std::string(TextOf(each.field->location))};
     if (!result->statistics) {
       head.emplace_back("damaged");
@@ -236,7 +248,7 @@ void WriteAsTable(const Model& model, const Overview& overview,
                   const std::set<std::string_view>& results, AnswerWriter& writer) {
   std::vector<Table::Column> headings{{"Step", Table::Align::Left}};
   for (const std::string_view name : results) {
-    headings.push_back({VisibleText(name), Table::Align::Left});
+    headings.push_back({NameText(name), Table::Align::Left});
   }
   Table table(writer.Text(), std::move(headings), {.limit = writer.Columns()});
   for (const auto& [step, cells] : overview) {
@@ -256,7 +268,7 @@ void WriteAsList(const Model& model, const Overview& overview, AnswerWriter& wri
               {.limit = writer.Columns()});
   for (const auto& [step, cells] : overview) {
     for (const auto& [name, cell] : cells) {
-      table.Add({StepCell(model, step), VisibleText(name), TextOf(cell)});
+      table.Add({StepCell(model, step), NameText(name), TextOf(cell)});
     }
   }
   table.Finish();
@@ -320,7 +332,7 @@ void Answer(const Input& input, AnswerWriter& writer, const Options& options) {
       ForFields(model, fields, options, writer, JsonFields(model, json));
       json.Close();
     } else if (writer.GetForm() == Form::Csv) {
-      ForFields(model, fields, options, writer, CsvFields(model, input.path, writer.Text()));
+      ForFields(model, fields, options, writer, CsvFields(model, input.path, writer));
     } else if (fields.empty()) {
       writer.TellNone("results");
     } else if (options.stats) {

@@ -153,6 +153,32 @@ std::string HelpText() {
          "Exit status: 0 done, 1 bad usage, 2 a file failed.\n";
 }
 
+/// ", did you mean "NAME"?" with what comes nearest; empty where nothing does.
+std::string NearestText(std::string_view name, const std::vector<std::string_view>& names,
+                        const std::string& before = "") {
+  const std::string_view nearest = LbtTev::Analysis::NearestName(name, names);
+  return nearest.empty() ? "" : ", did you mean \"" + before + std::string(nearest) + "\"?";
+}
+
+/// The same for the first argument that is left over, where it is meant for an option.
+std::string NearestOptionText(const CLI::App& app) {
+  constexpr std::string_view kDashes = "--";
+  std::vector<std::string_view> names;
+  for (const CLI::Option* option : app.get_options()) {
+    for (const std::string& name : option->get_lnames()) {
+      names.emplace_back(name);
+    }
+  }
+  const std::vector<std::string> left = app.remaining();
+  const auto first = std::ranges::find_if(
+      left, [kDashes](const std::string& argument) { return argument.starts_with(kDashes); });
+  if (first == left.end()) {
+    return "";
+  }
+  const std::string name = first->substr(kDashes.size());
+  return NearestText(name.substr(0, name.find('=')), names, std::string(kDashes));
+}
+
 /// Runs the verb with the arguments "argv", of which the first is the verb's own name.
 Status RunVerb(const Verb& verb, int argc, const char* const* argv) {
   // Each verb is a program of its own to the parser: as a part of a larger one, it would take
@@ -171,7 +197,9 @@ Status RunVerb(const Verb& verb, int argc, const char* const* argv) {
               : app.help());
     return Status::Done;
   } catch (const CLI::ParseError& error) {
-    Complain(OneLine(error.what()) + " (see tev " + verb.name + " --help)");
+    const bool isLeftOver = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+    Complain(OneLine(error.what()) + (isLeftOver ? NearestOptionText(app) : "") + " (see tev " +
+             verb.name + " --help)");
   } catch (const UsageError& error) {
     Complain(OneLine(error.what()));
   }
@@ -183,15 +211,13 @@ Status RefuseVerb(std::string_view name) {
   for (const Verb& verb : Verbs()) {
     names.emplace_back(verb.name);
   }
-  const std::string_view nearest = LbtTev::Analysis::NearestName(name, names);
-  Complain("there is no verb \"" + std::string(name) + '"' +
-           (nearest.empty() ? "" : ", did you mean \"" + std::string(nearest) + "\"?") +
+  Complain("there is no verb \"" + std::string(name) + '"' + NearestText(name, names) +
            kHelpAndVersion);
   return Status::BadUsage;
 }
 
 Status Help(int argc, const char* const* argv) {
-  if (argc <= 2) {
+  if (argc <= 2 || std::string_view(argv[2]) == "help") {
     Write(HelpText());
     return Status::Done;
   }

@@ -10,6 +10,7 @@
 #include "Lbt/Tev/Analysis/Facts.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
+#include "tev/ModelFacts.h"
 #include "tev/OpenedModel.h"
 #include "tev/Table.h"
 #include "tev/Verbs.h"
@@ -51,7 +52,7 @@ void WriteTable(const Sets& sets, AnswerWriter& writer) {
   }
   Table table(writer.Text(), {{"Members", Right}, {"Name", Left}}, {.limit = writer.Columns()});
   for (const NodeSets::NodeSet* set : sets) {
-    table.Add({std::to_string(set->members.size()), VisibleText(ShownName(*set))});
+    table.Add({std::to_string(set->members.size()), NameText(set->name)});
   }
   table.Finish();
 }

@@ -89,8 +89,6 @@ using Analysis::Part;
 using LbtTev::Geometry;
 using LbtTev::Report::OutlineItem;
 
-std::string Shown(std::string_view name) { return VisibleText(Analysis::ShownName(name)); }
-
 /// "3498 nodes, 6779 elements of 4 nodes"
 std::string MeshText(const Part& part, bool isLost) {
   if (isLost) {
@@ -117,7 +115,7 @@ std::string ResultsText(const Model& model, const Part& part) {
   for (std::size_t i = 0; i < order.size(); ++i) {
     const std::size_t count = steps[order[i]].size();
     const bool isLastOfCount = i + 1 == order.size() || steps[order[i + 1]].size() != count;
-    text += Shown(order[i]);
+    text += NameText(order[i]);
     if (isLastOfCount) {
       text += (count == 0 ? "" : ": " + Counted(count, "step"));
       text += i + 1 == order.size() ? "" : "; ";
@@ -193,7 +191,7 @@ class Sketch {
       return "(no node)";
     }
     const LbtTev::Node& node = *item.entry->data;
-    std::string name = Shown(node.name);
+    std::string name = NameText(node.name);
     if (const Part* part = FindPart(item.entry->id)) {
       const std::string results = ResultsText(*model_, *part);
       return name + "  " + MeshText(*part, IsLost(*model_, *part, *lost_)) +
@@ -213,7 +211,7 @@ class Sketch {
     const auto& sets = nodeSets.sets;
     std::string text = Counted(sets.size(), "node set");
     for (std::size_t i = 0; i < std::min(kMost, sets.size()); ++i) {
-      text += (i == 0 ? ": " : ", ") + Shown(sets[i].name) + " " +
+      text += (i == 0 ? ": " : ", ") + NameText(sets[i].name) + " " +
               std::to_string(sets[i].members.size());
     }
     return sets.size() > kMost ? text + ", ..." : text;
@@ -246,7 +244,8 @@ class Sketch {
     const auto* entry = model_->GetTree().FindNode(id);
     const auto* geometry = entry == nullptr ? nullptr : dynamic_cast<const Geometry*>(entry->data);
     const auto part = partOfGeometry_.find(geometry);
-    return part == partOfGeometry_.end() ? "node " + std::to_string(id) : Shown(part->second->name);
+    return part == partOfGeometry_.end() ? "node " + std::to_string(id)
+                                         : NameText(part->second->name);
   }
 
   void WriteLine(const std::string& lines, const std::string& text) {

@@ -125,6 +125,18 @@ TEST(Selection, PatternThatFitsNothing_SaysWhatThereIs) {
             "= 2\"");
 }
 
+TEST(Selection, NearestName_BeginsWithItOrTakesTheFewestChangesInAnyCase) {
+  constexpr std::array<std::string_view, 5> kNames{"Stress Error", "von Mises Stress", "Stress",
+                                                   "Displacement", "Str"};
+  EXPECT_EQ(NearestName("stress", kNames), "Stress");
+  EXPECT_EQ(NearestName("STRE", kNames), "Stress") << "the shortest that begins so";
+  EXPECT_EQ(NearestName("Disp", kNames), "Displacement");
+  EXPECT_EQ(NearestName("Stress E", kNames), "Stress Error");
+  EXPECT_EQ(NearestName("DISPLCAEMENT", kNames), "Displacement");
+  EXPECT_EQ(NearestName("Temperature", kNames), "");
+  EXPECT_EQ(NearestName("", kNames), "");
+}
+
 TEST(Selection, TheEmptyStepThatFitsNothing_SaysWhatThereIs) {
   ModelWriter writer;
   const NodeRef mesh = writer.AddGeometry("g", writer.AddShape("A", writer.AddGroup("root", 0)));

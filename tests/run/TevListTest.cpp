@@ -104,6 +104,19 @@ TEST_F(TevList, Folder_GivesItsModelsInTheOrderOfNamesWhateverTheyAreCalled) {
             kCsvHeading + CsvRow("d/b/deep/.hidden", bytes.size()));
 }
 
+TEST_F(TevList, FolderWithoutAModel_SaysSoAndIsNoFailure) {
+  dir.MakeDirectory("d");
+  dir.MakeDirectory("d/e");
+  dir.Write("d/e/text", "no model");
+  dir.Write("a.tev", bytes);
+  const RunResult run = Run({"list", "--csv", "d", "a.tev"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.error, "tev: d/: there is no Tev file in this folder\n");
+  EXPECT_EQ(run.output, kCsvHeading + CsvRow("a.tev", bytes.size()));
+  dir.Write("d/e/model", bytes);
+  EXPECT_EQ(Answer({"list", "--csv", "d"}), kCsvHeading + CsvRow("d/e/model", bytes.size()));
+}
+
 TEST_F(TevList, NamedFilesThatAreNoModels_AlwaysGetAnAnswer) {
   dir.Write("text", "no model");
   ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);

@@ -93,12 +93,13 @@ TEST_F(TevResults, FieldWhoseIdsAreDamaged_IsAnsweredWithoutThem) {
       "tev: m.tev: damaged: part \"Frame\", result \"Temperature\", step \"Time = 0.5\": "
       "Invalid block position, at byte 1073741824 of Heavy Data (\"tev check\" tells more)\n");
   EXPECT_NE(
-      run.output.find("\nm.tev,3,Temperature,Time = 0.5,node,1,5,5,0,1,293.25,,0,1234567,,4,"),
+      run.output.find(
+          "\nm.tev,damaged,false,3,Temperature,Time = 0.5,node,1,5,5,0,1,293.25,,0,1234567,,4,"),
       std::string::npos)
       << run.output;
-  EXPECT_NE(
-      run.output.find("\nm.tev,5,Temperature,Time = 0.5,node,1,5,5,0,1,293.25,6,0,1234567,10,"),
-      std::string::npos)
+  EXPECT_NE(run.output.find(
+                "\nm.tev,,true,5,Temperature,Time = 0.5,node,1,5,5,0,1,293.25,6,0,1234567,10,"),
+            std::string::npos)
       << run.output;
   const RunResult json = Run({"results", "--stats", "--json", "m.tev"});
   EXPECT_EQ(json.status, 2);
@@ -111,7 +112,7 @@ TEST_F(TevResults, FieldWhoseIdsAreDamaged_IsAnsweredWithoutThem) {
 
 TEST_F(TevResults, FieldsOfOneNameAndStep_AreTwoInStoredOrder) {
   Write("m.tev", FieldsOfOneName({3, 4}));
-  const std::string row = "m.tev,2,R,Time = 1,unknown,1,2,2,0,1,";
+  const std::string row = "m.tev,,true,2,R,Time = 1,unknown,1,2,2,0,1,";
   const std::string answer = Answer({"results", "--stats", "--csv", "m.tev"});
   EXPECT_EQ(answer.substr(answer.find('\n') + 1), row + "1,,0,2,,1,1.5,1.5811388300841898\n" + row +
                                                       "3,,0,4,,1,3.5,3.5355339059327378\n");
@@ -162,14 +163,42 @@ TEST_F(TevResults, MeshAfterManyFields_TakesTheMemoryOfTwoFields) {
 TEST_F(TevResults, Csv_IsARowForEachComponentWithExactNumbers) {
   Write("m.tev", SmallModel());
   EXPECT_EQ(Answer({"results", "--csv", "m.tev", "--part", "5", "--result", "Disp*"}),
-            "file,part,result,step,location,components,count\n"
-            "m.tev,5,Displacement,Time = 0.5,node,3,5\n");
+            "file,failure,complete,part,result,step,location,components,count\n"
+            "m.tev,,true,5,Displacement,Time = 0.5,node,3,5\n");
   EXPECT_EQ(
       Answer({"results", "--csv", "--stats", "m.tev", "--part", "3", "--result", "Temperature"}),
-      "file,part,result,step,location,components,count,counted,notFinite,component,min,minAt,"
+      "file,failure,complete,part,result,step,location,components,count,counted,notFinite,"
+      "component,min,minAt,"
       "minIndex,max,maxAt,maxIndex,mean,rms\n"
-      "m.tev,3,Temperature,Time = 0.5,node,1,5,5,0,1,293.25,1,0,1234567,5,4,247149.15,"
+      "m.tev,,true,3,Temperature,Time = 0.5,node,1,5,5,0,1,293.25,1,0,1234567,5,4,247149.15,"
       "552115.2098714203\n");
+}
+
+TEST_F(TevResults, WhatCannotBeRead_HasItsRowsInCsv) {
+  WriteDamaged();
+  const std::string heading =
+      "file,failure,complete,part,result,step,location,components,count,counted,notFinite,"
+      "component,min,minAt,minIndex,max,maxAt,maxIndex,mean,rms\n";
+  const RunResult run =
+      Run({"results", "--stats", "--csv", "--part", "Frame", "missing.tev", "damaged.tev"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output,
+            heading +
+                "missing.tev,not-found,false,,,,,,,,,,,,,,,,,\n"
+                "damaged.tev,damaged,false,3,Displacement,Time = 0.5,node,3,5,,,,,,,,,,,\n"
+                "damaged.tev,,true,3,Temperature,Time = 0.5,node,1,5,5,0,1,293.25,1,0,1234567,5,4,"
+                "247149.15,552115.2098714203\n");
+}
+
+TEST_F(TevResults, FileOfWhichSomethingIsMissing_IsIncompleteInEachRowOfCsv) {
+  const std::string bytes = SmallModel().ToContainer().AddRaw("Notes", "last").Build().bytes;
+  dir.Write("cut.tev", bytes.substr(0, bytes.size() - 1));
+  const RunResult run = Run({"results", "--csv", "--result", "Displacement", "cut.tev"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output,
+            "file,failure,complete,part,result,step,location,components,count\n"
+            "cut.tev,,false,3,Displacement,Time = 0.5,node,3,5\n"
+            "cut.tev,,false,5,Displacement,Time = 0.5,node,3,5\n");
 }
 
 TEST_F(TevResults, PatternThatFitsNothing_IsBadUsage) {

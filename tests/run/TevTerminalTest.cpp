@@ -97,6 +97,30 @@ TEST_F(TevTerminal, ProgressThatIsNotWanted_IsNotShown) {
   EXPECT_EQ(OnTerminal({"blocks", "--no-progress", "a.tev", "a.tev"}), "");
 }
 
+#ifdef FAULT_PRELOAD
+
+// Each look at the clock takes a second, so that nothing depends on how fast the machine is.
+TEST_F(TevTerminal, OneFileOfMoreThanASecond_TellsItsBlocksWithoutBeingAsked) {
+  Write("a.tev", SmallModel());
+  for (const char* verb : {"info", "check", "list", "tree"}) {
+    const Terminal terminal;
+    terminal.SetColumns(80);
+    static_cast<void>(Run(
+        {verb, "a.tev"}, {.environment = {{"LD_PRELOAD", FAULT_PRELOAD}, {"TEVTEST_FAULT", "slow"}},
+                          .output = Redirect::Null(),
+                          .error = Redirect::ToDescriptor(terminal.Slave())}));
+    const std::string written = terminal.Written();
+    for (const char* blocks : {"0 of 6", "1 of 6", "5 of 6"}) {
+      EXPECT_NE(written.find("\r\x1b[K0 of 1 file done, at work on a.tev (" + std::string(blocks) +
+                             " blocks)\r"),
+                std::string::npos)
+          << verb << written;
+    }
+  }
+}
+
+#endif
+
 /// Runs a list of names that does not end before "isEnough" says so, or a minute has passed.
 class EndlessList : public TevTerminal {
  protected:

@@ -40,6 +40,17 @@ TEST_F(TevUsage, VerbThatIsMisspelt_BringsTheNearestOne) {
                  "tev: there is no verb \"blok\", did you mean \"block\"? (see tev --help)\n");
 }
 
+TEST_F(TevUsage, VerbByItsStartOrInCapitals_BringsTheNearestOne) {
+  ExpectBadUsage(Run({"res"}),
+                 "tev: there is no verb \"res\", did you mean \"results\"? (see tev --help)\n");
+  ExpectBadUsage(Run({"INFO"}),
+                 "tev: there is no verb \"INFO\", did you mean \"info\"? (see tev --help)\n");
+}
+
+TEST_F(TevUsage, HelpOnHelp_IsTheHelpOfTheProgram) {
+  EXPECT_EQ(Answer({"help", "help"}), Answer({"help"}));
+}
+
 TEST_F(TevUsage, HelpVerb_IsTheHelpOfTheVerb) {
   for (const char* verb : {"list", "info", "tree", "sets", "check", "blocks", "block", "cdf"}) {
     const std::string help = Answer({"help", verb});
@@ -52,8 +63,15 @@ TEST_F(TevUsage, HelpVerb_IsTheHelpOfTheVerb) {
 
 TEST_F(TevUsage, UnknownOption_IsBadUsageAndNothingIsDone) {
   Write("a.tev", SmallModel());
-  ExpectBadUsage(Run({"blocks", "--jsno", "a.tev"}),
-                 "tev: The following argument was not expected: --jsno (see tev blocks --help)\n");
+  ExpectBadUsage(
+      Run({"blocks", "--jsno", "a.tev"}),
+      "tev: The following argument was not expected: --jsno, did you mean \"--json\"? (see "
+      "tev blocks --help)\n");
+  ExpectBadUsage(Run({"list", "a.tev", "--files0=x"}),
+                 "tev: The following argument was not expected: --files0=x, did you mean "
+                 "\"--files0-from\"? (see tev list --help)\n");
+  ExpectBadUsage(Run({"list", "--zzz", "a.tev"}),
+                 "tev: The following argument was not expected: --zzz (see tev list --help)\n");
 }
 
 TEST_F(TevUsage, DepthThatIsNoWholeNumber_IsBadUsage) {

@@ -5,7 +5,8 @@
 //   TEVTEST_FAULT  "malloc": no memory; "read-error": the read fails; "read-end": the read meets
 //                  the file's end after half of its bytes; "read-held": the read waits until
 //                  somebody has removed the mark, ten minutes at most; "late": all of the run is in
-//                  a year that has more than four digits
+//                  a year that has more than four digits; "slow": each look at the clock that
+//                  nobody sets finds it a second further on
 //   TEVTEST_CALL   the number of the call, from 1
 //   TEVTEST_MARK   a file that is created when that call is made
 
@@ -29,12 +30,13 @@ void* __libc_realloc(void* memory, std::size_t size);
 
 namespace {
 
-enum class Fault { None, Malloc, ReadError, ReadEnd, ReadHeld, Late };
+enum class Fault { None, Malloc, ReadError, ReadEnd, ReadHeld, Late, Slow };
 
 struct State {
   Fault fault = Fault::None;
   long callsLeft = 0;
   const char* mark = nullptr;
+  std::time_t delay = 0;
 };
 
 // Plain data without a constructor that runs: the first calls come before any could.
@@ -50,6 +52,8 @@ Fault FaultOf(const char* name) {
     return Fault::Malloc;
   if (std::strcmp(name, "late") == 0)
     return Fault::Late;
+  if (std::strcmp(name, "slow") == 0)
+    return Fault::Slow;
   if (std::strcmp(name, "read-held") == 0)
     return Fault::ReadHeld;
   return std::strcmp(name, "read-error") == 0 ? Fault::ReadError : Fault::ReadEnd;
@@ -170,6 +174,14 @@ std::time_t time(std::time_t* result) {
   if (result != nullptr)
     *result = seconds;
   return seconds;
+}
+
+int clock_gettime(clockid_t clock, std::timespec* result) {
+  using Function = int (*)(clockid_t, std::timespec*);
+  const int status = Next<Function>("clock_gettime")(clock, result);
+  if (status == 0 && clock == CLOCK_MONOTONIC && TheState().fault == Fault::Slow)
+    result->tv_sec += ++TheState().delay;
+  return status;
 }
 
 int __libc_start_main(Main main, int count, char** arguments, void (*start)(), void (*finish)(),

@@ -86,8 +86,9 @@ class RepeatedRows {
 /// All fields that a selection asks for, as above.
 [[nodiscard]] std::vector<FieldOfPart> SelectFields(const Model& model, const Selection& selection);
 
-/// The one of "names" that takes the fewest changes of characters to be "name"; empty where all
-/// would be quite another name.
+/// The one of "names" that takes the fewest changes of characters to be "name", one that begins
+/// with it above all others; empty where all would be quite another name. The case of letters is no
+/// change.
 [[nodiscard]] std::string_view NearestName(std::string_view name,
                                            std::span<const std::string_view> names);
 

@@ -148,6 +148,16 @@ std::vector<std::string_view> NamesOf(const List& list, const NameOf& nameOf) {
   return names;
 }
 
+/// "text" with small letters only, as far as they are ASCII.
+std::string Folded(std::string_view text) {
+  std::string folded(text);
+  for (char& character : folded) {
+    character =
+        'A' <= character && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+  }
+  return folded;
+}
+
 std::size_t Distance(std::string_view left, std::string_view right) {
   std::vector<std::size_t> row(right.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
@@ -190,13 +200,16 @@ std::string_view NearestName(std::string_view name, Names names) {
   // Enough of both to tell, and little enough to be quick whatever a model has.
   constexpr std::size_t kMostNames = 1000;
   constexpr std::size_t kMostCharacters = 64;
-  const std::string_view start = name.substr(0, kMostCharacters);
+  const std::string start = Folded(name.substr(0, kMostCharacters));
+  const std::size_t tooMany = std::max<std::size_t>(start.size() / 2, 1) + 1;
   std::string_view nearest;
-  std::size_t least = std::max<std::size_t>(start.size() / 2, 1) + 1;
+  std::pair<bool, std::size_t> least{true, tooMany};
   for (const std::string_view candidate : names.first(std::min(names.size(), kMostNames))) {
-    const std::size_t distance = Distance(start, candidate.substr(0, kMostCharacters));
-    if (distance < least) {
-      least = distance;
+    const std::string folded = Folded(candidate.substr(0, kMostCharacters));
+    const bool isOther = start.empty() || !folded.starts_with(start);
+    const std::pair found{isOther, Distance(start, folded)};
+    if (found < least) {
+      least = found;
       nearest = candidate;
     }
   }
