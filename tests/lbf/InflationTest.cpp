@@ -94,6 +94,61 @@ TEST(Inflation, CutStream_IsToldFromADamagedOne) {
   EXPECT_FALSE(Inflate(BytesOf(stream), contents).isCut);
 }
 
+TEST(Inflation, CheckSum_IsThatOfZlib) {
+  std::string bytes;
+  for (std::size_t i = 0; i < 6000; ++i) {
+    bytes += static_cast<char>(i * i % 251);
+  }
+  bytes += std::string(100000, '\xFF');  // the largest sums
+  const auto byZlib = [](std::uint32_t sum, std::string_view text) {
+    return static_cast<std::uint32_t>(
+        adler32(sum, BytesOf(text).data(), static_cast<uInt>(text.size())));
+  };
+  for (const std::size_t size : {0U, 1U, 15U, 16U, 17U, 351U, 352U, 353U, 5000U, 106000U}) {
+    const std::string_view text = std::string_view(bytes).substr(0, size);
+    EXPECT_EQ(Adler32(1, BytesOf(text)), byZlib(1, text)) << size;
+    const std::string_view last = std::string_view(bytes).substr(bytes.size() - size);
+    EXPECT_EQ(Adler32(0xFFF0FFF0U, BytesOf(last)), byZlib(0xFFF0FFF0U, last)) << size;
+  }
+}
+
+TEST(Inflation, OrdinaryStreams_AreInflatedWithoutZlibsCheckSum) {
+  std::string longText;
+  for (std::size_t i = 0; i < 300000; ++i) {
+    longText += static_cast<char>(i * i % 241);
+  }
+  for (const std::string& text : {std::string("a"), std::string("some data"), longText}) {
+    const std::string stream = Deflate(text);
+    for (const std::size_t spare : {0U, 5U}) {
+      std::string contents(text.size() + spare, '\0');
+      void* start = contents.data();
+      const std::span room(static_cast<unsigned char*>(start), contents.size());
+      EXPECT_EQ(InflateSound(BytesOf(stream + "more"), room), text.size());
+      EXPECT_EQ(contents.substr(0, text.size()), text);
+    }
+  }
+}
+
+TEST(Inflation, WhatIsNotOrdinary_IsLeftToZlib) {
+  const std::string text = "abcabcabcabcabcabc, and something else";
+  const std::string stream = Deflate(text);
+  std::vector<unsigned char> contents(text.size());
+  for (std::size_t size = 0; size < stream.size(); ++size) {
+    EXPECT_FALSE(InflateSound(BytesOf(stream.substr(0, size)), contents)) << size;
+    for (unsigned int bit = 1; bit < 256; bit *= 2) {
+      std::string changed = stream;
+      changed[size] = static_cast<char>(static_cast<unsigned char>(changed[size]) ^ bit);
+      const bool isSound = ByZlib(changed, text.size()).code == Z_OK;  // some bits only fill up
+      EXPECT_EQ(InflateSound(BytesOf(changed), contents).has_value(), isSound) << size;
+    }
+  }
+  EXPECT_FALSE(InflateSound(BytesOf(stream), std::span(contents).first(text.size() - 1)));
+  std::string ofSmallWindow = stream;  // whose two first bytes agree
+  ofSmallWindow.replace(0, 2, "\x68\x81");
+  EXPECT_FALSE(InflateSound(BytesOf(ofSmallWindow), contents));
+  EXPECT_EQ(ByZlib(ofSmallWindow, text.size()).code, Z_OK);
+}
+
 TEST(Inflation, RoomForARecordedLength_IsWhatDeflateCanMakeAtMost) {
   EXPECT_EQ(RoomToInflate(1000, 100), 1000U);
   EXPECT_EQ(RoomToInflate(4294967295U, 100), 100U * 1032 + 64);

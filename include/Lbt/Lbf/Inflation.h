@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <exception>
 #include <functional>
+#include <optional>
 #include <span>
 
 #include "Lbt/Lbf/Block.h"
@@ -56,7 +57,17 @@ using CompressedSource = std::function<std::span<const unsigned char>()>;
 [[nodiscard]] Inflated Inflate(const CompressedSource& next, std::uint64_t room,
                                std::span<unsigned char> window);
 
-/// The same with the whole stream and all contents in memory.
+/// The check sum of a zlib stream's contents: that of "bytes", which follow those of "sum"; 1 is
+/// that of nothing. Several times as fast as zlib's own.
+[[nodiscard]] std::uint32_t Adler32(std::uint32_t sum, std::span<const unsigned char> bytes);
+
+/// Inflates a zlib stream in a third less time than zlib takes, which sums it up more slowly. The
+/// length of the contents; none for a stream that is damaged, cut, unusual, or too long for them,
+/// and on a lack of memory: what is wrong is for Inflate to tell.
+[[nodiscard]] std::optional<std::uint64_t> InflateSound(std::span<const unsigned char> compressed,
+                                                        std::span<unsigned char> contents);
+
+/// As from a source, with the whole stream and all contents in memory.
 [[nodiscard]] Inflated Inflate(std::span<const unsigned char> compressed,
                                std::span<unsigned char> contents);
 

@@ -8,6 +8,7 @@
 #include <array>
 #include <iostream>
 #include <new>
+#include <optional>
 #include <typeinfo>
 #include <utility>
 
@@ -22,12 +23,13 @@ namespace {
 
 class ZStream {
  public:
-  ZStream() : initCode_(inflateInit(&stream_)) {}
+  explicit ZStream(int windowBits) : initCode_(inflateInit2(&stream_, windowBits)) {}
   ~ZStream() { inflateEnd(&stream_); }
   ZStream(const ZStream&) = delete;
   ZStream& operator=(const ZStream&) = delete;
 
   [[nodiscard]] int InitCode() const { return initCode_; }
+  [[nodiscard]] std::size_t InputLeft() const { return stream_.avail_in; }
   [[nodiscard]] bool WantsInput() const { return stream_.avail_in == 0; }
   [[nodiscard]] bool WantsRoom() const { return stream_.avail_out == 0; }
   [[nodiscard]] std::uint64_t Length() const { return stream_.total_out; }
@@ -50,6 +52,13 @@ class ZStream {
   int initCode_;
 };
 
+// Of zlib's window sizes, the largest; one below zero stands for bytes of deflate alone.
+constexpr int kZlibStream = MAX_WBITS;
+constexpr int kDeflatedBytes = -MAX_WBITS;
+
+/// Output that is summed up while it is still in the cache.
+constexpr std::size_t kMostAtOnce = std::size_t{128} * 1024;
+
 /// What `uncompress` makes of the code that inflating ended with.
 int ResultOf(int code, bool hasRoomLeft) {
   if (code == Z_STREAM_END) {
@@ -61,7 +70,85 @@ int ResultOf(int code, bool hasRoomLeft) {
   return code;
 }
 
+/// Whether a zlib stream begins as nearly all do: deflate, the largest window, no dictionary.
+bool HasUsualStart(std::span<const unsigned char> compressed) {
+  constexpr unsigned int kDeflateAndLargestWindow = 0x78;
+  constexpr unsigned int kHasDictionary = 0x20;
+  constexpr unsigned int kCheck = 31;
+  const unsigned int first = compressed[0];
+  const unsigned int second = compressed[1];
+  return first == kDeflateAndLargestWindow && (second & kHasDictionary) == 0 &&
+         (first * 256 + second) % kCheck == 0;
+}
+
+std::uint32_t FromBigEndian(std::span<const unsigned char, 4> bytes) {
+  return std::uint32_t{bytes[0]} << 24U | std::uint32_t{bytes[1]} << 16U |
+         std::uint32_t{bytes[2]} << 8U | bytes[3];
+}
+
 }  // namespace
+
+std::uint32_t Adler32(std::uint32_t sum, std::span<const unsigned char> bytes) {
+  // Sums at 16 places that do not wait for one another. In so many steps none exceeds 16 bits:
+  // 255 * 22 * 23 / 2 is 64515.
+  constexpr std::uint32_t kPlaces = 16;
+  constexpr std::size_t kMostSteps = 22;
+  constexpr std::uint32_t kBase = 65521;
+  std::uint32_t ofBytes = sum & 0xFFFFU;
+  std::uint32_t ofSums = sum >> 16U;
+  while (bytes.size() >= kPlaces) {
+    const std::size_t steps = std::min(bytes.size() / kPlaces, kMostSteps);
+    std::array<std::uint16_t, kPlaces> plain{};
+    std::array<std::uint16_t, kPlaces> repeated{};  // each byte as often as there are steps from it
+    for (std::size_t step = 0; step < steps; ++step) {
+      const auto row = bytes.subspan(step * kPlaces).first<kPlaces>();
+      for (std::size_t place = 0; place < kPlaces; ++place) {
+        plain[place] = static_cast<std::uint16_t>(plain[place] + row[place]);
+        repeated[place] = static_cast<std::uint16_t>(repeated[place] + plain[place]);
+      }
+    }
+    ofSums += static_cast<std::uint32_t>(steps * kPlaces) * ofBytes;
+    for (std::uint32_t place = 0; place < kPlaces; ++place) {
+      ofBytes += plain[place];
+      ofSums += kPlaces * repeated[place] - place * plain[place];
+    }
+    ofBytes %= kBase;
+    ofSums %= kBase;
+    bytes = bytes.subspan(steps * kPlaces);
+  }
+  for (const unsigned char byte : bytes) {
+    ofBytes = (ofBytes + byte) % kBase;
+    ofSums = (ofSums + ofBytes) % kBase;
+  }
+  return ofSums << 16U | ofBytes;
+}
+
+std::optional<std::uint64_t> InflateSound(std::span<const unsigned char> compressed,
+                                          std::span<unsigned char> contents) {
+  constexpr std::size_t kStart = 2;
+  constexpr std::size_t kCheckSum = 4;
+  if (compressed.size() < kStart + kCheckSum || !HasUsualStart(compressed)) {
+    return std::nullopt;
+  }
+  ZStream stream(kDeflatedBytes);
+  stream.SetInput(compressed.subspan(kStart));
+  std::uint32_t sum = 1;
+  int code = stream.InitCode();
+  while (code == Z_OK) {
+    const auto piece =
+        contents.subspan(stream.Length())
+            .first(std::min<std::size_t>(kMostAtOnce, contents.size() - stream.Length()));
+    const std::uint64_t before = stream.Length();
+    stream.SetRoom(piece);
+    code = stream.Step();
+    sum = Adler32(sum, piece.first(stream.Length() - before));
+  }
+  if (code != Z_STREAM_END || stream.InputLeft() < kCheckSum) {
+    return std::nullopt;
+  }
+  const auto storedSum = compressed.last(stream.InputLeft()).first<kCheckSum>();
+  return FromBigEndian(storedSum) == sum ? std::optional(stream.Length()) : std::nullopt;
+}
 
 std::uint32_t LengthFromField(const unsigned char* field) {
   static_assert(kLengthFieldSize == sizeof(std::uint32_t));
@@ -90,10 +177,8 @@ Inflated Inflate(const CompressedSource& next, std::uint64_t room,
     room = unwanted.size();
     window = unwanted;
   }
-  // zlib sums up what came out after each step: in small steps that is still in the cache.
-  constexpr std::size_t kMostAtOnce = std::size_t{128} * 1024;
   const bool isFilledOnce = room <= window.size();
-  ZStream stream;
+  ZStream stream(kZlibStream);
   int code = stream.InitCode();
   while (code == Z_OK) {
     if (stream.WantsInput()) {
@@ -117,6 +202,9 @@ Inflated Inflate(const CompressedSource& next, std::uint64_t room,
 }
 
 Inflated Inflate(std::span<const unsigned char> compressed, std::span<unsigned char> contents) {
+  if (const auto length = InflateSound(compressed, contents)) {
+    return {.code = Z_OK, .length = *length};
+  }
   return Inflate([&compressed] { return std::exchange(compressed, {}); }, contents.size(),
                  contents);
 }
