@@ -165,7 +165,7 @@ std::optional<StoragePlace> Storage::PlaceOf(const Geometry::VarStruct& variable
   if (variable.isLinked || variable.array.loader == nullptr) {
     return std::nullopt;
   }
-  const std::uint64_t position = variable.array.loader->GetPosition();
+  const std::uint64_t position = variable.array.OwnPosition();
   const auto after = std::upper_bound(
       starts_.begin(), starts_.end(), position,
       [](std::uint64_t value, const Start& start) { return value < start.position; });

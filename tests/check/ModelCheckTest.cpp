@@ -418,6 +418,20 @@ TEST(ModelCheck, FieldWithNumbersThatAreNotFinite_IsAWarningWithTheirCountAndFir
             "1 number is NaN or infinite, the first one component 0 of tuple 0\n");
 }
 
+TEST(ModelCheck, VariablesOfOneName_AreEachCheckedWithTheirOwnNumbers) {
+  ModelWriter model = FieldOf({1, 2, kNan});
+  model.AddVariable(3, Variable::Floats("Speed", kVectorResult, 3, {1, 2, 3}));
+  const auto findings = FindingsOf(model.Build());
+  ASSERT_EQ(findings.size(), 1U);
+  EXPECT_EQ(findings[0].kind, Kind::NotFinite);
+  EXPECT_EQ(findings[0].variable->number, 0U);
+  model.VariableAt(3, 0).heavyPosition = 4000;
+  const auto lost = FindingsOf(model.Build());
+  ASSERT_EQ(lost.size(), 1U);
+  EXPECT_EQ(lost[0].kind, Kind::UnreadableData);
+  EXPECT_EQ(lost[0].variable->number, 0U);
+}
+
 TEST(ModelCheck, CoordinatesThatAreNotFinite_AreAWarning) {
   EXPECT_EQ(Check(FieldOf({1, kNan, 3}, "Coordinates", kCoordinates).Build()).result.verdict,
             Verdict::Warning);

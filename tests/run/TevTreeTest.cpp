@@ -327,6 +327,17 @@ TEST_F(TevTree, Storage_TellsBlockOffsetAndBytesOfEachVariable) {
   EXPECT_NE(json.find("\"block\": " + std::to_string(first) + ",\n"), std::string::npos);
 }
 
+TEST_F(TevTree, StorageOfVariablesOfOneName_IsThatOfEach) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("mesh", model.AddShape("part", model.AddGroup("root", 0)));
+  model.AddVariable(mesh, Variable::Floats("a", kScalarResult, 1, {1, 2, 3}));
+  model.AddVariable(mesh, Variable::Floats("a", kScalarResult, 1, {4}));
+  Write("a.tev", model);
+  const std::string text = Answer({"tree", "--storage", "a.tev"});
+  EXPECT_NE(text.find(" from byte 0 on, 12 bytes\n"), std::string::npos) << text;
+  EXPECT_NE(text.find(" from byte 12 on, 4 bytes\n"), std::string::npos) << text;
+}
+
 TEST_F(TevTree, VeryLongLines_AreCutOnlyOnATerminal) {
   ModelWriter model;
   model.AddGroup(std::string(5000, 'x'), 0);

@@ -89,9 +89,11 @@ class NumericArray final {
   void CreateDataLoader(LbtLbf::LbFile& file, const std::string& blockName, unsigned long position,
                         bool shuffled);
 
-  /// A loader of the numbers that the variable's own record tells of. "loader", which there must
-  /// be, loads those of the last variable of the same name in its geometry.
-  [[nodiscard]] DataLoader OwnLoader() const;
+  /// Where the numbers begin that the variable's own record tells of, and a loader of those.
+  /// "loader", which there must be, loads those of the last variable of the same name in its
+  /// geometry.
+  [[nodiscard]] unsigned long OwnPosition() const;
+  [[nodiscard]] DataLoader OwnLoader() const { return loader->At(OwnPosition()); }
 
   // Ordered for size: models have many arrays.
   unsigned long byteSize = 0;

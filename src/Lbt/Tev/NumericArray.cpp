@@ -115,8 +115,8 @@ DataLoader DataLoader::At(unsigned long position) const {
   return other;
 }
 
-DataLoader NumericArray::OwnLoader() const {
-  return loader->At(ownPosition == kNoPosition ? loader->GetPosition() : ownPosition);
+unsigned long NumericArray::OwnPosition() const {
+  return ownPosition == kNoPosition ? loader->GetPosition() : ownPosition;
 }
 
 template void DataLoader::LoadTo<float>(std::vector<float>& out) const;

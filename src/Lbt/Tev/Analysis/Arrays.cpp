@@ -51,7 +51,7 @@ std::exception_ptr CurrentFailure(const ModelStream& stream) {
 
 ArrayKey::ArrayKey(const NumericArray& array) : byteSize(array.byteSize), width(array.width) {
   if (array.loader != nullptr) {
-    position = array.OwnLoader().GetPosition();
+    position = array.OwnPosition();
     byteSize = array.loader->GetByteSize();
     isShuffled = array.loader->IsShuffled();
   } else if (array.storedBytes != nullptr) {

@@ -99,7 +99,7 @@ void DataCheck::Tell(const PlacedVariable& variable, FindingLog& log) {
       finding.claimed = fault.claimed;
       finding.found = fault.found;
     }
-    map_->Place(variable.Array().loader->GetPosition(), finding);
+    map_->Place(variable.Position(), finding);
     log.Add(std::move(finding));
   }
 }
@@ -115,7 +115,7 @@ void DataCheck::TellOfSkipped(FindingLog& log) const {
 }
 
 void DataCheck::Check(Group group) {
-  const LbtTev::DataLoader& loader = *group.front().Array().loader;
+  const LbtTev::DataLoader loader = group.front().Array().OwnLoader();
   claimed_ += loader.GetByteSize();
   const CheckedBlock* block = map_->BlockAt(loader.GetPosition());
   if (!map_->Knows(loader.GetPosition())) {
@@ -159,13 +159,12 @@ void DataCheck::AddUnreadable(Group group, const std::string& text, bool isBlock
   const std::uint32_t reason = reasons_.Add(text);
   for (const PlacedVariable& variable : group) {
     if (!variable.Get().isLinked) {
-      const LbtTev::DataLoader& loader = *variable.Array().loader;
+      const std::uint64_t size = variable.Array().loader->GetByteSize();
       Fault& fault = AddFault(variable, Finding::Kind::UnreadableData);
       fault.reason = reason;
-      fault.claimed = loader.GetByteSize();
-      fault.found = isBlockGood ? std::min<std::uint64_t>(map_->BytesAt(loader.GetPosition()),
-                                                          loader.GetByteSize())
-                                : 0;
+      fault.claimed = size;
+      fault.found =
+          isBlockGood ? std::min<std::uint64_t>(map_->BytesAt(variable.Position()), size) : 0;
     }
   }
 }

@@ -29,14 +29,16 @@ struct PlacedVariable {
     return geometry->variables[index];
   }
   [[nodiscard]] const LbtTev::NumericArray& Array() const { return Get().array; }
+  /// Of its data, which there must be.
+  [[nodiscard]] unsigned long Position() const { return Array().OwnPosition(); }
 
   /// A finding on the variable that says no more than its names.
   [[nodiscard]] Finding FindingOn(Finding::Kind kind, std::string text) const;
 
   /// What decides about the success of loading its data.
   [[nodiscard]] auto Range() const {
-    return std::tuple(Array().loader->GetPosition(), Array().loader->GetByteSize(),
-                      Array().GetWidth(), Array().loader->IsShuffled());
+    return std::tuple(Position(), Array().loader->GetByteSize(), Array().GetWidth(),
+                      Array().loader->IsShuffled());
   }
 };
 

@@ -97,7 +97,7 @@ void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map, BlockSurvey&
     if (fault) {
       nodes.place(variable.nodeId, *fault);
       if (!variable.Get().isLinked && variable.Array().loader != nullptr) {
-        map.Place(variable.Array().loader->GetPosition(), *fault);
+        map.Place(variable.Position(), *fault);
       }
       log.Add(*std::move(fault));
     }
