@@ -6,6 +6,7 @@
 #include <new>
 
 #include "Lbt/Util/FileAccess.h"
+#include "Lbt/Util/MemoryUsage.h"
 #include "tev/Verbs.h"
 
 namespace {
@@ -30,6 +31,7 @@ namespace {
 
 int main(int argc, char** argv) {
   std::set_terminate(EndWithoutMemory);
+  Lbt::Util::ReturnLargePieces();
   Lbt::Util::FillStandardDescriptors();
   Lbt::Util::IgnoreFileSizeSignal();
   return RunTev(argc, argv);

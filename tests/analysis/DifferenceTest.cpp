@@ -32,7 +32,7 @@ TEST(Tolerance, TimesMax_IsTakenOfTheLargestFiniteNumberWithoutItsSign) {
 }
 
 TEST(TupleMatch, IdsThatDoNotRepeat_AreMatchedWhereverTheyStand) {
-  const TupleMatch match(Floats{11, 12, 13}, 3, Floats{13, 14, 11}, 3);
+  const TupleMatch match({Floats{11, 12, 13}, 1}, 3, {Floats{13, 14, 11}, 1}, 3);
   EXPECT_TRUE(match.IsById());
   EXPECT_EQ(match.InB(0), 2U);
   EXPECT_EQ(match.InB(1), TupleMatch::kNone);
@@ -43,7 +43,7 @@ TEST(TupleMatch, IdsThatDoNotRepeat_AreMatchedWhereverTheyStand) {
 
 TEST(TupleMatch, OtherIds_AreMatchedByPlace) {
   const auto isByPlace = [](const Floats& a, const Floats& b) {
-    const TupleMatch match(a, 3, b, 3);
+    const TupleMatch match({a, 1}, 3, {b, 1}, 3);
     return !match.IsById() && match.InB(0) == 0 && match.InB(2) == 2 && match.OnlyInA() == 0;
   };
   EXPECT_TRUE(isByPlace({1, 1, 2}, {2, 1, 3}));         // repeated in one
@@ -119,7 +119,7 @@ TEST(Compare, LongLists_AreComparedToTheirEnd) {
 }
 
 TEST(Compare, TuplesById_AreComparedWithTheirPartners) {
-  const TupleMatch match(Floats{1, 2, 3}, 3, Floats{3, 1, 9}, 3);
+  const TupleMatch match({Floats{1, 2, 3}, 1}, 3, {Floats{3, 1, 9}, 1}, 3);
   const NumbersDifference found =
       Compare({Floats{10, 11, 20, 21, 30, 31}, 2}, {Floats{30, 31, 10, 15, 0, 0}, 2}, match, {});
   EXPECT_EQ(found.compared, 4U);
@@ -143,7 +143,7 @@ TEST(Faces, OfOtherNodesOrWithoutPartner_AreDifferent) {
   EXPECT_EQ(different({0, 1, 2, 3, 2}, {3, 2}, same), 1U);  // the order counts
   EXPECT_EQ(different({0, 1, 2, 2, 3}, {2, 3}, same), 2U);
   EXPECT_EQ(different({0, 1, 2, 2, 3, 0}, {3, 2, 1}, same), 1U);
-  const TupleMatch turned(Floats{1, 2, 3, 4}, 4, Floats{4, 3, 2, 1}, 4);
+  const TupleMatch turned({Floats{1, 2, 3, 4}, 1}, 4, {Floats{4, 3, 2, 1}, 1}, 4);
   EXPECT_EQ(different({3, 2, 1, 1, 0}, {3, 2}, turned), 0U);
 }
 

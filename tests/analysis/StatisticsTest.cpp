@@ -61,8 +61,8 @@ TEST(UsedNodes, OfDamagedFaces_Fail) {
 }
 
 TEST(Statistics, OfAScalar_AreThoseOfItsNumbers) {
-  const Statistics statistics =
-      StatisticsOf({Floats{3, -1, 5, -1, 5, 0}, 1}, UsedNodes(6), Floats{11, 12, 13, 14, 15, 16});
+  const Statistics statistics = StatisticsOf({Floats{3, -1, 5, -1, 5, 0}, 1}, UsedNodes(6),
+                                             {Floats{11, 12, 13, 14, 15, 16}, 1});
   EXPECT_EQ(statistics.counted, 6U);
   EXPECT_EQ(statistics.notFinite, 0U);
   EXPECT_FALSE(statistics.magnitude.has_value());
@@ -130,6 +130,15 @@ TEST(Statistics, OfSeveralEqualExtremes_TheFirstCounts) {
   const Statistics statistics = StatisticsOf({values, 1}, UsedNodes(values.size()), {});
   EXPECT_EQ(statistics.components[0].min.index, 0U);
   EXPECT_EQ(statistics.components[0].max.index, 700U);
+}
+
+TEST(Statistics, OfBothZeros_TheFirstIsTheExtreme) {
+  Floats values(16, 3.0F);
+  values[2] = -0.0F;
+  values[9] = 0.0F;
+  const Statistics statistics = StatisticsOf({values, 1}, UsedNodes(values.size()), {});
+  EXPECT_EQ(statistics.components[0].min.index, 2U);
+  EXPECT_TRUE(std::signbit(statistics.components[0].min.value));
 }
 
 TEST(Statistics, OfLongFields_AgreeWithLongDoubles) {

@@ -25,4 +25,9 @@ namespace Lbt::Util {
 /// no effect but on time, and none at all for less than some large pages.
 void AskForLargePages(void* start, std::size_t size);
 
+/// Has memory of some mebibytes go back to the system as soon as it is freed. The allocator else
+/// comes to keep it between other pieces, where the next one of another size does not fit. To be
+/// called before any is taken.
+void ReturnLargePieces();
+
 }  // namespace Lbt::Util

@@ -2,6 +2,7 @@
 
 #include "Lbt/Util/MemoryUsage.h"
 
+#include <malloc.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -46,6 +47,12 @@ void AskForLargePages(void* start, std::size_t size) {
   const std::uintptr_t from = (address + kPage - 1) / kPage * kPage;
   const std::uintptr_t to = (address + size) / kPage * kPage;
   static_cast<void>(madvise(std::bit_cast<void*>(from), to - from, MADV_HUGEPAGE));
+}
+
+void ReturnLargePieces() {
+  constexpr int kLarge = 4 * 1024 * 1024;
+  mallopt(M_MMAP_THRESHOLD, kLarge);
+  mallopt(M_TRIM_THRESHOLD, 2 * kLarge);
 }
 
 }  // namespace Lbt::Util

@@ -30,7 +30,7 @@ class TupleMatch {
   TupleMatch(std::size_t countInA, std::size_t countInB);
 
   /// By id, where each list has one for each tuple and none repeats; else by place.
-  TupleMatch(std::span<const float> idsInA, std::size_t countInA, std::span<const float> idsInB,
+  TupleMatch(const FloatTuples& idsInA, std::size_t countInA, const FloatTuples& idsInB,
              std::size_t countInB);
 
   [[nodiscard]] std::size_t CountInA() const { return countInA_; }

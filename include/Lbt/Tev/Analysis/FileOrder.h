@@ -29,6 +29,14 @@ struct WantedArray {
   bool mayStayStored = false;  ///< whether floats need not be put in order
 };
 
+/// Ids, which are looked at one by one; those that a field's tuples have come before the field.
+[[nodiscard]] inline WantedArray WantedIds(
+    const Geometry::VarStruct* variable, WantedArray::Turn turn = WantedArray::Turn::BeforeFirst) {
+  return {.variable = variable,
+          .turn = turn,
+          .mayStayStored = variable != nullptr && variable->array.GetWidth() == 1};
+}
+
 /// What is wanted together: numbers of a field with its ids, or a mesh.
 using WantedGroup = std::vector<WantedArray>;
 

@@ -17,6 +17,7 @@ struct StoredFloats {
 /// them in order piece by piece, which costs no memory that is touched for the first time.
 class FloatTuples {
  public:
+  FloatTuples() = default;
   FloatTuples(std::span<const float> ordered, std::size_t width)
       : ordered_(ordered), width_(width), count_(width == 0 ? 0 : ordered.size() / width) {}
   FloatTuples(const StoredFloats& stored, std::size_t width);
@@ -43,8 +44,8 @@ class FloatTuples {
 
   std::span<const float> ordered_;
   std::span<const unsigned char> planes_;  // used where they are not empty
-  std::size_t width_;
-  std::size_t count_;
+  std::size_t width_ = 1;
+  std::size_t count_ = 0;
 };
 
 }  // namespace LbtTev::Analysis

@@ -103,6 +103,12 @@ struct Result {
   Location location = Location::Unknown;   ///< Mixed where its fields differ
 };
 
+/// Results by name, in byte order.
+using ResultsByName = std::map<std::string_view, Result>;
+
+/// Has a field count among those of its result.
+void AddToResults(ResultsByName& results, const Field& field);
+
 /// How many tuples an array has; elements left over by its width are none.
 [[nodiscard]] std::size_t TuplesOf(const NumericArray& array);
 

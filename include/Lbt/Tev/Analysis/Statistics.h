@@ -44,11 +44,12 @@ struct Statistics {
 /// Works the statistics out in double precision. Of the tuples those in "used" take part; ranges
 /// must lie within. "ids" are those of all tuples, as they are stored, and may be fewer.
 [[nodiscard]] Statistics StatisticsOf(const FloatTuples& tuples, const UsedNodes& used,
-                                      std::span<const float> ids);
+                                      const FloatTuples& ids);
 
 /// The id of a tuple: stored as a float, read as a whole number. NaN is 0, what 32 bits do not
 /// hold is clamped.
 [[nodiscard]] std::optional<std::int32_t> IdAt(std::span<const float> ids, std::size_t index);
+[[nodiscard]] std::optional<std::int32_t> IdAt(const FloatTuples& ids, std::size_t index);
 
 /// What came of one field.
 struct FieldStatistics {

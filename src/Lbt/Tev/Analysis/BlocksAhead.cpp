@@ -110,7 +110,6 @@ void BlocksAhead::MoveTo(std::size_t place) {
   }
   // A block whose recorded length is wrong moves all that follow it: that is left to the file.
   if (work != nullptr && work->length == starts_[place + 1] - starts_[place]) {
-    work->stored = {};
     work->contents.Append(static_cast<std::uint32_t>(work->length));
     current_ = std::move(work);
   }
@@ -125,19 +124,14 @@ std::unique_ptr<BlocksAhead::Work> BlocksAhead::Prepare(std::size_t entry) const
   try {
     auto work = std::make_unique<Work>();
     work->entry = entry;
-    unsigned int start = 0;
-    work->stored.CheckFreeSpaceAndAllocateMemory(start, item.size);
-    if (file_->ReadStored(item.position, work->stored.Room().first(item.size)) != item.size) {
+    if (file_->ReadStored(item.position, work->stored.RoomFor(item.size)) != item.size) {
       return nullptr;
     }
     work->stored.Append(item.size);
     work->stored.SetPosition(0);
     const LbtLbf::CompressedBlock block = LbtLbf::TakeApart(work->stored);
-    const std::uint64_t room = block.Room();
     work->compressed = block.stream;
-    start = 0;
-    work->contents.CheckFreeSpaceAndAllocateMemory(start, static_cast<unsigned int>(room));
-    work->room = work->contents.Room().first(room);
+    work->room = work->contents.RoomFor(static_cast<std::uint32_t>(block.Room()));
     return work;
   } catch (const std::exception&) {
     return nullptr;  // it fails in its turn, or fits into memory then
@@ -148,6 +142,7 @@ std::unique_ptr<BlocksAhead::Work> BlocksAhead::Prepare(std::size_t entry) const
 void BlocksAhead::Run(Work& work) {
   const LbtLbf::Inflated inflated = LbtLbf::Inflate(work.compressed, work.room);
   work.length = inflated.code == 0 ? inflated.length : 0;
+  work.stored = {};
 }
 
 bool BlocksAhead::Work::IsUnderWay() const {

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -16,13 +15,27 @@ namespace {
 
 using IdAndPlace = std::pair<std::int32_t, std::size_t>;
 
-/// Ids with their places, in order of the ids; none where one repeats.
-std::vector<IdAndPlace> SortedIds(std::span<const float> ids) {
-  std::vector<IdAndPlace> sorted;
-  sorted.reserve(ids.size());
-  for (const float id : ids) {
-    sorted.emplace_back(Lbt::Util::Clamped<std::int32_t>(id), sorted.size());
+/// Tuples that are looked at together, so that they stay in the cache.
+constexpr std::size_t kTuplesAtOnce = 512;
+
+/// Calls "take" with the first tuple and the length of pieces of "count" tuples.
+template <class Take>
+void ForPieces(std::size_t count, const Take& take) {
+  for (std::size_t first = 0; first < count; first += kTuplesAtOnce) {
+    take(first, std::min(kTuplesAtOnce, count - first));
   }
+}
+
+/// Ids with their places, in order of the ids; none where one repeats.
+std::vector<IdAndPlace> SortedIds(const FloatTuples& ids) {
+  std::vector<IdAndPlace> sorted;
+  sorted.reserve(ids.Count());
+  std::vector<float> room;
+  ForPieces(ids.Count(), [&](std::size_t first, std::size_t count) {
+    for (const float id : ids.Read(first, count, room)) {
+      sorted.emplace_back(Lbt::Util::Clamped<std::int32_t>(id), sorted.size());
+    }
+  });
   if (!std::ranges::is_sorted(sorted)) {
     std::ranges::sort(sorted);
   }
@@ -50,9 +63,6 @@ bool IsBeyond(double distance, double a, double b, const Tolerance& tolerance) {
          std::max(tolerance.relative * std::max(std::abs(a), std::abs(b)), tolerance.absolute);
 }
 
-/// Tuples that are looked at together, so that they stay in the cache.
-constexpr std::size_t kTuplesAtOnce = 512;
-
 /// Compares tuples of two lists of numbers.
 class NumbersComparison {
  public:
@@ -62,8 +72,7 @@ class NumbersComparison {
   /// Compares "count" tuples from "inA" on with those from "inB" on. Pieces of the same bytes are
   /// passed over: numbers agree with themselves, whatever they are.
   void AddTuples(std::size_t inA, std::size_t inB, std::size_t count) {
-    for (std::size_t first = 0; first < count; first += kTuplesAtOnce) {
-      const std::size_t tuples = std::min(kTuplesAtOnce, count - first);
+    ForPieces(count, [&](std::size_t first, std::size_t tuples) {
       if (!a_->HasSameBytes(inA + first, *b_, inB + first, tuples)) {
         const std::span<const float> a = a_->Read(inA + first, tuples, roomOfA_);
         const std::span<const float> b = b_->Read(inB + first, tuples, roomOfB_);
@@ -72,7 +81,7 @@ class NumbersComparison {
           Add(static_cast<double>(a[i]), static_cast<double>(b[i]), place + i);
         }
       }
-    }
+    });
     difference_.compared += count * a_->Width();
   }
 
@@ -124,25 +133,24 @@ Tolerance Tolerance::For(const FloatTuples& tuples) const {
   }
   double largest = 0;
   std::vector<float> room;
-  for (std::size_t first = 0; first < tuples.Count(); first += kTuplesAtOnce) {
-    for (const float number :
-         tuples.Read(first, std::min(kTuplesAtOnce, tuples.Count() - first), room)) {
+  ForPieces(tuples.Count(), [&](std::size_t first, std::size_t count) {
+    for (const float number : tuples.Read(first, count, room)) {
       largest = std::isfinite(number) ? std::max<double>(largest, std::abs(number)) : largest;
     }
-  }
+  });
   return {relative, absolute * largest, false};
 }
 
 TupleMatch::TupleMatch(std::size_t countInA, std::size_t countInB)
     : countInA_(countInA), countInB_(countInB), matched_(std::min(countInA, countInB)) {}
 
-TupleMatch::TupleMatch(std::span<const float> idsInA, std::size_t countInA,
-                       std::span<const float> idsInB, std::size_t countInB)
+TupleMatch::TupleMatch(const FloatTuples& idsInA, std::size_t countInA, const FloatTuples& idsInB,
+                       std::size_t countInB)
     : TupleMatch(countInA, countInB) {
-  const bool areSame =
-      idsInA.size() == idsInB.size() &&
-      (idsInA.empty() || std::memcmp(idsInA.data(), idsInB.data(), idsInA.size_bytes()) == 0);
-  if (idsInA.size() != countInA || idsInB.size() != countInB || areSame) {
+  if (idsInA.Count() != countInA || idsInB.Count() != countInB) {
+    return;
+  }
+  if (countInA == countInB && idsInA.HasSameBytes(0, idsInB, 0, countInA)) {
     return;  // the same ids in the same places, repeated or not
   }
   const std::vector<IdAndPlace> sortedA = SortedIds(idsInA);
@@ -183,16 +191,22 @@ NumbersDifference Compare(const FloatTuples& a, const FloatTuples& b, const Tupl
 
 std::size_t CountDifferentFaces(const Faces& a, const Faces& b, const TupleMatch& nodes,
                                 const TupleMatch& elements) {
-  const std::vector<std::size_t> offsetsA = OffsetsOf(a);
-  const std::vector<std::size_t> offsetsB = OffsetsOf(b);
+  // Where faces are matched by place, those of B come in turn, too.
+  const std::vector<std::size_t> offsetsB =
+      elements.IsById() ? OffsetsOf(b) : std::vector<std::size_t>();
   std::size_t different = elements.OnlyInA() + elements.OnlyInB();
+  std::size_t nextInA = 0;
+  std::size_t nextInB = 0;
   for (std::size_t face = 0; face < a.lengths.size(); ++face) {
+    const auto nodesOfA = a.nodes.subspan(nextInA, a.lengths[face]);
+    nextInA += a.lengths[face];
     const std::size_t other = elements.InB(face);
     if (other == TupleMatch::kNone) {
       continue;
     }
-    const auto nodesOfA = a.nodes.subspan(offsetsA[face], a.lengths[face]);
-    const auto nodesOfB = b.nodes.subspan(offsetsB[other], b.lengths[other]);
+    const std::size_t start = elements.IsById() ? offsetsB[other] : nextInB;
+    const auto nodesOfB = b.nodes.subspan(start, b.lengths[other]);
+    nextInB += b.lengths[other];
     const bool isSame = std::ranges::equal(
         nodesOfA, nodesOfB, [&](std::size_t x, std::size_t y) { return nodes.InB(x) == y; });
     different += isSame ? std::size_t{0} : 1;

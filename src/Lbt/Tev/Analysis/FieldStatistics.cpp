@@ -36,7 +36,7 @@ class SharedStatistics {
     return known_.Of({Identity(values), Identity(ids), Identity(used)}, width * sizeof(Figures),
                      [&] {
                        heavy_->Charge(used->Count() * width * sizeof(float));
-                       return StatisticsOf(values.Tuples(width), *used, ids.Floats());
+                       return StatisticsOf(values.Tuples(width), *used, ids.Tuples(1));
                      });
   }
 
@@ -86,7 +86,7 @@ class Gathering {
     const bool hasMask = field.location == Location::Node && mesh.faces != nullptr;
     using enum WantedArray::Turn;
     wanted_.push_back({{.variable = field.variable, .mayStayStored = true},
-                       {mesh.IdsOf(field.location), false, BeforeFirst}});
+                       WantedIds(mesh.IdsOf(field.location))});
     if (hasMask) {
       wanted_.back().push_back({mesh.faces, true, BeforeFirstForOthers});
       wanted_.back().push_back({mesh.lengths, true, BeforeFirstForOthers});

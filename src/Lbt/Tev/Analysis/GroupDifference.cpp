@@ -2,6 +2,7 @@
 
 #include "GroupDifference.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -10,7 +11,7 @@
 #include "Lbt/Tev/Analysis/Arrays.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
 #include "Lbt/Tev/Vocabulary.h"
-#include "Lbt/Util/Exception.h"
+#include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtTev::Analysis {
 
@@ -31,6 +32,17 @@ std::size_t WidthOf(const MeshVariables& mesh) {
 std::size_t BytesOf(const LoadedArray& array) {
   return array.Floats().size_bytes() + array.Wholes().size_bytes() +
          (array.stored == nullptr ? 0 : array.stored->bytes.size());
+}
+
+/// Ids as the whole numbers that they are read as.
+std::vector<float> WholeIds(const FloatTuples& ids) {
+  std::vector<float> room;
+  const std::span<const float> stored = ids.Read(0, ids.Count(), room);
+  std::vector<float> whole(stored.size());
+  std::ranges::transform(stored, whole.begin(), [](float id) {
+    return static_cast<float>(Lbt::Util::Clamped<std::int32_t>(id));
+  });
+  return whole;
 }
 
 /// Compares one array of a mesh after another.
@@ -56,7 +68,7 @@ class MeshComparison {
       differences_.push_back(std::move(difference));
     } else {
       Tell(MeshName::kCoordinates, comparison_->OfNumbers(Pair(kCoordinates), widthOfA, nodes),
-           nodes.ids.a->Floats());
+           nodes.ids.a->Tuples(1));
     }
     TellFaces(comparison_->OfFaces(Pair(kFaces), lengths, nodes, elements));
     return std::move(differences_);
@@ -73,7 +85,7 @@ class MeshComparison {
     return difference;
   }
 
-  void Tell(std::string_view name, const NumbersDifference& numbers, std::span<const float> ids) {
+  void Tell(std::string_view name, const NumbersDifference& numbers, const FloatTuples& ids) {
     if (!numbers.IsSame()) {
       ModelDifference difference = About(name);
       difference.numbers = numbers;
@@ -103,8 +115,8 @@ WantedGroup WantedOf(const MeshVariables& mesh) {
   return {{.variable = mesh.coordinates, .mayStayStored = true},
           {mesh.faces, true},
           {mesh.faces == nullptr ? nullptr : mesh.lengths, true},
-          {mesh.nodeIds},
-          {mesh.elementIds}};
+          WantedIds(mesh.nodeIds, WantedArray::Turn::AnyTurn),
+          WantedIds(mesh.elementIds, WantedArray::Turn::AnyTurn)};
 }
 
 GroupComparison::GroupComparison(const Tree& a, const Tree& b, const Tolerance& tolerance)
@@ -132,13 +144,13 @@ void GroupComparison::Charge(std::size_t bytesOfA, std::size_t bytesOfB) {
 std::shared_ptr<const TupleMatch> GroupComparison::Match(const MatchInputs& inputs) {
   const std::size_t bytes = inputs.isById ? inputs.countInA * sizeof(std::size_t) : 0;
   return matches_.Of(KeyOf(inputs), bytes, [&] {
-    const std::span<const float> a = inputs.ids.a->Floats();
-    const std::span<const float> b = inputs.ids.b->Floats();
+    const FloatTuples a = inputs.ids.a->Tuples(1);
+    const FloatTuples b = inputs.ids.b->Tuples(1);
     if (!inputs.isById) {
       return std::make_shared<const TupleMatch>(inputs.countInA, inputs.countInB);
     }
     constexpr std::size_t kBytesOfAnId = 16;  // with its place, as ids are put in order
-    Charge(a.size() * kBytesOfAnId, b.size() * kBytesOfAnId);
+    Charge(a.Count() * kBytesOfAnId, b.Count() * kBytesOfAnId);
     return std::make_shared<const TupleMatch>(a, inputs.countInA, b, inputs.countInB);
   });
 }
@@ -169,10 +181,13 @@ NumbersDifference GroupComparison::OfIds(const MatchInputs& inputs) {
     if (match->IsById()) {
       return {.onlyInA = match->OnlyInA(), .onlyInB = match->OnlyInB()};
     }
-    const std::span<const float> a = inputs.ids.a->Floats();
-    const std::span<const float> b = inputs.ids.b->Floats();
-    Charge(a.size_bytes(), b.size_bytes());
-    return Compare({a, 1}, {b, 1}, TupleMatch(a.size(), b.size()), {});
+    const FloatTuples a = inputs.ids.a->Tuples(1);
+    const FloatTuples b = inputs.ids.b->Tuples(1);
+    const TupleMatch byPlace(a.Count(), b.Count());
+    Charge(a.Bytes(), b.Bytes());
+    const NumbersDifference asStored = Compare(a, b, byPlace, {});
+    return asStored.beyond == 0 ? asStored
+                                : Compare({WholeIds(a), 1}, {WholeIds(b), 1}, byPlace, {});
   });
 }
 

@@ -43,27 +43,16 @@ struct PieceFigures {
   bool isFinite = false;
 };
 
-double SumOf(const std::array<double, kLanes>& lanes) {
+using Lanes = std::array<double, kLanes>;
+
+double SumOf(const Lanes& lanes) {
   return ((lanes[0] + lanes[1]) + (lanes[2] + lanes[3])) +
          ((lanes[4] + lanes[5]) + (lanes[6] + lanes[7]));
 }
 
-/// "numbers" are not empty.
-PieceFigures FiguresOf(std::span<const double> numbers) {
-  std::array<double, kLanes> sum{};
-  std::array<double, kLanes> squares{};
-  std::array<double, kLanes> differences{};  // 0, or NaN where a number is not finite
-  std::array<double, kLanes> min{};
-  std::array<double, kLanes> max{};
-  min.fill(numbers.front());
-  max.fill(numbers.front());
-  const auto add = [&](std::size_t lane, double number) {
-    sum[lane] += number;
-    squares[lane] += number * number;
-    differences[lane] += number - number;
-    min[lane] = number < min[lane] ? number : min[lane];
-    max[lane] = number > max[lane] ? number : max[lane];
-  };
+/// Calls "add" with each number and its lane.
+template <class Add>
+void ForLanes(std::span<const double> numbers, const Add& add) {
   const std::size_t whole = numbers.size() / kLanes * kLanes;
   for (std::size_t i = 0; i < whole; i += kLanes) {
     for (std::size_t lane = 0; lane < kLanes; ++lane) {
@@ -73,8 +62,29 @@ PieceFigures FiguresOf(std::span<const double> numbers) {
   for (std::size_t i = whole; i < numbers.size(); ++i) {
     add(i - whole, numbers[i]);
   }
-  return {SumOf(sum), SumOf(squares), *std::ranges::min_element(min),
-          *std::ranges::max_element(max), SumOf(differences) == 0};
+}
+
+/// "numbers" are not empty. Sums and extremes are two passes, for each of which the processor has
+/// registers enough.
+PieceFigures FiguresOf(std::span<const double> numbers) {
+  Lanes sum{};
+  Lanes squares{};
+  ForLanes(numbers, [&](std::size_t lane, double number) {
+    sum[lane] += number;
+    squares[lane] += number * number;
+  });
+  Lanes min{};
+  Lanes max{};
+  min.fill(numbers.front());
+  max.fill(numbers.front());
+  ForLanes(numbers, [&](std::size_t lane, double number) {
+    min[lane] = number < min[lane] ? number : min[lane];
+    max[lane] = number > max[lane] ? number : max[lane];
+  });
+  // Squares of floats are far from the largest double: their sum tells of any that is not finite.
+  const double sumOfSquares = SumOf(squares);
+  return {SumOf(sum), sumOfSquares, *std::ranges::min_element(min), *std::ranges::max_element(max),
+          std::isfinite(sumOfSquares)};
 }
 
 /// Gathers the figures of one component, piece by piece.
@@ -88,19 +98,20 @@ class ComponentFigures {
       return;
     }
     AddSums(piece.sum, piece.squares);
-    const auto indexOf = [&](double number) {
-      return first + static_cast<std::size_t>(std::ranges::find(numbers, number) - numbers.begin());
+    const auto firstOf = [&](double number) {  // which of both zeros it is counts, too
+      const auto found = std::ranges::find(numbers, number);
+      return Figures::Extreme{*found, first + static_cast<std::size_t>(found - numbers.begin())};
     };
     if (IsBelow(piece.min)) {
-      min_ = {piece.min, indexOf(piece.min)};
+      min_ = firstOf(piece.min);
     }
     if (IsAbove(piece.max)) {
-      max_ = {piece.max, indexOf(piece.max)};
+      max_ = firstOf(piece.max);
     }
     finite_ += numbers.size();
   }
 
-  [[nodiscard]] Figures Result(std::span<const float> ids) const {
+  [[nodiscard]] Figures Result(const FloatTuples& ids) const {
     if (finite_ == 0) {
       return {};
     }
@@ -145,18 +156,18 @@ constexpr std::size_t kVectorWidth = 3;
 /// One component of "count" tuples from "first" on, as doubles.
 void Read(const FloatTuples& tuples, std::size_t component, std::size_t first, std::size_t count,
           Piece& piece) {
-  std::array<float, kPiece> floats;  // NOLINT(cppcoreguidelines-pro-type-member-init): read next
+  std::array<float, kPiece> floats{};
   tuples.ReadComponent(component, first, std::span(floats).first(count));
-  for (std::size_t i = 0; i < count; ++i) {
+  for (std::size_t i = 0; i < kPiece; ++i) {  // a number that is known is quicker than the count
     piece[i] = static_cast<double>(floats[i]);
   }
 }
 
-/// Leaves magnitudes in the first of three components. Squares of floats are far from the largest
-/// double, so that a magnitude is finite where its three numbers are.
+/// Leaves magnitudes in the first of three components. A magnitude is finite where its three
+/// numbers are.
 std::span<const double> Magnitudes(std::array<Piece, kVectorWidth>& vectors, std::size_t count) {
   auto& [x, y, z] = vectors;
-  for (std::size_t i = 0; i < count; ++i) {
+  for (std::size_t i = 0; i < kPiece; ++i) {
     x[i] = std::sqrt(x[i] * x[i] + y[i] * y[i] + z[i] * z[i]);
   }
   return std::span(x).first(count);
@@ -179,8 +190,16 @@ std::optional<std::int32_t> IdAt(std::span<const float> ids, std::size_t index) 
                             : std::nullopt;
 }
 
-Statistics StatisticsOf(const FloatTuples& tuples, const UsedNodes& used,
-                        std::span<const float> ids) {
+std::optional<std::int32_t> IdAt(const FloatTuples& ids, std::size_t index) {
+  if (index >= ids.Count()) {
+    return std::nullopt;
+  }
+  std::array<float, 1> id{};
+  ids.ReadComponent(0, index, id);
+  return IdAt(id, 0);
+}
+
+Statistics StatisticsOf(const FloatTuples& tuples, const UsedNodes& used, const FloatTuples& ids) {
   const std::size_t width = tuples.Width();
   std::vector<ComponentFigures> components(width);
   ComponentFigures magnitude;
