@@ -94,6 +94,8 @@ TEST_F(TevDiff, IdsThatRepeat_MatchByPlace) {
             "mesh \"P\" \"Node Ids\": 1 of 3 numbers differ, by 1 at most: 2 and 3, component 1 at "
             "[2], root mean square 0.57735\n"
             "The models differ: 1 difference\n");
+  EXPECT_EQ(Diff(Small{.nodeIds = {0, 1.5F, 1}}.Model(), Small{.nodeIds = {kNaN, 1, 1}}.Model()),
+            kSame);
 }
 
 TEST_F(TevDiff, ReorderedNodesAndElements_AreTheSame) {
@@ -190,6 +192,36 @@ TEST_F(TevDiff, Selection_ComparesOnlyWhatItAsksFor) {
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.output, "");
   EXPECT_NE(run.error.find("did you mean \"Temperature\"?"), std::string::npos);
+}
+
+TEST_F(TevDiff, Selection_LeavesOutResultsAndStepsThatOnlyOthersHave) {
+  const auto twoParts = [](const std::string& field, const std::string& step) {
+    ModelWriter model = Small().Model();
+    const NodeRef mesh = model.AddGeometry("h", model.AddShape("Q", kSmallGroup));
+    model.AddVariable(mesh, Variable::Floats("Coordinates\x1e" + step, kCoordinates, 3, {0, 0, 0}));
+    model.AddVariable(mesh, Variable::Floats(field, 13, 1, {1}));
+    return model;
+  };
+  const ModelWriter a = twoParts("R\x1eTime = 1", "Time = 5");
+  const ModelWriter other = twoParts("S\x1eTime = 2", "Time = 5");
+  EXPECT_EQ(Diff(a, other, {"--part", "P"}), kSame);
+  EXPECT_EQ(Diff(a, other, {"--result", "S", "--part", "P"}), kSame);
+  EXPECT_EQ(Diff(a, other, {"--part", "Q"}),
+            "step \"Time = 1\": only in A\n"
+            "step \"Time = 2\": only in B\n"
+            "result \"R\": only in A\n"
+            "result \"S\": only in B\n"
+            "field \"Q\" \"R\" \"Time = 1\": only in A\n"
+            "field \"Q\" \"S\" \"Time = 2\": only in B\n"
+            "The models differ: 6 differences\n");
+  EXPECT_EQ(Diff(a, other, {"--step", "Time = 1"}),
+            "result \"R\": \"1 mixed\" and \"1 node\"\n"
+            "field \"Q\" \"R\" \"Time = 1\": only in A\n"
+            "The models differ: 2 differences\n");
+  const ModelWriter moved = twoParts("R\x1eTime = 1", "Time = 6");
+  EXPECT_EQ(Diff(a, moved, {"--result", "R"}), kSame);
+  EXPECT_TRUE(Diff(a, moved, {"--part", "Q"})
+                  .starts_with("step \"Time = 5\": only in A\nstep \"Time = 6\": only in B\n"));
 }
 
 TEST_F(TevDiff, AnIdThatNamesAPartInOneModel_ChoosesItsPair) {

@@ -142,19 +142,23 @@ Location Model::StoredLocationOf(const Variable& variable) const {
   return structure.starts_with("Node") ? Location::Node : Location::Unknown;
 }
 
+void AddToResults(ResultsByName& results, const Field& field) {
+  const auto [known, isNew] = results.emplace(
+      field.result, Result{std::string(field.result), field.components, field.location});
+  Result& result = known->second;
+  if (result.components != field.components) {
+    result.components.reset();
+  }
+  if (result.location != field.location) {
+    result.location = Location::Mixed;
+  }
+}
+
 void Model::FindResults() {
-  std::map<std::string_view, Result> results;
+  ResultsByName results;
   for (const Content& content : contents_) {
     for (const Field& field : content.fields) {
-      const auto [known, isNew] = results.emplace(
-          field.result, Result{std::string(field.result), field.components, field.location});
-      Result& result = known->second;
-      if (result.components != field.components) {
-        result.components.reset();
-      }
-      if (result.location != field.location) {
-        result.location = Location::Mixed;
-      }
+      AddToResults(results, field);
     }
   }
   for (auto& [name, result] : results) {

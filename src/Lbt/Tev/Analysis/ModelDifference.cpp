@@ -42,6 +42,52 @@ struct Outcome {
   std::optional<FailedComparison> failure{};
 };
 
+/// What of one model is compared.
+struct Compared {
+  const Model* model = nullptr;
+  Chosen chosen{};
+  std::vector<std::size_t> parts{};  ///< those that were asked for, and partners of such
+  std::vector<FieldOfPart> fields{};
+
+  void Find(std::vector<std::size_t> ofParts) {
+    parts = std::move(ofParts);
+    fields = FieldsOfParts(*model, parts, [this](const Field& field) { return chosen.Has(field); });
+  }
+
+  [[nodiscard]] std::span<const FieldOfPart> FieldsOf(std::size_t part) const {
+    const auto first = std::ranges::lower_bound(fields, part, {}, &FieldOfPart::part);
+    return {first, std::ranges::upper_bound(fields, part, {}, &FieldOfPart::part)};
+  }
+
+  [[nodiscard]] ResultsByName Results() const {
+    ResultsByName results;
+    for (const FieldOfPart& each : fields) {
+      AddToResults(results, *each.field);
+    }
+    return results;
+  }
+
+  /// The steps of these fields, and of the meshes where they are compared.
+  [[nodiscard]] std::vector<bool> Steps(bool withMeshes) const {
+    std::vector<bool> steps(chosen.steps.size());
+    const auto add = [&](const std::optional<std::size_t>& step) {
+      if (step) {
+        steps[*step] = chosen.steps[*step];
+      }
+    };
+    for (const FieldOfPart& each : fields) {
+      add(each.field->step);
+    }
+    std::set<const Geometry*> seen;
+    for (const std::size_t part : parts) {
+      if (withMeshes && seen.insert(model->Parts()[part].geometry).second) {
+        std::ranges::for_each(model->StepsWith(model->Parts()[part], kMeshRoles), add);
+      }
+    }
+    return steps;
+  }
+};
+
 class Comparison {
  public:
   Comparison(const Model& a, const Model& b, const Selection& selection, const Tolerance& tolerance,
@@ -51,8 +97,10 @@ class Comparison {
         selection_(&selection),
         sink_(&sink),
         steps_(a, b),
+        ofA_{.model = &a},
+        ofB_{.model = &b},
         comparison_(a.GetTree(), b.GetTree(), tolerance) {
-    std::tie(chosenA_, chosenB_) = Choose(a, b, selection);
+    std::tie(ofA_.chosen, ofB_.chosen) = Choose(a, b, selection);
   }
 
   void Run(std::size_t threads) {
@@ -61,6 +109,7 @@ class Comparison {
     if (isAll) {
       CompareFacts();
     }
+    FindParts();
     CompareSteps();
     CompareResults();
     FindTasks();
@@ -68,6 +117,8 @@ class Comparison {
   }
 
  private:
+  using PartPair = std::pair<std::size_t, std::size_t>;
+
   void Tell(const ModelDifference& difference) { sink_->differs(difference); }
 
   // --- What a model is made of
@@ -89,12 +140,35 @@ class Comparison {
     }
   }
 
+  /// Which parts belong together, and their fields.
+  void FindParts() {
+    parts_ = PairParts(*a_, ofA_.chosen, *b_, ofB_.chosen);
+    const auto partsOf = [this](const Chosen& chosen, auto side) {
+      std::set<std::size_t> all(chosen.parts.begin(), chosen.parts.end());
+      for (const PartPair& pair : parts_.both) {
+        all.insert(pair.*side);
+      }
+      return std::vector<std::size_t>(all.begin(), all.end());
+    };
+    ofA_.Find(partsOf(ofA_.chosen, &PartPair::first));
+    ofB_.Find(partsOf(ofB_.chosen, &PartPair::second));
+  }
+
+  /// Of all parts and results also those steps that neither fields nor meshes have.
+  [[nodiscard]] std::vector<bool> StepsOf(const Compared& compared) const {
+    return selection_->parts.empty() && selection_->results.empty()
+               ? compared.chosen.steps
+               : compared.Steps(selection_->results.empty());
+  }
+
   void CompareSteps() {
+    const std::vector<bool> ofA = StepsOf(ofA_);
+    const std::vector<bool> ofB = StepsOf(ofB_);
     for (std::size_t step = CommonSteps::kNone + 1; step < steps_.Count(); ++step) {
       const auto inA = steps_.InA(step);
       const auto inB = steps_.InB(step);
-      const bool isInA = inA && chosenA_.steps[*inA];
-      const bool isInB = inB && chosenB_.steps[*inB];
+      const bool isInA = inA && ofA[*inA];
+      const bool isInB = inB && ofB[*inB];
       if (isInA != isInB) {
         Tell({.kind = Kind::Step,
               .side = isInA ? Side::OnlyInA : Side::OnlyInB,
@@ -104,28 +178,28 @@ class Comparison {
   }
 
   void CompareResults() {
-    const auto tellMissing = [this](const auto& names, const auto& others, Side side) {
-      for (const std::string_view name : names) {
+    const ResultsByName ofA = ofA_.Results();
+    const ResultsByName ofB = ofB_.Results();
+    const auto tellMissing = [this](const auto& results, const auto& others, Side side) {
+      for (const auto& [name, result] : results) {
         if (!others.contains(name)) {
-          Tell({.kind = Kind::Result, .side = side, .result = std::string(name)});
+          Tell({.kind = Kind::Result, .side = side, .result = result.name});
         }
       }
     };
-    tellMissing(chosenA_.results, chosenB_.results, Side::OnlyInA);
-    tellMissing(chosenB_.results, chosenA_.results, Side::OnlyInB);
+    tellMissing(ofA, ofB, Side::OnlyInA);
+    tellMissing(ofB, ofA, Side::OnlyInB);
     const auto describe = [](const Result& result) {
       return (result.components ? std::to_string(*result.components) : "mixed") + ' ' +
              std::string(TextOf(result.location));
     };
-    for (const Result& result : a_->Results()) {
-      const auto other = std::ranges::lower_bound(b_->Results(), result.name, {}, &Result::name);
-      const bool isInBoth =
-          chosenA_.results.contains(result.name) && chosenB_.results.contains(result.name);
-      if (isInBoth && describe(result) != describe(*other)) {
+    for (const auto& [name, result] : ofA) {
+      const auto other = ofB.find(name);
+      if (other != ofB.end() && describe(result) != describe(other->second)) {
         Tell({.kind = Kind::Result,
               .result = result.name,
               .a = describe(result),
-              .b = describe(*other)});
+              .b = describe(other->second)});
       }
     }
   }
@@ -134,57 +208,33 @@ class Comparison {
 
   /// Part by part meshes and fields of both models; tells what is only in one.
   void FindTasks() {
-    using Pair = std::pair<std::size_t, std::size_t>;
-    const auto partsOf = [](const Chosen& chosen, const auto& pairs, auto side) {
-      std::set<std::size_t> all(chosen.parts.begin(), chosen.parts.end());
-      for (const auto& pair : pairs) {
-        all.insert(pair.*side);
-      }
-      return std::vector<std::size_t>(all.begin(), all.end());
-    };
-    const auto fieldsOf = [](const Model& model, const Chosen& chosen,
-                             const std::vector<std::size_t>& ofModel) {
-      return FieldsOfParts(model, ofModel,
-                           [&chosen](const Field& field) { return chosen.Has(field); });
-    };
-    const Pairs<std::size_t> parts = PairParts(*a_, chosenA_, *b_, chosenB_);
-    const std::vector<FieldOfPart> fieldsOfA =
-        fieldsOf(*a_, chosenA_, partsOf(chosenA_, parts.both, &Pair::first));
-    const std::vector<FieldOfPart> fieldsOfB =
-        fieldsOf(*b_, chosenB_, partsOf(chosenB_, parts.both, &Pair::second));
-    for (const std::size_t part : parts.onlyInA) {
+    for (const std::size_t part : parts_.onlyInA) {
       Tell({.kind = Kind::Part, .side = Side::OnlyInA, .part = a_->Parts()[part].name});
     }
-    for (const std::size_t part : parts.onlyInB) {
+    for (const std::size_t part : parts_.onlyInB) {
       Tell({.kind = Kind::Part, .side = Side::OnlyInB, .part = b_->Parts()[part].name});
     }
     RepeatedRows meshesOfA(*a_);
     RepeatedRows meshesOfB(*b_);
-    const auto ofPart = [](const std::vector<FieldOfPart>& fields, std::size_t part) {
-      const auto first = std::ranges::lower_bound(fields, part, {}, &FieldOfPart::part);
-      const auto last = std::ranges::upper_bound(fields, part, {}, &FieldOfPart::part);
-      return std::span(first, last);
-    };
-    for (const auto& pair : parts.both) {
+    for (const PartPair& pair : parts_.both) {
       if (selection_->results.empty()) {
         FindMeshes(pair, meshesOfA, meshesOfB);
       }
-      FindFields(pair, ofPart(fieldsOfA, pair.first), ofPart(fieldsOfB, pair.second));
+      FindFields(pair, ofA_.FieldsOf(pair.first), ofB_.FieldsOf(pair.second));
     }
   }
 
   /// All steps at which a part has a mesh of its own in either model.
-  void FindMeshes(const std::pair<std::size_t, std::size_t>& parts, RepeatedRows& rowsOfA,
-                  RepeatedRows& rowsOfB) {
+  void FindMeshes(const PartPair& parts, RepeatedRows& rowsOfA, RepeatedRows& rowsOfB) {
     std::set<std::size_t> steps;
     for (const auto& step : a_->StepsWith(a_->Parts()[parts.first], kMeshRoles)) {
-      if (chosenA_.HasStep(step)) {
+      if (ofA_.chosen.HasStep(step)) {
         rowsOfA.Add(parts.first, step ? a_->Steps()[*step].text : "");
         steps.insert(steps_.OfA(step));
       }
     }
     for (const auto& step : b_->StepsWith(b_->Parts()[parts.second], kMeshRoles)) {
-      if (chosenB_.HasStep(step)) {
+      if (ofB_.chosen.HasStep(step)) {
         rowsOfB.Add(parts.second, step ? b_->Steps()[*step].text : "");
         steps.insert(steps_.OfB(step));
       }
@@ -194,8 +244,8 @@ class Comparison {
     }
   }
 
-  void FindFields(const std::pair<std::size_t, std::size_t>& parts,
-                  std::span<const FieldOfPart> ofA, std::span<const FieldOfPart> ofB) {
+  void FindFields(const PartPair& parts, std::span<const FieldOfPart> ofA,
+                  std::span<const FieldOfPart> ofB) {
     const Pairs<FieldOfPart> fields = PairFields(ofA, ofB, steps_);
     const auto tellMissing = [&](const Field& field, std::size_t step, Side side) {
       ModelDifference difference = About(Kind::Field, {.parts = parts, .step = step}, &field);
@@ -246,8 +296,7 @@ class Comparison {
       const auto wanted = [](const MeshVariables& mesh, const Field* field) {
         return field == nullptr ? WantedOf(mesh)
                                 : WantedGroup{{.variable = field->variable, .mayStayStored = true},
-                                              {mesh.IdsOf(field->location), false,
-                                               WantedArray::Turn::BeforeFirst}};
+                                              WantedIds(mesh.IdsOf(field->location))};
       };
       wantedOfA.push_back(wanted(MeshOfA(task), task.fieldA));
       wantedOfB.push_back(wanted(MeshOfB(task), task.fieldB));
@@ -313,7 +362,7 @@ class Comparison {
     }
     ModelDifference difference = About(Kind::Field, task, task.fieldA);
     difference.numbers = found;
-    difference.id = found.beyond == 0 ? std::nullopt : IdAt(ofA[1].Floats(), found.index);
+    difference.id = found.beyond == 0 ? std::nullopt : IdAt(ofA[1].Tuples(1), found.index);
     return {std::move(difference)};
   }
 
@@ -322,8 +371,9 @@ class Comparison {
   const Selection* selection_;
   const DifferenceSink* sink_;
   CommonSteps steps_;
-  Chosen chosenA_;
-  Chosen chosenB_;
+  Compared ofA_;
+  Compared ofB_;
+  Pairs<std::size_t> parts_;
   std::vector<Task> tasks_;
   GroupComparison comparison_;
 };
