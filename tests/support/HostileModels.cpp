@@ -226,6 +226,53 @@ HostileModel GeometriesWithoutAttributes(const SharedLightData& shared) {
   return Build(OnOneLightData(shared).LeaveOut(kAttributes));
 }
 
+HostileModel PaddedGeometries(const RecordsOnOneLightData& records) {
+  ModelWriter model = CompressedModel();
+  const std::string_view version = records.areOld ? "0.1" : "0.7";
+  const NodeRef geometry = model.AddGeometry("", model.AddGroup("", 0, {}, "0.1"), version);
+  for (std::size_t i = 0; i < records.each; ++i)
+    model.AddVariable(geometry,
+                      records.areOld ? Result("", 0, 0) : Variable::Link("", kScalarResult, 0, 0));
+  AddNodesOnOneLightData(model, "Geometry", version, records.nodes - 1);
+  model.LeaveOut(kAttributes);
+  return Build(model, {Zeros(kLightData, records.padding)});
+}
+
+HostileModel PaddedNodeSets(const RecordsOnOneLightData& records) {
+  ModelWriter model = CompressedModel();
+  model.AddGroup("model", 0);
+  for (std::size_t i = 0; i < records.nodes; ++i) {
+    const NodeRef node = model.AddNodeSets("", 1, {});
+    model.At(node).NodeSets().heavyPosition = 0;
+    model.At(node).NodeSets().setCount = Narrow(records.each - i);
+    model.At(node).NodeSets().heavyBytes = "";
+  }
+  ByteWriter lists;
+  const std::string offsets((records.each + 1) * sizeof(std::uint32_t), '\0');
+  // After each list of offsets what they lead to: the names, and the two values of all members.
+  lists.U32(Narrow(records.each + 1)).Raw(offsets).U32(0);
+  lists.U32(Narrow(records.each + 1)).Raw(offsets).U32(0).U32(0);
+  return Build(model, {Zeros(kHeavyData, records.padding, lists.Bytes())});
+}
+
+HostileModel ManyNodeSetsOnOneHeavyData(std::size_t nodes, std::size_t sets) {
+  ModelWriter model = CompressedModel();
+  model.AddNodeSets("Sets", model.AddGroup("model", 0, {}, "0.1"), std::vector<NodeSet>(sets));
+  AddNodesOnOneLightData(model, "NodeSets", "0.1", nodes - 1);
+  return Build(model);
+}
+
+HostileModel ElementIndicesThatOverlap(std::size_t variables, std::size_t bytes) {
+  constexpr std::uint32_t kElementIndices = 10;
+  constexpr std::size_t kNumber = 4;
+  ModelWriter model = CompressedModel();
+  const NodeRef geometry = model.AddGeometry("g", model.AddShape("S", AddParts(model), "0.1"));
+  for (std::size_t i = 0; i < variables; ++i)
+    model.AddVariable(geometry, Placed("Element Indices" + StepName(i), kElementIndices,
+                                       i * kNumber, bytes - variables * kNumber));
+  return Build(model, {Zeros(kHeavyData, bytes)});
+}
+
 HostileModel NodeSetsOnOneHeavyData(std::size_t nodes, std::size_t members) {
   ModelWriter model = CompressedModel();
   NodeSet set{.name = "all"};
@@ -421,28 +468,6 @@ HostileModel NamesOfOneHash(std::size_t count) {
     model.AddGeometry(name, model.AddShape(name, group, "0.1"));
   }
   return Build(model);
-}
-
-std::vector<std::string> StringsOfOneHash(std::size_t count) {
-  // The library's hash of 16 bytes takes two words w into its state h by h = (h ^ mix(w)) * kMul.
-  // Both steps can be undone, so that the second word brings any first one to the same state.
-  constexpr std::uint64_t kMul = 0xC6A4A7935BD1E995U;
-  constexpr std::uint64_t kInverse = 0x5F7A0EA7E59B19BDU;
-  constexpr std::uint64_t kState = 0x123456789ABCDEFU;
-  constexpr std::uint64_t kStart = 0xC70F6907U ^ (2 * sizeof(std::uint64_t) * kMul);
-  static_assert(kMul * kInverse == 1);
-  const auto fold = [](std::uint64_t word) { return word ^ (word >> 47U); };
-  std::vector<std::string> strings;
-  for (std::uint64_t first = 0x4141414141414141U; strings.size() < count; ++first) {
-    const std::uint64_t state = (kStart ^ (fold(first * kMul) * kMul)) * kMul;
-    const std::uint64_t second = fold((state ^ kState) * kInverse) * kInverse;
-    const std::string text = ByteWriter().U64(first).U64(second).Bytes();
-    const bool isName =
-        text.find('\0') == std::string::npos && text.find('\x1e') == std::string::npos;
-    if (isName)
-      strings.push_back(text);
-  }
-  return strings;
 }
 
 }  // namespace tevtest

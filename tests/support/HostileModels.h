@@ -33,6 +33,28 @@ struct SharedLightData {
 /// The same without attributes, which every variable asks for in six lists.
 [[nodiscard]] HostileModel GeometriesWithoutAttributes(const SharedLightData& shared);
 
+/// Nodes whose records lie in one place, in a stream that "padding" zeros make longer.
+struct RecordsOnOneLightData {
+  std::size_t nodes = 0;
+  std::size_t each = 0;  ///< variables or node sets of each
+  std::size_t padding = 0;
+  bool areOld = false;
+};
+/// Geometries of nameless variables, links that lead nowhere or, of old ones, results without
+/// numbers.
+[[nodiscard]] HostileModel PaddedGeometries(const RecordsOnOneLightData& records);
+
+/// Nodes of nameless sets without members, whose lists lie in one place of the heavy data, the
+/// first "each" of them, then one less for each node.
+[[nodiscard]] HostileModel PaddedNodeSets(const RecordsOnOneLightData& records);
+
+/// "nodes" nodes that all refer to the same "sets" nameless sets without members.
+[[nodiscard]] HostileModel ManyNodeSetsOnOneHeavyData(std::size_t nodes, std::size_t sets);
+
+/// A geometry with element indices at each of many steps, each of about "bytes" bytes and all
+/// within as many.
+[[nodiscard]] HostileModel ElementIndicesThatOverlap(std::size_t variables, std::size_t bytes);
+
 /// "nodes" nodes of node sets that all refer to one set of "members" members.
 [[nodiscard]] HostileModel NodeSetsOnOneHeavyData(std::size_t nodes, std::size_t members);
 

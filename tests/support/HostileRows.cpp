@@ -23,10 +23,35 @@ const std::vector<HostileRow>& HostileRows() {
          return GeometriesWithoutAttributes({8, 8, 0});
        },
        [] {
-         return GeometriesWithoutAttributes({100, 5000, 0});
+         return GeometriesWithoutAttributes({100, 1000, 0});
        }},
       {"node-sets-on-one-heavy-data", [] { return NodeSetsOnOneHeavyData(10, 100); },
        [] { return NodeSetsOnOneHeavyData(1000, 150000); }},
+      {"padded-links",
+       [] {
+         return PaddedGeometries({8, 4, 100});
+       },
+       [] {
+         return PaddedGeometries({15000, 1000, 16 * kMebi});
+       }},
+      {"padded-old-variables",
+       [] {
+         return PaddedGeometries({8, 4, 100, true});
+       },
+       [] {
+         return PaddedGeometries({15000, 1000, 16 * kMebi, true});
+       }},
+      {"padded-node-sets",
+       [] {
+         return PaddedNodeSets({8, 20, 100});
+       },
+       [] {
+         return PaddedNodeSets({5000, 20000, 16 * kMebi});
+       }},
+      {"many-node-sets-on-one-heavy-data", [] { return ManyNodeSetsOnOneHeavyData(8, 20); },
+       [] { return ManyNodeSetsOnOneHeavyData(1000, 10000); }},
+      {"element-indices-that-overlap", [] { return ElementIndicesThatOverlap(8, 100); },
+       [] { return ElementIndicesThatOverlap(16, 32 * kMebi); }},
       {"overlapping-node-sets", [] { return OverlappingNodeSets(40, 40); },
        [] { return OverlappingNodeSets(20000, 20000); }},
       {"long-node-set-names", [] { return LongNodeSetNames(40, 100); },

@@ -138,6 +138,12 @@ TEST(LoadWork, GeometriesOnOneLightDataBeyondTheLimit_Fail) {
   EXPECT_EQ(FailureOfLoading(model), kTooOften);
 }
 
+TEST(LoadWork, WhatIsMadeOfSharedRecords_IsLimited) {
+  // The records, 8 MiB in all, may be read; the variables would take more than 64 MiB.
+  ModelWriter model = SharedLightData(300, 1000);
+  EXPECT_EQ(FailureOfLoading(model), kTooOften);
+}
+
 TEST(LoadWork, MissingAttributesOfManyVariables_LeaveOneLineInTheLog) {
   const tevtest::TraceText trace;
   LoadedTree loaded(SharedLightData(100, 1000));

@@ -104,6 +104,11 @@ class ModelStream {
   /// up to each seek. Throws "Out of Bounds" ("The model refers to its data too often").
   void Charge(std::uint64_t bytes);
 
+  /// Counts what was made of bytes that were read and takes more memory than they do. With the
+  /// bytes that the request has come to, that may be 20 times what the stream holds, and 64 MiB:
+  /// more than can be made of a stream that is read once. Throws as above.
+  void ChargeMemory(std::uint64_t bytes);
+
   /// Numbers that come from one pass through the stream where these are read in several.
   static constexpr std::uint64_t kBytesPerPass = std::uint64_t{64} * 1024 * 1024;
 
@@ -151,6 +156,7 @@ class ModelStream {
   [[nodiscard]] LbtLbf::NamedStream* FindStream();
   void ThrowOfRefusedTarget(unsigned long position);
   [[nodiscard]] std::uint64_t ReadUncharged() const;
+  [[nodiscard]] std::uint64_t RecordedLength();
   void ChargeReads();
 
   LbtLbf::LbFile* file_;
@@ -164,6 +170,7 @@ class ModelStream {
   std::optional<std::size_t> refusedAgain_;            // by the last seek
   int requests_ = 0;                                   // that are open
   std::uint64_t charged_ = 0;                          // to the outermost one
+  std::uint64_t memory_ = 0;                           // that was made in it, beside what was read
   std::uint64_t passesAllowed_ = 0;                    // beside the limit
   std::uint64_t read_ = 0;                             // since the last seek
   std::uint64_t reloaded_ = 0;  // bytes loaded again in all, at the last seek

@@ -22,6 +22,11 @@ Geometry::VariableType MaskedType(unsigned int code) {
   return static_cast<Geometry::VariableType>(code == kNoType ? code : code & kLowByte);
 }
 
+/// What a variable takes, and leaves behind where the list of variables grows.
+constexpr std::uint64_t kMemoryOfAVariable = 2 * sizeof(Geometry::VarStruct);
+/// What its loader takes, and its entry among the positions.
+constexpr std::uint64_t kMemoryOfALoader = 2 * sizeof(DataLoader) + sizeof(std::string) + 64;
+
 /// Reads the variables of one geometry.
 class VariableReader {
  public:
@@ -51,7 +56,7 @@ class VariableReader {
       variable.attributes.clear();
       variable.storageAttributes.clear();
     }
-    geometry.variables.push_back(std::move(variable));
+    Add(geometry, variable);
   }
 
   void ReadOld(Geometry& geometry) {
@@ -72,10 +77,17 @@ class VariableReader {
     const auto position = Light<unsigned int>();
     streams_->Attempt(*streams_->heavy, [&] { streams_->heavy->RequirePosition(position); });
     variable.array.CreateDataLoader(streams_->heavy, position, false);
-    geometry.variables.push_back(std::move(variable));
+    Add(geometry, variable);
   }
 
  private:
+  /// Records may all have the same light data: what comes of it is counted, since it takes several
+  /// times its memory.
+  void Add(Geometry& geometry, Geometry::VarStruct& variable) {
+    streams_->light.ChargeMemory(kMemoryOfAVariable + (variable.isLinked ? 0 : kMemoryOfALoader));
+    geometry.variables.push_back(std::move(variable));
+  }
+
   template <class T>
   [[nodiscard]] T Light() {
     T value{};

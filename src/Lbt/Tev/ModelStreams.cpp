@@ -8,6 +8,17 @@
 
 namespace LbtTev {
 
+namespace {
+
+constexpr std::uint64_t kMebi = std::uint64_t{1024} * 1024;
+
+[[noreturn]] void RefuseTheRest() {
+  Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds,
+                  "The model refers to its data too often", "include/Lbt/Tev/ModelStreams");
+}
+
+}  // namespace
+
 std::span<const unsigned char> ModelStream::GetBytes(unsigned long length) {
   LbtLbf::Block* block = FindBlock();
   if (block == nullptr) {
@@ -45,6 +56,7 @@ ModelStream::Request::Request(ModelStream& stream) : stream_(&stream) {
   ++stream.requests_;
   if (stream.requests_ == 1) {
     stream.charged_ = 0;
+    stream.memory_ = 0;
     stream.passesAllowed_ = 0;
     stream.read_ = 0;
     stream.reloaded_ = stream.KnowsStream() ? stream.stream_->Work().loadedAgain : 0;
@@ -71,20 +83,35 @@ void ModelStream::ChargeReads() {
 void ModelStream::Charge(std::uint64_t bytes) {
   charged_ += bytes;
   if (!Allows(0)) {
-    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::OutOfBounds,
-                    "The model refers to its data too often", "include/Lbt/Tev/ModelStreams");
+    RefuseTheRest();
   }
+}
+
+void ModelStream::ChargeMemory(std::uint64_t bytes) {
+  constexpr std::uint64_t kMostPerByte = 20;
+  constexpr std::uint64_t kAlwaysAllowed = 64 * kMebi;
+  memory_ += bytes;
+  const std::uint64_t sum = Charged() + memory_;
+  if (requests_ != 0 && sum > kAlwaysAllowed &&
+      sum - kAlwaysAllowed > kMostPerByte * RecordedLength()) {
+    RefuseTheRest();
+  }
+}
+
+/// What all blocks of the stream hold, as far as they can.
+std::uint64_t ModelStream::RecordedLength() {
+  LbtLbf::NamedStream* stream = file_->IsOpen() ? FindStream() : nullptr;
+  return stream == nullptr ? 0 : file_->ReadRecordedLength(*stream);
 }
 
 bool ModelStream::Allows(std::uint64_t bytes) {
   constexpr std::uint64_t kMostPerByte = 16;
-  constexpr std::uint64_t kAlwaysAllowed = std::uint64_t{16} * 1024 * 1024;
+  constexpr std::uint64_t kAlwaysAllowed = 16 * kMebi;
   const std::uint64_t sum = Charged() + bytes;
   if (requests_ == 0 || sum <= kAlwaysAllowed) {
     return true;
   }
-  LbtLbf::NamedStream* stream = file_->IsOpen() ? FindStream() : nullptr;
-  const std::uint64_t length = stream == nullptr ? 0 : file_->ReadRecordedLength(*stream);
+  const std::uint64_t length = RecordedLength();
   // No two passes in a row bring less than the bytes of one; absurd lengths do not overflow.
   constexpr std::uint64_t kMostPasses = 1024;
   const std::uint64_t passes =

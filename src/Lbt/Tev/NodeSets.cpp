@@ -42,8 +42,10 @@ std::vector<std::pair<unsigned int, unsigned int>> MembersOf(const StoredSets& s
   if (start < end) {
     // An end beyond the values fails at the first one that is missing.
     const std::size_t values = std::min(stored.firstValues.size(), stored.secondValues.size());
-    heavy.Charge((std::min<std::size_t>(end, values) - std::min<std::size_t>(start, values)) *
-                 sizeof(members[0]));
+    const std::size_t count =
+        std::min<std::size_t>(end, values) - std::min<std::size_t>(start, values);
+    heavy.Charge(count * sizeof(members[0]));
+    members.reserve(count);
   }
   for (std::size_t k = start; k < end; ++k) {
     members.emplace_back(At(stored.firstValues, k), At(stored.secondValues, k));
@@ -67,6 +69,7 @@ void NodeSets::LoadSets(ModelStream& heavy) {
   std::vector<NodeSet> read;
   read.reserve(std::min<std::size_t>(setCount, stored.nameOffsets.size()));
   for (unsigned int i = 0; i < setCount; ++i) {
+    heavy.ChargeMemory(sizeof(NodeSet));
     std::string setName = NameOf(stored, i, heavy);
     read.push_back({std::move(setName), MembersOf(stored, i, heavy)});
   }

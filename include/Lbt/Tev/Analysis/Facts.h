@@ -43,7 +43,8 @@ inline constexpr std::string_view kUnitScale = "Unit Scale";
 /// The value of a number of any kind; none for a text.
 [[nodiscard]] std::optional<double> NumberOf(const LbtUtil::AttributeValue& value);
 
-/// All node sets of a model, in order of the nodes that hold them. They belong to the tree.
+/// All node sets of a model, in order of the nodes that hold them. They belong to the tree. Sets
+/// that several nodes share come for each of them, as far as the budget of a request allows.
 [[nodiscard]] std::vector<const NodeSets::NodeSet*> NodeSetsOf(const Tree& tree);
 
 }  // namespace LbtTev::Analysis

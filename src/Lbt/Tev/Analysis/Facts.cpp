@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 #include <ctime>
+#include <set>
 #include <type_traits>
 
 #include "Lbt/Tev/Node.h"
@@ -101,12 +102,19 @@ std::optional<double> NumberOf(const LbtUtil::AttributeValue& value) {
 }
 
 std::vector<const NodeSets::NodeSet*> NodeSetsOf(const Tree& tree) {
+  ModelStream& heavy = *tree.GetStreams().heavy;
+  const ModelStream::Request request(heavy);
   std::vector<const NodeSets::NodeSet*> found;
+  std::set<const NodeSets::NodeSet*> firstOfLists;
   for (const auto& [id, entry] : tree.GetNodes()) {
-    if (const auto* sets = NodeCast<NodeSets>(entry.data); sets != nullptr) {
-      for (const NodeSets::NodeSet& set : sets->sets) {
-        found.push_back(&set);
-      }
+    const auto* sets = NodeCast<NodeSets>(entry.data);
+    if (sets == nullptr || sets->sets.empty()) {
+      continue;
+    }
+    const bool isRepeated = !firstOfLists.insert(&sets->sets[0]).second;
+    for (const NodeSets::NodeSet& set : sets->sets) {
+      heavy.Charge(isRepeated ? sizeof(set) + set.name.size() : 0);
+      found.push_back(&set);
     }
   }
   return found;

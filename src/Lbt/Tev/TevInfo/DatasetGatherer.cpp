@@ -31,7 +31,7 @@ TevDataset DatasetGatherer::DatasetOf(const Part& part, const Geometry::VarStruc
     dataset.floatValues = values_.LoadFloats(variable.array);
   }
   if (dataset.kind == TevDataset::kFloats && name.result == MeshName::kElementIndices) {
-    dataset.intValues = values_.Truncate(variable.array, dataset.floatValues);
+    dataset.intValues = values_.Truncate(variable.array, dataset.floatValues, *heavy_);
   }
   ChargeValues(part, dataset);
   return dataset;

@@ -23,8 +23,10 @@ SharedValues<unsigned int> ValueStore::LoadIntegers(const NumericArray& array) {
 }
 
 SharedValues<unsigned int> ValueStore::Truncate(const NumericArray& array,
-                                                const SharedValues<float>& floats) {
-  return Find(truncated_, array, [&floats] {
+                                                const SharedValues<float>& floats,
+                                                ModelStream& heavy) {
+  return Find(truncated_, array, [&] {
+    heavy.Charge(floats.size() * sizeof(unsigned int));
     std::vector<unsigned int> integers;
     integers.reserve(floats.size());
     for (const float value : floats) {

@@ -27,9 +27,11 @@ class ValueStore {
   [[nodiscard]] SharedValues<float> LoadFloats(const NumericArray& array);
   [[nodiscard]] SharedValues<unsigned int> LoadIntegers(const NumericArray& array);
 
-  /// "floats" of "array" as whole numbers: truncated, and limited to what these can be.
+  /// "floats" of "array" as whole numbers: truncated, and limited to what these can be. The copy
+  /// counts towards the request of "heavy".
   [[nodiscard]] SharedValues<unsigned int> Truncate(const NumericArray& array,
-                                                    const SharedValues<float>& floats);
+                                                    const SharedValues<float>& floats,
+                                                    ModelStream& heavy);
 
  private:
   template <class T>
