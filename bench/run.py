@@ -31,7 +31,7 @@ where the system has them.
 
 In the dump, `DumpWriter`, `NumberText` and `WriteFloat` write the text; `LbtUtil::UnShufflePlane` is
 the one copy, which puts shuffled bytes right on the way from the block to the array; zlib is
-inflating, a third of it the check sums.
+inflating, and `LbtLbf::Adler32` the check sums of blocks.
 
 In the report, allocating is the tree itself: nodes, variables, their names, the places of their
 data and their loaders, which callers may ask for after the report; nothing of it is freed one by
