@@ -19,6 +19,10 @@ endfunction()
 function(tevinfo_library target)
   if(ARGN)
     add_library(${target} STATIC ${ARGN})
+    # A module of Python links them. Nobody replaces functions of theirs, so that they are inlined as
+    # in any program.
+    set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     set(scope PUBLIC)
   else()
     add_library(${target} INTERFACE)

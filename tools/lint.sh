@@ -16,7 +16,7 @@ sources() {
   fi
 }
 
-own_files() { sources 'include src app tests bench fuzz' '*.h' '*.cpp'; }
+own_files() { sources 'include src app python tests bench fuzz' '*.h' '*.cpp'; }
 
 check_format() {
   say "clang-format"

@@ -3,6 +3,8 @@
 
 build_packages=(g++ cmake ninja-build zlib1g-dev libboost-dev libcli11-dev nlohmann-json3-dev)
 test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema python3-numpy)
+python_packages=("${test_packages[@]}" python3-dev pybind11-dev python3-pytest python3-build
+  python3-wheel python3-setuptools python3-meshio python3-vtk9)
 asan_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
 coverage_packages=("${test_packages[@]}" gcovr)
 format_packages=(clang-format)
@@ -47,6 +49,15 @@ has_parts_of() {
     nlohmann-json3-dev) has_header nlohmann/json.hpp ;;
     python3-jsonschema) python3 -c 'import jsonschema' 2>/dev/null ;;
     python3-numpy) python3 -c 'import numpy' 2>/dev/null ;;
+    python3-dev)
+      python3 -c 'import os, sysconfig; os.stat(sysconfig.get_path("include") + "/Python.h")' \
+        2>/dev/null
+      ;;
+    pybind11-dev) has_header_file pybind11/pybind11.h ;;
+    python3-pytest | python3-build | python3-wheel | python3-setuptools | python3-meshio)
+      python3 -c "import ${1#python3-}" 2>/dev/null
+      ;;
+    python3-vtk9) python3 -c 'import vtkmodules' 2>/dev/null ;;
     libclang-rt-14-dev) has_clang_runtime ;;
     hdf5-tools) command -v h5dump >/dev/null ;;
     netcdf-bin) command -v ncdump >/dev/null ;;
@@ -60,6 +71,12 @@ has_parts_of() {
 
 has_header() {
   printf '#include <%s>\n' "$1" | g++ -std=c++20 -x c++ -fsyntax-only - 2>/dev/null
+}
+
+# The same without compiling it: it may need headers from elsewhere.
+has_header_file() {
+  printf '#if !__has_include(<%s>)\n#error\n#endif\n' "$1" |
+    g++ -x c++ -fsyntax-only - 2>/dev/null
 }
 
 has_clang_runtime() {

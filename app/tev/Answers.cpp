@@ -260,6 +260,9 @@ void AnswerWriter::TellEachMissing() const {
 }
 
 void AnswerWriter::TellFailure() const {
+  if (style_.isQuiet) {
+    return;
+  }
   const bool isInAnswer = style_.form != Form::Csv && style_.layout == TextLayout::Sections;
   if (!failure_ && missing_.size() > 1 && !IsJson() && !isInAnswer) {
     TellEachMissing();

@@ -56,6 +56,7 @@ class AnswerWriter {
     TextLayout layout = TextLayout::Sections;
     /// The first line of the form Csv, whose columns begin with "file,failure,complete".
     std::string csvHeading{};
+    bool isQuiet = false;  ///< nothing is told on standard error
   };
 
   /// "output" and "progress", whose line gives way to an answer, must outlive this.

@@ -14,6 +14,7 @@
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Check/ModelCheck.h"
 #include "Lbt/Util/Exception.h"
+#include "tev/Entries.h"
 #include "tev/FindingLines.h"
 #include "tev/Json.h"
 #include "tev/Verbs.h"
@@ -292,6 +293,8 @@ Action SetUp(CLI::App& app) {
 }
 
 }  // namespace
+
+void AnswerCheck(const Input& input, AnswerWriter& writer) { CheckRun().Answer(input, writer); }
 
 Verb CheckVerb() {
   return {.name = "check", .summary = "Look for damage in models", .notes = kNotes, .setUp = SetUp};

@@ -9,6 +9,7 @@
 
 #include "Lbt/Tev/Analysis/ModelDifference.h"
 #include "Lbt/Util/NumberText.h"
+#include "tev/Entries.h"
 #include "tev/FieldOptions.h"
 #include "tev/Json.h"
 #include "tev/OpenedModel.h"
@@ -279,6 +280,18 @@ constexpr const char* kNotes =
     "Example: tev diff --rtol 1e-5 --atol '1e-6*max' old.tev new.tev";
 
 }  // namespace
+
+void AnswerDiff(const Input& a, const Input& b, const std::string& relative,
+                const std::string& absolute, AnswerWriter& writer) {
+  Options options;
+  options.a = a.path;
+  options.b = b.path;
+  options.relative = relative;
+  options.absolute = absolute;
+  *options.jobs = 2;
+  const Tolerance tolerance = ToleranceOf(options);
+  static_cast<void>(Compare(a, b, options, tolerance, writer));
+}
 
 Verb DiffVerb() {
   return {.name = "diff",

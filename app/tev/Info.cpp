@@ -107,27 +107,6 @@ PartCounts CountsOf(const Model& model, AnswerWriter& writer) {
   return counts;
 }
 
-void WriteJson(const Model& model, const LostData& lost, const PartCounts* counts,
-               JsonWriter& json) {
-  const LbtTev::Tree& tree = model.GetTree();
-  const RootFacts root = RootFactsOf(tree);
-  json.Member("bytes", tree.GetFile().GetSize().value_or(0));
-  json.Member("version", tree.GetContainerVersion());
-  json.Member("title", JsonOrNull(model.Title()));
-  json.Member("category", JsonOrNull(CategoryOf(model, lost)));
-  WriteFile("modelFile", root.modelFile, json);
-  WriteFile("resultsFile", root.resultsFile, json);
-  WritePrograms(tree, json);
-  json.Member("nodes", JsonOrNull(root.nodes));
-  json.Member("elements", JsonOrNull(root.elements));
-  WriteUnits(root.units, json);
-  WriteParts(model, lost, json, counts);
-  WriteSteps(model, json);
-  WriteResults(model, json);
-  WriteNodeSets(tree, json);
-  json.Member("attributes", JsonOf(root.others));
-}
-
 void AnswerInfo(const Input& input, AnswerWriter& writer, bool withCounts) {
   WithModel(input, writer, [&](LbtTev::Tree& tree) {
     const Model model(tree);
@@ -135,7 +114,7 @@ void AnswerInfo(const Input& input, AnswerWriter& writer, bool withCounts) {
     const auto counts = withCounts ? std::optional(CountsOf(model, writer)) : std::nullopt;
     const PartCounts* const all = counts ? &*counts : nullptr;
     if (writer.IsJson()) {
-      WriteJson(model, writer.Lost(), all, writer.Facts());
+      WriteInfoJson(model, writer.Lost(), all, writer.Facts());
     } else {
       WriteInfoText(model, writer.Lost(), all, writer.Text());
     }
@@ -163,6 +142,27 @@ Action SetUp(CLI::App& app) {
 }
 
 }  // namespace
+
+void WriteInfoJson(const Model& model, const LostData& lost, const PartCounts* counts,
+                   JsonWriter& json) {
+  const LbtTev::Tree& tree = model.GetTree();
+  const RootFacts root = RootFactsOf(tree);
+  json.Member("bytes", tree.GetFile().GetSize().value_or(0));
+  json.Member("version", tree.GetContainerVersion());
+  json.Member("title", JsonOrNull(model.Title()));
+  json.Member("category", JsonOrNull(CategoryOf(model, lost)));
+  WriteFile("modelFile", root.modelFile, json);
+  WriteFile("resultsFile", root.resultsFile, json);
+  WritePrograms(tree, json);
+  json.Member("nodes", JsonOrNull(root.nodes));
+  json.Member("elements", JsonOrNull(root.elements));
+  WriteUnits(root.units, json);
+  WriteParts(model, lost, json, counts);
+  WriteSteps(model, json);
+  WriteResults(model, json);
+  WriteNodeSets(tree, json);
+  json.Member("attributes", JsonOf(root.others));
+}
 
 Verb InfoVerb() {
   return {.name = "info",

@@ -10,6 +10,7 @@
 
 #include "Lbt/Tev/Analysis/Facts.h"
 #include "Lbt/Tev/Analysis/Model.h"
+#include "Lbt/Tev/Analysis/Selection.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
 #include "Lbt/Tev/RootFacts.h"
 #include "Lbt/Tev/Tree.h"
@@ -53,9 +54,18 @@ void WriteParts(const LbtTev::Analysis::Model& model, const LostData& lost, Json
                 const PartCounts* counts = nullptr);
 void WriteSteps(const LbtTev::Analysis::Model& model, JsonWriter& json);
 
+/// Writes a field as one object, with its statistics where "statistics" is not null.
+void WriteFieldJson(const LbtTev::Analysis::Model& model, const LbtTev::Analysis::FieldOfPart& each,
+                    const LbtTev::Analysis::FieldStatistics* statistics, JsonWriter& json);
+
 /// The text of a field's step; null for none.
 [[nodiscard]] Json StepJson(const LbtTev::Analysis::Model& model,
                             const LbtTev::Analysis::Field& field);
+
+/// Writes what a model holds as members of an object. "counts" may be null. Throws "Out of Bounds"
+/// where names are repeated too often.
+void WriteInfoJson(const LbtTev::Analysis::Model& model, const LostData& lost,
+                   const PartCounts* counts, JsonWriter& json);
 
 /// Writes what a model holds in sections for people. Sections without anything in them are left
 /// out. "counts" may be null.

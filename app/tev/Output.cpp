@@ -29,6 +29,9 @@ bool IsModel(const std::string& path) {
 }  // namespace
 
 std::optional<int> AnswerOutput::Descriptor() const {
+  if (memory_ != nullptr) {
+    return std::nullopt;
+  }
   if (path_.empty() || path_ == "-" || path_ == "/dev/stdout") {
     return STDOUT_FILENO;
   }
@@ -64,7 +67,10 @@ void AnswerOutput::RequireApartFrom(const std::vector<std::string>& spared) cons
   }
 }
 
-DescriptorStream& AnswerOutput::Stream() {
+std::ostream& AnswerOutput::Stream() {
+  if (memory_ != nullptr) {
+    return *memory_;
+  }
   if (stream_ == nullptr) {
     using enum DescriptorStream::Ownership;
     if (const auto descriptor = Descriptor()) {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,12 +20,15 @@ class AnswerOutput {
   /// or for the file that standard output goes to, is written to where it stands.
   explicit AnswerOutput(std::string path = {}) : path_(std::move(path)) {}
 
+  /// Into memory, for who asks in this process; "memory" must outlive this.
+  explicit AnswerOutput(std::ostringstream& memory) : memory_(&memory) {}
+
   /// Throws a Failure where the answer would go into a model or into one of "spared", which are
   /// paths. Nothing is opened.
   void RequireApartFrom(const std::vector<std::string>& spared) const;
 
   /// Opens it at the first call. Throws an OutputFailure where it cannot be opened.
-  [[nodiscard]] Lbt::Util::DescriptorStream& Stream();
+  [[nodiscard]] std::ostream& Stream();
 
   /// Whether it is still possible to write.
   [[nodiscard]] bool IsGood() const { return stream_ == nullptr || stream_->good(); }
@@ -43,6 +47,7 @@ class AnswerOutput {
   [[nodiscard]] std::string Name() const;
 
   std::string path_;
+  std::ostringstream* memory_ = nullptr;  // in place of a path
   std::unique_ptr<Lbt::Util::DescriptorStream> stream_;
   int error_ = 0;  // why it could not be written, as far as it is known
 };

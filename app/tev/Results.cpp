@@ -92,18 +92,7 @@ void WriteResult(const FieldStatistics& result, JsonWriter& json) {
 
 TakeField JsonFields(const Model& model, JsonWriter& json) {
   return [&model, &json](const FieldOfPart& each, const FieldStatistics* statistics) {
-    const Field& field = *each.field;
-    json.OpenObject();
-    json.Member("part", model.Parts()[each.part].id);
-    json.Member("result", field.result);
-    json.Member("step", StepJson(model, field));
-    json.Member("location", TextOf(field.location));
-    json.Member("components", field.components);
-    json.Member("count", field.count);
-    if (statistics != nullptr) {
-      WriteResult(*statistics, json);
-    }
-    json.Close();
+    WriteFieldJson(model, each, statistics, json);
   };
 }
 
@@ -370,6 +359,22 @@ constexpr const char* kNotes =
     "Exit status: 0 done, 1 bad usage or nothing fits, 2 a file failed.";
 
 }  // namespace
+
+void WriteFieldJson(const Model& model, const FieldOfPart& each, const FieldStatistics* statistics,
+                    JsonWriter& json) {
+  const Field& field = *each.field;
+  json.OpenObject();
+  json.Member("part", model.Parts()[each.part].id);
+  json.Member("result", field.result);
+  json.Member("step", StepJson(model, field));
+  json.Member("location", TextOf(field.location));
+  json.Member("components", field.components);
+  json.Member("count", field.count);
+  if (statistics != nullptr) {
+    WriteResult(*statistics, json);
+  }
+  json.Close();
+}
 
 Verb ResultsVerb() {
   return {.name = "results",

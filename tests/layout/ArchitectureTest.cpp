@@ -44,7 +44,7 @@ bool IsPartOfAWord(char character) {
 /// All words of the product's sources.
 std::set<std::string> WordsOfTheSources() {
   std::set<std::string> words;
-  for (const char* folder : {"include", "src", "app"}) {
+  for (const char* folder : {"include", "src", "app", "python"}) {
     for (const std::string& path : SourcesBelow(TEVINFO_SOURCE_DIR, folder)) {
       const std::string text = TextOf(fs::path(TEVINFO_SOURCE_DIR) / path);
       for (std::size_t at = 0; at < text.size();) {

@@ -42,9 +42,11 @@ constexpr std::array kTestPlaces{
     Place{"fuzz/", Layer::None},
 };
 
-// Fuzzers and benchmarks stand on the library, as a program does, but never on a program.
+// Fuzzers and benchmarks stand on the library, as a program does, but never on a program. The
+// module for Python tells what the program does, and stands on its parts.
 constexpr std::array kFolders{
     Place{"app/", Layer::App},
+    Place{"python/", Layer::App},
     Place{"bench/", Layer::Library},
     Place{"fuzz/", Layer::Library},
 };

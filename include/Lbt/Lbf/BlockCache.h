@@ -18,11 +18,14 @@
 
 namespace LbtLbf {
 
-/// Contents of released blocks that may be wanted again: no more than 64 MiB, or the two that were
-/// released last.
+/// Contents of released blocks that may be wanted again: no more than 64 MiB, or what somebody else
+/// has said, or the two that were released last.
 class KeptContents {
  public:
-  /// Takes an entry's contents, and drops those that were released the longest ago.
+  void SetLimit(std::uint64_t bytes) { mostBytes_ = bytes; }
+
+  /// Takes an entry's contents where there are none yet, and drops those that were released the
+  /// longest ago.
   void Keep(std::size_t entry, Block contents);
 
   /// Gives an entry's contents away, where they are there.
@@ -39,6 +42,7 @@ class KeptContents {
   List list_;  // the oldest first
   std::unordered_map<std::size_t, List::iterator> places_;
   std::uint64_t cost_ = 0;
+  std::uint64_t mostBytes_ = std::uint64_t{64} * 1024 * 1024;
 };
 
 /// The entries of an index and, for each, its block. Knows how one entry is loaded
@@ -86,6 +90,19 @@ class BlockCache {
   /// Frees an entry's block; its size stays known. Contents that were loaded more than once are
   /// kept for a while.
   void Release(std::size_t entry);
+
+  /// From now on all contents are kept for a while, so many bytes of them: for who asks for data
+  /// of a file in any order. To be called with the index read.
+  void KeepAll(std::uint64_t bytes) {
+    kept_.SetLimit(bytes);
+    keepsAll_ = true;
+  }
+
+  /// Takes contents that were inflated elsewhere for those of an entry that was released.
+  void Keep(std::size_t entry, Block contents);
+
+  /// Gives kept contents of an entry away, where there are any.
+  [[nodiscard]] std::optional<Block> TakeKept(std::size_t entry) { return kept_.Take(entry); }
 
   [[nodiscard]] const std::vector<IndexItem>& Items() const { return items_; }
   [[nodiscard]] const std::deque<Block>& Blocks() const { return blocks_; }
@@ -142,6 +159,7 @@ class BlockCache {
   std::vector<bool> wasLoaded_;
   std::vector<bool> isWantedAgain_;
   KeptContents kept_;
+  bool keepsAll_ = false;
   std::unordered_map<std::size_t, int> refusals_;  // zlib's codes
   std::uint64_t firstPosition_ = 0;
   std::uint64_t loadCount_ = 0;

@@ -163,6 +163,13 @@ class Index {
     return cache_.ReadRecordedLength(entry, file);
   }
 
+  /// See BlockCache::KeepAll, Keep and TakeKept.
+  void KeepAllContents(std::uint64_t bytes) { cache_.KeepAll(bytes); }
+  void KeepContents(std::size_t entry, Block contents) { cache_.Keep(entry, std::move(contents)); }
+  [[nodiscard]] std::optional<Block> TakeKeptContents(std::size_t entry) {
+    return cache_.TakeKept(entry);
+  }
+
   /// See BlockCache::ObserveLoads.
   void ObserveLoads(std::function<void(std::size_t entry)> observer) {
     cache_.ObserveLoads(std::move(observer));

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -23,8 +24,9 @@ namespace {
 constexpr const char* kBlockHeader = "include/Lbt/Lbf/Block";
 constexpr std::uint32_t kInitialDefaultSize = 10485760;
 
-std::uint32_t& DefaultSize() {
-  static std::uint32_t size = kInitialDefaultSize;
+/// Blocks of several files may grow at a time, each file in a thread of its own.
+std::atomic<std::uint32_t>& DefaultSize() {
+  static std::atomic<std::uint32_t> size = kInitialDefaultSize;
   return size;
 }
 
@@ -45,7 +47,9 @@ std::optional<std::uint32_t> Block::SizeFromEnvironment(const char* variable) {
 std::uint32_t Block::GetDefaultSize() { return DefaultSize(); }
 
 void Block::RefreshDefaultSize() {
-  DefaultSize() = SizeFromEnvironment("PRAMO_DEFAULT_TEV_BLOCK_SIZE").value_or(DefaultSize());
+  if (const auto size = SizeFromEnvironment("PRAMO_DEFAULT_TEV_BLOCK_SIZE")) {
+    DefaultSize() = *size;
+  }
 }
 
 Block& Block::operator=(Block&& other) noexcept {

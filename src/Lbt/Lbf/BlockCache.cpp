@@ -25,12 +25,14 @@ constexpr const char* kCacheHeader = "include/Lbt/Lbf/Block";
 }  // namespace
 
 void KeptContents::Keep(std::size_t entry, Block contents) {
-  constexpr std::uint64_t kMostBytes = std::uint64_t{64} * 1024 * 1024;
   constexpr std::size_t kAnyCase = 2;
+  if (places_.contains(entry)) {
+    return;
+  }
   cost_ += CostOf(contents);
   list_.emplace_back(entry, std::move(contents));
   places_[entry] = std::prev(list_.end());
-  while (cost_ > kMostBytes && list_.size() > kAnyCase) {
+  while (cost_ > mostBytes_ && list_.size() > kAnyCase) {
     static_cast<void>(Remove(list_.begin()));
   }
 }
@@ -204,7 +206,13 @@ std::uint64_t BlockCache::ReadBeginning(std::size_t entry, std::FILE* file,
 void BlockCache::Release(std::size_t entry) {
   Block contents = blocks_[entry].ReleaseContents();
   items_[entry].loaded = 0;
-  if (isWantedAgain_[entry] && contents.GetSize() != 0) {
+  if ((isWantedAgain_[entry] || keepsAll_) && contents.GetSize() != 0) {
+    kept_.Keep(entry, std::move(contents));
+  }
+}
+
+void BlockCache::Keep(std::size_t entry, Block contents) {
+  if (keepsAll_) {
     kept_.Keep(entry, std::move(contents));
   }
 }

@@ -82,10 +82,9 @@ void OpenModel(Tree& tree, const std::string& path, LoadObserver* observer) {
   }
   tree.LoadTree(file, parentId, wideOffsets, observer);
   tree.UpdateLinkedBuffers();
-  if (tree.GetContainerVersion() != "0.1") {
-    // What is loaded after a model goes by its version for this moment only, and by
-    // the newest one from then on.
-    LbtLbf::tev_file_version = tree.GetContainerVersion();
+  // What is loaded after a model goes by the newest version. It is only written where somebody has
+  // chosen another one: models may be opened in several threads.
+  if (tree.GetContainerVersion() != "0.1" && LbtLbf::tev_file_version != LbtLbf::kNewestVersion) {
     LbtLbf::tev_file_version = LbtLbf::kNewestVersion;
   }
 }

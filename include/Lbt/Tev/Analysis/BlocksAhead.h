@@ -68,6 +68,7 @@ class BlocksAhead {
     std::span<const unsigned char> compressed{};
     std::span<unsigned char> room{};
     std::uint64_t length = 0;  // of the contents, where all went well
+    bool wasKept = false;      // by the file, so that there is nothing to inflate
     std::future<void> done{};  // ends before what it works on
 
     [[nodiscard]] bool IsUnderWay() const;
@@ -83,6 +84,7 @@ class BlocksAhead {
   void HelpAhead();
   [[nodiscard]] std::unique_ptr<Work> Finish(std::size_t entry);
   void MoveTo(std::size_t place);
+  void LetGo();
 
   ModelStream* stream_;
   LbtLbf::LbFile* file_;

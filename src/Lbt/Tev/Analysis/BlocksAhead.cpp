@@ -67,9 +67,17 @@ std::uint64_t BlocksAhead::LengthAt(unsigned long position) {
 
 void BlocksAhead::DropUsedUp() {
   if (place_ && uses_[*place_] == 0) {
-    current_.reset();
-    place_.reset();
+    LetGo();
   }
+}
+
+/// The file may keep the contents for others, unless somebody here holds them.
+void BlocksAhead::LetGo() {
+  if (current_ != nullptr && current_.use_count() == 1) {
+    file_->GetIndex().KeepContents(current_->entry, std::move(current_->contents));
+  }
+  current_.reset();
+  place_.reset();
 }
 
 LbtLbf::Block* BlocksAhead::Find(unsigned long position) {
@@ -91,8 +99,7 @@ LbtLbf::Block* BlocksAhead::Find(unsigned long position) {
 /// The block before is let go first: few are in memory at a time.
 void BlocksAhead::MoveTo(std::size_t place) {
   const std::size_t entry = entries_[place];
-  current_.reset();
-  place_.reset();
+  LetGo();
   if (wasInflated_[place]) {
     stream_->Charge(starts_[place + 1] - starts_[place]);
   }
@@ -110,12 +117,22 @@ void BlocksAhead::MoveTo(std::size_t place) {
   }
   // A block whose recorded length is wrong moves all that follow it: that is left to the file.
   if (work != nullptr && work->length == starts_[place + 1] - starts_[place]) {
-    work->contents.Append(static_cast<std::uint32_t>(work->length));
+    if (!work->wasKept) {
+      work->contents.Append(static_cast<std::uint32_t>(work->length));
+    }
     current_ = std::move(work);
   }
 }
 
 std::unique_ptr<BlocksAhead::Work> BlocksAhead::Prepare(std::size_t entry) const {
+  if (auto contents = file_->GetIndex().TakeKeptContents(entry)) {
+    auto work = std::make_unique<Work>();
+    work->entry = entry;
+    work->wasKept = true;
+    work->length = contents->GetSize();
+    work->contents.Adopt(std::move(*contents));
+    return work;
+  }
   const LbtLbf::IndexItem& item = file_->GetIndex().GetItems()[entry];
   if (!item.IsCompressed() || item.SizeIn(file_->GetSize().value_or(0)) < item.size) {
     return nullptr;
@@ -140,6 +157,9 @@ std::unique_ptr<BlocksAhead::Work> BlocksAhead::Prepare(std::size_t entry) const
 
 /// Touches nothing but the work, so that other threads may do it.
 void BlocksAhead::Run(Work& work) {
+  if (work.wasKept) {
+    return;
+  }
   const LbtLbf::Inflated inflated = LbtLbf::Inflate(work.compressed, work.room);
   work.length = inflated.code == 0 ? inflated.length : 0;
   work.stored = {};

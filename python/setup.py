@@ -1,0 +1,39 @@
+"""Builds the compiled module with CMake and puts it beside the package's own files.
+
+TEVINFO_BUILD names a build directory that has the module already; without it one is made.
+"""
+
+import os
+import pathlib
+import subprocess
+
+from setuptools import Distribution, setup
+from setuptools.command.build_py import build_py
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+
+class BuildWithModule(build_py):
+    """Takes the package from where CMake installs it."""
+
+    def run(self):
+        build = os.environ.get("TEVINFO_BUILD") or self._make()
+        subprocess.run(["cmake", "--install", build, "--strip", "--component", "python",
+                        "--prefix", os.path.abspath(self.build_lib)], check=True)
+
+    def _make(self):
+        build = str(pathlib.Path(self.get_finalized_command("build").build_temp).absolute())
+        subprocess.run(["cmake", "-S", ROOT, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
+                        "-DTEVINFO_BUILD_TESTS=OFF", "-DTEVINFO_BUILD_PYTHON=ON"], check=True)
+        subprocess.run(["cmake", "--build", build, "--target", "tev_python"], check=True)
+        return build
+
+
+class Compiled(Distribution):
+    """The wheel is for one interpreter and one kind of machine."""
+
+    def has_ext_modules(self):
+        return True
+
+
+setup(cmdclass={"build_py": BuildWithModule}, distclass=Compiled)

@@ -1,0 +1,77 @@
+"""Parts as meshes of meshio and VTK."""
+
+import sys
+
+import numpy as np
+import pytest
+
+import tev
+
+
+@pytest.mark.parametrize("package, convert", [("meshio", "to_meshio"), ("vtkmodules", "to_vtk")])
+def test_without_the_package_the_error_says_so(bracket, monkeypatch, package, convert):
+    for name in [name for name in sys.modules if name.split(".")[0] == package]:
+        monkeypatch.delitem(sys.modules, name)
+    monkeypatch.setitem(sys.modules, package, None)
+    with pytest.raises(ImportError, match="needs the package"):
+        getattr(bracket[1], convert)("Load Case = 1")
+
+
+def test_meshio_has_every_number(bracket):
+    pytest.importorskip("meshio")
+    part = bracket[1]
+    mesh = part.to_meshio("Load Case = 1")
+    assert mesh.points.tobytes() == part.points.tobytes()
+    assert [(block.type, len(block.data)) for block in mesh.cells] == [("polygon", 1953)]
+    assert np.array_equal(mesh.cells[0].data.ravel(), part.faces.indices)
+    for field in part.fields:
+        found = (mesh.point_data[field.result] if field.location == "node"
+                 else mesh.cell_data[field.result][0])
+        assert found.tobytes() == field.values.tobytes(), field
+    assert np.array_equal(mesh.point_data["Node Ids"], part.node_ids)
+    assert np.array_equal(mesh.cell_data["Element Ids"][0], part.element_ids)
+
+
+def test_meshio_sorts_cells_by_their_nodes(heatsink):
+    pytest.importorskip("meshio")
+    part = heatsink["Temperature = 302"]
+    mesh = part.to_meshio(part["Temperature"][0].step)
+    assert [(block.type, len(block.data)) for block in mesh.cells] == [
+        ("triangle", 428), ("quad", 214)]
+    triangles = [list(face) for face in part.faces if len(face) == 3]
+    assert mesh.cells[0].data.tolist() == triangles
+
+
+def test_vtk_has_every_number(heatsink):
+    pytest.importorskip("vtkmodules")
+    from vtkmodules.util.numpy_support import vtk_to_numpy
+    for part in (heatsink["FINS"], heatsink["Temperature = 302"]):
+        field = part["Temperature"][-1]
+        grid = part.to_vtk(field.step)
+        assert vtk_to_numpy(grid.GetPoints().GetData()).tobytes() == part.points.tobytes()
+        found = vtk_to_numpy(grid.GetPointData().GetArray("Temperature"))
+        assert found.dtype == np.float32 and found.tobytes() == field.values.tobytes()
+        assert grid.GetNumberOfCells() == len(part.faces)
+        assert np.array_equal(vtk_to_numpy(grid.GetCells().GetConnectivityArray()),
+                              part.faces.indices)
+        assert {grid.GetCellType(i) for i in range(len(part.faces))} <= {5, 9}
+        for i in (0, len(part.faces) - 1):
+            assert grid.GetCellType(i) == {3: 5, 4: 9}[len(part.faces[i])]
+
+
+def test_no_step_gives_the_mesh_alone(heatsink):
+    pytest.importorskip("meshio")
+    mesh = heatsink["FINS"].to_meshio()
+    assert set(mesh.point_data) <= {"Node Ids"} and len(mesh.points) == 3498
+    with pytest.raises(KeyError):
+        heatsink["FINS"].to_meshio("Time = 99")
+
+
+def test_stubs_name_what_the_module_has():
+    import pathlib
+    text = (pathlib.Path(tev.__file__).parent / "_native.pyi").read_text()
+    from tev import _native
+    for name in [name for name in vars(_native) if not name.startswith("__")]:
+        assert name in text, name
+    for name in [name for name in vars(_native.Reader) if not name.startswith("_")]:
+        assert f"def {name}(" in text, name

@@ -1,0 +1,157 @@
+"""What cannot be read raises what a user of Python expects."""
+
+import os
+import pickle
+
+import pytest
+
+import tev
+from conftest import EXAMPLES
+
+BRACKET = (EXAMPLES / "bracket.tev").read_bytes()
+
+
+@pytest.fixture
+def damaged(tmp_path):
+    """The bracket with some bytes in place of others."""
+    def write(position, data):
+        path = tmp_path / "damaged.tev"
+        path.write_bytes(BRACKET[:position] + data + BRACKET[position + len(data):])
+        return path
+    return write
+
+
+@pytest.mark.parametrize("ask", [tev.open, tev.check, lambda path: tev.diff(path, path)])
+def test_files_that_cannot_be_opened(ask, tmp_path):
+    with pytest.raises(FileNotFoundError) as caught:
+        ask(tmp_path / "missing.tev")
+    assert "missing.tev" in str(caught.value)
+    with pytest.raises(OSError):
+        ask(tmp_path)
+    with pytest.raises(ValueError, match="null"):
+        ask("a\0b")
+    with pytest.raises(TypeError):
+        ask(5)
+
+
+def test_missing_files_are_named_by_the_exception(tmp_path):
+    with pytest.raises(FileNotFoundError) as caught:
+        tev.open(tmp_path / "missing.tev")
+    assert caught.value.errno == 2 and caught.value.filename == str(tmp_path / "missing.tev")
+    with pytest.raises(IsADirectoryError):
+        tev.open(tmp_path)
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root can become somebody else")
+def test_files_that_may_not_be_read(tmp_path):
+    path = tmp_path / "secret.tev"
+    path.write_bytes(BRACKET)
+    path.chmod(0)
+    child = os.fork()
+    if child == 0:
+        status = 1
+        try:
+            os.setuid(65534)
+            tev.open(path)
+        except PermissionError as error:
+            status = 0 if error.filename == str(path) else 2
+        finally:
+            os._exit(status)
+    assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 0
+
+
+def test_denied_reads_become_permission_errors():
+    from tev._errors import of_failure
+    error = of_failure("permission-denied", "cannot open", path=b"a.tev")
+    assert isinstance(error, PermissionError) and error.filename == "a.tev"
+    assert isinstance(of_failure("out-of-memory", "much"), MemoryError)
+    assert isinstance(of_failure("io-error", "disk"), OSError)
+
+
+def test_other_files(tmp_path):
+    for data in (b"", b"%PDF-1.4", b"\x1f\x8b" * 50):
+        (tmp_path / "other").write_bytes(data)
+        with pytest.raises(tev.NotAModelError):
+            tev.open(tmp_path / "other")
+        assert tev.check(tmp_path / "other")["verdict"] == "not-a-model"
+
+
+def test_a_file_named_minus_is_a_file(tmp_path, monkeypatch):
+    (tmp_path / "-").write_bytes(BRACKET)
+    monkeypatch.chdir(tmp_path)
+    with tev.open("-") as model:
+        assert model.info["file"] == "-" and len(model) == 2
+
+
+def test_names_need_be_no_text(tmp_path):
+    path = os.fsencode(tmp_path) + b"/\xff.tev"
+    with open(path, "wb") as file:
+        file.write(BRACKET)
+    with tev.open(path) as model:
+        assert len(model) == 2
+        assert len(pickle.loads(pickle.dumps(model))) == 2
+
+
+def test_newer_versions(damaged):
+    path = damaged(8, b"9.9\0")
+    with pytest.raises(tev.UnsupportedVersionError):
+        tev.open(path)
+
+
+def test_files_without_an_index(tmp_path):
+    (tmp_path / "cut.tev").write_bytes(BRACKET[:18])
+    with pytest.raises(tev.DamagedError):
+        tev.open(tmp_path / "cut.tev")
+
+
+def test_a_block_that_cannot_be_inflated_is_named(damaged):
+    """Block 8 is the last one of the heavy data; it begins at byte 878364 and ends after 77704."""
+    path = damaged(878364 + 40000, b"\0" * 2000)
+    with tev.open(path) as model:
+        assert model.complete
+        failures = []
+        for field in model.fields:
+            try:
+                field.values
+            except tev.DamagedError as error:
+                failures.append(error)
+        assert failures and len(failures) < len(model.fields)
+        for error in failures:
+            assert error.block == 8 and error.stream == "Heavy Data" and error.place > 0
+            assert "block 8" in str(error)
+        again = pickle.loads(pickle.dumps(failures[0]))
+        assert (str(again), again.block, again.stream, again.place) == (
+            str(failures[0]), 8, "Heavy Data", failures[0].place)
+
+
+def test_load_gives_what_it_can_and_raises_for_the_rest(damaged):
+    path = damaged(878364 + 40000, b"\0" * 2000)
+    with tev.open(path) as model, tev.open(EXAMPLES / "bracket.tev") as sound:
+        with pytest.raises(tev.DamagedError):
+            model.load(fields := model.fields)
+        loaded = [field for field in fields if field._values is not None]
+        assert 0 < len(loaded) < len(fields)
+        for field in loaded:
+            assert field.values.tobytes() == sound.fields[field._place].values.tobytes()
+
+
+def test_statistics_and_meshes_of_damaged_blocks_raise(damaged):
+    path = damaged(878364 + 40000, b"\0" * 2000)
+    with tev.open(path) as model:
+        outcomes = set()
+        for ask in [field.statistics for field in model.fields]:
+            try:
+                ask()
+                outcomes.add("read")
+            except tev.DamagedError as error:
+                assert error.stream == "Heavy Data"
+                outcomes.add("damaged")
+        assert outcomes == {"read", "damaged"}
+
+
+def test_incomplete_models_open_and_say_so(tmp_path):
+    path = tmp_path / "cut.tev"
+    path.write_bytes(BRACKET[:900000])
+    with tev.open(path) as model:
+        assert not model.complete and "ends" in model.missing[0] and "incomplete" in repr(model)
+        assert len(model) == 2

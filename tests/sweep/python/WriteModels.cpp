@@ -1,0 +1,85 @@
+// Writes the models that the tests of the Python package read, to standard output:
+//
+//   write_models small NAME      one model
+//   write_models mutants STRIDE  every STRIDE-th way to damage a dozen small models: for each file
+//                                its length (32 bits, little-endian) and its bytes
+
+#include <array>
+#include <cstdint>
+#include <iostream>
+#include <map>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "../Mutants.h"
+#include "support/SmallModel.h"
+#include "support/VariedModels.h"
+
+namespace {
+
+using tevtest::ModelWriter;
+using tevtest::Variable;
+
+ModelWriter TwoPartsOfOneName() {
+  ModelWriter model = tevtest::SmallModel();
+  for (const auto shape : {tevtest::kSmallShape1, tevtest::kSmallShape2}) {
+    model.At(shape).name = "Twin";
+  }
+  return model;
+}
+
+constexpr std::size_t kFields = 40;
+constexpr std::size_t kBlocks = 4;
+constexpr std::size_t kNumbers = 1000;
+
+/// One part with 40 fields of 1000 numbers, ten in each compressed block: number i of field f is
+/// 1000 f + i.
+ModelWriter FortyFields() {
+  ModelWriter model;
+  const auto root = model.AddGroup("model", 0);
+  const auto mesh = model.AddGeometry("mesh", model.AddShape("Plate", root));
+  std::vector<float> values(kNumbers);
+  for (std::size_t field = 0; field < kFields; ++field) {
+    std::iota(values.begin(), values.end(), static_cast<float>(field * kNumbers));
+    model.AddVariable(mesh, Variable::Floats("Result " + std::to_string(field),
+                                             tevtest::kScalarResult, 1, values));
+  }
+  std::vector<std::size_t> cuts;
+  for (std::size_t block = 1; block < kBlocks; ++block) {
+    cuts.push_back(block * kFields / kBlocks * kNumbers * sizeof(float));
+  }
+  model.SetLayout("Heavy Data", {.split = tevtest::StreamLayout::Split::AtCuts,
+                                 .packing = tevtest::StreamLayout::Packing::Compressed,
+                                 .cuts = cuts});
+  return model;
+}
+
+void WriteMutants(std::size_t stride) {
+  for (const tevtest::VariedModel& model : tevtest::VariedModels()) {
+    ForEachMutant(model.bytes, stride, [](const std::string& mutant) {
+      const auto size = static_cast<std::uint32_t>(mutant.size());
+      for (unsigned int byte = 0; byte < sizeof size; ++byte) {
+        std::cout.put(static_cast<char>(size >> (8 * byte)));
+      }
+      std::cout << mutant;
+    });
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::map<std::string, ModelWriter (*)()> small{{"two parts of one name", TwoPartsOfOneName},
+                                                       {"forty fields", FortyFields}};
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  if (arguments.size() != 2) {
+    return 1;
+  }
+  if (arguments[0] == "mutants") {
+    WriteMutants(std::stoul(arguments[1]));
+  } else {
+    std::cout << small.at(arguments[1])().Build();
+  }
+  return std::cout.flush() ? 0 : 2;
+}
