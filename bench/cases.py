@@ -2,6 +2,7 @@
 
 import json
 import os
+import pathlib
 import re
 import shutil
 import sys
@@ -249,6 +250,30 @@ class Diff(Case):
         self.judge_peak(goals, "the diff", [self.ours, self.alone])
 
 
+class Python(Case):
+    key = "python"
+    title = "From Python"
+    models = ("dump",)
+    note = ("All fields of the dump's model as arrays of NumPy, from opening the file on; the start of "
+            "Python and the imports do not count. `h5py` reads the same values.")
+
+    def prepare(self):
+        model = self.model("dump")
+        rival = self.arena.path("dump.hdf5")
+        self.arena.call([self.arena.program("bench_rivals"), "hdf5", model, rival])
+        build = pathlib.Path(self.arena.program(".")).resolve().parent
+        script = str(pathlib.Path(__file__).with_name("load_fields.py"))
+        python = ["/usr/bin/env", f"PYTHONPATH={build / 'python'}", "/usr/bin/python3", script]
+        self.ours = self.runner("`tev`", [*python, "tev", model], measures_itself=True)
+        self.rival = self.runner("`h5py`", [*python, "h5py", rival], measures_itself=True)
+        ours, theirs = (self.arena.output(runner).split()[1:]
+                        for runner in (self.ours, self.rival))
+        require(ours == theirs and int(ours[0]) > 0, "the two packages read other values")
+
+    def judge(self, goals):
+        goals.at_least("fields from Python against `h5py`", self.rival.median / self.ours.median, 1)
+
+
 class ManyNodes(Case):
     key = "nodes"
     title = "Report, many nodes"
@@ -368,4 +393,4 @@ class Sweep(Case):
                 "TevInfo does not report on each file")
 
 
-CASES = (Dump, Statistics, Diff, ManyNodes, MuchData, Start, Sweep)
+CASES = (Dump, Statistics, Diff, Python, ManyNodes, MuchData, Start, Sweep)

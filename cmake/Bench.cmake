@@ -16,6 +16,9 @@ include(Support)
 set(benchDir "${PROJECT_SOURCE_DIR}/bench")
 add_custom_target(benchmarks)
 add_dependencies(benchmarks products bench_models)
+if(TARGET tev_python)
+  add_dependencies(benchmarks tev_python)
+endif()
 
 # Makes program "name" of bench/"source". Further arguments: what it links.
 function(tevinfo_benchmark name source)

@@ -5,12 +5,23 @@ TEVINFO_BUILD names a build directory that has the module already; without it on
 
 import os
 import pathlib
+import re
 import subprocess
 
 from setuptools import Distribution, setup
 from setuptools.command.build_py import build_py
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+
+def version():
+    """The project's, as CMake has it."""
+    build = os.environ.get("TEVINFO_BUILD")
+    if build:
+        text = pathlib.Path(build, "CMakeCache.txt").read_text(encoding="utf-8")
+        return re.search(r"^CMAKE_PROJECT_VERSION:STATIC=(.*)$", text, re.MULTILINE)[1]
+    text = (ROOT / "CMakeLists.txt").read_text(encoding="utf-8")
+    return re.search(r"^project\(TevInfo VERSION (\S+)", text, re.MULTILINE)[1]
 
 
 class BuildWithModule(build_py):
@@ -36,4 +47,4 @@ class Compiled(Distribution):
         return True
 
 
-setup(cmdclass={"build_py": BuildWithModule}, distclass=Compiled)
+setup(version=version(), cmdclass={"build_py": BuildWithModule}, distclass=Compiled)

@@ -11,7 +11,7 @@ format_packages=(clang-format)
 lint_packages=("${asan_packages[@]}" clang-tidy clang-format)
 counts_packages=("${test_packages[@]}")
 bench_packages=("${counts_packages[@]}" hdf5-tools netcdf-bin libhdf5-dev libnetcdf-dev libfmt-dev
-  libbenchmark-dev hyperfine linux-perf)
+  libbenchmark-dev hyperfine linux-perf python3-dev pybind11-dev python3-h5py)
 
 # Prints those of the given packages that are not installed.
 missing_packages() {
@@ -54,7 +54,7 @@ has_parts_of() {
         2>/dev/null
       ;;
     pybind11-dev) has_header_file pybind11/pybind11.h ;;
-    python3-pytest | python3-build | python3-wheel | python3-setuptools | python3-meshio)
+    python3-pytest | python3-build | python3-wheel | python3-setuptools | python3-meshio | python3-h5py)
       python3 -c "import ${1#python3-}" 2>/dev/null
       ;;
     python3-vtk9) python3 -c 'import vtkmodules' 2>/dev/null ;;

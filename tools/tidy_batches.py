@@ -15,7 +15,7 @@ import sys
 
 
 def product_sources(root):
-    for top in ("src", "app"):
+    for top in ("src", "app", "python"):
         for folder, _, names in os.walk(os.path.join(root, top)):
             yield from (os.path.join(folder, name) for name in names if name.endswith(".cpp"))
 
@@ -60,10 +60,12 @@ def main():
     database = []
     sizes = {}
     for key, sources in batches_of(product_sources(root)).items():
+        model = next((commands[source] for source in sources if source in commands), None)
+        if model is None:
+            continue  # the package for Python is built on demand
         path = os.path.join(folder, os.path.relpath(key, root).replace("/", "-") + ".cpp")
         with open(path, "w", encoding="utf-8") as file:
             file.write(text_of(sources))
-        model = next(commands[source] for source in sources if source in commands)
         command = model["command"].replace(model["file"], path)
         # Precompiled for another compiler.
         command = re.sub(r" -Winvalid-pch -include \S+cmake_pch\.hxx", "", command)

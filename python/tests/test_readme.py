@@ -5,6 +5,7 @@ import doctest
 import os
 import pathlib
 import re
+import subprocess
 
 from conftest import EXAMPLES
 
@@ -20,6 +21,13 @@ def test_the_example_prints_what_it_shows():
             assert len(test.examples) > 3
             results = doctest.DocTestRunner(optionflags=doctest.ELLIPSIS).run(test)
             assert results.failed == 0 and results.attempted == len(test.examples)
+
+
+def test_the_version_is_that_of_the_program():
+    import tev
+    answer = subprocess.run([os.environ["TEV_PROGRAM"], "--version"], check=True,
+                            capture_output=True, text=True).stdout
+    assert answer == f"tev {tev.__version__}\n"
 
 
 def test_the_package_is_the_one_of_this_build():

@@ -8,8 +8,10 @@
 
 from ._errors import (AmbiguousNameError, DamagedError, Error, NotAModelError,
                       UnsupportedVersionError)
-from ._model import (CACHE_BYTES, Faces, Field, Mesh, Model, Part, Result, Step, check, diff, open)
+from ._facts import Result, Step
+from ._model import CACHE_BYTES, Model, check, diff, open
 from ._native import VERSION as __version__
+from ._part import Faces, Field, Mesh, Part
 
 __all__ = ["AmbiguousNameError", "CACHE_BYTES", "DamagedError", "Error", "Faces", "Field", "Mesh",
            "Model", "NotAModelError", "Part", "Result", "Step", "UnsupportedVersionError",

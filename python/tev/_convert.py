@@ -7,13 +7,14 @@ from typing import TYPE_CHECKING, Any, Dict, List, Tuple
 import numpy as np
 import numpy.typing as npt
 
-from ._model import _text_of
+from ._facts import text_of
 
 if TYPE_CHECKING:
     import meshio
     import vtk
 
-    from ._model import Field, Mesh, Part, StepLike
+    from ._facts import StepLike
+    from ._part import Field, Mesh, Part
 
 _NODE_IDS = "Node Ids"
 _ELEMENT_IDS = "Element Ids"
@@ -24,7 +25,7 @@ _VTK_TYPES = np.array([0, 1, 3, 5, 9, 7], np.uint8)  # by the number of nodes; f
 
 def _fields_at(part: Part, step: StepLike) -> Tuple[List[Field], List[Field]]:
     """The fields of nodes and of elements; of several of one name the first."""
-    text = _text_of(step)
+    text = text_of(step)
     by_location: Dict[str, Dict[str, Field]] = {"node": {}, "element": {}}
     for field in part.fields:
         if (field.step.text if field.step else None) == text and field.location in by_location:

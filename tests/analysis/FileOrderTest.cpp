@@ -138,6 +138,30 @@ TEST(LoadInFileOrder, BlocksThatNeedOneAnother_AreVisitedOnceEach) {
   }
 }
 
+TEST(LoadInFileOrder, BlocksThatTheFileKeeps_AreNotInflatedAgain) {
+  for (const std::size_t ahead : {0U, 2U}) {
+    DescribedModel described(NeededLast({.split = StreamLayout::Split::AtCuts,
+                                         .packing = StreamLayout::Packing::Compressed,
+                                         .cuts = {8, 16}}));
+    described.tree.GetFile().GetIndex().KeepAllContents(1 << 20);
+    const CountedLoads loads(described);
+    for (int round = 0; round < 3; ++round) {
+      std::string found;
+      for (const std::size_t array : {0U, 5U, 1U, 4U, 3U}) {
+        const std::vector<WantedGroup> groups{{ArrayOf(described, array)}};
+        LoadInFileOrder({&described.tree, groups, {.threads = ahead}},
+                        [&](std::size_t /*place*/, const LoadedGroup& loaded) {
+                          found += static_cast<char>(loaded[0].Floats()[0]);
+                        });
+      }
+      std::ranges::sort(found);
+      EXPECT_EQ(found, "ABCDn");
+    }
+    EXPECT_EQ(loads.Blocks(), 3U) << ahead;
+    EXPECT_TRUE(loads.AreOnceEach());
+  }
+}
+
 TEST(LoadInFileOrder, OfTwoModels_HandsOutWhatStandsAtTheSamePlace) {
   const DescribedModel a(FourArrays());
   const DescribedModel b(FourArrays());

@@ -94,6 +94,7 @@ class CountedIndex {
     index_.ReadIndexBufferFromFileStream(stream_.Get(), index.size());
   }
 
+  void KeepAll(std::uint64_t bytes) { index_.KeepAllContents(bytes); }
   void Seek(unsigned long offset) { index_.SetBlockPosition("A", offset, stream_.Get()); }
 
   std::string Read(std::size_t length) {

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <ctime>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "CountedIndex.h"
 #include "support/ContainerWriter.h"
@@ -87,6 +90,41 @@ TEST(SeekWork, LargeBlocksSoughtAgain_AreKeptByTwo) {
   EXPECT_EQ(file.Loads(), 7U);
   file.Seek(0);
   EXPECT_EQ(file.Loads(), 8U);
+}
+
+TEST(SeekWork, BlocksThatAreAllKept_AreInflatedOnceWithinTheLimit) {
+  constexpr std::size_t kBlocks = 5;
+  const std::string block = tevtest::Compressed(std::string(kMany, 'x'));
+  const auto size = tevtest::Narrow(block.size());
+  for (const auto& [limit, loads] :
+       {std::pair(kBlocks * (kMany + 1000), kBlocks), std::pair(kMany, 2 * kBlocks + 1)}) {
+    CountedIndex file(IndexOf(Entry("A", size, true), kBlocks), Repeated(block, kBlocks));
+    file.KeepAll(limit);
+    for (std::size_t i = 0; i < 3 * kBlocks; ++i) {
+      file.Seek(i % kBlocks * kMany);
+      ASSERT_EQ(file.Read(1), "x");
+    }
+    if (limit > kBlocks * kMany) {
+      EXPECT_EQ(file.Loads(), loads);
+    } else {
+      EXPECT_GE(file.Loads(), loads);
+    }
+  }
+}
+
+TEST(KeptContents, ThatAreThereAlready_StayThoseOfTheFirstTime) {
+  KeptContents kept;
+  for (const char* text : {"first", "second"}) {
+    Block block;
+    const std::string_view bytes(text);
+    std::ranges::copy(bytes, block.RoomFor(static_cast<std::uint32_t>(bytes.size())).begin());
+    block.Append(static_cast<std::uint32_t>(bytes.size()));
+    kept.Keep(7, std::move(block));
+  }
+  auto found = kept.Take(7);
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found->GetSize(), 5U);
+  EXPECT_FALSE(kept.Take(7));
 }
 
 TEST(SeekWork, RefusedBlock_IsReadOnceAndRefusedEachTime) {

@@ -1,10 +1,9 @@
 // Writes the models that the tests of the Python package read, to standard output:
 //
-//   write_models small NAME      one model
-//   write_models mutants STRIDE  every STRIDE-th way to damage a dozen small models: for each file
+//   python_models small NAME      one model
+//   python_models mutants STRIDE  every STRIDE-th way to damage a dozen small models: for each file
 //                                its length (32 bits, little-endian) and its bytes
 
-#include <array>
 #include <cstdint>
 #include <iostream>
 #include <map>
@@ -12,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "../Mutants.h"
 #include "support/SmallModel.h"
 #include "support/VariedModels.h"
+#include "sweep/Mutants.h"
 
 namespace {
 
