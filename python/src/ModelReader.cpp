@@ -159,11 +159,17 @@ ModelReader::ModelReader(const std::string& path, std::uint64_t cacheBytes) : pr
   }
 }
 
-ModelReader::~ModelReader() = default;
+ModelReader::~ModelReader() {
+  if (IsInheritedByFork()) {
+    static_cast<void>(opened_.release());  // to close the file would move the place in the other's
+  }
+}
+
+bool ModelReader::IsInheritedByFork() const { return getpid() != process_; }
 
 template <class Work>
 auto ModelReader::Locked(const Work& work) {
-  if (getpid() != process_) {
+  if (IsInheritedByFork()) {
     throw std::runtime_error("the model was opened before this process was forked: open it anew");
   }
   const std::scoped_lock lock(mutex_);
@@ -178,11 +184,17 @@ auto ModelReader::Locked(const Work& work) {
 }
 
 void ModelReader::Close() {
+  if (IsInheritedByFork()) {
+    return;
+  }
   const std::scoped_lock lock(mutex_);
   opened_.reset();
 }
 
 bool ModelReader::IsClosed() const {
+  if (IsInheritedByFork()) {
+    return true;
+  }
   const std::scoped_lock lock(mutex_);
   return opened_ == nullptr;
 }

@@ -34,7 +34,7 @@ struct LoadedFaces {
 /// A model that is open for Python. Threads may share it: one at a time is in it. Numbers that were
 /// loaded stay valid without it.
 ///
-/// Every function throws a ReadFailure, std::invalid_argument once the model is closed, and
+/// Every other function throws a ReadFailure, std::invalid_argument once the model is closed, and
 /// std::runtime_error in a process that was forked off after the model was opened: both would move
 /// the place in the file under each other.
 class ModelReader {
@@ -51,6 +51,7 @@ class ModelReader {
 
   /// Lets the file go. To be called as often as one likes.
   void Close();
+  /// Also where it was opened before a fork. This and Close throw nothing.
   [[nodiscard]] bool IsClosed() const;
 
   /// The entry of `tev info --jsonl`.
@@ -77,6 +78,7 @@ class ModelReader {
  private:
   struct Opened;
 
+  [[nodiscard]] bool IsInheritedByFork() const;
   template <class Work>
   auto Locked(const Work& work);
 

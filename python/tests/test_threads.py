@@ -110,7 +110,9 @@ def test_a_forked_process_is_told_to_open_the_model_anew():
         if child == 0:
             status = 1
             try:
-                model.fields
+                assert model.closed
+                model.close()
+                model.info
             except RuntimeError:
                 with tev.open(model.path) as own:
                     status = 0 if len(own.fields[0].values) > 0 else 2

@@ -156,8 +156,8 @@ class Model:
         if self.closed:
             return html.escape(repr(self))
         return html_table(self.info["title"] or self.path, ("Id", "Part", "Kind", "Nodes", "Elements"),
-                      [(part.id, part.name, part.kind, part.nodes, part.elements)
-                       for part in self.parts])
+                          [(part.id, part.name, part.kind, part.nodes, part.elements)
+                           for part in self.parts])
 
     @lazy
     def _field_facts(self) -> List[Dict[str, Any]]:

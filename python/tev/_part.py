@@ -126,9 +126,9 @@ class Field:
     def ids(self) -> npt.NDArray[np.int64]:
         """Ids of the nodes or elements that the tuples belong to: int64, shape (count,), or (0,)."""
         mesh = self.part.mesh(self.step)
-        return {"node": lambda: mesh.node_ids,
-                "element": lambda: mesh.element_ids}.get(self.location,
-                                                         lambda: np.empty(0, np.int64))()
+        if self.location == "node":
+            return mesh.node_ids
+        return mesh.element_ids if self.location == "element" else np.empty(0, np.int64)
 
     def statistics(self) -> Dict[str, Any]:
         """What `tev results --stats --json` has as "statistics".
@@ -246,7 +246,7 @@ class Part:
             if (field.step.text if field.step else None) == wanted:
                 return field
         raise not_found("step", "" if wanted is None else wanted,
-                         [field.step.text if field.step else "" for field in fields])
+                        [field.step.text if field.step else "" for field in fields])
 
     def to_meshio(self, step: StepLike = None) -> "meshio.Mesh":
         """A meshio.Mesh of the mesh and the fields at a step. Raises ImportError without meshio.
@@ -271,8 +271,8 @@ class Part:
 
     def _repr_html_(self) -> str:
         return html_table(f"Part {self.name}", ("Result", "Step", "Location", "Components", "Count"),
-                      [(field.result, field.step.text if field.step else "", field.location,
-                        field.components, field.count) for field in self.fields])
+                          [(field.result, field.step.text if field.step else "", field.location,
+                            field.components, field.count) for field in self.fields])
 
     def __reduce__(self) -> Any:
         return _part_at, (self.model, self._place)
