@@ -15,9 +15,7 @@ std::optional<LbtLbf::NumberedBlock> RefusedBlock(const std::exception& exceptio
 
 void RequireReadable(const Input& input, bool mayBeOther) {
   if (input.failure && !(mayBeOther && input.failure->Code() == FailureCode::NotAModel)) {
-    ReadFailure failure(*input.failure);
-    failure.path = input.path;
-    throw failure;
+    throw ReadFailure(*input.failure, {}, input.path);
   }
 }
 

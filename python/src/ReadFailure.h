@@ -21,12 +21,15 @@ struct DamagedPlace {
 /// Why a file, or something in it, cannot be read: what becomes an exception of Python.
 class ReadFailure : public std::runtime_error {
  public:
-  explicit ReadFailure(const Failure& failure, DamagedPlace where = {})
-      : std::runtime_error(failure.what()), code(failure.Code()), place(std::move(where)) {}
+  explicit ReadFailure(const Failure& failure, DamagedPlace where = {}, std::string file = {})
+      : std::runtime_error(failure.what()),
+        code(failure.Code()),
+        place(std::move(where)),
+        path(std::move(file)) {}
 
   FailureCode code;
   DamagedPlace place;
-  std::string path{};  ///< of a file that cannot be opened, else empty
+  std::string path;  ///< of a file that cannot be opened, else empty
 };
 
 /// Throws a ReadFailure for a file that cannot be opened; for one that is no model, too, unless

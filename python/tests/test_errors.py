@@ -135,6 +135,17 @@ def test_load_gives_what_it_can_and_raises_for_the_rest(damaged):
             assert field.values.tobytes() == sound.fields[field._place].values.tobytes()
 
 
+def test_nothing_is_written_about_a_block_that_cannot_be_inflated(damaged, capfd):
+    path = damaged(878364 + 40000, b"\0" * 2000)
+    with tev.open(path) as model:
+        with pytest.raises(tev.DamagedError):
+            model.load(model.fields)
+        assert model.fields[0].statistics()
+    assert tev.check(path)["verdict"] == "damaged"
+    assert tev.diff(path, path)["complete"] is False
+    assert capfd.readouterr() == ("", "")
+
+
 def test_statistics_and_meshes_of_damaged_blocks_raise(damaged):
     path = damaged(878364 + 40000, b"\0" * 2000)
     with tev.open(path) as model:
