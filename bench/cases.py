@@ -274,6 +274,33 @@ class Python(Case):
         goals.at_least("fields from Python against `h5py`", self.rival.median / self.ours.median, 1)
 
 
+class Export(Case):
+    key = "export"
+    title = "Export"
+    models = ("dump",)
+    note = ("The dump's model as XDMF, and the same values by a program of h5py from the HDF5 file of "
+            "the other cases: both inflate, and store with shuffled bytes at deflate level 1.")
+
+    def prepare(self):
+        rival = self.arena.path("dump.hdf5")
+        self.arena.call([self.arena.program("bench_rivals"), "hdf5", self.model("dump"), rival])
+        self.ours = self.runner("`tev export`",
+                                [self.arena.program("tev"), "export", self.model("dump"), "-o",
+                                 self.arena.path("export.xdmf")])
+        self.rival = self.runner("program on h5py", [
+            "/usr/bin/python3", os.path.join(os.path.dirname(__file__), "h5py_export.py"), rival,
+            self.arena.path("export-rival.h5")])
+        for runner in self.runners:
+            self.arena.output(runner)
+        sizes = [os.path.getsize(self.arena.path(name))
+                 for name in ("export.h5", "export-rival.h5")]
+        require(0.8 < sizes[0] / sizes[1] < 1.25, f"the exports have {sizes} bytes")
+
+    def judge(self, goals):
+        goals.at_least("export against the same by h5py",
+                       self.rival.median / self.ours.median, 1)
+
+
 class ManyNodes(Case):
     key = "nodes"
     title = "Report, many nodes"
@@ -393,4 +420,4 @@ class Sweep(Case):
                 "TevInfo does not report on each file")
 
 
-CASES = (Dump, Statistics, Diff, Python, ManyNodes, MuchData, Start, Sweep)
+CASES = (Dump, Statistics, Diff, Python, Export, ManyNodes, MuchData, Start, Sweep)

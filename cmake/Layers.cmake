@@ -2,14 +2,14 @@
 # only the headers of its own and of those below: the headers stand in one include/ tree, so each
 # layer gets an include root of its own in the build tree, with a link to each of its headers. An
 # include that points upwards therefore does not compile. The rooms on top stand side by side: all
-# link the uppermost layer, and none sees another.
+# link the uppermost layer, and none sees another; "exchange" stands on one of them.
 
 find_package(Boost REQUIRED)
 find_package(ZLIB REQUIRED)
 
 set(layersInOrder util log lbf adt tev)
 set(roomsOnTop report check analysis)
-set(TEVINFO_LAYERS ${layersInOrder} ${roomsOnTop})
+set(TEVINFO_LAYERS ${layersInOrder} ${roomsOnTop} exchange)
 set(TEVINFO_DIR_util Lbt/Util)
 set(TEVINFO_DIR_log Lbt/Log)
 set(TEVINFO_DIR_lbf Lbt/Lbf)
@@ -18,6 +18,7 @@ set(TEVINFO_DIR_tev Lbt/Tev)
 set(TEVINFO_DIR_report Lbt/Tev/TevInfo)
 set(TEVINFO_DIR_check Lbt/Tev/Check)
 set(TEVINFO_DIR_analysis Lbt/Tev/Analysis)
+set(TEVINFO_DIR_exchange Lbt/Tev/Exchange)
 
 # Makes "root"/"dir" hold a link to each of the given headers and nothing else.
 function(tevinfo_stage_headers root dir)
@@ -87,6 +88,8 @@ foreach(room IN LISTS roomsOnTop)
   tevinfo_layer(${room} "${below}")
   list(APPEND TEVINFO_LAYER_TARGETS lbt_${room})
 endforeach()
+tevinfo_layer(exchange analysis)
+list(APPEND TEVINFO_LAYER_TARGETS lbt_exchange)
 
 # Its loops run over millions of numbers. -O3 makes wide instructions of them, also of roots where
 # these need not set errno.
@@ -97,3 +100,16 @@ target_link_libraries(lbt_util ${lbt_util_SCOPE} Boost::headers)
 target_link_libraries(lbt_lbf ${lbt_lbf_SCOPE} ZLIB::ZLIB)
 find_package(Threads REQUIRED)
 target_link_libraries(lbt_analysis ${lbt_analysis_SCOPE} Threads::Threads)
+
+# HDF5 is loaded when it is used, by the name that programs linked with it would have: only its headers
+# are needed here. Without them there are two formats less.
+find_path(HDF5_HEADERS hdf5.h PATH_SUFFIXES hdf5/serial)
+find_library(HDF5_BINARY NAMES hdf5_serial hdf5)
+mark_as_advanced(HDF5_HEADERS HDF5_BINARY)
+target_link_libraries(lbt_exchange ${lbt_exchange_SCOPE} ${CMAKE_DL_LIBS})
+if(HDF5_HEADERS AND HDF5_BINARY)
+  file(REAL_PATH "${HDF5_BINARY}" hdf5Library)
+  string(REGEX MATCH "[^/]+\\.so\\.[0-9]+" hdf5Library "${hdf5Library}")
+  target_include_directories(lbt_exchange SYSTEM PRIVATE "${HDF5_HEADERS}")
+  target_compile_definitions(lbt_exchange PRIVATE "TEVINFO_HDF5_LIBRARY=\"${hdf5Library}\"")
+endif()

@@ -29,7 +29,7 @@ file(GLOB companionSources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/app/tev/*.cp
 if(companionSources)
   find_package(CLI11 REQUIRED)
   find_package(nlohmann_json REQUIRED)
-  tevinfo_program(tev tev_app tev lbt_report lbt_check lbt_analysis CLI11::CLI11
+  tevinfo_program(tev tev_app tev lbt_report lbt_check lbt_exchange CLI11::CLI11
     nlohmann_json::nlohmann_json)
   # Its headers take longer to compile than the verb that uses them.
   target_precompile_headers(tev_app PRIVATE <CLI/CLI.hpp>)

@@ -62,7 +62,7 @@ _tev() {
     word="${COMP_WORDS[i]}"
     case "$word" in
       -o | --output | --files0-from | --depth | --part | --result | --step | -j | --jobs | --format | \
-        --rtol | --atol) i+=1 ;;
+        --rtol | --atol | --cells) i+=1 ;;
       -?*) ;;
       *)
         ((arguments++ == 0)) && model="${word//\\/}" && model="${model/#\~\//$HOME/}"
@@ -77,6 +77,7 @@ _tev() {
       return
       ;;
     --format) _tev_reply < <(printf '%s\n' csv npy); return ;;
+    --cells) _tev_reply < <(printf '%s\n' auto); return ;;
     --depth | --rtol | --atol | -j | --jobs) return ;;
     -o | --output | --files0-from) _tev_files; return ;;
   esac

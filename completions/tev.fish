@@ -17,7 +17,7 @@ function __tev_arguments
     for word in (commandline -opc)[3..-1]
         if test $skip = 1
             set skip 0
-        else if contains -- $word -o --output --files0-from --depth --part --result --step -j --jobs --format --rtol --atol
+        else if contains -- $word -o --output --files0-from --depth --part --result --step -j --jobs --format --rtol --atol --cells
             set skip 1
         else if not string match -q -- '-?*' $word
             echo $word
@@ -50,12 +50,13 @@ set -l has_verb 'test (count (commandline -opc)) -gt 1'
 complete -c tev -n "not $has_verb" -f -a '(__tev_verbs) --help --version'
 complete -c tev -n '__fish_seen_subcommand_from help' -f -a '(__tev_verbs)'
 complete -c tev -n "$has_verb; and string match -q -- '-*' (commandline -ct)" -f -a '(__tev_options)'
-set -l of_fields '__fish_seen_subcommand_from results values diff'
+set -l of_fields '__fish_seen_subcommand_from results values diff export'
 complete -c tev -n "$of_fields" -l part -x -a '(__tev_names parts)'
 complete -c tev -n "$of_fields" -l result -x -a '(__tev_names results)'
 complete -c tev -n "$of_fields" -l step -x -a '(__tev_names steps)'
 complete -c tev -n '__fish_seen_subcommand_from results diff' -s j -l jobs -x
 complete -c tev -n '__fish_seen_subcommand_from values' -l format -x -a 'csv npy'
+complete -c tev -n '__fish_seen_subcommand_from export' -l cells -x -a auto
 complete -c tev -n '__fish_seen_subcommand_from diff' -l rtol -x
 complete -c tev -n '__fish_seen_subcommand_from diff' -l atol -x
 complete -c tev -n '__fish_seen_subcommand_from tree' -l depth -x

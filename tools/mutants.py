@@ -30,6 +30,7 @@ LAYERS = {
     "Tev/TevInfo": "report",
     "Tev/Check": "check",
     "Tev/Analysis": "analysis",
+    "Tev/Exchange": "exchange",
 }
 
 # What is looked for in a line of code, and what takes its place.

@@ -1,17 +1,19 @@
 # The Debian packages that the verbs of ./dev need, and their installation where they are missing.
 # Sourced, never run.
 
-build_packages=(g++ cmake ninja-build zlib1g-dev libboost-dev libcli11-dev nlohmann-json3-dev)
-test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema python3-numpy)
+build_packages=(g++ cmake ninja-build zlib1g-dev libboost-dev libcli11-dev nlohmann-json3-dev
+  libhdf5-dev)
+test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema python3-numpy
+  python3-h5py python3-meshio python3-vtk9)
 python_packages=("${test_packages[@]}" python3-dev pybind11-dev python3-pytest python3-build
-  python3-wheel python3-setuptools python3-meshio python3-vtk9)
+  python3-wheel python3-setuptools)
 asan_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
 coverage_packages=("${test_packages[@]}" gcovr)
 format_packages=(clang-format)
 lint_packages=("${asan_packages[@]}" clang-tidy clang-format)
 counts_packages=("${test_packages[@]}")
-bench_packages=("${counts_packages[@]}" hdf5-tools netcdf-bin libhdf5-dev libnetcdf-dev libfmt-dev
-  libbenchmark-dev hyperfine linux-perf python3-dev pybind11-dev python3-h5py)
+bench_packages=("${counts_packages[@]}" hdf5-tools netcdf-bin libnetcdf-dev libfmt-dev
+  libbenchmark-dev hyperfine linux-perf python3-dev pybind11-dev)
 
 # Prints those of the given packages that are not installed.
 missing_packages() {

@@ -27,6 +27,12 @@ void AddPatterns(CLI::App& app, const char* name, std::vector<std::string>& patt
       ->option_text("PATTERN");
 }
 
+std::string NameAt(const Model& model, std::size_t part, const std::string& what,
+                   std::optional<std::size_t> step) {
+  return "part " + QuotedText(model.Parts()[part].name) + ", " + what +
+         (step ? ", step " + QuotedText(model.Steps()[*step].text) : "");
+}
+
 template <class T>
 std::string ShortestText(T number) {
   if (!std::isfinite(number)) {
@@ -58,12 +64,11 @@ void AddJobsOption(CLI::App& app, const std::shared_ptr<unsigned int>& jobs) {
 }
 
 std::string NameOfField(const Model& model, const FieldOfPart& field) {
-  std::string name = "part " + QuotedText(model.Parts()[field.part].name) + ", result " +
-                     QuotedText(field.field->result);
-  if (field.field->step) {
-    name += ", step " + QuotedText(model.Steps()[*field.field->step].text);
-  }
-  return name;
+  return NameAt(model, field.part, "result " + QuotedText(field.field->result), field.field->step);
+}
+
+std::string NameOfMesh(const Model& model, std::size_t part, std::optional<std::size_t> step) {
+  return NameAt(model, part, "mesh", step);
 }
 
 std::string StepText(const Model& model, std::optional<std::size_t> step) {

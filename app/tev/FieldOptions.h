@@ -40,6 +40,10 @@ auto Selecting(const std::string& path, const Select& select) {
 [[nodiscard]] std::string NameOfField(const LbtTev::Analysis::Model& model,
                                       const LbtTev::Analysis::FieldOfPart& field);
 
+/// "part "Arm", mesh, step "Time = 1"": the same of a mesh.
+[[nodiscard]] std::string NameOfMesh(const LbtTev::Analysis::Model& model, std::size_t part,
+                                     std::optional<std::size_t> step);
+
 /// The text of a step; empty for none.
 [[nodiscard]] std::string StepText(const LbtTev::Analysis::Model& model,
                                    std::optional<std::size_t> step);

@@ -14,7 +14,6 @@
 #include "Lbt/Tev/Analysis/Statistics.h"
 #include "tev/FieldOptions.h"
 #include "tev/ValueForms.h"
-#include "tev/VisibleText.h"
 
 namespace {
 
@@ -58,12 +57,6 @@ struct CheckedMesh {
   std::exception_ptr failure;
 };
 
-/// "part "Arm", mesh, step "Time = 1"".
-std::string NameOfMesh(const Model& model, const AskedFaces& asked) {
-  return "part " + QuotedText(model.Parts()[asked.part].name) + ", mesh" +
-         (asked.step ? ", step " + QuotedText(model.Steps()[*asked.step].text) : "");
-}
-
 /// The numbers of all meshes, in their order: all that was asked for is in memory, since how many
 /// columns a table has is known at its end.
 std::vector<CheckedMesh> LoadFaces(const Model& model, const std::vector<AskedFaces>& asked) {
@@ -96,7 +89,7 @@ std::optional<LoadedFaces> FacesOf(const Model& model, const AskedFaces& asked,
   const bool hasFaces = mesh.failure == nullptr;
   const std::exception_ptr failure = hasFaces ? loaded[2].failure : mesh.failure;
   if (failure != nullptr) {
-    writer.AddMissing(NameOfMesh(model, asked) + ": " + FailureOf(failure).what());
+    writer.AddMissing(NameOfMesh(model, asked.part, asked.step) + ": " + FailureOf(failure).what());
   }
   return hasFaces ? std::optional(
                         LoadedFaces{loaded[0].Wholes(), loaded[1].Wholes(), loaded[2].Floats()})

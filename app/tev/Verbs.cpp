@@ -34,7 +34,7 @@ void AddProgressFlag(CLI::App& app, const std::shared_ptr<FileRun>& run, const c
 const std::vector<Verb>& Verbs() {
   static const std::vector<Verb> verbs{ListVerb(),   InfoVerb(),  TreeVerb(), ResultsVerb(),
                                        ValuesVerb(), DiffVerb(),  SetsVerb(), CheckVerb(),
-                                       BlocksVerb(), BlockVerb(), CdfVerb()};
+                                       BlocksVerb(), BlockVerb(), CdfVerb(),  ExportVerb()};
   return verbs;
 }
 

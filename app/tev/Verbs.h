@@ -97,6 +97,7 @@ void AddModel(CLI::App& app, const std::shared_ptr<FileRun>& run);
 [[nodiscard]] Verb BlocksVerb();
 [[nodiscard]] Verb CdfVerb();
 [[nodiscard]] Verb CheckVerb();
+[[nodiscard]] Verb ExportVerb();
 [[nodiscard]] Verb InfoVerb();
 [[nodiscard]] Verb ListVerb();
 [[nodiscard]] Verb ResultsVerb();

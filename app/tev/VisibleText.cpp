@@ -9,37 +9,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Lbt/Util/Utf8.h"
+
+using Lbt::Util::FirstOfUtf8;
+using Lbt::Util::Utf8Character;
+
 namespace {
-
-/// The form that all sequences with a first byte have.
-struct Form {
-  std::size_t length;
-  std::uint32_t bits;   // of the code point in the first byte
-  std::uint32_t least;  // less would be a longer form than needed
-};
-
-Form FormOf(unsigned char first) {
-  if (first < 0x80) {
-    return {1, first, 0};
-  }
-  if (first >= 0xC0 && first < 0xE0) {
-    return {2, first & 0x1FU, 0x80};
-  }
-  if (first >= 0xE0 && first < 0xF0) {
-    return {3, first & 0x0FU, 0x800};
-  }
-  if (first >= 0xF0 && first < 0xF8) {
-    return {4, first & 0x07U, 0x10000};
-  }
-  return {0, 0, 0};
-}
-
-bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80; }
-
-bool IsScalar(std::uint32_t point, std::uint32_t least) {
-  const bool isSurrogate = point >= 0xD800 && point < 0xE000;
-  return point >= least && point <= 0x10FFFF && !isSurrogate;
-}
 
 /// Marks that turn the direction of text around would show a name as another one.
 bool IsDirection(std::uint32_t point) {
@@ -52,29 +27,10 @@ bool IsControl(std::uint32_t point) {
   return point < 0x20 || (point >= 0x7F && point < 0xA0) || IsDirection(point);
 }
 
-struct Character {
-  std::size_t length;  // in bytes
-  std::uint32_t point;
-};
-
-/// The character that "text" starts with; of length 0 where it starts with no valid UTF-8.
-Character FirstOfAll(std::string_view text) {
-  const Form form = FormOf(static_cast<unsigned char>(text.front()));
-  const std::string_view rest = text.substr(1, form.length == 0 ? 0 : form.length - 1);
-  if (rest.size() + 1 != form.length || !std::ranges::all_of(rest, IsContinuation)) {
-    return {};
-  }
-  std::uint32_t point = form.bits;
-  for (const char c : rest) {
-    point = (point << 6U) | (static_cast<unsigned char>(c) & 0x3FU);
-  }
-  return IsScalar(point, form.least) ? Character{form.length, point} : Character{};
-}
-
-/// The same, where it is printable.
-Character FirstCharacter(std::string_view text) {
-  const Character character = FirstOfAll(text);
-  return IsControl(character.point) ? Character{} : character;
+/// The character that "text" starts with, where it is printable; else of length 0.
+Utf8Character FirstCharacter(std::string_view text) {
+  const Utf8Character character = FirstOfUtf8(text);
+  return IsControl(character.point) ? Utf8Character{} : character;
 }
 
 /// How many bytes "text" begins with that are printable characters of ASCII. Most names are nothing
@@ -122,7 +78,7 @@ std::string EscapedForJson(std::string_view json) {
     if (json.empty()) {
       break;
     }
-    const Character character = FirstOfAll(json);
+    const Utf8Character character = FirstOfUtf8(json);
     const std::size_t length = std::max<std::size_t>(character.length, 1);
     if (character.point >= 0x7F && IsControl(character.point)) {
       constexpr std::string_view kDigits = "0123456789abcdef";
@@ -159,7 +115,7 @@ std::size_t WidthOf(std::string_view text) {
     if (text.empty()) {
       break;
     }
-    const Character character = FirstCharacter(text);
+    const Utf8Character character = FirstCharacter(text);
     width += ColumnsOf(character.point);
     text.remove_prefix(std::max<std::size_t>(character.length, 1));
   }
@@ -169,7 +125,7 @@ std::size_t WidthOf(std::string_view text) {
 std::string FirstColumns(std::string_view text, std::size_t columns) {
   std::string_view rest = text;
   while (!rest.empty()) {
-    const Character character = FirstCharacter(rest);
+    const Utf8Character character = FirstCharacter(rest);
     const std::size_t width = ColumnsOf(character.point);
     if (width > columns) {
       break;

@@ -22,6 +22,7 @@ constexpr std::array kHeaderPlaces{
     Place{"Lbt/Tev/TevInfo/", Layer::Report},
     Place{"Lbt/Tev/Check/", Layer::Check},
     Place{"Lbt/Tev/Analysis/", Layer::Analysis},
+    Place{"Lbt/Tev/Exchange/", Layer::Exchange},
     Place{"Lbt/Tev/", Layer::Tev},
     Place{"Lbt/Adt/", Layer::Adt},
     Place{"Lbt/Lbf/", Layer::Lbf},
@@ -32,14 +33,14 @@ constexpr std::array kHeaderPlaces{
 };
 
 constexpr std::array kTestPlaces{
-    Place{"util/", Layer::Util},   Place{"log/", Layer::Log},
-    Place{"lbf/", Layer::Lbf},     Place{"adt/", Layer::Adt},
-    Place{"tev/", Layer::Tev},     Place{"report/", Layer::Report},
-    Place{"check/", Layer::Check}, Place{"analysis/", Layer::Analysis},
-    Place{"app/", Layer::App},     Place{"run/", Layer::None},
-    Place{"layout/", Layer::None}, Place{"support/", Layer::None},
-    Place{"sweep/", Layer::App},   Place{"install/", Layer::Library},
-    Place{"fuzz/", Layer::None},
+    Place{"util/", Layer::Util},         Place{"log/", Layer::Log},
+    Place{"lbf/", Layer::Lbf},           Place{"adt/", Layer::Adt},
+    Place{"tev/", Layer::Tev},           Place{"report/", Layer::Report},
+    Place{"check/", Layer::Check},       Place{"analysis/", Layer::Analysis},
+    Place{"exchange/", Layer::Exchange}, Place{"app/", Layer::App},
+    Place{"run/", Layer::None},          Place{"layout/", Layer::None},
+    Place{"support/", Layer::None},      Place{"sweep/", Layer::App},
+    Place{"install/", Layer::Library},   Place{"fuzz/", Layer::None},
 };
 
 // Fuzzers and benchmarks stand on the library, as a program does, but never on a program. The
@@ -106,11 +107,12 @@ bool IsForTests(std::string_view path, std::string_view included) {
          (included.starts_with("support/") && !MayUseHelpers(path));
 }
 
-bool IsRoom(Layer layer) { return layer >= Layer::Report && layer <= Layer::Analysis; }
+bool IsRoom(Layer layer) { return layer >= Layer::Report && layer <= Layer::Exchange; }
 
 /// Whether a file of one layer may include headers of another one.
 bool Sees(Layer layer, Layer other) {
-  return other == layer || (other < layer && !(IsRoom(layer) && IsRoom(other)));
+  const bool isBelow = layer == Layer::Exchange && other == Layer::Analysis;
+  return other == layer || isBelow || (other < layer && !(IsRoom(layer) && IsRoom(other)));
 }
 
 /// What is wrong with an include; empty where it is allowed.
@@ -136,8 +138,9 @@ std::string FaultOf(std::string_view path, Layer layer, std::string_view include
 }  // namespace
 
 std::string_view NameOf(Layer layer) {
-  constexpr std::array<std::string_view, 11> kNames{
-      "none", "util", "log", "lbf", "adt", "tev", "report", "check", "analysis", "library", "app"};
+  constexpr std::array<std::string_view, 12> kNames{"none",     "util",     "log",     "lbf",
+                                                    "adt",      "tev",      "report",  "check",
+                                                    "analysis", "exchange", "library", "app"};
   return kNames.at(static_cast<std::size_t>(layer));
 }
 

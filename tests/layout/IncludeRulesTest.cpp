@@ -51,6 +51,18 @@ TEST(IncludeRules, RoomsThatStandSideBySide_DoNotSeeEachOther) {
   }
 }
 
+TEST(IncludeRules, Exchange_SeesTheAnalysisAndNoOtherRoom) {
+  for (const std::string room : {"TevInfo", "Check", "Analysis"}) {
+    EXPECT_EQ(
+        FaultsIn("src/Lbt/Tev/Exchange/Y.cpp", "#include \"Lbt/Tev/" + room + "/X.h\"").size(),
+        room == "Analysis" ? 0U : 1U)
+        << room;
+    EXPECT_EQ(
+        FaultsIn("src/Lbt/Tev/" + room + "/Y.cpp", "#include \"Lbt/Tev/Exchange/X.h\"").size(), 1U)
+        << room;
+  }
+}
+
 TEST(IncludeRules, IncludeOfTheProgramInTheLibrary_IsFound) {
   EXPECT_EQ(FaultsIn("src/Lbt/Tev/TevInfo/Summary.cpp", "#include \"TevInfo/RunDriver.h\"\n"),
             Faults{"src/Lbt/Tev/TevInfo/Summary.cpp:1: layer report includes "

@@ -61,9 +61,9 @@ TEST(Repository, EveryLayer_IsAmongTheFilesThatAreRead) {
       seen.insert(*layer);
     }
   }
-  EXPECT_EQ(seen,
-            (std::set{Layer::None, Layer::Util, Layer::Log, Layer::Lbf, Layer::Adt, Layer::Tev,
-                      Layer::Report, Layer::Check, Layer::Analysis, Layer::Library, Layer::App}));
+  EXPECT_EQ(seen, (std::set{Layer::None, Layer::Util, Layer::Log, Layer::Lbf, Layer::Adt,
+                            Layer::Tev, Layer::Report, Layer::Check, Layer::Analysis,
+                            Layer::Exchange, Layer::Library, Layer::App}));
 }
 
 TEST(Repository, EveryHeader_IsGuardedByPragmaOnce) {

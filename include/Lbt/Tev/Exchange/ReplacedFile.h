@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <ostream>
+#include <span>
+#include <string>
+
+#include "Lbt/Util/OutputStream.h"
+
+namespace LbtTev::Exchange {
+
+/// Throws "Write Error" with the system's reason for the last failure of a call: "cannot write: No
+/// space left on device".
+[[noreturn]] void RaiseWriteError(const std::string& what);
+
+/// A file that is written beside the one that it is to replace, and takes its place as a whole; or
+/// goes away where it is not complete. What throws throws "Write Error".
+class ReplacedFile {
+ public:
+  /// "path" may be a link to a file, which stays. Opens nothing where it names something else than
+  /// a file; throws then.
+  explicit ReplacedFile(std::string path);
+  ~ReplacedFile();
+  ReplacedFile(const ReplacedFile&) = delete;
+  ReplacedFile& operator=(const ReplacedFile&) = delete;
+
+  /// Where it is while it is written.
+  [[nodiscard]] const std::string& Path() const { return temporary_; }
+  [[nodiscard]] std::ostream& Stream() { return *stream_; }
+
+  /// Throws where not all has been written.
+  void Finish();
+
+  /// Takes the place, after Finish.
+  void Commit();
+
+ private:
+  std::string path_;
+  std::string temporary_;
+  std::unique_ptr<Lbt::Util::DescriptorStream> stream_;
+};
+
+/// A folder that is filled beside the one that it is to replace.
+class ReplacedFolder {
+ public:
+  /// An existing folder is only replaced where it has nothing but files that end in "suffix".
+  ReplacedFolder(std::string path, std::string suffix);
+  ~ReplacedFolder();
+  ReplacedFolder(const ReplacedFolder&) = delete;
+  ReplacedFolder& operator=(const ReplacedFolder&) = delete;
+
+  [[nodiscard]] const std::string& Path() const { return temporary_; }
+  void Commit();
+
+ private:
+  void RequireOwn() const;
+
+  std::string path_;
+  std::string suffix_;
+  std::string temporary_;
+};
+
+/// Bytes on their way into a file, which are written in any order: a file without a name in the
+/// folder of the one that they are for.
+class Spool {
+ public:
+  explicit Spool(const std::string& path);
+  ~Spool();
+  Spool(const Spool&) = delete;
+  Spool& operator=(const Spool&) = delete;
+
+  void Write(std::uint64_t position, std::span<const std::byte> bytes);
+  /// What was never written is zero.
+  void Read(std::uint64_t position, std::span<std::byte> bytes) const;
+
+ private:
+  int descriptor_;
+};
+
+}  // namespace LbtTev::Exchange

@@ -1,0 +1,50 @@
+// Checks the mesh of a part and goes through its elements.
+
+#include "PartMesh.h"
+
+#include <exception>
+
+#include "Lbt/Log/Raise.h"
+
+namespace LbtTev::Exchange {
+
+using Analysis::LoadedGroup;
+using Analysis::MeshVariables;
+
+Analysis::WantedGroup WantedMesh(const MeshVariables& mesh) {
+  return {{mesh.coordinates}, {mesh.faces, true}, {mesh.lengths, true}};
+}
+
+LoadedMesh::LoadedMesh(const MeshVariables& mesh, const LoadedGroup& loaded)
+    : coordinates(loaded[0].Floats()),
+      hasFaces(mesh.faces != nullptr),
+      faces(loaded[1].Wholes()),
+      lengths(loaded[2].Wholes()) {
+  if (const std::exception_ptr failure = FailureOf(loaded); failure != nullptr) {
+    std::rethrow_exception(failure);
+  }
+  RequireThreeCoordinates(mesh);
+  coordinates = coordinates.first(Points() * 3);
+  if (hasFaces) {
+    Analysis::CheckFaces(Analysis::ExtentOf(faces, lengths), Points());
+  }
+}
+
+Analysis::UsedNodes LoadedMesh::Used() const {
+  return hasFaces ? Analysis::UsedNodes(faces, lengths, Points()) : Analysis::UsedNodes(Points());
+}
+
+void RaiseNoMesh() {
+  Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ModelError,
+                  "No part has a mesh that can be read", "include/Lbt/Tev/Exchange/Contents");
+}
+
+TakenShapes ShapesOf(const LoadedMesh& mesh, const CellRules& rules) {
+  TakenShapes taken;
+  ForCells(mesh, rules, [&](CellShape shape, std::span<const unsigned int> nodes) {
+    ++taken[{nodes.size(), shape}];
+  });
+  return taken;
+}
+
+}  // namespace LbtTev::Exchange

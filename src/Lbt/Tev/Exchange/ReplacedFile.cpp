@@ -1,0 +1,196 @@
+// Writes files and folders beside those that they replace.
+
+#include "Lbt/Tev/Exchange/ReplacedFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "Lbt/Log/Raise.h"
+#include "Lbt/Util/FileAccess.h"
+
+namespace LbtTev::Exchange {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr mode_t kFileMode = 0666;  // less the user's umask
+constexpr mode_t kAllOfMode = 07777;
+
+/// What a link leads to; the path itself where there is nothing yet.
+fs::path TargetOf(const std::string& path) {
+  std::error_code error;
+  const fs::path target = fs::canonical(path, error);
+  return error ? fs::path(path) : target;
+}
+
+/// Names beside "path" that nobody else uses at a time, one for each number.
+std::string NameBeside(const fs::path& path, int number) {
+  return (path.parent_path() / ("." + path.filename().string() + "." + std::to_string(getpid()) +
+                                "-" + std::to_string(number) + ".part"))
+      .string();
+}
+
+/// Calls "make" with names until one is free; returns it.
+template <class Make>
+std::string MakeBeside(const fs::path& path, const Make& make) {
+  constexpr int kMost = 1000;
+  for (int number = 0; number < kMost; ++number) {
+    std::string name = NameBeside(path, number);
+    if (make(name)) {
+      return name;
+    }
+    if (errno != EEXIST) {
+      break;
+    }
+  }
+  RaiseWriteError("cannot create a file in its folder");
+}
+
+int OpenNew(const std::string& path, int access) {
+  return open(path.c_str(), access | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode);
+}
+
+/// Who may read and write the new file are those who might the old one.
+void TakeOverMode(const fs::path& old, int descriptor) {
+  struct stat status {};
+  if (stat(old.c_str(), &status) == 0) {
+    static_cast<void>(fchmod(descriptor, status.st_mode & kAllOfMode));
+  }
+}
+
+/// All bytes by several calls where one takes fewer. "call" gets what is left and where it belongs.
+template <class Byte, class Call>
+void InPieces(std::span<Byte> bytes, std::uint64_t position, const Call& call) {
+  while (!bytes.empty()) {
+    const ssize_t count = call(bytes, static_cast<off_t>(position));
+    if (count == 0 || (count < 0 && errno != EINTR)) {
+      RaiseWriteError("cannot write to a temporary file");
+    }
+    const auto done = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    bytes = bytes.subspan(done);
+    position += done;
+  }
+}
+
+}  // namespace
+
+void RaiseWriteError(const std::string& what) {
+  const int error = errno;
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): files are written by one thread
+  const std::string text = what + (error == 0 ? "" : std::string(": ") + std::strerror(error));
+  Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::WriteError, text.c_str(),
+                  "include/Lbt/Tev/Exchange/ReplacedFile");
+}
+
+ReplacedFile::ReplacedFile(std::string path) : path_(TargetOf(path).string()) {
+  if (fs::exists(path_) && !fs::is_regular_file(path_)) {
+    errno = 0;
+    RaiseWriteError("is no file that can be replaced");
+  }
+  int descriptor = -1;
+  temporary_ = MakeBeside(path_, [&](const std::string& name) {
+    descriptor = OpenNew(name, O_WRONLY);
+    return descriptor >= 0;
+  });
+  TakeOverMode(path_, descriptor);
+  using enum Lbt::Util::DescriptorStream::Ownership;
+  stream_ = std::make_unique<Lbt::Util::DescriptorStream>(descriptor, Owned);
+}
+
+ReplacedFile::~ReplacedFile() {
+  if (!temporary_.empty()) {
+    unlink(temporary_.c_str());
+  }
+}
+
+void ReplacedFile::Finish() {
+  errno = 0;
+  if (!stream_->Finish()) {
+    RaiseWriteError("cannot write");
+  }
+}
+
+void ReplacedFile::Commit() {
+  if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
+    RaiseWriteError("cannot replace the file");
+  }
+  temporary_.clear();
+}
+
+ReplacedFolder::ReplacedFolder(std::string path, std::string suffix)
+    : path_(std::move(path)), suffix_(std::move(suffix)) {
+  RequireOwn();
+  constexpr mode_t kFolderMode = 0777;
+  temporary_ = MakeBeside(
+      path_, [](const std::string& name) { return mkdir(name.c_str(), kFolderMode) == 0; });
+}
+
+/// A folder of that name may be somebody's work.
+void ReplacedFolder::RequireOwn() const {
+  std::error_code error;
+  const fs::file_status status = fs::symlink_status(path_, error);
+  bool isOwn = fs::is_directory(status);
+  for (fs::directory_iterator entry(path_, error), end; isOwn && !error && entry != end;
+       entry.increment(error)) {
+    isOwn = entry->is_regular_file() && entry->path().extension() == suffix_;
+  }
+  if (fs::exists(status) && (!isOwn || error)) {
+    errno = 0;
+    RaiseWriteError("the folder " + fs::path(path_).filename().string() +
+                    " beside it has other files than an export writes");
+  }
+}
+
+ReplacedFolder::~ReplacedFolder() {
+  std::error_code error;
+  if (!temporary_.empty()) {
+    fs::remove_all(temporary_, error);
+  }
+}
+
+/// The old folder, where there is one, goes away with the name of the new one.
+void ReplacedFolder::Commit() {
+  const bool isThere = fs::exists(path_);
+  const unsigned int how = isThere ? RENAME_EXCHANGE : 0;
+  if (renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), how) != 0) {
+    RaiseWriteError("cannot replace the folder beside it");
+  }
+  if (!isThere) {
+    temporary_.clear();
+  }
+}
+
+Spool::Spool(const std::string& path) : descriptor_(-1) {
+  const std::string name = MakeBeside(TargetOf(path), [&](const std::string& candidate) {
+    descriptor_ = OpenNew(candidate, O_RDWR);
+    return descriptor_ >= 0;
+  });
+  unlink(name.c_str());
+}
+
+Spool::~Spool() { close(descriptor_); }
+
+// NOLINTNEXTLINE(readability-make-member-function-const): the file is what it changes
+void Spool::Write(std::uint64_t position, std::span<const std::byte> bytes) {
+  InPieces(bytes, position, [&](std::span<const std::byte> piece, off_t at) {
+    return pwrite(descriptor_, piece.data(), piece.size(), at);
+  });
+}
+
+void Spool::Read(std::uint64_t position, std::span<std::byte> bytes) const {
+  InPieces(bytes, position, [&](std::span<std::byte> piece, off_t at) {
+    return pread(descriptor_, piece.data(), piece.size(), at);
+  });
+}
+
+}  // namespace LbtTev::Exchange
