@@ -12,7 +12,7 @@ verb_try-paraview() {
     rm -rf -- "$base"
     mkdir -p "$base"
     say "filling $base with ParaView"
-    debootstrap --variant=minbase --include=python3-paraview bookworm "$base" >&2
+    debootstrap --variant=minbase --include=python3-paraview,tcl,xvfb,xauth,libgl1-mesa-dri bookworm "$base" >&2
     touch "$base/ready"
   fi
   work="$base/tmp/export"
@@ -21,8 +21,8 @@ verb_try-paraview() {
   build/bin/tev export examples/bracket.tev --cells 10=tetra10 -o "$work/bracket.xdmf"
   build/bin/tev export examples/heatsink.tev --cells auto -o "$work/heatsink.xdmf"
   cp tools/paraview_picture.py "$work/"
-  chroot "$base" /bin/sh -c 'cd /tmp/export && HOME=/tmp exec python3 paraview_picture.py'
-  mkdir -p build
-  cp "$work/bracket.png" build/bracket-in-paraview.png
-  say "the picture is build/bracket-in-paraview.png"
+  chroot "$base" /bin/sh -c 'cd /tmp/export && HOME=/tmp exec xvfb-run -a python3 paraview_picture.py'
+  mkdir -p docs/images
+  cp "$work/bracket.png" docs/images/bracket-in-paraview.png
+  say "the picture is docs/images/bracket-in-paraview.png"
 }

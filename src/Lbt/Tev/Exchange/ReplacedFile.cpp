@@ -114,7 +114,9 @@ ReplacedFile::~ReplacedFile() {
 }
 
 void ReplacedFile::Finish() {
-  errno = 0;
+  if (stream_->good()) {
+    errno = 0;  // else it tells why an earlier write failed
+  }
   if (!stream_->Finish()) {
     RaiseWriteError("cannot write");
   }
