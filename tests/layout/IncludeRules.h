@@ -10,8 +10,22 @@ namespace layout {
 
 /// The layers from the bottom to the top. A file may include headers of its own layer and of
 /// those below. Report, Check and Analysis are rooms that stand side by side on Tev: none sees
-/// another. Exchange stands on Analysis and sees neither of the others. What stands on all of them, as fuzzers and benchmarks do, is of layer Library.
-enum class Layer { None, Util, Log, Lbf, Adt, Tev, Report, Check, Analysis, Exchange, Library, App };
+/// another. Exchange stands on Analysis and sees neither of the others. What stands on all of them,
+/// as fuzzers and benchmarks do, is of layer Library.
+enum class Layer {
+  None,
+  Util,
+  Log,
+  Lbf,
+  Adt,
+  Tev,
+  Report,
+  Check,
+  Analysis,
+  Exchange,
+  Library,
+  App
+};
 
 /// The name of a layer as its target and its folder of tests have it.
 [[nodiscard]] std::string_view NameOf(Layer layer);

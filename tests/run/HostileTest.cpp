@@ -180,12 +180,6 @@ TEST_P(Hostile, VerbsOnFields_StayWithinWhatTheFileHolds) {
   Try({"json-diff", {TEV_PROGRAM, "diff", "--json", model, model}, true, false, 2});
 }
 
-TEST_P(Hostile, Export_StaysWithinWhatTheFileHolds) {
-  for (const char* output : {"out.xdmf", "out.pvd"}) {
-    Try({"export", {TEV_PROGRAM, "export", model, "-o", dir / output}, true, true});
-  }
-}
-
 /// Compares two models, the ids of whose nodes are in opposite orders.
 class HostilePair : public ::testing::Test {
  protected:

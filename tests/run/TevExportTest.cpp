@@ -86,6 +86,15 @@ TEST_F(TevExport, ArraysThatPartsShare_AreStoredOnce) {
   EXPECT_EQ(RunScript({"shared", "h.xdmf", "4"}), "");
 }
 
+TEST_F(TevExport, NodeSets_AreThoseOfEachPart) {
+  Write("m.tev", SmallModel());
+  EXPECT_EQ(Answer({"export", "m.tev", "-o", "m.xdmf"}), "");
+  EXPECT_EQ(RunScript({"set", "m.xdmf", "Frame", "Fixed", "1", "2"}), "");
+  EXPECT_EQ(RunScript({"set", "m.xdmf", "Frame", "Loaded", "5"}), "");
+  EXPECT_EQ(RunScript({"set", "m.xdmf", "Panel", "Fixed"}), "");
+  EXPECT_NE(RunScript({"set", "m.xdmf", "Frame", "Fixed", "1", "3"}), "");
+}
+
 TEST_F(TevExport, Comparison_SeesOtherNumbers) {
   EXPECT_NE(Compare("vtu", "heatsink", "h.vtu", {"--step", "Time = 9.5"}), "");
   EXPECT_NE(Compare("hdf", "heatsink", "h.hdf", {"--step", "Time = 9.5"}), "");

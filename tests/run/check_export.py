@@ -7,6 +7,7 @@
   check_export.py xdmf TRUTH.json.gz FILE.xdmf           by following its references with h5py
   check_export.py volumes TRUTH.json.gz FILE.vtu         volumes of quadratic tetrahedra, by meshio
   check_export.py shared FILE.xdmf NUMBER                how many data sets of points there are
+  check_export.py set FILE.xdmf PART NAME ID...          the node ids of a set in a part
 
 STEP is the text of a step. Exit status: 0 right, 1 wrong (the first difference is shown), 77 where a
 reader is not installed.
@@ -297,6 +298,18 @@ def check_shared(path, number):
     require(len(places) == number, len(places), "data sets of points")
 
 
+def check_set(path, part, name, *ids):
+    xdmf = Xdmf(path)
+    _, _, grids = next(xdmf.steps())
+    grid = next(grid for grid in grids if grid.get("Name") == part)
+    sets = {each.get("Name"): each for each in grid.findall("Set")}
+    require((name in sets) == bool(ids), list(sets))
+    if ids:
+        require(sets[name].get("SetType") == "Node", sets[name].get("SetType"))
+        nodes = xdmf.attributes(grid, "Node")["Node Ids"][xdmf.values(sets[name])]
+        require(list(nodes) == [int(node) for node in ids], list(nodes))
+
+
 # Gauss points of a tetrahedron that are exact for polynomials of degree 3, as the determinant of a
 # quadratic mapping is one: five points, of which the first has a negative weight.
 GAUSS = [((0.25, 0.25, 0.25), -2 / 15)] + [
@@ -336,6 +349,8 @@ def check_volumes(truth, path):
 def main(how, *arguments):
     if how == "shared":
         check_shared(arguments[0], int(arguments[1]))
+    elif how == "set":
+        check_set(*arguments)
     elif how in ("vtu", "hdf"):
         truth, path = arguments[:2]
         step = arguments[2] if len(arguments) > 2 else steps_of(truth)[-1]

@@ -10,7 +10,6 @@
 #include <tuple>
 
 #include "GridMembers.h"
-#include "Lbt/Tev/Analysis/Facts.h"
 #include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Util/StoredNumbers.h"
 
@@ -50,7 +49,7 @@ class Merging {
         listener_(&listener),
         heavy_(model_->GetTree().GetStreams().heavy),
         request_(*heavy_),
-        sets_(Analysis::NodeSetsOf(model_->GetTree())) {}
+        sets_(SortedSetsOf(model_->GetTree())) {}
 
   void Run() {
     Describe();
@@ -100,9 +99,8 @@ class Merging {
     nodeIds_ = AddArray(ArrayRole::PointData, "Node Ids", NumberType::Int32);
     elementIds_ = AddArray(ArrayRole::CellData, "Element Ids", NumberType::Int32);
     firstSet_ = layout_.arrays.size();
-    for (const NodeSets::NodeSet* set : sets_) {
-      AddArray(ArrayRole::PointData, "Node Set " + Analysis::ShownName(set->name),
-               NumberType::UInt8);
+    for (const SortedSet& set : sets_) {
+      AddArray(ArrayRole::PointData, "Node Set " + set.name, NumberType::UInt8);
       heavy_->Charge(layout_.points);
     }
   }
@@ -226,15 +224,10 @@ class Merging {
 
   void WriteSets(const Member& member, std::span<const std::int32_t> ids) {
     for (std::size_t i = 0; i < sets_.size(); ++i) {
-      std::vector<std::int64_t> members;
-      for (const auto& [id, other] : sets_[i]->members) {
-        members.push_back(id);
-      }
-      std::ranges::sort(members);
       std::vector<std::uint8_t> mask;
       mask.reserve(ids.size());
       for (const std::int32_t id : ids) {
-        mask.push_back(std::ranges::binary_search(members, std::int64_t{id}) ? 1 : 0);
+        mask.push_back(sets_[i].Has(id) ? 1 : 0);
       }
       Write(firstSet_ + i, member.firstPoint, AllBytes(mask));
       isWritten_.insert({firstSet_ + i, &member});
@@ -290,7 +283,7 @@ class Merging {
   const Listener* listener_;
   std::shared_ptr<ModelStream> heavy_;
   ModelStream::Request request_;
-  std::vector<const NodeSets::NodeSet*> sets_;
+  std::vector<SortedSet> sets_;
   GridMembers grid_;
   GridLayout layout_;
   std::map<std::string, int> pointNames_;

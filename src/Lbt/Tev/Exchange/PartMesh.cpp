@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "Lbt/Log/Raise.h"
+#include "Lbt/Tev/Analysis/Facts.h"
 
 namespace LbtTev::Exchange {
 
@@ -32,6 +33,22 @@ LoadedMesh::LoadedMesh(const MeshVariables& mesh, const LoadedGroup& loaded)
 
 Analysis::UsedNodes LoadedMesh::Used() const {
   return hasFaces ? Analysis::UsedNodes(faces, lengths, Points()) : Analysis::UsedNodes(Points());
+}
+
+std::vector<SortedSet> SortedSetsOf(const Tree& tree) {
+  ModelStream& heavy = *tree.GetStreams().heavy;
+  const ModelStream::Request request(heavy);
+  std::vector<SortedSet> sorted;
+  for (const NodeSets::NodeSet* set : Analysis::NodeSetsOf(tree)) {
+    // Any number of nodes may share their sets.
+    heavy.Charge(set->members.size() * sizeof(std::int64_t));
+    SortedSet& each = sorted.emplace_back(SortedSet{Analysis::ShownName(set->name), {}});
+    for (const auto& [id, other] : set->members) {
+      each.ids.push_back(id);
+    }
+    std::ranges::sort(each.ids);
+  }
+  return sorted;
 }
 
 void RaiseNoMesh() {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Arrays.h"
@@ -52,6 +54,19 @@ void ForCells(const LoadedMesh& mesh, const CellRules& rules, const Take& take) 
     next += length;
   }
 }
+
+/// A node set, with the ids of its nodes in order.
+struct SortedSet {
+  std::string name;
+  std::vector<std::int64_t> ids;
+
+  [[nodiscard]] bool Has(std::int32_t id) const {
+    return std::ranges::binary_search(ids, std::int64_t{id});
+  }
+};
+
+/// All node sets of a model. Throws "Out of Bounds" ("The model refers to its data too often").
+[[nodiscard]] std::vector<SortedSet> SortedSetsOf(const Tree& tree);
 
 /// Throws "Model Error": there are meshes, and none can be read.
 [[noreturn]] void RaiseNoMesh();

@@ -6,7 +6,6 @@
 #include <exception>
 #include <functional>
 
-#include "Lbt/Tev/Analysis/Facts.h"
 #include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Util/StoredNumbers.h"
 
@@ -41,7 +40,10 @@ std::vector<unsigned int> MixedList(const LoadedMesh& mesh, const CellRules& rul
 }  // namespace
 
 XdmfArrays::XdmfArrays(const Contents& contents, const CellRules& rules, const Listener& listener)
-    : contents_(&contents), rules_(&rules), listener_(&listener) {
+    : contents_(&contents),
+      rules_(&rules),
+      listener_(&listener),
+      sets_(SortedSetsOf(contents.GetModel().GetTree())) {
   for (const PlaceInTime& step : contents.Steps()) {
     for (const std::size_t part : contents.Parts()) {
       AddGrid(part, step);
@@ -194,23 +196,18 @@ void XdmfArrays::WriteIds(Hdf5File& file, IdsUse& use, const LoadedArray& loaded
 
 void XdmfArrays::WriteSets(Hdf5File& file, IdsUse& use, std::span<const std::int32_t> ids) {
   const Tree& tree = contents_->GetModel().GetTree();
-  for (const NodeSets::NodeSet* set : Analysis::NodeSetsOf(tree)) {
+  for (const SortedSet& set : sets_) {
     tree.GetStreams().heavy->Charge(ids.size());
-    std::set<std::int64_t> members;
-    for (const auto& [id, other] : set->members) {
-      members.insert(id);
-    }
     std::vector<std::int32_t> indices;
     for (std::size_t node = 0; node < ids.size(); ++node) {
-      if (members.contains(ids[node])) {
+      if (set.Has(ids[node])) {
         indices.push_back(static_cast<std::int32_t>(node));
       }
     }
     if (!indices.empty()) {
       use.sets.emplace_back(
-          Analysis::ShownName(set->name),
-          WriteArray(file, "/sets", {.type = NumberType::Int32, .tuples = indices.size()},
-                     AllBytes(indices)));
+          set.name, WriteArray(file, "/sets", {.type = NumberType::Int32, .tuples = indices.size()},
+                               AllBytes(indices)));
     }
   }
 }

@@ -88,6 +88,7 @@ class XdmfArrays {
   const Contents* contents_;
   const CellRules* rules_;
   const Listener* listener_;
+  std::vector<SortedSet> sets_;
   std::map<MeshKey, MeshUse> meshes_;
   std::map<Key, XdmfArray> points_;
   std::map<Key, IdsUse> ids_;
