@@ -52,6 +52,25 @@ TEST(CompareModels, AMeshThatCannotBeRead_IsNamedAsOne) {
   }
 }
 
+TEST(CompareModels, AMeshThatDiffers_IsToldWithItsPartAndItsArray) {
+  ModelWriter moved = tevtest::SmallModel();
+  moved.VariableAt(tevtest::kSmallMesh1, 1).elements =
+      tevtest::ElementBytes(std::vector<float>(15, 7.0F));
+  const DescribedModel a(tevtest::SmallModel());
+  const DescribedModel b(moved);
+  std::vector<ModelDifference> differences;
+  const DifferenceSink sink{
+      .differs = [&](const ModelDifference& difference) { differences.push_back(difference); },
+      .failed = [](const FailedComparison&) { ADD_FAILURE(); }};
+  CompareModels(a.model, b.model, {}, {}, sink);
+  ASSERT_EQ(differences.size(), 1U);
+  EXPECT_EQ(differences[0].kind, ModelDifference::Kind::Mesh);
+  EXPECT_EQ(differences[0].part, "Frame");
+  EXPECT_EQ(differences[0].result, "Coordinates");
+  ASSERT_TRUE(differences[0].numbers.has_value());
+  EXPECT_EQ(differences[0].numbers->beyond, 15U);
+}
+
 constexpr std::uint32_t kNumbers = 1U << 18U;
 constexpr std::uint32_t kFields = 40;
 
