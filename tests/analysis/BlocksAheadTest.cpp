@@ -65,5 +65,17 @@ TEST(BlocksAhead, ABlockThatIsLeft_IsLetGo) {
   EXPECT_EQ(blocks.Find(48), nullptr);  // past the end
 }
 
+TEST(BlocksAhead, ABlockThatIsReturnedTo_IsChargedWithItsLength) {
+  const DescribedModel described(ThreeBlocks());
+  ModelStream& heavy = *described.tree.GetStreams().heavy;
+  const ModelStream::Request request(heavy);
+  BlocksAhead blocks(heavy, {});
+  ASSERT_NE(blocks.Find(16), nullptr);
+  ASSERT_NE(blocks.Find(0), nullptr);
+  EXPECT_EQ(heavy.Charged(), 0U);
+  ASSERT_NE(blocks.Find(20), nullptr);
+  EXPECT_EQ(heavy.Charged(), 16U);
+}
+
 }  // namespace
 }  // namespace LbtTev::Analysis

@@ -46,6 +46,13 @@ TEST(Glob, Matches_TheWholeName) {
   EXPECT_FALSE(FitsGlob("stress", "S*"));
 }
 
+TEST(Glob, ABracketThatComesFirst_IsOneOfTheSet) {
+  EXPECT_TRUE(FitsGlob("b", "[!]a]"));
+  EXPECT_FALSE(FitsGlob("a", "[!]a]"));
+  EXPECT_FALSE(FitsGlob("]", "[!]a]"));
+  EXPECT_TRUE(FitsGlob("]", "[]a]"));
+}
+
 TEST(Glob, Characters_AreThoseOfUtf8) {
   EXPECT_TRUE(FitsGlob("Kühl", "K?hl"));
   EXPECT_TRUE(FitsGlob("Kühl", "K[ä-ü]hl"));
