@@ -21,7 +21,7 @@ class ReplacedFile {
  public:
   /// "path" may be a link to a file, which stays. Opens nothing where it names something else than
   /// a file; throws then.
-  explicit ReplacedFile(std::string path);
+  explicit ReplacedFile(const std::string& path);
   ~ReplacedFile();
   ReplacedFile(const ReplacedFile&) = delete;
   ReplacedFile& operator=(const ReplacedFile&) = delete;
@@ -76,7 +76,7 @@ class Spool {
   void Read(std::uint64_t position, std::span<std::byte> bytes) const;
 
  private:
-  int descriptor_;
+  int descriptor_ = -1;
 };
 
 }  // namespace LbtTev::Exchange

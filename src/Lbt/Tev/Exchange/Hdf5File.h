@@ -38,7 +38,7 @@ class Hdf5File {
   void Close();
 
  private:
-  std::int64_t file_;
+  std::int64_t file_ = -1;
 };
 
 }  // namespace LbtTev::Exchange

@@ -92,7 +92,7 @@ void RaiseWriteError(const std::string& what) {
                   "include/Lbt/Tev/Exchange/ReplacedFile");
 }
 
-ReplacedFile::ReplacedFile(std::string path) : path_(TargetOf(path).string()) {
+ReplacedFile::ReplacedFile(const std::string& path) : path_(TargetOf(path).string()) {
   if (fs::exists(path_) && !fs::is_regular_file(path_)) {
     errno = 0;
     RaiseWriteError("is no file that can be replaced");
@@ -172,7 +172,7 @@ void ReplacedFolder::Commit() {
   }
 }
 
-Spool::Spool(const std::string& path) : descriptor_(-1) {
+Spool::Spool(const std::string& path) {
   const std::string name = MakeBeside(TargetOf(path), [&](const std::string& candidate) {
     descriptor_ = OpenNew(candidate, O_RDWR);
     return descriptor_ >= 0;

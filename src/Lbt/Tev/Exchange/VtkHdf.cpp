@@ -14,7 +14,8 @@ namespace LbtTev::Exchange {
 
 namespace {
 
-const std::string kRoot = "/VTKHDF";
+/// A place in the group that all stands in; without more, the group.
+std::string InRoot(const std::string& place = "") { return "/VTKHDF" + place; }
 
 /// Data sets take a grid's numbers as they come.
 class VtkHdfSink : public GridSink {
@@ -22,11 +23,11 @@ class VtkHdfSink : public GridSink {
   explicit VtkHdfSink(Hdf5File& file) : file_(&file) {}
 
   void Begin(const GridLayout& layout) override {
-    file_->MakeGroup(kRoot);
-    file_->SetNumbers(kRoot, "Version", {1, 0});
-    file_->SetText(kRoot, "Type", "UnstructuredGrid");
+    file_->MakeGroup(InRoot());
+    file_->SetNumbers(InRoot(), "Version", {1, 0});
+    file_->SetText(InRoot(), "Type", "UnstructuredGrid");
     for (const char* group : {"/PointData", "/CellData"}) {
-      file_->MakeGroup(kRoot + group);
+      file_->MakeGroup(InRoot(group));
     }
     for (const GridArray& array : layout.arrays) {
       Make(array);
@@ -39,7 +40,7 @@ class VtkHdfSink : public GridSink {
     WriteNumber("/NumberOfPoints", layout.points);
     WriteNumber("/NumberOfCells", layout.cells);
     if (!layout.step.empty()) {
-      file_->SetTexts(kRoot, "Step", {layout.step});
+      file_->SetTexts(InRoot(), "Step", {layout.step});
     }
   }
 
@@ -67,24 +68,24 @@ class VtkHdfSink : public GridSink {
     std::ranges::replace(name, '/', '|');
     switch (array.role) {
       case ArrayRole::Points:
-        return kRoot + "/Points";
+        return InRoot("/Points");
       case ArrayRole::Connectivity:
-        return kRoot + "/Connectivity";
+        return InRoot("/Connectivity");
       case ArrayRole::Offsets:
-        return kRoot + "/Offsets";
+        return InRoot("/Offsets");
       case ArrayRole::Types:
-        return kRoot + "/Types";
+        return InRoot("/Types");
       case ArrayRole::PointData:
-        return kRoot + "/PointData/" + UniqueName(name, pointNames_);
+        return InRoot("/PointData/" + UniqueName(name, pointNames_));
       default:
-        return kRoot + "/CellData/" + UniqueName(name, cellNames_);
+        return InRoot("/CellData/" + UniqueName(name, cellNames_));
     }
   }
 
   void WriteNumber(const std::string& name, std::uint64_t number) {
     const auto value = static_cast<std::int64_t>(number);
-    file_->MakeDataset(kRoot + name, NumberType::Int64, 1);
-    file_->Write(kRoot + name, 0, std::as_bytes(std::span(&value, 1)));
+    file_->MakeDataset(InRoot(name), NumberType::Int64, 1);
+    file_->Write(InRoot(name), 0, std::as_bytes(std::span(&value, 1)));
   }
 
   void NameParts(const GridLayout& layout, const std::string& dataset) {

@@ -183,11 +183,14 @@ void WritePvd(const Contents& contents, const CellRules& rules, const std::strin
                 << "<VTKFile type=\"Collection\" version=\"0.1\" byte_order=\"LittleEndian\">\n"
                    "<Collection>\n";
   for (std::size_t i = 0; i < contents.Steps().size(); ++i) {
-    const std::string name = stem + '_' + std::to_string(i) + ".vtu";
+    std::string name = stem;
+    name.append("_").append(std::to_string(i)).append(".vtu");
+    std::string place = stem;
+    place.append("/").append(name);
     WriteVtu(contents, i, rules, folder.Path() + '/' + name, listener);
     file.Stream() << "<!-- " << XmlText(contents.TextOf(contents.Steps()[i])) << " -->\n"
                   << "<DataSet timestep=\"" << NumberIn(contents.TimeOf(i))
-                  << "\" group=\"\" part=\"0\" file=\"" << XmlText(stem + '/' + name) << "\"/>\n";
+                  << R"(" group="" part="0" file=")" << XmlText(place) << "\"/>\n";
   }
   file.Stream() << "</Collection>\n</VTKFile>\n";
   file.Finish();
