@@ -3,6 +3,7 @@
 
 #include <exception>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "DescribedModel.h"
@@ -69,6 +70,30 @@ TEST(CompareModels, AMeshThatDiffers_IsToldWithItsPartAndItsArray) {
   EXPECT_EQ(differences[0].result, "Coordinates");
   ASSERT_TRUE(differences[0].numbers.has_value());
   EXPECT_EQ(differences[0].numbers->beyond, 15U);
+}
+
+TEST(CompareModels, OfChosenParts_StepsAreThoseOfTheirMeshes) {
+  const auto movedAt = [](const std::string& step) {
+    ModelWriter model;
+    const NodeRef group = model.AddGroup("r", 0);
+    model.AddGeometry("g", model.AddShape("P", group));
+    model.AddVariable(
+        model.AddGeometry("g", model.AddShape("Q", group)),
+        Variable::Floats("Coordinates\x1e" + step, tevtest::kCoordinates, 3, {0, 0, 0}));
+    return model;
+  };
+  const DescribedModel a(movedAt("Time = 5"));
+  const DescribedModel b(movedAt("Time = 6"));
+  for (const auto& [part, expected] : {std::pair("Q", 2), {"P", 0}}) {
+    int steps = 0;
+    const DifferenceSink sink{.differs =
+                                  [&](const ModelDifference& difference) {
+                                    steps += difference.kind == ModelDifference::Kind::Step ? 1 : 0;
+                                  },
+                              .failed = [](const FailedComparison&) { ADD_FAILURE(); }};
+    CompareModels(a.model, b.model, {.parts = {part}}, {}, sink);
+    EXPECT_EQ(steps, expected) << part;
+  }
 }
 
 constexpr std::uint32_t kNumbers = 1U << 18U;
