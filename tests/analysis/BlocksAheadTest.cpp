@@ -63,6 +63,9 @@ TEST(BlocksAhead, ABlockThatIsLeft_IsLetGo) {
   EXPECT_TRUE(first.expired());
   EXPECT_EQ(loads.Blocks(), 3U);
   EXPECT_EQ(blocks.Find(48), nullptr);  // past the end
+  const auto place = blocks.Locate(20);
+  ASSERT_TRUE(place.has_value());
+  EXPECT_EQ(place->offset, 4U);
 }
 
 TEST(BlocksAhead, ABlockThatIsReturnedTo_IsChargedWithItsLength) {
