@@ -202,6 +202,12 @@ TEST_F(TevFiles, FilesThatHaveNothing_ComeOutInPlaceOfTheJsonAnswer) {
   }
 }
 
+TEST_F(TevFiles, ClosedCopiesOfTheSchemas_TakeNoKeyMoreInAnyObject) {
+  for (const char* verb : {"list", "info", "tree", "results", "diff", "sets", "check", "blocks"}) {
+    EXPECT_EQ(Check("", "closed", Schema(verb)), "") << verb;
+  }
+}
+
 TEST_F(TevFiles, ControlCharactersInAPath_DoNotReachTheTerminal) {
   const std::string name = "a\x1b[31m\n.tev";
   Write(name, SmallModel());

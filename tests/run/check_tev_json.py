@@ -3,12 +3,13 @@
 
   check_tev_json.py schema SCHEMA.json   (a document)
   check_tev_json.py lines SCHEMA.json    (lines, of --jsonl)
+  check_tev_json.py closed SCHEMA.json   (nothing, for it makes a document of its own)
   check_tev_json.py tree TRUTH.json.gz    (of one model)
   check_tev_json.py info TRUTH.json.gz    (of one model)
   check_tev_json.py stats TRUTH.json.gz   (of one model, with --stats)
 
 "schema" and "lines" validate it against a closed copy of SCHEMA, which allows no key that it does
-not name. The others compare it with TRUTH, which lists what the model was made from.
+not name. "closed" checks that copy: a key more is refused in every object. The others compare it with TRUTH, which lists what the model was made from.
 Exit status: 0 right, 1 wrong (the first difference is shown), 2 bad usage.
 """
 
@@ -23,12 +24,12 @@ KINDS = {0: "unsigned integer", 1: "float", 2: "text", 3: "double"}
 NOT_KEPT = ("Complex", "Contents", "DataSource", "DataType", "Structure")
 
 
-IN_PLACE = ("allOf", "anyOf", "oneOf", "if", "then", "else", "not")
+IN_PLACE = ("allOf", "anyOf", "if", "then", "else", "not")
 
 
 def close(schema, is_whole=True):
-    """Forbids keys that the schema does not name. Schemas that apply in place of another, and entries,
-    which lines add a key to, are closed by what refers to them."""
+    """Forbids keys that the schema does not name. Schemas that apply to the same object as another, and
+    entries, which lines add a key to, are closed by what refers to them. Each of "oneOf" is the whole."""
     if isinstance(schema, list):
         for item in schema:
             close(item, is_whole)
@@ -42,7 +43,7 @@ def close(schema, is_whole=True):
                     close(part)
             elif key in IN_PLACE:
                 close(value, False)
-            elif key == "items":
+            elif key in ("items", "oneOf"):
                 close(value)
         if is_whole and ("properties" in schema or schema.get("$ref") == "#/$defs/entry"):
             schema["unevaluatedProperties"] = False
@@ -70,6 +71,49 @@ def validate_lines(text, path):
         raise AssertionError("there is no line")
     for line in lines:
         validator.validate(json.loads(line))
+
+
+def sample(schema, definitions):
+    """A value that fits the schema, with all the keys that this names."""
+    if "$ref" in schema:
+        return sample(definitions[schema["$ref"].removeprefix("#/$defs/")], definitions)
+    if "oneOf" in schema:
+        (value,) = [branch for branch in schema["oneOf"] if branch.get("type") != "null"]
+        return sample(value, definitions)
+    if "const" in schema or "enum" in schema:
+        return schema["const"] if "const" in schema else schema["enum"][0]
+    of = schema["type"] if isinstance(schema["type"], str) else schema["type"][0]
+    if of == "array":
+        return [sample(schema["items"], definitions)] * schema.get("minItems", 1)
+    if of == "object":
+        value = {key: sample(part, definitions) for key, part in schema.get("properties", {}).items()}
+        for part in schema.get("allOf", []):
+            value.update(sample(part, definitions))
+        return value
+    return {"string": "text", "integer": schema.get("minimum", 0), "number": 1.5, "boolean": True}[of]
+
+
+def objects(value, path="#"):
+    """All the objects in a value, each with its path."""
+    if isinstance(value, dict):
+        yield path, value
+    entries = value.items() if isinstance(value, dict) else enumerate(value) if isinstance(value, list) else ()
+    for key, entry in entries:
+        yield from objects(entry, f"{path}/{key}")
+
+
+def check_closed(_, path):
+    schema = closed_copy(path)
+    line = {**schema["$defs"]["line"], "$defs": schema["$defs"]}
+    for part in (schema, line):
+        validator = jsonschema.Draft202012Validator(part)
+        value = sample(part, schema["$defs"])
+        validator.validate(value)
+        for place, entry in objects(value):
+            entry["unnamed"] = None
+            if validator.is_valid(value):
+                raise AssertionError(f"a key more is taken at {place}")
+            del entry["unnamed"]
 
 
 def double(value):
@@ -211,7 +255,7 @@ def check_stats(document, truth):
 
 
 def main():
-    schemas = {"schema": validate, "lines": validate_lines}
+    schemas = {"schema": validate, "lines": validate_lines, "closed": check_closed}
     checks = {"tree": check_tree, "info": check_info, "stats": check_stats}
     if len(sys.argv) != 3 or sys.argv[1] not in (*schemas, *checks):
         print(__doc__, file=sys.stderr)
