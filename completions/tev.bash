@@ -1,23 +1,45 @@
 # shellcheck shell=bash
 # Completion of tev for bash.
 
-# Sets COMPREPLY to those lines of standard input that begin with the word at the cursor, quoted as the
-# shell wants it.
-_tev_reply() {
-  local word="${COMP_WORDS[COMP_CWORD]}" line shown
-  while IFS= read -r line; do
-    if [[ $word == [\"\']* ]]; then
-      [[ $line == "${word:1}"* ]] && COMPREPLY+=("$line")
+# Sets words and cword to what COMP_WORDS and COMP_CWORD were if bash did not take words apart at "=", ":"
+# and "@", which names of steps, parts and files have, and current to what the word has before the cursor.
+_tev_words() {
+  local rest="$COMP_LINE" word last=''
+  local -i i after
+  words=() cword=0
+  for ((i = 0; i < ${#COMP_WORDS[@]}; i++)); do
+    word="${COMP_WORDS[i]}"
+    if [[ -n $last && -n $word && $rest == "$word"* && (-z ${word//[=:@]/} || -z ${last//[=:@]/}) ]]; then
+      words[${#words[@]} - 1]+="$word"
     else
-      printf -v shown '%q' "$line"
-      [[ $shown == "$word"* ]] && COMPREPLY+=("$shown")
+      words+=("$word")
     fi
+    rest="${rest#*"$word"}" last="$word"
+    if ((i == COMP_CWORD)); then
+      cword=$((${#words[@]} - 1)) after=$((${#COMP_LINE} - ${#rest} - COMP_POINT))
+      current="${words[cword]}"
+      ((after > 0)) && current="${current:0:${#current} - after}"
+    fi
+  done
+}
+
+# Sets COMPREPLY to those lines of standard input that begin with the word at the cursor, quoted as the
+# shell wants it and without what the line keeps.
+_tev_reply() {
+  local line shown typed="${current//\\/}"
+  [[ $current == [\"\']* ]] && typed="${current:1}"
+  while IFS= read -r line; do
+    [[ $line == "$typed"* ]] || continue
+    shown="${line#"${kept//\\/}"}"
+    [[ $current == [\"\']* ]] || printf -v shown '%q' "$shown"
+    COMPREPLY+=("$shown")
   done
 }
 
 _tev_files() {
   compopt -o filenames 2>/dev/null  # fails outside of a completion
-  mapfile -t COMPREPLY < <(compgen -f -- "${COMP_WORDS[COMP_CWORD]}")
+  mapfile -t COMPREPLY < <(compgen -f -- "$current")
+  COMPREPLY=("${COMPREPLY[@]#"$kept"}")
 }
 
 _tev_verbs() {
@@ -50,29 +72,36 @@ _tev_names() {
 }
 
 _tev() {
-  local verb="${COMP_WORDS[1]}" before="${COMP_WORDS[COMP_CWORD - 1]}" model='' word
-  local -i i arguments=0
+  local verb before current kept model='' word
+  local -a words
+  local -i cword i arguments=0
   COMPREPLY=()
-  if ((COMP_CWORD == 1)); then
+  _tev_words
+  verb="${words[1]}" before="${words[cword - 1]}"
+  if [[ $current == --*=* ]]; then
+    before="${current%%=*}" current="${current#*=}"
+  fi
+  kept="${current%"$2"}"  # what bash replaces begins after the last "=", ":" or quote
+  if ((cword == 1)); then
     _tev_reply < <(_tev_verbs; printf '%s\n' --help --version)
     return
   fi
   # The model is the first argument.
-  for ((i = 2; i < COMP_CWORD; i++)); do
-    word="${COMP_WORDS[i]}"
+  for ((i = 2; i < cword; i++)); do
+    word="${words[i]}"
     case "$word" in
       -o | --output | --files0-from | --depth | --part | --result | --step | -j | --jobs | --format | \
         --rtol | --atol | --cells) i+=1 ;;
       -?*) ;;
       *)
-        ((arguments++ == 0)) && model="${word//\\/}" && model="${model/#\~\//$HOME/}"
+        ((arguments++ == 0)) && model="${word//[\\\"\']/}" && model="${model/#\~\//$HOME/}"
         ;;
     esac
   done
   case "$before" in
     --part | --result | --step)
-      # Where these come first, the model may stand behind them.
-      ((COMP_CWORD + 1 < ${#COMP_WORDS[@]})) && model="${model:-${COMP_WORDS[${#COMP_WORDS[@]} - 1]}}"
+      # Where these come first, the model may stand after them.
+      ((cword + 1 < ${#words[@]})) && model="${model:-${words[${#words[@]} - 1]}}"
       _tev_reply < <(_tev_names "$model" "${before#--}")
       return
       ;;
@@ -83,7 +112,7 @@ _tev() {
   esac
   if [[ $verb == help ]]; then
     _tev_reply < <(_tev_verbs)
-  elif [[ ${COMP_WORDS[COMP_CWORD]} == -* ]]; then
+  elif [[ $current == -* ]]; then
     _tev_reply < <(_tev_options "$verb")
   elif [[ $verb == cdf ]] && ((arguments == 1)); then
     _tev_reply < <(_tev_names "$model" geometry)

@@ -61,6 +61,6 @@ complete -c tev -n '__fish_seen_subcommand_from diff' -l rtol -x
 complete -c tev -n '__fish_seen_subcommand_from diff' -l atol -x
 complete -c tev -n '__fish_seen_subcommand_from tree' -l depth -x
 complete -c tev -n "$has_verb" -s o -l output -r
-complete -c tev -n "$has_verb" -l files0-from -r
+complete -c tev -n "$has_verb; and contains -- --files0-from (__tev_options)" -l files0-from -r
 complete -c tev -n '__tev_is_after sets' -f -a '(__tev_names nodeSets)'
 complete -c tev -n '__tev_is_after cdf' -f -a '(__tev_geometries)'

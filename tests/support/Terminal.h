@@ -2,12 +2,14 @@
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace tevtest {
 
@@ -31,6 +33,18 @@ class Terminal {
     const winsize size{24, columns, 0, 0};
     if (ioctl(slave_, TIOCSWINSZ, &size) != 0) {
       throw std::runtime_error("no columns");
+    }
+  }
+
+  /// Hands keys to the program that reads from "slave", also ahead of its start: the terminal acts
+  /// on none of them by itself.
+  void Type(std::string_view keys) const {
+    termios mode{};
+    tcgetattr(slave_, &mode);
+    cfmakeraw(&mode);
+    if (tcsetattr(slave_, TCSANOW, &mode) != 0 ||
+        write(master_, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) {
+      throw std::runtime_error("cannot type");
     }
   }
 
