@@ -14,6 +14,7 @@
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
+#include "Lbt/Tev/Exchange/Contents.h"
 #include "tev/Entries.h"
 #include "tev/Json.h"
 #include "tev/ModelFacts.h"
@@ -85,8 +86,7 @@ ReadFailure FailureAt(const std::exception_ptr& failure, const LbtTev::Tree& tre
     ReadFailure known = CurrentReadFailure(&stream.GetFile());
     if (known.code == FailureCode::Damaged && variable.array.loader != nullptr) {
       const unsigned long position = variable.array.OwnLoader().GetPosition();
-      const auto place = BlocksAhead(stream, {}).Locate(position);
-      known.place = {.block = place ? std::optional(place->entry) : std::nullopt,
+      known.place = {.block = stream.GetFile().FindBlockAt(stream.GetName(), position),
                      .stream = stream.GetName(),
                      .offset = position};
     }
@@ -106,6 +106,33 @@ LoadedGroup LoadTogether(const LbtTev::Tree& tree, const WantedGroup& group) {
     }
   }
   return all;
+}
+
+/// Throws why a field has no statistics: at the first of what they are made of that cannot be
+/// loaded, else at the faces, which are checked in them.
+[[noreturn]] void ThrowOfStatistics(const Model& model, const FieldOfPart& each,
+                                    const std::exception_ptr& failure) {
+  const LbtTev::Tree& tree = model.GetTree();
+  const Field& field = *each.field;
+  const MeshVariables mesh = model.MeshAt(model.Parts()[each.part], field.step);
+  const bool isOfFaces = field.location == Location::Node && mesh.faces != nullptr;
+  WantedGroup group{{.variable = field.variable}};
+  if (isOfFaces) {
+    group.push_back({.variable = mesh.faces, .isOfWholes = true});
+    group.push_back({.variable = mesh.lengths, .isOfWholes = true});
+  }
+  group.push_back({.variable = mesh.IdsOf(field.location)});
+  static_cast<void>(LoadTogether(tree, group));
+  throw FailureAt(failure, tree, isOfFaces ? *mesh.faces : *field.variable);
+}
+
+/// Runs "check". Throws a ReadFailure at "variable" for what it throws.
+template <class Check>
+void Checking(const LbtTev::Tree& tree, const LbtTev::Geometry::VarStruct& variable,
+              const Check& check) {
+  if (const auto failure = FailureOfLoad(tree, check); failure != nullptr) {
+    throw FailureAt(failure, tree, variable);
+  }
 }
 
 std::size_t TuplesOf(const LbtTev::Geometry::VarStruct* variable) {
@@ -252,17 +279,20 @@ std::vector<LoadedField> ModelReader::Load(std::span<const std::size_t> fields) 
 std::string ModelReader::FieldStatistics(std::size_t field) {
   return Locked([field](Opened& opened) {
     const std::vector<FieldOfPart> asked{opened.Fields().at(field)};
-    return JsonLine([&](JsonWriter& json) {
+    std::exception_ptr failure;
+    std::string line = JsonLine([&](JsonWriter& json) {
       GatherStatistics(
           *opened.model, asked,
           [&](const FieldOfPart& each, const LbtTev::Analysis::FieldStatistics& statistics) {
-            if (!statistics.statistics && statistics.failure != nullptr) {
-              throw FailureAt(statistics.failure, opened.tree, *each.field->variable);
-            }
+            failure = statistics.statistics ? nullptr : statistics.failure;
             WriteFieldJson(*opened.model, each, &statistics, json);
           },
           HelpingThreads());
     });
+    if (failure != nullptr) {
+      ThrowOfStatistics(*opened.model, asked.front(), failure);
+    }
+    return line;
   });
 }
 
@@ -270,8 +300,11 @@ Numbers<float> ModelReader::Points(std::size_t part, std::int64_t step) {
   return Locked([part, step](Opened& opened) -> Numbers<float> {
     const MeshVariables mesh = opened.MeshOf(part, step);
     const auto loaded = LoadTogether(opened.tree, {{.variable = mesh.coordinates}});
-    const std::size_t width = mesh.coordinates == nullptr ? 3 : mesh.coordinates->array.GetWidth();
-    return {OrNone(loaded.front().floats), {TuplesOf(mesh.coordinates), width}};
+    if (mesh.coordinates != nullptr) {
+      Checking(opened.tree, *mesh.coordinates,
+               [&] { LbtTev::Exchange::RequireThreeCoordinates(mesh); });
+    }
+    return {OrNone(loaded.front().floats), {TuplesOf(mesh.coordinates), 3}};
   });
 }
 
@@ -281,12 +314,10 @@ LoadedFaces ModelReader::Faces(std::size_t part, std::int64_t step) {
     const auto loaded = LoadTogether(opened.tree, {{.variable = mesh.faces, .isOfWholes = true},
                                                    {.variable = mesh.lengths, .isOfWholes = true}});
     const auto indices = OrNone(loaded.front().wholes);
-    const auto failure = FailureOfLoad(opened.tree, [&] {
-      CheckFaces(ExtentOf(*indices, loaded.back().Wholes()), TuplesOf(mesh.coordinates));
-    });
-    if (failure != nullptr) {
-      throw mesh.faces == nullptr ? FailureAt(failure, opened.tree, *mesh.lengths)
-                                  : FailureAt(failure, opened.tree, *mesh.faces);
+    if (const auto* variable = mesh.faces == nullptr ? mesh.lengths : mesh.faces) {
+      Checking(opened.tree, *variable, [&] {
+        CheckFaces(ExtentOf(*indices, loaded.back().Wholes()), TuplesOf(mesh.coordinates));
+      });
     }
     return {ListOf(OffsetsOf(loaded.back().Wholes())), {indices, {indices->size()}}};
   });

@@ -9,7 +9,19 @@ import sys
 
 import tev
 
+try:
+    import meshio
+    import vtkmodules
+    CONVERSIONS = ("to_meshio", "to_vtk")
+except ImportError:
+    CONVERSIONS = ()
 ALLOWED = (tev.DamagedError, tev.NotAModelError, tev.UnsupportedVersionError)
+
+
+def touch(mesh):
+    """A cell whose nodes are no points would end the interpreter."""
+    if hasattr(mesh, "GetCell") and mesh.GetNumberOfCells():
+        mesh.GetCell(mesh.GetNumberOfCells() - 1).GetBounds()
 
 
 def works(path):
@@ -35,6 +47,10 @@ def works(path):
         yield "faces", lambda part=part: (part.faces.indices.sum(), list(part.faces)[:3])
         for step in model.steps[:2]:
             yield "mesh", lambda part=part, step=step: part.mesh(step).points.sum()
+        for conversion in CONVERSIONS:
+            for step in (None, *model.steps[:1]):
+                yield conversion, lambda part=part, step=step, conversion=conversion: (
+                    touch(getattr(part, conversion)(step)))
     yield "close", model.close
 
 

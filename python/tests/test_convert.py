@@ -6,6 +6,7 @@ import numpy as np
 import pytest
 
 import tev
+from conftest import EXAMPLES
 
 
 @pytest.mark.parametrize("package, convert", [("meshio", "to_meshio"), ("vtkmodules", "to_vtk")])
@@ -30,6 +31,45 @@ def test_meshio_has_every_number(bracket):
         assert found.tobytes() == field.values.tobytes(), field
     assert np.array_equal(mesh.point_data["Node Ids"], part.node_ids)
     assert np.array_equal(mesh.cell_data["Element Ids"][0], part.element_ids)
+
+
+@pytest.mark.parametrize("name, part, step", [("bracket", "Arm (Aluminium)", "Load Case = 1"),
+                                              ("heatsink", "FINS", "Time = 10")])
+def test_meshio_reads_again_what_it_was_given(name, part, step, tmp_path):
+    meshio = pytest.importorskip("meshio")
+    with tev.open(EXAMPLES / f"{name}.tev") as model:
+        mesh = model[part].to_meshio(step)
+    mesh.write(tmp_path / "again.vtu")
+    again = meshio.read(tmp_path / "again.vtu")
+    assert again.points.tobytes() == mesh.points.tobytes()
+    assert [block.type for block in again.cells] == [block.type for block in mesh.cells]
+    for block, other in zip(again.cells, mesh.cells):
+        assert np.array_equal(block.data, other.data) and len(block.data)
+    for result, values in mesh.point_data.items():
+        assert again.point_data[result].tobytes() == values.tobytes(), result
+
+
+@pytest.mark.parametrize("package, convert", [("meshio", "to_meshio"), ("vtkmodules", "to_vtk")])
+def test_points_of_other_than_three_coordinates_are_damage(package, convert, small_model):
+    pytest.importorskip(package)
+    with tev.open(small_model("two coordinates")) as model:
+        for ask in (getattr(model["Frame"], convert), lambda: model["Frame"].points):
+            with pytest.raises(tev.DamagedError, match="2 coordinates in place of 3") as caught:
+                ask()
+            assert caught.value.stream == "Heavy Data" and caught.value.place == 20
+
+
+def test_fields_without_a_step_come_along(small_model):
+    pytest.importorskip("meshio")
+    with tev.open(small_model("without a step")) as model:
+        part = model["Frame"]
+        data = part.to_meshio("Time = 0.5").point_data
+        assert list(data["Thickness"]) == [1, 2, 3, 4, 5]
+        assert list(data["Temperature"]) == [293.25, 294, 295.5, 296, 1234567]
+        assert set(data) == {"Displacement", "Temperature", "Thickness", "Node Ids"}
+        data = part.to_meshio().point_data
+        assert list(data["Temperature"]) == [1, 2, 3, 4, 5]
+        assert set(data) == {"Temperature", "Thickness", "Node Ids"}
 
 
 def test_meshio_sorts_cells_by_their_nodes(heatsink):

@@ -2,6 +2,7 @@
 
 import os
 import pickle
+import re
 
 import pytest
 
@@ -122,6 +123,50 @@ def test_a_block_that_cannot_be_inflated_is_named(damaged):
         again = pickle.loads(pickle.dumps(failures[0]))
         assert (str(again), again.block, again.stream, again.place) == (
             str(failures[0]), 8, "Heavy Data", failures[0].place)
+
+
+def places_of(error):
+    """Stream, byte and block as the text has them; None for what it does not name."""
+    found = [re.search(pattern, str(error)) for pattern in
+             (r"at byte \d+ of (.*?)(?:, in block|$)", r"at byte (\d+)", r"block (\d+)")]
+    stream, place, block = (match and match[1] for match in found)
+    return stream, place and int(place), block and int(block)
+
+
+def damage_met_in(path):
+    """What asking for all fields, their statistics and all meshes of a model raises."""
+    failures = []
+    with tev.open(path) as model:
+        asked = [lambda field=field: field.values for field in model.fields]
+        asked += [field.statistics for field in model.fields]
+        for name in ("points", "faces", "node_ids", "element_ids"):
+            asked += [lambda part=part, name=name: getattr(part, name) for part in model]
+        for ask in asked:
+            try:
+                ask()
+            except tev.DamagedError as error:
+                failures.append(error)
+    return failures
+
+
+# Blocks 5 and 7 begin at the bytes 1987 and 774820 of the file, and have at least 100000.
+@pytest.mark.parametrize("position, block", [(1987 + 50000, 5), (774820 + 50000, 7)])
+def test_places_are_those_that_the_text_names(damaged, position, block):
+    failures = damage_met_in(damaged(position, b"\0" * 2000))
+    assert len(failures) > 3
+    for error in failures:
+        assert (error.stream, error.place, error.block) == places_of(error), str(error)
+        assert error.block == block
+
+
+def test_blocks_of_a_file_that_is_cut_are_named(tmp_path):
+    """Block 8 begins at byte 878364."""
+    path = tmp_path / "cut.tev"
+    path.write_bytes(BRACKET[:900000])
+    failures = damage_met_in(path)
+    for error in failures:
+        assert (error.stream, error.place, error.block) == places_of(error), str(error)
+    assert 8 in {error.block for error in failures}
 
 
 def test_load_gives_what_it_can_and_raises_for_the_rest(damaged):

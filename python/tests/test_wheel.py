@@ -1,4 +1,8 @@
-"""The wheel: made twice it is the same, and it works where it is installed."""
+"""The wheel: made twice it is the same, and it works where it is installed.
+
+It is packed from the module that the build has (TEVINFO_BUILD). That setup.py compiles one where there
+is none is not tried here: it takes minutes.
+"""
 
 import os
 import pathlib

@@ -23,13 +23,26 @@ _MESHIO_TYPES = {1: "vertex", 2: "line", 3: "triangle", 4: "quad"}
 _VTK_TYPES = np.array([0, 1, 3, 5, 9, 7], np.uint8)  # by the number of nodes; from 5 on polygons
 
 
-def _fields_at(part: Part, step: StepLike) -> Tuple[List[Field], List[Field]]:
-    """The fields of nodes and of elements; of several of one name the first."""
+def _fields_at(part: Part, step: StepLike) -> List[Field]:
+    """The fields at a step, and those without one of results that have none there."""
     text = text_of(step)
+    at_step = [field for field in part.fields if text_of(field.step) == text]
+    own = {field.result for field in at_step}
+    return at_step + [field for field in part.fields
+                      if field.step is None and field.result not in own]
+
+
+def _located(part: Part, step: StepLike, points: int,
+             faces: int) -> Tuple[List[Field], List[Field]]:
+    """The fields with a value for each point and for each face of the mesh at a step, loaded; of
+    several of one name the first."""
     by_location: Dict[str, Dict[str, Field]] = {"node": {}, "element": {}}
-    for field in part.fields:
-        if (field.step.text if field.step else None) == text and field.location in by_location:
-            by_location[field.location].setdefault(field.result, field)
+    for field in _fields_at(part, step):
+        fits = [location for location, count in (("node", points), ("element", faces))
+                if field.count == count and field.components]
+        if fits:
+            location = field.location if field.location in fits else fits[0]
+            by_location[location].setdefault(field.result, field)
     nodes, elements = (list(by_location[location].values()) for location in ("node", "element"))
     part.model.load(nodes + elements)
     return nodes, elements
@@ -45,7 +58,7 @@ def _with_ids(fields: List[Field], name: str, ids: npt.NDArray[np.int64],
 
 def _data(part: Part, step: StepLike) -> Tuple[Mesh, Dict[str, Any], Dict[str, Any]]:
     mesh = part.mesh(step)
-    nodes, elements = _fields_at(part, step)
+    nodes, elements = _located(part, step, len(mesh.points), len(mesh.faces))
     return (mesh, _with_ids(nodes, _NODE_IDS, mesh.node_ids, len(mesh.points)),
             _with_ids(elements, _ELEMENT_IDS, mesh.element_ids, len(mesh.faces)))
 
@@ -62,7 +75,8 @@ def to_meshio(part: Part, step: StepLike) -> "meshio.Mesh":
     cell_data: Dict[str, List[npt.NDArray[Any]]] = {name: [] for name in element_data}
     for length in np.unique(lengths[lengths > 0]):
         chosen = np.flatnonzero(lengths == length)
-        corners = faces.indices[faces.offsets[chosen][:, None] + np.arange(length)]
+        # Signed: where meshio reads polygons again, it subtracts from numbers of this type.
+        corners = faces.indices[faces.offsets[chosen][:, None] + np.arange(length)].astype(np.int64)
         cells.append((_MESHIO_TYPES.get(int(length), "polygon"), corners))
         for name, values in element_data.items():
             cell_data[name].append(values[chosen])

@@ -145,7 +145,8 @@ class Field:
         return self.count
 
     def __array__(self, dtype: Any = None, copy: Optional[bool] = None) -> npt.NDArray[Any]:
-        return np.array(self.values, dtype, copy=bool(copy))
+        # NumPy 2 takes copy=False for a promise that none is needed.
+        return np.array(self.values, dtype, copy=True) if copy else np.asarray(self.values, dtype)
 
     def __repr__(self) -> str:
         at = f" at {self.step.text!r}" if self.step else ""
@@ -251,6 +252,7 @@ class Part:
     def to_meshio(self, step: StepLike = None) -> "meshio.Mesh":
         """A meshio.Mesh of the mesh and the fields at a step. Raises ImportError without meshio.
 
+        A result that has no field at the step is that without a step, where there is one.
         The model tells no kind of element: 1, 2, 3 and 4 nodes become vertices, lines, triangles and
         quads, more become polygons. Elements of as many nodes make one block of cells; node and
         element ids are data of that name.
@@ -261,7 +263,7 @@ class Part:
     def to_vtk(self, step: StepLike = None) -> "vtk.vtkUnstructuredGrid":
         """A vtkUnstructuredGrid of the mesh and the fields at a step. Raises ImportError without VTK.
 
-        Cells are as to_meshio makes them, in the order of the model.
+        Cells and fields are as to_meshio makes them, the cells in the order of the model.
         """
         from ._convert import to_vtk
         return to_vtk(self, step)

@@ -28,6 +28,24 @@ ModelWriter TwoPartsOfOneName() {
   return model;
 }
 
+/// The first part's points have two coordinates, as none are drawn.
+ModelWriter TwoCoordinates() {
+  ModelWriter model = tevtest::SmallModel();
+  model.VariableAt(tevtest::kSmallMesh1, 1) =
+      Variable::Floats("Coordinates", tevtest::kCoordinates, 2, {0, 0, 1, 0, 0, 1, 0, 0, 1, 1});
+  return model;
+}
+
+/// The first part has a result without a step, and one more that it also has at "Time = 0.5".
+ModelWriter FieldsWithoutAStep() {
+  ModelWriter model = tevtest::SmallModel();
+  for (const char* name : {"Thickness", "Temperature"}) {
+    model.AddVariable(tevtest::kSmallMesh1,
+                      Variable::Floats(name, tevtest::kScalarResult, 1, {1, 2, 3, 4, 5}));
+  }
+  return model;
+}
+
 constexpr std::size_t kFields = 40;
 constexpr std::size_t kBlocks = 4;
 constexpr std::size_t kNumbers = 1000;
@@ -70,6 +88,8 @@ void WriteMutants(std::size_t stride) {
 
 int main(int argc, char** argv) {
   const std::map<std::string, ModelWriter (*)()> small{{"two parts of one name", TwoPartsOfOneName},
+                                                       {"two coordinates", TwoCoordinates},
+                                                       {"without a step", FieldsWithoutAStep},
                                                        {"forty fields", FortyFields}};
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   if (arguments.size() != 2) {
