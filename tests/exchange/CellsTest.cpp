@@ -55,10 +55,12 @@ TEST(CellRules, Guessing_TellsSolidsFromFlatElements) {
 }
 
 TEST(CellRules, NamedBesideGuessing_Wins) {
-  CellRules rules = Rules("auto");
-  EXPECT_EQ(rules.Set("4=quad"), "");
-  EXPECT_EQ(ShapeOf(rules, {0, 1, 2, 4}), CellShape::Quad);
-  EXPECT_EQ(ShapeOf(rules, {0, 1, 2, 3, 4}), CellShape::Pyramid);
+  CellRules oneByOne = Rules("auto");
+  EXPECT_EQ(oneByOne.Set("4=quad"), "");
+  for (const CellRules& rules : {oneByOne, Rules("auto,4=quad"), Rules("4=quad,auto")}) {
+    EXPECT_EQ(ShapeOf(rules, {0, 1, 2, 4}), CellShape::Quad);
+    EXPECT_EQ(ShapeOf(rules, {0, 1, 2, 3, 4}), CellShape::Pyramid);
+  }
 }
 
 TEST(CellRules, WrongOnes_AreNamed) {

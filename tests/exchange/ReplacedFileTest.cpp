@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 
@@ -71,13 +72,13 @@ TEST(ReplacedFile, InPlaceOfSomethingElse_IsRefused) {
 TEST(ReplacedFolder, OfItsOwnFiles_IsReplacedAsAWhole) {
   const TempDir dir;
   fs::create_directory(dir / "f");
-  dir.Write("f/old.vtu", "old");
+  dir.Write("f/f_12.vtu", "old");
   ReplacedFolder folder(dir / "f", ".vtu");
-  tevtest::WriteFile(folder.Path() + "/new.vtu", "new");
+  tevtest::WriteFile(folder.Path() + "/f_0.vtu", "new");
   EXPECT_EQ(EntriesIn(dir / "f"), 1U);
   folder.Commit();
-  EXPECT_EQ(ReadFile(dir / "f/new.vtu"), "new");
-  EXPECT_FALSE(fs::exists(dir / "f/old.vtu"));
+  EXPECT_EQ(ReadFile(dir / "f/f_0.vtu"), "new");
+  EXPECT_FALSE(fs::exists(dir / "f/f_12.vtu"));
 }
 
 TEST(ReplacedFolder, WithOtherFiles_IsRefused) {
@@ -88,6 +89,43 @@ TEST(ReplacedFolder, WithOtherFiles_IsRefused) {
   dir.Write("g", "a file");
   EXPECT_THROW((ReplacedFolder{dir / "g", ".vtu"}), Lbt::Util::Exception);
   EXPECT_EQ(EntriesIn(dir.Path()), 2U);
+}
+
+TEST(ReplacedFolder, WithFilesOfOtherNames_IsRefused) {
+  for (const std::string name :
+       {"mine.vtu", "f_.vtu", "f_1a.vtu", "f_1.vtk", "g_1.vtu", "f_1.vtu.vtu"}) {
+    const TempDir dir;
+    fs::create_directory(dir / "f");
+    dir.Write("f/f_0.vtu", "an export's");
+    dir.Write("f/" + name, "mine");
+    EXPECT_THROW((ReplacedFolder{dir / "f", ".vtu"}), Lbt::Util::Exception) << name;
+    EXPECT_EQ(ReadFile(dir / ("f/" + name)), "mine");
+  }
+}
+
+/// What an export does that a signal comes to.
+void WriteWhileSignalled(const TempDir& dir, int signal) {
+  const ReplacedFile file(dir / "a");
+  const ReplacedFolder folder(dir / "f", ".vtu");
+  tevtest::WriteFile(folder.Path() + "/f_0.vtu", "new");
+  Spool spool(dir / "a");
+  std::raise(signal);
+  spool.Write(0, std::as_bytes(std::span("new")));
+}
+
+TEST(HeldSignals, EndTheProgram_WhenNothingIsLeftBehind) {
+  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+    const TempDir dir;
+    EXPECT_EXIT(WriteWhileSignalled(dir, signal), testing::KilledBySignal(signal), "");
+    EXPECT_EQ(EntriesIn(dir.Path()), 0U) << signal;
+  }
+}
+
+TEST(HeldSignals, ThatAreIgnored_ChangeNothing) {
+  const TempDir dir;
+  const auto before = std::signal(SIGHUP, SIG_IGN);
+  EXPECT_NO_THROW(WriteWhileSignalled(dir, SIGHUP));
+  static_cast<void>(std::signal(SIGHUP, before));
 }
 
 TEST(Spool, TakesBytesInAnyOrder) {

@@ -191,6 +191,28 @@ TEST_F(TevExport, FolderOfSomebodyElse_IsLeftAlone) {
   EXPECT_EQ(dir.Read("h/thesis.txt"), "mine");
 }
 
+TEST_F(TevExport, BesideAFolderOfThatName_NamesIt) {
+  fs::create_directory(dir / "h.h5");
+  const RunResult run = Run({"export", Example("heatsink.tev"), "-o", "h.xdmf"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.error, "tev: h.xdmf: h.h5 is no file that can be replaced\n");
+  EXPECT_EQ(Left(), Names{"h.h5"});
+}
+
+TEST_F(TevExport, NamesInVtkHdf_AreWhatItCanHave) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("g", model.AddShape("a\x80", model.AddGroup("r", 0)));
+  model.AddVariable(mesh, Variable::Floats("Coordinates", kCoordinates, 3, {1, 2, 3}));
+  for (const std::string name : {"", ".", "..", "a/b", "\xfft"}) {
+    model.AddVariable(mesh, Variable::Floats(name + "\x1eTime = 0.5", kScalarResult, 1, {4}));
+  }
+  Write("m.tev", model);
+  EXPECT_EQ(Answer({"export", "m.tev", "-o", "m.hdf"}), "");
+  EXPECT_EQ(
+      RunScript({"names", "m.hdf", "a\xef\xbf\xbd", "()", "(.)", "..", "a|b", "\xef\xbf\xbdt"}),
+      "");
+}
+
 TEST_F(TevExport, DamagedField_IsNamedAndTheRestWritten) {
   ModelWriter model = SmallModel();
   model.VariableAt(kSmallMesh1, 5).heavyPosition = 1U << 30U;

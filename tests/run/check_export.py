@@ -8,6 +8,7 @@
   check_export.py volumes TRUTH.json.gz FILE.vtu         volumes of quadratic tetrahedra, by meshio
   check_export.py shared FILE.xdmf NUMBER                how many data sets of points there are
   check_export.py set FILE.xdmf PART NAME ID...          the node ids of a set in a part
+  check_export.py names FILE.hdf PART RESULT...          the names of the only part and its results
 
 STEP is the text of a step. Exit status: 0 right, 1 wrong (the first difference is shown), 77 where a
 reader is not installed.
@@ -298,6 +299,17 @@ def check_shared(path, number):
     require(len(places) == number, len(places), "data sets of points")
 
 
+def check_names(path, part, *results):
+    with h5py.File(path) as file:
+        root = file["VTKHDF"]
+        require(list(root["CellData/Part Ids"].attrs["names"]) == [part],
+                list(root["CellData/Part Ids"].attrs["names"]))
+        require(set(root["PointData"]) == {"Node Ids", *results}, set(root["PointData"]))
+    data = read_vtk(vtkHDFReader(), path).GetPointData()
+    names = {data.GetArrayName(i) for i in range(data.GetNumberOfArrays())}
+    require(names == {"Node Ids", *results}, names)
+
+
 def check_set(path, part, name, *ids):
     xdmf = Xdmf(path)
     _, _, grids = next(xdmf.steps())
@@ -351,6 +363,8 @@ def main(how, *arguments):
         check_shared(arguments[0], int(arguments[1]))
     elif how == "set":
         check_set(*arguments)
+    elif how == "names":
+        check_names(*arguments)
     elif how in ("vtu", "hdf"):
         truth, path = arguments[:2]
         step = arguments[2] if len(arguments) > 2 else steps_of(truth)[-1]

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace Lbt::Util {
@@ -15,5 +16,8 @@ struct Utf8Character {
 /// The character that "text", which is not empty, begins with; of length 0 where it begins with no
 /// valid UTF-8.
 [[nodiscard]] Utf8Character FirstOfUtf8(std::string_view text);
+
+/// "text" with U+FFFD for each byte that is no valid UTF-8.
+[[nodiscard]] std::string ValidUtf8(std::string_view text);
 
 }  // namespace Lbt::Util

@@ -53,4 +53,14 @@ Utf8Character FirstOfUtf8(std::string_view text) {
   return IsScalar(point, form.least) ? Utf8Character{form.length, point} : Utf8Character{};
 }
 
+std::string ValidUtf8(std::string_view text) {
+  std::string valid;
+  while (!text.empty()) {
+    const std::size_t length = FirstOfUtf8(text).length;
+    valid += length == 0 ? "\xef\xbf\xbd" : text.substr(0, length);
+    text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return valid;
+}
+
 }  // namespace Lbt::Util

@@ -53,9 +53,9 @@ struct ShapeFacts {
 /// line, triangle, quad or polygon.
 class CellRules {
  public:
-  /// Takes rules as in "4=tetra,10=tetra10", or "auto": elements of as many nodes as a solid has,
-  /// which are not flat, become that solid. Returns what is wrong with them; empty where nothing
-  /// is.
+  /// Takes rules as in "4=tetra,10=tetra10"; "auto" among them: elements of as many nodes as a
+  /// solid has that have no rule, and are not flat, become that solid. Returns what is wrong with
+  /// them; empty where nothing is.
   [[nodiscard]] std::string Set(std::string_view text);
 
   [[nodiscard]] bool AreGuessing() const { return isGuessing_; }

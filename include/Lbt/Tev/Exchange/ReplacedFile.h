@@ -1,11 +1,13 @@
 #pragma once
 
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <ostream>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "Lbt/Util/OutputStream.h"
 
@@ -14,6 +16,22 @@ namespace LbtTev::Exchange {
 /// Throws "Write Error" with the system's reason for the last failure of a call: "cannot write: No
 /// space left on device".
 [[noreturn]] void RaiseWriteError(const std::string& what);
+
+/// Holds SIGHUP, SIGINT and SIGTERM back as long as it lives, so that what is not complete goes
+/// away before they end the program. Those that are ignored stay so.
+class HeldSignals {
+ public:
+  HeldSignals();
+  ~HeldSignals();
+  HeldSignals(const HeldSignals&) = delete;
+  HeldSignals& operator=(const HeldSignals&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
+/// Throws "Write Error" where a signal is held back.
+void RequireNoSignal();
 
 /// A file that is written beside the one that it is to replace, and takes its place as a whole; or
 /// goes away where it is not complete. What throws throws "Write Error".
@@ -37,6 +55,7 @@ class ReplacedFile {
   void Commit();
 
  private:
+  HeldSignals held_;
   std::string path_;
   std::string temporary_;
   std::unique_ptr<Lbt::Util::DescriptorStream> stream_;
@@ -45,7 +64,8 @@ class ReplacedFile {
 /// A folder that is filled beside the one that it is to replace.
 class ReplacedFolder {
  public:
-  /// An existing folder is only replaced where it has nothing but files that end in "suffix".
+  /// An existing folder is only replaced where it has nothing but files that are named as those of
+  /// an export: "f_0.vtu" in "f", for the suffix ".vtu".
   ReplacedFolder(std::string path, std::string suffix);
   ~ReplacedFolder();
   ReplacedFolder(const ReplacedFolder&) = delete;
@@ -56,7 +76,9 @@ class ReplacedFolder {
 
  private:
   void RequireOwn() const;
+  [[nodiscard]] bool IsOwnName(std::string_view name) const;
 
+  HeldSignals held_;
   std::string path_;
   std::string suffix_;
   std::string temporary_;

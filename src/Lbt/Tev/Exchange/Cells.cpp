@@ -98,10 +98,6 @@ double Flatness(std::span<const float, 3> a, std::span<const float, 3> b,
 }
 
 std::string CellRules::Set(std::string_view text) {
-  if (text == "auto") {
-    isGuessing_ = true;
-    return {};
-  }
   for (;;) {
     const std::size_t comma = text.find(',');
     if (std::string fault = SetOne(text.substr(0, comma)); !fault.empty()) {
@@ -115,6 +111,10 @@ std::string CellRules::Set(std::string_view text) {
 }
 
 std::string CellRules::SetOne(std::string_view rule) {
+  if (rule == "auto") {
+    isGuessing_ = true;
+    return {};
+  }
   const std::size_t equals = rule.find('=');
   const std::string_view number = rule.substr(0, equals);
   std::size_t nodes = 0;

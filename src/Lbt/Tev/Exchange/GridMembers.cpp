@@ -6,6 +6,7 @@
 #include <exception>
 
 #include "Lbt/Log/Raise.h"
+#include "Lbt/Tev/Exchange/ReplacedFile.h"
 
 namespace LbtTev::Exchange {
 
@@ -41,6 +42,7 @@ GridMembers FindMembers(const Contents& contents, PlaceInTime step, const CellRu
   }
   bool hasFailed = false;
   Analysis::LoadInFileOrder({&model.GetTree(), wanted}, [&](std::size_t i, const auto& loaded) {
+    RequireNoSignal();
     Member& member = grid.all[i];
     if (member.mesh.coordinates == nullptr) {
       return;

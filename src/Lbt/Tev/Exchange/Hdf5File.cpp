@@ -16,6 +16,8 @@
 #include <cerrno>
 #include <utility>
 
+#include "Lbt/Util/Utf8.h"
+
 namespace LbtTev::Exchange {
 
 namespace {
@@ -267,6 +269,7 @@ void Hdf5File::MakeDataset(const std::string& name, NumberType type, std::uint64
 
 void Hdf5File::Write(const std::string& name, std::uint64_t first,
                      std::span<const std::byte> tuples) {
+  RequireNoSignal();
   const Hdf5& hdf5 = Hdf5::Get();
   errno = 0;
   Handle dataset(hdf5.openDataset(file_, name.c_str(), H5P_DEFAULT), hdf5.closeDataset);
@@ -298,8 +301,10 @@ void Hdf5File::SetTexts(const std::string& object, const char* name,
   const Handle type(hdf5.copyType(hdf5.text), hdf5.closeType);
   Require(hdf5.setSize(type, H5T_VARIABLE));
   Require(hdf5.setCharacters(type, H5T_CSET_UTF8));
+  std::vector<std::string> valid(texts.size());
+  std::ranges::transform(texts, valid.begin(), Lbt::Util::ValidUtf8);
   std::vector<const char*> values(texts.size());
-  std::ranges::transform(texts, values.begin(), &std::string::c_str);
+  std::ranges::transform(valid, values.begin(), &std::string::c_str);
   const hsize_t size = values.size();
   SetAttribute(file_, object, name, type, &size, values.data());
 }

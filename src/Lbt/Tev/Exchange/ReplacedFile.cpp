@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -56,6 +57,24 @@ std::string MakeBeside(const fs::path& path, const Make& make) {
   RaiseWriteError("cannot create a file in its folder");
 }
 
+auto HandlerOf(const struct sigaction& action) {
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-union-access): the system's own type
+  return action.sa_handler;
+}
+
+/// What a user, a terminal that is closed or a queue ends programs by, unless it is ignored.
+sigset_t EndingSignals() {
+  sigset_t ending{};
+  sigemptyset(&ending);
+  for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
+    struct sigaction action {};
+    if (sigaction(number, nullptr, &action) == 0 && HandlerOf(action) != SIG_IGN) {
+      sigaddset(&ending, number);
+    }
+  }
+  return ending;
+}
+
 int OpenNew(const std::string& path, int access) {
   return open(path.c_str(), access | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode);
 }
@@ -72,6 +91,7 @@ void TakeOverMode(const fs::path& old, int descriptor) {
 template <class Byte, class Call>
 void InPieces(std::span<Byte> bytes, std::uint64_t position, const Call& call) {
   while (!bytes.empty()) {
+    RequireNoSignal();
     const ssize_t count = call(bytes, static_cast<off_t>(position));
     if (count == 0 || (count < 0 && errno != EINTR)) {
       RaiseWriteError("cannot write to a temporary file");
@@ -92,10 +112,28 @@ void RaiseWriteError(const std::string& what) {
                   "include/Lbt/Tev/Exchange/ReplacedFile");
 }
 
+HeldSignals::HeldSignals() {
+  const sigset_t ending = EndingSignals();
+  pthread_sigmask(SIG_BLOCK, &ending, &before_);
+}
+
+HeldSignals::~HeldSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+void RequireNoSignal() {
+  const sigset_t ending = EndingSignals();
+  sigset_t come{};
+  sigpending(&come);
+  sigandset(&come, &come, &ending);
+  if (sigisemptyset(&come) == 0) {
+    errno = EINTR;
+    RaiseWriteError("cannot write");
+  }
+}
+
 ReplacedFile::ReplacedFile(const std::string& path) : path_(TargetOf(path).string()) {
   if (fs::exists(path_) && !fs::is_regular_file(path_)) {
     errno = 0;
-    RaiseWriteError("is no file that can be replaced");
+    RaiseWriteError(fs::path(path).filename().string() + " is no file that can be replaced");
   }
   int descriptor = -1;
   temporary_ = MakeBeside(path_, [&](const std::string& name) {
@@ -137,6 +175,17 @@ ReplacedFolder::ReplacedFolder(std::string path, std::string suffix)
       path_, [](const std::string& name) { return mkdir(name.c_str(), kFolderMode) == 0; });
 }
 
+/// "f_12.vtu" in the folder "f".
+bool ReplacedFolder::IsOwnName(std::string_view name) const {
+  const std::string start = fs::path(path_).filename().string() + '_';
+  if (!name.starts_with(start) || !name.ends_with(suffix_)) {
+    return false;
+  }
+  name.remove_prefix(start.size());
+  return name.find_first_not_of("0123456789") == name.size() - suffix_.size() &&
+         name.size() > suffix_.size();
+}
+
 /// A folder of that name may be somebody's work.
 void ReplacedFolder::RequireOwn() const {
   std::error_code error;
@@ -144,7 +193,7 @@ void ReplacedFolder::RequireOwn() const {
   bool isOwn = fs::is_directory(status);
   for (fs::directory_iterator entry(path_, error), end; isOwn && !error && entry != end;
        entry.increment(error)) {
-    isOwn = entry->is_regular_file() && entry->path().extension() == suffix_;
+    isOwn = entry->is_regular_file() && IsOwnName(entry->path().filename().string());
   }
   if (fs::exists(status) && (!isOwn || error)) {
     errno = 0;

@@ -9,6 +9,7 @@
 #include "Lbt/Tev/Exchange/Hdf5Formats.h"
 #include "Lbt/Tev/Exchange/MergedGrid.h"
 #include "Lbt/Tev/Exchange/ReplacedFile.h"
+#include "Lbt/Util/Utf8.h"
 
 namespace LbtTev::Exchange {
 
@@ -16,6 +17,14 @@ namespace {
 
 /// A place in the group that all stands in; without more, the group.
 std::string InRoot(const std::string& place = "") { return "/VTKHDF" + place; }
+
+/// A slash in a name would be a group of its own, a zero the end, and "." the group itself.
+std::string NameInGroup(const std::string& name) {
+  std::string valid = Lbt::Util::ValidUtf8(name);
+  std::ranges::replace(valid, '/', '|');
+  std::ranges::replace(valid, '\0', '|');
+  return valid.empty() || valid == "." ? "(" + valid + ")" : valid;
+}
 
 /// Data sets take a grid's numbers as they come.
 class VtkHdfSink : public GridSink {
@@ -62,10 +71,8 @@ class VtkHdfSink : public GridSink {
     }
   }
 
-  /// A slash in a name would be a group of its own.
   std::string NameOf(const GridArray& array) {
-    std::string name = array.name;
-    std::ranges::replace(name, '/', '|');
+    const std::string name = NameInGroup(array.name);
     switch (array.role) {
       case ArrayRole::Points:
         return InRoot("/Points");
