@@ -93,8 +93,8 @@ std::string TextOnTaken(const Model& model, std::size_t part, const TakenShapes&
 /// Tells of what an export leaves out or guesses.
 class Telling {
  public:
-  Telling(const Model& model, const std::string& path, AnswerWriter& writer)
-      : model_(&model), path_(path), writer_(&writer) {}
+  Telling(const Model& model, std::string path, AnswerWriter& writer)
+      : model_(&model), path_(std::move(path)), writer_(&writer) {}
 
   [[nodiscard]] Listener GetListener() {
     return {.meshFailed =

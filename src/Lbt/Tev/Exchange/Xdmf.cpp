@@ -50,7 +50,7 @@ class XdmfText {
           << "\" GridType=\"Collection\" CollectionType=\"Spatial\">\n<Time Value=\""
           << NumberIn(contents_->TimeOf(place)) << "\"/>\n";
     if (step) {
-      *out_ << "<Information Name=\"Step\" Value=\"" << XmlText(text) << "\"/>\n";
+      *out_ << R"(<Information Name="Step" Value=")" << XmlText(text) << "\"/>\n";
     }
     for (std::size_t i = 0; i < partNames_.size(); ++i) {
       const std::size_t part = contents_->Parts()[i];
@@ -87,7 +87,7 @@ class XdmfText {
     if (nodes != nullptr && nodes->tuples == written.points.tuples) {
       WriteAttribute("Node Ids", "Node", *nodes);
       for (const auto& [name, set] : *arrays_->SetsOf(mesh.nodeIds)) {
-        *out_ << "<Set Name=\"" << XmlText(name) << "\" SetType=\"Node\">";
+        *out_ << "<Set Name=\"" << XmlText(name) << R"(" SetType="Node">)";
         WriteItem(set);
         *out_ << "</Set>\n";
       }
@@ -129,7 +129,7 @@ class XdmfText {
     const std::string_view type = array.type == NumberType::Float32 ? "Float"
                                   : array.type == NumberType::Int32 ? "Int"
                                                                     : "UInt";
-    *out_ << "\" NumberType=\"" << type << "\" Precision=\"4\" Format=\"HDF\">"
+    *out_ << "\" NumberType=\"" << type << R"(" Precision="4" Format="HDF">)"
           << XmlText(numbersFile_) << ':' << array.path << "</DataItem>";
   }
 
