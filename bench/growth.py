@@ -61,7 +61,8 @@ def works(arena, model, last_block, geometry="g"):
             Work("stats", [tev, "results", "--stats", model], True),
             Work("values", [tev, "values", model], True),
             Work("mesh", [tev, "values", "--mesh", model], True),
-            Work("diff", [tev, "diff", model, model], True, models=2)]
+            Work("diff", [tev, "diff", model, model], True, models=2),
+            Work("export", [tev, "export", model, "-o", arena.path("export.xdmf")])]
 
 
 def json_works(arena, model):

@@ -116,6 +116,9 @@ class Telling {
                 }};
   }
 
+  /// What failed first; empty where nothing did.
+  [[nodiscard]] std::string_view FirstMissing() const { return firstMissing_; }
+
   /// Of very many fields only some are named.
   void TellOfLeftOut(const Contents& contents) const {
     for (const std::size_t part : contents.PartsWithoutPoints()) {
@@ -141,6 +144,9 @@ class Telling {
   /// The same failure may concern the grids of many steps.
   void AddMissing(const std::string& what, const std::exception_ptr& failure) {
     std::string text = what + ": " + FailureOf(failure).what();
+    if (missing_.empty()) {
+      firstMissing_ = text;
+    }
     if (missing_.insert(text).second) {
       writer_->AddMissing(std::move(text));
     }
@@ -149,6 +155,7 @@ class Telling {
   const Model* model_;
   std::string path_;
   AnswerWriter* writer_;
+  std::string firstMissing_;
   std::set<std::string> missing_;
   std::set<std::string> leftOut_;
   std::set<std::string> taken_;
@@ -194,7 +201,11 @@ void AnswerExport(const Input& input, AnswerWriter& writer, const ExportOptions&
       if (exception.GetType() == Lbt::Util::Exception::ErrorType::WriteError) {
         throw OutputFailure({FailureCode::IoError, options.output + ": " + ReasonOf(exception)});
       }
-      throw;
+      if (telling.FirstMissing().empty()) {
+        throw;
+      }
+      throw Failure(FailureCode::Damaged,
+                    ReasonOf(exception) + ": " + std::string(telling.FirstMissing()));
     }
     telling.TellOfLeftOut(contents);
   });

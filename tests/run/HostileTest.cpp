@@ -52,7 +52,7 @@ constexpr std::array<Verb, 8> kVerbs{{{"list"},
                                       {"cdf", true, false}}};
 
 /// The verbs on fields, which have arguments of their own.
-constexpr std::array<std::string_view, 3> kVerbsOnFields{"results", "values", "diff"};
+constexpr std::array<std::string_view, 4> kVerbsOnFields{"results", "values", "diff", "export"};
 
 /// A kind of hostile file as it is tried here.
 struct Case {
@@ -178,6 +178,7 @@ TEST_P(Hostile, VerbsOnFields_StayWithinWhatTheFileHolds) {
   Try({"mesh", {TEV_PROGRAM, "values", "--mesh", model}, true, true});
   Try({"diff", {TEV_PROGRAM, "diff", model, model}, true, false, 2});
   Try({"json-diff", {TEV_PROGRAM, "diff", "--json", model, model}, true, false, 2});
+  Try({"export", {TEV_PROGRAM, "export", model, "-o", dir / "out.xdmf"}, false, true});
 }
 
 /// Compares two models, the ids of whose nodes are in opposite orders.
@@ -231,13 +232,13 @@ TEST(HostileVerbs, EveryVerb_IsTried) {
 
 constexpr std::string_view kAllVerbs =
     " list info tree sets check cdf results json-results csv-results stats json-stats values mesh"
-    " diff json-diff blocks block";
+    " diff json-diff export blocks block";
 constexpr std::string_view kAllThatReadTrees =
     " report ekm dump list info tree sets check cdf results json-results csv-results stats"
-    " json-stats values mesh diff json-diff";
+    " json-stats values mesh diff json-diff export";
 constexpr std::string_view kAll =
     " report ekm dump list info tree sets check cdf results json-results csv-results stats"
-    " json-stats values mesh diff json-diff blocks block";
+    " json-stats values mesh diff json-diff export blocks block";
 
 const std::vector<Case> kCases{
     {.row = "light-data-to-and-fro",
@@ -264,7 +265,7 @@ const std::vector<Case> kCases{
     // step is too much all the same.
     {.row = "meshes-on-same-bytes", .make = [] { return MeshesOnSameBytes(300, 5000); }},
     {.row = "damaged-faces-on-same-bytes",
-     .refusing = " stats json-stats mesh diff json-diff",
+     .refusing = " stats json-stats mesh diff json-diff export",
      .make = [] { return DamagedFacesOnSameBytes(300, 5000); },
      .reason = "A face names a node that the mesh has not"},
     {.row = "ids-in-turn",
@@ -273,7 +274,7 @@ const std::vector<Case> kCases{
            return IdsInTurn({1500, 3000});
          }},
     {.row = "faces-of-various-points",
-     .refusing = " diff json-diff",
+     .refusing = " diff json-diff export",
      .make = [] { return FacesOfVariousPoints(300, 5000); }},
     {.row = "shapes-of-a-long-name", .refusing = " info json-results json-stats"},
     {.row = "links-of-a-long-name", .refusing = " dump"},
