@@ -28,7 +28,7 @@ set(ENV{QUARLO_TEMP_PATH} "${WORK}")
 run("${prefix}/bin/TevInfo" "${model}")
 expect_text("${output}" "<attribute name=\"Parts\" value=\"Base (Steel), Arm (Aluminium)\"/>")
 run("${prefix}/bin/tev" info "${model}")
-expect_text("${output}" "Mesh      12819 nodes, 7148 elements\n")
+expect_text("${output}" "Mesh      12819 nodes, 7148 elements of 10 nodes\n")
 
 foreach(file share/man/man1/TevInfo.1 share/man/man1/tev.1 share/bash-completion/completions/tev
     share/doc/TevInfo/schema/info.schema.json include/Lbt/Lbf/Block.h)

@@ -138,7 +138,7 @@ TEST_F(MemoryLimitOfACheck, VeryManyFindings_TakeLittleMemory) {
 TEST_F(MemoryLimitOfACheck, VeryManyBlocks_AreListedAsTheyAreMade) {
   ContainerWriter writer;
   for (int i = 0; i < 100000; ++i) {
-    writer.AddRaw("", "");
+    writer.AddRaw("Tev Tree", "");
   }
   dir.Write("m.tev", writer.Build().bytes);
   const RunResult run =
