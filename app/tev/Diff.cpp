@@ -268,6 +268,9 @@ Action SetUp(CLI::App& app) {
   AddJobsOption(app, options->jobs);
   app.add_flag("-q,--quiet", options->quiet, "Tell the verdict by the status alone");
   AddAnswerOptions(app, options->run);
+  app.get_option("--quiet")
+      ->excludes(app.get_option("--json"))
+      ->excludes(app.get_option("--jsonl"));
   return [options] { return static_cast<Status>(Run(*options)); };
 }
 

@@ -28,16 +28,30 @@ struct AskedFaces {
   MeshVariables mesh;
 };
 
-/// A mesh is that of each step that has faces of its own.
+/// The steps at which faces are asked for: those with faces of their own, or all where steps are
+/// chosen, since a part without faces at a step has those without a step then.
+std::vector<std::optional<std::size_t>> StepsOfFaces(const Model& model, std::size_t part,
+                                                     bool areChosen) {
+  if (!areChosen) {
+    return model.StepsWith(model.Parts()[part], kFaces);
+  }
+  std::vector<std::optional<std::size_t>> steps{std::nullopt};
+  for (std::size_t step = 0; step < model.Steps().size(); ++step) {
+    steps.emplace_back(step);
+  }
+  return steps;
+}
+
 std::vector<AskedFaces> FindFaces(const Model& model, const Selection& selection) {
   std::vector<AskedFaces> found;
   const SelectedSteps steps(model, selection.steps);
   RepeatedRows rows(model);
   for (const std::size_t part : SelectParts(model, selection.parts)) {
-    for (const auto& step : model.StepsWith(model.Parts()[part], kFaces)) {
-      if (steps.Has(step)) {
+    for (const auto& step : StepsOfFaces(model, part, !selection.steps.empty())) {
+      const MeshVariables mesh = model.MeshAt(model.Parts()[part], step);
+      if (steps.Has(step) && mesh.faces != nullptr) {
         rows.Add(part, step ? model.Steps()[*step].text : "");
-        found.push_back({part, step, model.MeshAt(model.Parts()[part], step)});
+        found.push_back({part, step, mesh});
       }
     }
   }

@@ -131,7 +131,7 @@ TakeField CsvFields(const Model& model, const std::string& path, AnswerWriter& w
                                         std::string(TextOf(field.location)),
                                         std::to_string(field.components),
                                         std::to_string(field.count)};
-    if (result == nullptr || !result->statistics) {
+    if (result == nullptr || !result->statistics || result->statistics->components.empty()) {
       writer.AddCsvRow(head);
     } else {
       ForFigures(*result->statistics, [&](const std::string& name, const Figures& figures) {
@@ -161,6 +161,8 @@ TakeField TextFields(const Model& model, Table& table) {
         VisibleText(StepText(model, each.field->step)), std::string(TextOf(each.field->location))};
     if (!result->statistics) {
       head.emplace_back("damaged");
+    }
+    if (!result->statistics || result->statistics->components.empty()) {
       table.Add(std::move(head));
       return;
     }

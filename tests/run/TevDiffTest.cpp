@@ -506,6 +506,11 @@ TEST_F(TevDiff, Quiet_TellsByTheStatusAlone) {
   EXPECT_EQ(same.status, 0);
   EXPECT_EQ(same.output + same.error, "");
   EXPECT_EQ(Run({"diff", "-q", "a.tev", "missing.tev"}).status, 2);
+  for (const char* form : {"--json", "--jsonl"}) {
+    const RunResult both = Run({"diff", "-q", form, "a.tev", "a.tev"});
+    EXPECT_EQ(both.status, 2);
+    EXPECT_EQ(both.output, "");
+  }
   EXPECT_EQ(Run({"diff", "a.tev"}).status, 2);
   EXPECT_EQ(Run({"diff", "a.tev", "b.tev", "--rtol", "x"}).status, 2);
   EXPECT_EQ(Run({"diff", "a.tev", "b.tev", "--atol", "-1"}).status, 2);

@@ -118,6 +118,17 @@ TEST_F(TevResults, FieldsOfOneNameAndStep_AreTwoInStoredOrder) {
                                                       "3,,0,4,,1,3.5,3.5355339059327378\n");
 }
 
+TEST_F(TevResults, FieldWithoutComponents_HasARowToo) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("g", model.AddShape("P", model.AddGroup("r", 0)));
+  model.AddVariable(mesh, Variable::Floats("Z\x1eTime = 1", 13, 0, {1, 2}));
+  Write("m.tev", model);
+  const std::string table = Answer({"results", "--stats", "--csv", "m.tev"});
+  EXPECT_NE(table.find("\nm.tev,,true,2,Z,Time = 1,"), std::string::npos) << table;
+  const std::string text = Answer({"results", "--stats", "m.tev"});
+  EXPECT_NE(text.find("\n  P     Z       Time = 1  "), std::string::npos) << text;
+}
+
 #ifdef FAULT_PRELOAD  // a sanitizer takes memory for itself
 
 constexpr std::uint32_t kManyNumbers = 2U << 20U;

@@ -45,6 +45,15 @@ TEST_F(TevValues, MeshAsCsv_IsAFaceARow) {
             "5,,0,103,0,1,2,3,4\n");
 }
 
+TEST_F(TevValues, MeshAtAStepWithoutFacesOfItsOwn_IsTheOneWithoutAStep) {
+  Write("m.tev", SmallModel());
+  EXPECT_EQ(Answer({"values", "m.tev", "--mesh", "--step", "Time = 0.5"}),
+            "part,step,index,id,n1,n2,n3,n4,n5\n"
+            "3,Time = 0.5,0,101,0,1,2,3\n"
+            "3,Time = 0.5,1,102,1,2,3,4\n"
+            "5,Time = 0.5,0,103,0,1,2,3,4\n");
+}
+
 TEST_F(TevValues, Csv_IsOneTableOfAllThatFits) {
   Write("m.tev", SmallModel());
   EXPECT_EQ(Answer({"values", "m.tev", "--result", "Temp*", "--part", "Panel"}),
@@ -64,6 +73,18 @@ TEST_F(TevValues, FieldsOfOneNameAndStep_AreTwoInStoredOrder) {
   EXPECT_EQ(Answer({"values", "m.tev"}),
             "part,result,step,index,id,v1\n2,R,Time = 1,0,,1\n2,R,Time = 1,1,,2\n"
             "2,R,Time = 1,0,,3\n2,R,Time = 1,1,,4\n");
+}
+
+TEST_F(TevValues, DamagedFieldOfTwoOfOneName_IsToldWithItsOwnPlace) {
+  ModelWriter model = FieldsOfOneName({3, 4});
+  model.VariableAt(3, 0).heavyPosition = 1U << 30U;
+  Write("m.tev", model);
+  const RunResult run = Run({"values", "m.tev"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_NE(run.error.find("Invalid block position, at byte 1073741824 of Heavy Data"),
+            std::string::npos)
+      << run.error;
+  EXPECT_EQ(run.output, "part,result,step,index,id,v1\n2,R,Time = 1,0,,3\n2,R,Time = 1,1,,4\n");
 }
 
 TEST_F(TevValues, FieldWhoseIdsAreDamaged_IsWrittenWithoutThem) {

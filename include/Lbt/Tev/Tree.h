@@ -76,7 +76,7 @@ class Tree : public LbtAdt::Tree<Node*> {
   std::vector<ModifierInfo> modifierInfos;
 
  private:
-  class Loading;
+  class LoadRun;
 
   unsigned int InsertNode(LbtAdt::TreeNode<Node*> entry, std::unique_ptr<Node> node);
   unsigned int GraftNode(unsigned int parentId, const LbtAdt::TreeNode<Node*>& record,

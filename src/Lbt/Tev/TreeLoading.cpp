@@ -9,7 +9,7 @@
 #include "Lbt/Tev/NodeSets.h"
 #include "Lbt/Tev/Tree.h"
 #include "NodeFactory.h"
-#include "Tolerance.h"
+#include "TolerantReading.h"
 
 namespace LbtTev {
 
@@ -30,10 +30,10 @@ LbtAdt::TreeNode<Node*> EntryOf(const TreeRecord& record, unsigned int parentId,
 }  // namespace
 
 /// One load of a tree.
-class Tree::Loading {
+class Tree::LoadRun {
  public:
   /// Null for who does not want to have the ids, or to be told.
-  Loading(Tree& tree, std::shared_ptr<ModelStreams> streams,
+  LoadRun(Tree& tree, std::shared_ptr<ModelStreams> streams,
           std::map<unsigned int, unsigned int>* blockMap, LoadObserver* observer)
       : tree_(tree),
         streams_(std::move(streams)),
@@ -43,9 +43,9 @@ class Tree::Loading {
         tolerance_(*streams_, observer),
         lightRequest_(streams_->light),
         heavyRequest_(*streams_->heavy) {}
-  ~Loading() { streams_->dataReadAtOnce.clear(); }
-  Loading(const Loading&) = delete;
-  Loading& operator=(const Loading&) = delete;
+  ~LoadRun() { streams_->dataReadAtOnce.clear(); }
+  LoadRun(const LoadRun&) = delete;
+  LoadRun& operator=(const LoadRun&) = delete;
 
   void Run(unsigned int parentId, bool wideOffsets) {
     parentId_ = parentId;
@@ -190,7 +190,7 @@ class Tree::Loading {
   bool isFirst_;  // no nodes were there before
   std::map<unsigned int, unsigned int>* blockMap_;
   LoadObserver* observer_;
-  Tolerance tolerance_;
+  TolerantReading tolerance_;
   ModelStream::Request lightRequest_;
   ModelStream::Request heavyRequest_;
   AttributeSetCache cache_;
@@ -201,17 +201,17 @@ class Tree::Loading {
 
 void Tree::LoadTree(LbtLbf::LbFile& file, std::map<unsigned int, unsigned int>& blockMap,
                     unsigned int parentId, bool wideOffsets, LoadObserver* observer) {
-  Loading(*this, StreamsOf(file), &blockMap, observer).Run(parentId, wideOffsets);
+  LoadRun(*this, StreamsOf(file), &blockMap, observer).Run(parentId, wideOffsets);
 }
 
 void Tree::LoadTree(LbtLbf::LbFile& file, unsigned int parentId, bool wideOffsets,
                     LoadObserver* observer) {
-  Loading(*this, StreamsOf(file), nullptr, observer).Run(parentId, wideOffsets);
+  LoadRun(*this, StreamsOf(file), nullptr, observer).Run(parentId, wideOffsets);
 }
 
 void Tree::LoadGlobalInfo(LbtLbf::LbFile& file, LoadObserver* observer) {
   const auto streams = StreamsOf(file);
-  Tolerance tolerance(*streams, observer);
+  TolerantReading tolerance(*streams, observer);
   tolerance.SetPlace({.part = LoadFailure::Part::GlobalInformation});
   streams->Attempt(streams->global, [&] {
     if (LbtLbf::Block* block = streams->global.FindBlock(); block != nullptr) {

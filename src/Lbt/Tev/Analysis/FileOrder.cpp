@@ -28,8 +28,8 @@ std::exception_ptr WithPlace(const std::exception_ptr& failure, const NumericArr
   try {
     std::rethrow_exception(failure);
   } catch (const Lbt::Util::Exception& known) {
-    const std::string message = std::string(known.GetLogMessage()) + ", " +
-                                stream.TextOfFailure(array.loader->GetPosition());
+    const std::string message =
+        std::string(known.GetLogMessage()) + ", " + stream.TextOfFailure(array.OwnPosition());
     try {
       Lbt::Log::Raise(known.GetType(), message.c_str(), "include/Lbt/Tev/Analysis/FileOrder");
     } catch (const Lbt::Util::Exception&) {

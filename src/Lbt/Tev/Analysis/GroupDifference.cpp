@@ -48,7 +48,7 @@ std::vector<float> WholeIds(const FloatTuples& ids) {
 /// Compares one array of a mesh after another.
 class MeshComparison {
  public:
-  MeshComparison(GroupComparison& comparison, const LoadedMesh& a, const LoadedMesh& b,
+  MeshComparison(GroupComparison& comparison, const ComparedMesh& a, const ComparedMesh& b,
                  const ModelDifference& about)
       : comparison_(&comparison), a_(&a), b_(&b), about_(&about) {}
 
@@ -103,8 +103,8 @@ class MeshComparison {
   }
 
   GroupComparison* comparison_;
-  const LoadedMesh* a_;
-  const LoadedMesh* b_;
+  const ComparedMesh* a_;
+  const ComparedMesh* b_;
   const ModelDifference* about_;
   std::vector<ModelDifference> differences_;
 };
@@ -155,19 +155,19 @@ std::shared_ptr<const TupleMatch> GroupComparison::Match(const MatchInputs& inpu
   });
 }
 
-void GroupComparison::CheckFacesOf(const LoadedMesh& mesh, bool isInA) {
+void GroupComparison::CheckFacesOf(const ComparedMesh& mesh, bool isInA) {
   if (mesh.variables->faces != nullptr) {
     (isInA ? facesOfA_ : facesOfB_)
         .Check((*mesh.numbers)[kFaces], (*mesh.numbers)[kLengths], PointsOf(*mesh.variables));
   }
 }
 
-std::vector<ModelDifference> GroupComparison::OfMeshes(const LoadedMesh& a, const LoadedMesh& b,
+std::vector<ModelDifference> GroupComparison::OfMeshes(const ComparedMesh& a, const ComparedMesh& b,
                                                        const ModelDifference& about) {
   return MeshComparison(*this, a, b, about).Run();
 }
 
-NumbersDifference GroupComparison::OfFields(const LoadedField& a, const LoadedField& b) {
+NumbersDifference GroupComparison::OfFields(const ComparedField& a, const ComparedField& b) {
   const MatchInputs inputs{{&(*a.numbers)[1], &(*b.numbers)[1]},
                            a.field->count,
                            b.field->count,

@@ -19,13 +19,13 @@ namespace LbtTev::Analysis {
 [[nodiscard]] WantedGroup WantedOf(const MeshVariables& mesh);
 
 /// A mesh whose numbers are there.
-struct LoadedMesh {
+struct ComparedMesh {
   const MeshVariables* variables = nullptr;
   const LoadedGroup* numbers = nullptr;
 };
 
 /// A field whose numbers and ids are there.
-struct LoadedField {
+struct ComparedField {
   const Field* field = nullptr;
   const LoadedGroup* numbers = nullptr;
 };
@@ -52,13 +52,13 @@ class GroupComparison {
   GroupComparison(const Tree& a, const Tree& b, const Tolerance& tolerance);
 
   /// Throws "Model Error" for damaged faces of a mesh of A, or of B.
-  void CheckFacesOf(const LoadedMesh& mesh, bool isInA);
+  void CheckFacesOf(const ComparedMesh& mesh, bool isInA);
 
   /// How two meshes differ that have been checked; "about" says which part and step it is about.
-  [[nodiscard]] std::vector<ModelDifference> OfMeshes(const LoadedMesh& a, const LoadedMesh& b,
+  [[nodiscard]] std::vector<ModelDifference> OfMeshes(const ComparedMesh& a, const ComparedMesh& b,
                                                       const ModelDifference& about);
 
-  [[nodiscard]] NumbersDifference OfFields(const LoadedField& a, const LoadedField& b);
+  [[nodiscard]] NumbersDifference OfFields(const ComparedField& a, const ComparedField& b);
 
   /// Ids by which tuples are matched differ where one has no partner; others place by place.
   [[nodiscard]] NumbersDifference OfIds(const MatchInputs& inputs);

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <memory>
 #include <set>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -14,6 +16,7 @@
 #include "Lbt/Tev/Analysis/Pairing.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
 #include "Lbt/Tev/RootFacts.h"
+#include "Lbt/Tev/Vocabulary.h"
 
 namespace LbtTev::Analysis {
 
@@ -22,8 +25,8 @@ namespace {
 using Kind = ModelDifference::Kind;
 using Side = ModelDifference::Side;
 
-std::string TextOfNumber(const LbtUtil::AttributeMap& attributes, const char* name) {
-  const auto found = attributes.find(name);
+std::string TextOfNumber(const LbtUtil::AttributeMap& attributes, std::string_view name) {
+  const auto found = attributes.find(std::string(name));
   return found == attributes.end() ? "" : found->second.GetAttributeString();
 }
 
@@ -134,8 +137,8 @@ class Comparison {
     const auto& rootB = RootAttributesOf(b_->GetTree());
     CompareTexts(Kind::Title, a_->Title().value_or(""), b_->Title().value_or(""));
     CompareTexts(Kind::Category, a_->Category(), b_->Category());
-    for (const auto& [kind, name] : {std::pair(Kind::NodeCount, "Number of Nodes in the Model"),
-                                     {Kind::ElementCount, "Number of Elements in the Model"}}) {
+    for (const auto& [kind, name] : {std::pair(Kind::NodeCount, RootAttribute::kNodeCount),
+                                     {Kind::ElementCount, RootAttribute::kElementCount}}) {
       CompareTexts(kind, TextOfNumber(rootA, name), TextOfNumber(rootB, name));
     }
   }

@@ -9,12 +9,12 @@ namespace LbtTev {
 
 /// Tells an observer of what fails while a model is read through its streams, and lets the reading
 /// go on where the observer wants that. Does nothing without an observer.
-class Tolerance {
+class TolerantReading {
  public:
-  Tolerance(ModelStreams& streams, LoadObserver* observer);
-  ~Tolerance() { streams_->goOn = nullptr; }
-  Tolerance(const Tolerance&) = delete;
-  Tolerance& operator=(const Tolerance&) = delete;
+  TolerantReading(ModelStreams& streams, LoadObserver* observer);
+  ~TolerantReading() { streams_->goOn = nullptr; }
+  TolerantReading(const TolerantReading&) = delete;
+  TolerantReading& operator=(const TolerantReading&) = delete;
 
   /// Says what is read next: all but what was thrown and where.
   void SetPlace(const LoadFailure& place) {

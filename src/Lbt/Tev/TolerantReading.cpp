@@ -1,12 +1,12 @@
 // Tells observers of what fails while a model is loaded.
 
-#include "Tolerance.h"
+#include "TolerantReading.h"
 
 #include "Lbt/Lbf/Inflation.h"
 
 namespace LbtTev {
 
-Tolerance::Tolerance(ModelStreams& streams, LoadObserver* observer)
+TolerantReading::TolerantReading(ModelStreams& streams, LoadObserver* observer)
     : streams_(&streams), observer_(observer) {
   if (observer != nullptr) {
     streams.goOn = [this](const std::exception& exception, ModelStream& stream) {
@@ -15,7 +15,7 @@ Tolerance::Tolerance(ModelStreams& streams, LoadObserver* observer)
   }
 }
 
-bool Tolerance::Tell(const std::exception& exception, ModelStream& stream) {
+bool TolerantReading::Tell(const std::exception& exception, ModelStream& stream) {
   hasFailed_ = true;
   LoadFailure failure = place_;
   const LbtLbf::Index& index = stream.GetFile().GetIndex();
@@ -32,7 +32,7 @@ bool Tolerance::Tell(const std::exception& exception, ModelStream& stream) {
   return observer_->OnFailure(failure);
 }
 
-void Tolerance::TellOfMissedReads() {
+void TolerantReading::TellOfMissedReads() {
   for (ModelStream* stream : {&streams_->light, &streams_->attributes, &streams_->resources}) {
     const std::exception_ptr reason = stream->TakeReasonOfMissedReads();
     if (reason != nullptr && !hasFailed_) {
@@ -41,7 +41,7 @@ void Tolerance::TellOfMissedReads() {
   }
 }
 
-void Tolerance::TellOfConsequence(const std::exception_ptr& reason, ModelStream& stream) {
+void TolerantReading::TellOfConsequence(const std::exception_ptr& reason, ModelStream& stream) {
   hasFailed_ = true;
   try {
     std::rethrow_exception(reason);
