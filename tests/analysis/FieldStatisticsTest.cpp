@@ -105,6 +105,24 @@ TEST(FieldStatistics, OfDamagedFaces_AreMissingAndTheOthersAreNot) {
             "B R: The lengths of the faces do not make up the list of their nodes");
 }
 
+TEST(FieldStatistics, OfFacesThatAPartWithFewerNodesShares_AreMissingOfThatPartAlone) {
+  ModelWriter model;
+  const NodeRef group = AddGroup(model);
+  const NodeRef first = AddPart(model, group, "A");
+  model.AddVariable(first, Variable::Floats("Coordinates", kCoordinates, 3,
+                                            {0, 0, 0, 1, 0, 0, 2, 0, 0, 3, 0, 0}));
+  model.AddVariable(first, Variable::Uints("Connectivity", kConnectivity, 1, {3, 2}));
+  model.AddVariable(first, Variable::Uints("Polylength", kPolylength, 1, {2}));
+  model.AddVariable(first, Variable::Floats("R", 13, 1, {40, 10, 30, 20}));
+  const NodeRef second = AddPart(model, group, "B");
+  model.AddVariable(second, Variable::Floats("Coordinates", kCoordinates, 3, {0, 0, 0, 1, 0, 0}));
+  model.AddVariable(second, Variable::Link("Connectivity", kConnectivity, first, 1));
+  model.AddVariable(second, Variable::Link("Polylength", kPolylength, first, 2));
+  model.AddVariable(second, Variable::Floats("R", 13, 1, {5, 6}));
+  EXPECT_EQ(StatisticsTexts(DescribedModel(model).model),
+            (Texts{"A R: 2 20@3#- 30@2#-", "B R: A face names a node that the mesh has not"}));
+}
+
 TEST(FieldStatistics, OfElements_CountAllOfThem) {
   ModelWriter model;
   const NodeRef mesh = AddPart(model, AddGroup(model), "A");
