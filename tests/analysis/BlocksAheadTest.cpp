@@ -68,6 +68,18 @@ TEST(BlocksAhead, ABlockThatIsLeft_IsLetGo) {
   EXPECT_EQ(place->offset, 4U);
 }
 
+TEST(BlocksAhead, ABlockThatTheFileKeeps_IsNotChargedAgain) {
+  DescribedModel described(ThreeBlocks());
+  described.tree.GetFile().GetIndex().KeepAllContents(1 << 20);
+  ModelStream& heavy = *described.tree.GetStreams().heavy;
+  const ModelStream::Request request(heavy);
+  BlocksAhead blocks(heavy, {});
+  for (const unsigned long position : {16U, 0U, 20U, 4U}) {
+    ASSERT_NE(blocks.Find(position), nullptr);
+  }
+  EXPECT_EQ(heavy.Charged(), 0U);
+}
+
 TEST(BlocksAhead, ABlockThatIsReturnedTo_IsChargedWithItsLength) {
   const DescribedModel described(ThreeBlocks());
   ModelStream& heavy = *described.tree.GetStreams().heavy;

@@ -76,6 +76,7 @@ class BlocksAhead {
 
   void Measure();
   [[nodiscard]] std::optional<std::size_t> PlaceOf(unsigned long position);
+  [[nodiscard]] std::unique_ptr<Work> TakeKept(std::size_t entry) const;
   [[nodiscard]] std::unique_ptr<Work> Prepare(std::size_t entry) const;
   static void Run(Work& work);
   [[nodiscard]] bool IsThreadFree() const;

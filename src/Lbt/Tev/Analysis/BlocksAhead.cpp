@@ -96,24 +96,24 @@ LbtLbf::Block* BlocksAhead::Find(unsigned long position) {
   return &current_->contents;
 }
 
-/// The block before is let go first: few are in memory at a time.
+/// The block before is let go first: few are in memory at a time. What the file has kept is not
+/// inflated again, and not charged.
 void BlocksAhead::MoveTo(std::size_t place) {
   const std::size_t entry = entries_[place];
   LetGo();
-  if (wasInflated_[place]) {
+  place_ = place;
+  std::unique_ptr<Work> work = Finish(entry);
+  const bool isDone = work != nullptr;
+  if (!isDone) {
+    work = Prepare(entry);
+  }
+  if (wasInflated_[place] && (work == nullptr || !work->wasKept)) {
     stream_->Charge(starts_[place + 1] - starts_[place]);
   }
   wasInflated_[place] = true;
-  place_ = place;
-  std::unique_ptr<Work> work = Finish(entry);
-  if (work == nullptr) {
-    work = Prepare(entry);
-    StartNext();
-    if (work != nullptr) {
-      Run(*work);
-    }
-  } else {
-    StartNext();
+  StartNext();
+  if (!isDone && work != nullptr) {
+    Run(*work);
   }
   // A block whose recorded length is wrong moves all that follow it: that is left to the file.
   if (work != nullptr && work->length == starts_[place + 1] - starts_[place]) {
@@ -124,14 +124,23 @@ void BlocksAhead::MoveTo(std::size_t place) {
   }
 }
 
+/// Contents that the file has kept; null where it has not.
+std::unique_ptr<BlocksAhead::Work> BlocksAhead::TakeKept(std::size_t entry) const {
+  auto contents = file_->GetIndex().TakeKeptContents(entry);
+  if (!contents) {
+    return nullptr;
+  }
+  auto work = std::make_unique<Work>();
+  work->entry = entry;
+  work->wasKept = true;
+  work->length = contents->GetSize();
+  work->contents.Adopt(std::move(*contents));
+  return work;
+}
+
 std::unique_ptr<BlocksAhead::Work> BlocksAhead::Prepare(std::size_t entry) const {
-  if (auto contents = file_->GetIndex().TakeKeptContents(entry)) {
-    auto work = std::make_unique<Work>();
-    work->entry = entry;
-    work->wasKept = true;
-    work->length = contents->GetSize();
-    work->contents.Adopt(std::move(*contents));
-    return work;
+  if (auto kept = TakeKept(entry)) {
+    return kept;
   }
   const LbtLbf::IndexItem& item = file_->GetIndex().GetItems()[entry];
   if (!item.IsCompressed() || item.SizeIn(file_->GetSize().value_or(0)) < item.size) {

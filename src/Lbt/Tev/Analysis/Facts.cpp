@@ -113,7 +113,9 @@ std::vector<const NodeSets::NodeSet*> NodeSetsOf(const Tree& tree) {
     }
     const bool isRepeated = !firstOfLists.insert(&sets->sets[0]).second;
     for (const NodeSets::NodeSet& set : sets->sets) {
-      heavy.Charge(isRepeated ? sizeof(set) + set.name.size() : 0);
+      if (isRepeated) {
+        heavy.Charge(sizeof(set) + set.name.size());
+      }
       found.push_back(&set);
     }
   }
