@@ -52,11 +52,6 @@ std::string_view TextOf(Verdict verdict) {
   return "";
 }
 
-/// "1 block", "2 blocks".
-std::string CountText(std::uint64_t count, const std::string& thing) {
-  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
-}
-
 /// What is lost of a file: nothing, where it is damaged in ways that leave all there.
 std::vector<std::string> LostThings(const CheckResult& result) {
   if (result.isAllLost || result.verdict == Verdict::NotAModel ||
@@ -67,9 +62,10 @@ std::vector<std::string> LostThings(const CheckResult& result) {
   for (const auto& [count, thing] : {std::pair(result.lostStreams, "stream"),
                                      {result.lostBlocks, "block"},
                                      {result.lostRecords, "record"},
+                                     {result.lostParts, "part"},
                                      {result.lostVariables, "variable"}}) {
     if (count != 0) {
-      things.push_back(CountText(count, thing));
+      things.push_back(Counted(count, thing));
     }
   }
   return things;
@@ -79,15 +75,16 @@ std::vector<std::string> LostThings(const CheckResult& result) {
 std::string LossText(const CheckResult& result) {
   const std::vector<std::string> things = LostThings(result);
   if (things.empty()) {
-    return CountText(result.damages, "fault");
+    return Counted(result.damages, "fault");
   }
   std::string text = things.front();
   for (std::size_t i = 1; i < things.size(); ++i) {
     text += (i + 1 < things.size() ? ", " : " and ") + things[i];
   }
-  const bool isOne =
-      result.isAllLost ||
-      result.lostStreams + result.lostBlocks + result.lostRecords + result.lostVariables == 1;
+  const bool isOne = result.isAllLost || result.lostStreams + result.lostBlocks +
+                                                 result.lostRecords + result.lostParts +
+                                                 result.lostVariables ==
+                                             1;
   return text + (isOne ? " is lost" : " are lost");
 }
 
@@ -96,7 +93,7 @@ std::string ReasonOf(const Outcome& outcome) {
   if (outcome.failure) {
     return outcome.failure->what();
   }
-  return outcome.result.verdict == Verdict::Warning ? CountText(outcome.result.warnings, "warning")
+  return outcome.result.verdict == Verdict::Warning ? Counted(outcome.result.warnings, "warning")
                                                     : "";
 }
 
@@ -221,7 +218,7 @@ class CheckRun {
         text += (text.empty() ? "" : ", ") + std::to_string(verdicts_[i]) + kTexts.at(i);
       }
     }
-    std::cerr << "tev: " + CountText(files, "file") + (text.empty() ? "" : ": " + text) + '\n'
+    std::cerr << "tev: " + Counted(files, "file") + (text.empty() ? "" : ": " + text) + '\n'
               << std::flush;
   }
 

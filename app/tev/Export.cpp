@@ -190,7 +190,6 @@ void AnswerExport(const Input& input, AnswerWriter& writer, const ExportOptions&
   RequireNoModel(options.output, *options.format, input.source);
   WithModel(input, writer, [&](const LbtTev::Tree& tree) {
     const Model model(tree);
-    TellLostParts(model, writer);
     const Contents contents =
         Selecting(input.path, [&] { return Contents(model, *options.selection); });
     RequireFit(contents, options, input.path);

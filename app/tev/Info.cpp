@@ -110,7 +110,6 @@ PartCounts CountsOf(const Model& model, AnswerWriter& writer) {
 void AnswerInfo(const Input& input, AnswerWriter& writer, bool withCounts) {
   WithModel(input, writer, [&](LbtTev::Tree& tree) {
     const Model model(tree);
-    TellLostParts(model, writer);
     const auto counts = withCounts ? std::optional(CountsOf(model, writer)) : std::nullopt;
     const PartCounts* const all = counts ? &*counts : nullptr;
     if (writer.IsJson()) {

@@ -46,7 +46,6 @@ std::optional<T> UnlessLost(bool isAnyLost, std::size_t count, T value) {
 
 Row RowOf(const LbtTev::Tree& tree, AnswerWriter& writer) {
   const Model model(tree);
-  TellLostParts(model, writer);
   const RootFacts root = RootFactsOf(tree);
   const LostData& lost = writer.Lost();
   const bool areFieldsLost =

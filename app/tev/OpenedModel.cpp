@@ -11,8 +11,11 @@
 #include <vector>
 
 #include "Lbt/Lbf/Inflation.h"
+#include "Lbt/Tev/Analysis/Model.h"
+#include "Lbt/Tev/Node.h"
 #include "Lbt/Tev/Vocabulary.h"
 #include "Lbt/Util/Exception.h"
+#include "tev/VisibleText.h"
 
 namespace {
 
@@ -38,7 +41,7 @@ std::optional<std::string> CutText(const LbFile& file) {
     if (items[i].position + items[i].size > size) {
       const std::uint64_t end = items.back().position + items.back().size;
       const bool isLast = i + 1 == items.size();
-      return "the file ends " + std::to_string(end - size) + " bytes early, in " +
+      return "the file ends " + Counted(end - size, "byte") + " early, in " +
              LbtLbf::TextOf({i, ShownName(items[i].name)}) +
              (isLast ? "" : " of " + std::to_string(items.size()) + " blocks");
     }
@@ -130,15 +133,24 @@ class Loading : public LbtTev::LoadObserver {
       return false;
     }
     NoteLoss(failure);
-    constexpr std::size_t kMost = 100;
     if (failure.isConsequence) {
       ++consequences_;
-    } else if (missing_.size() >= kMost) {
-      ++others_;
     } else {
-      missing_.push_back(TextOf(failure, *file_));
+      Add([&] { return TextOf(failure, *file_); });
     }
     return true;
+  }
+
+  /// Looks for parts without a geometry, once all is loaded.
+  void FindLostParts(const LbtTev::Tree& tree) {
+    for (const auto& [id, entry] : tree.GetNodes()) {
+      if (LbtTev::NodeCast<LbtTev::Shape>(entry.data) != nullptr &&
+          LbtTev::Analysis::GeometryOf(tree, entry) == nullptr) {
+        Add([id = id, node = entry.data] {
+          return "the geometry of part " + std::to_string(id) + " (" + ShownName(node->name) + ')';
+        });
+      }
+    }
   }
 
   /// Whether a read failed within the file, which no damage explains.
@@ -169,6 +181,17 @@ class Loading : public LbtTev::LoadObserver {
 
  private:
   using Part = LbtTev::LoadFailure::Part;
+
+  /// Takes the text of a loss; makes none where there are so many that it will not be told.
+  template <class MakeText>
+  void Add(const MakeText& makeText) {
+    constexpr std::size_t kMost = 100;
+    if (missing_.size() >= kMost) {
+      ++others_;
+    } else {
+      missing_.push_back(makeText());
+    }
+  }
 
   void NoteLoss(const LbtTev::LoadFailure& failure) {
     lost_->hasRecords =
@@ -201,9 +224,10 @@ Failure IndexFailure(const LbFile& file, const std::exception& exception) {
   const std::string place =
       second ? "in " + LbtLbf::TextOf({second->number, ShownName(second->stream)})
              : "at byte " + std::to_string(index.GetIndexPosition());
-  const std::string reason = !second && end > size ? "the file ends " + std::to_string(end - size) +
-                                                         " bytes before the index does"
-                                                   : ReasonOf(exception);
+  const std::string reason =
+      !second && end > size
+          ? "the file ends " + Counted(end - size, "byte") + " before the index does"
+          : ReasonOf(exception);
   return {FailureCode::Damaged, "the index " + place + ": " + reason};
 }
 
@@ -275,13 +299,6 @@ void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
   }
   TellCut(file, writer);
   TellMissing(streams, writer);
+  loading.FindLostParts(tree);
   loading.Tell(writer);
-}
-
-void TellLostParts(const LbtTev::Analysis::Model& model, AnswerWriter& writer) {
-  for (const LbtTev::Analysis::Part& part : model.Parts()) {
-    if (part.geometry == nullptr) {
-      writer.AddMissing("the geometry of part " + std::to_string(part.id) + " (" + part.name + ")");
-    }
-  }
 }

@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/OpenModel.h"
 #include "Lbt/Tev/Tree.h"
 #include "tev/Answers.h"
@@ -15,11 +14,9 @@
 void OpenContainer(LbtLbf::LbFile& file, const Input& input, AnswerWriter& writer);
 
 /// Loads the model "input" into "tree", as far as that is possible, and tells "writer" what is
-/// missing. Throws what LbtTev::OpenModel does where nothing can be loaded.
+/// missing, parts without a geometry among it. Throws what LbtTev::OpenModel does where nothing can
+/// be loaded.
 void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer);
-
-/// Tells "writer" of parts without a geometry.
-void TellLostParts(const LbtTev::Analysis::Model& model, AnswerWriter& writer);
 
 /// The same as LoadModel, and hands the tree to "use". Throws what "use" does, and a Failure that
 /// names the block which zlib refuses.

@@ -32,7 +32,6 @@ struct ModelReader::Opened {
     }
     tree.GetFile().GetIndex().ObserveLoads([this](std::size_t) { ++blocksRead; });
     model.emplace(tree);
-    TellLostParts(*model, entry.Writer());
   }
 
   [[nodiscard]] const std::vector<FieldOfPart>& Fields() {

@@ -40,6 +40,7 @@ std::string LossBy(const std::string& kind) {
   return kind == "header" || kind == "index" || kind == "missing-tree" ? "the whole model"
          : kind == "block-outside-file" || kind == "unreadable-block"  ? "1 block"
          : kind == "unreadable-record"                                 ? "1 record"
+         : kind == "no-geometry"                                       ? "1 part"
          : kind == "unreadable-data"                                   ? "1 variable"
                                                                        : "";
 }

@@ -70,7 +70,7 @@ TEST_F(TevDamaged, FileThatEndsEarly_IsIncompleteForEveryVerb) {
     const RunResult run = Run(command);
     EXPECT_EQ(run.status, 2) << command[0];
     if (command[0] != "check") {
-      EXPECT_NE(run.error.find("tev: cut.tev: damaged: the file ends 1 bytes early, in block 6 "
+      EXPECT_NE(run.error.find("tev: cut.tev: damaged: the file ends 1 byte early, in block 6 "
                                "(Notes)"),
                 std::string::npos)
           << command[0] << run.error;
@@ -294,6 +294,77 @@ TEST_F(TevDamaged, NumberOfRecordsBelow0_IsNoEmptyModelForAnyVerb) {
   EXPECT_NE(RunJson("list", "a.tev")
                 .output.find("\"partCount\": null, \"resultCount\": null, \"stepRange\": null"),
             std::string::npos);
+}
+
+/// SmallModel, but the second shape names another node, or none, as its only child.
+ModelWriter WithLostPart(NodeRef child) {
+  ModelWriter model = SmallModel();
+  model.At(kSmallShape2).firstChild = child;
+  model.At(kSmallShape2).lastChild = child;
+  return model;
+}
+
+TEST_F(TevDamaged, PartWithoutItsGeometry_IsMissingForEveryVerbThatReadsTheTree) {
+  constexpr NodeRef kNoNode = 99;
+  for (const NodeRef child : {NodeRef{0}, kNoNode, kSmallNodeSets}) {
+    Write("a.tev", WithLostPart(child));
+    for (const Arguments& command : CommandsOn("a.tev")) {
+      const bool readsBlocks = command[0] == "blocks" || command[0] == "block";
+      const RunResult run = Run(command);
+      EXPECT_EQ(run.status, readsBlocks ? 0 : 2) << command[0] << child;
+      const std::string lost = command[0] == "check" ? "a.tev: DAMAGED: 1 part is lost\n"
+                                                     : "the geometry of part 5 (Panel)";
+      EXPECT_EQ((run.error + run.output).find(lost) != std::string::npos, !readsBlocks)
+          << command[0] << child << run.output << run.error;
+    }
+    for (const std::string verb : {"list", "info", "tree", "sets", "check", "results"}) {
+      const RunResult run = RunJson(verb, "a.tev");
+      EXPECT_EQ(CodeIn(run.output), "damaged") << verb;
+      EXPECT_NE(
+          run.output.find(std::string("\"complete\": false, \"missing\": [\"") +
+                          (verb == "check" ? "1 part" : "the geometry of part 5 (Panel)") + "\"]"),
+          std::string::npos)
+          << verb << run.output;
+      EXPECT_EQ(Check(run.output, "lines", Schema(verb)), "") << verb;
+    }
+  }
+}
+
+TEST_F(TevDamaged, FieldOfALostPart_IsDamageAndNoBadUsage) {
+  Write("a.tev", WithLostPart(0));
+  const RunResult run = Run({"values", "a.tev", "--part", "5", "--result", "Temperature"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output, "");
+  EXPECT_EQ(run.error,
+            "tev: a.tev: damaged: no field fits all that is asked for; the geometry of part 5 "
+            "(Panel) (\"tev check\" tells more)\n");
+}
+
+TEST_F(TevDamaged, LostPartOfEitherModel_WinsOverTheDifference) {
+  Write("a.tev", WithLostPart(0));
+  for (const auto& [a, b] : {std::pair("a.tev", "whole.tev"), {"whole.tev", "a.tev"}}) {
+    const RunResult run = Run({"diff", a, b});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.error,
+              "tev: a.tev: damaged: the geometry of part 5 (Panel) (\"tev check\" tells more)\n");
+  }
+}
+
+TEST_F(TevDamaged, LostPartsBeyondThoseTold_AreCounted) {
+  ModelWriter model;
+  const NodeRef root = model.AddGroup("root", 0);
+  for (int i = 0; i < 150; ++i) {
+    model.AddShape("s", root);
+  }
+  Write("a.tev", model);
+  const RunResult run = Run({"tree", "a.tev"});
+  EXPECT_NE(run.output.find("  INCOMPLETE: the geometry of part 101 (s)\n"
+                            "  INCOMPLETE: 50 more losses\n"),
+            std::string::npos)
+      << run.output;
+  EXPECT_NE(run.error.find("damaged: the geometry of part 2 (s), and 149 more ("),
+            std::string::npos)
+      << run.error;
 }
 
 TEST_F(TevDamaged, LossesBeyondThoseTold_AreCounted) {

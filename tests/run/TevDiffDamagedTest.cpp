@@ -71,12 +71,12 @@ TEST_F(TevDiffDamaged, ACutModel_IsNamedWhicheverItIs) {
   dir.Write("cut.tev", std::string_view(bytes).substr(0, bytes.size() - 1));
   const RunResult ofB = Run({"diff", "sound.tev", "cut.tev"});
   EXPECT_EQ(ofB.status, 2);
-  EXPECT_TRUE(ofB.error.starts_with("tev: cut.tev: damaged: the file ends 1 bytes early"))
+  EXPECT_TRUE(ofB.error.starts_with("tev: cut.tev: damaged: the file ends 1 byte early"))
       << ofB.error;
   EXPECT_EQ(ofB.output.find(kSame), std::string::npos) << ofB.output;
   const RunResult ofA = Run({"diff", "cut.tev", "sound.tev"});
   EXPECT_EQ(ofA.status, 2);
-  EXPECT_TRUE(ofA.error.starts_with("tev: cut.tev: damaged: the file ends 1 bytes early"))
+  EXPECT_TRUE(ofA.error.starts_with("tev: cut.tev: damaged: the file ends 1 byte early"))
       << ofA.error;
 }
 
@@ -85,7 +85,7 @@ TEST_F(TevDiffDamaged, ModelThatFails_IsNamedInTextAndInJson) {
   Write("sound.tev", SmallModel());
   dir.Write("cut.tev", bytes.substr(0, bytes.size() - 1));
   dir.Write("text.tev", "no model");
-  const std::string cut = "the file ends 1 bytes early, in block 5 (Heavy Data)";
+  const std::string cut = "the file ends 1 byte early, in block 5 (Heavy Data)";
   const auto file = [](const std::string& name) { return R"(, "file": ")" + name + "\"}"; };
   for (const auto& [b, reason, isCut] :
        {std::tuple(std::string("missing.tev"),

@@ -112,6 +112,9 @@ void AddToResults(ResultsByName& results, const Field& field);
 /// How many tuples an array has; elements left over by its width are none.
 [[nodiscard]] std::size_t TuplesOf(const NumericArray& array);
 
+/// The geometry of a shape, which is its first child; null where the model lacks it.
+[[nodiscard]] const Geometry* GeometryOf(const Tree& tree, const LbtAdt::TreeNode<Node*>& shape);
+
 /// Names as they are shown: record separators become blanks.
 [[nodiscard]] std::string ShownName(std::string_view name);
 

@@ -36,6 +36,7 @@ struct CheckResult {
   std::uint64_t lostStreams = 0;  ///< absent ones that another name may hide
   std::uint64_t lostBlocks = 0;
   std::uint64_t lostRecords = 0;
+  std::uint64_t lostParts = 0;  ///< shapes without a geometry
   std::uint64_t lostVariables = 0;
   /// How many findings of a kind there were above the limit, which nobody was told of.
   std::map<Finding::Kind, std::uint64_t> untold;

@@ -117,6 +117,11 @@ std::string_view TextOf(Location location) {
   return kTexts[static_cast<std::size_t>(location)];
 }
 
+const Geometry* GeometryOf(const Tree& tree, const Entry& shape) {
+  const Entry* child = shape.firstChild == 0 ? nullptr : tree.FindNode(shape.firstChild);
+  return child == nullptr ? nullptr : NodeCast<Geometry>(child->data);
+}
+
 void Model::FindParts() {
   contents_.emplace_back();  // of all parts that lack a geometry
   std::map<const Geometry*, std::size_t> contentOf{{nullptr, 0}};
@@ -128,8 +133,7 @@ void Model::FindParts() {
     part.id = id;
     part.name = ShownName(entry.data->name);
     part.kind = KindOf(*tree_, id);
-    const Entry* child = entry.firstChild == 0 ? nullptr : tree_->FindNode(entry.firstChild);
-    part.geometry = child == nullptr ? nullptr : NodeCast<Geometry>(child->data);
+    part.geometry = GeometryOf(*tree_, entry);
     const auto [known, isNew] = contentOf.emplace(part.geometry, contents_.size());
     if (isNew) {
       contents_.emplace_back().geometry = part.geometry;

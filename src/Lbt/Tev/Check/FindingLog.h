@@ -30,7 +30,10 @@ class FindingLog {
   /// knows where the rest of its stream lies. A file that ends early has one cause.
   void AddLostBlock(Finding finding, bool isLengthKnown);
 
-  /// The result, as far as the findings tell it.
+  /// Counts parts that are lost, however that is told.
+  void AddLostParts(std::uint64_t count) { result_.lostParts += count; }
+
+  /// The result, as far as it is known.
   [[nodiscard]] const CheckResult& Result() const { return result_; }
 
  private:

@@ -106,8 +106,10 @@ void FindLinksToNothing(const RecordTree& tree, const Teller& tell) {
   }
 }
 
-/// Finds shapes that reports cannot be made of. A link to nothing has been told of already.
-void FindShapesWithoutGeometry(const RecordTree& tree, const Teller& tell) {
+/// Finds shapes that reports cannot be made of, and returns how many there are. A link to nothing
+/// has been told of already, or leads to a record that cannot be read.
+std::uint64_t FindShapesWithoutGeometry(const RecordTree& tree, bool areAll, const Teller& tell) {
+  std::uint64_t count = 0;
   for (const auto& [id, entry] : tree.GetNodes()) {
     if (entry.data->type != LbtTev::NodeType::kShape) {
       continue;
@@ -117,8 +119,12 @@ void FindShapesWithoutGeometry(const RecordTree& tree, const Teller& tell) {
         (child != nullptr && child->data->type != LbtTev::NodeType::kGeometry)) {
       tell(*entry.data, Finding::Kind::NoGeometry, "the first child of a shape must be a geometry",
            entry.firstChild);
+      ++count;
+    } else if (child == nullptr && areAll) {
+      ++count;
     }
   }
+  return count;
 }
 
 /// Finds the rings that the links of one kind form: each node has one, so following them
@@ -183,7 +189,7 @@ void CheckStructure(const TreeRecords& read, const StreamMap& map, FindingLog& l
   if (read.areAll) {
     FindLinksToNothing(tree, tell);
   }
-  FindShapesWithoutGeometry(tree, tell);
+  log.AddLostParts(FindShapesWithoutGeometry(tree, read.areAll, tell));
   FindRings(tree, &Entry::parent, "its parents lead back to itself", tell);
   FindRings(tree, &Entry::previousSibling, "its previous siblings lead back to itself", tell);
   FindRings(tree, &Entry::nextSibling, "its next siblings lead back to itself", tell);
