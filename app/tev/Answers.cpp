@@ -306,7 +306,8 @@ void ReportFailure(const std::string& path, std::string_view reason) {
 
 void WriteCsvRow(std::ostream& stream, const std::vector<std::string>& cells) {
   const char* separator = "";
-  for (const std::string& cell : cells) {
+  for (const std::string& text : cells) {
+    const std::string cell = ValidText(text);
     stream << separator;
     separator = ",";
     if (cell.find_first_of(",\"\r\n") == std::string::npos) {

@@ -178,5 +178,6 @@ class AnswerWriter {
 /// Writes "tev: ", the path and the reason to standard error, as one line.
 void ReportFailure(const std::string& path, std::string_view reason);
 
-/// Writes one line of CSV; cells are quoted where they have to be.
+/// Writes one line of CSV; cells are quoted where they have to be, and hold U+FFFD for what is no
+/// valid UTF-8.
 void WriteCsvRow(std::ostream& stream, const std::vector<std::string>& cells);

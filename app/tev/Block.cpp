@@ -45,7 +45,7 @@ void ReadPieces(LbFile& file, const IndexItem& item, Take take) {
     done += count;
     if (count < wanted) {
       throw Failure(FailureCode::Damaged, "the file ends after " + std::to_string(done) + " of " +
-                                              std::to_string(item.size) + " bytes of the block");
+                                              Counted(item.size, "byte") + " of the block");
     }
   }
 }

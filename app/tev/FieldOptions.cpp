@@ -4,9 +4,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
-#include <charconv>
-#include <cmath>
 #include <thread>
 
 #include "tev/Verbs.h"
@@ -31,16 +28,6 @@ std::string NameAt(const Model& model, std::size_t part, const std::string& what
                    std::optional<std::size_t> step) {
   return "part " + QuotedText(model.Parts()[part].name) + ", " + what +
          (step ? ", step " + QuotedText(model.Steps()[*step].text) : "");
-}
-
-template <class T>
-std::string ShortestText(T number) {
-  if (!std::isfinite(number)) {
-    return std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf";
-  }
-  std::array<char, 64> text{};
-  const auto written = std::to_chars(text.data(), text.data() + text.size(), number);
-  return {text.data(), written.ptr};
 }
 
 }  // namespace
@@ -82,7 +69,3 @@ Failure FailureOf(const std::exception_ptr& failure) {
     return FailureOfCurrentException();
   }
 }
-
-std::string ExactText(double number) { return ShortestText(number); }
-
-std::string ExactText(float number) { return ShortestText(number); }

@@ -50,8 +50,3 @@ auto Selecting(const std::string& path, const Select& select) {
 
 /// The failure that is kept, by its code and with its text.
 [[nodiscard]] Failure FailureOf(const std::exception_ptr& failure);
-
-/// The number of a double, or of a float, in the shortest text that reads back as it; "nan", "inf"
-/// and "-inf" else.
-[[nodiscard]] std::string ExactText(double number);
-[[nodiscard]] std::string ExactText(float number);

@@ -94,14 +94,14 @@ std::string NodesOfMesh(const Model& model, const LostData& lost, const PartCoun
     }
   }
   if (!byNodes.empty()) {
-    return ": " + CountsText(byNodes) + " nodes";
+    return ": " + CountsText(byNodes) + (byNodes.rbegin()->first == 1 ? " node" : " nodes");
   }
-  return elements == 0 ? "" : " of " + MeanText(nodes / elements) + " nodes";
+  return elements == 0 ? "" : " of " + MeanNodesText(nodes / elements);
 }
 
 std::string MeshText(const Model& model, const LostData& lost, const RootFacts& root,
                      const PartCounts* counts) {
-  return NumberOrDash(root.nodes) + " nodes, " + NumberOrDash(root.elements) + " elements" +
+  return CountedOrDash(root.nodes, "node") + ", " + CountedOrDash(root.elements, "element") +
          NodesOfMesh(model, lost, counts);
 }
 

@@ -41,6 +41,9 @@ struct ToJson {
 std::string JsonText(const Json& json) {
   if (json.is_number_float()) {
     const double number = json.get<double>();
+    if (number == 0 && std::signbit(number)) {
+      return "-0.0";  // readers take "-0" for an integer, which has no sign then
+    }
     return std::isfinite(number) ? NumberText(number) : "null";
   }
   if (json.is_number_unsigned()) {
@@ -51,6 +54,10 @@ std::string JsonText(const Json& json) {
   }
   // Outside of texts there is nothing but ASCII that prints.
   return EscapedForJson(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
+
+std::string ValidText(const std::string& text) {
+  return IsPlainInJson(text) ? text : Json::parse(JsonText(text)).get<std::string>();
 }
 
 Json JsonOf(const AttributeValue& value) { return value.Visit(ToJson()); }

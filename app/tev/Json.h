@@ -19,6 +19,9 @@ using Json = nlohmann::ordered_json;
 /// can be read back from; one that is not finite is null.
 [[nodiscard]] std::string JsonText(const Json& json);
 
+/// "text" as a reader of its JSON gets it: with U+FFFD for what is no valid UTF-8.
+[[nodiscard]] std::string ValidText(const std::string& text);
+
 /// The value of an attribute. A float becomes the double that it is.
 [[nodiscard]] Json JsonOf(const LbtUtil::AttributeValue& value);
 

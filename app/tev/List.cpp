@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -128,6 +129,11 @@ void WriteCsv(const std::string& path, const Row& row, AnswerWriter& writer) {
   writer.AddCsvRow(std::move(cells));
 }
 
+/// What a count adds to a sum: one that is not finite would leave nothing else of it.
+double FiniteOrNothing(const std::optional<double>& count) {
+  return count && std::isfinite(*count) ? *count : 0;
+}
+
 /// What stands in the column of the titles, with a mark where something is missing.
 std::string TitleText(const Row& row, bool isComplete) {
   const std::string title = VisibleText(row.title.value_or(""));
@@ -165,8 +171,8 @@ class Listing {
     table_->Finish();
     std::string line = Counted(files_, "file");
     line += failed_ == 0 ? "" : ", " + std::to_string(failed_) + " failed";
-    line += ": " + NumberText(nodes_) + " nodes, " + NumberText(elements_) + " elements, " +
-            Counted(parts_, "part") + ", " +
+    line += ": " + CountedOrDash(nodes_, "node") + ", " + CountedOrDash(elements_, "element") +
+            ", " + Counted(parts_, "part") + ", " +
             LbtUtil::FileSizeText(static_cast<std::int64_t>(bytes_));
     std::ostream& stream = writer.Text();
     const auto columns = writer.Columns();
@@ -184,8 +190,8 @@ class Listing {
       return;
     }
     bytes_ += row->bytes;
-    nodes_ += row->nodes.value_or(0);
-    elements_ += row->elements.value_or(0);
+    nodes_ += FiniteOrNothing(row->nodes);
+    elements_ += FiniteOrNothing(row->elements);
     parts_ += row->partCount.value_or(0);
     table.Add({VisibleText(path), VisibleText(row->category.value_or("-")),
                NumberOrDash(row->nodes), NumberOrDash(row->elements),

@@ -95,7 +95,7 @@ std::string MeshText(const Part& part, bool isLost) {
     return "- nodes, - elements";
   }
   std::string text = Counted(part.nodes, "node") + ", " + Counted(part.elements, "element");
-  return part.nodesPerElement ? text + " of " + MeanText(*part.nodesPerElement) + " nodes" : text;
+  return part.nodesPerElement ? text + " of " + MeanNodesText(*part.nodesPerElement) : text;
 }
 
 /// The results of a part as they are stored: "Temperature, Heat Flux: 20 steps; Volume".

@@ -140,13 +140,34 @@ std::string Counted(std::uint64_t count, const std::string& what) {
   return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
+std::string CountedOrDash(const std::optional<double>& count, const std::string& what) {
+  return NumberOrDash(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+namespace {
+
+template <class T>
+std::string ShortestText(T number) {
+  if (!std::isfinite(number)) {
+    return std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf";
+  }
+  std::array<char, 64> text{};
+  const auto written = std::to_chars(text.data(), text.data() + text.size(), number);
+  return {text.data(), written.ptr};
+}
+
+}  // namespace
+
+std::string ExactText(double number) { return ShortestText(number); }
+
+std::string ExactText(float number) { return ShortestText(number); }
+
 std::string NumberText(double number) {
   constexpr double kMostWithoutExponent = 1e15;
-  if (std::trunc(number) == number && std::fabs(number) < kMostWithoutExponent) {
-    return std::to_string(static_cast<std::int64_t>(number));
-  }
-  std::array<char, 32> text{};
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+  const bool isWhole = std::trunc(number) == number && std::fabs(number) < kMostWithoutExponent;
+  const bool hasLostSign = number == 0 && std::signbit(number);  // as an integer
+  return isWhole && !hasLostSign ? std::to_string(static_cast<std::int64_t>(number))
+                                 : ExactText(number);
 }
 
 std::string NumberOrDash(const std::optional<double>& number) {
@@ -156,4 +177,9 @@ std::string NumberOrDash(const std::optional<double>& number) {
 std::string MeanText(double mean) {
   constexpr double kHundredths = 100;
   return NumberText(std::round(mean * kHundredths) / kHundredths);
+}
+
+std::string MeanNodesText(double mean) {
+  const std::string text = MeanText(mean);
+  return text + (text == "1" ? " node" : " nodes");
 }

@@ -32,7 +32,16 @@
 /// "1 node", "2 nodes".
 [[nodiscard]] std::string Counted(std::uint64_t count, const std::string& what);
 
-/// A number with as few digits as it can be read back from.
+/// A count that a model tells of, "1 node", or "- nodes" where it is unknown.
+[[nodiscard]] std::string CountedOrDash(const std::optional<double>& count,
+                                        const std::string& what);
+
+/// The number of a double, or of a float, in the shortest text that reads back as it; "nan", "inf"
+/// and "-inf" else.
+[[nodiscard]] std::string ExactText(double number);
+[[nodiscard]] std::string ExactText(float number);
+
+/// The same, but whole numbers without an exponent.
 [[nodiscard]] std::string NumberText(double number);
 
 /// A number, or "-" where there is none.
@@ -40,6 +49,9 @@
 
 /// How many nodes an element has, on average: "4", "4.25".
 [[nodiscard]] std::string MeanText(double mean);
+
+/// The same with what it is a mean of: "4.25 nodes", "1 node".
+[[nodiscard]] std::string MeanNodesText(double mean);
 
 /// How many columns of a terminal a printable character takes: two for the wide ones of
 /// East Asian scripts and pictographs, none for marks that stand on the character before

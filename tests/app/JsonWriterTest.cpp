@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -60,6 +61,29 @@ TEST_F(JsonWriterTest, ValueInPieces_HasTheFormOfAWholeOne) {
             "  \"empty\": {},\n"
             "  \"last\": true\n"
             "}");
+}
+
+TEST(JsonText, ZeroBelowZero_KeepsItsSignWhenItIsRead) {
+  for (const Json& zero : {Json(-0.0), Json(static_cast<double>(-0.0F))}) {
+    EXPECT_EQ(JsonText(zero), "-0.0");
+  }
+  EXPECT_TRUE(std::signbit(Json::parse(JsonText(-0.0)).get<double>()));
+  EXPECT_EQ(JsonText(0.0), "0");
+}
+
+TEST(ValidText, BytesThatAreNoUtf8_AreReplaced) {
+  const std::string bad = "\xef\xbf\xbd";
+  EXPECT_EQ(ValidText("\xff"), bad);
+  EXPECT_EQ(ValidText("a\xe2\x82z\xc3"), "a" + bad + "z" + bad);
+  EXPECT_EQ(ValidText("\xc0\x80 \xed\xa0\x80").find_first_of("\xc0\xed"), std::string::npos);
+}
+
+TEST(ValidText, AllOtherText_StaysAsItIs) {
+  for (const std::string& text :
+       {std::string(), std::string("q\" \\ \n\r\t\x1b"), std::string("a\0b", 3),
+        std::string("K\xc3\xbchl \xc2\x85 \xe2\x80\xae \xf0\x9f\x94\xa7")}) {
+    EXPECT_EQ(ValidText(text), text);
+  }
 }
 
 TEST_F(JsonWriterTest, OneLine_HasABlankAfterEachCommaAndColon) {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -86,6 +89,30 @@ TEST(VisibleText, MarksThatTurnTextAround_AreWrittenOut) {
 TEST(EscapedForJson, WhatTerminalsObey_IsEscapedAndNothingElse) {
   EXPECT_EQ(EscapedForJson("a\x7f\xc2\x85\xe2\x80\xae\xd8\x9c"), "a\\u007f\\u0085\\u202e\\u061c");
   EXPECT_EQ(EscapedForJson("\n{\"K\xc3\xbchl\"}"), "\n{\"K\xc3\xbchl\"}");
+}
+
+TEST(CountedOrDash, One_IsSingular) {
+  EXPECT_EQ(CountedOrDash(1.0, "node"), "1 node");
+  EXPECT_EQ(CountedOrDash(0.0, "node"), "0 nodes");
+  EXPECT_EQ(CountedOrDash(1.5, "node"), "1.5 nodes");
+  EXPECT_EQ(CountedOrDash(std::nullopt, "node"), "- nodes");
+}
+
+TEST(MeanNodesText, OneAsItIsShown_IsSingular) {
+  EXPECT_EQ(MeanNodesText(1), "1 node");
+  EXPECT_EQ(MeanNodesText(1.001), "1 node");
+  EXPECT_EQ(MeanNodesText(1.01), "1.01 nodes");
+  EXPECT_EQ(MeanNodesText(4), "4 nodes");
+}
+
+TEST(NumberText, ZeroBelowZeroAndNumbersThatAreNotFinite_HaveOneSpelling) {
+  constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(NumberText(-0.0), "-0");
+  EXPECT_EQ(NumberText(0.0), "0");
+  EXPECT_EQ(NumberText(std::copysign(kNan, -1)), "nan");
+  EXPECT_EQ(NumberText(kNan), "nan");
+  EXPECT_EQ(NumberText(-std::numeric_limits<double>::infinity()), "-inf");
+  EXPECT_EQ(NumberText(100000), "100000");
 }
 
 TEST(ProgressText, Path_IsMadeVisible) {

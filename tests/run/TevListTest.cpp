@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cmath>
 #include <filesystem>
+#include <limits>
 #include <sstream>
 
 #include "run/TevRun.h"
@@ -49,6 +51,43 @@ TEST_F(TevList, Csv_HasTheKeysAsItsHeadingAndFailuresInPlace) {
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.output, kCsvHeading + CsvRow("\"a,\"\"b\"\".tev\"", bytes.size()) +
                             "x,not-found,false,,,,,,,,,,,\n" + CsvRow("c.tev", bytes.size()));
+}
+
+TEST_F(TevList, BytesThatAreNoUtf8_AreReplacedInCsvAsInJson) {
+  dir.Write("a\xff.tev", bytes);
+  EXPECT_EQ(Answer({"list", "--csv", "a\xff.tev"}),
+            kCsvHeading + CsvRow("a\xef\xbf\xbd.tev", bytes.size()));
+  EXPECT_NE(Answer({"list", "--jsonl", "a\xff.tev"}).find("\"file\": \"a\xef\xbf\xbd.tev\""),
+            std::string::npos);
+}
+
+/// A model of nothing but these counts.
+ModelWriter Counting(double nodes, double elements) {
+  ModelWriter model;
+  model.AddGroup("root", 0,
+                 {Attribute::Double("Number of Nodes in the Model", nodes),
+                  Attribute::Double("Number of Elements in the Model", elements)});
+  return model;
+}
+
+TEST_F(TevList, CountsThatAreNotFinite_HaveTheirSpellingAndSpoilNoSum) {
+  constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  Write("a.tev", Counting(std::copysign(kNan, -1), kInfinity));
+  Write("b.tev", Counting(kNan, -kInfinity));
+  Write("c.tev", Counting(100000, -0.0));
+  Write("d.tev", Counting(1, 0.5));
+  const std::string csv = Answer({"list", "--csv", "a.tev", "b.tev", "c.tev", "d.tev"});
+  for (const char* counts : {",nan,inf,", ",nan,-inf,", ",100000,-0,", ",1,0.5,"}) {
+    EXPECT_NE(csv.find(counts), std::string::npos) << counts << csv;
+  }
+  const std::string text = Answer({"list", "a.tev", "b.tev", "c.tev", "d.tev"});
+  EXPECT_NE(text.find("\n4 files: 100001 nodes, 0.5 elements, 0 parts, "), std::string::npos)
+      << text;
+  EXPECT_EQ(text.find("-nan"), std::string::npos) << text;
+  const std::string one = Answer({"list", "d.tev"});
+  EXPECT_NE(one.find("\n1 file: 1 node, 0.5 elements, 0 parts, "), std::string::npos) << one;
+  EXPECT_NE(Answer({"list", "--jsonl", "c.tev"}).find("\"elements\": -0.0,"), std::string::npos);
 }
 
 TEST_F(TevList, Json_HasTheRangeOfTheSteps) {
@@ -102,6 +141,23 @@ TEST_F(TevList, Folder_GivesItsModelsInTheOrderOfNamesWhateverTheyAreCalled) {
                 CsvRow("d/z", bytes.size()));
   EXPECT_EQ(Answer({"list", "--csv", "d/b/deep/"}),
             kCsvHeading + CsvRow("d/b/deep/.hidden", bytes.size()));
+}
+
+TEST_F(TevList, LinkToNothingInAFolder_IsAFailureInItsPlace) {
+  dir.MakeDirectory("d");
+  dir.Write("d/a", bytes);
+  dir.Write("d/z", bytes);
+  fs::create_symlink("nowhere", dir / "d/gone");
+  fs::create_symlink("ring", dir / "d/ring");
+  const RunResult run = Run({"list", "--csv", "d"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.error,
+            "tev: d/gone: cannot open: No such file or directory\n"
+            "tev: d/ring: cannot open: Too many levels of symbolic links\n");
+  EXPECT_EQ(run.output,
+            kCsvHeading + CsvRow("d/a", bytes.size()) +
+                "d/gone,not-found,false,,,,,,,,,,,\nd/ring,not-found,false,,,,,,,,,,,\n" +
+                CsvRow("d/z", bytes.size()));
 }
 
 TEST_F(TevList, FolderWithoutAModel_SaysSoAndIsNoFailure) {

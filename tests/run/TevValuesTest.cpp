@@ -124,6 +124,21 @@ TEST_F(TevValues, NumbersThatAreNotFinite_HaveTheirSpelling) {
             "2,R,,4,,1e-45\n2,R,,5,,0.1\n");
 }
 
+TEST_F(TevValues, NamesOfOddBytes_AreInCsvAsTheyAreInJson) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("g", model.AddShape("s", model.AddGroup("r", 0)));
+  model.AddVariable(mesh, Variable::Floats("R\xff\x1eLoad\x1e\xe2\x82, 2", 13, 1, {1}));
+  Write("m.tev", model);
+  const std::string bad = "\xef\xbf\xbd";
+  const std::string cells = ",R" + bad + ",\"Load " + bad + ", 2\",";
+  EXPECT_EQ(Answer({"values", "m.tev"}), "part,result,step,index,id,v1\n2" + cells + "0,,1\n");
+  EXPECT_NE(Answer({"results", "--csv", "m.tev"}).find("m.tev,,true,2" + cells), std::string::npos);
+  const std::string json = Answer({"results", "--jsonl", "m.tev"});
+  EXPECT_NE(json.find("\"result\": \"R" + bad + "\", \"step\": \"Load " + bad + ", 2\""),
+            std::string::npos)
+      << json;
+}
+
 TEST_F(TevValues, WhatCannotBeOneTable_IsBadUsage) {
   Write("m.tev", SmallModel());
   ExpectBadUsage({"values", "m.tev"}, "different numbers of components");
