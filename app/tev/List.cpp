@@ -231,7 +231,8 @@ constexpr const char* kNotes =
     "The last line has the sums. In CSV, a file that failed has its code in the second column.\n"
     "Examples:\n"
     "  tev list /archive\n"
-    "  find . -name '*.tev' -mtime -7 -print0 | tev list --files0-from - --csv -o week.csv\n"
+    "  find . -type f -name '*.tev' -mtime -7 -print0 | tev list --files0-from - --csv -o "
+    "week.csv\n"
     "Exit status: 0 done, 1 bad usage, 2 a file failed.";
 
 Action SetUp(CLI::App& app) {

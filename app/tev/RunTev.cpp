@@ -216,8 +216,12 @@ Status RefuseVerb(std::string_view name) {
   return Status::BadUsage;
 }
 
+bool IsHelp(std::string_view argument) {
+  return argument == "help" || argument == "--help" || argument == "-h";
+}
+
 Status Help(int argc, const char* const* argv) {
-  if (argc <= 2 || std::string_view(argv[2]) == "help") {
+  if (argc <= 2 || IsHelp(argv[2])) {
     Write(HelpText());
     return Status::Done;
   }
@@ -230,7 +234,7 @@ Status Help(int argc, const char* const* argv) {
 
 Status Run(int argc, const char* const* argv) {
   const std::string_view first = argc > 1 ? argv[1] : "";
-  if (first == "help" || first == "--help" || first == "-h") {
+  if (IsHelp(first)) {
     return Help(argc, argv);
   }
   if (first == "--version" || first == "-V") {

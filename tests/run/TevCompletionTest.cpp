@@ -83,7 +83,7 @@ class TevCompletion : public TevRun, public testing::WithParamInterface<Shell> {
 TEST_P(TevCompletion, Verbs_AreThoseOfTheHelp) {
   const std::set<std::string> found = Complete({"tev", ""});
   for (const char* verb : {"list", "info", "tree", "results", "values", "diff", "sets", "check",
-                           "blocks", "block", "cdf", "help"}) {
+                           "blocks", "block", "cdf", "export", "help"}) {
     EXPECT_TRUE(found.contains(verb)) << verb;
     EXPECT_EQ(Complete({"tev", "help", ""}).contains(verb), true) << verb;
   }
@@ -93,7 +93,7 @@ TEST_P(TevCompletion, Options_AreThoseOfTheVerb) {
   const std::vector<std::pair<const char*, const char*>> options{
       {"list", "--csv"},      {"info", "--stats"}, {"tree", "--storage"}, {"results", "--part"},
       {"values", "--format"}, {"diff", "--rtol"},  {"sets", "--jsonl"},   {"check", "--all"},
-      {"blocks", "--json"},   {"block", "--raw"},  {"cdf", "--output"}};
+      {"blocks", "--json"},   {"block", "--raw"},  {"cdf", "--output"},   {"export", "--cells"}};
   const std::set<std::string> lists{"list", "info", "tree", "results", "check", "blocks"};
   for (const auto& [verb, option] : options) {
     const std::set<std::string> found = Complete({"tev", verb, "--"});

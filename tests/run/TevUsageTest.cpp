@@ -48,7 +48,9 @@ TEST_F(TevUsage, VerbByItsStartOrInCapitals_BringsTheNearestOne) {
 }
 
 TEST_F(TevUsage, HelpOnHelp_IsTheHelpOfTheProgram) {
-  EXPECT_EQ(Answer({"help", "help"}), Answer({"help"}));
+  for (const char* help : {"help", "--help", "-h"}) {
+    EXPECT_EQ(Answer({"help", help}), Answer({"help"})) << help;
+  }
 }
 
 TEST_F(TevUsage, HelpVerb_IsTheHelpOfTheVerb) {
