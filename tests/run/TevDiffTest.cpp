@@ -181,15 +181,15 @@ TEST_F(TevDiff, AnIdThatNamesAPartInOneModel_ChoosesItsPair) {
     ModelWriter writer;
     const NodeRef group = writer.AddGroup("r", 0);
     if (isOtherFirst) {
-      writer.AddShape("Other", group);
+      writer.AddGeometry("o", writer.AddShape("Other", group));
     }
     const NodeRef mesh = writer.AddGeometry("g", writer.AddShape("P", group));
     writer.AddVariable(mesh, Variable::Floats("R", 13, 1, {1, last}));
     return writer;
   };
-  // The part is shape 2 in one model, and shape 3 in the other.
-  EXPECT_EQ(Diff(model(true, 2), model(false, 2), {"--part", "3"}), kSame);
-  const std::string answer = Diff(model(true, 2), model(false, 3), {"--part", "3"});
+  // The part is shape 2 in one model, and shape 4 in the other.
+  EXPECT_EQ(Diff(model(true, 2), model(false, 2), {"--part", "4"}), kSame);
+  const std::string answer = Diff(model(true, 2), model(false, 3), {"--part", "4"});
   EXPECT_TRUE(answer.starts_with("field \"P\" \"R\": 1 of 2 numbers differ")) << answer;
   EXPECT_TRUE(answer.ends_with("The models differ: 1 difference\n")) << answer;
 }

@@ -161,12 +161,13 @@ TEST_F(TevTree, Depth_LeavesOutWhatLiesDeeper) {
 
 TEST_F(TevTree, ShapeWithoutAMaterialRecord_HasTheDefaultMaterial) {
   ModelWriter model;
-  model.AddShape("old", 0, "0.1");
+  model.AddGeometry("mesh", model.AddShape("old", 0, "0.1"));
   EXPECT_EQ(Draw(model),
             "a.tev\n"
             "  1 Shape \"old\" version 0.1\n"
             "    - material: diffuse 0.8 0.8 0.8 1, specular 0 0 0 1, emissive 0 0 0, ambient 0.16 "
-            "0.16 0.16, shininess 0, factor 0.2, flag true\n");
+            "0.16 0.16, shininess 0, factor 0.2, flag true\n"
+            "    2 Geometry \"mesh\" version 0.7\n");
 }
 
 TEST_F(TevTree, UnknownKindsAndEntriesWithoutANode_AreDrawn) {
