@@ -93,7 +93,7 @@ void AnswerBlock(const Input& input, AnswerWriter& writer, const Arguments& argu
 /// Bytes of a model may make a terminal do anything.
 void RequireNoTerminal(const FileRun& run) {
   if (run.output.empty() && isatty(STDOUT_FILENO) == 1) {
-    throw UsageError(
+    throw OptionError(
         "a block is no text: name a file with -o, or - for this terminal all the same");
   }
 }

@@ -36,13 +36,13 @@ struct Options {
 /// As diff(1) has them.
 enum class Verdict : std::uint8_t { Same = 0, Different = 1, Failed = 2 };
 
-/// A number that is not negative. Throws a UsageError.
+/// A number that is not negative. Throws an OptionError.
 double NumberOf(std::string_view text, const char* option) {
   double number = 0;
   const char* end = text.data() + text.size();
   const auto read = std::from_chars(text.data(), end, number);
   if (read.ec != std::errc() || read.ptr != end || !(number >= 0)) {
-    throw UsageError(std::string(option) + ": " + QuotedText(text) + " is no number from 0 on");
+    throw OptionError(std::string(option) + ": " + QuotedText(text) + " is no number from 0 on");
   }
   return number;
 }

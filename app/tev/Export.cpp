@@ -221,7 +221,7 @@ Action SetUpExport(CLI::App& app) {
          "What elements of a number of nodes become, as in 4=tetra,10=tetra10; auto guesses")
       ->each([options](const std::string& rules) {
         if (const std::string fault = options->cells.Set(rules); !fault.empty()) {
-          throw UsageError("--cells: " + fault);
+          throw OptionError("--cells: " + fault);
         }
       })
       ->option_text("RULES");

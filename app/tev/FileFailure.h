@@ -50,6 +50,12 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// The same for options alone, whatever the models hold: the verb's help tells more.
+class OptionError : public UsageError {
+ public:
+  using UsageError::UsageError;
+};
+
 /// "what" with the system's reason "error", which 0 leaves out: "cannot open: Permission denied".
 [[nodiscard]] Failure SystemFailure(const std::string& what, int error);
 

@@ -3,7 +3,6 @@
 #include "tev/MeshValues.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -18,45 +17,6 @@
 namespace {
 
 using namespace LbtTev::Analysis;
-
-constexpr std::array<MeshRole, 1> kFaces{&MeshVariables::faces};
-
-/// The faces of one part at one step.
-struct AskedFaces {
-  std::size_t part = 0;
-  std::optional<std::size_t> step;
-  MeshVariables mesh;
-};
-
-/// The steps at which faces are asked for: those with faces of their own, or all where steps are
-/// chosen, since a part without faces at a step has those without a step then.
-std::vector<std::optional<std::size_t>> StepsOfFaces(const Model& model, std::size_t part,
-                                                     bool areChosen) {
-  if (!areChosen) {
-    return model.StepsWith(model.Parts()[part], kFaces);
-  }
-  std::vector<std::optional<std::size_t>> steps{std::nullopt};
-  for (std::size_t step = 0; step < model.Steps().size(); ++step) {
-    steps.emplace_back(step);
-  }
-  return steps;
-}
-
-std::vector<AskedFaces> FindFaces(const Model& model, const Selection& selection) {
-  std::vector<AskedFaces> found;
-  const SelectedSteps steps(model, selection.steps);
-  RepeatedRows rows(model);
-  for (const std::size_t part : SelectParts(model, selection.parts)) {
-    for (const auto& step : StepsOfFaces(model, part, !selection.steps.empty())) {
-      const MeshVariables mesh = model.MeshAt(model.Parts()[part], step);
-      if (steps.Has(step) && mesh.faces != nullptr) {
-        rows.Add(part, step ? model.Steps()[*step].text : "");
-        found.push_back({part, step, mesh});
-      }
-    }
-  }
-  return found;
-}
 
 struct LoadedFaces {
   std::span<const unsigned int> nodes;
@@ -73,10 +33,10 @@ struct CheckedMesh {
 
 /// The numbers of all meshes, in their order: all that was asked for is in memory, since how many
 /// columns a table has is known at its end.
-std::vector<CheckedMesh> LoadFaces(const Model& model, const std::vector<AskedFaces>& asked) {
+std::vector<CheckedMesh> LoadFaces(const Model& model, const std::vector<MeshOfPart>& asked) {
   std::vector<WantedGroup> wanted;
   wanted.reserve(asked.size());
-  for (const AskedFaces& each : asked) {
+  for (const MeshOfPart& each : asked) {
     wanted.push_back({{each.mesh.faces, true}, {each.mesh.lengths, true}, {each.mesh.elementIds}});
   }
   std::vector<CheckedMesh> all(asked.size());
@@ -97,7 +57,7 @@ std::vector<CheckedMesh> LoadFaces(const Model& model, const std::vector<AskedFa
 }
 
 /// The faces of a mesh; tells "writer" where they, or their ids, are damaged.
-std::optional<LoadedFaces> FacesOf(const Model& model, const AskedFaces& asked,
+std::optional<LoadedFaces> FacesOf(const Model& model, const MeshOfPart& asked,
                                    const CheckedMesh& mesh, AnswerWriter& writer) {
   const LoadedGroup& loaded = mesh.numbers;
   const bool hasFaces = mesh.failure == nullptr;
@@ -110,7 +70,7 @@ std::optional<LoadedFaces> FacesOf(const Model& model, const AskedFaces& asked,
                   : std::nullopt;
 }
 
-void WriteFaces(const Model& model, const AskedFaces& asked, const LoadedFaces& faces, Rows& rows) {
+void WriteFaces(const Model& model, const MeshOfPart& asked, const LoadedFaces& faces, Rows& rows) {
   const std::string head =
       std::to_string(model.Parts()[asked.part].id) + ',' + Cell(StepText(model, asked.step)) + ',';
   std::size_t next = 0;
@@ -124,7 +84,7 @@ void WriteFaces(const Model& model, const AskedFaces& asked, const LoadedFaces& 
   }
 }
 
-void WriteFacesAsCsv(const Model& model, const std::vector<AskedFaces>& asked,
+void WriteFacesAsCsv(const Model& model, const std::vector<MeshOfPart>& asked,
                      AnswerWriter& writer) {
   const std::vector<CheckedMesh> loaded = LoadFaces(model, asked);
   std::vector<std::optional<LoadedFaces>> faces;
@@ -176,7 +136,10 @@ void WriteFacesAsNpy(const LoadedFaces& faces, const std::string& path, const st
 
 void AnswerMesh(const Model& model, const Selection& selection, const Input& input,
                 AnswerWriter& writer, const std::optional<std::string>& npyOutput) {
-  const auto asked = Selecting(input.path, [&] { return FindFaces(model, selection); });
+  const auto asked = Selecting(input.path, [&] {
+    return MeshesOfParts(model, SelectParts(model, selection.parts),
+                         SelectedSteps(model, selection.steps), &MeshVariables::faces);
+  });
   if (asked.empty()) {
     throw UsageError(input.path + ": no mesh with faces fits what is asked for");
   }

@@ -187,6 +187,7 @@ Status RunVerb(const Verb& verb, int argc, const char* const* argv) {
   app.formatter(std::make_shared<UsageFormatter>());
   app.footer(verb.notes);
   app.set_version_flag("-V,--version", kVersion, "Print the version and exit");
+  const std::string pointer = " (see tev " + verb.name + " --help)";
   try {
     const Action action = verb.setUp(app);
     app.parse(argc, argv);
@@ -198,8 +199,9 @@ Status RunVerb(const Verb& verb, int argc, const char* const* argv) {
     return Status::Done;
   } catch (const CLI::ParseError& error) {
     const bool isLeftOver = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
-    Complain(OneLine(error.what()) + (isLeftOver ? NearestOptionText(app) : "") + " (see tev " +
-             verb.name + " --help)");
+    Complain(OneLine(error.what()) + (isLeftOver ? NearestOptionText(app) : "") + pointer);
+  } catch (const OptionError& error) {
+    Complain(OneLine(error.what()) + pointer);
   } catch (const UsageError& error) {
     Complain(OneLine(error.what()));
   }

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -85,16 +86,16 @@ void WriteFacts(const Sets& sets, bool withIds, JsonWriter& json) {
   json.Close();
 }
 
-void AnswerSets(const Input& input, AnswerWriter& writer, const std::string& name) {
+void AnswerSets(const Input& input, AnswerWriter& writer, const std::optional<std::string>& name) {
   WithModel(input, writer, [&](const LbtTev::Tree& tree) {
     const Sets all = Analysis::NodeSetsOf(tree);
-    const Sets sets = name.empty() ? all : Find(all, input.path, name);
+    const Sets sets = name ? Find(all, input.path, *name) : all;
     if (writer.IsJson()) {
-      WriteFacts(sets, !name.empty(), writer.Facts());
-    } else if (name.empty()) {
-      WriteTable(sets, writer);
-    } else {
+      WriteFacts(sets, name.has_value(), writer.Facts());
+    } else if (name) {
       WriteIds(sets, writer.Text());
+    } else {
+      WriteTable(sets, writer);
     }
   });
 }
@@ -110,13 +111,13 @@ constexpr const char* kNotes =
 
 Action SetUp(CLI::App& app) {
   const auto run = AddModelOptions(app, {.verb = "sets"});
-  const auto name = std::make_shared<std::string>();
+  const auto name = std::make_shared<std::optional<std::string>>();
   app.add_option("NAME", *name, "The set whose node ids are wanted")->option_text(" ");
   run->answer = [name](const Input& input, AnswerWriter& writer) {
     AnswerSets(input, writer, *name);
   };
   return [run, name] {
-    run->layout = name->empty() ? TextLayout::Sections : TextLayout::Lines;
+    run->layout = name->has_value() ? TextLayout::Lines : TextLayout::Sections;
     return RunOverFiles(*run);
   };
 }

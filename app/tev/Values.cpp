@@ -54,23 +54,19 @@ MeshRole RoleOf(std::string_view meshName) {
                                   : &MeshVariables::elementIds;
 }
 
-void AddMeshFields(const Model& model, std::size_t part, std::string_view name,
-                   const SelectedSteps& steps, RepeatedRows& rows, Asked& asked) {
+void AddMeshFields(const Model& model, std::span<const std::size_t> parts, std::string_view name,
+                   const SelectedSteps& steps, Asked& asked) {
   const MeshRole role = RoleOf(name);
-  for (const auto& step : model.StepsWith(model.Parts()[part], std::array{role})) {
-    if (!steps.Has(step)) {
-      continue;
-    }
-    const auto* variable = model.MeshAt(model.Parts()[part], step).*role;
-    rows.Add(part, variable->name);
+  for (const MeshOfPart& each : MeshesOfParts(model, parts, steps, role)) {
+    const auto* variable = each.mesh.*role;
     asked.fields.push_back(
-        {part, &asked.ofMeshes.emplace_back(
-                   Field{.result = name,
-                         .step = step,
-                         .location = name == kElementIds ? Location::Element : Location::Node,
-                         .components = variable->array.GetWidth(),
-                         .count = TuplesOf(variable->array),
-                         .variable = variable})});
+        {each.part, &asked.ofMeshes.emplace_back(
+                        Field{.result = name,
+                              .step = each.step,
+                              .location = name == kElementIds ? Location::Element : Location::Node,
+                              .components = variable->array.GetWidth(),
+                              .count = TuplesOf(variable->array),
+                              .variable = variable})});
   }
 }
 
@@ -79,12 +75,9 @@ void Find(const Model& model, const Selection& selection, Asked& asked) {
   const auto results = SelectResults(model, selection.results, kMeshNames);
   const SelectedSteps steps(model, selection.steps);
   const std::vector<std::size_t> parts = SelectParts(model, selection.parts);
-  RepeatedRows rows(model);
   for (const std::string_view name : kMeshNames) {
     if (std::ranges::find(results, name) != results.end()) {
-      for (const std::size_t part : parts) {
-        AddMeshFields(model, part, name, steps, rows, asked);
-      }
+      AddMeshFields(model, parts, name, steps, asked);
     }
   }
   const auto fields = FieldsOfParts(model, parts, [&](const Field& field) {
@@ -242,11 +235,11 @@ Action SetUp(CLI::App& app) {
     if (options->mesh && options->format == Format::Npy) {
       meshOutput = std::exchange(run->output, {});
       if (meshOutput.empty() || meshOutput == "-") {
-        throw UsageError("--mesh as npy is two files: name them by -o NAME.npy");
+        throw OptionError("--mesh as npy is two files: name them by -o NAME.npy");
       }
     }
     if (options->mesh && !options->selection->results.empty()) {
-      throw UsageError("--mesh has no results");
+      throw OptionError("--mesh has no results");
     }
     run->answer = [options, meshOutput](const Input& input, AnswerWriter& writer) {
       Answer(input, writer, *options, meshOutput);

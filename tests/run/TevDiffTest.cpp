@@ -93,7 +93,7 @@ TEST_F(TevDiff, AStepThatOneLacks_IsOnlyInTheOther) {
 TEST_F(TevDiff, OtherNumberOfComponents_IsTold) {
   EXPECT_EQ(Diff(Small().Model(), Small{.values = {1, 1, 2, 2, 4, 4}, .width = 2}.Model()),
             "result \"R\": \"1 node\" and \"2 node\"\n"
-            "field \"P\" \"R\" \"Time = 1\": \"1 components\" and \"2 components\"\n"
+            "field \"P\" \"R\" \"Time = 1\": \"1 component\" and \"2 components\"\n"
             "The models differ: 2 differences\n");
 }
 

@@ -138,7 +138,7 @@ TEST_F(TevExport, WrongUsage_IsTold) {
                 "m.txt: an export ends in .xdmf, .vtu, .pvd or .hdf");
   ExpectRefused({"export", "m.tev", "-o", "-"}, "-: an export ends in .xdmf, .vtu, .pvd or .hdf");
   ExpectRefused({"export", "m.tev", "-o", "m.vtu", "--cells", "4=cube"},
-                "--cells: there is no cell \"cube\"");
+                "--cells: there is no cell \"cube\" (see tev export --help)");
   EXPECT_EQ(Run({"export", "m.tev"}).status, 1);
   EXPECT_EQ(Run({"export", "m.tev", "-o", "m.vtu", "--part", "Nothing"}).status, 1);
   EXPECT_EQ(Left(), Names{});

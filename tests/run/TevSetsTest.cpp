@@ -63,6 +63,16 @@ TEST_F(TevSets, UnknownName_IsBadUsageThatSaysWhatThereIs) {
   EXPECT_FALSE(dir.Has("out"));
 }
 
+TEST_F(TevSets, EmptyName_IsThatOfASet) {
+  Write("a.tev", SmallModel());
+  const RunResult run = Run({"sets", "a.tev", ""});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output, "");
+  EXPECT_EQ(run.error, "tev: a.tev: No node set fits \"\": there are \"Fixed\", \"Loaded\"\n");
+  dir.Write("b.tev", OverlappingNodeSets(3, 2).bytes);
+  EXPECT_EQ(Answer({"sets", "b.tev", ""}), "1\n1\n1\n1\n");
+}
+
 // Offsets of 0, 2, 0 and 2 over two members.
 TEST_F(TevSets, ThatShareTheirMembers_HaveThemEach) {
   const std::string model = dir.Write("a.tev", OverlappingNodeSets(3, 2).bytes);

@@ -54,6 +54,49 @@ TEST_F(TevValues, MeshAtAStepWithoutFacesOfItsOwn_IsTheOneWithoutAStep) {
             "5,Time = 0.5,0,103,0,1,2,3,4\n");
 }
 
+TEST_F(TevValues, CoordinatesAtAStepWithoutTheirOwn_AreThoseWithoutAStep) {
+  ModelWriter model;
+  const NodeRef root = model.AddGroup("root", 0);
+  const std::string moved = "Coordinates\x1eTime = 2";
+  const NodeRef both = model.AddGeometry("b", model.AddShape("Both", root));
+  model.AddVariable(both, Variable::Floats("Coordinates", 1, 1, {1, 2}));
+  model.AddVariable(both, Variable::Floats(moved, 1, 1, {3, 4}));
+  const NodeRef one = model.AddGeometry("o", model.AddShape("Moved", root));
+  model.AddVariable(one, Variable::Floats(moved, 1, 1, {5}));
+  const NodeRef still = model.AddGeometry("s", model.AddShape("Still", root));
+  model.AddVariable(still, Variable::Floats("Coordinates", 1, 1, {6}));
+  const std::string other = "R\x1eTime = 1";
+  model.AddVariable(still, Variable::Floats(other, 13, 1, {7}));
+  Write("m.tev", model);
+  const auto answer = [&](const std::vector<std::string>& steps) {
+    std::vector<std::string> arguments{"values", "m.tev", "--result", "Coordinates"};
+    for (const std::string& step : steps) {
+      arguments.insert(arguments.end(), {"--step", step});
+    }
+    return Answer(arguments);
+  };
+  const std::string head = "part,result,step,index,id,v1\n";
+  EXPECT_EQ(answer({"Time = 1"}), head +
+                                      "2,Coordinates,Time = 1,0,,1\n"
+                                      "2,Coordinates,Time = 1,1,,2\n"
+                                      "6,Coordinates,Time = 1,0,,6\n");
+  EXPECT_EQ(answer({"Time = 2", ""}), head +
+                                          "2,Coordinates,,0,,1\n"
+                                          "2,Coordinates,,1,,2\n"
+                                          "2,Coordinates,Time = 2,0,,3\n"
+                                          "2,Coordinates,Time = 2,1,,4\n"
+                                          "4,Coordinates,Time = 2,0,,5\n"
+                                          "6,Coordinates,,0,,6\n"
+                                          "6,Coordinates,Time = 2,0,,6\n");
+  EXPECT_EQ(answer({}), head +
+                            "2,Coordinates,,0,,1\n"
+                            "2,Coordinates,,1,,2\n"
+                            "2,Coordinates,Time = 2,0,,3\n"
+                            "2,Coordinates,Time = 2,1,,4\n"
+                            "4,Coordinates,Time = 2,0,,5\n"
+                            "6,Coordinates,,0,,6\n");
+}
+
 TEST_F(TevValues, Csv_IsOneTableOfAllThatFits) {
   Write("m.tev", SmallModel());
   EXPECT_EQ(Answer({"values", "m.tev", "--result", "Temp*", "--part", "Panel"}),
@@ -147,7 +190,8 @@ TEST_F(TevValues, WhatCannotBeOneTable_IsBadUsage) {
   ExpectBadUsage({"values", "m.tev", "--result", "Temperature", "--step", ""},
                  "no field fits all that is asked for");
   ExpectBadUsage({"values", "m.tev", "--part", "Frme"}, "did you mean \"Frame\"?");
-  ExpectBadUsage({"values", "m.tev", "--mesh", "--result", "T"}, "--mesh has no results");
+  ExpectBadUsage({"values", "m.tev", "--mesh", "--result", "T"},
+                 "--mesh has no results (see tev values --help)");
   ExpectBadUsage({"values", "m.tev", "--mesh", "--format", "npy"}, "name them by -o");
 }
 

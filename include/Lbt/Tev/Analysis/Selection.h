@@ -34,10 +34,15 @@ class SelectedSteps {
 
   [[nodiscard]] bool Has(std::optional<std::size_t> step) const;
 
+  /// Of the steps at which a part has a variable of its own those that were asked for; where it
+  /// has one without a step, all that were chosen, since it is the one of every other step then.
+  /// "own" is sorted, and what is returned is, too.
+  [[nodiscard]] std::vector<std::optional<std::size_t>> At(
+      std::span<const std::optional<std::size_t>> own) const;
+
  private:
   bool isAll_ = false;
-  bool hasNone_ = false;  // fields without a step
-  std::vector<bool> steps_;
+  std::vector<std::optional<std::size_t>> chosen_;  // sorted; none is what has no step
 };
 
 /// Indices of the parts that fit any of the patterns, in ascending order.
@@ -70,12 +75,30 @@ class RepeatedRows {
   /// they name beside the part. Throws "Out of Bounds" ("The model refers to its data too often").
   void Add(std::size_t part, std::string_view name, std::size_t lines = 1);
 
+  /// The same for a row that shows again what its part has shown.
+  void AddAgain(std::size_t part, std::string_view name);
+
  private:
+  void Charge(const Part& row, std::string_view name, std::size_t lines, bool isRepeated);
+
   const Model* model_;
   ModelStream* light_;
   ModelStream::Request request_;
   std::vector<std::optional<std::size_t>> firstPartOf_;  // by content
 };
+
+/// The mesh of a part at a step.
+struct MeshOfPart {
+  std::size_t part = 0;
+  std::optional<std::size_t> step;
+  MeshVariables mesh;
+};
+
+/// The meshes of these parts that have a variable of that role, at the steps that SelectedSteps::At
+/// tells. Throws what RepeatedRows does.
+[[nodiscard]] std::vector<MeshOfPart> MeshesOfParts(const Model& model,
+                                                    std::span<const std::size_t> parts,
+                                                    const SelectedSteps& steps, MeshRole role);
 
 /// The fields of these parts for which "has" is true, part by part as they are stored. Throws what
 /// RepeatedRows does.

@@ -63,8 +63,8 @@ class MeshComparison {
     Tell(MeshName::kElementIds, comparison_->OfIds(elements), {});
     if (widthOfA != widthOfB) {
       ModelDifference difference = About(MeshName::kCoordinates);
-      difference.a = std::to_string(widthOfA) + " components";
-      difference.b = std::to_string(widthOfB) + " components";
+      difference.a = ComponentsText(widthOfA);
+      difference.b = ComponentsText(widthOfB);
       differences_.push_back(std::move(difference));
     } else {
       Tell(MeshName::kCoordinates, comparison_->OfNumbers(Pair(kCoordinates), widthOfA, nodes),
@@ -110,6 +110,10 @@ class MeshComparison {
 };
 
 }  // namespace
+
+std::string ComponentsText(std::size_t width) {
+  return std::to_string(width) + (width == 1 ? " component" : " components");
+}
 
 WantedGroup WantedOf(const MeshVariables& mesh) {
   return {{.variable = mesh.coordinates, .mayStayStored = true},

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -14,6 +15,9 @@
 
 /// Compares what has been loaded of two models.
 namespace LbtTev::Analysis {
+
+/// "1 component", "3 components".
+[[nodiscard]] std::string ComponentsText(std::size_t width);
 
 /// What is to be loaded of a mesh.
 [[nodiscard]] WantedGroup WantedOf(const MeshVariables& mesh);

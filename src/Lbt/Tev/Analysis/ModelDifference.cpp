@@ -268,8 +268,8 @@ class Comparison {
         continue;
       }
       ModelDifference difference = About(Kind::Field, task, a.field);
-      difference.a = std::to_string(a.field->components) + " components";
-      difference.b = std::to_string(b.field->components) + " components";
+      difference.a = ComponentsText(a.field->components);
+      difference.b = ComponentsText(b.field->components);
       Tell(difference);
     }
   }

@@ -3,7 +3,9 @@
 #include "Lbt/Tev/Analysis/Selection.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <iterator>
 #include <map>
 #include <numeric>
 #include <set>
@@ -224,24 +226,36 @@ std::string NoMatchText(const char* kind, std::string_view pattern, Names names)
 }
 
 SelectedSteps::SelectedSteps(const Model& model, std::span<const std::string> patterns)
-    : isAll_(patterns.empty()), steps_(model.Steps().size()) {
+    : isAll_(patterns.empty()) {
   const std::vector<std::string_view> names = NamesOf(model.Steps(), &Step::text);
+  std::set<std::optional<std::size_t>> chosen;
   for (const std::string& pattern : patterns) {
-    const bool isNone = pattern.empty();
+    if (pattern.empty() && (model.HasFieldWithoutStep() || model.HasMeshWithoutStep())) {
+      chosen.insert(std::nullopt);
+      continue;
+    }
     const std::vector<std::size_t> found =
-        isNone ? std::vector<std::size_t>() : FindIn(names, pattern);
-    hasNone_ = hasNone_ || isNone;
-    if (isNone ? !model.HasFieldWithoutStep() && !model.HasMeshWithoutStep() : found.empty()) {
+        pattern.empty() ? std::vector<std::size_t>() : FindIn(names, pattern);
+    if (found.empty()) {
       RaiseNoMatch("step", pattern, names);
     }
-    for (const std::size_t step : found) {
-      steps_[step] = true;
-    }
+    chosen.insert(found.begin(), found.end());
   }
+  chosen_.assign(chosen.begin(), chosen.end());
 }
 
 bool SelectedSteps::Has(std::optional<std::size_t> step) const {
-  return isAll_ || (step ? steps_[*step] : hasNone_);
+  return isAll_ || std::ranges::binary_search(chosen_, step);
+}
+
+std::vector<std::optional<std::size_t>> SelectedSteps::At(
+    std::span<const std::optional<std::size_t>> own) const {
+  if (!isAll_ && !own.empty() && !own.front()) {
+    return chosen_;
+  }
+  std::vector<std::optional<std::size_t>> steps;
+  std::ranges::copy_if(own, std::back_inserter(steps), [&](const auto& step) { return Has(step); });
+  return steps;
 }
 
 std::vector<std::size_t> SelectParts(const Model& model, std::span<const std::string> patterns) {
@@ -291,8 +305,37 @@ void RepeatedRows::Add(std::size_t part, std::string_view name, std::size_t line
   firstPartOf_.resize(std::max(firstPartOf_.size(), row.content + 1));
   std::optional<std::size_t>& first = firstPartOf_[row.content];
   first = first.value_or(part);
-  light_->Charge((first == part ? 0 : sizeof(Geometry::VarStruct) + name.size()) +
+  Charge(row, name, lines, first != part);
+}
+
+void RepeatedRows::AddAgain(std::size_t part, std::string_view name) {
+  Charge(model_->Parts()[part], name, 1, true);
+}
+
+void RepeatedRows::Charge(const Part& row, std::string_view name, std::size_t lines,
+                          bool isRepeated) {
+  light_->Charge((isRepeated ? sizeof(Geometry::VarStruct) + name.size() : 0) +
                  lines * (BeyondOrdinary(name.size()) + BeyondOrdinary(row.name.size())));
+}
+
+std::vector<MeshOfPart> MeshesOfParts(const Model& model, std::span<const std::size_t> parts,
+                                      const SelectedSteps& steps, MeshRole role) {
+  RepeatedRows rows(model);
+  std::vector<MeshOfPart> meshes;
+  for (const std::size_t part : parts) {
+    const Part& row = model.Parts()[part];
+    const auto own = model.StepsWith(row, std::array{role});
+    for (const auto& step : steps.At(own)) {
+      const std::string_view text = step ? std::string_view(model.Steps()[*step].text) : "";
+      if (std::ranges::binary_search(own, step)) {
+        rows.Add(part, text);
+      } else {
+        rows.AddAgain(part, text);
+      }
+      meshes.push_back({part, step, model.MeshAt(row, step)});
+    }
+  }
+  return meshes;
 }
 
 std::vector<FieldOfPart> FieldsOfParts(const Model& model, std::span<const std::size_t> parts,
