@@ -46,7 +46,7 @@ const std::vector<HostileRow>& HostileRows() {
          return PaddedNodeSets({8, 20, 100});
        },
        [] {
-         return PaddedNodeSets({5000, 20000, 16 * kMebi});
+         return PaddedNodeSets({5000, 20000, 8 * kMebi});
        }},
       {"many-node-sets-on-one-heavy-data", [] { return ManyNodeSetsOnOneHeavyData(8, 20); },
        [] { return ManyNodeSetsOnOneHeavyData(1000, 10000); }},
