@@ -107,12 +107,15 @@ class Telling {
                 },
             .leftOut =
                 [this](const FieldOfPart& field) { leftOut_.insert(NameOfField(*model_, field)); },
+            .fewIds =
+                [this](std::size_t part, LbtTev::Analysis::Location of) {
+                  TellOnce("part " + QuotedText(model_->Parts()[part].name) + " has fewer " +
+                           std::string(TextOf(of)) + " ids than " + std::string(TextOf(of)) +
+                           "s, and they are left out");
+                },
             .taken =
                 [this](std::size_t part, PlaceInTime /*step*/, const TakenShapes& shapes) {
-                  std::string text = TextOnTaken(*model_, part, shapes);
-                  if (taken_.insert(text).second) {
-                    Tell(*writer_, path_ + ": " + text);
-                  }
+                  TellOnce(TextOnTaken(*model_, part, shapes));
                 }};
   }
 
@@ -152,13 +155,20 @@ class Telling {
     }
   }
 
+  /// The grids of many steps may tell the same.
+  void TellOnce(std::string text) {
+    if (told_.insert(text).second) {
+      Tell(*writer_, path_ + ": " + text);
+    }
+  }
+
   const Model* model_;
   std::string path_;
   AnswerWriter* writer_;
   std::string firstMissing_;
   std::set<std::string> missing_;
   std::set<std::string> leftOut_;
-  std::set<std::string> taken_;
+  std::set<std::string> told_;
 };
 
 void RequireFit(const Contents& contents, const ExportOptions& options, const std::string& path) {

@@ -71,7 +71,16 @@ TEST(ExportContents, Selection_LeavesOutStepsWithoutWhatIsAskedFor) {
   const ModelWriter model = PointWith({"R", "R\x1eTime = 1", "T\x1eTime = 2"});
   EXPECT_EQ(GridsOf(model, {.results = {"T"}}), Texts{"2.0: T@Time = 2"});
   EXPECT_EQ(GridsOf(model, {.steps = {""}}), Texts{"0.0: R@"});
-  EXPECT_EQ(GridsOf(model, {.steps = {"Time = 2"}}), Texts{"2.0: T@Time = 2"});
+}
+
+TEST(ExportContents, FieldWithoutAStep_StandsInAllThatAreChosen) {
+  const ModelWriter model = PointWith({"R", "S", "R\x1eTime = 1", "T\x1eTime = 2"});
+  EXPECT_EQ(GridsOf(model, {.steps = {"Time = 2"}}), Texts{"2.0: T@Time = 2 R@ S@"});
+  EXPECT_EQ(GridsOf(model, {.steps = {"Time = 1"}}), Texts{"1.0: R@Time = 1 S@"});
+  EXPECT_EQ(GridsOf(model, {.results = {"R"}, .steps = {"", "Time = 1"}}),
+            Texts{"1.0: R@Time = 1"});
+  EXPECT_EQ(GridsOf(model, {.results = {"S"}, .steps = {"Time = 1"}}), Texts{"1.0: S@"});
+  EXPECT_EQ(GridsOf(model, {.results = {"T"}, .steps = {"Time = 1"}}), Texts{});
 }
 
 TEST(ExportContents, MeshWithoutFields_IsOneGrid) {

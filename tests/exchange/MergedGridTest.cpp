@@ -95,6 +95,7 @@ struct Exported {
             },
         .leftOut =
             [this](const auto& field) { told.push_back("no " + std::string(field.field->result)); },
+        .fewIds = [this](auto part, auto /*of*/) { told.push_back("ids " + std::to_string(part)); },
         .taken = [this](auto part, auto /*step*/, const auto& shapes) { taken[part] = shapes; }};
     WriteMergedGrid(contents, 0, cells, grid, listener);
   }

@@ -37,6 +37,26 @@ TEST(ReplacedFile, Committed_TakesThePlaceAndTheMode) {
   EXPECT_EQ(EntriesIn(dir.Path()), 1U);
 }
 
+TEST(ReplacedFile, ReadOnlyOne_IsOpenToItsOwnerWhileItIsWritten) {
+  const TempDir dir;
+  const std::string path = dir.Write("a", "old");
+  ASSERT_EQ(chmod(path.c_str(), 0444), 0);
+  ReplacedFile file(path);
+  EXPECT_EQ(fs::status(file.Path()).permissions(), fs::perms{0644});
+  file.Finish();
+  file.Commit();
+  EXPECT_EQ(fs::status(path).permissions(), fs::perms{0444});
+}
+
+TEST(ReplacedFile, InAPlaceThatCannotBeLookedAt_TellsWhy) {
+  const TempDir dir;
+  fs::create_symlink("loop", dir / "loop");
+  for (const std::string& name : {std::string(300, 'a'), std::string("loop")}) {
+    EXPECT_THROW(ReplacedFile{dir / name}, Lbt::Util::Exception);
+    EXPECT_THROW((ReplacedFolder{dir / name, ".vtu"}), Lbt::Util::Exception);
+  }
+}
+
 TEST(ReplacedFile, NotCommitted_LeavesNothing) {
   const TempDir dir;
   const std::string path = dir.Write("a", "old");

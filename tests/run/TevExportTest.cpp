@@ -25,6 +25,19 @@ class TevExport : public TevRun {
     return RunScript({how, TruthOf(model), output});
   }
 
+  /// The same with rules for cells; the script is told "claimed" ones.
+  [[nodiscard]] std::string CompareCells(const std::string& model, const std::string& output,
+                                         const std::string& rules,
+                                         const std::string& claimed) const {
+    const std::string suffix = output.substr(output.find('.') + 1);
+    std::vector<std::string> arguments{"export", Example(model + ".tev"), "-o", output};
+    if (!rules.empty()) {
+      arguments.insert(arguments.end(), {"--cells", rules});
+    }
+    EXPECT_EQ(Answer(arguments), "");
+    return RunScript({"--cells", claimed, suffix, TruthOf(model), output});
+  }
+
   [[nodiscard]] std::string RunScript(const std::vector<std::string>& arguments) const {
     std::vector<std::string> command{
         "/usr/bin/python3", std::string(TEVINFO_SOURCE_DIR) + "/tests/run/check_export.py"};
@@ -102,10 +115,15 @@ TEST_F(TevExport, Comparison_SeesOtherNumbers) {
 }
 
 TEST_F(TevExport, CellsByRules_AreThoseForAllFormats) {
-  const std::vector<std::string> rules{"--cells", "10=tetra10"};
-  EXPECT_EQ(Compare("vtu", "bracket", "b.vtu", rules), "");
-  EXPECT_EQ(Compare("hdf", "bracket", "b.hdf", rules), "");
-  EXPECT_EQ(Compare("xdmf", "bracket", "b.xdmf", rules), "");
+  const std::string rules = "10=tetra10";
+  for (const std::string output : {"b.vtu", "b.hdf", "b.xdmf"}) {
+    EXPECT_EQ(CompareCells("bracket", output, rules, rules), "");
+    EXPECT_NE(CompareCells("bracket", output, "", rules).find("types"), std::string::npos);
+  }
+  // Of three and four nodes, as lists of both.
+  EXPECT_EQ(CompareCells("heatsink", "h.xdmf", "4=tetra", "4=tetra"), "");
+  EXPECT_NE(CompareCells("heatsink", "h.xdmf", "4=tetra", "4=quad").find("types"),
+            std::string::npos);
 }
 
 TEST_F(TevExport, VolumesOfCurvedElements_AreTheSolvers) {
@@ -246,6 +264,108 @@ TEST_F(TevExport, ModelWhoseMeshesAreAllDamaged_LeavesTheOldExport) {
         << run.error;
     EXPECT_EQ(dir.Read(output), "old");
   }
+}
+
+TEST_F(TevExport, IntoAPlaceThatCannotBeLookedAt_IsAFailureOfTheOutput) {
+  const std::string longName(300, 'a');
+  const RunResult whole = Run({"check", Example("bracket.tev")});
+  EXPECT_EQ(whole.status, 0) << "the model is sound";
+  for (const std::string suffix : {".vtu", ".xdmf", ".hdf", ".pvd"}) {
+    const std::string output = longName + suffix;
+    const RunResult run = Run({"export", Example("bracket.tev"), "-o", output});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.error, "tev: " + output + ": cannot write: File name too long\n");
+  }
+  fs::create_symlink("loop.vtu", dir / "loop.vtu");
+  EXPECT_EQ(Run({"export", Example("bracket.tev"), "-o", "loop.vtu"}).error,
+            "tev: loop.vtu: cannot write: Too many levels of symbolic links\n");
+}
+
+TEST_F(TevExport, NumbersOfSomebodyElse_AreLeftAlone) {
+  Write("m.tev", SmallModel());
+  dir.Write("m.h5", "mine");
+  const RunResult run = Run({"export", "m.tev", "-o", "m.xdmf"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.error, "tev: m.xdmf: m.h5 beside it is no export's\n");
+  EXPECT_EQ(dir.Read("m.h5"), "mine");
+  EXPECT_EQ(Left(), Names{"m.h5"});
+  dir.Write("m.xdmf", "an older export");
+  EXPECT_EQ(Answer({"export", "m.tev", "-o", "m.xdmf"}), "");
+  EXPECT_EQ(RunScript({"set", "m.xdmf", "Frame", "Loaded", "5"}), "");
+}
+
+#ifdef FAULT_PRELOAD
+TEST_F(TevExport, WhereNamesCannotBeSwapped_AFolderIsReplacedByTurns) {
+  Write("m.tev", SmallModel());
+  for (int i = 0; i < 2; ++i) {
+    const RunResult run = RunProgram(
+        {TEV_PROGRAM, "export", "m.tev", "-o", "m.pvd"},
+        {.environment = {{"LD_PRELOAD", FAULT_PRELOAD}, {"TEVTEST_FAULT", "no-exchange"}},
+         .workingDirectory = dir.Path()});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.error, "");
+    EXPECT_EQ(Left(), (Names{"m", "m.pvd"}));
+    EXPECT_TRUE(dir.Has("m/m_0.vtu"));
+  }
+}
+
+#endif
+
+/// A part of four points, with these variables.
+ModelWriter FourPoints(const std::vector<Variable>& variables) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("g", model.AddShape("P", model.AddGroup("r", 0)));
+  model.AddVariable(
+      mesh, Variable::Floats("Coordinates", kCoordinates, 3, {0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1}));
+  model.AddVariable(mesh, Variable::Uints("Connectivity", kConnectivity, 1, {0, 1, 2, 1, 2, 3}));
+  model.AddVariable(mesh, Variable::Uints("Polylength", kPolylength, 1, {3, 3}));
+  for (const Variable& variable : variables) {
+    model.AddVariable(mesh, variable);
+  }
+  return model;
+}
+
+TEST_F(TevExport, MoreIdsThanNodesOrElements_AreThoseOfTheFirst) {
+  Write("m.tev", FourPoints({Variable::Floats("Node Ids", kIds, 1, {5, 6, 7, 8, 9}),
+                             Variable::Floats("Element Ids", kIds, 1, {21, 22, 23})}));
+  for (const std::string output : {"m.vtu", "m.xdmf", "m.hdf"}) {
+    EXPECT_EQ(Answer({"export", "m.tev", "-o", output}), "");
+    EXPECT_EQ(RunScript({"ids", output, "5 6 7 8", "21 22"}), "");
+  }
+}
+
+TEST_F(TevExport, FewerIdsThanNodesOrElements_AreLeftOutAndTold) {
+  Write("m.tev", FourPoints({Variable::Floats("Node Ids", kIds, 1, {5, 6, 7}),
+                             Variable::Floats("Element Ids", kIds, 1, {21})}));
+  for (const std::string output : {"m.vtu", "m.xdmf", "m.hdf"}) {
+    const RunResult run = Run({"export", "m.tev", "-o", output});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(
+        run.error,
+        "tev: m.tev: part \"P\" has fewer node ids than nodes, and they are left out\n"
+        "tev: m.tev: part \"P\" has fewer element ids than elements, and they are left out\n");
+    EXPECT_EQ(RunScript({"ids", output, "", ""}), "");
+  }
+}
+
+TEST_F(TevExport, NamesThatXmlHasAsOne_AreToldApart) {
+  Write("m.tev", FourPoints({Variable::Floats("a\x80", kScalarResult, 1, {1, 2, 3, 4}),
+                             Variable::Floats("a\x81", kScalarResult, 1, {5, 6, 7, 8})}));
+  for (const std::string output : {"m.vtu", "m.xdmf"}) {
+    EXPECT_EQ(Answer({"export", "m.tev", "-o", output}), "");
+    const std::string xml = dir.Read(output);
+    EXPECT_NE(xml.find("Name=\"a\xef\xbf\xbd\""), std::string::npos);
+    EXPECT_NE(xml.find("Name=\"a\xef\xbf\xbd (2)\""), std::string::npos);
+  }
+}
+
+TEST_F(TevExport, FieldWithoutAStep_ComesAlongWithAChosenStep) {
+  ModelWriter model = SmallModel();
+  model.AddVariable(kSmallMesh1, Variable::Floats("Thickness", kScalarResult, 1, {1, 2, 3, 4, 5}));
+  Write("m.tev", model);
+  EXPECT_EQ(Answer({"export", "m.tev", "--step", "Time = 0.5", "-o", "m.vtu"}), "");
+  EXPECT_NE(dir.Read("m.vtu").find("Name=\"Thickness\""), std::string::npos);
+  EXPECT_NE(dir.Read("m.vtu").find("Name=\"Displacement\""), std::string::npos);
 }
 
 TEST_F(TevExport, FieldOfNoPlace_IsLeftOutAndTold) {

@@ -8,9 +8,11 @@
   check_export.py volumes TRUTH.json.gz FILE.vtu         volumes of quadratic tetrahedra, by meshio
   check_export.py shared FILE.xdmf NUMBER                how many data sets of points there are
   check_export.py set FILE.xdmf PART NAME ID...          the node ids of a set in a part
+  check_export.py ids FILE NODES ELEMENTS                the ids of the only part; "" for none
   check_export.py names FILE.hdf PART RESULT...          the names of the only part and its results
 
-STEP is the text of a step. Exit status: 0 right, 1 wrong (the first difference is shown), 77 where a
+STEP is the text of a step. "--cells RULES" in front of all: what elements of a number of nodes have to
+be, as tev export has it. Exit status: 0 right, 1 wrong (the first difference is shown), 77 where a
 reader is not installed.
 """
 
@@ -45,6 +47,25 @@ def same(found, expected, *what):
     require((bits(found).ravel() == bits(expected).ravel()).all(), *what)
 
 
+class Cells:
+    """The types of VTK that elements have to be of, by their numbers of nodes."""
+
+    OF_RULES = {"quad": 9, "tetra": 10, "tetra10": 24}
+    of_nodes = {}
+
+    @classmethod
+    def take(cls, rules):
+        for rule in rules.split(","):
+            nodes, _, name = rule.partition("=")
+            cls.of_nodes[int(nodes)] = cls.OF_RULES[name]
+
+    @classmethod
+    def types(cls, lengths):
+        surfaces = {1: 1, 2: 3, 3: 5, 4: 9}
+        return numpy.array([cls.of_nodes.get(length, surfaces.get(length, 7))
+                            for length in lengths.tolist()])
+
+
 class Part:
     """A part of the truth at a step: its mesh, and the fields that it has there."""
 
@@ -59,6 +80,7 @@ class Part:
         self.points = mesh("Coordinates", "<f4").reshape(-1, 3)
         self.nodes = mesh("Connectivity", "<i8")
         self.lengths = mesh("Polylength", "<i8")
+        self.types = Cells.types(self.lengths)
         self.node_ids = mesh("Node Ids", "<i8")
         self.element_ids = mesh("Element Ids", "<i8")
         self.used = numpy.unique(self.nodes)
@@ -90,7 +112,8 @@ def steps_of(path):
 
 
 def check_merged(parts, grid):
-    """A grid of all parts. It has: points, connectivity, offsets (of ends), point and cell data."""
+    """A grid of all parts. It has: points, connectivity, offsets (of ends), types, point and cell
+    data."""
     used = [part.used for part in parts]
     first = numpy.cumsum([0] + [len(nodes) for nodes in used])
     same(grid["points"], numpy.concatenate([p.points[u] for p, u in zip(parts, used)]), "points")
@@ -99,6 +122,7 @@ def check_merged(parts, grid):
     lengths = numpy.concatenate([part.lengths for part in parts])
     require((grid["connectivity"] == numpy.concatenate(connectivity)).all(), "connectivity")
     require((grid["offsets"] == numpy.cumsum(lengths)).all(), "offsets")
+    require((grid["types"] == numpy.concatenate([part.types for part in parts])).all(), "types")
 
     point, cell = grid["point"], grid["cell"]
     ids = numpy.repeat([part.id for part in parts], [len(part.lengths) for part in parts])
@@ -141,6 +165,7 @@ def grid_of_vtk(data):
     return {"points": vtk_to_numpy(data.GetPoints().GetData()),
             "connectivity": vtk_to_numpy(cells.GetConnectivityArray()),
             "offsets": vtk_to_numpy(cells.GetOffsetsArray())[1:],
+            "types": vtk_to_numpy(data.GetCellTypesArray()),
             "point": arrays(data.GetPointData()), "cell": arrays(data.GetCellData())}
 
 
@@ -194,7 +219,7 @@ def check_hdf(truth, path, step):
         root = file["VTKHDF"]
         require(list(root.attrs["Version"]) == [1, 0], "version", root.attrs["Version"])
         check_merged(parts, {"points": root["Points"][:], "connectivity": root["Connectivity"][:],
-                             "offsets": root["Offsets"][1:],
+                             "offsets": root["Offsets"][1:], "types": root["Types"][:],
                              "point": {name: root["PointData"][name][:] for name in root["PointData"]},
                              "cell": {name: root["CellData"][name][:] for name in root["CellData"]}})
         names = root["CellData/Part Ids"].attrs
@@ -239,32 +264,33 @@ class Xdmf:
         return {attribute.get("Name"): self.values(attribute)
                 for attribute in grid.findall("Attribute") if attribute.get("Center") == center}
 
-    NAMED = {"Polyvertex": 1, "Polyline": 2, "Polygon": 3, "Triangle": 3, "Quadrilateral": 4,
-             "Tetrahedron": 4, "Tetrahedron_10": 10}
-    CODES = {4: 3, 5: 4, 6: 4, 38: 10}
+    # The numbers of nodes and the types of VTK, of cells by their names and by their codes in lists.
+    NAMED = {"Polyvertex": (None, 1), "Polyline": (None, 3), "Polygon": (None, 7), "Triangle": (3, 5),
+             "Quadrilateral": (4, 9), "Tetrahedron": (4, 10), "Tetrahedron_10": (10, 24)}
+    CODES = {1: (None, 1), 2: (None, 3), 3: (None, 7), 4: (3, 5), 5: (4, 9), 6: (4, 10), 38: (10, 24)}
 
     def cells(self, grid):
-        """The nodes of all cells and their lengths."""
+        """The nodes of all cells, their lengths and their types."""
         topology = grid.find("Topology")
         values = self.values(topology)
         count = int(topology.get("NumberOfElements"))
         if topology.get("TopologyType") != "Mixed":
-            nodes = int(topology.get("NodesPerElement", self.NAMED[topology.get("TopologyType")]))
-            return values.ravel(), numpy.full(count, nodes)
-        nodes, lengths, next_one = [], [], 0
+            known, kind = self.NAMED[topology.get("TopologyType")]
+            length = known or int(topology.get("NodesPerElement"))
+            return values.ravel(), numpy.full(count, length), numpy.full(count, kind)
+        nodes, lengths, types, next_one = [], [], [], 0
         while next_one < len(values):
-            code = int(values[next_one])
+            length, kind = self.CODES[int(values[next_one])]
             next_one += 1
-            if code <= 3:
+            if length is None:
                 length = int(values[next_one])
                 next_one += 1
-            else:
-                length = self.CODES[code]
             nodes.append(values[next_one:next_one + length])
             lengths.append(length)
+            types.append(kind)
             next_one += length
         require(len(lengths) == count, "number of cells")
-        return numpy.concatenate(nodes), numpy.array(lengths)
+        return numpy.concatenate(nodes), numpy.array(lengths), numpy.array(types)
 
 
 def check_xdmf(truth, path):
@@ -279,8 +305,9 @@ def check_xdmf(truth, path):
         require([grid.get("Name") for grid in grids] == [part.name for part in parts], "the parts")
         for grid, part in zip(grids, parts):
             same(xdmf.values(grid.find("Geometry")), part.points, "points of", part.name)
-            nodes, lengths = xdmf.cells(grid)
+            nodes, lengths, types = xdmf.cells(grid)
             require((lengths == part.lengths).all(), "lengths of", part.name)
+            require((types == part.types).all(), "types of", part.name)
             require((nodes == part.nodes).all(), "faces of", part.name)
             point, cell = xdmf.attributes(grid, "Node"), xdmf.attributes(grid, "Cell")
             require((point.pop("Node Ids") == part.node_ids).all(), "Node Ids of", part.name)
@@ -308,6 +335,21 @@ def check_names(path, part, *results):
     data = read_vtk(vtkHDFReader(), path).GetPointData()
     names = {data.GetArrayName(i) for i in range(data.GetNumberOfArrays())}
     require(names == {"Node Ids", *results}, names)
+
+
+def check_ids(path, *expected):
+    if path.endswith(".xdmf"):
+        xdmf = Xdmf(path)
+        (_, _, (grid,)), = xdmf.steps()
+        found = [xdmf.attributes(grid, center).get(name)
+                 for center, name in (("Node", "Node Ids"), ("Cell", "Element Ids"))]
+    else:
+        reader = vtkHDFReader() if path.endswith(".hdf") else vtkXMLUnstructuredGridReader()
+        grid = grid_of_vtk(read_vtk(reader, path))
+        found = [grid["point"]["Node Ids"], grid["cell"]["Element Ids"]]
+        found = [None if (ids == -1).all() else ids for ids in found]
+    texts = ["" if ids is None else " ".join(map(str, ids.tolist())) for ids in found]
+    require(texts == list(expected), texts)
 
 
 def check_set(path, part, name, *ids):
@@ -359,10 +401,15 @@ def check_volumes(truth, path):
 
 
 def main(how, *arguments):
-    if how == "shared":
+    if how == "--cells":
+        Cells.take(arguments[0])
+        main(*arguments[1:])
+    elif how == "shared":
         check_shared(arguments[0], int(arguments[1]))
     elif how == "set":
         check_set(*arguments)
+    elif how == "ids":
+        check_ids(*arguments)
     elif how == "names":
         check_names(*arguments)
     elif how in ("vtu", "hdf"):

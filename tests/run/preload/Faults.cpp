@@ -6,7 +6,8 @@
 //                  the file's end after half of its bytes; "read-held": the read waits until
 //                  somebody has removed the mark, ten minutes at most; "late": all of the run is in
 //                  a year that has more than four digits; "slow": each look at the clock that
-//                  nobody sets finds it a second further on
+//                  nobody sets finds it a second further on; "no-exchange": no two names can be
+//                  swapped, as on some file systems
 //   TEVTEST_CALL   the number of the call, from 1
 //   TEVTEST_MARK   a file that is created when that call is made
 
@@ -30,7 +31,7 @@ void* __libc_realloc(void* memory, std::size_t size);
 
 namespace {
 
-enum class Fault { None, Malloc, ReadError, ReadEnd, ReadHeld, Late, Slow };
+enum class Fault { None, Malloc, ReadError, ReadEnd, ReadHeld, Late, Slow, NoExchange };
 
 struct State {
   Fault fault = Fault::None;
@@ -54,6 +55,8 @@ Fault FaultOf(const char* name) {
     return Fault::Late;
   if (std::strcmp(name, "slow") == 0)
     return Fault::Slow;
+  if (std::strcmp(name, "no-exchange") == 0)
+    return Fault::NoExchange;
   if (std::strcmp(name, "read-held") == 0)
     return Fault::ReadHeld;
   return std::strcmp(name, "read-error") == 0 ? Fault::ReadError : Fault::ReadEnd;
@@ -182,6 +185,16 @@ int clock_gettime(clockid_t clock, std::timespec* result) {
   if (status == 0 && clock == CLOCK_MONOTONIC && TheState().fault == Fault::Slow)
     result->tv_sec += ++TheState().delay;
   return status;
+}
+
+int renameat2(int oldFolder, const char* oldName, int newFolder, const char* newName,
+              unsigned int flags) {
+  using Function = int (*)(int, const char*, int, const char*, unsigned int);
+  if (TheState().fault == Fault::NoExchange && (flags & RENAME_EXCHANGE) != 0) {
+    errno = EINVAL;
+    return -1;
+  }
+  return Next<Function>("renameat2")(oldFolder, oldName, newFolder, newName, flags);
 }
 
 int __libc_start_main(Main main, int count, char** arguments, void (*start)(), void (*finish)(),

@@ -27,6 +27,8 @@ struct Listener {
       fieldFailed;
   /// A field that has a value neither for each node nor for each element, which is left out.
   std::function<void(const Analysis::FieldOfPart& field)> leftOut;
+  /// Ids of nodes or elements of a part that are fewer than these, which are left out.
+  std::function<void(std::size_t part, Analysis::Location of)> fewIds;
   /// What the elements of a part became, where that was guessed.
   std::function<void(std::size_t part, PlaceInTime step, const TakenShapes& shapes)> taken;
 };

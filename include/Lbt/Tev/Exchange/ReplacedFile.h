@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <ostream>
 #include <span>
@@ -48,6 +49,7 @@ class ReplacedFile {
   [[nodiscard]] const std::string& Path() const { return temporary_; }
   [[nodiscard]] std::ostream& Stream() { return *stream_; }
 
+  /// Gives it the rights of the file that it replaces; until then its owner may write to it.
   /// Throws where not all has been written.
   void Finish();
 
@@ -58,6 +60,8 @@ class ReplacedFile {
   HeldSignals held_;
   std::string path_;
   std::string temporary_;
+  bool isThere_ = false;                  ///< a file that is to be replaced
+  std::filesystem::perms permissions_{};  ///< of that one
   std::unique_ptr<Lbt::Util::DescriptorStream> stream_;
 };
 
@@ -77,6 +81,8 @@ class ReplacedFolder {
  private:
   void RequireOwn() const;
   [[nodiscard]] bool IsOwnName(std::string_view name) const;
+  [[nodiscard]] bool Swap();
+  [[nodiscard]] bool SwapByTurns();
 
   HeldSignals held_;
   std::string path_;

@@ -3,6 +3,7 @@
 #include "Lbt/Tev/Exchange/Contents.h"
 
 #include <algorithm>
+#include <array>
 #include <set>
 
 #include "Lbt/Log/Raise.h"
@@ -22,7 +23,8 @@ Contents::Contents(const Model& model, const Analysis::Selection& selection) : m
   const auto results = Analysis::SelectResults(model, selection.results);
   const Analysis::SelectedSteps selected(model, selection.steps);
   const auto has = [&](const Field& field) {
-    return selected.Has(field.step) && std::ranges::binary_search(results, field.result);
+    return (!field.step || selected.Has(field.step)) &&
+           std::ranges::binary_search(results, field.result);
   };
   for (const auto& [part, field] : Analysis::FieldsOfParts(model, parts_, has)) {
     fields_[{part, field->step}].push_back(field);
@@ -34,7 +36,9 @@ Contents::Contents(const Model& model, const Analysis::Selection& selection) : m
 void Contents::FindSteps(const Analysis::SelectedSteps& selected) {
   std::set<PlaceInTime> found;
   for (const auto& [place, fields] : fields_) {
-    found.insert(place.second);
+    if (selected.Has(place.second)) {
+      found.insert(place.second);
+    }
   }
   for (const std::size_t part : parts_) {
     for (const auto& step : model_->StepsWith(model_->Parts()[part], Analysis::kMeshRoles)) {
@@ -43,7 +47,11 @@ void Contents::FindSteps(const Analysis::SelectedSteps& selected) {
       }
     }
   }
-  // What has no step stands in the grids of all.
+  // What has no step stands in the grids of all, and where nothing else is, of those chosen.
+  if (found.empty() && !fields_.empty()) {
+    const auto chosen = selected.At(std::array{PlaceInTime()});
+    found.insert(chosen.begin(), chosen.end());
+  }
   if (found.size() > 1) {
     found.erase(PlaceInTime());
   }

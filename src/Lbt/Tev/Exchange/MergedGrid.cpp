@@ -136,13 +136,22 @@ class Merging {
     wanted_.push_back(std::move(group));
   }
 
+  void WantIds(const Purpose& purpose, Location of) {
+    const Member& member = *purpose.member;
+    if (HasFewIds(member.mesh, of)) {
+      listener_->fewIds(member.part, of);
+    } else if (IdsTaken(member.mesh, of) != 0) {
+      Want(purpose, {{member.mesh.IdsOf(of)}});
+    }
+  }
+
   void WriteNumbers() {
     for (const Member& member : grid_.all) {
       if (member.isThere) {
         using enum Purpose::Kind;
         Want({Mesh, &member}, WantedMesh(member.mesh));
-        Want({NodeIds, &member, nullptr, nodeIds_}, {{member.mesh.nodeIds}});
-        Want({ElementIds, &member, nullptr, elementIds_}, {{member.mesh.elementIds}});
+        WantIds({NodeIds, &member, nullptr, nodeIds_}, Location::Node);
+        WantIds({ElementIds, &member, nullptr, elementIds_}, Location::Element);
       }
     }
     Analysis::LoadInFileOrder(
@@ -206,13 +215,8 @@ class Merging {
       listener_->meshFailed(member.part, step_, loaded.failure);
       return;
     }
-    const std::size_t wanted =
-        areNodes ? Analysis::TuplesOf(member.mesh.coordinates->array) : member.cells;
-    if (loaded.Floats().size() < wanted || (!areNodes && member.mesh.faces == nullptr)) {
-      return;
-    }
-    const std::vector<float> stored =
-        UsedTuples(areNodes ? member.used : UsedNodes(wanted), loaded.Floats(), 1);
+    const UsedNodes all(IdsTaken(member.mesh, Location::Element));
+    const std::vector<float> stored = UsedTuples(areNodes ? member.used : all, loaded.Floats(), 1);
     std::vector<std::int32_t> ids(stored.size());
     std::ranges::transform(stored, ids.begin(), Lbt::Util::Clamped<std::int32_t>);
     Write(purpose.array, areNodes ? member.firstPoint : member.firstCell, AllBytes(ids));

@@ -12,8 +12,34 @@ namespace LbtTev::Exchange {
 using Analysis::LoadedGroup;
 using Analysis::MeshVariables;
 
+namespace {
+
+std::size_t IdsStored(const MeshVariables& mesh, Analysis::Location of) {
+  const Geometry::VarStruct* ids = mesh.IdsOf(of);
+  return ids == nullptr ? 0 : ids->array.GetNumElements();
+}
+
+std::size_t IdsWanted(const MeshVariables& mesh, Analysis::Location of) {
+  if (of == Analysis::Location::Element) {
+    return mesh.faces == nullptr ? 0 : mesh.ElementCount();
+  }
+  return mesh.coordinates == nullptr ? 0 : Analysis::TuplesOf(mesh.coordinates->array);
+}
+
+}  // namespace
+
 Analysis::WantedGroup WantedMesh(const MeshVariables& mesh) {
   return {{mesh.coordinates}, {mesh.faces, true}, {mesh.lengths, true}};
+}
+
+std::size_t IdsTaken(const MeshVariables& mesh, Analysis::Location of) {
+  const std::size_t wanted = IdsWanted(mesh, of);
+  return IdsStored(mesh, of) < wanted ? 0 : wanted;
+}
+
+bool HasFewIds(const MeshVariables& mesh, Analysis::Location of) {
+  const std::size_t stored = IdsStored(mesh, of);
+  return stored != 0 && stored < IdsWanted(mesh, of);
 }
 
 LoadedMesh::LoadedMesh(const MeshVariables& mesh, const LoadedGroup& loaded)

@@ -23,6 +23,13 @@ template <class T>
 /// What makes up the mesh of a part: its coordinates, its faces and their lengths.
 [[nodiscard]] Analysis::WantedGroup WantedMesh(const Analysis::MeshVariables& mesh);
 
+/// How many of its stored ids a mesh takes, from the first on: one for each node or element; none
+/// where these are more. Points that stand for elements have no ids.
+[[nodiscard]] std::size_t IdsTaken(const Analysis::MeshVariables& mesh, Analysis::Location of);
+
+/// Whether there are ids, but not for all nodes or elements.
+[[nodiscard]] bool HasFewIds(const Analysis::MeshVariables& mesh, Analysis::Location of);
+
 /// Loaded numbers of a mesh, which have been checked.
 struct LoadedMesh {
   /// Throws what went wrong with what was loaded, and "Model Error" for damage.

@@ -10,8 +10,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
-#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -25,7 +23,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr mode_t kFileMode = 0666;  // less the user's umask
-constexpr mode_t kAllOfMode = 07777;
 
 /// What a link leads to; the path itself where there is nothing yet.
 fs::path TargetOf(const std::string& path) {
@@ -79,12 +76,17 @@ int OpenNew(const std::string& path, int access) {
   return open(path.c_str(), access | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode);
 }
 
-/// Who may read and write the new file are those who might the old one.
-void TakeOverMode(const fs::path& old, int descriptor) {
-  struct stat status {};
-  if (stat(old.c_str(), &status) == 0) {
-    static_cast<void>(fchmod(descriptor, status.st_mode & kAllOfMode));
-  }
+/// Where the file system has no rights to set, they stay as they are.
+void SetPermissions(const std::string& path, fs::perms permissions) {
+  std::error_code error;
+  fs::permissions(path, permissions, error);
+}
+
+/// A new folder beside "path".
+std::string MakeFolderBeside(const fs::path& path) {
+  constexpr mode_t kFolderMode = 0777;
+  return MakeBeside(path,
+                    [](const std::string& name) { return mkdir(name.c_str(), kFolderMode) == 0; });
 }
 
 /// All bytes by several calls where one takes fewer. "call" gets what is left and where it belongs.
@@ -106,8 +108,7 @@ void InPieces(std::span<Byte> bytes, std::uint64_t position, const Call& call) {
 
 void RaiseWriteError(const std::string& what) {
   const int error = errno;
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): files are written by one thread
-  const std::string text = what + (error == 0 ? "" : std::string(": ") + std::strerror(error));
+  const std::string text = what + (error == 0 ? "" : ": " + std::system_category().message(error));
   Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::WriteError, text.c_str(),
                   "include/Lbt/Tev/Exchange/ReplacedFile");
 }
@@ -131,7 +132,14 @@ void RequireNoSignal() {
 }
 
 ReplacedFile::ReplacedFile(const std::string& path) : path_(TargetOf(path).string()) {
-  if (fs::exists(path_) && !fs::is_regular_file(path_)) {
+  std::error_code error;
+  const fs::file_status old = fs::status(path_, error);
+  if (!fs::status_known(old)) {
+    errno = error.value();
+    RaiseWriteError("cannot write");
+  }
+  isThere_ = fs::exists(old);
+  if (isThere_ && !fs::is_regular_file(old)) {
     errno = 0;
     RaiseWriteError(fs::path(path).filename().string() + " is no file that can be replaced");
   }
@@ -140,7 +148,10 @@ ReplacedFile::ReplacedFile(const std::string& path) : path_(TargetOf(path).strin
     descriptor = OpenNew(name, O_WRONLY);
     return descriptor >= 0;
   });
-  TakeOverMode(path_, descriptor);
+  if (isThere_) {
+    permissions_ = old.permissions();
+    SetPermissions(temporary_, permissions_ | fs::perms::owner_read | fs::perms::owner_write);
+  }
   using enum Lbt::Util::DescriptorStream::Ownership;
   stream_ = std::make_unique<Lbt::Util::DescriptorStream>(descriptor, Owned);
 }
@@ -158,6 +169,9 @@ void ReplacedFile::Finish() {
   if (!stream_->Finish()) {
     RaiseWriteError("cannot write");
   }
+  if (isThere_) {
+    SetPermissions(temporary_, permissions_);
+  }
 }
 
 void ReplacedFile::Commit() {
@@ -170,9 +184,7 @@ void ReplacedFile::Commit() {
 ReplacedFolder::ReplacedFolder(std::string path, std::string suffix)
     : path_(std::move(path)), suffix_(std::move(suffix)) {
   RequireOwn();
-  constexpr mode_t kFolderMode = 0777;
-  temporary_ = MakeBeside(
-      path_, [](const std::string& name) { return mkdir(name.c_str(), kFolderMode) == 0; });
+  temporary_ = MakeFolderBeside(path_);
 }
 
 /// "f_12.vtu" in the folder "f".
@@ -193,7 +205,7 @@ void ReplacedFolder::RequireOwn() const {
   bool isOwn = fs::is_directory(status);
   for (fs::directory_iterator entry(path_, error), end; isOwn && !error && entry != end;
        entry.increment(error)) {
-    isOwn = entry->is_regular_file() && IsOwnName(entry->path().filename().string());
+    isOwn = entry->is_regular_file(error) && IsOwnName(entry->path().filename().string());
   }
   if (fs::exists(status) && (!isOwn || error)) {
     errno = 0;
@@ -211,14 +223,38 @@ ReplacedFolder::~ReplacedFolder() {
 
 /// The old folder, where there is one, goes away with the name of the new one.
 void ReplacedFolder::Commit() {
-  const bool isThere = fs::exists(path_);
-  const unsigned int how = isThere ? RENAME_EXCHANGE : 0;
-  if (renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), how) != 0) {
+  std::error_code error;
+  const bool isThere = fs::exists(path_, error);
+  if (!(isThere ? Swap() : std::rename(temporary_.c_str(), path_.c_str()) == 0)) {
     RaiseWriteError("cannot replace the folder beside it");
   }
   if (!isThere) {
     temporary_.clear();
   }
+}
+
+bool ReplacedFolder::Swap() {
+  if (renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), RENAME_EXCHANGE) == 0) {
+    return true;
+  }
+  return (errno == EINVAL || errno == ENOSYS) && SwapByTurns();
+}
+
+/// For file systems that cannot swap two names, as many over a network cannot. For a moment there
+/// is no folder of that name.
+bool ReplacedFolder::SwapByTurns() {
+  const std::string aside = MakeFolderBeside(path_);  // empty: a folder may take its place
+  const bool isAside = std::rename(path_.c_str(), aside.c_str()) == 0;
+  if (isAside && std::rename(temporary_.c_str(), path_.c_str()) == 0) {
+    temporary_ = aside;
+    return true;
+  }
+  const int reason = errno;
+  if (!isAside || std::rename(aside.c_str(), path_.c_str()) != 0) {
+    rmdir(aside.c_str());
+  }
+  errno = reason;
+  return false;
 }
 
 Spool::Spool(const std::string& path) {

@@ -7,9 +7,11 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <map>
 #include <new>
 #include <ostream>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -75,7 +77,12 @@ class VtuSink : public GridSink {
   void Begin(const GridLayout& layout) override {
     layout_ = layout;
     std::uint64_t next = 0;
+    std::map<std::string, int> pointNames;
+    std::map<std::string, int> cellNames;
     for (const GridArray& array : layout_.arrays) {
+      auto& used = array.role == ArrayRole::PointData ? pointNames : cellNames;
+      const bool isData = array.role >= ArrayRole::PartIds;
+      names_.push_back(isData ? UniqueName(XmlText(array.name), used) : array.name);
       starts_.push_back(next);
       next += array.tuples * array.TupleBytes();
     }
@@ -124,8 +131,7 @@ class VtuSink : public GridSink {
 
   void WriteArray(std::ostream& out, std::size_t place) const {
     const GridArray& array = layout_.arrays[place];
-    out << "<DataArray type=\"" << NameOf(array.type) << "\" Name=\"" << XmlText(array.name)
-        << "\" ";
+    out << "<DataArray type=\"" << NameOf(array.type) << "\" Name=\"" << names_[place] << "\" ";
     if (array.components != 1) {
       out << "NumberOfComponents=\"" << array.components << "\" ";
     }
@@ -154,6 +160,7 @@ class VtuSink : public GridSink {
   Spool spool_;
   GridLayout layout_;
   std::vector<std::uint64_t> starts_;
+  std::vector<std::string> names_;  // as XML has them: texts that it has not may become one
 };
 
 /// "results.pvd" has the folder "results" beside it.

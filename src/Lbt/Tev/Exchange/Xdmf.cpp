@@ -1,10 +1,12 @@
 // Writes all steps as XDMF, with the numbers in a file of HDF5.
 
+#include <cerrno>
 #include <filesystem>
 #include <map>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -59,7 +61,7 @@ class XdmfText {
       if (const XdmfMesh* written = arrays_->MeshOf(mesh)) {
         *out_ << "<Grid Name=\"" << XmlText(partNames_[i]) << "\">\n";
         WriteMesh(*written);
-        WriteIds(mesh, *written);
+        WriteIds(mesh);
         WriteFields(part, step, mesh);
         *out_ << "</Grid>\n";
       }
@@ -82,18 +84,16 @@ class XdmfText {
     *out_ << "</Topology>\n";
   }
 
-  void WriteIds(const MeshVariables& mesh, const XdmfMesh& written) {
-    const XdmfArray* nodes = arrays_->IdsOf(mesh.nodeIds);
-    if (nodes != nullptr && nodes->tuples == written.points.tuples) {
+  void WriteIds(const MeshVariables& mesh) {
+    if (const XdmfArray* nodes = arrays_->IdsOf(mesh, Location::Node)) {
       WriteAttribute("Node Ids", "Node", *nodes);
-      for (const auto& [name, set] : *arrays_->SetsOf(mesh.nodeIds)) {
+      for (const auto& [name, set] : arrays_->SetsOf(mesh)) {
         *out_ << "<Set Name=\"" << XmlText(name) << R"(" SetType="Node">)";
         WriteItem(set);
         *out_ << "</Set>\n";
       }
     }
-    const XdmfArray* elements = arrays_->IdsOf(mesh.elementIds);
-    if (elements != nullptr && elements->tuples == written.count) {
+    if (const XdmfArray* elements = arrays_->IdsOf(mesh, Location::Element)) {
       WriteAttribute("Element Ids", "Cell", *elements);
     }
   }
@@ -104,19 +104,20 @@ class XdmfText {
       const Location location = LocationOn(mesh, *field);
       const XdmfArray* values = arrays_->ValuesOf(*field);
       if (location != Location::Unknown && values != nullptr) {
-        WriteAttribute(UniqueName(Analysis::ShownName(field->result), names),
+        WriteAttribute(UniqueName(XmlText(Analysis::ShownName(field->result)), names),
                        location == Location::Node ? "Node" : "Cell", *values);
       }
     }
   }
 
-  /// Six numbers are no Tensor6: that has another order, which readers undo.
+  /// "name" is as XML has it. Six numbers are no Tensor6: that has another order, which readers
+  /// undo.
   void WriteAttribute(const std::string& name, std::string_view center, const XdmfArray& values) {
     const std::string_view type = values.width == 0   ? "Scalar"
                                   : values.width == 3 ? "Vector"
                                                       : "Matrix";
-    *out_ << "<Attribute Name=\"" << XmlText(name) << "\" AttributeType=\"" << type
-          << "\" Center=\"" << center << "\">";
+    *out_ << "<Attribute Name=\"" << name << "\" AttributeType=\"" << type << "\" Center=\""
+          << center << "\">";
     WriteItem(values);
     *out_ << "</Attribute>\n";
   }
@@ -140,12 +141,23 @@ class XdmfText {
   std::vector<std::string> partNames_;
 };
 
+/// Numbers without the ".xdmf" that refers to them may be somebody's work.
+void RequireOwnNumbers(const std::filesystem::path& numbers, const std::string& xdmf) {
+  std::error_code error;
+  if (std::filesystem::is_regular_file(numbers, error) &&
+      !std::filesystem::is_regular_file(xdmf, error)) {
+    errno = 0;
+    RaiseWriteError(numbers.filename().string() + " beside it is no export's");
+  }
+}
+
 }  // namespace
 
 void WriteXdmf(const Contents& contents, const CellRules& rules, const std::string& path,
                const Listener& listener) {
   const std::filesystem::path numbersPath =
       std::filesystem::path(path).replace_extension(kXdmfNumbers);
+  RequireOwnNumbers(numbersPath, path);
   ReplacedFile text(path);
   ReplacedFile numbers(numbersPath.string());
   Hdf5File file(numbers.Path());

@@ -65,8 +65,8 @@ void XdmfArrays::AddGrid(std::size_t part, PlaceInTime step) {
     MeshUse& use = meshes_[KeyOf(mesh)];
     use.mesh = mesh;
     use.users.emplace(part, step);
-    AddIds(mesh.nodeIds, true, part, step);
-    AddIds(mesh.elementIds, false, part, step);
+    AddIds(mesh, Location::Node, part, step);
+    AddIds(mesh, Location::Element, part, step);
   }
   for (const Field* field : contents_->FieldsAt(part, step)) {
     if (!seen_.emplace(part, field).second) {
@@ -80,12 +80,18 @@ void XdmfArrays::AddGrid(std::size_t part, PlaceInTime step) {
   }
 }
 
-void XdmfArrays::AddIds(const Geometry::VarStruct* ids, bool areOfNodes, std::size_t part,
+XdmfArrays::IdsKey XdmfArrays::KeyOfIds(const MeshVariables& mesh, Location of) {
+  return {Key(mesh.IdsOf(of)->array), IdsTaken(mesh, of)};
+}
+
+void XdmfArrays::AddIds(const MeshVariables& mesh, Location of, std::size_t part,
                         PlaceInTime step) {
-  if (ids != nullptr) {
-    IdsUse& use = ids_[Key(ids->array)];
-    use.variable = ids;
-    use.areOfNodes = use.areOfNodes || areOfNodes;
+  if (HasFewIds(mesh, of)) {
+    listener_->fewIds(part, of);
+  } else if (IdsTaken(mesh, of) != 0) {
+    IdsUse& use = ids_[KeyOfIds(mesh, of)];
+    use.variable = mesh.IdsOf(of);
+    use.areOfNodes = use.areOfNodes || of == Location::Node;
     use.users.emplace(part, step);
   }
 }
@@ -100,8 +106,9 @@ void XdmfArrays::WriteTo(Hdf5File& file) {
   }
   for (auto& [key, use] : ids_) {
     wanted.push_back({{use.variable}});
-    takers.emplace_back(
-        [this, &file, &use = use](const LoadedGroup& loaded) { WriteIds(file, use, loaded[0]); });
+    takers.emplace_back([this, &file, count = key.second, &use = use](const LoadedGroup& loaded) {
+      WriteIds(file, count, use, loaded[0]);
+    });
   }
   for (auto& [key, use] : fields_) {
     wanted.push_back({{use.users.front().field->variable}});
@@ -178,15 +185,17 @@ void XdmfArrays::WriteCells(Hdf5File& file, XdmfMesh& written, const LoadedMesh&
                              std::as_bytes(list));
 }
 
-void XdmfArrays::WriteIds(Hdf5File& file, IdsUse& use, const LoadedArray& loaded) {
+void XdmfArrays::WriteIds(Hdf5File& file, std::size_t count, IdsUse& use,
+                          const LoadedArray& loaded) {
   if (loaded.failure != nullptr) {
     for (const auto& [part, step] : use.users) {
       listener_->meshFailed(part, step, loaded.failure);
     }
     return;
   }
-  std::vector<std::int32_t> ids(loaded.Floats().size());
-  std::ranges::transform(loaded.Floats(), ids.begin(), Lbt::Util::Clamped<std::int32_t>);
+  std::vector<std::int32_t> ids(count);
+  std::ranges::transform(loaded.Floats().first(count), ids.begin(),
+                         Lbt::Util::Clamped<std::int32_t>);
   use.written =
       WriteArray(file, "/ids", {.type = NumberType::Int32, .tuples = ids.size()}, AllBytes(ids));
   if (use.areOfNodes) {
@@ -248,8 +257,8 @@ const XdmfMesh* XdmfArrays::MeshOf(const MeshVariables& mesh) const {
              : &found->second.written;
 }
 
-const XdmfArray* XdmfArrays::IdsOf(const Geometry::VarStruct* ids) const {
-  const auto found = ids == nullptr ? ids_.end() : ids_.find(Key(ids->array));
+const XdmfArray* XdmfArrays::IdsOf(const MeshVariables& mesh, Location of) const {
+  const auto found = IdsTaken(mesh, of) == 0 ? ids_.end() : ids_.find(KeyOfIds(mesh, of));
   return found == ids_.end() || found->second.written.path.empty() ? nullptr
                                                                    : &found->second.written;
 }
@@ -260,10 +269,9 @@ const XdmfArray* XdmfArrays::ValuesOf(const Field& field) const {
                                                                       : &found->second.written;
 }
 
-const std::vector<std::pair<std::string, XdmfArray>>* XdmfArrays::SetsOf(
-    const Geometry::VarStruct* nodeIds) const {
-  const auto found = nodeIds == nullptr ? ids_.end() : ids_.find(Key(nodeIds->array));
-  return found == ids_.end() ? nullptr : &found->second.sets;
+const std::vector<std::pair<std::string, XdmfArray>>& XdmfArrays::SetsOf(
+    const MeshVariables& mesh) const {
+  return ids_.at(KeyOfIds(mesh, Location::Node)).sets;
 }
 
 }  // namespace LbtTev::Exchange

@@ -48,15 +48,18 @@ class XdmfArrays {
 
   /// What a grid has, after WriteTo; null where it lacks it, or where it could not be read.
   [[nodiscard]] const XdmfMesh* MeshOf(const Analysis::MeshVariables& mesh) const;
-  [[nodiscard]] const XdmfArray* IdsOf(const Geometry::VarStruct* ids) const;
+  [[nodiscard]] const XdmfArray* IdsOf(const Analysis::MeshVariables& mesh,
+                                       Analysis::Location of) const;
   [[nodiscard]] const XdmfArray* ValuesOf(const Analysis::Field& field) const;
-  /// The indices of the nodes of each set, for these node ids; of sets that have none nothing.
-  [[nodiscard]] const std::vector<std::pair<std::string, XdmfArray>>* SetsOf(
-      const Geometry::VarStruct* nodeIds) const;
+  /// The indices of the nodes of each set, where IdsOf has node ids; of sets that have none
+  /// nothing.
+  [[nodiscard]] const std::vector<std::pair<std::string, XdmfArray>>& SetsOf(
+      const Analysis::MeshVariables& mesh) const;
 
  private:
   using Key = Analysis::ArrayKey;
   using MeshKey = std::tuple<Key, Key, Key>;
+  using IdsKey = std::pair<Key, std::size_t>;  // with how many of them a mesh takes
   struct MeshUse {
     Analysis::MeshVariables mesh{};
     XdmfMesh written{};
@@ -75,11 +78,14 @@ class XdmfArrays {
   };
 
   [[nodiscard]] static MeshKey KeyOf(const Analysis::MeshVariables& mesh);
+  [[nodiscard]] static IdsKey KeyOfIds(const Analysis::MeshVariables& mesh, Analysis::Location of);
   void AddGrid(std::size_t part, PlaceInTime step);
-  void AddIds(const Geometry::VarStruct* ids, bool areOfNodes, std::size_t part, PlaceInTime step);
+  void AddIds(const Analysis::MeshVariables& mesh, Analysis::Location of, std::size_t part,
+              PlaceInTime step);
   void WriteMesh(Hdf5File& file, MeshUse& use, const Analysis::LoadedGroup& loaded);
   void WriteCells(Hdf5File& file, XdmfMesh& written, const LoadedMesh& mesh);
-  void WriteIds(Hdf5File& file, IdsUse& use, const Analysis::LoadedArray& loaded);
+  void WriteIds(Hdf5File& file, std::size_t count, IdsUse& use,
+                const Analysis::LoadedArray& loaded);
   void WriteSets(Hdf5File& file, IdsUse& use, std::span<const std::int32_t> ids);
   void WriteField(Hdf5File& file, FieldUse& use, const Analysis::LoadedArray& loaded);
   XdmfArray WriteArray(Hdf5File& file, const char* group, XdmfArray array,
@@ -91,7 +97,7 @@ class XdmfArrays {
   std::vector<SortedSet> sets_;
   std::map<MeshKey, MeshUse> meshes_;
   std::map<Key, XdmfArray> points_;
-  std::map<Key, IdsUse> ids_;
+  std::map<IdsKey, IdsUse> ids_;
   std::map<Key, FieldUse> fields_;
   std::set<std::pair<std::size_t, const Analysis::Field*>> seen_;
   std::map<std::string, std::size_t> numbers_;  // of the data sets of each group
