@@ -30,7 +30,7 @@ foreach(file IN LISTS packageFiles)
 endforeach()
 
 install(TARGETS tev_python LIBRARY DESTINATION tev COMPONENT python EXCLUDE_FROM_ALL)
-install(FILES ${packageFiles} DESTINATION tev COMPONENT python EXCLUDE_FROM_ALL)
+install(FILES ${packageFiles} "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION tev COMPONENT python EXCLUDE_FROM_ALL)
 
 if(NOT TEVINFO_BUILD_TESTS)
   return()

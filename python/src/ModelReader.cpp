@@ -178,7 +178,9 @@ ModelReader::ModelReader(const std::string& path, std::uint64_t cacheBytes) : pr
   try {
     opened_ = std::make_unique<Opened>(path);
   } catch (...) {
-    throw CurrentReadFailure(nullptr);
+    ReadFailure known = CurrentReadFailure(nullptr);
+    known.path = path;
+    throw known;
   }
   if (cacheBytes != 0) {
     opened_->tree.GetFile().GetIndex().KeepAllContents(cacheBytes);

@@ -72,6 +72,25 @@ def test_fields_without_a_step_come_along(small_model):
         assert set(data) == {"Temperature", "Thickness", "Node Ids"}
 
 
+@pytest.mark.parametrize("name, nodes, elements", [("more ids", [1, 2, 3, 4, 5], [101, 102]),
+                                                   ("fewer ids", None, None)])
+def test_ids_come_along_where_each_has_one(small_model, name, nodes, elements):
+    pytest.importorskip("meshio")
+    pytest.importorskip("vtkmodules")
+    with tev.open(small_model(name)) as model:
+        part = model["Frame"]
+        stored = len(part.node_ids), len(part.element_ids)
+        assert stored == ((7, 3) if nodes else (4, 1)), "they are given as they are stored"
+        mesh, grid = part.to_meshio(), part.to_vtk()
+        assert ("Node Ids" in mesh.point_data) == bool(grid.GetPointData().HasArray("Node Ids")) == (
+            nodes is not None)
+        assert ("Element Ids" in mesh.cell_data) == bool(
+            grid.GetCellData().HasArray("Element Ids")) == (elements is not None)
+        if nodes:
+            assert mesh.point_data["Node Ids"].tolist() == nodes
+            assert mesh.cell_data["Element Ids"][0].tolist() == elements
+
+
 def test_meshio_sorts_cells_by_their_nodes(heatsink):
     pytest.importorskip("meshio")
     part = heatsink["Temperature = 302"]

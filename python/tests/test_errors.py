@@ -72,8 +72,11 @@ def test_denied_reads_become_permission_errors():
 def test_other_files(tmp_path):
     for data in (b"", b"%PDF-1.4", b"\x1f\x8b" * 50):
         (tmp_path / "other").write_bytes(data)
-        with pytest.raises(tev.NotAModelError):
+        with pytest.raises(tev.NotAModelError) as caught:
             tev.open(tmp_path / "other")
+        assert str(caught.value).startswith(f"{tmp_path / 'other'}: not a Tev file")
+        with pytest.raises(tev.NotAModelError, match=re.escape(f"{tmp_path / 'other'}: ")):
+            tev.diff(EXAMPLES / "bracket.tev", tmp_path / "other")
         assert tev.check(tmp_path / "other")["verdict"] == "not-a-model"
 
 
@@ -95,14 +98,40 @@ def test_names_need_be_no_text(tmp_path):
 
 def test_newer_versions(damaged):
     path = damaged(8, b"9.9\0")
-    with pytest.raises(tev.UnsupportedVersionError):
-        tev.open(path)
+    for ask in (tev.open, lambda path: tev.diff(path, path),
+                lambda path: tev.diff(EXAMPLES / "bracket.tev", path)):
+        with pytest.raises(tev.UnsupportedVersionError) as caught:
+            ask(path)
+        assert str(caught.value).startswith(f"{path}: version 9.9")
 
 
 def test_files_without_an_index(tmp_path):
     (tmp_path / "cut.tev").write_bytes(BRACKET[:18])
-    with pytest.raises(tev.DamagedError):
+    with pytest.raises(tev.DamagedError, match=re.escape(f"{tmp_path / 'cut.tev'}: the index")):
         tev.open(tmp_path / "cut.tev")
+
+
+def test_results_of_a_part_whose_geometry_is_lost_are_damage(small_model):
+    with tev.open(small_model("lost geometry")) as model:
+        part = model["Panel"]
+        for ask in (lambda: part.points, lambda: part["Temperature"],
+                    lambda: part["Temperature", "Time = 0.5"]):
+            with pytest.raises(tev.DamagedError, match="the geometry of part 2"):
+                ask()
+
+
+def test_a_part_without_results_says_so(small_model):
+    with tev.open(small_model("no results")) as model:
+        with pytest.raises(KeyError, match="the part has no result"):
+            model["Frame"]["Temperature"]
+
+
+def test_what_is_no_step_is_a_type_error(bracket):
+    part = bracket[0]
+    for ask in (part.mesh, part.to_meshio, part.to_vtk, lambda step: part["Stress", step]):
+        for step in (0, 1, 1.5, b"Load Case = 1"):
+            with pytest.raises(TypeError, match="a step is its text"):
+                ask(step)
 
 
 def test_a_block_that_cannot_be_inflated_is_named(damaged):

@@ -65,6 +65,11 @@ def test_a_name_of_several_parts_is_ambiguous(small_model):
         assert isinstance(caught.value, KeyError)
 
 
+def test_models_have_their_parts_and_the_names_of_these(bracket, heatsink):
+    assert "Arm (Aluminium)" in bracket and bracket[1] in bracket
+    assert "Arm" not in bracket and heatsink[0] not in bracket and 0 not in bracket
+
+
 def test_faces_are_lists_of_points(bracket):
     faces = bracket[1].faces
     assert len(faces) == 1953

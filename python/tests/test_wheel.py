@@ -1,7 +1,7 @@
 """The wheel: made twice it is the same, and it works where it is installed.
 
 It is packed from the module that the build has (TEVINFO_BUILD). That setup.py compiles one where there
-is none is not tried here: it takes minutes.
+is none is not tried here: it takes minutes. What it asks for then is.
 """
 
 import os
@@ -38,10 +38,42 @@ def test_two_wheels_are_the_same_and_work(tmp_path):
     with zipfile.ZipFile(first) as archive:
         names = archive.namelist()
         archive.extractall(installed)
-    assert {"tev/__init__.py", "tev/py.typed", "tev/_native.pyi"} <= set(names)
+    assert {"tev/LICENSE", "tev/__init__.py", "tev/py.typed", "tev/_native.pyi"} <= set(names)
     assert not [name for name in names if "test" in name or name.startswith("src")]
     run = subprocess.run(
         [sys.executable, "-c", "import sys, tev; print(tev.__file__, len(tev.open(sys.argv[1])))",
          EXAMPLES / "bracket.tev"], cwd="/", check=True, capture_output=True, text=True,
         env={**os.environ, "PYTHONPATH": str(installed)})
     assert run.stdout.split() == [str(pathlib.Path(installed, "tev", "__init__.py")), "2"]
+
+
+def build_py(tmp_path, **environment):
+    """Runs setup.py on a copy of the project."""
+    subprocess.run(["cp", "-r", PROJECT, tmp_path / "python"], check=True)
+    (tmp_path / "CMakeLists.txt").write_text("project(TevInfo VERSION 1.2.3\n")
+    kept = {name: value for name, value in os.environ.items() if name != "TEVINFO_BUILD"}
+    return subprocess.run([sys.executable, "setup.py", "build_py"], cwd=tmp_path / "python",
+                          capture_output=True, text=True, check=False, env={**kept, **environment})
+
+
+def test_a_module_is_made_for_the_interpreter_that_asks(tmp_path):
+    pytest.importorskip("setuptools")
+    cmake = tmp_path / "bin" / "cmake"
+    cmake.parent.mkdir()
+    cmake.write_text(f'#!/bin/sh\nfor each; do echo "$each"; done >> "{tmp_path}/asked"\nexit 1\n')
+    cmake.chmod(0o755)
+    run = build_py(tmp_path, PATH=f"{cmake.parent}:{os.environ['PATH']}")
+    assert run.returncode != 0
+    asked = (tmp_path / "asked").read_text().splitlines()
+    assert f"-DTEVINFO_PYTHON={sys.executable}" in asked
+
+
+def test_a_build_for_another_interpreter_is_refused(tmp_path):
+    pytest.importorskip("setuptools")
+    module = tmp_path / "build" / "python" / "tev" / "_native.cpython-20-other.so"
+    module.parent.mkdir(parents=True)
+    module.touch()
+    (tmp_path / "build" / "CMakeCache.txt").write_text("CMAKE_PROJECT_VERSION:STATIC=1.2.3\n")
+    run = build_py(tmp_path, TEVINFO_BUILD=str(tmp_path / "build"))
+    assert run.returncode != 0
+    assert f"the build has no module for {sys.executable}" in run.stderr

@@ -51,8 +51,8 @@ def _located(part: Part, step: StepLike, points: int,
 def _with_ids(fields: List[Field], name: str, ids: npt.NDArray[np.int64],
               count: int) -> Dict[str, npt.NDArray[Any]]:
     data: Dict[str, npt.NDArray[Any]] = {field.result: field.values for field in fields}
-    if len(ids) == count:
-        data[name] = ids
+    if len(ids) >= count:
+        data[name] = ids[:count]
     return data
 
 

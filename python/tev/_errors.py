@@ -53,6 +53,11 @@ class AmbiguousNameError(Error, KeyError):
 def of_failure(code: str, message: str, block: Optional[int] = None, stream: Optional[str] = None,
                place: Optional[int] = None, path: bytes = b"") -> Exception:
     """The exception for a failure with one of the codes that the JSON of `tev` has."""
+    file = path.decode(errors="replace")
+    # Of two files the message may tell already which one it is.
+    if (file and code in ("damaged", "not-a-model", "unsupported-version")
+            and not message.startswith(f"{file}: ")):
+        message = f"{file}: {message}"
     if code == "damaged":
         return DamagedError(message, block, stream, place)
     if code == "not-a-model":

@@ -74,7 +74,9 @@ StepLike = Union[str, Step, None]
 
 
 def text_of(step: StepLike) -> Optional[str]:
-    """No step is None, or the empty text as in patterns of `tev`."""
+    """No step is None, or the empty text as in patterns of `tev`. Raises TypeError."""
+    if not (step is None or isinstance(step, (str, Step))):
+        raise TypeError(f"a step is its text, a Step or None, not {type(step).__name__}")
     return (step.text if isinstance(step, Step) else step) or None
 
 

@@ -108,6 +108,10 @@ class Model:
     def __iter__(self) -> Iterator[Part]:
         return iter(self.parts)
 
+    def __contains__(self, item: object) -> bool:
+        """Whether it has this part, or one of this name."""
+        return any(part is item or part.name == item for part in self.parts)
+
     def __getitem__(self, key: Union[int, str]) -> Part:
         """model[i]: the i-th part. model["name"]: the part of that name.
 

@@ -71,12 +71,13 @@ class Mesh:
 
     @lazy
     def node_ids(self) -> npt.NDArray[np.int64]:
-        """Ids of the points: int64, shape (points,), or (0,) where the model has none."""
+        """Ids of the points as they are stored: int64, shape (ids,). They are as many as the points,
+        or none where the model has none; where it has more, the first are those of the points."""
         return np.asarray(self._reader.ids(self._part._place, self._step, True))
 
     @lazy
     def element_ids(self) -> npt.NDArray[np.int64]:
-        """Ids of the faces: int64, shape (faces,), or (0,) where the model has none."""
+        """Ids of the faces as they are stored: int64, shape (ids,), as node_ids are of the points."""
         return np.asarray(self._reader.ids(self._part._place, self._step, False))
 
     @property
@@ -124,7 +125,8 @@ class Field:
 
     @property
     def ids(self) -> npt.NDArray[np.int64]:
-        """Ids of the nodes or elements that the tuples belong to: int64, shape (count,), or (0,)."""
+        """Ids of the nodes or elements that the tuples belong to: Mesh.node_ids or Mesh.element_ids,
+        or int64 of shape (0,) where the location is "unknown"."""
         mesh = self.part.mesh(self.step)
         if self.location == "node":
             return mesh.node_ids
@@ -205,7 +207,7 @@ class Part:
     def mesh(self, step: StepLike = None) -> Mesh:
         """The mesh at a step: each array is that of the step, else the one without a step.
 
-        Raises KeyError for a step that the model does not have.
+        Raises KeyError for a step that the model does not have, and TypeError for what is no step.
         """
         text = text_of(step)
         return Mesh(self, _native.NO_STEP if text is None else self.model._number_of_step(text))
@@ -230,10 +232,15 @@ class Part:
         """part["Stress"]: its fields of that result in the order of steps. part["Stress", step]: the
         field at a step, which is its text, a Step, or None for the field without one.
 
-        Raises KeyError, with the names that there are and the one that comes nearest.
+        Raises KeyError, with the names that there are and the one that comes nearest, DamagedError
+        where the part's geometry is lost, and TypeError for a step that is none of these.
         """
         result, *steps = key if isinstance(key, tuple) else (key,)
         fields = [field for field in self.fields if field.result == result]
+        if not self.fields:
+            if self.nodes is None:
+                self.points  # raises what is lost
+            raise KeyError("the part has no result")
         if not fields:
             raise not_found("result", result, self.results)
         order = self.model._step_numbers
@@ -254,8 +261,8 @@ class Part:
 
         A result that has no field at the step is that without a step, where there is one.
         The model tells no kind of element: 1, 2, 3 and 4 nodes become vertices, lines, triangles and
-        quads, more become polygons. Elements of as many nodes make one block of cells; node and
-        element ids are data of that name.
+        quads, more become polygons. Elements of as many nodes make one block of cells. Node and
+        element ids are data of that name, where there is one for each point or face.
         """
         from ._convert import to_meshio
         return to_meshio(self, step)

@@ -46,6 +46,32 @@ ModelWriter FieldsWithoutAStep() {
   return model;
 }
 
+ModelWriter LostGeometry() {
+  ModelWriter model;
+  model.AddShape("Panel", model.AddGroup("model", 0));
+  return model;
+}
+
+/// The mesh of the small model's first part.
+ModelWriter NoResults() {
+  ModelWriter model = tevtest::SmallModel();
+  model.At(tevtest::kSmallMesh1).Geometry().variables.resize(5);
+  model.At(tevtest::kSmallMesh2).Geometry().variables.resize(5);
+  return model;
+}
+
+/// The first part has other numbers of ids than of nodes and elements.
+ModelWriter WithIds(const std::vector<float>& nodes, const std::vector<float>& elements) {
+  ModelWriter model = tevtest::SmallModel();
+  model.VariableAt(tevtest::kSmallMesh1, 0) = Variable::Floats("Node Ids", tevtest::kIds, 1, nodes);
+  model.VariableAt(tevtest::kSmallMesh1, 4) =
+      Variable::Floats("Element Ids", tevtest::kIds, 1, elements);
+  return model;
+}
+
+ModelWriter MoreIds() { return WithIds({1, 2, 3, 4, 5, 6, 7}, {101, 102, 103}); }
+ModelWriter FewerIds() { return WithIds({1, 2, 3, 4}, {101}); }
+
 constexpr std::size_t kFields = 40;
 constexpr std::size_t kBlocks = 4;
 constexpr std::size_t kNumbers = 1000;
@@ -90,6 +116,10 @@ int main(int argc, char** argv) {
   const std::map<std::string, ModelWriter (*)()> small{{"two parts of one name", TwoPartsOfOneName},
                                                        {"two coordinates", TwoCoordinates},
                                                        {"without a step", FieldsWithoutAStep},
+                                                       {"lost geometry", LostGeometry},
+                                                       {"no results", NoResults},
+                                                       {"more ids", MoreIds},
+                                                       {"fewer ids", FewerIds},
                                                        {"forty fields", FortyFields}};
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   if (arguments.size() != 2) {
