@@ -13,6 +13,7 @@
 
 #include "Lbt/Tev/Exchange/Contents.h"
 #include "Lbt/Tev/Exchange/Hdf5Formats.h"
+#include "Lbt/Tev/Exchange/ReplacedFile.h"
 #include "Lbt/Tev/Exchange/Vtu.h"
 #include "tev/FieldOptions.h"
 #include "tev/OpenedModel.h"
@@ -66,7 +67,7 @@ void RequireNoModel(const std::string& output, const ExportFormat& format,
                     const std::string& model) {
   AnswerOutput(output).RequireApartFrom({model});
   if (!format.suffixBeside.empty()) {
-    const auto beside = std::filesystem::path(output).replace_extension(format.suffixBeside);
+    const auto beside = TargetOf(output).replace_extension(format.suffixBeside);
     AnswerOutput(beside.string()).RequireApartFrom({model});
   }
 }

@@ -294,6 +294,23 @@ TEST_F(TevExport, NumbersOfSomebodyElse_AreLeftAlone) {
   EXPECT_EQ(RunScript({"set", "m.xdmf", "Frame", "Loaded", "5"}), "");
 }
 
+TEST_F(TevExport, ThroughALink_HasWhatBelongsToItBesideItsTarget) {
+  Write("m.tev", SmallModel());
+  fs::create_directory(dir / "far");
+  for (const std::string suffix : {".xdmf", ".pvd"}) {
+    dir.Write("far/real" + suffix, "an older export");
+    fs::create_symlink("far/real" + suffix, dir / ("link" + suffix));
+    EXPECT_EQ(Answer({"export", "m.tev", "-o", "link" + suffix}), "");
+  }
+  EXPECT_EQ(Left(), (Names{"far", "link.pvd", "link.xdmf"}));
+  EXPECT_EQ(RunScript({"set", "far/real.xdmf", "Frame", "Loaded", "5"}), "");
+  EXPECT_TRUE(dir.Has("far/real/real_0.vtu"));
+  EXPECT_NE(dir.Read("far/real.pvd").find("file=\"real/real_0.vtu\""), std::string::npos);
+  fs::create_symlink("far/real.h5", dir / "numbers.xdmf");
+  EXPECT_EQ(Run({"export", "m.tev", "-o", "numbers.xdmf"}).error,
+            "tev: numbers.xdmf: real.h5 beside it is no export's\n");
+}
+
 #ifdef FAULT_PRELOAD
 TEST_F(TevExport, WhereNamesCannotBeSwapped_AFolderIsReplacedByTurns) {
   Write("m.tev", SmallModel());

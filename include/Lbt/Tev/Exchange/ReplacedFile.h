@@ -14,6 +14,10 @@
 
 namespace LbtTev::Exchange {
 
+/// What a link leads to, which is what is replaced, and has beside it what belongs to it; the path
+/// itself where there is nothing yet.
+[[nodiscard]] std::filesystem::path TargetOf(const std::string& path);
+
 /// Throws "Write Error" with the system's reason for the last failure of a call: "cannot write: No
 /// space left on device".
 [[noreturn]] void RaiseWriteError(const std::string& what);

@@ -24,13 +24,6 @@ namespace fs = std::filesystem;
 
 constexpr mode_t kFileMode = 0666;  // less the user's umask
 
-/// What a link leads to; the path itself where there is nothing yet.
-fs::path TargetOf(const std::string& path) {
-  std::error_code error;
-  const fs::path target = fs::canonical(path, error);
-  return error ? fs::path(path) : target;
-}
-
 /// Names beside "path" that nobody else uses at a time, one for each number.
 std::string NameBeside(const fs::path& path, int number) {
   return (path.parent_path() / ("." + path.filename().string() + "." + std::to_string(getpid()) +
@@ -105,6 +98,12 @@ void InPieces(std::span<Byte> bytes, std::uint64_t position, const Call& call) {
 }
 
 }  // namespace
+
+fs::path TargetOf(const std::string& path) {
+  std::error_code error;
+  const fs::path target = fs::canonical(path, error);
+  return error ? fs::path(path) : target;
+}
 
 void RaiseWriteError(const std::string& what) {
   const int error = errno;

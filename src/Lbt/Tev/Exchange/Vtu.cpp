@@ -165,7 +165,7 @@ class VtuSink : public GridSink {
 
 /// "results.pvd" has the folder "results" beside it.
 std::filesystem::path FolderOf(const std::string& path) {
-  return std::filesystem::path(path).replace_extension();
+  return TargetOf(path).replace_extension();
 }
 
 }  // namespace

@@ -142,10 +142,10 @@ class XdmfText {
 };
 
 /// Numbers without the ".xdmf" that refers to them may be somebody's work.
-void RequireOwnNumbers(const std::filesystem::path& numbers, const std::string& xdmf) {
+void RequireOwnNumbers(const std::filesystem::path& numbers, const std::filesystem::path& xdmf) {
   std::error_code error;
   if (std::filesystem::is_regular_file(numbers, error) &&
-      !std::filesystem::is_regular_file(xdmf, error)) {
+      (numbers == xdmf || !std::filesystem::is_regular_file(xdmf, error))) {
     errno = 0;
     RaiseWriteError(numbers.filename().string() + " beside it is no export's");
   }
@@ -155,9 +155,10 @@ void RequireOwnNumbers(const std::filesystem::path& numbers, const std::string& 
 
 void WriteXdmf(const Contents& contents, const CellRules& rules, const std::string& path,
                const Listener& listener) {
+  const std::filesystem::path target = TargetOf(path);
   const std::filesystem::path numbersPath =
-      std::filesystem::path(path).replace_extension(kXdmfNumbers);
-  RequireOwnNumbers(numbersPath, path);
+      std::filesystem::path(target).replace_extension(kXdmfNumbers);
+  RequireOwnNumbers(numbersPath, target);
   ReplacedFile text(path);
   ReplacedFile numbers(numbersPath.string());
   Hdf5File file(numbers.Path());
