@@ -157,7 +157,7 @@ class Telling {
   }
 
   /// The grids of many steps may tell the same.
-  void TellOnce(std::string text) {
+  void TellOnce(const std::string& text) {
     if (told_.insert(text).second) {
       Tell(*writer_, path_ + ": " + text);
     }

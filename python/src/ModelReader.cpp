@@ -75,6 +75,13 @@ std::size_t HelpingThreads() {
   return std::clamp(std::thread::hardware_concurrency(), 1U, kMost) - 1;
 }
 
+/// What the exception that is being handled tells of a file that it ended the opening of.
+ReadFailure FailureToOpen(const std::string& path) {
+  ReadFailure known = CurrentReadFailure(nullptr);
+  known.path = path;
+  return known;
+}
+
 /// "failure" with the place of the variable that it is about.
 ReadFailure FailureAt(const std::exception_ptr& failure, const LbtTev::Tree& tree,
                       const LbtTev::Geometry::VarStruct& variable) {
@@ -178,9 +185,7 @@ ModelReader::ModelReader(const std::string& path, std::uint64_t cacheBytes) : pr
   try {
     opened_ = std::make_unique<Opened>(path);
   } catch (...) {
-    ReadFailure known = CurrentReadFailure(nullptr);
-    known.path = path;
-    throw known;
+    throw FailureToOpen(path);
   }
   if (cacheBytes != 0) {
     opened_->tree.GetFile().GetIndex().KeepAllContents(cacheBytes);
