@@ -20,8 +20,9 @@ TEST(IsoDate, DatesOfPrograms_AreRead) {
 }
 
 TEST(IsoDate, OtherTexts_AreNone) {
-  for (const char* text : {"", "yesterday", "03/04/2024", "2023-02-29", "2024-13-01",
-                           "2024-03-04 25:00:00", "2024-03-04 and more"}) {
+  for (const char* text :
+       {"", "yesterday", "03/04/2024", "2023-02-29", "2024-13-01", "2024-03-04 25:00:00",
+        "2024-03-04 and more", "24-03-04", "5-3-4", "0999-12-31", "Mon Mar  4 09:12:44 124"}) {
     EXPECT_FALSE(IsoDate(text).has_value()) << text;
   }
 }

@@ -30,13 +30,15 @@ constexpr std::array<DateForm, 6> kDateForms{{
     {"%Y-%m-%d", "%Y-%m-%d"},
 }};
 
+/// Whether there is such a day, in a year of four digits: one of fewer is short for another.
 bool IsDay(const std::tm& time) {
   constexpr int kFirstYear = 1900;
+  constexpr int kFirstOfFourDigits = 1000;
+  const int year = time.tm_year + kFirstYear;
   const std::chrono::year_month_day day(
-      std::chrono::year(time.tm_year + kFirstYear),
-      std::chrono::month(static_cast<unsigned int>(time.tm_mon + 1)),
+      std::chrono::year(year), std::chrono::month(static_cast<unsigned int>(time.tm_mon + 1)),
       std::chrono::day(static_cast<unsigned int>(time.tm_mday)));
-  return day.ok();
+  return year >= kFirstOfFourDigits && day.ok();
 }
 
 std::optional<std::string> IsoDateIn(const DateForm& form, const std::string& text) {
