@@ -134,10 +134,11 @@ double FiniteOrNothing(const std::optional<double>& count) {
   return count && std::isfinite(*count) ? *count : 0;
 }
 
-/// What stands in the column of the titles, with a mark where something is missing.
-std::string TitleText(const Row& row, bool isComplete) {
-  const std::string title = VisibleText(row.title.value_or(""));
-  return isComplete ? title : title.empty() ? "INCOMPLETE" : "INCOMPLETE: " + title;
+/// What stands in the column of the categories, after a mark where something is missing. In the
+/// last column, the edge of a terminal might hide the mark.
+std::string CategoryText(const Row& row, bool isComplete) {
+  const std::string category = row.category ? VisibleText(*row.category) : "-";
+  return isComplete ? category : row.category ? "INCOMPLETE: " + category : "INCOMPLETE";
 }
 
 /// The table of all files, and their sums.
@@ -193,11 +194,10 @@ class Listing {
     nodes_ += FiniteOrNothing(row->nodes);
     elements_ += FiniteOrNothing(row->elements);
     parts_ += row->partCount.value_or(0);
-    table.Add({VisibleText(path), VisibleText(row->category.value_or("-")),
-               NumberOrDash(row->nodes), NumberOrDash(row->elements),
-               row->partCount ? std::to_string(*row->partCount) : "-", TextOf(row->steps),
-               LbtUtil::FileSizeText(static_cast<std::int64_t>(row->bytes)),
-               TitleText(*row, writer.IsComplete())});
+    table.Add({VisibleText(path), CategoryText(*row, writer.IsComplete()), NumberOrDash(row->nodes),
+               NumberOrDash(row->elements), row->partCount ? std::to_string(*row->partCount) : "-",
+               TextOf(row->steps), LbtUtil::FileSizeText(static_cast<std::int64_t>(row->bytes)),
+               VisibleText(row->title.value_or(""))});
   }
 
   Table& TableOn(AnswerWriter& writer) {

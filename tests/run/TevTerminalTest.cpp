@@ -66,6 +66,22 @@ TEST_F(TevTerminal, Lines_AreCutToItsWidthAndOnlyThere) {
   }
 }
 
+TEST_F(TevTerminal, MarkOfAModelThatIsIncomplete_IsLeftByTheCut) {
+  Write("a-model-with-a-name-of-some-length.tev", SmallModel());
+  const std::string bytes = SmallModel().Build();
+  dir.Write("cut.tev", bytes.substr(0, bytes.size() - 1));
+  const Terminal terminal;
+  terminal.SetColumns(80);
+  const RunResult run = Run({"list", "a-model-with-a-name-of-some-length.tev", "cut.tev"},
+                            {.output = Redirect::ToDescriptor(terminal.Slave())});
+  EXPECT_EQ(run.status, 2);
+  const std::vector<std::string> lines = LinesOf(terminal.Written());
+  ASSERT_GE(lines.size(), 3U);
+  EXPECT_EQ(lines[1].find("INCOMPLETE"), std::string::npos) << lines[1];
+  EXPECT_TRUE(lines[2].starts_with("cut.tev " + std::string(32, ' ') + "INCOMPLETE: Transient  "))
+      << lines[2];
+}
+
 TEST_F(TevTerminal, FormsForScripts_AreNeverCut) {
   Write("a.tev", SmallModel());
   for (const char* form : {"--csv", "--jsonl", "--json"}) {
