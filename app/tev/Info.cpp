@@ -37,9 +37,9 @@ void WritePrograms(const LbtTev::Tree& tree, JsonWriter& json) {
   for (const Analysis::Program& program : Analysis::ProgramsOf(tree)) {
     json.OpenObject();
     json.Member("role", program.role);
-    json.Member("name", program.record->applicationName);
-    json.Member("version", program.record->applicationVersion);
-    json.Member("user", program.record->userName);
+    json.Member("name", Analysis::ShownName(program.record->applicationName));
+    json.Member("version", Analysis::ShownName(program.record->applicationVersion));
+    json.Member("user", Analysis::ShownName(program.record->userName));
     json.Member("date", program.record->date);
     json.Member("dateIso", JsonOrNull(program.dateIso));
     json.Member("comment", program.record->comment);

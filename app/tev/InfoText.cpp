@@ -131,10 +131,11 @@ void WritePrograms(const LbtTev::Tree& tree, std::ostream& stream) {
       {{"Role", Left}, {"Program", Left}, {"User", Left}, {"Date", Left}, {"Comment", Left}});
   for (const Analysis::Program& program : programs) {
     const LbtTev::ModifierInfo& record = *program.record;
-    section.Add({std::string(program.role),
-                 VisibleText(record.applicationName + ' ' + record.applicationVersion),
-                 VisibleText(record.userName), VisibleText(program.dateIso.value_or(record.date)),
-                 VisibleText(record.comment)});
+    section.Add(
+        {std::string(program.role),
+         VisibleText(Analysis::ShownName(record.applicationName + ' ' + record.applicationVersion)),
+         VisibleText(Analysis::ShownName(record.userName)),
+         VisibleText(program.dateIso.value_or(record.date)), VisibleText(record.comment)});
   }
   section.Finish();
 }

@@ -179,6 +179,21 @@ std::string NearestOptionText(const CLI::App& app) {
   return NearestText(name.substr(0, name.find('=')), names, std::string(kDashes));
 }
 
+/// Has flags refuse a value, and messages call the values of options what the help calls them.
+void RefineOptions(CLI::App& app) {
+  const auto isFlagAlone = [](const std::string& value) {
+    return value == "true" ? std::string() : "takes no value";
+  };
+  for (CLI::Option* option :
+       app.get_options([](CLI::Option* each) { return each->nonpositional(); })) {
+    if (option->get_expected_max() == 0) {
+      option->check(isFlagAlone);
+    } else {
+      option->type_name(option->get_option_text());
+    }
+  }
+}
+
 /// Runs the verb with the arguments "argv", of which the first is the verb's own name.
 Status RunVerb(const Verb& verb, int argc, const char* const* argv) {
   // Each verb is a program of its own to the parser: as a part of a larger one, it would take
@@ -190,6 +205,7 @@ Status RunVerb(const Verb& verb, int argc, const char* const* argv) {
   const std::string pointer = " (see tev " + verb.name + " --help)";
   try {
     const Action action = verb.setUp(app);
+    RefineOptions(app);
     app.parse(argc, argv);
     return action();
   } catch (const CLI::Success& success) {
@@ -222,8 +238,25 @@ bool IsHelp(std::string_view argument) {
   return argument == "help" || argument == "--help" || argument == "-h";
 }
 
+bool IsVersion(std::string_view argument) { return argument == "--version" || argument == "-V"; }
+
+Status Version() {
+  Write(std::string(kVersion) + '\n');
+  return Status::Done;
+}
+
 Status Help(int argc, const char* const* argv) {
-  if (argc <= 2 || IsHelp(argv[2])) {
+  constexpr int kMost = 3;
+  const char* const* const end = argv + argc;
+  const char* const* const extra = std::find_if_not(argv + std::min(kMost, argc), end, IsHelp);
+  if (extra != end) {
+    Complain("The following argument was not expected: " + std::string(*extra) + kHelpAndVersion);
+    return Status::BadUsage;
+  }
+  if (argc >= kMost && IsVersion(argv[2])) {
+    return Version();
+  }
+  if (argc < kMost || IsHelp(argv[2])) {
     Write(HelpText());
     return Status::Done;
   }
@@ -239,9 +272,8 @@ Status Run(int argc, const char* const* argv) {
   if (IsHelp(first)) {
     return Help(argc, argv);
   }
-  if (first == "--version" || first == "-V") {
-    Write(std::string(kVersion) + '\n');
-    return Status::Done;
+  if (IsVersion(first)) {
+    return Version();
   }
   if (const Verb* verb = FindVerb(first)) {
     return RunVerb(*verb, argc - 1, argv + 1);

@@ -3,6 +3,7 @@
 #include "tev/Verbs.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <utility>
 
 #include "tev/VisibleText.h"
@@ -42,7 +43,12 @@ std::string WholeNumberFault(const std::string& text) {
   // A leading zero would be taken for an octal number.
   const bool isWhole = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos &&
                        (text == "0" || text.front() != '0');
-  return isWhole ? "" : QuotedText(text) + " is no whole number";
+  if (!isWhole) {
+    return QuotedText(text) + " is no whole number";
+  }
+  std::uint64_t number = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+  return read.ec == std::errc() ? "" : QuotedText(text) + " is too large";
 }
 
 void AddOutputOptions(CLI::App& app, const std::shared_ptr<FileRun>& run) {

@@ -12,6 +12,19 @@ namespace {
 
 using TevInfoCommand = TevRun;
 
+TEST_F(TevInfoCommand, RecordSeparatorsInTheNamesOfPrograms_AreBlanks) {
+  ModelWriter model;
+  model.AddGroup("root", 0);
+  model.AddModifier({.applicationName = "my\x1eprogram",
+                     .applicationVersion = "2\x1e.1",
+                     .userName = "you\x1eor"});
+  Write("a.tev", model);
+  EXPECT_NE(Answer({"info", "--jsonl", "a.tev"})
+                .find(R"("name": "my program", "version": "2 .1", "user": "you or")"),
+            std::string::npos);
+  EXPECT_NE(Answer({"info", "a.tev"}).find("  my program 2 .1  you or"), std::string::npos);
+}
+
 TEST_F(TevInfoCommand, Text_HasASectionForEachKindOfFact) {
   ModelWriter model = SmallModel();
   model.AddModifier({.applicationName = "third", .date = "soon", .comment = "c\x07"});

@@ -53,6 +53,44 @@ TEST_F(TevUsage, HelpOnHelp_IsTheHelpOfTheProgram) {
   }
 }
 
+TEST_F(TevUsage, HelpWithAnArgumentMore_IsBadUsage) {
+  ExpectBadUsage(Run({"help", "info", "extra"}),
+                 "tev: The following argument was not expected: extra (see tev --help)\n");
+  EXPECT_EQ(Answer({"help", "info", "--help"}), Answer({"help", "info"}));
+  EXPECT_EQ(Answer({"help", "-V"}), Answer({"-V"}));
+  EXPECT_EQ(Answer({"help", "--version"}), Answer({"-V"}));
+}
+
+TEST_F(TevUsage, ValueOfAFlag_IsBadUsage) {
+  Write("a.tev", SmallModel());
+  for (const std::string flag : {"--json", "--csv", "--progress", "--no-progress"}) {
+    ExpectBadUsage(Run({"list", flag + "=false", "a.tev"}),
+                   "tev: " + flag + ": takes no value (see tev list --help)\n");
+  }
+  for (const std::string verb : {"tree", "check"}) {
+    ExpectBadUsage(Run({verb, "--verbose=2", "a.tev"}),
+                   "tev: --verbose: takes no value (see tev " + verb + " --help)\n");
+  }
+  EXPECT_EQ(Answer({"tree", "-v", "--verbose", "a.tev"}), Answer({"tree", "-v", "a.tev"}));
+}
+
+TEST_F(TevUsage, OptionWithoutItsValue_IsToldAsTheHelpCallsIt) {
+  ExpectBadUsage(Run({"info", "a.tev", "--output"}),
+                 "tev: --output: 1 required FILE missing (see tev info --help)\n");
+  ExpectBadUsage(Run({"tree", "a.tev", "--depth"}),
+                 "tev: --depth: 1 required N missing (see tev tree --help)\n");
+}
+
+TEST_F(TevUsage, NumberThatIsTooLarge_IsBadUsage) {
+  Write("a.tev", SmallModel());
+  for (const std::string number : {"18446744073709551616", "99999999999999999999999"}) {
+    ExpectBadUsage(Run({"block", "a.tev", number}),
+                   "tev: NUMBER: \"" + number + "\" is too large (see tev block --help)\n");
+  }
+  ExpectBadUsage(Run({"block", "a.tev", "18446744073709551615"}),
+                 "tev: a.tev: there is no block 18446744073709551615; there are 6, from 0 on\n");
+}
+
 TEST_F(TevUsage, HelpVerb_IsTheHelpOfTheVerb) {
   for (const char* verb : {"list", "info", "tree", "sets", "check", "blocks", "block", "cdf"}) {
     const std::string help = Answer({"help", verb});
