@@ -226,13 +226,12 @@ Verdict Run(const Options& options) {
   FileRun& run = *options.run;
   AnswerOutput output(run.output);
   output.RequireApartFrom({options.a, options.b});
-  Inputs inputsA({options.a}, "", Inputs::Folders::Refused);
-  Inputs inputsB({options.b}, "", Inputs::Folders::Refused);
+  Inputs inputs({options.a, options.b}, "", Inputs::Folders::Refused);
   Progress progress(run.progress);
   AnswerWriter writer({.verb = run.verb, .form = run.form, .layout = TextLayout::Lines}, output,
                       progress);
-  const Input& a = *inputsA.Next();
-  const Input& b = *inputsB.Next();
+  const Input a = *inputs.Next();
+  const Input b = *inputs.Next();
   progress.Show(0, 1, options.a);
   writer.BeginFile(options.a);
   std::size_t count = 0;
@@ -246,6 +245,9 @@ Verdict Run(const Options& options) {
     writer.FailWithoutFacts(FailureOfCurrentException());
   }
   writer.EndFile();
+  if (a.failure && b.failure) {
+    ReportFailure(b.path, b.failure->what());  // the answer has one failure
+  }
   writer.Close();
   output.Finish();
   if (writer.HasFailed()) {

@@ -20,9 +20,18 @@
 
 namespace {
 
+using Lbt::Util::FileIdentity;
+using Lbt::Util::IdentityOf;
 using LbtLbf::LbFile;
 
 constexpr const char* kCannotOpen = "cannot open";
+
+/// The system takes paths of up to 4095 bytes, and names of up to 255: one of this length leaves
+/// room for what comes after it.
+constexpr std::size_t kLongPath = 2048;
+
+/// A path by which this process can open what a descriptor of its own is open on.
+std::string PathOf(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
 
 /// An open descriptor, until its end.
 class OpenFile {
@@ -54,6 +63,8 @@ class OpenFile {
     fstat(descriptor_, &status);
     return status;
   }
+
+  [[nodiscard]] int Descriptor() const { return descriptor_; }
 
  private:
   int descriptor_;
@@ -140,14 +151,21 @@ std::optional<int> DescriptorOf(const std::string& path) {
   return std::nullopt;
 }
 
+std::optional<FileIdentity> IdentityOfNamed(const std::string& path) {
+  const std::optional<int> descriptor = DescriptorOf(path);
+  return descriptor ? IdentityOf(*descriptor) : IdentityOf(path);
+}
+
 bool BeginsAsModel(const std::string& path) {
   return OpenFile(path).FirstBytes(LbFile::kSignature.size()) == LbFile::kSignature;
 }
 
 struct Inputs::Folder {
-  std::string path;
+  std::size_t pathSize = 0;  ///< of "walked_", up to its end
   std::vector<std::string> names;
   std::size_t next = 0;
+  std::shared_ptr<const OpenFile> base{};  ///< a folder on the way to it, where that is long
+  std::size_t baseSize = 0;                ///< of "walked_", up to the end of the base
 };
 
 Inputs::Inputs(std::vector<std::string> paths, const std::string& names, Folders folders)
@@ -156,15 +174,32 @@ Inputs::Inputs(std::vector<std::string> paths, const std::string& names, Folders
       folderUse_(folders),
       isCountKnown_(names.empty()) {
   if (!names.empty()) {
-    namesFile_.open(names == "-" ? "/dev/stdin" : names);
-    if (const auto descriptor = DescriptorOf(names); !namesFile_ && descriptor) {
-      namesCopy_.BecomeCopyOf(*descriptor);
-      namesFile_.open(namesCopy_.Path());
-    }
-    if (!namesFile_) {
-      throw SystemFailure(names + ": " + kCannotOpen, errno);
-    }
+    OpenNames();
   }
+}
+
+void Inputs::OpenNames() {
+  const std::optional<int> descriptor = DescriptorOf(namesPath_);
+  namesIdentity_ = descriptor ? IdentityOf(*descriptor) : std::nullopt;
+  const auto both =
+      std::ranges::find_if(paths_, [this](const std::string& path) { return IsListOfNames(path); });
+  if (both != paths_.end()) {
+    throw OptionError(*both + ": is the list of names, so it can be no model");
+  }
+  namesFile_.open(namesPath_ == "-" ? "/dev/stdin" : namesPath_);
+  if (!namesFile_ && descriptor) {
+    namesCopy_.BecomeCopyOf(*descriptor);
+    namesFile_.open(namesCopy_.Path());
+  }
+  if (!namesFile_) {
+    throw SystemFailure(namesPath_ + ": " + kCannotOpen, errno);
+  }
+}
+
+/// Whether it stands for what the list of names is read from: to read it would take names away.
+bool Inputs::IsListOfNames(const std::string& path) const {
+  const std::optional<int> descriptor = DescriptorOf(path);
+  return namesIdentity_ && descriptor && IdentityOf(*descriptor) == namesIdentity_;
 }
 
 Inputs::~Inputs() = default;
@@ -200,38 +235,57 @@ bool Inputs::Fail(const Failure& failure) {
   return true;
 }
 
+/// The path of a copy of what is read from a descriptor once.
+std::string Inputs::CopyOf(int descriptor, const struct stat& status) {
+  std::unique_ptr<TemporaryFile>& copy = copies_[{status.st_dev, status.st_ino}];
+  if (copy == nullptr) {
+    auto made = std::make_unique<TemporaryFile>();
+    made->BecomeCopyOf(descriptor);
+    copy = std::move(made);
+  }
+  return copy->Path();
+}
+
 bool Inputs::TakeDescriptor(int descriptor) {
   struct stat status {};
   if (fstat(descriptor, &status) != 0) {
     return Fail(SystemFailure(kCannotOpen, errno));
   }
-  input_.source = "/proc/self/fd/" + std::to_string(descriptor);
+  if (IsListOfNames(input_.path)) {
+    return Fail({FailureCode::NotAModel, "is the list of names"});
+  }
+  input_.source = PathOf(descriptor);
   // A file may have been opened by somebody who may do more: it can be read, but not opened again.
   if ((!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) || !CanBeOpened(input_.source)) {
-    if (copied_ != descriptor) {  // a pipe that is named twice has been read to its end
-      copied_.reset();
-      copy_.BecomeCopyOf(descriptor);
-      copied_ = descriptor;
-    }
-    input_.source = copy_.Path();
+    input_.source = CopyOf(descriptor, status);
   }
   RequireModel(input_.source);
   return true;
 }
 
-bool Inputs::EnterFolder(const std::string& path) {
+bool Inputs::EnterFolder(const std::string& path, const std::string& source) {
   isCountKnown_ = false;
-  std::string start = path;
-  start += path.ends_with('/') ? "" : "/";
-  folders_.push_back({std::move(start), NamesIn(path)});
+  Folder folder{.names = NamesIn(source)};
+  folder.pathSize = path.size() + (path.ends_with('/') ? 0 : 1);
+  if (source.size() > kLongPath) {
+    folder.base = std::make_shared<const OpenFile>(source);
+    folder.baseSize = folder.pathSize;
+  } else if (!folders_.empty()) {
+    folder.base = folders_.back().base;
+    folder.baseSize = folders_.back().baseSize;
+  }
+  walked_ = path;
+  walked_.resize(folder.pathSize, '/');
+  folders_.push_back(std::move(folder));
   return false;
 }
 
 void Inputs::LeaveFolder() {
-  const std::string path = std::move(folders_.back().path);
   folders_.pop_back();
-  if (folders_.empty() && !isAnyFound_) {
-    ReportFailure(path, "there is no Tev file in this folder");
+  if (!folders_.empty()) {
+    walked_.resize(folders_.back().pathSize);
+  } else if (!isAnyFound_) {
+    ReportFailure(walked_, "there is no Tev file in this folder");
   }
 }
 
@@ -244,7 +298,7 @@ bool Inputs::TakeNamed(const std::string& path) {
     }
     if (folderUse_ == Folders::Walked && IsFolder(path)) {
       isAnyFound_ = false;
-      return EnterFolder(path);
+      return EnterFolder(path, path);
     }
     RequireModel(path);
   } catch (const Failure& failure) {
@@ -254,20 +308,24 @@ bool Inputs::TakeNamed(const std::string& path) {
 }
 
 /// The same for what a folder has: only a model or a failure becomes one.
-bool Inputs::TakeFound(const std::string& path) {
-  input_ = {path, path, std::nullopt};
+bool Inputs::TakeFound(const Folder& folder, const std::string& name) {
+  std::string path = walked_ + name;
+  std::string source = folder.base == nullptr
+                           ? path
+                           : PathOf(folder.base->Descriptor()) + '/' + path.substr(folder.baseSize);
+  input_ = {std::move(path), std::move(source), std::nullopt};
   try {
     struct stat status {};
-    if (lstat(path.c_str(), &status) != 0) {
+    if (lstat(input_.source.c_str(), &status) != 0) {
       return Fail(SystemFailure(kCannotOpen, errno));
     }
     if (S_ISDIR(status.st_mode)) {
-      return EnterFolder(path);
+      return EnterFolder(input_.path, input_.source);
     }
-    if (S_ISLNK(status.st_mode) && stat(path.c_str(), &status) != 0) {
+    if (S_ISLNK(status.st_mode) && stat(input_.source.c_str(), &status) != 0) {
       return Fail(SystemFailure(kCannotOpen, errno));
     }
-    return S_ISREG(status.st_mode) && BeginsAsModel(path);
+    return S_ISREG(status.st_mode) && BeginsAsModel(input_.source);
   } catch (const Failure& failure) {
     return Fail(failure);
   }
@@ -285,7 +343,7 @@ const Input* Inputs::Next() {
       }
     } else if (Folder& folder = folders_.back(); folder.next == folder.names.size()) {
       LeaveFolder();
-    } else if (TakeFound(folder.path + folder.names[folder.next++])) {
+    } else if (TakeFound(folder, folder.names[folder.next++])) {
       isAnyFound_ = true;
       return &input_;
     }

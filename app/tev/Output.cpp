@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 #include "tev/FileFailure.h"
 #include "tev/Inputs.h"
@@ -53,16 +55,18 @@ std::string AnswerOutput::Name() const {
 
 void AnswerOutput::RequireApartFrom(const std::vector<std::string>& spared) const {
   const std::optional<int> descriptor = Descriptor();
-  const auto identity = descriptor ? IdentityOf(*descriptor) : IdentityOf(path_);
-  if (!identity || (descriptor && !Lbt::Util::IsRegularFile(*descriptor))) {
-    return;
+  const std::string target = descriptor ? "/proc/self/fd/" + std::to_string(*descriptor) : path_;
+  std::error_code failure;
+  if (!std::filesystem::is_regular_file(target, failure)) {
+    return;  // nothing that has been written before is lost
   }
+  const auto identity = IdentityOf(target);
   for (const std::string& path : spared) {
-    if (IdentityOf(path) == identity) {
+    if (IdentityOfNamed(path) == identity) {
       throw Failure(FailureCode::NotAFile, path + ": " + Name() + " is this file");
     }
   }
-  if (IsModel(descriptor ? "/proc/self/fd/" + std::to_string(*descriptor) : path_)) {
+  if (IsModel(target)) {
     throw Failure(FailureCode::NotAFile, Name() + ": is a model, which is never written to");
   }
 }

@@ -109,6 +109,17 @@ TEST_F(TevDiffDamaged, ModelThatFails_IsNamedInTextAndInJson) {
             std::string::npos);
 }
 
+TEST_F(TevDiffDamaged, ModelsThatCannotBeOpened_AreBothNamed) {
+  dir.Write("text.tev", "no model");
+  for (const char* form : {"--no-progress", "--json"}) {
+    const RunResult run = Run({"diff", form, "missing.tev", "text.tev"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.error,
+              "tev: missing.tev: cannot open: No such file or directory\n"
+              "tev: text.tev: not a Tev file: it looks like text\n");
+  }
+}
+
 TEST_F(TevDiffDamaged, EachLostField_HasALineUpToTen) {
   const auto model = [](std::size_t lost) {
     ModelWriter writer = Small().Model();

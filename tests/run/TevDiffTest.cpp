@@ -17,6 +17,15 @@ TEST_F(TevDiff, OfTheSameModel_IsNothing) {
   EXPECT_EQ(Answer({"diff", model, model}), kSame);
 }
 
+TEST_F(TevDiff, OfAPipeThatIsNamedTwice_IsNothing) {
+  Write("a.tev", SmallModel());
+  const RunResult run = RunProgram({"sh", "-c", "cat a.tev | \"$0\" diff - -", TEV_PROGRAM},
+                                   {.workingDirectory = dir.Path()});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.error, "");
+  EXPECT_EQ(run.output, kSame);
+}
+
 TEST_F(TevDiff, HowThingsAreStored_DoesNotCount) {
   ModelWriter other = SmallModel();
   other.SetLayoutOfOthers(

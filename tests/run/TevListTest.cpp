@@ -1,7 +1,9 @@
 // The answers of "tev list", and how folders are walked.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <filesystem>
@@ -160,6 +162,38 @@ TEST_F(TevList, LinkToNothingInAFolder_IsAFailureInItsPlace) {
                 CsvRow("d/z", bytes.size()));
 }
 
+/// Makes folders of this name below "folder", each in the one before, and a model in each.
+void MakeDeepFolders(const std::string& folder, const std::string& name, std::size_t depth,
+                     const std::string& bytes) {
+  int at = open(folder.c_str(), O_RDONLY | O_DIRECTORY);
+  for (std::size_t i = 0; i < depth; ++i) {
+    ASSERT_EQ(mkdirat(at, name.c_str(), 0755), 0);
+    const int below = openat(at, name.c_str(), O_RDONLY | O_DIRECTORY);
+    close(at);
+    at = below;
+    const int model = openat(at, "z", O_WRONLY | O_CREAT, 0644);
+    EXPECT_EQ(write(model, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    close(model);
+  }
+  close(at);
+}
+
+TEST_F(TevList, FolderDeeperThanAPathMayBeLong_IsWalkedToItsEnd) {
+  constexpr std::size_t kDepth = 50;
+  const std::string name(200, 'd');
+  dir.MakeDirectory("d");
+  MakeDeepFolders(dir / "d", name, kDepth, bytes);
+  std::string expected = kCsvHeading;
+  for (std::size_t depth = kDepth; depth > 0; --depth) {
+    std::string path = "d";
+    for (std::size_t i = 0; i < depth; ++i) {
+      path += "/" + name;
+    }
+    expected += CsvRow(path + "/z", bytes.size());
+  }
+  EXPECT_EQ(Answer({"list", "--csv", "d"}), expected);
+}
+
 TEST_F(TevList, FolderWithoutAModel_SaysSoAndIsNoFailure) {
   dir.MakeDirectory("d");
   dir.MakeDirectory("d/e");
@@ -258,7 +292,7 @@ TEST_F(TevList, DescriptorThatCannotBeOpenedAgain_IsReadAllTheSame) {
                              {.input = Redirect::To(dir / "names"), .hooks = {RunAsUnprivileged}});
   EXPECT_EQ(list.status, 2);
   EXPECT_EQ(list.error,
-            "tev: -: not a Tev file\n"
+            "tev: -: is the list of names\n"
             "tev: a: cannot open: Permission denied\n");
 }
 
@@ -268,6 +302,62 @@ TEST_F(TevList, PipeThatIsNamedTwice_IsAnsweredTwice) {
   const RunResult run = RunProgram({"/bin/sh", "-c", "cat a | " + tev + " list --csv - -"},
                                    {.workingDirectory = dir.Path()});
   EXPECT_EQ(run.output, kCsvHeading + CsvRow("-", bytes.size()) + CsvRow("-", bytes.size()));
+}
+
+TEST_F(TevList, TwoPipesInTurn_AreAnsweredAsOftenAsTheyAreNamed) {
+  dir.Write("a", bytes);
+  dir.Write("b", Counting(3, 2).Build());
+  const RunResult run = RunProgram(
+      {"bash", "-c",
+       R"("$0" list --csv /dev/fd/8 /dev/fd/9 /dev/fd/8 /dev/fd/7 8< <(cat a) 9< <(cat b) 7<&9)",
+       TEV_PROGRAM},
+      {.workingDirectory = dir.Path()});
+  EXPECT_EQ(run.error, "");
+  const std::string b =
+      std::string(",,true,") + std::to_string(dir.Read("b").size()) + ",,Unknown,3,2,0,0,0,,,\n";
+  EXPECT_EQ(run.output, kCsvHeading + CsvRow("/dev/fd/8", bytes.size()) + "/dev/fd/9" + b +
+                            CsvRow("/dev/fd/8", bytes.size()) + "/dev/fd/7" + b);
+}
+
+/// A run of which a list of names, "a", "-" and "a", comes through a pipe on standard input.
+class TevListFromAPipe : public TevList {
+ protected:
+  [[nodiscard]] RunResult ListFromPipe(const std::string& arguments) const {
+    dir.Write("a", bytes);
+    dir.Write("names", std::string("a\0-\0a\0", 6));
+    return RunProgram({"sh", "-c", "cat names | \"$0\" list --csv " + arguments, TEV_PROGRAM},
+                      {.workingDirectory = dir.Path()});
+  }
+};
+
+TEST_F(TevListFromAPipe, ThePipeAsAnArgument_IsBadUsage) {
+  for (const std::string list : {"-", "/dev/stdin", "/dev/fd/0"}) {
+    for (const std::string path : {"-", "/dev/stdin", "/dev/fd/0", "/proc/self/fd/0"}) {
+      const RunResult run = ListFromPipe("a " + path + " --files0-from " + list);
+      EXPECT_EQ(run.status, 1);
+      EXPECT_EQ(run.output, "");
+      EXPECT_EQ(
+          run.error,
+          "tev: " + path + ": is the list of names, so it can be no model (see tev list --help)\n");
+    }
+  }
+}
+
+TEST_F(TevListFromAPipe, ThePipeInTheList_IsAFailureInItsPlaceAndNoNameIsLost) {
+  for (const std::string list : {"-", "/dev/stdin", "/dev/fd/0"}) {
+    const RunResult run = ListFromPipe("--files0-from " + list);
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.error, "tev: -: is the list of names\n");
+    EXPECT_EQ(run.output, kCsvHeading + CsvRow("a", bytes.size()) +
+                              "-,not-a-model,false,,,,,,,,,,,\n" + CsvRow("a", bytes.size()));
+  }
+}
+
+TEST_F(TevListFromAPipe, StandardInputApartFromTheList_IsAModel) {
+  const RunResult run = ListFromPipe("- --files0-from /dev/fd/5 5<names <a");
+  EXPECT_EQ(run.status, 0) << run.error;
+  EXPECT_EQ(run.output, kCsvHeading + CsvRow("-", bytes.size()) + CsvRow("a", bytes.size()) +
+                            CsvRow("-", bytes.size()) + CsvRow("a", bytes.size()));
 }
 
 TEST_F(TevList, ModelFromAPipe_IsAnsweredAsAFile) {
@@ -302,6 +392,24 @@ TEST_F(TevList, OutputThatIsTheListOfNames_IsRefused) {
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.error, "tev: names: names is this file\n");
   EXPECT_EQ(dir.Read("names"), names);
+}
+
+TEST_F(TevList, OutputThatStandardInputComesFrom_IsRefused) {
+  dir.Write("a", bytes);
+  const std::string names("a\0", 2);
+  dir.Write("names", names);
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"list", "--files0-from", "-", "-o", "names"},
+        {"list", "-", "-o", "names"},
+        {"check", "-", "-o", "names"}}) {
+    const RunResult run = Run(arguments, {.input = Redirect::To(dir / "names")});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.error, "tev: -: names is this file\n");
+    EXPECT_EQ(dir.Read("names"), names);
+  }
+  EXPECT_EQ(
+      Run({"list", "--files0-from", "-", "-o", "/dev/null"}, {.input = Redirect::Null()}).error,
+      "");
 }
 
 TEST_F(TevList, StandardOutputThatAppends_IsNeverEmptied) {
