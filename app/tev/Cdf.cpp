@@ -1,33 +1,48 @@
 // tev cdf: one geometry as CDF text.
 
 #include <CLI/CLI.hpp>
+#include <exception>
 #include <memory>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "Lbt/Tev/Analysis/FaceChecks.h"
+#include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
 #include "Lbt/Tev/Geometry.h"
+#include "Lbt/Tev/Mesh.h"
 #include "Lbt/Tev/TevInfo/CdfExport.h"
+#include "tev/FieldOptions.h"
 #include "tev/OpenedModel.h"
 #include "tev/Verbs.h"
 #include "tev/VisibleText.h"
 
 namespace {
 
+using namespace LbtTev::Analysis;
 using LbtTev::Report::CdfPlace;
+
+/// Calls "use" with the id of each geometry and the geometry.
+template <class Use>
+void ForEachGeometry(const LbtTev::Tree& tree, const Use& use) {
+  for (const auto& [id, entry] : tree.GetNodes()) {
+    if (const auto* geometry = dynamic_cast<const LbtTev::Geometry*>(entry.data)) {
+      use(id, *geometry);
+    }
+  }
+}
 
 /// The names of all geometries, in byte order.
 std::set<std::string> GeometryNames(const LbtTev::Tree& tree) {
   std::set<std::string> names;
-  for (const auto& [id, entry] : tree.GetNodes()) {
-    if (const auto* geometry = dynamic_cast<const LbtTev::Geometry*>(entry.data)) {
-      names.insert(geometry->name);
-    }
-  }
+  ForEachGeometry(tree, [&](unsigned int /*id*/, const LbtTev::Geometry& geometry) {
+    names.insert(geometry.name);
+  });
   return names;
 }
 
@@ -35,14 +50,14 @@ void RequireGeometry(const LbtTev::Tree& tree, const std::string& path, const st
   const std::set<std::string> names = GeometryNames(tree);
   if (!names.contains(name)) {
     const std::vector<std::string_view> all(names.begin(), names.end());
-    throw UsageError(path + ": " + LbtTev::Analysis::NoMatchText("geometry", name, all));
+    throw UsageError(path + ": " + NoMatchText("geometry", name, all));
   }
 }
 
 std::string PlaceText(const CdfPlace& place) {
   return "the export broke off in geometry " + std::to_string(place.geometryId) + ", variable " +
-         std::to_string(place.variableIndex) + " " +
-         QuotedText(LbtTev::Analysis::ShownName(place.variableName)) + ": ";
+         std::to_string(place.variableIndex) + " " + QuotedText(ShownName(place.variableName)) +
+         ": ";
 }
 
 /// Writes the geometry. A failure on the way tells where it was.
@@ -63,10 +78,53 @@ void Write(const LbtTev::Tree& tree, const std::string& geometry, std::ostream& 
   }
 }
 
+/// The faces of a mesh at a step.
+struct FacesAtStep {
+  unsigned int geometryId = 0;
+  std::optional<std::string> step;
+  std::size_t points = 0;
+};
+
+/// Tells "writer" of meshes whose faces do not fit their lengths or points: the text has such faces
+/// as they are, or not at all.
+void TellDamagedFaces(const LbtTev::Tree& tree, const std::string& name, AnswerWriter& writer) {
+  std::vector<FacesAtStep> all;
+  std::vector<WantedGroup> wanted;
+  ForEachGeometry(tree, [&](unsigned int id, const LbtTev::Geometry& geometry) {
+    const auto meshes =
+        geometry.name == name ? MeshesOf(geometry) : LbtTev::MeshesByStep<std::string>();
+    for (const auto& [step, own] : meshes.Own()) {
+      const LbtTev::MeshVariables mesh = meshes.At(step);
+      if (mesh.faces != nullptr && mesh.coordinates != nullptr) {
+        all.push_back({id, step, TuplesOf(mesh.coordinates->array)});
+        wanted.push_back({{mesh.faces, true}, {mesh.lengths, true}});
+      }
+    }
+  });
+  std::vector<std::exception_ptr> failures(all.size());
+  FaceChecks checks(tree);
+  LoadInFileOrder({&tree, wanted}, [&](std::size_t place, const LoadedGroup& loaded) {
+    failures[place] = FailureOf(loaded);
+    if (failures[place] == nullptr) {
+      failures[place] =
+          FailureOfLoad(tree, [&] { checks.Check(loaded[0], loaded[1], all[place].points); });
+    }
+  });
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    if (failures[i] != nullptr) {
+      const auto& [id, step, points] = all[i];
+      writer.AddMissing("geometry " + std::to_string(id) + ", mesh" +
+                        (step ? ", step " + QuotedText(*step) : "") + ": " +
+                        FailureOf(failures[i]).what());
+    }
+  }
+}
+
 void Export(const Input& input, AnswerWriter& writer, const std::string& geometry) {
   WithModel(input, writer, [&](const LbtTev::Tree& tree) {
     RequireGeometry(tree, input.path, geometry);
     Write(tree, geometry, writer.Text());
+    TellDamagedFaces(tree, geometry, writer);
   });
 }
 

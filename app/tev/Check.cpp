@@ -63,7 +63,8 @@ std::vector<std::string> LostThings(const CheckResult& result) {
                                      {result.lostBlocks, "block"},
                                      {result.lostRecords, "record"},
                                      {result.lostParts, "part"},
-                                     {result.lostVariables, "variable"}}) {
+                                     {result.lostVariables, "variable"},
+                                     {result.lostMeshes, "mesh"}}) {
     if (count != 0) {
       things.push_back(Counted(count, thing));
     }
@@ -83,7 +84,7 @@ std::string LossText(const CheckResult& result) {
   }
   const bool isOne = result.isAllLost || result.lostStreams + result.lostBlocks +
                                                  result.lostRecords + result.lostParts +
-                                                 result.lostVariables ==
+                                                 result.lostVariables + result.lostMeshes ==
                                              1;
   return text + (isOne ? " is lost" : " are lost");
 }

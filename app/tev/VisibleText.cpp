@@ -137,7 +137,8 @@ std::string FirstColumns(std::string_view text, std::size_t columns) {
 }
 
 std::string Counted(std::uint64_t count, const std::string& what) {
-  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+  const char* plural = what.ends_with("sh") ? "es" : "s";
+  return std::to_string(count) + ' ' + what + (count == 1 ? "" : plural);
 }
 
 std::string CountedOrDash(const std::optional<double>& count, const std::string& what) {

@@ -42,6 +42,30 @@ TEST_F(TevCdf, KnownGeometry_IsWritten) {
             "293.25\n294\n295.5\n296\n1.23457e+06\n");
 }
 
+TEST_F(TevCdf, DamagedFaces_AreToldAndTheTextIsWrittenAllTheSame) {
+  const std::string hint = " (\"tev check\" tells more)\n";
+  for (const std::uint32_t length : {3U, 6U}) {
+    ModelWriter model = SmallModel();
+    model.VariableAt(kSmallMesh2, 3) = Variable::Uints("Polylength", kPolylength, 1, {length});
+    Write("a.tev", model);
+    ExpectFailure({"cdf", "a.tev", "mesh 2", "out.cdf"},
+                  "tev: a.tev: damaged: geometry 6, mesh: The lengths of the faces do not make up "
+                  "the list of their nodes" +
+                      hint);
+    EXPECT_TRUE(dir.Read("out.cdf").starts_with("*HEADER,TITLE=\"Test\"\n"));
+    EXPECT_TRUE(dir.Read("out.cdf").ends_with("1.23457e+06\n"));
+    EXPECT_EQ(Answer({"cdf", "a.tev", "mesh 1", "one.cdf"}), "");
+  }
+  ModelWriter model = SmallModel();
+  model.AddVariable(kSmallMesh2, Variable::Floats("Coordinates\x1eTime = 0.5", kCoordinates, 3,
+                                                  {0, 0, 0, 1, 1, 1}));
+  Write("a.tev", model);
+  ExpectFailure({"cdf", "a.tev", "mesh 2", "out.cdf"},
+                "tev: a.tev: damaged: geometry 6, mesh, step \"Time = 0.5\": A face names a node "
+                "that the mesh has not" +
+                    hint);
+}
+
 TEST_F(TevCdf, UnknownGeometry_ListsTheNamesAndWritesNoFile) {
   Write("a.tev", SmallModel());
   ExpectFailure(

@@ -177,7 +177,7 @@ TEST_F(TevCheckContainer, BytesAfterTheEntriesOfASecondIndex_AreUnused) {
   constexpr std::size_t kSize = 4 + 11 + 9;
   for (const bool isCompressed : {false, true}) {
     ContainerWriter writer = SmallModel().ToContainer();
-    writer.AddRaw("Resources", "1");
+    writer.AddRaw("Resources", "");
     writer.ContinueAfter({.after = 6,
                           .block = {.name = "\vIndex Block 1", .compressed = isCompressed},
                           .trailing = "123"});

@@ -42,6 +42,7 @@ std::string LossBy(const std::string& kind) {
          : kind == "unreadable-record"                                 ? "1 record"
          : kind == "no-geometry"                                       ? "1 part"
          : kind == "unreadable-data"                                   ? "1 variable"
+         : kind == "node-range" || kind == "face-lengths"              ? "1 mesh"
                                                                        : "";
 }
 
@@ -374,7 +375,7 @@ Case DeadVariableLink() {
 
 Case ByteCount() {
   ModelWriter model = SmallModel();
-  model.VariableAt(kSmallMesh1, 4).byteCount = 6;
+  model.VariableAt(kSmallMesh1, 4).heavyBytes = "123456";
   Case one = VariableCase("ByteCount", model, {4, "Element Ids"}, kElementIdsData);
   one.kind = "byte-count";
   one.text = "its byte count does not fit items of 1 components, 4 bytes each";
@@ -396,7 +397,6 @@ Case UnreadableData() {
 }
 
 Case NodeRange() {
-  // Five nodes, counted from 0.
   ModelWriter model = SmallModel();
   model.VariableAt(kSmallMesh1, 2) =
       Variable::Uints("Connectivity", kConnectivity, 1, {0, 1, 2, 3, 1, 70, 5, 4});
@@ -405,6 +405,17 @@ Case NodeRange() {
   one.text = "element 5 of the data is no index of a node; the nodes of the geometry count from 0";
   one.claimed = 70;
   one.found = 5;
+  return one;
+}
+
+Case FaceLengths() {
+  ModelWriter model = SmallModel();
+  model.VariableAt(kSmallMesh1, 3) = Variable::Uints("Polylength", kPolylength, 1, {4, 5});
+  Case one = VariableCase("FaceLengths", model, {3, "Polylength"}, kConnectivityData + 32);
+  one.kind = "face-lengths";
+  one.text = "the lengths of the faces do not make up the list of their nodes";
+  one.claimed = 9;
+  one.found = 8;
   return one;
 }
 
@@ -456,8 +467,8 @@ std::vector<Case> Cases() {
         BlockCases(),
         RecordCases(),
         StreamCases(),
-        {OddVersion(), DeadVariableLink(), ByteCount(), UnreadableData(), NodeRange(), NotFinite(),
-         OverlappingData()}}) {
+        {OddVersion(), DeadVariableLink(), ByteCount(), UnreadableData(), NodeRange(),
+         FaceLengths(), NotFinite(), OverlappingData()}}) {
     cases.insert(cases.end(), some.begin(), some.end());
   }
   return cases;

@@ -56,7 +56,7 @@ TEST_F(TevCheckVariables, LinkToALink_HasNoData) {
 
 TEST_F(TevCheckVariables, ByteCountThatDoesNotFitTheWidth) {
   // 15 floats in items of 3; the last item is one short.
-  model.VariableAt(kSmallMesh1, 5).byteCount = 56;
+  model.VariableAt(kSmallMesh1, 5).heavyBytes = std::string(56, '\0');
   EXPECT_EQ(Check(model),
             DataText(20 + 60 + 32 + 8 + 8) + kMesh1 +
                 "variable 5 (Displacement Time = 0.5): its byte count does "
@@ -159,11 +159,12 @@ TEST_F(TevCheckVariables, ConnectivityOutsideTheNodeRange_NamesTheHighestIndex) 
                 "node; the nodes of the geometry count from 0 (claimed 5, found 5)\n");
 }
 
-TEST_F(TevCheckVariables, ConnectivityOfEachType_IsCheckedButTheLengthsAreNot) {
+TEST_F(TevCheckVariables, ConnectivityOfEachType_IsCheckedAndLengthsAreNoNodes) {
+  const std::vector<std::uint32_t> faces{0, 1, 2, 3, 4, 0, 1, 9};
   for (const std::uint32_t type : {4U, 5U, 6U}) {
     model.VariableAt(kSmallMesh1, 2).type = type;
-    model.VariableAt(kSmallMesh1, 2).elements = ElementBytes(std::vector<std::uint32_t>{9});
-    model.VariableAt(kSmallMesh1, 3).elements = ElementBytes(std::vector<std::uint32_t>{90});
+    model.VariableAt(kSmallMesh1, 2).elements = ElementBytes(faces);
+    model.VariableAt(kSmallMesh1, 3).elements = ElementBytes(std::vector<std::uint32_t>{8});
     EXPECT_NE(Check(model).find("(claimed 9, found 5)\n"), std::string::npos) << type;
     EXPECT_EQ(Check(model).find("Polylength"), std::string::npos) << type;
   }
@@ -177,6 +178,7 @@ TEST_F(TevCheckVariables, ConnectivityAndCoordinatesThroughLinks_AreFollowed) {
   model.VariableAt(kSmallMesh2, 0) = Variable::Link("Node Ids", kIds, kSmallMesh1, 0);
   model.VariableAt(kSmallMesh2, 1) = Variable::Link("Coordinates", kCoordinates, kSmallMesh1, 1);
   model.VariableAt(kSmallMesh2, 2) = Variable::Link("Connectivity", kConnectivity, kSmallMesh1, 2);
+  model.VariableAt(kSmallMesh2, 3) = Variable::Link("Polylength", kPolylength, kSmallMesh1, 3);
   const std::string rest =
       "variable 2 (Connectivity): element 7 of the data is no index of a node; the nodes of the "
       "geometry count from 0 (claimed 4, found 4)\n";
@@ -184,19 +186,21 @@ TEST_F(TevCheckVariables, ConnectivityAndCoordinatesThroughLinks_AreFollowed) {
   EXPECT_EQ(Check(model), data + kMesh1 + rest + data + "node 6 (mesh 2), " + rest);
 }
 
-TEST_F(TevCheckVariables, ConnectivityWithoutCertainNodes_IsNotJudged) {
-  for (const std::size_t index : {0U, 1U}) {
-    model.VariableAt(kSmallMesh2, index).name = "Other";
-    model.VariableAt(kSmallMesh2, index).type = kScalarResult;
-  }
-  model.VariableAt(kSmallMesh2, 2) = Variable::Uints("Connectivity", kConnectivity, 1, {900});
-  Write("m.tev", model);
-  ExpectSound({"m.tev"});
+TEST_F(TevCheckVariables, ConnectivityWithoutCoordinates_HasNoNodes) {
+  model.VariableAt(kSmallMesh2, 1).name = "Other";
+  model.VariableAt(kSmallMesh2, 1).type = kVectorResult;
+  const std::string found = Check(model);
+  EXPECT_NE(found.find("node 6 (mesh 2), variable 2 (Connectivity): element 4 of the data is no "
+                       "index of a node; the nodes of the geometry count from 0 (claimed 4, found "
+                       "0)\n"),
+            std::string::npos)
+      << found;
 }
 
 TEST_F(TevCheckVariables, ConnectivityWithNodesThatLeadNowhere_IsNotJudged) {
   model.VariableAt(kSmallMesh2, 1) = Variable::Link("Coordinates", kCoordinates, 99, 0);
-  model.VariableAt(kSmallMesh2, 2) = Variable::Uints("Connectivity", kConnectivity, 1, {900});
+  model.VariableAt(kSmallMesh2, 2) =
+      Variable::Uints("Connectivity", kConnectivity, 1, {900, 900, 900, 900, 900});
   const std::string found = Check(model);
   EXPECT_NE(found.find("node 6 (mesh 2), variable 1 (Coordinates): "), std::string::npos) << found;
   EXPECT_EQ(found.find("variable 2 (Connectivity)"), std::string::npos) << found;
@@ -204,6 +208,7 @@ TEST_F(TevCheckVariables, ConnectivityWithNodesThatLeadNowhere_IsNotJudged) {
 
 TEST_F(TevCheckVariables, ConnectivityWithoutElements_IsSound) {
   model.VariableAt(kSmallMesh2, 2) = Variable::Uints("Connectivity", kConnectivity, 1, {});
+  model.VariableAt(kSmallMesh2, 3) = Variable::Uints("Polylength", kPolylength, 1, {});
   Write("m.tev", model);
   ExpectSound({"m.tev"});
 }

@@ -97,6 +97,19 @@ TEST_F(TevValues, CoordinatesAtAStepWithoutTheirOwn_AreThoseWithoutAStep) {
                             "6,Coordinates,,0,,6\n");
 }
 
+TEST_F(TevValues, FacesWithoutAStepOfAMeshThatMoves_AreThoseOfItsFirstPoints) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("m", model.AddShape("Part", model.AddGroup("root", 0)));
+  for (const std::string step : {"Time = 1", "Time = 2"}) {
+    model.AddVariable(mesh, Variable::Floats("Coordinates\x1e" + step, kCoordinates, 3,
+                                             {0, 0, 0, 1, 0, 0, 0, 1, 0}));
+  }
+  model.AddVariable(mesh, Variable::Uints("Connectivity", kConnectivity, 1, {0, 1, 2}));
+  model.AddVariable(mesh, Variable::Uints("Polylength", kPolylength, 1, {3}));
+  Write("m.tev", model);
+  EXPECT_EQ(Answer({"values", "m.tev", "--mesh"}), "part,step,index,id,n1,n2,n3\n2,,0,,0,1,2\n");
+}
+
 TEST_F(TevValues, Csv_IsOneTableOfAllThatFits) {
   Write("m.tev", SmallModel());
   EXPECT_EQ(Answer({"values", "m.tev", "--result", "Temp*", "--part", "Panel"}),

@@ -77,6 +77,7 @@ std::string OldGeometries(std::initializer_list<const char*> versions,
     model.AddVariable(geometry, Variable::Floats("Coordinates", kCoordinates, 3, {0, 1, 2},
                                                  {Attribute::Text("Category", "Vibration")}));
     model.AddVariable(geometry, Variable::Uints("Connectivity", kConnectivity, 1, {0}));
+    model.AddVariable(geometry, Variable::Uints("Polylength", kPolylength, 1, {1}));
   }
   return model.Build();
 }

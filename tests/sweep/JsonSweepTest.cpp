@@ -119,6 +119,43 @@ TEST_P(JsonSweep, EveryDamage_IsToldByTheSchemaAndByTheStatus) {
   ExpectSchema();
 }
 
+/// Runs "tev" on a file and returns its status.
+int StatusOf(std::vector<const char*> arguments, const std::string& path) {
+  arguments.insert(arguments.begin(), "tev");
+  arguments.push_back(path.c_str());
+  return RunTev(static_cast<int>(arguments.size()), arguments.data());
+}
+
+TEST(CheckSweep, WhatAnotherVerbCallsDamaged_IsDamagedInTheCheck) {
+  const std::vector<std::vector<const char*>> verbs{
+      {"info", "--stats"}, {"results", "--stats"}, {"values", "--mesh"}};
+  const tevtest::TempDir dir;
+  const std::string out = dir / "out";
+  const ScratchFile file;
+  std::size_t damaged = 0;
+  std::vector<std::string> contradictions;
+  {
+    const Silence silence;
+    for (const tevtest::VariedModel& model : tevtest::VariedModels()) {
+      ForEachMutant(model.bytes, Stride(kSlice), [&](const std::string& mutant) {
+        file.Write(mutant);
+        for (std::vector<const char*> verb : verbs) {
+          verb.insert(verb.end(), {"-o", out.c_str()});
+          if (StatusOf(verb, file.Path()) == 2) {
+            ++damaged;
+            if (StatusOf({"check", "-o", out.c_str()}, file.Path()) != 2) {
+              contradictions.push_back(model.name + ", " + verb.front());
+              dir.Write("contradiction.tev", mutant);
+            }
+          }
+        }
+      });
+    }
+  }
+  EXPECT_GT(damaged, 100U);
+  EXPECT_EQ(contradictions, std::vector<std::string>());
+}
+
 INSTANTIATE_TEST_SUITE_P(Verbs, JsonSweep,
                          testing::Values(Command{"list", "--jsonl"}, Command{"info", "--stats"},
                                          Command{"tree", "--storage"},

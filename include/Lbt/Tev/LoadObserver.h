@@ -53,6 +53,10 @@ class LoadObserver {
   /// The data of that record's node has been read, and the node is in the tree.
   virtual void OnNode() = 0;
 
+  /// Node sets have been read from these bytes of the heavy data: those that are stored in the same
+  /// place once.
+  virtual void OnNodeSets(std::uint64_t /*start*/, std::uint64_t /*end*/) {}
+
   /// Something could not be read. Returns whether to go on with what can still be read; else the
   /// exception is thrown, as it is where nobody observes. A stream that is read front to back is
   /// not read any further after its first failure: what should come from it is as in a file that

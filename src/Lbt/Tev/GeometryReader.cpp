@@ -114,10 +114,10 @@ class VariableReader {
     ReadFlags(variable.array);
     const unsigned long position =
         hasWidePositions_ ? Light<unsigned long>() : Light<unsigned int>();
+    variable.array.ownPosition = position;
     if (isReadAtOnce_) {
       streams_->Attempt(*streams_->heavy, [&] { ReadData(position, variable.array); });
     } else {
-      variable.array.ownPosition = position;
       geometry.heavyDataPositions[variable.name] = position;
     }
   }

@@ -179,6 +179,9 @@ class Tree::LoadRun {
       sets.sets = found->second;
     } else {
       sets.LoadSets(*streams_->heavy);
+      if (observer_ != nullptr) {
+        observer_->OnNodeSets(sets.heavyDataPosition, streams_->heavy->Position());
+      }
       loadedSets_.emplace(place, sets.sets);
     }
   }

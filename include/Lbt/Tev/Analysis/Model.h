@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <compare>
 #include <cstddef>
 #include <map>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "Lbt/Tev/Geometry.h"
+#include "Lbt/Tev/Mesh.h"
 #include "Lbt/Tev/Tree.h"
 
 /// A model as an analyst sees it. Nothing here loads numbers of variables.
@@ -60,27 +60,16 @@ struct Field {
   const Geometry::VarStruct* variable = nullptr;
 };
 
-/// The variables that make up a mesh; null where there is none.
-struct MeshVariables {
-  const Geometry::VarStruct* coordinates = nullptr;
-  const Geometry::VarStruct* faces = nullptr;    ///< the points of all faces, one after another
-  const Geometry::VarStruct* lengths = nullptr;  ///< how many points each face has
-  const Geometry::VarStruct* nodeIds = nullptr;
-  const Geometry::VarStruct* elementIds = nullptr;
+using LbtTev::kMeshRoles;
+using LbtTev::MeshRole;
+using LbtTev::ShownName;
+using LbtTev::TuplesOf;
 
-  /// How many faces the byte count of the lengths tells of.
-  [[nodiscard]] std::size_t ElementCount() const;
-
+/// The variables that make up a mesh, with what they are to fields.
+struct MeshVariables : LbtTev::MeshVariables {
   /// The ids of a field's tuples; null where these are neither nodes nor elements.
   [[nodiscard]] const Geometry::VarStruct* IdsOf(Location location) const;
 };
-
-/// One variable of a mesh.
-using MeshRole = const Geometry::VarStruct* MeshVariables::*;
-
-inline constexpr std::array<MeshRole, 5> kMeshRoles{
-    &MeshVariables::coordinates, &MeshVariables::faces, &MeshVariables::lengths,
-    &MeshVariables::nodeIds, &MeshVariables::elementIds};
 
 /// A shape with its geometry.
 struct Part {
@@ -109,14 +98,8 @@ using ResultsByName = std::map<std::string_view, Result>;
 /// Has a field count among those of its result.
 void AddToResults(ResultsByName& results, const Field& field);
 
-/// How many tuples an array has; elements left over by its width are none.
-[[nodiscard]] std::size_t TuplesOf(const NumericArray& array);
-
 /// The geometry of a shape, which is its first child; null where the model lacks it.
 [[nodiscard]] const Geometry* GeometryOf(const Tree& tree, const LbtAdt::TreeNode<Node*>& shape);
-
-/// Names as they are shown: record separators become blanks.
-[[nodiscard]] std::string ShownName(std::string_view name);
 
 /// Parts, steps, fields and results of a loaded model, which may have been loaded in part.
 /// Refers to the tree, which must outlive it and not change.
@@ -173,13 +156,11 @@ class Model {
   [[nodiscard]] Location StoredLocationOf(const Geometry::VarStruct& variable) const;
 
  private:
-  using MeshesByStep = std::map<std::optional<std::size_t>, MeshVariables>;
-
   /// What parts with one geometry have in common.
   struct Content {
     const Geometry* geometry = nullptr;
     std::vector<Field> fields;
-    MeshesByStep meshes;
+    MeshesByStep<std::size_t> meshes;
   };
 
   void FindParts();
@@ -190,8 +171,6 @@ class Model {
   void Describe(Part& part, const std::map<unsigned int, unsigned int>& partOfGeometry) const;
   [[nodiscard]] std::optional<std::size_t> StepOf(std::string_view instance) const;
   [[nodiscard]] Location LocationOf(const Content& content, const Field& field) const;
-  [[nodiscard]] static MeshVariables MeshAt(const Content& content,
-                                            std::optional<std::size_t> step);
 
   const Tree* tree_;
   std::vector<Part> parts_;

@@ -49,7 +49,8 @@ struct Finding {
     UnreferencedNode,  ///< no list of children leads from the root to a node
     ByteCount,         ///< the data of a variable makes no whole items
     UnreadableData,    ///< the data of a variable cannot be loaded
-    NodeRange,         ///< elements refer to nodes that their geometry does not have
+    NodeRange,         ///< faces refer to nodes that their mesh does not have
+    FaceLengths,       ///< lengths of faces do not make up the list of their nodes
     OverlappingData,   ///< variables share data to such an extent that not all was loaded
     NotFinite,         ///< numbers of a field are NaN or infinite
   };

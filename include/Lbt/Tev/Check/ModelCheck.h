@@ -38,6 +38,7 @@ struct CheckResult {
   std::uint64_t lostRecords = 0;
   std::uint64_t lostParts = 0;  ///< shapes without a geometry
   std::uint64_t lostVariables = 0;
+  std::uint64_t lostMeshes = 0;  ///< geometries whose faces do not fit their lengths or nodes
   /// How many findings of a kind there were above the limit, which nobody was told of.
   std::map<Finding::Kind, std::uint64_t> untold;
 };

@@ -30,46 +30,12 @@ bool IsMeshName(std::string_view result) {
   return std::ranges::find(kNames, result) != std::end(kNames);
 }
 
-/// Which variable of a mesh this is, by its type, or by its name for ids; null for none.
-MeshRole RoleOf(const Variable& variable) {
-  if (variable.variableType == Geometry::VariableType::Coordinates) {
-    return &MeshVariables::coordinates;
-  }
-  if (variable.variableType == Geometry::VariableType::VerticesPerFace) {
-    return &MeshVariables::lengths;
-  }
-  if (Geometry::IsConnectivity(variable.variableType)) {
-    return &MeshVariables::faces;
-  }
-  const std::string_view result = VariableName(variable.name).result;
-  if (result == MeshName::kNodeIds) {
-    return &MeshVariables::nodeIds;
-  }
-  const bool isElementIds =
-      result == MeshName::kElementIds || result == MeshName::kElementIdsInCapitals;
-  return isElementIds ? &MeshVariables::elementIds : nullptr;
-}
-
 }  // namespace
-
-std::size_t MeshVariables::ElementCount() const {
-  return lengths == nullptr ? 0 : lengths->array.GetNumElements();
-}
 
 const Variable* MeshVariables::IdsOf(Location location) const {
   return location == Location::Node      ? nodeIds
          : location == Location::Element ? elementIds
                                          : nullptr;
-}
-
-std::size_t TuplesOf(const NumericArray& array) {
-  return array.GetWidth() == 0 ? 0 : array.GetNumElements() / array.GetWidth();
-}
-
-std::string ShownName(std::string_view name) {
-  std::string shown(name);
-  std::ranges::replace(shown, kRecordSeparator, ' ');
-  return shown;
 }
 
 Model::Model(const Tree& tree) : tree_(&tree) {
@@ -97,9 +63,8 @@ void Model::FindFields(Content& content) {
   for (const Variable& variable : content.geometry->variables) {
     const VariableName name(variable.name);
     const std::optional<std::size_t> step = StepOf(name.instance);
-    if (const auto role = RoleOf(variable); role != nullptr) {
-      const Variable*& known = content.meshes[step].*role;
-      known = known == nullptr ? &variable : known;
+    if (const MeshRole role = MeshRoleOf(variable); role != nullptr) {
+      content.meshes.Add(role, variable, step);
     }
     if (IsAboveMeshTypes(variable) && !IsMeshName(name.result)) {
       content.fields.push_back({.result = name.result,
@@ -115,7 +80,7 @@ void Model::FindFields(Content& content) {
 }
 
 Location Model::LocationOf(const Content& content, const Field& field) const {
-  const MeshVariables mesh = MeshAt(content, field.step);
+  const LbtTev::MeshVariables mesh = content.meshes.At(field.step);
   const bool fitsNodes =
       mesh.coordinates != nullptr && TuplesOf(mesh.coordinates->array) == field.count;
   const bool fitsElements = mesh.lengths != nullptr && mesh.ElementCount() == field.count;
@@ -191,8 +156,9 @@ bool Model::HasFieldWithoutStep() const {
 }
 
 bool Model::HasMeshWithoutStep() const {
-  return std::ranges::any_of(
-      contents_, [](const Content& content) { return content.meshes.contains(std::nullopt); });
+  return std::ranges::any_of(contents_, [](const Content& content) {
+    return content.meshes.Own().contains(std::nullopt);
+  });
 }
 
 std::span<const Field> Model::FieldsOf(const Part& part) const {
@@ -208,27 +174,13 @@ const Field* Model::FindField(const Part& part, std::string_view result,
 }
 
 MeshVariables Model::MeshAt(const Part& part, std::optional<std::size_t> step) const {
-  return MeshAt(contents_[part.content], step);
-}
-
-MeshVariables Model::MeshAt(const Content& content, std::optional<std::size_t> step) {
-  MeshVariables mesh;
-  for (const std::optional<std::size_t>& candidate : {step, std::optional<std::size_t>()}) {
-    const auto found = content.meshes.find(candidate);
-    if (found == content.meshes.end()) {
-      continue;
-    }
-    for (const MeshRole role : kMeshRoles) {
-      mesh.*role = mesh.*role == nullptr ? found->second.*role : mesh.*role;
-    }
-  }
-  return mesh;
+  return {contents_[part.content].meshes.At(step)};
 }
 
 std::vector<std::optional<std::size_t>> Model::StepsWith(const Part& part,
                                                          std::span<const MeshRole> roles) const {
   std::vector<std::optional<std::size_t>> steps;
-  for (const auto& [step, mesh] : contents_[part.content].meshes) {
+  for (const auto& [step, mesh] : contents_[part.content].meshes.Own()) {
     const auto has = [&mesh = mesh](MeshRole role) { return mesh.*role != nullptr; };
     if (std::ranges::any_of(roles, has)) {
       steps.push_back(step);

@@ -143,7 +143,7 @@ void Model::FindParts() {
 }
 
 void Model::Describe(Part& part, const std::map<unsigned int, unsigned int>& partOfGeometry) const {
-  const MeshVariables& mesh = part.mesh = ShownMesh(contents_[part.content].meshes);
+  const MeshVariables& mesh = part.mesh = ShownMesh(contents_[part.content].meshes.Own());
   part.elements = mesh.ElementCount();
   part.nodesPerElement = NodesPerElement(mesh);
   if (mesh.coordinates == nullptr) {

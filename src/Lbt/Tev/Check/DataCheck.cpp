@@ -3,6 +3,8 @@
 #include "DataCheck.h"
 
 #include <algorithm>
+#include <cstring>
+#include <numeric>
 
 #include "ContainerCheck.h"
 #include "Lbt/Tev/Vocabulary.h"
@@ -16,29 +18,6 @@ namespace MeshName = LbtTev::MeshName;
 namespace {
 
 constexpr const char* kBlockLost = "the data cannot be loaded, since its block cannot";
-
-/// How many nodes a geometry has, where that is certain.
-std::optional<std::uint64_t> NodeCountOf(const Geometry& geometry) {
-  std::optional<std::uint64_t> count;
-  for (const Variable& variable : geometry.variables) {
-    const std::string_view result = VariableName(variable.name).result;
-    if (variable.variableType != Geometry::VariableType::Coordinates &&
-        result != MeshName::kCoordinates && result != MeshName::kNodeIds) {
-      continue;
-    }
-    const LbtTev::NumericArray& array = variable.array;
-    if (array.GetWidth() == 0 || (variable.isLinked && array.loader == nullptr)) {
-      return std::nullopt;
-    }
-    count = std::max(count.value_or(0), array.GetNumElements() / array.GetWidth());
-  }
-  return count;
-}
-
-bool RefersToNodes(const Variable& variable) {
-  return Geometry::IsConnectivity(variable.variableType) &&
-         variable.variableType != Geometry::VariableType::VerticesPerFace;
-}
 
 /// Whether the numbers of a variable are coordinates or a field's. Those of ids say nothing, NaN
 /// included.
@@ -73,8 +52,12 @@ std::uint32_t DataCheck::Reasons::Add(const std::string& text) {
 }
 
 void DataCheck::Add(const PlacedVariable& variable) {
-  if (variable.Array().loader != nullptr) {
-    variables_.push_back(variable);
+  if (!HasNumbers(variable.Array())) {
+    return;
+  }
+  variables_.push_back(variable);
+  if (firsts_.empty() || firsts_.back().geometry != variable.geometry) {
+    firsts_.push_back(variable);
   }
 }
 
@@ -87,6 +70,7 @@ void DataCheck::Run() {
     Check({first, next});
     first = next;
   }
+  std::ranges::for_each(firsts_, [this](const PlacedVariable& each) { CheckMeshesOf(each); });
   std::ranges::stable_sort(faults_, {}, &Fault::Order);
 }
 
@@ -115,6 +99,13 @@ void DataCheck::TellOfSkipped(FindingLog& log) const {
 }
 
 void DataCheck::Check(Group group) {
+  if (group.front().Array().loader == nullptr) {
+    const std::vector<unsigned char>& bytes = *group.front().Array().storedBytes;
+    values_.resize(bytes.size() / sizeof(values_[0]));
+    std::memcpy(values_.data(), bytes.data(), values_.size() * sizeof(values_[0]));
+    CheckValues(group);
+    return;
+  }
   const LbtTev::DataLoader loader = group.front().Array().OwnLoader();
   claimed_ += loader.GetByteSize();
   const CheckedBlock* block = map_->BlockAt(loader.GetPosition());
@@ -150,7 +141,11 @@ void DataCheck::Load(Group group, const LbtTev::DataLoader& loader) {
     }
     return;
   }
-  CheckNodeRange(group);
+  CheckValues(group);
+}
+
+void DataCheck::CheckValues(Group group) {
+  KeepWholeNumbers(group);
   CheckNumbers(group);
 }
 
@@ -169,24 +164,39 @@ void DataCheck::AddUnreadable(Group group, const std::string& text, bool isBlock
   }
 }
 
-void DataCheck::CheckNodeRange(Group group) {
-  const auto highest = std::ranges::max_element(values_);
-  if (highest == values_.end()) {
+/// What the meshes are checked by, once all is loaded.
+void DataCheck::KeepWholeNumbers(Group group) {
+  const auto isOfFaces = [](const PlacedVariable& variable) {
+    return Geometry::IsConnectivity(variable.Get().variableType);
+  };
+  if (std::ranges::none_of(group, isOfFaces)) {
     return;
   }
-  for (const PlacedVariable& variable : group) {
-    const auto nodes = RefersToNodes(variable.Get()) ? NodeCount(*variable.geometry)
-                                                     : std::optional<std::uint64_t>();
-    if (nodes && *highest >= *nodes) {
-      Fault& fault = AddFault(variable, Finding::Kind::NodeRange);
-      fault.element = static_cast<std::uint64_t>(highest - values_.begin());
-      fault.claimed = *highest;
-      fault.found = *nodes;
-    }
+  WholeNumbers& numbers = wholes_[group.front().Range()];
+  numbers.count = values_.size();
+  numbers.sum = std::accumulate(values_.begin(), values_.end(), std::uint64_t{0});
+  if (const auto highest = std::ranges::max_element(values_); highest != values_.end()) {
+    numbers.highest = *highest;
+    numbers.highestAt = static_cast<std::uint64_t>(highest - values_.begin());
   }
 }
 
-/// Links are left out here as well.
+void DataCheck::CheckMeshesOf(const PlacedVariable& first) {
+  CheckMeshes(
+      *first.geometry,
+      [this](const LbtTev::NumericArray& array) {
+        const auto known = HasNumbers(array) ? wholes_.find(RangeOf(array)) : wholes_.end();
+        return known == wholes_.end() ? nullptr : &known->second;
+      },
+      [&](const MeshFault& told) {
+        Fault& fault = AddFault({first.nodeId, first.geometry, told.variable}, told.kind);
+        fault.element = told.element;
+        fault.claimed = told.claimed;
+        fault.found = told.found;
+      });
+}
+
+/// Links are left out: what they lead to is told of.
 void DataCheck::CheckNumbers(Group group) {
   const auto count = static_cast<std::uint64_t>(std::ranges::count_if(values_, IsNotFinite));
   if (count == 0) {
@@ -216,6 +226,9 @@ std::string DataCheck::TextOf(const Fault& fault, const PlacedVariable& variable
     return "element " + element +
            " of the data is no index of a node; the nodes of the geometry count from 0";
   }
+  if (fault.kind == Finding::Kind::FaceLengths) {
+    return "the lengths of the faces do not make up the list of their nodes";
+  }
   if (fault.kind == Finding::Kind::NotFinite) {
     const std::uint64_t width = std::max<std::uint64_t>(variable.Array().GetWidth(), 1);
     return std::to_string(fault.found) + (fault.found == 1 ? " number is" : " numbers are") +
@@ -223,13 +236,6 @@ std::string DataCheck::TextOf(const Fault& fault, const PlacedVariable& variable
            " of tuple " + std::to_string(fault.element / width);
   }
   return reasons_.At(fault.reason);
-}
-
-std::optional<std::uint64_t> DataCheck::NodeCount(const Geometry& geometry) {
-  const auto known = nodeCounts_.find(&geometry);
-  return known != nodeCounts_.end()
-             ? known->second
-             : nodeCounts_.emplace(&geometry, NodeCountOf(geometry)).first->second;
 }
 
 }  // namespace LbtTev::Check

@@ -4,20 +4,31 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <tuple>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "FindingLog.h"
 #include "Lbt/Tev/Geometry.h"
 #include "Lbt/Tev/Tree.h"
+#include "MeshCheck.h"
 #include "StreamMap.h"
 
 namespace LbtTev::Check {
+
+/// What decides about the success of loading an array's numbers, and about what comes of it:
+/// whether the tree holds them, where they begin, how many bytes they are, the width, and whether
+/// they are shuffled.
+using DataRange = std::tuple<bool, unsigned long, unsigned long, unsigned char, bool>;
+
+/// That of an array with numbers.
+[[nodiscard]] inline DataRange RangeOf(const LbtTev::NumericArray& array) {
+  const bool isInFile = array.loader != nullptr;
+  return {!isInFile, array.OwnPosition(), isInFile ? array.loader->GetByteSize() : array.byteSize,
+          array.GetWidth(), isInFile && array.loader->IsShuffled()};
+}
 
 /// A variable at its place in the tree.
 struct PlacedVariable {
@@ -35,11 +46,7 @@ struct PlacedVariable {
   /// A finding on the variable that says no more than its names.
   [[nodiscard]] Finding FindingOn(Finding::Kind kind, std::string text) const;
 
-  /// What decides about the success of loading its data.
-  [[nodiscard]] auto Range() const {
-    return std::tuple(Position(), Array().loader->GetByteSize(), Array().GetWidth(),
-                      Array().loader->IsShuffled());
-  }
+  [[nodiscard]] DataRange Range() const { return RangeOf(Array()); }
 };
 
 /// Loads the data of variables in the order of the stream, so that each block is read once, and the
@@ -59,7 +66,7 @@ class DataCheck {
   /// Takes a variable to be loaded, where it has data of its own or through a link.
   void Add(const PlacedVariable& variable);
 
-  /// Loads the data of all variables that were added.
+  /// Loads the data of all variables that were added, and checks the meshes that they make up.
   void Run();
 
   /// Tells what is wrong with the data of "variable". To be asked for one variable after another,
@@ -100,12 +107,13 @@ class DataCheck {
   void Check(Group group);
   [[nodiscard]] std::uint64_t CostOf(const LbtTev::DataLoader& loader) const;
   void Load(Group group, const LbtTev::DataLoader& loader);
+  void CheckValues(Group group);
   void AddUnreadable(Group group, const std::string& text, bool isBlockGood);
-  void CheckNodeRange(Group group);
+  void KeepWholeNumbers(Group group);
+  void CheckMeshesOf(const PlacedVariable& first);
   void CheckNumbers(Group group);
   Fault& AddFault(const PlacedVariable& variable, Finding::Kind kind);
   [[nodiscard]] std::string TextOf(const Fault& fault, const PlacedVariable& variable) const;
-  [[nodiscard]] std::optional<std::uint64_t> NodeCount(const LbtTev::Geometry& geometry);
 
   const LbtLbf::LbFile* file_;
   std::shared_ptr<LbtTev::ModelStream> heavy_;
@@ -113,10 +121,11 @@ class DataCheck {
   const StreamMap* map_;
   BlockSurvey* survey_;
   std::vector<PlacedVariable> variables_;
+  std::vector<PlacedVariable> firsts_;  // of each geometry
   std::vector<Fault> faults_;
   std::size_t told_ = 0;
   Reasons reasons_;
-  std::unordered_map<const LbtTev::Geometry*, std::optional<std::uint64_t>> nodeCounts_;
+  std::map<DataRange, WholeNumbers> wholes_;  // of faces and lengths
   std::vector<unsigned int> values_;
   std::uint64_t claimed_ = 0;
   std::size_t skipped_ = 0;

@@ -18,7 +18,7 @@ struct KindFacts {
   Severity severity;
 };
 
-constexpr std::array<KindFacts, 21> kKinds{{
+constexpr std::array<KindFacts, 22> kKinds{{
     {Kind::Header, "header", Severity::Damage},
     {Kind::OddVersion, "odd-version", Severity::Warning},
     {Kind::Index, "index", Severity::Damage},
@@ -38,6 +38,7 @@ constexpr std::array<KindFacts, 21> kKinds{{
     {Kind::ByteCount, "byte-count", Severity::Warning},
     {Kind::UnreadableData, "unreadable-data", Severity::Damage},
     {Kind::NodeRange, "node-range", Severity::Damage},
+    {Kind::FaceLengths, "face-lengths", Severity::Damage},
     {Kind::OverlappingData, "overlapping-data", Severity::Damage},
     {Kind::NotFinite, "not-finite", Severity::Warning},
 }};
@@ -117,6 +118,10 @@ void FindingLog::Count(const Finding& finding) {
   result_.lostStreams += finding.kind == Kind::MissingStream ? 1U : 0U;
   result_.lostRecords += finding.kind == Kind::UnreadableRecord ? 1U : 0U;
   result_.lostVariables += finding.kind == Kind::UnreadableData ? 1U : 0U;
+  if (finding.kind == Kind::NodeRange || finding.kind == Kind::FaceLengths) {
+    result_.lostMeshes += lastMesh_ == finding.node->number ? 0U : 1U;
+    lastMesh_ = finding.node->number;
+  }
 }
 
 }  // namespace LbtTev::Check

@@ -48,7 +48,8 @@ class FindingLog {
   CheckResult result_;
   std::map<Finding::Kind, std::uint64_t> counts_;
   std::uint64_t told_ = 0;
-  std::optional<std::uint64_t> cut_;  // the first block that the file ends before
+  std::optional<std::uint64_t> lastMesh_;  // by its node, whose findings come together
+  std::optional<std::uint64_t> cut_;       // the first block that the file ends before
   std::unordered_map<std::uint64_t, std::uint64_t> lostBlocks_;  // findings by block
   std::map<std::string, std::uint64_t> lostLengths_;             // the first ones, by stream
 };

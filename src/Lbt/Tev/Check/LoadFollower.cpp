@@ -38,6 +38,10 @@ void LoadFollower::OnNode() {
   }
 }
 
+void LoadFollower::OnNodeSets(std::uint64_t start, std::uint64_t end) {
+  usedBySets_.emplace_back(start, end);
+}
+
 bool LoadFollower::MayBeUnread(unsigned int id) const {
   return lost_.contains(id) || (!AreAllRead() && tree_->FindNode(id) == nullptr);
 }
@@ -164,34 +168,63 @@ void LoadFollower::FindUnused() const {
   if (AreAllRead()) {
     FindUnusedRecords();
     if (unread_.empty()) {
-      FindUnusedLightData();
+      FindUnusedBetween(used_, map_->light, "light data that no record reads");
     }
   }
 }
 
+void LoadFollower::FindUnusedElsewhere(std::vector<Range> used) const {
+  LbtTev::ModelStreams& streams = tree_->GetStreams();
+  FindUnusedAtEnd(map_->global, streams.global);
+  if (!AreAllRead() || !unread_.empty()) {
+    return;
+  }
+  FindUnusedAtEnd(map_->attributes, streams.attributes);
+  FindUnusedAtEnd(map_->resources, streams.resources);
+  if (log_->Result().damages == 0) {
+    used.insert(used.end(), usedBySets_.begin(), usedBySets_.end());
+    FindUnusedBetween(std::move(used), map_->heavy,
+                      "heavy data that no variable and no node set refers to");
+  }
+}
+
 void LoadFollower::FindUnusedRecords() const {
-  const std::uint64_t unused = map_->tree.IsExact() ? map_->tree.Length() - nextRecord_ : 0;
+  if (map_->tree.IsExact()) {
+    TellOfUnusedEnd(map_->tree, nextRecord_, " after the last tree record");
+  }
+}
+
+void LoadFollower::FindUnusedAtEnd(const StreamMap& map, LbtTev::ModelStream& stream) const {
+  if (!map.IsEmpty() && map.IsExact() && !stream.IsGivenUp()) {
+    TellOfUnusedEnd(map, stream.Position(), " at its end");
+  }
+}
+
+/// "where" says where the bytes are that begin at "end".
+void LoadFollower::TellOfUnusedEnd(const StreamMap& map, std::uint64_t end,
+                                   const std::string& where) const {
+  const std::uint64_t unused = map.Length() - std::min(map.Length(), end);
   if (unused == 0) {
     return;
   }
   Finding finding{.kind = Finding::Kind::UnusedBytes,
                   .text = "nothing reads the " + std::to_string(unused) +
-                          (unused == 1 ? " byte" : " bytes") +
-                          " after the last tree record, from byte " + std::to_string(nextRecord_) +
-                          " of the stream on",
-                  .claimed = map_->tree.Length(),
-                  .found = nextRecord_};
-  map_->tree.Place(nextRecord_, finding);
+                          (unused == 1 ? " byte" : " bytes") + where + ", from byte " +
+                          std::to_string(end) + " of the stream on",
+                  .claimed = map.Length(),
+                  .found = end};
+  map.Place(end, finding);
   log_->Add(std::move(finding));
 }
 
-void LoadFollower::FindUnusedLightData() const {
-  if (!map_->light.IsExact()) {
+/// "what" says what lies between the ranges that are used.
+void LoadFollower::FindUnusedBetween(std::vector<Range> used, const StreamMap& map,
+                                     const std::string& what) const {
+  if (!map.IsExact()) {
     return;
   }
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> used = used_;
   std::ranges::sort(used);
-  used.emplace_back(map_->light.Length(), map_->light.Length());
+  used.emplace_back(map.Length(), map.Length());
   std::uint64_t end = 0;
   std::uint64_t unused = 0;
   std::uint64_t first = 0;
@@ -203,12 +236,12 @@ void LoadFollower::FindUnusedLightData() const {
     end = std::max(end, stop);
   }
   if (unused != 0) {
-    Finding finding{.kind = Finding::Kind::UnusedBytes,
-                    .text = "there is light data that no record reads, from byte " +
-                            std::to_string(first) + " of its stream on",
-                    .claimed = map_->light.Length(),
-                    .found = map_->light.Length() - unused};
-    map_->light.Place(first, finding);
+    Finding finding{
+        .kind = Finding::Kind::UnusedBytes,
+        .text = "there is " + what + ", from byte " + std::to_string(first) + " of its stream on",
+        .claimed = map.Length(),
+        .found = map.Length() - unused};
+    map.Place(first, finding);
     log_->Add(std::move(finding));
   }
 }

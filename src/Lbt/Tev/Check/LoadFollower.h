@@ -28,6 +28,9 @@ struct PlacedRecord : LbtTev::TreeRecord {
 /// the tree records, and knows which light data they read.
 class LoadFollower final : public LbtTev::LoadObserver {
  public:
+  /// Bytes of a stream, half open.
+  using Range = std::pair<std::uint64_t, std::uint64_t>;
+
   /// All must outlive this.
   LoadFollower(LbtTev::Tree& tree, const ModelMap& map, BlockSurvey& survey, FindingLog& log)
       : tree_(&tree), map_(&map), survey_(&survey), log_(&log) {}
@@ -37,6 +40,7 @@ class LoadFollower final : public LbtTev::LoadObserver {
 
   void OnRecord(const LbtTev::TreeRecord& record) override;
   void OnNode() override;
+  void OnNodeSets(std::uint64_t start, std::uint64_t end) override;
   [[nodiscard]] bool OnFailure(const LbtTev::LoadFailure& failure) override;
 
   /// The records, in the order of the file, as far as they could be read.
@@ -50,6 +54,11 @@ class LoadFollower final : public LbtTev::LoadObserver {
   /// loaded. Says nothing of a stream of which not all could be read, or where the lengths of
   /// blocks are in doubt, and with them the places of all data.
   void FindUnused() const;
+
+  /// The same for bytes at the end of the streams that are read from front to back, and for heavy
+  /// data that belongs to no variable of "used", which are ranges, and to no node sets; of the
+  /// latter only where nothing else is wrong. To be called when all blocks are known.
+  void FindUnusedElsewhere(std::vector<Range> used) const;
 
   /// Tells in "finding" where the data of a geometry begins that was read, by its id.
   void PlaceGeometry(unsigned int id, Finding& finding) const;
@@ -65,7 +74,10 @@ class LoadFollower final : public LbtTev::LoadObserver {
   void PlaceRecord(Finding& finding) const;
   void PlaceNodeData(Finding& finding) const;
   void FindUnusedRecords() const;
-  void FindUnusedLightData() const;
+  void FindUnusedAtEnd(const StreamMap& map, LbtTev::ModelStream& stream) const;
+  void TellOfUnusedEnd(const StreamMap& map, std::uint64_t end, const std::string& where) const;
+  void FindUnusedBetween(std::vector<Range> used, const StreamMap& map,
+                         const std::string& what) const;
 
   LbtTev::Tree* tree_;
   const ModelMap* map_;
@@ -78,8 +90,9 @@ class LoadFollower final : public LbtTev::LoadObserver {
   std::unordered_set<unsigned int> lost_;                       // ids of nodes
   std::unordered_set<unsigned int> unread_;                     // ids of nodes
   std::unordered_map<unsigned int, std::uint64_t> geometries_;  // where their data begins
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> used_;
-  std::map<std::string, std::uint64_t, std::less<>> causes_;  // findings, by stream
+  std::vector<Range> used_;                                     // of the light data
+  std::vector<Range> usedBySets_;                               // of the heavy data
+  std::map<std::string, std::uint64_t, std::less<>> causes_;    // findings, by stream
 };
 
 }  // namespace LbtTev::Check

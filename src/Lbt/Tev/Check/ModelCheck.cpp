@@ -5,6 +5,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "BlockSurvey.h"
 #include "ContainerCheck.h"
@@ -41,12 +42,14 @@ class ContentsCheck {
     follower_.FindUnused();
     CheckStructure({follower_.Records(), follower_.AreAllRead()}, map_.tree, *log_);
     tree_->UpdateLinkedBuffers();
-    CheckVariables(*tree_, map_.heavy, survey_,
-                   {.mayBeUnread = [this](unsigned int id) { return follower_.MayBeUnread(id); },
-                    .place = [this](unsigned int id,
-                                    Finding& finding) { follower_.PlaceGeometry(id, finding); }},
-                   *log_);
+    auto used = CheckVariables(
+        *tree_, map_.heavy, survey_,
+        {.mayBeUnread = [this](unsigned int id) { return follower_.MayBeUnread(id); },
+         .place = [this](unsigned int id,
+                         Finding& finding) { follower_.PlaceGeometry(id, finding); }},
+        *log_);
     survey_.FinishAll();
+    follower_.FindUnusedElsewhere(std::move(used));
   }
 
  private:

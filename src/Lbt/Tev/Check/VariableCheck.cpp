@@ -86,17 +86,25 @@ void ForEachVariable(const LbtTev::Tree& tree, const LoadedNodes& nodes, Visit v
 
 }  // namespace
 
-void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map, BlockSurvey& survey,
-                    const LoadedNodes& nodes, FindingLog& log) {
+std::vector<std::pair<std::uint64_t, std::uint64_t>> CheckVariables(const LbtTev::Tree& tree,
+                                                                    const StreamMap& map,
+                                                                    BlockSurvey& survey,
+                                                                    const LoadedNodes& nodes,
+                                                                    FindingLog& log) {
   DataCheck data(tree, map, survey);
   ForEachVariable(tree, nodes, [&](const PlacedVariable& variable) { data.Add(variable); });
   data.Run();
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> used;
   ForEachVariable(tree, nodes, [&](const PlacedVariable& variable) {
+    const bool hasOwnNumbers = !variable.Get().isLinked && HasNumbers(variable.Array());
+    if (hasOwnNumbers) {
+      used.emplace_back(variable.Position(), variable.Position() + variable.Array().byteSize);
+    }
     auto fault = variable.Get().isLinked ? LinkFault(variable, tree, nodes.mayBeUnread)
                                          : ByteCountFault(variable);
     if (fault) {
       nodes.place(variable.nodeId, *fault);
-      if (!variable.Get().isLinked && variable.Array().loader != nullptr) {
+      if (hasOwnNumbers) {
         map.Place(variable.Position(), *fault);
       }
       log.Add(*std::move(fault));
@@ -104,6 +112,7 @@ void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map, BlockSurvey&
     data.Tell(variable, log);
   });
   data.TellOfSkipped(log);
+  return used;
 }
 
 }  // namespace LbtTev::Check

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <utility>
+#include <vector>
 
 #include "FindingLog.h"
 #include "Lbt/Tev/Tree.h"
@@ -18,8 +21,9 @@ struct LoadedNodes {
 };
 
 /// Checks the variables of all geometries of a tree, and loads the data of each. "map" is that
-/// of the heavy data.
-void CheckVariables(const LbtTev::Tree& tree, const StreamMap& map, BlockSurvey& survey,
-                    const LoadedNodes& nodes, FindingLog& log);
+/// of the heavy data. Returns the bytes of it that the variables refer to, as half-open ranges.
+[[nodiscard]] std::vector<std::pair<std::uint64_t, std::uint64_t>> CheckVariables(
+    const LbtTev::Tree& tree, const StreamMap& map, BlockSurvey& survey, const LoadedNodes& nodes,
+    FindingLog& log);
 
 }  // namespace LbtTev::Check
