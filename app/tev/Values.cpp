@@ -158,15 +158,15 @@ void WriteNpy(const Field& field, std::span<const float> values, std::ostream& s
 using TakeNumbers =
     std::function<void(const FieldOfPart&, std::span<const float>, std::span<const float>)>;
 
-/// Hands the numbers of all fields out in their order, all of each array, whoever uses it; tells
-/// "writer" of those that fail.
-void ForNumbers(const Model& model, const Asked& asked, AnswerWriter& writer,
+/// Hands the numbers of all fields out in their order, all of each array, whoever uses it; ids only
+/// for formats that have them. Tells "writer" of those that fail.
+void ForNumbers(const Model& model, const Asked& asked, Format format, AnswerWriter& writer,
                 const TakeNumbers& take) {
   std::vector<WantedGroup> wanted;
   for (const FieldOfPart& each : asked.fields) {
     const MeshVariables mesh = model.MeshAt(model.Parts()[each.part], each.field->step);
-    wanted.push_back({{each.field->variable},
-                      {mesh.IdsOf(each.field->location), false, WantedArray::Turn::BeforeFirst}});
+    const auto* ids = format == Format::Npy ? nullptr : mesh.IdsOf(each.field->location);
+    wanted.push_back({{each.field->variable}, {ids, false, WantedArray::Turn::BeforeFirst}});
   }
   InOrder<LoadedGroup> inOrder([&](std::size_t place, const LoadedGroup& loaded) {
     const FieldOfPart& each = asked.fields[place];
@@ -188,7 +188,7 @@ void AnswerFields(const Model& model, const Input& input, AnswerWriter& writer,
   Selecting(input.path, [&] { Find(model, *options.selection, asked); });
   RequireOneTable(model, asked, options.format, input.path);
   if (options.format == Format::Npy) {
-    ForNumbers(model, asked, writer,
+    ForNumbers(model, asked, options.format, writer,
                [&](const FieldOfPart& each, std::span<const float> values, const auto& /*ids*/) {
                  WriteNpy(*each.field, values, writer.Text());
                });
@@ -196,7 +196,7 @@ void AnswerFields(const Model& model, const Input& input, AnswerWriter& writer,
   }
   Rows rows(writer.Text());
   WriteHeading(asked, rows);
-  ForNumbers(model, asked, writer,
+  ForNumbers(model, asked, options.format, writer,
              [&](const FieldOfPart& each, std::span<const float> values,
                  std::span<const float> ids) { WriteCsv(model, each, values, ids, rows); });
 }

@@ -222,5 +222,17 @@ TEST_F(TevValues, DamagedField_IsNamedAndTheOthersAreWritten) {
   EXPECT_EQ(run.output.find("\n3,"), std::string::npos);
 }
 
+TEST_F(TevValues, NpyOfAFieldWhoseIdsAreDamaged_IsWhole) {
+  ModelWriter model = SmallModel();
+  Write("sound.tev", model);
+  model.VariableAt(kSmallMesh1, 0).heavyPosition = 1U << 30U;
+  Write("damaged.tev", model);
+  const auto npyOf = [&](const std::string& name) {
+    return Answer(
+        {"values", name, "--part", "Frame", "--result", "Temperature", "--format", "npy"});
+  };
+  EXPECT_EQ(npyOf("damaged.tev"), npyOf("sound.tev"));
+}
+
 }  // namespace
 }  // namespace tevtest
