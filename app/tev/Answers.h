@@ -3,12 +3,12 @@
 #include <cstddef>
 #include <optional>
 #include <ostream>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "Lbt/Tev/Analysis/Model.h"
 #include "tev/FileFailure.h"
 #include "tev/Json.h"
 #include "tev/Output.h"
@@ -26,17 +26,7 @@ enum class TextLayout { Sections, Lines };
 /// itself.
 enum class Told { OnStandardError, InTheAnswer };
 
-/// What of a model's nodes could not be read: facts that rest on it are unknown, not zero.
-struct LostData {
-  std::set<unsigned int> lightOf;  ///< ids of the nodes that have no light data, or not all
-  bool isLightOfAll = false;       ///< whether no node has any
-  bool hasAttributes = false;      ///< whether there are attributes among it
-  bool hasRecords = false;         ///< whether there are nodes among it
-
-  [[nodiscard]] bool HasLightOf(unsigned int id) const {
-    return isLightOfAll || lightOf.contains(id);
-  }
-};
+using LbtTev::Analysis::LostData;
 
 /// Writes the answers on several files, one after another, each in as many pieces as it comes in,
 /// with what stands around and between them.

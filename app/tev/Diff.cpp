@@ -5,6 +5,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Lbt/Tev/Analysis/ModelDifference.h"
@@ -88,17 +89,37 @@ Json JsonOf(const NumbersDifference& numbers, const std::optional<std::int32_t>&
           {"rms", numbers.rms}};
 }
 
-Json JsonOf(const ModelDifference& difference) {
-  return {
-      {"kind", TextOf(difference.kind)},
-      {"in", TextOf(difference.side)},
-      {"part", OrNull(difference.part)},
-      {"result", OrNull(difference.result)},
-      {"step", OrNull(difference.step)},
-      {"a", OrNull(difference.a)},
-      {"b", OrNull(difference.b)},
-      {"numbers", difference.numbers ? JsonOf(*difference.numbers, difference.id) : Json(nullptr)},
-      {"faces", OrNull(difference.differentFaces)}};
+/// The part in a model; null where it is not there, or the difference is about none.
+const Part* PartIn(const Model& model, const std::optional<std::size_t>& part) {
+  return part ? &model.Parts()[*part] : nullptr;
+}
+
+/// Members on the part: parts that are compared have the same name and path.
+void AddPart(const Model& a, const Model& b, const ModelDifference& difference, Json& json) {
+  const Part* ofA = PartIn(a, difference.partInA);
+  const Part* ofB = PartIn(b, difference.partInB);
+  const Part* part = ofA != nullptr ? ofA : ofB;
+  json["part"] = part == nullptr ? Json(nullptr) : Json(part->name);
+  json["partIdInA"] = ofA == nullptr ? Json(nullptr) : Json(ofA->id);
+  json["partIdInB"] = ofB == nullptr ? Json(nullptr) : Json(ofB->id);
+  json["path"] = nullptr;
+  if (part != nullptr) {
+    const Model& model = part == ofA ? a : b;
+    model.ChargePathOf(*part);
+    json["path"] = model.PathOf(*part);
+  }
+}
+
+Json JsonOf(const Model& a, const Model& b, const ModelDifference& difference) {
+  Json json{{"kind", TextOf(difference.kind)}, {"in", TextOf(difference.side)}};
+  AddPart(a, b, difference, json);
+  json["result"] = OrNull(difference.result);
+  json["step"] = OrNull(difference.step);
+  json["a"] = OrNull(difference.a);
+  json["b"] = OrNull(difference.b);
+  json["numbers"] = difference.numbers ? JsonOf(*difference.numbers, difference.id) : Json(nullptr);
+  json["faces"] = OrNull(difference.differentFaces);
+  return json;
 }
 
 const char* VerdictText(std::size_t differences, bool isComplete) {
@@ -107,9 +128,26 @@ const char* VerdictText(std::size_t differences, bool isComplete) {
 
 // --- Text ---------------------------------------------------------------------------------------
 
-std::string NameOf(const ModelDifference& difference) {
+/// Name and, where that does not tell which part it is, the id: both where they are not the same.
+std::string TextOfPart(const Part* a, const Part* b, Side side) {
+  const Part& part = a == nullptr || (side == Side::OnlyInB && b != nullptr) ? *b : *a;
+  const bool isInDoubt = (a != nullptr && a->hasNamesake) || (b != nullptr && b->hasNamesake);
+  if (!isInDoubt) {
+    return QuotedText(part.name);
+  }
+  const bool areTwo = side == Side::Both && a != nullptr && b != nullptr && a->id != b->id;
+  return QuotedText(part.name) + " (id " + std::to_string(part.id) +
+         (areTwo ? " and " + std::to_string(b->id) : "") + ')';
+}
+
+std::string NameOf(const Model& a, const Model& b, const ModelDifference& difference) {
   std::string name(TextOf(difference.kind));
-  for (const auto& text : {difference.part, difference.result, difference.step}) {
+  const Part* ofA = PartIn(a, difference.partInA);
+  const Part* ofB = PartIn(b, difference.partInB);
+  if (ofA != nullptr || ofB != nullptr) {
+    name += ' ' + TextOfPart(ofA, ofB, difference.side);
+  }
+  for (const auto& text : {difference.result, difference.step}) {
     name += text ? ' ' + QuotedText(*text) : "";
   }
   return name;
@@ -136,8 +174,8 @@ std::string TextOf(const NumbersDifference& numbers, const std::optional<std::in
   return text;
 }
 
-std::string TextOf(const ModelDifference& difference) {
-  const std::string name = NameOf(difference);
+std::string TextOf(const Model& a, const Model& b, const ModelDifference& difference) {
+  const std::string name = NameOf(a, b, difference);
   if (difference.side != Side::Both) {
     return name + ": only in " + TextOf(difference.side);
   }
@@ -161,64 +199,71 @@ std::string ClosingText(std::size_t differences, bool isComplete) {
 
 // --- The run ------------------------------------------------------------------------------------
 
-std::string NameOf(const FailedComparison& failed) {
-  return "part " + QuotedText(failed.part) + ", " +
-         (failed.result == "mesh" ? "mesh" : "result " + QuotedText(failed.result)) +
-         (failed.step ? ", step " + QuotedText(*failed.step) : "") + ": " +
-         FailureOf(failed.failure).what();
+std::string TextOf(const Model& model, const FailedComparison& failed) {
+  const bool isMesh = failed.result == "mesh";
+  return NameInPart(model.Parts()[failed.part],
+                    isMesh ? failed.result : "result " + QuotedText(failed.result), failed.step) +
+         ": " + FailureOf(failed.failure).what();
 }
 
-void Load(const Input& input, LbtTev::Tree& tree, AnswerWriter& writer) {
+/// Loads a model; returns what of it is lost.
+LostData Load(const Input& input, LbtTev::Tree& tree, AnswerWriter& writer) {
   writer.Blame(input.path);
   if (input.failure) {
     throw Failure(*input.failure);
   }
   NamingBlocks(tree.GetFile(), [&] { LoadModel(tree, input, writer); });
+  return std::exchange(writer.Lost(), {});
 }
 
-/// Opens both models and compares them; returns how many differences there are.
+/// Compares both models; returns how many differences there are.
+std::size_t Compare(const Model& a, const Model& b, const std::pair<LostData, LostData>& lost,
+                    const Options& options, const Tolerance& tolerance, AnswerWriter& writer) {
+  std::size_t count = 0;
+  const bool isJson = writer.IsJson();
+  if (isJson) {
+    writer.Facts().Member("other", options.b);
+    writer.Facts().Key("differences");
+    writer.Facts().OpenList();
+  }
+  const DifferenceSink sink{.differs =
+                                [&](const ModelDifference& difference) {
+                                  ++count;
+                                  if (isJson) {
+                                    writer.Facts().Value(JsonOf(a, b, difference));
+                                  } else if (!options.quiet) {
+                                    writer.Text() << TextOf(a, b, difference) << '\n';
+                                  }
+                                },
+                            .failed =
+                                [&](const FailedComparison& failed) {
+                                  writer.Blame(failed.isInA ? options.a : options.b);
+                                  writer.AddMissing(TextOf(failed.isInA ? a : b, failed));
+                                }};
+  const LbtTev::ModelStream::Request pathsOfA(a.GetTree().GetStreams().tree);
+  const LbtTev::ModelStream::Request pathsOfB(b.GetTree().GetStreams().tree);
+  Selecting(options.a + ", " + options.b, [&] {
+    CompareModels(a, b, *options.selection, tolerance, sink, *options.jobs - 1, lost);
+  });
+  if (isJson) {
+    writer.Facts().Close();
+    writer.Facts().Member("verdict", VerdictText(count, writer.IsComplete()));
+  } else if (!options.quiet) {
+    writer.Text() << ClosingText(count, writer.IsComplete()) << '\n';
+  }
+  return count;
+}
+
+/// The same, once it has opened them.
 std::size_t Compare(const Input& inputA, const Input& inputB, const Options& options,
                     const Tolerance& tolerance, AnswerWriter& writer) {
-  std::size_t count = 0;
-  const auto compare = [&](const Model& a, const Model& b) {
-    const bool isJson = writer.IsJson();
-    if (isJson) {
-      writer.Facts().Member("other", options.b);
-      writer.Facts().Key("differences");
-      writer.Facts().OpenList();
-    }
-    const DifferenceSink sink{.differs =
-                                  [&](const ModelDifference& difference) {
-                                    ++count;
-                                    if (isJson) {
-                                      writer.Facts().Value(JsonOf(difference));
-                                    } else if (!options.quiet) {
-                                      writer.Text() << TextOf(difference) << '\n';
-                                    }
-                                  },
-                              .failed =
-                                  [&](const FailedComparison& failed) {
-                                    writer.Blame(failed.isInA ? options.a : options.b);
-                                    writer.AddMissing(NameOf(failed));
-                                  }};
-    Selecting(options.a + ", " + options.b, [&] {
-      // One block ahead in each model: there are as many in hand as for one model.
-      CompareModels(a, b, *options.selection, tolerance, sink, *options.jobs < 2 ? 0 : 1);
-    });
-    if (isJson) {
-      writer.Facts().Close();
-      writer.Facts().Member("verdict", VerdictText(count, writer.IsComplete()));
-    } else if (!options.quiet) {
-      writer.Text() << ClosingText(count, writer.IsComplete()) << '\n';
-    }
-  };
   LbtTev::Tree treeA;
   LbtTev::Tree treeB;
-  Load(inputA, treeA, writer);
-  Load(inputB, treeB, writer);
+  std::pair<LostData, LostData> lost;
+  lost.first = Load(inputA, treeA, writer);
+  lost.second = Load(inputB, treeB, writer);
   writer.Blame(options.a);
-  compare(Model(treeA), Model(treeB));
-  return count;
+  return Compare(Model(treeA), Model(treeB), lost, options, tolerance, writer);
 }
 
 Verdict Run(const Options& options) {
@@ -293,7 +338,7 @@ void AnswerDiff(const Input& a, const Input& b, const std::string& relative,
   options.b = b.path;
   options.relative = relative;
   options.absolute = absolute;
-  *options.jobs = 2;
+  *options.jobs = 3;
   const Tolerance tolerance = ToleranceOf(options);
   static_cast<void>(Compare(a, b, options, tolerance, writer));
 }

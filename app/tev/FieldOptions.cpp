@@ -24,10 +24,8 @@ void AddPatterns(CLI::App& app, const char* name, std::vector<std::string>& patt
       ->option_text("PATTERN");
 }
 
-std::string NameAt(const Model& model, std::size_t part, const std::string& what,
-                   std::optional<std::size_t> step) {
-  return "part " + QuotedText(model.Parts()[part].name) + ", " + what +
-         (step ? ", step " + QuotedText(model.Steps()[*step].text) : "");
+std::optional<std::string> TextOfStep(const Model& model, std::optional<std::size_t> step) {
+  return step ? std::optional(model.Steps()[*step].text) : std::nullopt;
 }
 
 }  // namespace
@@ -50,16 +48,27 @@ void AddJobsOption(CLI::App& app, const std::shared_ptr<unsigned int>& jobs) {
       ->option_text("N");
 }
 
+std::string IdMark(const LbtTev::Analysis::Part& part) {
+  return part.hasNamesake ? " (id " + std::to_string(part.id) + ')' : "";
+}
+
+std::string NameInPart(const LbtTev::Analysis::Part& part, const std::string& what,
+                       const std::optional<std::string>& step) {
+  return "part " + QuotedText(part.name) + IdMark(part) + ", " + what +
+         (step ? ", step " + QuotedText(*step) : "");
+}
+
 std::string NameOfField(const Model& model, const FieldOfPart& field) {
-  return NameAt(model, field.part, "result " + QuotedText(field.field->result), field.field->step);
+  return NameInPart(model.Parts()[field.part], "result " + QuotedText(field.field->result),
+                    TextOfStep(model, field.field->step));
 }
 
 std::string NameOfMesh(const Model& model, std::size_t part, std::optional<std::size_t> step) {
-  return NameAt(model, part, "mesh", step);
+  return NameInPart(model.Parts()[part], "mesh", TextOfStep(model, step));
 }
 
 std::string StepText(const Model& model, std::optional<std::size_t> step) {
-  return step ? model.Steps()[*step].text : "";
+  return TextOfStep(model, step).value_or("");
 }
 
 Failure FailureOf(const std::exception_ptr& failure) {

@@ -36,13 +36,22 @@ auto Selecting(const std::string& path, const Select& select) {
   }
 }
 
-/// "part "Arm", result "Stress", step "Time = 1"": how messages name a field.
+/// " (id 5)", by which a part is told from others of its name; empty where it has a name of its
+/// own.
+[[nodiscard]] std::string IdMark(const LbtTev::Analysis::Part& part);
+
+/// "part "Arm", result "Stress", step "Time = 1"": how messages name a field. Parts of one name
+/// have their id after it.
 [[nodiscard]] std::string NameOfField(const LbtTev::Analysis::Model& model,
                                       const LbtTev::Analysis::FieldOfPart& field);
 
 /// "part "Arm", mesh, step "Time = 1"": the same of a mesh.
 [[nodiscard]] std::string NameOfMesh(const LbtTev::Analysis::Model& model, std::size_t part,
                                      std::optional<std::size_t> step);
+
+/// The same of anything of a part, "result "Stress"", at a step of that text.
+[[nodiscard]] std::string NameInPart(const LbtTev::Analysis::Part& part, const std::string& what,
+                                     const std::optional<std::string>& step);
 
 /// The text of a step; empty for none.
 [[nodiscard]] std::string StepText(const LbtTev::Analysis::Model& model,

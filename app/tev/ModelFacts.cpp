@@ -138,11 +138,6 @@ std::string NameText(std::string_view name) {
   return name.empty() ? "\"\"" : VisibleText(LbtTev::Analysis::ShownName(name));
 }
 
-bool IsLost(const Model& model, const Part& part, const LostData& lost) {
-  return part.geometry == nullptr ||
-         lost.HasLightOf(model.GetTree().GetNodes().at(part.id).firstChild);
-}
-
 std::optional<std::string> CategoryOf(const Model& model, const LostData& lost) {
   const bool isAnyLost = lost.hasAttributes || lost.hasRecords;
   const bool isUnknown = isAnyLost && model.Category() == "Unknown";

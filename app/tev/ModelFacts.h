@@ -40,10 +40,6 @@ using PartCounts = std::vector<std::shared_ptr<const LbtTev::Analysis::ElementCo
 /// A name of the model as text for people shows it: empty ones in quotes, or nobody would see them.
 [[nodiscard]] std::string NameText(std::string_view name);
 
-/// Whether what the part has is unknown.
-[[nodiscard]] bool IsLost(const LbtTev::Analysis::Model& model, const LbtTev::Analysis::Part& part,
-                          const LostData& lost);
-
 /// The category; none where it is unknown since something is lost.
 [[nodiscard]] std::optional<std::string> CategoryOf(const LbtTev::Analysis::Model& model,
                                                     const LostData& lost);

@@ -98,8 +98,8 @@ TakeField JsonFields(const Model& model, JsonWriter& json) {
 
 // --- CSV ----------------------------------------------------------------------------------------
 
-std::string CodeOf(const std::exception_ptr& failure) {
-  return std::string(NameOf(FailureOf(failure).Code()));
+std::string CodeOf(const std::optional<Failure>& failure) {
+  return failure ? std::string(NameOf(failure->Code())) : "";
 }
 
 std::vector<std::string> CsvCells(const Figures& figures) {
@@ -114,16 +114,16 @@ std::vector<std::string> CsvCells(const Figures& figures) {
           ExactText(figures.mean),      ExactText(figures.rms)};
 }
 
-/// A row tells whether its field could be read, and whether the file was whole as far as it was
+/// A row tells whether its field could be read, else what was wrong with the file as far as it was
 /// read before the fields.
 TakeField CsvFields(const Model& model, const std::string& path, AnswerWriter& writer) {
   const bool wasComplete = writer.IsComplete();
-  return [&model, &path, &writer, wasComplete](const FieldOfPart& each,
-                                               const FieldStatistics* result) {
+  const std::string code = CodeOf(writer.GetFailure());
+  return [=, &model, &path, &writer](const FieldOfPart& each, const FieldStatistics* result) {
     const Field& field = *each.field;
     const bool hasFailed = result != nullptr && result->failure != nullptr;
     const std::vector<std::string> head{path,
-                                        hasFailed ? CodeOf(result->failure) : "",
+                                        hasFailed ? CodeOf(FailureOf(result->failure)) : code,
                                         wasComplete && !hasFailed ? "true" : "false",
                                         std::to_string(model.Parts()[each.part].id),
                                         std::string(field.result),
@@ -156,9 +156,10 @@ std::string PlaceText(const Figures::Extreme& extreme) {
 TakeField TextFields(const Model& model, Table& table) {
   using Lbt::Util::ToString;
   return [&model, &table](const FieldOfPart& each, const FieldStatistics* result) {
-    std::vector<std::string> head{
-        NameText(model.Parts()[each.part].name), NameText(each.field->result),
-        VisibleText(StepText(model, each.field->step)), std::string(TextOf(each.field->location))};
+    const Part& part = model.Parts()[each.part];
+    std::vector<std::string> head{NameText(part.name) + IdMark(part), NameText(each.field->result),
+                                  VisibleText(StepText(model, each.field->step)),
+                                  std::string(TextOf(each.field->location))};
     if (!result->statistics) {
       head.emplace_back("damaged");
     }

@@ -46,7 +46,7 @@ TEST(CompareModels, AMeshThatCannotBeRead_IsNamedAsOne) {
     const auto failures = FailuresOf(isInA ? damaged : sound, isInA ? sound : damaged);
     ASSERT_EQ(failures.size(), 1U);
     EXPECT_EQ(failures[0].isInA, isInA);
-    EXPECT_EQ(failures[0].part, "Frame");
+    EXPECT_EQ(failures[0].part, 0U);
     EXPECT_EQ(failures[0].result, "mesh");
     EXPECT_FALSE(failures[0].step.has_value());
     EXPECT_TRUE(TextOf(failures[0].failure).starts_with("Invalid block position"));
@@ -66,7 +66,8 @@ TEST(CompareModels, AMeshThatDiffers_IsToldWithItsPartAndItsArray) {
   CompareModels(a.model, b.model, {}, {}, sink);
   ASSERT_EQ(differences.size(), 1U);
   EXPECT_EQ(differences[0].kind, ModelDifference::Kind::Mesh);
-  EXPECT_EQ(differences[0].part, "Frame");
+  EXPECT_EQ(differences[0].partInA, 0U);
+  EXPECT_EQ(differences[0].partInB, 0U);
   EXPECT_EQ(differences[0].result, "Coordinates");
   ASSERT_TRUE(differences[0].numbers.has_value());
   EXPECT_EQ(differences[0].numbers->beyond, 15U);
@@ -94,6 +95,76 @@ TEST(CompareModels, OfChosenParts_StepsAreThoseOfTheirMeshes) {
     CompareModels(a.model, b.model, {.parts = {part}}, {}, sink);
     EXPECT_EQ(steps, expected) << part;
   }
+}
+
+/// Kinds and sides of what differs, where something of B is lost.
+std::string RowsWithLost(const ModelWriter& a, const ModelWriter& b, const LostData& lostOfB) {
+  const DescribedModel describedA(a);
+  const DescribedModel describedB(b);
+  std::string rows;
+  const DifferenceSink sink{.differs =
+                                [&](const ModelDifference& difference) {
+                                  rows += TextOf(difference.kind);
+                                  rows += difference.side == ModelDifference::Side::OnlyInA ? " A, "
+                                          : difference.side == ModelDifference::Side::OnlyInB
+                                              ? " B, "
+                                              : ", ";
+                                },
+                            .failed = [](const FailedComparison&) { ADD_FAILURE(); }};
+  CompareModels(describedA.model, describedB.model, {}, {}, sink, 0, {{}, lostOfB});
+  return rows;
+}
+
+/// A part that has a field which others do not have, and perhaps a field that is a link to another
+/// part; "count" is that of the nodes in the model.
+ModelWriter WithField(const std::string& result, std::uint32_t count, NodeRef linkedTo = 0) {
+  ModelWriter model;
+  const NodeRef root =
+      model.AddGroup("r", 0, {tevtest::Attribute::Uint("Number of Nodes in the Model", count)});
+  const NodeRef mesh = model.AddGeometry("g", model.AddShape("P", root));
+  model.AddVariable(mesh, Variable::Floats(result + "\x1eTime = 1", 13, 1, {1, 2}));
+  if (linkedTo != 0) {
+    model.AddVariable(mesh, Variable::Link("L", 13, linkedTo, 0));
+  }
+  return model;
+}
+
+TEST(CompareModels, WhatMayBeAmongTheLost_IsNotMissing) {
+  constexpr NodeRef kMesh = 3;
+  const ModelWriter a = WithField("R", 5);
+  const ModelWriter b = WithField("S", 6);
+  ModelWriter sameStep = WithField("R", 5);
+  sameStep.VariableAt(kMesh, 0).name = "R\x1eTime = 2";
+  EXPECT_EQ(RowsWithLost(a, sameStep, {}), "step A, step B, field A, field B, ");
+  EXPECT_EQ(RowsWithLost(a, b, {}), "nodes, result A, result B, field A, field B, ");
+  // B has what was read of it all the same, and A lacks that.
+  EXPECT_EQ(RowsWithLost(a, b, {.lightOf = {kMesh}}), "nodes, result B, ");
+  EXPECT_EQ(RowsWithLost(a, sameStep, {.lightOf = {}, .isLightOfAll = true}), "step B, ");
+  EXPECT_EQ(RowsWithLost(a, b, {.lightOf = {}, .hasRecords = true}),
+            "nodes, result B, field A, field B, ");
+  ModelWriter renamed = WithField("R", 5);
+  renamed.At(2).name = "Q";
+  EXPECT_EQ(RowsWithLost(a, renamed, {}), "part A, part B, ");
+  EXPECT_EQ(RowsWithLost(a, renamed, {.lightOf = {}, .hasRecords = true}), "part B, ");
+}
+
+TEST(CompareModels, FactsThatRestOnLostAttributes_AreNotCompared) {
+  const ModelWriter a = WithField("R", 5);
+  ModelWriter without = WithField("R", 5);
+  without.At(1).Group().attributes = {};
+  without.VariableAt(3, 0).attributes = {tevtest::Attribute::Text("Title", "T")};
+  EXPECT_EQ(RowsWithLost(a, without, {}), "title, nodes, ");
+  EXPECT_EQ(RowsWithLost(a, without, {.lightOf = {}, .hasAttributes = true}), "");
+  EXPECT_EQ(RowsWithLost(a, WithField("R", 6), {.lightOf = {}, .hasAttributes = true}), "nodes, ")
+      << "both have it";
+}
+
+TEST(CompareModels, ALinkToALostPart_MakesAPartIncomparable) {
+  constexpr NodeRef kLostGeometry = 9;
+  const ModelWriter a = WithField("R", 5, 3);
+  const ModelWriter b = WithField("R", 5, kLostGeometry);
+  EXPECT_EQ(RowsWithLost(a, b, {}), "field, ");
+  EXPECT_EQ(RowsWithLost(a, b, {.lightOf = {kLostGeometry}}), "");
 }
 
 constexpr std::uint32_t kNumbers = 1U << 18U;

@@ -132,6 +132,28 @@ TEST(Choose, APattern_NeedFitOnlyOneOfTheModels) {
   EXPECT_THROW(static_cast<void>(Choose(a.model, b.model, {.parts = {"X"}})), Lbt::Util::Exception);
 }
 
+TEST(Choose, ANameInEitherModel_IsNoGlobInTheOther) {
+  const DescribedModel a(PartsOf({{"G", "P[1]"}}, {"R [M]\x1eTime = [1]", "S"}));
+  const DescribedModel b(PartsOf({{"G", "P1"}}, {"R M\x1eTime = 1", "S"}));
+  const Selection names{.parts = {"P[1]"}, .results = {"R [M]"}, .steps = {"Time = [1]"}};
+  const auto [inA, inB] = Choose(a.model, b.model, names);
+  EXPECT_EQ(inA.parts, Places{0});
+  EXPECT_EQ(inB.parts, Places{});
+  EXPECT_EQ(inA.results, (std::set<std::string_view>{"R [M]"}));
+  EXPECT_EQ(inB.results, (std::set<std::string_view>{}));
+  EXPECT_EQ(inA.steps, std::vector<bool>{true});
+  EXPECT_EQ(inB.steps, std::vector<bool>{false});
+  const auto [first, second] = Choose(b.model, a.model, names);
+  EXPECT_TRUE(first.parts.empty() && first.results.empty());
+  EXPECT_EQ(second.parts, Places{0});
+  const auto globs = Choose(b.model, b.model, names).first;
+  EXPECT_EQ(globs.parts, Places{0});
+  EXPECT_EQ(globs.results, (std::set<std::string_view>{"R M"}));
+  // An id is meant in both, whatever is named so.
+  const DescribedModel named(PartsOf({{"G", "P"}, {"G", "3"}}));
+  EXPECT_EQ(Choose(named.model, b.model, {.parts = {"3"}}).second.parts, Places{0});
+}
+
 TEST(Choose, TheEmptyStep_IsThatOfFieldsWithoutOne) {
   const DescribedModel a(PartsOf({{"G", "P"}}, {"R\x1eTime = 1", "T"}));
   const auto chosen = Choose(a.model, a.model, {.steps = {""}}).first;

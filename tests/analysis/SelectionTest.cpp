@@ -69,7 +69,7 @@ TEST(Glob, ManyStars_TakeNoLongerThanTheProductOfTheLengths) {
   EXPECT_FALSE(FitsGlob(text, glob + 'b'));
 }
 
-/// Parts "A", "B*", "Bar" and "4" with ids 3, 5, 7, 9; results R and S at two steps, T without.
+/// Parts "A", "B*", "Bar" and "3" with ids 3, 5, 7, 9; results R and S at two steps, T without.
 ModelWriter Parts() {
   ModelWriter writer;
   const NodeRef group = writer.AddGroup("Geometry", writer.AddGroup("root", 0));

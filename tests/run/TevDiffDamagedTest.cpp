@@ -120,6 +120,48 @@ TEST_F(TevDiffDamaged, ModelsThatCannotBeOpened_AreBothNamed) {
   }
 }
 
+TEST_F(TevDiffDamaged, WhatIsLost_IsNoDifference) {
+  Write("sound.tev", SmallModel());
+  for (const std::string_view stream : {kAttributes, kLightData, kTree}) {
+    ContainerWriter container = SmallModel().ToContainer();
+    for (BlockSpec& block : container.Blocks()) {
+      if (block.name == stream) {
+        block.compressed = true;
+        block.storedBytes = Compressed(block.payload);
+        block.storedBytes->at(10) ^= 0x7F;
+      }
+    }
+    dir.Write("damaged.tev", container.Build().bytes);
+    for (const auto& [a, b] :
+         {std::pair("sound.tev", "damaged.tev"), {"damaged.tev", "sound.tev"}}) {
+      const RunResult run = Run({"diff", a, b});
+      EXPECT_EQ(run.status, 2) << stream;
+      EXPECT_EQ(run.output, kIncomplete) << stream;
+      const RunResult json = Run({"diff", "--json", a, b});
+      EXPECT_NE(json.output.find("\"differences\": [],"), std::string::npos) << json.output;
+      EXPECT_NE(json.output.find("\"verdict\": \"incomplete\""), std::string::npos);
+    }
+  }
+}
+
+TEST_F(TevDiffDamaged, BesideALostPart_TheOthersAreCompared) {
+  const auto model = [](float last) {
+    ModelWriter writer = Small{.values = {1, 2, last}}.Model();
+    const NodeRef mesh = writer.AddGeometry("h", writer.AddShape("Q", kSmallGroup));
+    writer.AddVariable(mesh, Variable::Floats("S\x1eTime = 2", 13, 1, {1}));
+    return writer;
+  };
+  ModelWriter damaged = model(5);
+  damaged.At(6).lightPosition = 1U << 30U;
+  Write("a.tev", model(4));
+  Write("b.tev", damaged);
+  const RunResult run = Run({"diff", "a.tev", "b.tev"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output,
+            "field \"P\" \"R\" \"Time = 1\": 1 of 3 numbers differ, by 1 at most: 4 and 5, "
+            "component 1 at 13, root mean square 0.57735\nThe models differ: 1 difference\n");
+}
+
 TEST_F(TevDiffDamaged, EachLostField_HasALineUpToTen) {
   const auto model = [](std::size_t lost) {
     ModelWriter writer = Small().Model();

@@ -352,6 +352,113 @@ TEST_F(TevDiff, Quiet_TellsByTheStatusAlone) {
   EXPECT_EQ(Run({"diff", "a.tev", "b.tev", "--atol", "-1"}).status, 2);
 }
 
+TEST_F(TevDiff, Counts_AreComparedAsNumbers) {
+  const auto counting = [](const Attribute& count) {
+    ModelWriter model = Small().Model();
+    model.At(1).Group().attributes = {count};
+    return model;
+  };
+  const std::string name = "Number of Nodes in the Model";
+  const auto number = [&](double count) { return counting(Attribute::Double(name, count)); };
+  EXPECT_EQ(Diff(number(12345678), number(12345679)),
+            "nodes: \"12345678\" and \"12345679\"\nThe models differ: 1 difference\n");
+  EXPECT_EQ(Diff(number(12345678), counting(Attribute::Uint(name, 12345678))), kSame);
+  EXPECT_EQ(Diff(number(kNaN), number(kNaN)), kSame);
+  EXPECT_EQ(Diff(number(0.5), counting(Attribute::Text(name, "many"))),
+            "nodes: \"0.5\" and \"many\"\nThe models differ: 1 difference\n");
+}
+
+TEST_F(TevDiff, AMeshVariableThatOneLacks_IsOnlyInTheOther) {
+  ModelWriter without = Small().Model();
+  without.VariableAt(kSmallGeometry, 1).name = "Other";
+  without.VariableAt(kSmallGeometry, 1).type = 0;
+  ModelWriter with = Small().Model();
+  // Without faces, which could not do without coordinates.
+  for (ModelWriter* model : {&with, &without}) {
+    for (const std::uint32_t faces : {2U, 3U, 4U}) {
+      model->VariableAt(kSmallGeometry, faces).name = "Other";
+      model->VariableAt(kSmallGeometry, faces).type = 0;
+    }
+  }
+  const std::string rows = Diff(with, without);
+  EXPECT_NE(rows.find("mesh \"P\" \"Coordinates\": 3 only in A\n"), std::string::npos) << rows;
+  EXPECT_NE(Diff(without, with).find("mesh \"P\" \"Coordinates\": 3 only in B\n"),
+            std::string::npos);
+}
+
+TEST_F(TevDiff, AMeshAtAStepThatTheOtherModelLacks_IsOnlyInOne) {
+  ModelWriter moved = Small().Model();
+  moved.AddVariable(kSmallGeometry, Variable::Floats("Coordinates\x1eTime = 2", kCoordinates, 3,
+                                                     {0, 0, 0, 1, 0, 0, 9, 0, 0}));
+  const auto lines = [](const std::string& side) {
+    return "step \"Time = 2\": only in " + side + "\nmesh \"P\" \"Time = 2\": only in " + side +
+           "\nThe models differ: 2 differences\n";
+  };
+  EXPECT_EQ(Diff(moved, Small().Model()), lines("A"));
+  EXPECT_EQ(Diff(Small().Model(), moved), lines("B"));
+}
+
+TEST_F(TevDiff, LocationsExchangedBetweenParts_AreToldOfTheFields) {
+  const auto twoParts = [](const char* first, const char* second) {
+    ModelWriter model = InDoubt(first, {101, 102}, {5, 7});
+    Variable& field = model.VariableAt(6, 5);
+    field =
+        Variable::Floats(field.name, field.type, 1, {5, 7}, {Attribute::Text("Structure", second)});
+    return model;
+  };
+  EXPECT_EQ(Diff(twoParts("Nodes", "Elements"), twoParts("Elements", "Nodes")),
+            "field \"P\" \"R\" \"Time = 1\": \"node\" and \"element\"\n"
+            "field \"Q\" \"R\" \"Time = 1\": \"element\" and \"node\"\n"
+            "The models differ: 2 differences\n");
+}
+
+/// Two parts of one name in two groups; the geometry of the second comes second, too.
+ModelWriter Namesakes(float last, bool hasMore = false) {
+  ModelWriter model;
+  const NodeRef root = model.AddGroup("r", 0);
+  if (hasMore) {
+    model.AddGroup("More", root);
+  }
+  for (const char* group : {"G", "H"}) {
+    const NodeRef mesh = model.AddGeometry("g", model.AddShape("Arm", model.AddGroup(group, root)));
+    model.AddVariable(mesh, Variable::Floats("R", 13, 1, {1, 2}));
+  }
+  model.VariableAt(hasMore ? 8 : 7, 0) = Variable::Floats("R", 13, 1, {1, last});
+  return model;
+}
+
+TEST_F(TevDiff, PartsOfOneName_AreToldApartByTheirIds) {
+  const std::string differ =
+      " \"R\": 1 of 2 numbers differ, by 3 at most: 2 and 5, component 1 at [1], root mean square "
+      "2.12132\nThe models differ: 1 difference\n";
+  EXPECT_EQ(Diff(Namesakes(2), Namesakes(5)), "field \"Arm\" (id 6)" + differ);
+  EXPECT_EQ(Diff(Namesakes(2), Namesakes(5, true)), "field \"Arm\" (id 6 and 7)" + differ);
+  const RunResult json = Run({"diff", "--jsonl", "a.tev", "b.tev"});
+  EXPECT_NE(
+      json.output.find(R"("part": "Arm", "partIdInA": 6, "partIdInB": 7, "path": ["r", "H"])"),
+      std::string::npos)
+      << json.output;
+  EXPECT_EQ(Check(json.output, "lines", Schema("diff")), "");
+  ModelWriter fewer = Namesakes(2);
+  fewer.At(6).name = "Leg";
+  EXPECT_EQ(Diff(Namesakes(2), fewer),
+            "part \"Arm\" (id 6): only in A\npart \"Leg\": only in B\n"
+            "The models differ: 2 differences\n");
+}
+
+TEST_F(TevDiff, ADamagedPartOfSeveralOfOneName_IsNamedWithItsId) {
+  ModelWriter damaged = Namesakes(2);
+  damaged.VariableAt(7, 0).heavyPosition = 1U << 30U;
+  Write("a.tev", Namesakes(2));
+  Write("b.tev", damaged);
+  const std::string start =
+      "tev: b.tev: damaged: part \"Arm\" (id 6), result \"R\": Invalid block position";
+  EXPECT_TRUE(Run({"diff", "a.tev", "b.tev"}).error.starts_with(start));
+  const RunResult results = Run({"results", "--stats", "b.tev"});
+  EXPECT_TRUE(results.error.starts_with(start)) << results.error;
+  EXPECT_NE(results.output.find("\n  Arm (id 6)  R "), std::string::npos) << results.output;
+}
+
 TEST_F(TevDiff, Json_FitsItsSchema) {
   Write("a.tev", SmallModel());
   Write("b.tev", Small().Model());

@@ -213,15 +213,15 @@ TEST_F(TevResults, WhatCannotBeRead_HasItsRowsInCsv) {
                 "247149.15,552115.2098714203\n");
 }
 
-TEST_F(TevResults, FileOfWhichSomethingIsMissing_IsIncompleteInEachRowOfCsv) {
+TEST_F(TevResults, FileOfWhichSomethingIsMissing_HasItsFailureInEachRowOfCsv) {
   const std::string bytes = SmallModel().ToContainer().AddRaw("Notes", "last").Build().bytes;
   dir.Write("cut.tev", bytes.substr(0, bytes.size() - 1));
   const RunResult run = Run({"results", "--csv", "--result", "Displacement", "cut.tev"});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.output,
             "file,failure,complete,part,result,step,location,components,count\n"
-            "cut.tev,,false,3,Displacement,Time = 0.5,node,3,5\n"
-            "cut.tev,,false,5,Displacement,Time = 0.5,node,3,5\n");
+            "cut.tev,damaged,false,3,Displacement,Time = 0.5,node,3,5\n"
+            "cut.tev,damaged,false,5,Displacement,Time = 0.5,node,3,5\n");
 }
 
 TEST_F(TevResults, PatternThatFitsNothing_IsBadUsage) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -75,6 +76,7 @@ struct MeshVariables : LbtTev::MeshVariables {
 struct Part {
   unsigned int id = 0;  ///< of the shape
   std::string name;
+  bool hasNamesake = false;  ///< whether another part of the model has the same name
   PartKind kind = PartKind::Shape;
   const Geometry* geometry = nullptr;  ///< null where the model lacks it
   MeshVariables mesh;                  ///< without a step, else of its first; counted below
@@ -142,9 +144,12 @@ class Model {
   /// The names of the groups above a part from the root down; of very many the lowest.
   [[nodiscard]] std::vector<std::string> PathOf(const Part& part) const;
 
-  /// Counts what the paths of all parts repeat of long names as one request of the tree's stream.
-  /// To be called before they are written: one name may stand above any number of parts. Throws
-  /// "Out of Bounds" ("The model refers to its data too often").
+  /// Counts what a path has of long names towards the request of the tree's stream. To be called
+  /// before it is written: one name may stand above any number of parts. Throws "Out of Bounds"
+  /// ("The model refers to its data too often").
+  void ChargePathOf(const Part& part) const;
+
+  /// The same for the paths of all parts as one request.
   void RequireModestPaths() const;
 
   /// Worked out from the results' attributes, as the report does.
@@ -181,5 +186,20 @@ class Model {
   std::optional<std::string> title_;
   std::string category_;
 };
+
+/// What of a model's nodes could not be read: facts that rest on it are unknown, not zero.
+struct LostData {
+  std::set<unsigned int> lightOf;  ///< ids of the nodes that have no light data, or not all
+  bool isLightOfAll = false;       ///< whether no node has any
+  bool hasAttributes = false;      ///< whether there are attributes among it
+  bool hasRecords = false;         ///< whether there are nodes among it
+
+  [[nodiscard]] bool HasLightOf(unsigned int id) const {
+    return isLightOfAll || lightOf.contains(id);
+  }
+};
+
+/// Whether what the part has is unknown.
+[[nodiscard]] bool IsLost(const Model& model, const Part& part, const LostData& lost);
 
 }  // namespace LbtTev::Analysis

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "Lbt/Tev/Analysis/Difference.h"
 #include "Lbt/Tev/Analysis/Model.h"
@@ -21,8 +22,9 @@ struct ModelDifference {
 
   Kind kind = Kind::Title;
   Side side = Side::Both;
-  // What it is about, as far as that applies.
-  std::optional<std::string> part{};
+  // What it is about, as far as that applies; parts by their indices in the models that have them.
+  std::optional<std::size_t> partInA{};
+  std::optional<std::size_t> partInB{};
   std::optional<std::string> result{};  ///< for a mesh "Coordinates", "Node Ids", "Faces" ...
   std::optional<std::string> step{};
   // What the models have in its place, where that can be told in a word.
@@ -38,8 +40,8 @@ struct ModelDifference {
 
 /// Something that could not be compared.
 struct FailedComparison {
-  bool isInA = true;  ///< the model that is damaged; if both are, the first
-  std::string part;
+  bool isInA = true;     ///< the model that is damaged; if both are, the first
+  std::size_t part = 0;  ///< its index in that model
   std::string result;
   std::optional<std::string> step;
   std::exception_ptr failure;
@@ -56,12 +58,15 @@ struct DifferenceSink {
 /// only what it asks for. Tuples are matched by id, else by place; faces by the nodes that they
 /// name. How things are stored, programs, dates, attributes and materials are not compared.
 ///
-/// What is only in one is told first, then meshes and fields part by part. Of each model one block
-/// is inflated ahead on "threads" other threads.
+/// What is only in one is told first, then meshes and fields part by part. "lost" says what of A
+/// and of B could not be read: what rests on it is not told, neither as different nor as missing.
+/// Blocks are inflated ahead on "threads" other threads, but two at most: the first one works for
+/// A, and the second for B.
 ///
 /// Throws "Element Not Found" for a pattern that fits nothing in either model, what RepeatedRows
 /// does, and on a lack of memory.
 void CompareModels(const Model& a, const Model& b, const Selection& selection,
-                   const Tolerance& tolerance, const DifferenceSink& sink, std::size_t threads = 0);
+                   const Tolerance& tolerance, const DifferenceSink& sink, std::size_t threads = 0,
+                   const std::pair<LostData, LostData>& lost = {});
 
 }  // namespace LbtTev::Analysis

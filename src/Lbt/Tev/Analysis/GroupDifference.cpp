@@ -61,7 +61,9 @@ class MeshComparison {
                                lengths.b->Wholes().size()};
     Tell(MeshName::kNodeIds, comparison_->OfIds(nodes), {});
     Tell(MeshName::kElementIds, comparison_->OfIds(elements), {});
-    if (widthOfA != widthOfB) {
+    if ((a_->variables->coordinates == nullptr) != (b_->variables->coordinates == nullptr)) {
+      Tell(MeshName::kCoordinates, {.onlyInA = nodes.countInA, .onlyInB = nodes.countInB}, {});
+    } else if (widthOfA != widthOfB) {
       ModelDifference difference = About(MeshName::kCoordinates);
       difference.a = ComponentsText(widthOfA);
       difference.b = ComponentsText(widthOfB);

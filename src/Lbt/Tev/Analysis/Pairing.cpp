@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <exception>
 #include <numeric>
+#include <tuple>
 
 #include "Lbt/Tev/Node.h"
 #include "Lbt/Util/Exception.h"
@@ -12,6 +13,11 @@
 namespace LbtTev::Analysis {
 
 namespace {
+
+/// Whether a pattern fits nothing but itself as a glob. An id is such a one.
+bool IsPlain(std::string_view pattern) {
+  return pattern.find_first_of("*?[") == std::string_view::npos;
+}
 
 /// Runs "choose" for both models. A pattern need fit only one of them.
 template <class Choose>
@@ -34,23 +40,28 @@ auto ChooseInEither(const Model& a, const Model& b, const Choose& choose) {
   return chosen;
 }
 
-/// The same pattern by pattern: each may fit another model.
-template <class List, class Choose>
+/// The same pattern by pattern: each may fit another model. One that is a name in either model, as
+/// "hasName" says, is a name in both, whatever it would fit as a glob.
+template <class List, class Choose, class HasName>
 void ChooseAll(const Model& a, const Model& b, const std::vector<std::string>& patterns,
-               const Choose& choose, List& listOfA, List& listOfB) {
+               const Choose& choose, const HasName& hasName, std::pair<List, List>& lists) {
   const auto add = [](List& list, const auto& chosen) {
     list.insert(chosen.begin(), chosen.end());
   };
   if (patterns.empty()) {
-    add(listOfA, choose(a, patterns));
-    add(listOfB, choose(b, patterns));
+    add(lists.first, choose(a, patterns));
+    add(lists.second, choose(b, patterns));
   }
   for (const std::string& pattern : patterns) {
     const std::vector<std::string> one{pattern};
-    const auto [inA, inB] =
-        ChooseInEither(a, b, [&](const Model& model) { return choose(model, one); });
-    add(listOfA, inA);
-    add(listOfB, inB);
+    const bool isName = hasName(a, pattern) || hasName(b, pattern);
+    const auto chooseIn = [&](const Model& model) {
+      const bool isOfTheOther = isName && !hasName(model, pattern) && !IsPlain(pattern);
+      return isOfTheOther ? decltype(choose(model, one))() : choose(model, one);
+    };
+    const auto [inA, inB] = ChooseInEither(a, b, chooseIn);
+    add(lists.first, inA);
+    add(lists.second, inB);
   }
 }
 
@@ -110,14 +121,21 @@ class Paths {
 
 std::pair<Chosen, Chosen> Choose(const Model& a, const Model& b, const Selection& selection) {
   std::pair<std::set<std::size_t>, std::set<std::size_t>> parts;
+  std::pair<std::set<std::string_view>, std::set<std::string_view>> results;
   std::pair<std::set<std::size_t>, std::set<std::size_t>> steps;
-  std::pair<Chosen, Chosen> chosen;
-  ChooseAll(a, b, selection.parts, SelectParts, parts.first, parts.second);
+  const auto has = [](const auto& list, const auto& nameOf) {
+    return [list, nameOf](const Model& model, const std::string& pattern) {
+      const auto& all = (model.*list)();
+      return std::ranges::find(all, pattern, nameOf) != all.end();
+    };
+  };
+  ChooseAll(a, b, selection.parts, SelectParts, has(&Model::Parts, &Part::name), parts);
   ChooseAll(
       a, b, selection.results,
       [](const Model& model, const auto& patterns) { return SelectResults(model, patterns); },
-      chosen.first.results, chosen.second.results);
-  ChooseAll(a, b, selection.steps, StepsIn, steps.first, steps.second);
+      has(&Model::Results, &Result::name), results);
+  ChooseAll(a, b, selection.steps, StepsIn, has(&Model::Steps, &Step::text), steps);
+  std::pair<Chosen, Chosen> chosen;
   const auto fill = [&](const Model& model, const auto& partsOf, const auto& stepsOf, Chosen& of) {
     of.parts.assign(partsOf.begin(), partsOf.end());
     of.steps.resize(model.Steps().size());
@@ -129,6 +147,7 @@ std::pair<Chosen, Chosen> Choose(const Model& a, const Model& b, const Selection
   };
   fill(a, parts.first, steps.first, chosen.first);
   fill(b, parts.second, steps.second, chosen.second);
+  std::tie(chosen.first.results, chosen.second.results) = std::move(results);
   return chosen;
 }
 

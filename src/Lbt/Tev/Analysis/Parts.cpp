@@ -63,7 +63,7 @@ std::optional<double> NodesPerElement(const MeshVariables& mesh) {
   return static_cast<double>(mesh.faces->array.GetNumElements()) / static_cast<double>(elements);
 }
 
-/// The variable without a step, else the first stored one.
+/// Each variable is the one without a step, else that of the first step that has one.
 template <class Meshes>
 MeshVariables ShownMesh(const Meshes& meshes) {
   MeshVariables shown;
@@ -122,9 +122,15 @@ const Geometry* GeometryOf(const Tree& tree, const Entry& shape) {
   return child == nullptr ? nullptr : NodeCast<Geometry>(child->data);
 }
 
+bool IsLost(const Model& model, const Part& part, const LostData& lost) {
+  return part.geometry == nullptr ||
+         lost.HasLightOf(model.GetTree().GetNodes().at(part.id).firstChild);
+}
+
 void Model::FindParts() {
   contents_.emplace_back();  // of all parts that lack a geometry
   std::map<const Geometry*, std::size_t> contentOf{{nullptr, 0}};
+  std::map<std::string, std::size_t> firstOfName;
   for (const auto& [id, entry] : tree_->GetNodes()) {
     if (NodeCast<Shape>(entry.data) == nullptr) {
       continue;
@@ -139,6 +145,9 @@ void Model::FindParts() {
       contents_.emplace_back().geometry = part.geometry;
     }
     part.content = known->second;
+    const auto [first, isFirst] = firstOfName.emplace(part.name, parts_.size() - 1);
+    part.hasNamesake = !isFirst;
+    parts_[first->second].hasNamesake = !isFirst;
   }
 }
 
@@ -156,16 +165,19 @@ void Model::Describe(Part& part, const std::map<unsigned int, unsigned int>& par
   }
 }
 
+void Model::ChargePathOf(const Part& part) const {
+  std::size_t bytes = 0;
+  ForGroupsAbove(*tree_, part.id, [&bytes](const Group& group) {
+    bytes += group.name.size();
+    return true;
+  });
+  tree_->GetStreams().tree.Charge(BeyondOrdinary(bytes));
+}
+
 void Model::RequireModestPaths() const {
-  ModelStream& stream = tree_->GetStreams().tree;
-  const ModelStream::Request request(stream);
+  const ModelStream::Request request(tree_->GetStreams().tree);
   for (const Part& part : parts_) {
-    std::size_t bytes = 0;
-    ForGroupsAbove(*tree_, part.id, [&bytes](const Group& group) {
-      bytes += group.name.size();
-      return true;
-    });
-    stream.Charge(BeyondOrdinary(bytes));
+    ChargePathOf(part);
   }
 }
 
