@@ -57,6 +57,7 @@ TEST(UsedNodes, OfDamagedFaces_Fail) {
   EXPECT_EQ(use({0, 1, 2}, {}, 3), lengths);
   EXPECT_EQ(use({0, 1, 2}, {0xFFFFFFFF, 4}, 3), lengths);
   EXPECT_EQ(use({0, 1, 3}, {3}, 3), "A face names a node that the mesh has not");
+  EXPECT_EQ(use({0, 1, 3}, {3}, 0), "A face names a node, and the mesh has no coordinates");
   EXPECT_EQ(use({0, 1, 2}, {3}, 3), "no failure");
 }
 

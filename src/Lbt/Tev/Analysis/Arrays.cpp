@@ -22,7 +22,8 @@ namespace {
 
 void RequirePoints(std::size_t wanted, std::size_t points) {
   if (wanted > points) {
-    RaiseDamage("A face names a node that the mesh has not");
+    RaiseDamage(points == 0 ? "A face names a node, and the mesh has no coordinates"
+                            : "A face names a node that the mesh has not");
   }
 }
 
