@@ -243,7 +243,7 @@ std::size_t Compare(const Model& a, const Model& b, const std::pair<LostData, Lo
   const LbtTev::ModelStream::Request pathsOfA(a.GetTree().GetStreams().tree);
   const LbtTev::ModelStream::Request pathsOfB(b.GetTree().GetStreams().tree);
   Selecting(options.a + ", " + options.b, [&] {
-    CompareModels(a, b, *options.selection, tolerance, sink, *options.jobs - 1, lost);
+    CompareModels(a, b, *options.selection, tolerance, sink, *options.jobs > 1, lost);
   });
   if (isJson) {
     writer.Facts().Close();
@@ -338,7 +338,7 @@ void AnswerDiff(const Input& a, const Input& b, const std::string& relative,
   options.b = b.path;
   options.relative = relative;
   options.absolute = absolute;
-  *options.jobs = 3;
+  *options.jobs = 2;
   const Tolerance tolerance = ToleranceOf(options);
   static_cast<void>(Compare(a, b, options, tolerance, writer));
 }

@@ -42,17 +42,13 @@ std::vector<CheckedMesh> LoadFaces(const Model& model, const std::vector<MeshOfP
   std::vector<CheckedMesh> all(asked.size());
   FaceChecks checks(model.GetTree());
   LoadInFileOrder({&model.GetTree(), wanted}, [&](std::size_t place, const LoadedGroup& loaded) {
-    // Where all coordinates have a step, faces without one are those of a mesh that moves.
-    const auto* own = asked[place].mesh.coordinates;
-    const auto* coordinates =
-        own == nullptr ? model.Parts()[asked[place].part].mesh.coordinates : own;
     CheckedMesh& mesh = all[place];
     mesh.numbers = loaded;
     mesh.failure = FailureOf({loaded[0], loaded[1]});
     if (mesh.failure == nullptr) {
       mesh.failure = FailureOfLoad(model.GetTree(), [&] {
         mesh.extent = checks.Check(loaded[0], loaded[1],
-                                   coordinates == nullptr ? 0 : TuplesOf(coordinates->array));
+                                   PointsOf(model.Parts()[asked[place].part], asked[place].mesh));
       });
     }
   });

@@ -322,7 +322,8 @@ LoadedFaces ModelReader::Faces(std::size_t part, std::int64_t step) {
     const auto indices = OrNone(loaded.front().wholes);
     if (const auto* variable = mesh.faces == nullptr ? mesh.lengths : mesh.faces) {
       Checking(opened.tree, *variable, [&] {
-        CheckFaces(ExtentOf(*indices, loaded.back().Wholes()), TuplesOf(mesh.coordinates));
+        CheckFaces(ExtentOf(*indices, loaded.back().Wholes()),
+                   PointsOf(opened.model->Parts()[part], mesh));
       });
     }
     return {ListOf(OffsetsOf(loaded.back().Wholes())), {indices, {indices->size()}}};

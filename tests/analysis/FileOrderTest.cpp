@@ -219,12 +219,12 @@ TEST(CompareModels, BlocksOfBoth_AreInflatedAtMostOnceAndAlikeOnesInAAlone) {
   };
   // All 13 arrays of both parts; the node sets have been read before.
   for (const Expected& expected : {Expected{&same, 0, 0}, Expected{&other, 1, 1}}) {
-    for (const std::size_t threads : {0U, 1U, 2U}) {
+    for (const bool isAhead : {false, true}) {
       DescribedModel a(InBlocks(1));
       differences = 0;
       const CountedLoads ofA(a);
       const CountedLoads ofB(*expected.b);
-      CompareModels(a.model, expected.b->model, {}, {}, sink, threads);
+      CompareModels(a.model, expected.b->model, {}, {}, sink, isAhead);
       EXPECT_EQ(ofA.Blocks(), 13U);
       EXPECT_TRUE(ofA.AreOnceEach());
       EXPECT_EQ(ofB.Blocks(), expected.loadsOfB);
@@ -275,14 +275,14 @@ ModelWriter Stored(StoredBy order) {
 
 TEST(CompareModels, ModelsInAnotherOrder_AreInflatedOnceAndTheSame) {
   for (const bool isAByPart : {true, false}) {
-    for (const std::size_t ahead : {std::size_t{0}, std::size_t{1}}) {
+    for (const bool isAhead : {false, true}) {
       DescribedModel a(Stored(isAByPart ? StoredBy::Part : StoredBy::Step));
       DescribedModel b(Stored(isAByPart ? StoredBy::Step : StoredBy::Part));
       const CountedLoads ofA(a);
       const CountedLoads ofB(b);
       const DifferenceSink sink{.differs = [](const ModelDifference&) { ADD_FAILURE(); },
                                 .failed = [](const FailedComparison&) { ADD_FAILURE(); }};
-      CompareModels(a.model, b.model, {}, {}, sink, ahead);
+      CompareModels(a.model, b.model, {}, {}, sink, isAhead);
       EXPECT_EQ(ofA.Blocks(), 40U);
       EXPECT_TRUE(ofA.AreOnceEach());
       EXPECT_EQ(ofB.Blocks(), 40U);

@@ -111,7 +111,7 @@ std::string RowsWithLost(const ModelWriter& a, const ModelWriter& b, const LostD
                                               : ", ";
                                 },
                             .failed = [](const FailedComparison&) { ADD_FAILURE(); }};
-  CompareModels(describedA.model, describedB.model, {}, {}, sink, 0, {{}, lostOfB});
+  CompareModels(describedA.model, describedB.model, {}, {}, sink, false, {{}, lostOfB});
   return rows;
 }
 

@@ -226,6 +226,25 @@ TEST_F(TevDiff, AMovedMesh_IsComparedAtItsStep) {
       "component 1 at 13, root mean square 0.333333\nThe models differ: 1 difference\n");
 }
 
+TEST_F(TevDiff, FacesWithoutAStepOfAMeshThatMoves_AreCompared) {
+  const auto moving = [](std::vector<std::uint32_t> face) {
+    ModelWriter model;
+    const NodeRef mesh = model.AddGeometry("m", model.AddShape("P", model.AddGroup("root", 0)));
+    for (const std::string step : {"Time = 1", "Time = 2"}) {
+      model.AddVariable(mesh, Variable::Floats("Coordinates\x1e" + step, kCoordinates, 3,
+                                               {0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1}));
+    }
+    model.AddVariable(mesh, Variable::Uints("Connectivity", kConnectivity, 1, face));
+    model.AddVariable(mesh, Variable::Uints("Polylength", kPolylength, 1, {3}));
+    return model;
+  };
+  EXPECT_EQ(Diff(moving({0, 1, 2}), moving({0, 1, 2})), kSame);
+  const std::string at = "mesh \"P\" \"Faces\"";
+  EXPECT_EQ(Diff(moving({0, 1, 2}), moving({0, 1, 3})),
+            at + ": 1 differ\n" + at + " \"Time = 1\": 1 differ\n" + at +
+                " \"Time = 2\": 1 differ\nThe models differ: 3 differences\n");
+}
+
 TEST_F(TevDiff, ALinkedArray_IsComparedWithTheNumbersThatItNames) {
   const auto twoParts = [](bool isLinked, float last) {
     ModelWriter model = Small().Model();

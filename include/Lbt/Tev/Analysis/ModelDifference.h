@@ -60,13 +60,12 @@ struct DifferenceSink {
 ///
 /// What is only in one is told first, then meshes and fields part by part. "lost" says what of A
 /// and of B could not be read: what rests on it is not told, neither as different nor as missing.
-/// Blocks are inflated ahead on "threads" other threads, but two at most: the first one works for
-/// A, and the second for B.
+/// With "isAhead" one block of each model is inflated ahead, on a thread of its own.
 ///
 /// Throws "Element Not Found" for a pattern that fits nothing in either model, what RepeatedRows
 /// does, and on a lack of memory.
 void CompareModels(const Model& a, const Model& b, const Selection& selection,
-                   const Tolerance& tolerance, const DifferenceSink& sink, std::size_t threads = 0,
+                   const Tolerance& tolerance, const DifferenceSink& sink, bool isAhead = false,
                    const std::pair<LostData, LostData>& lost = {});
 
 }  // namespace LbtTev::Analysis

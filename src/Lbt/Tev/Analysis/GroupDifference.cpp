@@ -21,7 +21,7 @@ namespace {
 /// or lengths.
 enum MeshArray : std::uint8_t { kCoordinates, kFaces, kLengths, kNodeIds, kElementIds };
 
-std::size_t PointsOf(const MeshVariables& mesh) {
+std::size_t CoordinatesIn(const MeshVariables& mesh) {
   return mesh.coordinates == nullptr ? 0 : TuplesOf(mesh.coordinates->array);
 }
 
@@ -56,13 +56,15 @@ class MeshComparison {
     const std::size_t widthOfA = WidthOf(*a_->variables);
     const std::size_t widthOfB = WidthOf(*b_->variables);
     const ArrayPair lengths = Pair(kLengths);
-    const MatchInputs nodes{Pair(kNodeIds), PointsOf(*a_->variables), PointsOf(*b_->variables)};
+    const MatchInputs nodes{Pair(kNodeIds), a_->points, b_->points};
     const MatchInputs elements{Pair(kElementIds), lengths.a->Wholes().size(),
                                lengths.b->Wholes().size()};
     Tell(MeshName::kNodeIds, comparison_->OfIds(nodes), {});
     Tell(MeshName::kElementIds, comparison_->OfIds(elements), {});
     if ((a_->variables->coordinates == nullptr) != (b_->variables->coordinates == nullptr)) {
-      Tell(MeshName::kCoordinates, {.onlyInA = nodes.countInA, .onlyInB = nodes.countInB}, {});
+      Tell(MeshName::kCoordinates,
+           {.onlyInA = CoordinatesIn(*a_->variables), .onlyInB = CoordinatesIn(*b_->variables)},
+           {});
     } else if (widthOfA != widthOfB) {
       ModelDifference difference = About(MeshName::kCoordinates);
       difference.a = ComponentsText(widthOfA);
@@ -164,7 +166,7 @@ std::shared_ptr<const TupleMatch> GroupComparison::Match(const MatchInputs& inpu
 void GroupComparison::CheckFacesOf(const ComparedMesh& mesh, bool isInA) {
   if (mesh.variables->faces != nullptr) {
     (isInA ? facesOfA_ : facesOfB_)
-        .Check((*mesh.numbers)[kFaces], (*mesh.numbers)[kLengths], PointsOf(*mesh.variables));
+        .Check((*mesh.numbers)[kFaces], (*mesh.numbers)[kLengths], mesh.points);
   }
 }
 

@@ -25,6 +25,7 @@ namespace LbtTev::Analysis {
 /// A mesh whose numbers are there.
 struct ComparedMesh {
   const MeshVariables* variables = nullptr;
+  std::size_t points = 0;  ///< that its faces can name
   const LoadedGroup* numbers = nullptr;
 };
 

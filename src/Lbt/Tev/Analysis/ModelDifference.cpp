@@ -39,7 +39,7 @@ class Comparison {
         tasks_(outline.Run()),
         comparison_(a.GetTree(), b.GetTree(), tolerance) {}
 
-  void Run(std::size_t threads) {
+  void Run(bool isAhead) {
     std::vector<WantedGroup> wantedOfA;
     std::vector<WantedGroup> wantedOfB;
     for (const Task& task : tasks_) {
@@ -57,11 +57,8 @@ class Comparison {
         sink_->failed(*outcome.failure);
       }
     });
-    const auto helpers = [](bool areThere) {
-      return Helpers{.threads = areThere ? 1U : 0U, .most = 1};
-    };
-    LoadInFileOrder({&a_->GetTree(), wantedOfA, helpers(threads > 0)},
-                    {&b_->GetTree(), wantedOfB, helpers(threads > 1)},
+    const Helpers helpers{.threads = isAhead ? 1U : 0U, .most = 1};
+    LoadInFileOrder({&a_->GetTree(), wantedOfA, helpers}, {&b_->GetTree(), wantedOfB, helpers},
                     [&](std::size_t place, const LoadedGroup& ofA, const LoadedGroup& ofB) {
                       outcomes.Add(place, RunTask(tasks_[place], ofA, ofB));
                     });
@@ -75,6 +72,12 @@ class Comparison {
     return b_->MeshAt(b_->Parts()[task.parts.second], outline_->Steps().InB(task.step));
   }
 
+  [[nodiscard]] ComparedMesh Compared(const Task& task, const MeshVariables& mesh,
+                                      const LoadedGroup& numbers, bool isInA) const {
+    const Part& part = isInA ? a_->Parts()[task.parts.first] : b_->Parts()[task.parts.second];
+    return {&mesh, PointsOf(part, mesh), &numbers};
+  }
+
   [[nodiscard]] Outcome RunTask(const Task& task, const LoadedGroup& ofA, const LoadedGroup& ofB) {
     Outcome outcome;
     for (const auto& [isInA, loaded] : {std::pair(true, &ofA), std::pair(false, &ofB)}) {
@@ -82,7 +85,7 @@ class Comparison {
       if (failure == nullptr && task.fieldA == nullptr) {
         const MeshVariables mesh = isInA ? MeshOfA(task) : MeshOfB(task);
         failure = FailureOfLoad((isInA ? a_ : b_)->GetTree(), [&, isInA = isInA, numbers = loaded] {
-          comparison_.CheckFacesOf({&mesh, numbers}, isInA);
+          comparison_.CheckFacesOf(Compared(task, mesh, *numbers, isInA), isInA);
         });
       }
       if (failure != nullptr) {
@@ -111,7 +114,8 @@ class Comparison {
                                                            const LoadedGroup& ofB) {
     const MeshVariables meshOfA = MeshOfA(task);
     const MeshVariables meshOfB = MeshOfB(task);
-    return comparison_.OfMeshes({&meshOfA, &ofA}, {&meshOfB, &ofB},
+    return comparison_.OfMeshes(Compared(task, meshOfA, ofA, true),
+                                Compared(task, meshOfB, ofB, false),
                                 outline_->About(Kind::Mesh, task, nullptr));
   }
 
@@ -144,10 +148,10 @@ std::string_view TextOf(ModelDifference::Kind kind) {
 }
 
 void CompareModels(const Model& a, const Model& b, const Selection& selection,
-                   const Tolerance& tolerance, const DifferenceSink& sink, std::size_t threads,
+                   const Tolerance& tolerance, const DifferenceSink& sink, bool isAhead,
                    const std::pair<LostData, LostData>& lost) {
   OutlineDifference outline(a, b, selection, lost, sink.differs);
-  Comparison(a, b, tolerance, sink, outline).Run(threads);
+  Comparison(a, b, tolerance, sink, outline).Run(isAhead);
 }
 
 }  // namespace LbtTev::Analysis

@@ -127,6 +127,10 @@ bool IsLost(const Model& model, const Part& part, const LostData& lost) {
          lost.HasLightOf(model.GetTree().GetNodes().at(part.id).firstChild);
 }
 
+std::size_t PointsOf(const Part& part, const MeshVariables& mesh) {
+  return mesh.coordinates == nullptr ? part.nodes : TuplesOf(mesh.coordinates->array);
+}
+
 void Model::FindParts() {
   contents_.emplace_back();  // of all parts that lack a geometry
   std::map<const Geometry*, std::size_t> contentOf{{nullptr, 0}};
