@@ -265,7 +265,7 @@ const std::vector<Case> kCases{
     // step is too much all the same.
     {.row = "meshes-on-same-bytes", .make = [] { return MeshesOnSameBytes(300, 5000); }},
     {.row = "damaged-faces-on-same-bytes",
-     .refusing = " stats json-stats mesh diff json-diff export",
+     .refusing = " cdf stats json-stats mesh diff json-diff export",
      .make = [] { return DamagedFacesOnSameBytes(300, 5000); },
      .reason = "A face names a node that the mesh has not"},
     {.row = "ids-in-turn",

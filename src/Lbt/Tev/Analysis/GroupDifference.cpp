@@ -70,7 +70,7 @@ class MeshComparison {
       difference.a = ComponentsText(widthOfA);
       difference.b = ComponentsText(widthOfB);
       differences_.push_back(std::move(difference));
-    } else {
+    } else if (a_->variables->coordinates != nullptr) {
       Tell(MeshName::kCoordinates, comparison_->OfNumbers(Pair(kCoordinates), widthOfA, nodes),
            nodes.ids.a->Tuples(1));
     }
