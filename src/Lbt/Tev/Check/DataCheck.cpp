@@ -102,7 +102,9 @@ void DataCheck::Check(Group group) {
   if (group.front().Array().loader == nullptr) {
     const std::vector<unsigned char>& bytes = *group.front().Array().storedBytes;
     values_.resize(bytes.size() / sizeof(values_[0]));
-    std::memcpy(values_.data(), bytes.data(), values_.size() * sizeof(values_[0]));
+    if (!values_.empty()) {
+      std::memcpy(values_.data(), bytes.data(), values_.size() * sizeof(values_[0]));
+    }
     CheckValues(group);
     return;
   }
