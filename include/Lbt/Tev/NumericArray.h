@@ -2,6 +2,7 @@
 
 #include <boost/shared_ptr.hpp>
 #include <compare>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string>
@@ -94,6 +95,16 @@ class NumericArray final {
   /// geometry.
   [[nodiscard]] unsigned long OwnPosition() const;
   [[nodiscard]] DataLoader OwnLoader() const { return loader->At(OwnPosition()); }
+
+  /// Copies the whole elements of "storedBytes", which there must be, to "out". They are stored as
+  /// they are in memory: such records shuffle nothing.
+  template <class T>
+  void CopyStoredTo(std::vector<T>& out) const {
+    out.resize(storedBytes->size() / sizeof(T));
+    if (!out.empty()) {
+      std::memcpy(out.data(), storedBytes->data(), out.size() * sizeof(T));
+    }
+  }
 
   // Ordered for size: models have many arrays.
   unsigned long byteSize = 0;

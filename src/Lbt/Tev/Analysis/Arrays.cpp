@@ -77,11 +77,7 @@ std::vector<T> LoadArray(const NumericArray& array, BlocksAhead& ahead) {
       loader.LoadTo(values);
     }
   } else if (array.storedBytes != nullptr) {
-    // Stored as they are in memory: such records shuffle nothing.
-    values.resize(array.storedBytes->size() / sizeof(T));
-    if (!values.empty()) {
-      std::memcpy(values.data(), array.storedBytes->data(), values.size() * sizeof(T));
-    }
+    array.CopyStoredTo(values);
   }
   if (values.size() < array.GetNumElements()) {
     RaiseDamage("The numbers of the variable are missing");

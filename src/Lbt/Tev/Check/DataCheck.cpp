@@ -3,7 +3,6 @@
 #include "DataCheck.h"
 
 #include <algorithm>
-#include <cstring>
 #include <numeric>
 
 #include "ContainerCheck.h"
@@ -100,11 +99,7 @@ void DataCheck::TellOfSkipped(FindingLog& log) const {
 
 void DataCheck::Check(Group group) {
   if (group.front().Array().loader == nullptr) {
-    const std::vector<unsigned char>& bytes = *group.front().Array().storedBytes;
-    values_.resize(bytes.size() / sizeof(values_[0]));
-    if (!values_.empty()) {
-      std::memcpy(values_.data(), bytes.data(), values_.size() * sizeof(values_[0]));
-    }
+    group.front().Array().CopyStoredTo(values_);
     CheckValues(group);
     return;
   }
