@@ -30,9 +30,6 @@ constexpr const char* kCannotOpen = "cannot open";
 /// room for what comes after it.
 constexpr std::size_t kLongPath = 2048;
 
-/// A path by which this process can open what a descriptor of its own is open on.
-std::string PathOf(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
-
 /// An open descriptor, until its end.
 class OpenFile {
  public:
@@ -151,6 +148,10 @@ std::optional<int> DescriptorOf(const std::string& path) {
   return std::nullopt;
 }
 
+std::string PathOfDescriptor(int descriptor) {
+  return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
 std::optional<FileIdentity> IdentityOfNamed(const std::string& path) {
   const std::optional<int> descriptor = DescriptorOf(path);
   return descriptor ? IdentityOf(*descriptor) : IdentityOf(path);
@@ -254,7 +255,7 @@ bool Inputs::TakeDescriptor(int descriptor) {
   if (IsListOfNames(input_.path)) {
     return Fail({FailureCode::NotAModel, "is the list of names"});
   }
-  input_.source = PathOf(descriptor);
+  input_.source = PathOfDescriptor(descriptor);
   // A file may have been opened by somebody who may do more: it can be read, but not opened again.
   if ((!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) || !CanBeOpened(input_.source)) {
     input_.source = CopyOf(descriptor, status);
@@ -310,9 +311,9 @@ bool Inputs::TakeNamed(const std::string& path) {
 /// The same for what a folder has: only a model or a failure becomes one.
 bool Inputs::TakeFound(const Folder& folder, const std::string& name) {
   std::string path = walked_ + name;
-  std::string source = folder.base == nullptr
-                           ? path
-                           : PathOf(folder.base->Descriptor()) + '/' + path.substr(folder.baseSize);
+  std::string source = folder.base == nullptr ? path
+                                              : PathOfDescriptor(folder.base->Descriptor()) + '/' +
+                                                    path.substr(folder.baseSize);
   input_ = {std::move(path), std::move(source), std::nullopt};
   try {
     struct stat status {};

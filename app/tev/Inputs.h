@@ -27,6 +27,9 @@ struct Input {
 /// "/dev/fd/7" is 7.
 [[nodiscard]] std::optional<int> DescriptorOf(const std::string& path);
 
+/// A path by which this process can open what a descriptor of its own is open on.
+[[nodiscard]] std::string PathOfDescriptor(int descriptor);
+
 /// The identity of what a path stands for, a descriptor or a file; none where there is neither.
 [[nodiscard]] std::optional<Lbt::Util::FileIdentity> IdentityOfNamed(const std::string& path);
 

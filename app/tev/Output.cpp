@@ -55,7 +55,7 @@ std::string AnswerOutput::Name() const {
 
 void AnswerOutput::RequireApartFrom(const std::vector<std::string>& spared) const {
   const std::optional<int> descriptor = Descriptor();
-  const std::string target = descriptor ? "/proc/self/fd/" + std::to_string(*descriptor) : path_;
+  const std::string target = descriptor ? PathOfDescriptor(*descriptor) : path_;
   std::error_code failure;
   if (!std::filesystem::is_regular_file(target, failure)) {
     return;  // nothing that has been written before is lost
