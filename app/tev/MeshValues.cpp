@@ -47,8 +47,9 @@ std::vector<CheckedMesh> LoadFaces(const Model& model, const std::vector<MeshOfP
     mesh.failure = FailureOf({loaded[0], loaded[1]});
     if (mesh.failure == nullptr) {
       mesh.failure = FailureOfLoad(model.GetTree(), [&] {
-        mesh.extent = checks.Check(loaded[0], loaded[1],
-                                   PointsOf(model.Parts()[asked[place].part], asked[place].mesh));
+        mesh.extent = checks.Check(
+            loaded[0], loaded[1],
+            PointsOf(model.Parts()[asked[place].part], asked[place].mesh, asked[place].step));
       });
     }
   });

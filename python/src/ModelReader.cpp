@@ -323,7 +323,8 @@ LoadedFaces ModelReader::Faces(std::size_t part, std::int64_t step) {
     if (const auto* variable = mesh.faces == nullptr ? mesh.lengths : mesh.faces) {
       Checking(opened.tree, *variable, [&] {
         CheckFaces(ExtentOf(*indices, loaded.back().Wholes()),
-                   PointsOf(opened.model->Parts()[part], mesh));
+                   PointsOf(opened.model->Parts()[part], mesh,
+                            step < 0 ? std::nullopt : std::optional<std::size_t>(step)));
       });
     }
     return {ListOf(OffsetsOf(loaded.back().Wholes())), {indices, {indices->size()}}};

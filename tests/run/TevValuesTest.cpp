@@ -110,6 +110,21 @@ TEST_F(TevValues, FacesWithoutAStepOfAMeshThatMoves_AreThoseOfItsFirstPoints) {
   EXPECT_EQ(Answer({"values", "m.tev", "--mesh"}), "part,step,index,id,n1,n2,n3\n2,,0,,0,1,2\n");
 }
 
+TEST_F(TevValues, FacesAtAStepWithoutCoordinates_AreDamagedForAllVerbs) {
+  ModelWriter model;
+  const NodeRef mesh = model.AddGeometry("m", model.AddShape("Part", model.AddGroup("root", 0)));
+  model.AddVariable(mesh, Variable::Floats("Coordinates\x1eTime = 1", kCoordinates, 3,
+                                           {0, 0, 0, 1, 0, 0, 0, 1, 0}));
+  model.AddVariable(mesh, Variable::Uints("Connectivity\x1eTime = 2", kConnectivity, 1, {0, 1, 2}));
+  model.AddVariable(mesh, Variable::Uints("Polylength", kPolylength, 1, {3}));
+  Write("m.tev", model);
+  const std::vector<std::vector<std::string>> commands{
+      {"values", "m.tev", "--mesh"}, {"diff", "m.tev", "m.tev"}, {"check", "m.tev"}};
+  for (const std::vector<std::string>& command : commands) {
+    EXPECT_EQ(Run(command).status, 2) << command[0];
+  }
+}
+
 TEST_F(TevValues, Csv_IsOneTableOfAllThatFits) {
   Write("m.tev", SmallModel());
   EXPECT_EQ(Answer({"values", "m.tev", "--result", "Temp*", "--part", "Panel"}),

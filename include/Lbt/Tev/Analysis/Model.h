@@ -87,10 +87,11 @@ struct Part {
   std::size_t content = 0;                 ///< for Model
 };
 
-/// How many points the faces of a mesh of a part can name: those of its coordinates. Where all
-/// coordinates have a step, faces without one are those of a mesh that moves, and have the points
-/// of the part.
-[[nodiscard]] std::size_t PointsOf(const Part& part, const MeshVariables& mesh);
+/// How many points the faces of a mesh of a part at a step can name: those of its coordinates.
+/// Where all coordinates have a step, faces without one are those of a mesh that moves, and have
+/// the points of the part.
+[[nodiscard]] std::size_t PointsOf(const Part& part, const MeshVariables& mesh,
+                                   std::optional<std::size_t> step);
 
 /// All fields of one name.
 struct Result {

@@ -75,7 +75,9 @@ class Comparison {
   [[nodiscard]] ComparedMesh Compared(const Task& task, const MeshVariables& mesh,
                                       const LoadedGroup& numbers, bool isInA) const {
     const Part& part = isInA ? a_->Parts()[task.parts.first] : b_->Parts()[task.parts.second];
-    return {&mesh, PointsOf(part, mesh), &numbers};
+    const CommonSteps& steps = outline_->Steps();
+    const auto step = isInA ? steps.InA(task.step) : steps.InB(task.step);
+    return {&mesh, PointsOf(part, mesh, step), &numbers};
   }
 
   [[nodiscard]] Outcome RunTask(const Task& task, const LoadedGroup& ofA, const LoadedGroup& ofB) {

@@ -127,8 +127,11 @@ bool IsLost(const Model& model, const Part& part, const LostData& lost) {
          lost.HasLightOf(model.GetTree().GetNodes().at(part.id).firstChild);
 }
 
-std::size_t PointsOf(const Part& part, const MeshVariables& mesh) {
-  return mesh.coordinates == nullptr ? part.nodes : TuplesOf(mesh.coordinates->array);
+std::size_t PointsOf(const Part& part, const MeshVariables& mesh, std::optional<std::size_t> step) {
+  if (mesh.coordinates == nullptr) {
+    return step ? 0 : part.nodes;
+  }
+  return TuplesOf(mesh.coordinates->array);
 }
 
 void Model::FindParts() {
