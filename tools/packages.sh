@@ -2,7 +2,7 @@
 # Sourced, never run.
 
 build_packages=(g++ cmake ninja-build zlib1g-dev libboost-dev libcli11-dev nlohmann-json3-dev
-  libhdf5-dev)
+  libhdf5-dev libsqlite3-dev libssl-dev)
 test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema python3-numpy
   python3-h5py python3-meshio python3-vtk9)
 python_packages=("${test_packages[@]}" python3-dev pybind11-dev python3-pytest python3-build

@@ -231,6 +231,12 @@ bool Inputs::CanBeMany() const {
          (folderUse_ == Folders::Walked && IsFolder(paths_.front()));
 }
 
+bool Inputs::IsPassedOver(const std::string& path, const struct stat& status) {
+  const bool isPassedOver = isPassedOver_ && S_ISREG(status.st_mode) && isPassedOver_(path, status);
+  isAnyFound_ = isAnyFound_ || isPassedOver;
+  return isPassedOver;
+}
+
 bool Inputs::Fail(const Failure& failure) {
   input_.failure = failure;
   return true;
@@ -301,6 +307,10 @@ bool Inputs::TakeNamed(const std::string& path) {
       isAnyFound_ = false;
       return EnterFolder(path, path);
     }
+    struct stat status {};
+    if (isPassedOver_ && stat(path.c_str(), &status) == 0 && IsPassedOver(path, status)) {
+      return false;
+    }
     RequireModel(path);
   } catch (const Failure& failure) {
     return Fail(failure);
@@ -326,7 +336,8 @@ bool Inputs::TakeFound(const Folder& folder, const std::string& name) {
     if (S_ISLNK(status.st_mode) && stat(input_.source.c_str(), &status) != 0) {
       return Fail(SystemFailure(kCannotOpen, errno));
     }
-    return S_ISREG(status.st_mode) && BeginsAsModel(input_.source);
+    return S_ISREG(status.st_mode) && !IsPassedOver(input_.path, status) &&
+           BeginsAsModel(input_.source);
   } catch (const Failure& failure) {
     return Fail(failure);
   }

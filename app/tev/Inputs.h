@@ -58,6 +58,13 @@ class Inputs {
   Inputs(const Inputs&) = delete;
   Inputs& operator=(const Inputs&) = delete;
 
+  /// From now on, regular files for which "isPassedOver" is true are neither opened nor handed out.
+  /// Whoever has it asked counts them as found.
+  void PassOver(
+      std::function<bool(const std::string& path, const struct stat& status)> isPassedOver) {
+    isPassedOver_ = std::move(isPassedOver);
+  }
+
   /// The next file; none after the last. Valid until the next call. Throws a Failure where the
   /// file of names cannot be read to its end.
   [[nodiscard]] const Input* Next();
@@ -76,6 +83,7 @@ class Inputs {
   [[nodiscard]] std::optional<std::string> NextName();
   [[nodiscard]] bool TakeNamed(const std::string& path);
   [[nodiscard]] bool TakeFound(const Folder& folder, const std::string& name);
+  [[nodiscard]] bool IsPassedOver(const std::string& path, const struct stat& status);
   [[nodiscard]] bool Fail(const Failure& failure);
   [[nodiscard]] std::string CopyOf(int descriptor, const struct stat& status);
   [[nodiscard]] bool TakeDescriptor(int descriptor);
@@ -93,6 +101,7 @@ class Inputs {
   bool isAnyFound_ = false;      ///< in the first of them
   Folders folderUse_;
   bool isCountKnown_;
+  std::function<bool(const std::string& path, const struct stat& status)> isPassedOver_;
   Input input_;
   std::map<std::pair<dev_t, ino_t>, std::unique_ptr<TemporaryFile>> copies_;  ///< of pipes
 };

@@ -33,9 +33,10 @@ void AddProgressFlag(CLI::App& app, const std::shared_ptr<FileRun>& run, const c
 }  // namespace
 
 const std::vector<Verb>& Verbs() {
-  static const std::vector<Verb> verbs{ListVerb(),   InfoVerb(),  TreeVerb(), ResultsVerb(),
-                                       ValuesVerb(), DiffVerb(),  SetsVerb(), CheckVerb(),
-                                       BlocksVerb(), BlockVerb(), CdfVerb(),  ExportVerb()};
+  static const std::vector<Verb> verbs{
+      ListVerb(), InfoVerb(),  TreeVerb(),   ResultsVerb(), ValuesVerb(), DiffVerb(),
+      SetsVerb(), CheckVerb(), BlocksVerb(), BlockVerb(),   CdfVerb(),    ExportVerb(),
+      ScanVerb(), MergeVerb(), FindVerb(),   SummaryVerb(), QueryVerb()};
   return verbs;
 }
 
@@ -54,6 +55,10 @@ std::string WholeNumberFault(const std::string& text) {
 void AddOutputOptions(CLI::App& app, const std::shared_ptr<FileRun>& run) {
   app.add_option("-o,--output", run->output, "Write to FILE; - is standard output")
       ->option_text("FILE");
+  AddProgressOptions(app, run);
+}
+
+void AddProgressOptions(CLI::App& app, const std::shared_ptr<FileRun>& run) {
   AddProgressFlag(app, run, "--progress", Progress::Mode::Always,
                   "Tell on standard error how far the run is, wherever that goes");
   AddProgressFlag(app, run, "--no-progress", Progress::Mode::Never, "Never tell");
@@ -77,25 +82,29 @@ void AddModel(CLI::App& app, const std::shared_ptr<FileRun>& run) {
       ->option_text(" ");
 }
 
-std::shared_ptr<FileRun> AddFileOptions(CLI::App& app, FileRun run) {
-  auto shared = std::make_shared<FileRun>(std::move(run));
+void AddInputOptions(CLI::App& app, const std::shared_ptr<FileRun>& run) {
   // An option that allows extra arguments would take a name in brackets for a list of
   // names; one that wants as many as there can be takes each as it is.
   constexpr int kAsManyAsThereAre = 1 << 28;
-  app.add_option("PATH", shared->files, "Models, and folders with models; - is standard input")
+  app.add_option("PATH", run->files, "Models, and folders with models; - is standard input")
       ->expected(kAsManyAsThereAre)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->allow_extra_args(false)
       ->option_text("...");
-  app.add_option("--files0-from", shared->filesFrom,
+  app.add_option("--files0-from", run->filesFrom,
                  "Read further paths, each ended by NUL, from FILE; - is standard input")
       ->option_text("FILE");
-  AddAnswerOptions(app, shared);
-  app.callback([shared] {
-    if (shared->files.empty() && shared->filesFrom.empty()) {
+  app.callback([run] {
+    if (run->files.empty() && run->filesFrom.empty()) {
       throw CLI::RequiredError("PATH");
     }
   });
+}
+
+std::shared_ptr<FileRun> AddFileOptions(CLI::App& app, FileRun run) {
+  auto shared = std::make_shared<FileRun>(std::move(run));
+  AddInputOptions(app, shared);
+  AddAnswerOptions(app, shared);
   return shared;
 }
 

@@ -78,7 +78,13 @@ struct Verb {
 /// Adds what every verb has: "-o", "--progress" and "--no-progress". "run" becomes what they say.
 void AddOutputOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
 
-/// Adds the above, "--json" and "--jsonl", and "--csv" where the run has a heading for it.
+/// Adds "--progress" and "--no-progress" alone.
+void AddProgressOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
+
+/// Adds "PATH..." and "--files0-from", of which there must be one.
+void AddInputOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
+
+/// Adds "--json" and "--jsonl", and "--csv" where the run has a heading for it.
 void AddAnswerOptions(CLI::App& app, const std::shared_ptr<FileRun>& run);
 
 /// Adds "MODEL", which is no folder.
@@ -98,11 +104,16 @@ void AddModel(CLI::App& app, const std::shared_ptr<FileRun>& run);
 [[nodiscard]] Verb CdfVerb();
 [[nodiscard]] Verb CheckVerb();
 [[nodiscard]] Verb ExportVerb();
+[[nodiscard]] Verb FindVerb();
 [[nodiscard]] Verb InfoVerb();
 [[nodiscard]] Verb ListVerb();
+[[nodiscard]] Verb MergeVerb();
+[[nodiscard]] Verb QueryVerb();
 [[nodiscard]] Verb ResultsVerb();
+[[nodiscard]] Verb ScanVerb();
 [[nodiscard]] Verb DiffVerb();
 [[nodiscard]] Verb SetsVerb();
+[[nodiscard]] Verb SummaryVerb();
 [[nodiscard]] Verb ValuesVerb();
 [[nodiscard]] Verb TreeVerb();
 

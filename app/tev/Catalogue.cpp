@@ -1,0 +1,220 @@
+// The tables of a catalogue of models, and what is written to them.
+
+#include "tev/Catalogue.h"
+
+#include <utility>
+
+namespace {
+
+constexpr const char* kTables = R"(
+CREATE TABLE catalogue(schema_version INTEGER NOT NULL, program_version TEXT NOT NULL);
+CREATE TABLE models(
+  id INTEGER PRIMARY KEY, path TEXT NOT NULL UNIQUE, bytes INTEGER, mtime_ns INTEGER,
+  inode INTEGER, scanned_ns INTEGER NOT NULL, has_stats INTEGER NOT NULL,
+  has_check INTEGER NOT NULL, has_hash INTEGER NOT NULL, gone INTEGER NOT NULL, version TEXT,
+  title TEXT, category TEXT, application TEXT, application_version TEXT, modified TEXT,
+  nodes REAL, elements REAL, part_count INTEGER, complete INTEGER NOT NULL, failure_code TEXT,
+  failure_message TEXT, digest TEXT);
+CREATE TABLE parts(
+  model_id INTEGER NOT NULL, id INTEGER NOT NULL, name TEXT NOT NULL, path TEXT NOT NULL,
+  kind TEXT NOT NULL, nodes INTEGER, elements INTEGER);
+CREATE TABLE steps(
+  model_id INTEGER NOT NULL, position INTEGER NOT NULL, text TEXT NOT NULL, label TEXT NOT NULL,
+  value REAL);
+CREATE TABLE results(
+  model_id INTEGER NOT NULL, name TEXT NOT NULL, components INTEGER, location TEXT NOT NULL);
+CREATE TABLE extremes(
+  model_id INTEGER NOT NULL, part_id INTEGER NOT NULL, result TEXT NOT NULL,
+  component INTEGER NOT NULL, min REAL, min_at INTEGER, min_step TEXT, max REAL, max_at INTEGER,
+  max_step TEXT, not_finite INTEGER NOT NULL);
+CREATE TABLE findings(
+  model_id INTEGER NOT NULL, severity TEXT NOT NULL, kind TEXT NOT NULL, block INTEGER,
+  node INTEGER, text TEXT NOT NULL);
+CREATE VIRTUAL TABLE texts USING fts5(title, parts, results);
+CREATE INDEX models_category ON models(category, path);
+CREATE INDEX models_application ON models(application, modified);
+CREATE INDEX models_failure ON models(failure_code, path) WHERE failure_code IS NOT NULL;
+CREATE INDEX models_digest ON models(digest) WHERE digest IS NOT NULL;
+CREATE INDEX models_bytes ON models(bytes);
+CREATE INDEX parts_model ON parts(model_id);
+CREATE INDEX parts_name ON parts(name);
+CREATE INDEX steps_model ON steps(model_id);
+CREATE INDEX results_model ON results(model_id);
+CREATE INDEX results_name ON results(name);
+CREATE INDEX extremes_model ON extremes(model_id);
+CREATE INDEX extremes_max ON extremes(result, component, max);
+CREATE INDEX extremes_min ON extremes(result, component, min);
+CREATE INDEX findings_model ON findings(model_id);
+CREATE INDEX findings_kind ON findings(kind);
+)";
+
+constexpr const char* kStore = R"(
+INSERT INTO models(path, bytes, mtime_ns, inode, scanned_ns, has_stats, has_check, has_hash, gone,
+  version, title, category, application, application_version, modified, nodes, elements, part_count,
+  complete, failure_code, failure_message, digest)
+VALUES (?, ?, ?, ?, ?, ?, ?, ?, 0, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)
+ON CONFLICT(path) DO UPDATE SET bytes = excluded.bytes, mtime_ns = excluded.mtime_ns,
+  inode = excluded.inode, scanned_ns = excluded.scanned_ns, has_stats = excluded.has_stats,
+  has_check = excluded.has_check, has_hash = excluded.has_hash, gone = 0,
+  version = excluded.version, title = excluded.title, category = excluded.category,
+  application = excluded.application, application_version = excluded.application_version,
+  modified = excluded.modified, nodes = excluded.nodes, elements = excluded.elements,
+  part_count = excluded.part_count, complete = excluded.complete,
+  failure_code = excluded.failure_code, failure_message = excluded.failure_message,
+  digest = excluded.digest
+RETURNING id)";
+
+std::int64_t Whole(bool value) { return value ? 1 : 0; }
+
+/// Throws a Failure where the tables are of another version, or missing.
+void RequireVersion(const Database& database) {
+  if (!database.Number("SELECT 1 FROM sqlite_master WHERE name = 'catalogue'")) {
+    throw Failure(FailureCode::NotAModel, "no catalogue: it has other tables");
+  }
+  const std::int64_t version = database.Number("SELECT schema_version FROM catalogue").value_or(0);
+  if (version != kCatalogueVersion) {
+    throw Failure(FailureCode::UnsupportedVersion,
+                  "a catalogue of version " + std::to_string(version) + ", and this program has " +
+                      std::to_string(kCatalogueVersion));
+  }
+}
+
+Database OpenToWrite(const std::string& path) {
+  Database database(path, Database::Access::Write);
+  if (database.Number("SELECT count(*) FROM sqlite_master").value_or(0) == 0) {
+    Transaction transaction(database);
+    database.Execute(kTables);
+    database.Prepare("INSERT INTO catalogue VALUES (?, ?)")
+        .Run(kCatalogueVersion, std::string_view(TEVINFO_VERSION));
+    transaction.Commit();
+  }
+  RequireVersion(database);
+  return database;
+}
+
+std::vector<Statement> ClearingStatements(const Database& database) {
+  std::vector<Statement> statements;
+  for (const std::string& table : TablesOfModels()) {
+    statements.push_back(database.Prepare("DELETE FROM " + table + " WHERE model_id = ?"));
+  }
+  statements.push_back(database.Prepare("DELETE FROM texts WHERE rowid = ?"));
+  return statements;
+}
+
+/// The names of all, each on a line of its own, as words to be found.
+template <class Things>
+std::string NamesIn(const Things& things) {
+  std::string names;
+  for (const auto& thing : things) {
+    names += names.empty() ? "" : "\n";
+    names += thing.name;
+  }
+  return names;
+}
+
+}  // namespace
+
+const std::vector<std::string>& TablesOfModels() {
+  static const std::vector<std::string> tables{"parts", "steps", "results", "extremes", "findings"};
+  return tables;
+}
+
+Database OpenCatalogue(const std::string& path) {
+  Database database(path, Database::Access::Read);
+  database.Execute("PRAGMA query_only = 1");
+  RequireVersion(database);
+  return database;
+}
+
+Catalogue::Catalogue(const std::string& path)
+    : database_(OpenToWrite(path)),
+      find_(database_.Prepare("SELECT id, bytes, mtime_ns, inode, has_stats, has_check, has_hash, "
+                              "gone FROM models WHERE path = ?")),
+      store_(database_.Prepare(kStore)),
+      setGone_(database_.Prepare("UPDATE models SET gone = ?, scanned_ns = ? WHERE id = ?")),
+      clear_(ClearingStatements(database_)),
+      storePart_(database_.Prepare("INSERT INTO parts VALUES (?, ?, ?, ?, ?, ?, ?)")),
+      storeStep_(database_.Prepare("INSERT INTO steps VALUES (?, ?, ?, ?, ?)")),
+      storeResult_(database_.Prepare("INSERT INTO results VALUES (?, ?, ?, ?)")),
+      storeExtreme_(database_.Prepare("INSERT INTO extremes VALUES "
+                                      "(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
+      storeFinding_(database_.Prepare("INSERT INTO findings VALUES (?, ?, ?, ?, ?, ?)")),
+      storeTexts_(database_.Prepare("INSERT INTO texts(rowid, title, parts, results) "
+                                    "VALUES (?, ?, ?, ?)")) {}
+
+std::optional<KnownFile> Catalogue::Find(std::string_view path) {
+  find_.Reset();
+  find_.Bind(path);
+  if (!find_.Step()) {
+    return std::nullopt;
+  }
+  KnownFile known{.id = find_.Integer(0),
+                  .has = {find_.Integer(4) != 0, find_.Integer(5) != 0, find_.Integer(6) != 0},
+                  .isGone = find_.Integer(7) != 0};
+  if (!find_.IsNull(1)) {
+    known.stamp = FileStamp{find_.Integer(1), find_.Integer(2), find_.Integer(3)};
+  }
+  find_.Reset();
+  return known;
+}
+
+std::int64_t Catalogue::Store(const CataloguedModel& model) {
+  store_.Reset();
+  store_.Bind(model.path);
+  store_.Bind(model.stamp ? std::optional(model.stamp->bytes) : std::nullopt);
+  store_.Bind(model.stamp ? std::optional(model.stamp->mtimeNs) : std::nullopt);
+  store_.Bind(model.stamp ? std::optional(model.stamp->inode) : std::nullopt);
+  store_.Bind(model.scannedNs);
+  store_.Bind(Whole(model.has.stats)).Bind(Whole(model.has.check)).Bind(Whole(model.has.hash));
+  store_.Bind(model.version).Bind(model.title).Bind(model.category);
+  store_.Bind(model.application).Bind(model.applicationVersion).Bind(model.modified);
+  store_.Bind(model.nodes).Bind(model.elements).Bind(model.partCount);
+  store_.Bind(Whole(model.isComplete));
+  if (model.failure) {
+    store_.Bind(NameOf(model.failure->Code())).Bind(std::string_view(model.failure->what()));
+  } else {
+    store_.Bind(nullptr).Bind(nullptr);
+  }
+  store_.Bind(model.digest);
+  static_cast<void>(store_.Step());
+  const std::int64_t id = store_.Integer(0);
+  store_.Reset();
+  StoreRowsOf(id, model);
+  return id;
+}
+
+void Catalogue::StoreRowsOf(std::int64_t id, const CataloguedModel& model) {
+  for (Statement& statement : clear_) {
+    statement.Run(id);
+  }
+  for (const auto& part : model.parts) {
+    storePart_.Run(id, part.id, std::string_view(part.name), std::string_view(part.path), part.kind,
+                   part.nodes, part.elements);
+  }
+  std::int64_t position = 0;
+  for (const auto& step : model.steps) {
+    storeStep_.Run(id, position++, std::string_view(step.text), std::string_view(step.label),
+                   step.value);
+  }
+  for (const auto& result : model.results) {
+    storeResult_.Run(id, std::string_view(result.name), result.components, result.location);
+  }
+  for (const auto& extreme : model.extremes) {
+    storeExtreme_.Run(id, extreme.part, std::string_view(extreme.result), extreme.component,
+                      extreme.min, extreme.minAt, extreme.minStep, extreme.max, extreme.maxAt,
+                      extreme.maxStep, extreme.notFinite);
+  }
+  for (const auto& finding : model.findings) {
+    storeFinding_.Run(id, finding.severity, finding.kind, finding.block, finding.node,
+                      std::string_view(finding.text));
+  }
+  if (model.title || !model.parts.empty() || !model.results.empty()) {
+    storeTexts_.Run(id, std::string_view(model.title ? *model.title : std::string()),
+                    std::string_view(NamesIn(model.parts)),
+                    std::string_view(NamesIn(model.results)));
+  }
+}
+
+void Catalogue::SetGone(std::int64_t id, bool isGone, std::int64_t nowNs) {
+  setGone_.Run(Whole(isGone), nowNs, id);
+}

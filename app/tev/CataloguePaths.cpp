@@ -1,0 +1,90 @@
+// Paths as a catalogue has them, and which share of a scan they fall to.
+
+#include "tev/CataloguePaths.h"
+
+#include <sys/stat.h>
+
+#include <charconv>
+#include <filesystem>
+#include <optional>
+
+namespace {
+
+bool IsLink(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+void AddName(std::string_view name, std::string& path) {
+  if (name.empty() || name == ".") {
+    return;
+  }
+  if (name == ".." && !path.ends_with("/..") && !IsLink(path)) {
+    path.erase(path.empty() ? 0 : path.rfind('/'));
+    return;
+  }
+  path += '/';
+  path += name;
+}
+
+std::optional<Shard> Parse(const std::string& text) {
+  Shard shard;
+  const char* end = text.data() + text.size();
+  const auto number = std::from_chars(text.data(), end, shard.number);
+  if (number.ec != std::errc() || number.ptr == end || *number.ptr != '/') {
+    return std::nullopt;
+  }
+  const auto count = std::from_chars(number.ptr + 1, end, shard.count);
+  const bool isWhole = count.ec == std::errc() && count.ptr == end;
+  return isWhole && shard.number < shard.count ? std::optional(shard) : std::nullopt;
+}
+
+}  // namespace
+
+std::string AbsolutePath(const std::string& path) {
+  std::string absolute =
+      path.starts_with('/') ? std::string() : std::filesystem::current_path().string();
+  if (absolute == "/") {
+    absolute.clear();
+  }
+  for (std::size_t start = 0; start <= path.size();) {
+    const std::size_t end = std::min(path.find('/', start), path.size());
+    AddName(std::string_view(path).substr(start, end - start), absolute);
+    start = end + 1;
+  }
+  return absolute.empty() ? "/" : absolute;
+}
+
+bool Shard::Has(std::string_view absolutePath) const {
+  constexpr std::uint64_t kOffset = 0xCBF29CE484222325;
+  constexpr std::uint64_t kPrime = 0x100000001B3;
+  if (count == 1) {
+    return true;
+  }
+  std::uint64_t hash = kOffset;
+  for (const char character : absolutePath) {
+    hash = (hash ^ static_cast<unsigned char>(character)) * kPrime;
+  }
+  return hash % count == number;
+}
+
+std::string ShardFault(const std::string& text) {
+  return Parse(text) ? "" : '"' + text + "\" is no shard K/N, with K from 0 to N - 1";
+}
+
+Shard ShardOf(const std::string& text) { return Parse(text).value_or(Shard()); }
+
+Ancestors::Ancestors(std::vector<std::string> absolutePaths)
+    : paths_(absolutePaths.begin(), absolutePaths.end()) {}
+
+bool Ancestors::HasAbove(const std::string& absolutePath) const {
+  for (std::size_t end = absolutePath.size(); end != 0; end = absolutePath.rfind('/', end - 1)) {
+    if (paths_.contains(std::string_view(absolutePath).substr(0, end))) {
+      return true;
+    }
+    if (end == std::string::npos) {
+      return false;
+    }
+  }
+  return paths_.contains("/");
+}
