@@ -144,7 +144,7 @@ Catalogue::Catalogue(const std::string& path)
 
 std::optional<KnownFile> Catalogue::Find(std::string_view path) {
   find_.Reset();
-  find_.Bind(path);
+  find_.Bind(RawText{path});
   if (!find_.Step()) {
     return std::nullopt;
   }
@@ -160,7 +160,7 @@ std::optional<KnownFile> Catalogue::Find(std::string_view path) {
 
 std::int64_t Catalogue::Store(const CataloguedModel& model) {
   store_.Reset();
-  store_.Bind(model.path);
+  store_.Bind(RawText{model.path});
   store_.Bind(model.stamp ? std::optional(model.stamp->bytes) : std::nullopt);
   store_.Bind(model.stamp ? std::optional(model.stamp->mtimeNs) : std::nullopt);
   store_.Bind(model.stamp ? std::optional(model.stamp->inode) : std::nullopt);

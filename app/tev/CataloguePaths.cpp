@@ -58,7 +58,7 @@ std::string AbsolutePath(const std::string& path) {
 bool Shard::Has(std::string_view absolutePath) const {
   constexpr std::uint64_t kOffset = 0xCBF29CE484222325;
   constexpr std::uint64_t kPrime = 0x100000001B3;
-  if (count == 1) {
+  if (count == 0) {
     return true;
   }
   std::uint64_t hash = kOffset;

@@ -11,10 +11,10 @@
 [[nodiscard]] std::string AbsolutePath(const std::string& path);
 
 /// The share of the files that one of several scans takes: those whose path has that FNV-1a hash
-/// of 64 bits, modulo "count". One of one is all.
+/// of 64 bits, modulo "count".
 struct Shard {
   std::uint64_t number = 0;
-  std::uint64_t count = 1;
+  std::uint64_t count = 0;  ///< 0: there are no shares, and this is all
 
   [[nodiscard]] bool Has(std::string_view absolutePath) const;
 };

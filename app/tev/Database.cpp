@@ -4,6 +4,7 @@
 
 #include <sqlite3.h>
 
+#include "Lbt/Util/Utf8.h"
 #include "tev/FileFailure.h"
 
 namespace {
@@ -66,10 +67,15 @@ Statement& Statement::Bind(double number) {
   return *this;
 }
 
-Statement& Statement::Bind(std::string_view text) {
-  Require(sqlite3_bind_text64(statement_.get(), next_++, text.data() == nullptr ? "" : text.data(),
-                              text.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
+Statement& Statement::Bind(RawText text) {
+  const std::string_view bytes = text.bytes;
+  Require(sqlite3_bind_text64(statement_.get(), next_++, bytes.empty() ? "" : bytes.data(),
+                              bytes.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
   return *this;
+}
+
+Statement& Statement::Bind(std::string_view text) {
+  return Bind(RawText{Lbt::Util::ValidUtf8(text)});
 }
 
 bool Statement::Step() {
@@ -151,6 +157,10 @@ void Database::Execute(const std::string& sql) const {
   }
 }
 
+void Database::Try(const std::string& sql) const noexcept {
+  static_cast<void>(sqlite3_exec(handle_.get(), sql.c_str(), nullptr, nullptr, nullptr));
+}
+
 std::optional<std::int64_t> Database::Number(std::string_view sql) const {
   Statement statement = Prepare(sql);
   return statement.Step() && !statement.IsNull(0) ? std::optional(statement.Integer(0))
@@ -165,7 +175,7 @@ Transaction::Transaction(const Database& database) : database_(&database) {
 
 Transaction::~Transaction() {
   if (isOpen_) {
-    sqlite3_exec(database_->Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    database_->Try("ROLLBACK");
   }
 }
 

@@ -9,6 +9,11 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
+/// A text that is kept as its bytes are, valid or not.
+struct RawText {
+  std::string_view bytes;
+};
+
 /// One prepared statement of a database, which must outlive it. All that fails throws a Failure.
 class Statement {
  public:
@@ -18,7 +23,8 @@ class Statement {
   Statement& Bind(std::nullptr_t null);
   Statement& Bind(std::int64_t number);
   Statement& Bind(double number);  ///< NaN becomes null
-  Statement& Bind(std::string_view text);
+  Statement& Bind(RawText text);
+  Statement& Bind(std::string_view text);  ///< with U+FFFD for what is no valid UTF-8
   template <class T>
   Statement& Bind(const std::optional<T>& value) {
     return value ? Bind(*value) : Bind(nullptr);
@@ -82,6 +88,9 @@ class Database {
 
   /// Runs statements without results.
   void Execute(const std::string& sql) const;
+
+  /// The same, for what may as well stay undone.
+  void Try(const std::string& sql) const noexcept;
 
   /// The first column of the first row, if there is one.
   [[nodiscard]] std::optional<std::int64_t> Number(std::string_view sql) const;

@@ -86,7 +86,7 @@ std::int64_t MergeAll(const Options& options) {
       "CREATE TEMP TABLE moved(old INTEGER PRIMARY KEY, previous INTEGER, new INTEGER);");
   std::int64_t count = 0;
   for (const std::string& part : options.parts) {
-    database.Prepare("ATTACH DATABASE ? AS part").Run(std::string_view(part));
+    database.Prepare("ATTACH DATABASE ? AS part").Run(RawText{part});
     Transaction transaction(database);
     count += TakePart(database);
     transaction.Commit();

@@ -24,6 +24,7 @@ class Comparison:
     def __init__(self, catalogue):
         self.rows = sqlite3.connect(f"file:{catalogue}?mode=ro", uri=True)
         self.rows.row_factory = sqlite3.Row
+        self.rows.text_factory = os.fsdecode  # a path may be no valid UTF-8
         self.faults = []
 
     def require(self, path, what, stored, told):
@@ -94,6 +95,12 @@ class Comparison:
             "part_id, result, component, min, min_at, min_step, max, max_at, max_step",
             "extremes", self.model(path), "rowid")}
         self.require(path, "extremes", stored, told)
+        not_finite = self.rows.execute(
+            "SELECT ifnull(sum(not_finite), 0) FROM extremes WHERE model_id = ? AND component >= 0",
+            (self.model(path)["id"],)).fetchone()[0]
+        self.require(path, "numbers that are not finite", not_finite,
+                     sum(field["statistics"]["notFinite"] for field in fields
+                         if field["statistics"]))
 
     def compare_findings(self, path, check):
         self.require(path, "findings",
