@@ -6,7 +6,7 @@ build_packages=(g++ cmake ninja-build zlib1g-dev libboost-dev libcli11-dev nlohm
 test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema python3-numpy
   python3-h5py python3-meshio python3-vtk9)
 python_packages=("${test_packages[@]}" python3-dev pybind11-dev python3-pytest python3-build
-  python3-wheel python3-setuptools)
+  python3-wheel python3-setuptools python3-dask python3-distributed openssl)
 asan_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
 coverage_packages=("${test_packages[@]}" gcovr)
 format_packages=(clang-format)
@@ -56,7 +56,8 @@ has_parts_of() {
         2>/dev/null
       ;;
     pybind11-dev) has_header_file pybind11/pybind11.h ;;
-    python3-pytest | python3-build | python3-wheel | python3-setuptools | python3-meshio | python3-h5py)
+    python3-pytest | python3-build | python3-wheel | python3-setuptools | python3-meshio | \
+      python3-h5py | python3-dask | python3-distributed)
       python3 -c "import ${1#python3-}" 2>/dev/null
       ;;
     python3-vtk9) python3 -c 'import vtkmodules' 2>/dev/null ;;

@@ -37,8 +37,11 @@ def test_two_wheels_are_the_same_and_work(tmp_path):
     installed = tmp_path / "installed"
     with zipfile.ZipFile(first) as archive:
         names = archive.namelist()
+        entry_points, = (name for name in names if name.endswith("/entry_points.txt"))
+        assert b"tev-archive = tev.archive:main" in archive.read(entry_points).splitlines()
         archive.extractall(installed)
-    assert {"tev/LICENSE", "tev/__init__.py", "tev/py.typed", "tev/_native.pyi"} <= set(names)
+    assert {"tev/LICENSE", "tev/__init__.py", "tev/archive.py", "tev/py.typed",
+            "tev/_native.pyi"} <= set(names)
     assert not [name for name in names if "test" in name or name.startswith("src")]
     run = subprocess.run(
         [sys.executable, "-c", "import sys, tev; print(tev.__file__, len(tev.open(sys.argv[1])))",

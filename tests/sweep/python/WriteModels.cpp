@@ -98,6 +98,21 @@ ModelWriter FortyFields() {
   return model;
 }
 
+/// One part with a field of 12 million numbers, the number's place modulo 4, in one block.
+ModelWriter LargeField() {
+  constexpr std::size_t kMany = 12000000;
+  ModelWriter model;
+  const auto root = model.AddGroup("model", 0);
+  const auto mesh = model.AddGeometry("mesh", model.AddShape("Plate", root));
+  std::vector<float> values(kMany);
+  for (std::size_t i = 0; i < kMany; ++i) {
+    values[i] = static_cast<float>(i % 4);
+  }
+  model.AddVariable(mesh, Variable::Floats("Result", tevtest::kScalarResult, 1, values));
+  model.SetLayout("Heavy Data", {.packing = tevtest::StreamLayout::Packing::Compressed});
+  return model;
+}
+
 void WriteMutants(std::size_t stride) {
   for (const tevtest::VariedModel& model : tevtest::VariedModels()) {
     ForEachMutant(model.bytes, stride, [](const std::string& mutant) {
@@ -120,7 +135,8 @@ int main(int argc, char** argv) {
                                                        {"no results", NoResults},
                                                        {"more ids", MoreIds},
                                                        {"fewer ids", FewerIds},
-                                                       {"forty fields", FortyFields}};
+                                                       {"forty fields", FortyFields},
+                                                       {"large field", LargeField}};
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   if (arguments.size() != 2) {
     return 1;
