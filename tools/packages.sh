@@ -65,6 +65,8 @@ has_parts_of() {
     hdf5-tools) command -v h5dump >/dev/null ;;
     netcdf-bin) command -v ncdump >/dev/null ;;
     libhdf5-dev) has_header hdf5.h || has_header hdf5/serial/hdf5.h ;;
+    libsqlite3-dev) has_header sqlite3.h ;;
+    libssl-dev) has_header openssl/evp.h ;;
     libnetcdf-dev) has_header netcdf.h ;;
     libfmt-dev) has_header fmt/format.h ;;
     libbenchmark-dev) has_header benchmark/benchmark.h ;;
