@@ -34,6 +34,8 @@ if("tev" IN_LIST TEVINFO_PROGRAMS)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/man/" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
     FILES_MATCHING PATTERN "tev*.1")
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/schema" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+  install(PROGRAMS "${PROJECT_SOURCE_DIR}/tools/slurm/archive.sbatch"
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}")
   install(FILES "${PROJECT_SOURCE_DIR}/completions/tev.bash"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
     RENAME tev)

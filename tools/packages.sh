@@ -6,7 +6,8 @@ build_packages=(g++ cmake ninja-build zlib1g-dev libboost-dev libcli11-dev nlohm
 test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema python3-numpy
   python3-h5py python3-meshio python3-vtk9)
 python_packages=("${test_packages[@]}" python3-dev pybind11-dev python3-pytest python3-build
-  python3-wheel python3-setuptools python3-dask python3-distributed openssl)
+  python3-wheel python3-setuptools python3-dask python3-distributed openssl
+  slurm-wlm munge)
 asan_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
 coverage_packages=("${test_packages[@]}" gcovr)
 format_packages=(clang-format)
@@ -62,6 +63,7 @@ has_parts_of() {
       ;;
     python3-vtk9) python3 -c 'import vtkmodules' 2>/dev/null ;;
     libclang-rt-14-dev) has_clang_runtime ;;
+    slurm-wlm) command -v slurmctld >/dev/null ;;
     hdf5-tools) command -v h5dump >/dev/null ;;
     netcdf-bin) command -v ncdump >/dev/null ;;
     libhdf5-dev) has_header hdf5.h || has_header hdf5/serial/hdf5.h ;;

@@ -30,7 +30,7 @@ class DevScript : public ::testing::Test {
                              "mkdir", "mktemp", "nproc", "rm", "sed", "sort", "xargs"})
       LinkTool(name);
     for (const char* name : {"cmake", "ctest", "clang-format", "clang-tidy", "gcovr", "python3",
-                             "ninja", "valgrind", "openssl"})
+                             "ninja", "valgrind", "openssl", "slurmctld", "munge"})
       WriteTool(name, "exit 0");
     // Headers are looked for by a line of source.
     WriteTool("g++", "exec cat >/dev/null");
