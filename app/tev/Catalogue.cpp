@@ -30,39 +30,35 @@ CREATE TABLE extremes(
 CREATE TABLE findings(
   model_id INTEGER NOT NULL, severity TEXT NOT NULL, kind TEXT NOT NULL, block INTEGER,
   node INTEGER, text TEXT NOT NULL);
-CREATE VIRTUAL TABLE texts USING fts5(title, parts, results);
-CREATE INDEX models_category ON models(category, path);
-CREATE INDEX models_application ON models(application, modified);
-CREATE INDEX models_failure ON models(failure_code, path) WHERE failure_code IS NOT NULL;
-CREATE INDEX models_digest ON models(digest) WHERE digest IS NOT NULL;
-CREATE INDEX models_bytes ON models(bytes);
-CREATE INDEX parts_model ON parts(model_id);
-CREATE INDEX parts_name ON parts(name);
-CREATE INDEX steps_model ON steps(model_id);
-CREATE INDEX results_model ON results(model_id);
-CREATE INDEX results_name ON results(name);
-CREATE INDEX extremes_model ON extremes(model_id);
-CREATE INDEX extremes_max ON extremes(result, component, max);
-CREATE INDEX extremes_min ON extremes(result, component, min);
-CREATE INDEX findings_model ON findings(model_id);
-CREATE INDEX findings_kind ON findings(kind);
+CREATE VIRTUAL TABLE texts USING fts5(title, parts, results, columnsize = 0);
 )";
 
+/// To be made once the first rows are there: one by one, they would take as long as the rows.
+constexpr const char* kIndexes = R"(
+CREATE INDEX IF NOT EXISTS models_category ON models(category, path);
+CREATE INDEX IF NOT EXISTS models_application ON models(application, modified);
+CREATE INDEX IF NOT EXISTS models_failure ON models(failure_code, path)
+  WHERE failure_code IS NOT NULL;
+CREATE INDEX IF NOT EXISTS models_digest ON models(digest) WHERE digest IS NOT NULL;
+CREATE INDEX IF NOT EXISTS models_bytes ON models(bytes);
+CREATE INDEX IF NOT EXISTS parts_model ON parts(model_id);
+CREATE INDEX IF NOT EXISTS parts_name ON parts(name);
+CREATE INDEX IF NOT EXISTS steps_model ON steps(model_id);
+CREATE INDEX IF NOT EXISTS results_model ON results(model_id);
+CREATE INDEX IF NOT EXISTS results_name ON results(name);
+CREATE INDEX IF NOT EXISTS extremes_model ON extremes(model_id);
+CREATE INDEX IF NOT EXISTS extremes_max ON extremes(result, max);
+CREATE INDEX IF NOT EXISTS extremes_min ON extremes(result, min);
+CREATE INDEX IF NOT EXISTS findings_model ON findings(model_id);
+CREATE INDEX IF NOT EXISTS findings_kind ON findings(kind);
+)";
+
+// No "OR REPLACE": a statement that may be taken back by itself has all new words written out.
 constexpr const char* kStore = R"(
-INSERT INTO models(path, bytes, mtime_ns, inode, scanned_ns, has_stats, has_check, has_hash, gone,
+INSERT INTO models(id, path, bytes, mtime_ns, inode, scanned_ns, has_stats, has_check, has_hash, gone,
   version, title, category, application, application_version, modified, nodes, elements, part_count,
   complete, failure_code, failure_message, digest)
-VALUES (?, ?, ?, ?, ?, ?, ?, ?, 0, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)
-ON CONFLICT(path) DO UPDATE SET bytes = excluded.bytes, mtime_ns = excluded.mtime_ns,
-  inode = excluded.inode, scanned_ns = excluded.scanned_ns, has_stats = excluded.has_stats,
-  has_check = excluded.has_check, has_hash = excluded.has_hash, gone = 0,
-  version = excluded.version, title = excluded.title, category = excluded.category,
-  application = excluded.application, application_version = excluded.application_version,
-  modified = excluded.modified, nodes = excluded.nodes, elements = excluded.elements,
-  part_count = excluded.part_count, complete = excluded.complete,
-  failure_code = excluded.failure_code, failure_message = excluded.failure_message,
-  digest = excluded.digest
-RETURNING id)";
+VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, 0, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))";
 
 std::int64_t Whole(bool value) { return value ? 1 : 0; }
 
@@ -98,6 +94,7 @@ std::vector<Statement> ClearingStatements(const Database& database) {
     statements.push_back(database.Prepare("DELETE FROM " + table + " WHERE model_id = ?"));
   }
   statements.push_back(database.Prepare("DELETE FROM texts WHERE rowid = ?"));
+  statements.push_back(database.Prepare("DELETE FROM models WHERE id = ?"));
   return statements;
 }
 
@@ -129,7 +126,7 @@ Database OpenCatalogue(const std::string& path) {
 Catalogue::Catalogue(const std::string& path)
     : database_(OpenToWrite(path)),
       find_(database_.Prepare("SELECT id, bytes, mtime_ns, inode, has_stats, has_check, has_hash, "
-                              "gone FROM models WHERE path = ?")),
+                              "gone, path FROM models WHERE path >= ? ORDER BY path")),
       store_(database_.Prepare(kStore)),
       setGone_(database_.Prepare("UPDATE models SET gone = ?, scanned_ns = ? WHERE id = ?")),
       clear_(ClearingStatements(database_)),
@@ -140,12 +137,20 @@ Catalogue::Catalogue(const std::string& path)
                                       "(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
       storeFinding_(database_.Prepare("INSERT INTO findings VALUES (?, ?, ?, ?, ?, ?)")),
       storeTexts_(database_.Prepare("INSERT INTO texts(rowid, title, parts, results) "
-                                    "VALUES (?, ?, ?, ?)")) {}
+                                    "VALUES (?, ?, ?, ?)")) {
+  if (database_.Number("SELECT 1 FROM models LIMIT 1")) {
+    MakeIndexes();
+  }
+}
 
 std::optional<KnownFile> Catalogue::Find(std::string_view path) {
-  find_.Reset();
-  find_.Bind(RawText{path});
-  if (!find_.Step()) {
+  constexpr int kPath = 8;
+  if (!isAtRow_ || find_.TextView(kPath) != path) {
+    find_.Reset();
+    find_.Bind(RawText{path});
+    isAtRow_ = find_.Step();
+  }
+  if (!isAtRow_ || find_.TextView(kPath) != path) {
     return std::nullopt;
   }
   KnownFile known{.id = find_.Integer(0),
@@ -154,12 +159,23 @@ std::optional<KnownFile> Catalogue::Find(std::string_view path) {
   if (!find_.IsNull(1)) {
     known.stamp = FileStamp{find_.Integer(1), find_.Integer(2), find_.Integer(3)};
   }
-  find_.Reset();
+  isAtRow_ = find_.Step();
   return known;
 }
 
-std::int64_t Catalogue::Store(const CataloguedModel& model) {
+void Catalogue::EndFinding() {
+  find_.Reset();
+  isAtRow_ = false;
+}
+
+std::int64_t Catalogue::Store(const CataloguedModel& model, std::optional<std::int64_t> known) {
+  if (known) {
+    for (Statement& statement : clear_) {
+      statement.Run(*known);
+    }
+  }
   store_.Reset();
+  store_.Bind(known);
   store_.Bind(RawText{model.path});
   store_.Bind(model.stamp ? std::optional(model.stamp->bytes) : std::nullopt);
   store_.Bind(model.stamp ? std::optional(model.stamp->mtimeNs) : std::nullopt);
@@ -177,16 +193,13 @@ std::int64_t Catalogue::Store(const CataloguedModel& model) {
   }
   store_.Bind(model.digest);
   static_cast<void>(store_.Step());
-  const std::int64_t id = store_.Integer(0);
   store_.Reset();
+  const std::int64_t id = known ? *known : database_.LastId();
   StoreRowsOf(id, model);
   return id;
 }
 
 void Catalogue::StoreRowsOf(std::int64_t id, const CataloguedModel& model) {
-  for (Statement& statement : clear_) {
-    statement.Run(id);
-  }
   for (const auto& part : model.parts) {
     storePart_.Run(id, part.id, std::string_view(part.name), std::string_view(part.path), part.kind,
                    part.nodes, part.elements);
@@ -214,6 +227,8 @@ void Catalogue::StoreRowsOf(std::int64_t id, const CataloguedModel& model) {
                     std::string_view(NamesIn(model.results)));
   }
 }
+
+void Catalogue::MakeIndexes() { database_.Execute(kIndexes); }
 
 void Catalogue::SetGone(std::int64_t id, bool isGone, std::int64_t nowNs) {
   setGone_.Run(Whole(isGone), nowNs, id);

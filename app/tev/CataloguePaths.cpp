@@ -15,6 +15,12 @@ bool IsLink(const std::string& path) {
   return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
 }
 
+/// Whether it is what AbsolutePath makes of it.
+bool IsPlain(std::string_view path) {
+  return path.starts_with('/') && !path.ends_with('/') && path.find("//") == path.npos &&
+         path.find("/.") == path.npos;
+}
+
 void AddName(std::string_view name, std::string& path) {
   if (name.empty() || name == ".") {
     return;
@@ -42,6 +48,9 @@ std::optional<Shard> Parse(const std::string& text) {
 }  // namespace
 
 std::string AbsolutePath(const std::string& path) {
+  if (IsPlain(path)) {  // as all are that a walk finds
+    return path;
+  }
   std::string absolute =
       path.starts_with('/') ? std::string() : std::filesystem::current_path().string();
   if (absolute == "/") {

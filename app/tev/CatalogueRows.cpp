@@ -3,6 +3,7 @@
 #include "tev/CatalogueRows.h"
 
 #include <CLI/CLI.hpp>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
@@ -63,13 +64,29 @@ void WriteCsv(Statement& rows, std::ostream& stream) {
   }
 }
 
+/// The names of the columns, each but once: the second "id" is "id 2". No column is "format".
+std::vector<std::string> KeysOf(const Statement& rows) {
+  std::map<std::string, int> uses{{"format", 1}};
+  std::vector<std::string> keys;
+  for (int i = 0; i < rows.Columns(); ++i) {
+    const std::string name = rows.NameOf(i);
+    std::string key = name;
+    while (++uses[key] != 1) {
+      key = name + ' ' + std::to_string(uses[key]);
+    }
+    keys.push_back(key);
+  }
+  return keys;
+}
+
 void WriteLines(Statement& rows, const std::string& verb, std::ostream& stream) {
+  const std::vector<std::string> keys = KeysOf(rows);
   while (rows.Step()) {
     JsonWriter json(stream, JsonLayout::OneLine);
     json.OpenObject();
     json.Member("format", "tev." + verb + "/1");
     for (int i = 0; i < rows.Columns(); ++i) {
-      json.Member(rows.NameOf(i), CellJson(rows, i));
+      json.Member(keys[static_cast<std::size_t>(i)], CellJson(rows, i));
     }
     json.Close();
     stream << '\n';
@@ -87,6 +104,7 @@ void AddCatalogue(CLI::App& app, const std::shared_ptr<RowRun>& run) {
 void AddRowForms(CLI::App& app, const std::shared_ptr<RowRun>& run) {
   CLI::Option* csv = app.add_flag_callback(
       "--csv", [run] { run->form = Form::Csv; }, "Write comma-separated values");
+  csv->option_text(" ");
   app.add_flag_callback(
          "--jsonl", [run] { run->form = Form::JsonLines; }, "Write a line of JSON for each row")
       ->excludes(csv)

@@ -7,9 +7,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <chrono>
 #include <filesystem>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 
 #include "tev/Answers.h"
@@ -69,7 +71,6 @@ Catalogue OpenToFill(const std::string& path) {
     database.Execute("PRAGMA journal_mode = WAL");
   }
   database.Execute("PRAGMA synchronous = NORMAL");
-  database.Execute("CREATE TEMP TABLE seen(id INTEGER PRIMARY KEY)");
   return catalogue;
 }
 
@@ -80,6 +81,29 @@ std::vector<std::string> RootsOf(const ScanOrder& order) {
   }
   return roots;
 }
+
+std::optional<std::int64_t> IdOf(const std::optional<KnownFile>& known) {
+  return known ? std::optional(known->id) : std::nullopt;
+}
+
+/// Ids of models: a bit for each, as they are dense.
+class IdSet {
+ public:
+  void Put(std::int64_t id) { pages_[PageOf(id)].set(PlaceOf(id)); }
+
+  [[nodiscard]] bool Has(std::int64_t id) const {
+    const auto page = pages_.find(PageOf(id));
+    return page != pages_.end() && page->second.test(PlaceOf(id));
+  }
+
+ private:
+  static constexpr std::uint64_t kPage = 32768;
+
+  static std::uint64_t PageOf(std::int64_t id) { return static_cast<std::uint64_t>(id) / kPage; }
+  static std::size_t PlaceOf(std::int64_t id) { return static_cast<std::uint64_t>(id) % kPage; }
+
+  std::unordered_map<std::uint64_t, std::bitset<kPage>> pages_;
+};
 
 /// Whether the next scan may fare better, though the file is the same.
 bool IsWorthAnotherTry(const CataloguedModel& model) {
@@ -103,7 +127,6 @@ class Scan {
       : order_(&order),
         note_(order.catalogue),
         catalogue_(OpenToFill(order.catalogue)),
-        see_(catalogue_.GetDatabase().Prepare("INSERT OR IGNORE INTO seen VALUES (?)")),
         batch_(std::in_place, catalogue_.GetDatabase()) {}
 
   ScanCounts Run() {
@@ -112,6 +135,8 @@ class Scan {
     if (!order_->isEnding()) {
       MarkVanished();
     }
+    catalogue_.EndFinding();
+    catalogue_.MakeIndexes();
     batch_->Commit();
     batch_.reset();
     // Write-ahead logging would need a folder to write to, just to read what is in the catalogue.
@@ -131,7 +156,8 @@ class Scan {
       model.failure = Failure(FailureCode::IoError, "a scan ended while it was reading this file");
       model.has = {true, true, true};  // there is nothing more to ask for
       model.scannedNs = NowNs();
-      static_cast<void>(catalogue_.Store(model));
+      const auto known = catalogue_.Find(model.path);
+      static_cast<void>(catalogue_.Store(model, IdOf(known)));
       Commit();
       note_.End();
       ReportFailure(model.path, model.failure->what());
@@ -159,13 +185,10 @@ class Scan {
     }
     known_ = catalogue_.Find(path);
     stamp_ = stamp;
-    if (known_ && known_->stamp != stamp) {
-      known_.reset();
-    }
-    if (!known_ || !Covers(known_->has, order_->depth)) {
+    if (!known_ || known_->stamp != stamp || !Covers(known_->has, order_->depth)) {
       return false;
     }
-    See(known_->id);
+    seen_.Put(known_->id);
     if (known_->isGone) {
       catalogue_.SetGone(known_->id, false, NowNs());
     }
@@ -176,7 +199,7 @@ class Scan {
 
   void Take(const Input& input, const std::string& path) {
     const std::optional<FileStamp> stamp = std::exchange(stamp_, std::nullopt);
-    const std::optional<KnownFile> known = std::exchange(known_, std::nullopt);
+    std::optional<KnownFile> known = std::exchange(known_, std::nullopt);
     if (DescriptorOf(input.path)) {
       throw Failure(FailureCode::NotAFile, input.path + ": has no path that could be kept");
     }
@@ -187,17 +210,21 @@ class Scan {
       return;
     }
     ++counts_.read;
-    if (IsVanished(input, path)) {
+    if (!stamp) {
+      known = catalogue_.Find(path);
+    }
+    if (known && IsVanished(input, *known)) {
       return;
     }
     note_.Begin(stamp.value_or(FileStamp()), path);
+    const bool isUnchanged = stamp && known && known->stamp == stamp;
     CataloguedModel model =
-        Gather(input, path, known ? Both(order_->depth, known->has) : order_->depth);
+        Gather(input, path, isUnchanged ? Both(order_->depth, known->has) : order_->depth);
     note_.End();
     if (stamp && !IsWorthAnotherTry(model)) {
       model.stamp = stamp;
     }
-    See(catalogue_.Store(model));
+    seen_.Put(catalogue_.Store(model, IdOf(known)));
     if (model.failure) {
       ++counts_.failed;
       ReportFailure(path, model.failure->what());
@@ -205,17 +232,15 @@ class Scan {
   }
 
   /// Whether a file that is known was named, and is no more: what is known of it stays.
-  bool IsVanished(const Input& input, const std::string& path) {
-    if (!input.failure || input.failure->Code() != FailureCode::NotFound) {
+  bool IsVanished(const Input& input, const KnownFile& known) {
+    if (!known.stamp || !input.failure || input.failure->Code() != FailureCode::NotFound) {
       return false;
     }
-    const auto known = catalogue_.Find(path);
-    const bool isKnown = known && known->stamp;
-    if (isKnown && !known->isGone) {
-      catalogue_.SetGone(known->id, true, NowNs());
+    if (!known.isGone) {
+      catalogue_.SetGone(known.id, true, NowNs());
       ++counts_.vanished;
     }
-    return isKnown;
+    return true;
   }
 
   static CataloguedModel Gather(const Input& input, const std::string& path,
@@ -234,8 +259,6 @@ class Scan {
     return model;
   }
 
-  void See(std::int64_t id) { see_.Run(id); }
-
   /// A folder that cannot be listed tells nothing of what is below it, and a file that cannot be
   /// looked at is not gone.
   void MarkVanished() {
@@ -243,22 +266,23 @@ class Scan {
     const Ancestors roots(RootsOf(*order_));
     const Ancestors closed(std::move(closed_));
     database.Execute("CREATE TEMP TABLE vanished(id INTEGER PRIMARY KEY)");
-    Statement unseen =
-        database.Prepare("SELECT id, path FROM models WHERE gone = 0 AND id NOT IN seen");
-    Statement add = database.Prepare("INSERT INTO vanished VALUES (?)");
-    while (unseen.Step()) {
-      const std::string path = unseen.Text(1);
-      if (roots.HasAbove(path) && !closed.HasAbove(path) && order_->shard.Has(path)) {
-        add.Run(unseen.Integer(0));
-        ++counts_.vanished;
+    Statement rows = database.Prepare("SELECT id, path FROM models WHERE gone = 0");
+    Statement mark = database.Prepare("INSERT INTO temp.vanished VALUES (?)");
+    while (rows.Step()) {
+      if (!seen_.Has(rows.Integer(0))) {
+        const std::string path = rows.Text(1);
+        if (roots.HasAbove(path) && !closed.HasAbove(path) && order_->shard.Has(path)) {
+          mark.Run(rows.Integer(0));
+          ++counts_.vanished;
+        }
       }
     }
-    database.Prepare("UPDATE models SET gone = 1, scanned_ns = ? WHERE id IN vanished")
+    database.Prepare("UPDATE models SET gone = 1, scanned_ns = ? WHERE id IN temp.vanished")
         .Run(NowNs());
   }
 
   void CommitNowAndThen() {
-    constexpr std::size_t kFiles = 1000;
+    constexpr std::size_t kFiles = 10000;
     constexpr std::chrono::seconds kAtLeastEvery(2);
     if (++sinceCommit_ >= kFiles ||
         std::chrono::steady_clock::now() - lastCommit_ >= kAtLeastEvery) {
@@ -267,6 +291,7 @@ class Scan {
   }
 
   void Commit() {
+    catalogue_.EndFinding();
     batch_->Commit();
     batch_.emplace(catalogue_.GetDatabase());
     sinceCommit_ = 0;
@@ -276,10 +301,10 @@ class Scan {
   const ScanOrder* order_;
   ScanNote note_;
   Catalogue catalogue_;
-  Statement see_;
   std::optional<Transaction> batch_;
-  std::optional<FileStamp> stamp_;   // of the file that comes next
-  std::optional<KnownFile> known_;   // of the same, where it has not changed
+  std::optional<FileStamp> stamp_;  // of the file that comes next
+  std::optional<KnownFile> known_;  // of the same
+  IdSet seen_;
   std::vector<std::string> closed_;  // what could not be looked at
   std::size_t sinceCommit_ = 0;
   std::chrono::steady_clock::time_point lastCommit_ = std::chrono::steady_clock::now();

@@ -118,11 +118,14 @@ std::int64_t Statement::Integer(int column) const {
 
 double Statement::Real(int column) const { return sqlite3_column_double(statement_.get(), column); }
 
-std::string Statement::Text(int column) const {
-  const auto* text = sqlite3_column_blob(statement_.get(), column);  // as its bytes are
-  const int size = sqlite3_column_bytes(statement_.get(), column);
-  return text == nullptr ? "" : std::string(static_cast<const char*>(text), std::size_t(size));
+std::string_view Statement::TextView(int column) const {
+  const void* text = sqlite3_column_blob(statement_.get(), column);  // as its bytes are
+  const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column));
+  return text == nullptr ? std::string_view()
+                         : std::string_view(static_cast<const char*>(text), size);
 }
+
+std::string Statement::Text(int column) const { return std::string(TextView(column)); }
 
 std::optional<double> Statement::RealOrNone(int column) const {
   return IsNull(column) ? std::nullopt : std::optional(Real(column));
@@ -138,7 +141,8 @@ Database::Database(const std::string& path, Access access) {
   sqlite3* database = nullptr;
   const int flags =
       access == Access::Read ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
-  const int code = sqlite3_open_v2(path.c_str(), &database, flags, nullptr);
+  // No two threads use a database.
+  const int code = sqlite3_open_v2(path.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX, nullptr);
   handle_.reset(database);
   if (code != SQLITE_OK) {
     RaiseFailure(database, code);
@@ -167,7 +171,7 @@ std::optional<std::int64_t> Database::Number(std::string_view sql) const {
                                                   : std::nullopt;
 }
 
-std::int64_t Database::Changes() const { return sqlite3_changes64(handle_.get()); }
+std::int64_t Database::LastId() const { return sqlite3_last_insert_rowid(handle_.get()); }
 
 Transaction::Transaction(const Database& database) : database_(&database) {
   database.Execute("BEGIN IMMEDIATE");

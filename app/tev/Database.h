@@ -55,6 +55,8 @@ class Statement {
   [[nodiscard]] std::int64_t Integer(int column) const;
   [[nodiscard]] double Real(int column) const;
   [[nodiscard]] std::string Text(int column) const;
+  /// The same, valid until the next Step or Reset.
+  [[nodiscard]] std::string_view TextView(int column) const;
   [[nodiscard]] std::optional<double> RealOrNone(int column) const;
   [[nodiscard]] std::optional<std::string> TextOrNone(int column) const;
 
@@ -95,8 +97,8 @@ class Database {
   /// The first column of the first row, if there is one.
   [[nodiscard]] std::optional<std::int64_t> Number(std::string_view sql) const;
 
-  /// How many rows the last statement changed.
-  [[nodiscard]] std::int64_t Changes() const;
+  /// The row that was inserted last.
+  [[nodiscard]] std::int64_t LastId() const;
 
   [[nodiscard]] sqlite3* Handle() const { return handle_.get(); }
 

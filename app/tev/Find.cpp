@@ -1,10 +1,14 @@
 // tev find: the models of a catalogue that fit what is asked for.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "tev/Catalogue.h"
@@ -43,56 +47,53 @@ std::string WordsOf(const std::string& text) {
   return words;
 }
 
-/// A question in the making: conditions of "models" with their values.
-class Question {
+/// Conditions of "models", with the values of their parameters.
+class Conditions {
  public:
-  void Add(const std::string& condition) { conditions_ += " AND " + condition; }
-  void Add(const std::string& condition, const std::string& value) {
-    Add(condition);
-    texts_.push_back(value);
-  }
-  void Add(const std::string& condition, const std::string& value,
-           const std::optional<double>& above, const std::optional<double>& below) {
-    Add(condition, value);
-    above_ = above;
-    below_ = below;
+  using Value = std::variant<std::string, double>;
+
+  void Add(const std::string& condition, std::vector<Value> values = {}) {
+    text_ += " AND " + condition;
+    std::ranges::move(values, std::back_inserter(values_));
   }
 
-  [[nodiscard]] Statement Ask(const Database& database, const std::string& order) const {
-    Statement statement = database.Prepare(
-        "SELECT path AS file, category, nodes, elements, part_count AS partCount, bytes, digest, "
-        "failure_code AS failure, title FROM models WHERE gone = 0" +
-        conditions_ + " ORDER BY " + order);
-    for (const std::string& text : texts_) {
-      statement.Bind(std::string_view(text));
-    }
-    for (const std::optional<double>& limit : {above_, below_}) {
-      if (limit) {
-        statement.Bind(*limit);
+  [[nodiscard]] const std::string& Text() const { return text_; }
+
+  void BindTo(Statement& statement) const {
+    for (const Value& value : values_) {
+      if (const auto* text = std::get_if<std::string>(&value)) {
+        statement.Bind(std::string_view(*text));
+      } else {
+        statement.Bind(std::get<double>(value));
       }
     }
-    return statement;
   }
 
  private:
-  std::string conditions_;
-  std::vector<std::string> texts_;
-  std::optional<double> above_;
-  std::optional<double> below_;
+  std::string text_;
+  std::vector<Value> values_;
 };
 
 /// Of vectors the magnitude counts, else any component.
-std::string ResultCondition(const Options& options) {
+void AddResult(const Options& options, Conditions& conditions) {
   if (!options.above && !options.below) {
-    return "id IN (SELECT model_id FROM results WHERE name = ?)";
+    conditions.Add("id IN (SELECT model_id FROM results WHERE name = ?)", {*options.result});
+    return;
   }
-  std::string condition =
+  std::string extremes =
       "id IN (SELECT model_id FROM extremes e WHERE result = ? AND (component = -1 OR NOT EXISTS "
       "(SELECT 1 FROM extremes v WHERE v.model_id = e.model_id AND v.part_id = e.part_id AND "
       "v.result = e.result AND v.component = -1))";
-  condition += options.above ? " AND max > ?" : "";
-  condition += options.below ? " AND min < ?" : "";
-  return condition + ')';
+  std::vector<Conditions::Value> values{*options.result};
+  if (options.above) {
+    extremes += " AND max > ?";
+    values.emplace_back(*options.above);
+  }
+  if (options.below) {
+    extremes += " AND min < ?";
+    values.emplace_back(*options.below);
+  }
+  conditions.Add(extremes + ')', std::move(values));
 }
 
 void RequireScanned(const Database& database, const char* column, const char* option) {
@@ -102,32 +103,49 @@ void RequireScanned(const Database& database, const char* column, const char* op
   }
 }
 
-Statement Ask(const Database& database, const Options& options) {
-  Question question;
-  std::string order = "path";
-  if (const std::string words = WordsOf(options.text); !words.empty()) {
-    question.Add("id IN (SELECT rowid FROM texts WHERE texts MATCH ?)", words);
+Conditions ConditionsOf(const Options& options) {
+  Conditions conditions;
+  const std::string words = WordsOf(options.text);
+  if (!words.empty()) {
+    conditions.Add("id IN (SELECT rowid FROM texts WHERE texts MATCH ?)", {words});
   }
-  if (options.category) {
-    question.Add("category = ?", *options.category);
+  if (options.result) {
+    AddResult(options, conditions);
   }
   if (options.failed) {
-    question.Add("failure_code IS NOT NULL");
+    conditions.Add("failure_code IS NOT NULL");
   }
   if (options.duplicates) {
-    RequireScanned(database, "has_hash", "--hash");
-    question.Add(
+    conditions.Add(
         "digest IN (SELECT digest FROM models WHERE digest IS NOT NULL AND gone = 0 "
         "GROUP BY digest HAVING count(*) > 1)");
-    order = "digest, path";
+  }
+  if (options.category) {
+    // Many models have the same one: whatever else is asked for is the better way in ("+").
+    const bool isAlone = words.empty() && !options.result && !options.failed;
+    conditions.Add(isAlone ? "category = ?" : "+category = ?", {*options.category});
+  }
+  return conditions;
+}
+
+Statement Ask(const Database& database, const Options& options) {
+  if (options.duplicates) {
+    RequireScanned(database, "has_hash", "--hash");
   }
   if (options.above || options.below) {
     RequireScanned(database, "has_stats", "--stats");
   }
-  if (options.result) {
-    question.Add(ResultCondition(options), *options.result, options.above, options.below);
-  }
-  return question.Ask(database, order);
+  const char* order = options.duplicates ? "digest, path"
+                      : options.failed   ? "failure_code, path"
+                                         : "path";
+  const Conditions conditions = ConditionsOf(options);
+  Statement statement = database.Prepare(
+      std::string("SELECT path AS file, failure_code AS failureCode, bytes, title, "
+                  "category, nodes, elements, part_count AS partCount") +
+      (options.duplicates ? ", digest" : "") + " FROM models WHERE gone = 0" + conditions.Text() +
+      " ORDER BY " + order);
+  conditions.BindTo(statement);
+  return statement;
 }
 
 constexpr const char* kNotes =

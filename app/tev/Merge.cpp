@@ -80,7 +80,7 @@ std::int64_t MergeAll(const Options& options) {
     RequireWhole(part);
   }
   ScanNote note(options.output);
-  const Catalogue catalogue(options.output);
+  Catalogue catalogue(options.output);
   const Database& database = catalogue.GetDatabase();
   database.Execute(
       "CREATE TEMP TABLE moved(old INTEGER PRIMARY KEY, previous INTEGER, new INTEGER);");
@@ -92,6 +92,7 @@ std::int64_t MergeAll(const Options& options) {
     transaction.Commit();
     database.Execute("DETACH DATABASE part");
   }
+  catalogue.MakeIndexes();
   note.Remove();
   return count;
 }

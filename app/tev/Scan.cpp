@@ -104,6 +104,7 @@ Action SetUp(CLI::App& app) {
   const auto order = std::make_shared<ScanOrder>();
   const auto run = std::make_shared<FileRun>(FileRun{.verb = "scan"});
   AddInputOptions(app, run);
+  app.get_option("PATH")->description("Models, and folders with models");
   app.add_option("--catalogue", order->catalogue, "The catalogue to fill")
       ->required()
       ->option_text("FILE");
