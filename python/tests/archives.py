@@ -109,6 +109,6 @@ def cluster_of_its_own(folder, *options):
             process = subprocess.Popen([sys.executable, "-m", f"distributed.cli.{command[0]}",
                                         *command[1:]], stdout=log, stderr=log)
             ends.callback(process.wait)
-            ends.callback(process.terminate)
+            ends.callback(process.kill)
             processes.append(process)
         yield file, processes

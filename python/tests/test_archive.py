@@ -172,8 +172,9 @@ def test_a_file_that_needs_more_memory_than_its_task_has_fails_alone(run, folder
     assert faults(tmp_path / "a.db", models, *DEPTH) == ""
 
 
-@pytest.mark.parametrize("number", [signal.SIGKILL, signal.SIGTERM])
-def test_a_scheduler_that_goes_away_ends_the_run(run, expected, tmp_path, number):
+@pytest.mark.parametrize("number", [signal.SIGKILL, signal.SIGTERM, signal.SIGSTOP])
+def test_a_scheduler_that_goes_away_ends_the_run(run, expected, tmp_path, monkeypatch, number):
+    monkeypatch.setattr("tev._cluster.SECONDS_FOR_AN_ANSWER", 20)
     with cluster_of_its_own(tmp_path) as (file, processes):
         guarded = program(tmp_path / "tev", once(
             tmp_path / "gone", f"kill -{number.value} {processes[0].pid}; exec sleep 600"))
