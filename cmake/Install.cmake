@@ -20,10 +20,9 @@ configure_package_config_file(
   "${PROJECT_SOURCE_DIR}/cmake/TevInfoConfig.cmake.in"
   "${CMAKE_CURRENT_BINARY_DIR}/TevInfoConfig.cmake"
   INSTALL_DESTINATION "${packageDir}")
-# Before 1.0 a new minor version may change the interface.
 write_basic_package_version_file(
   "${CMAKE_CURRENT_BINARY_DIR}/TevInfoConfigVersion.cmake"
-  COMPATIBILITY SameMinorVersion)
+  COMPATIBILITY SameMajorVersion)
 install(FILES
   "${CMAKE_CURRENT_BINARY_DIR}/TevInfoConfig.cmake"
   "${CMAKE_CURRENT_BINARY_DIR}/TevInfoConfigVersion.cmake"
@@ -31,8 +30,9 @@ install(FILES
 
 install(FILES "${PROJECT_SOURCE_DIR}/docs/man/TevInfo.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
 if("tev" IN_LIST TEVINFO_PROGRAMS)
+  # The page of tev-archive is left to what brings the Python package, whose command that is.
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/man/" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
-    FILES_MATCHING PATTERN "tev*.1")
+    FILES_MATCHING PATTERN "tev*.1" PATTERN "tev-archive.1" EXCLUDE)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/schema" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
   install(PROGRAMS "${PROJECT_SOURCE_DIR}/tools/slurm/archive.sbatch"
     DESTINATION "${CMAKE_INSTALL_DOCDIR}")

@@ -8,6 +8,8 @@ test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-json
 python_packages=("${test_packages[@]}" python3-dev pybind11-dev python3-pytest python3-build
   python3-wheel python3-setuptools python3-dask python3-distributed openssl
   slurm-wlm munge)
+package_packages=("${build_packages[@]}" python3-dev pybind11-dev python3-wheel python3-setuptools dpkg-dev
+  debhelper dh-python pybuild-plugin-pyproject lintian)
 asan_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
 coverage_packages=("${test_packages[@]}" gcovr)
 format_packages=(clang-format)

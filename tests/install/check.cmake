@@ -37,6 +37,9 @@ foreach(file share/man/man1/TevInfo.1 share/man/man1/tev.1 share/bash-completion
   endif()
 endforeach()
 
+include("${CMAKE_CURRENT_LIST_DIR}/packages.cmake")
+expect_one_package_each("${prefix}" "${CMAKE_CURRENT_LIST_DIR}/../../debian")
+
 run("${CMAKE_COMMAND}" -S "${CMAKE_CURRENT_LIST_DIR}" -B "${WORK}/build" -G "${GENERATOR}"
   "-DCMAKE_CXX_COMPILER=${COMPILER}" "-DCMAKE_PREFIX_PATH=${prefix}" -DCMAKE_BUILD_TYPE=Debug)
 run("${CMAKE_COMMAND}" --build "${WORK}/build")

@@ -110,6 +110,14 @@ TEST_F(DevScript, UnknownVerb_IsNamedAndTheVerbsListed) {
       << result.error;
 }
 
+TEST_F(DevScript, PackageWithAnUnknownArgument_NamesItBeforeAnythingElse) {
+  WritePackageManager("debhelper");
+  const RunResult result = Run({"package", "--twise"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.error, "dev: package: unknown argument \"--twise\"\n");
+  EXPECT_EQ(Installed(), "");
+}
+
 TEST_F(DevScript, MissingPackages_AreInstalledAlone) {
   WritePackageManager("zlib1g-dev clang-format");
   EXPECT_EQ(Run({"build"}).status, 0);
