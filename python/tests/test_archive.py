@@ -119,18 +119,28 @@ def test_a_scan_that_is_killed_is_tried_again(run, expected, tmp_path):
     assert rows(tmp_path / "a.db") == expected
 
 
-KILLER = r"""
+AT_KILLERS = r"""
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <dlfcn.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
+static void Kill() {
+  const char* once = std::getenv("KILL_PARENT_ONCE");
+  if (once == nullptr) kill(getpid(), SIGKILL);
+  const auto parent = getppid();
+  if (mkdir(once, 0700) == 0) kill(parent, SIGKILL);
+  else return;
+  while (getppid() == parent) usleep(1000);
+}
 extern "C" int inflateInit2_(z_streamp stream, int bits, const char* version, int size) {
   for (const auto& link : std::filesystem::directory_iterator("/proc/self/fd")) {
     std::error_code error;
     const auto file = std::filesystem::read_symlink(link, error);
-    if (file.string().find("/killer ") != std::string::npos) kill(getpid(), SIGKILL);
+    if (file.string().find("/killer ") != std::string::npos) Kill();
   }
   return reinterpret_cast<decltype(&inflateInit2_)>(dlsym(RTLD_NEXT, "inflateInit2_"))(
       stream, bits, version, size);
@@ -138,25 +148,45 @@ extern "C" int inflateInit2_(z_streamp stream, int bits, const char* version, in
 """
 
 
-def test_files_that_end_their_tasks_are_failures_of_their_own(run, folder, expected, tmp_path):
+@pytest.fixture
+def killers(folder, tmp_path):
+    """An archive where reading some of the files kills: the scan itself, or once what has started it.
+
+    Its folder, these files, and a line for the shell.
+    """
     models = tmp_path / "models"
     shutil.copytree(folder, models)
-    killers = [models / "deep" / f"killer {number}.tev" for number in range(3)]
-    for path in killers:
+    paths = [models / "deep" / f"killer {number}.tev" for number in range(3)]
+    for path in paths:
         shutil.copy(EXAMPLES / "heatsink.tev", path)
-    subprocess.run(["g++", "-std=c++20", "-shared", "-fPIC", "-o", tmp_path / "k.so", "-x", "c++", "-"],
-                   input=KILLER, text=True, check=True)
-    guarded = program(tmp_path / "tev", f"export LD_PRELOAD='{tmp_path}/k.so'")
+    library = tmp_path / "killers.so"
+    subprocess.run(["g++", "-std=c++20", "-shared", "-fPIC", "-o", library, "-x", "c++", "-"],
+                   input=AT_KILLERS, text=True, check=True)
+    return models, paths, f"[[ $1 == scan ]] && export LD_PRELOAD='{library}'"
+
+
+def test_files_that_end_their_tasks_are_failures_of_their_own(run, expected, tmp_path, killers):
+    models, paths, line = killers
+    guarded = program(tmp_path / "tev", line)
     status, _, errors = run("--shards", "2", "--tev", guarded, at=models)
     assert status == 0
     found = {row[0]: row for row in rows(tmp_path / "a.db")["models"]}
-    assert len(found) == len(expected["models"]) + len(killers)
-    for path in killers:
+    assert len(found) == len(expected["models"]) + len(paths)
+    for path in paths:
         assert found[os.fsencode(path)][-3:-1] == (
             b"io-error", b"a scan ended while it was reading this file")
         assert f"{path}: a scan ended while it was reading this file" in errors
     # Not tried again while it is the same.
     assert ": 0 read, " in run("--tev", guarded, at=models)[1]
+
+
+@pytest.mark.skipif(shutil.which("setpriv") is None, reason="setpriv is not installed")
+def test_the_file_that_a_killed_worker_was_at_is_read_all_the_same(run, tmp_path, killers):
+    models, _, line = killers
+    guarded = program(tmp_path / "tev", line, f"export KILL_PARENT_ONCE='{tmp_path}/killed'")
+    assert run("--shards", "2", "--tev", guarded, at=models)[0] == 0
+    assert (tmp_path / "killed").exists()
+    assert rows(tmp_path / "a.db") == scan(models, tmp_path / "b.db", *DEPTH)
 
 
 def test_a_file_that_needs_more_memory_than_its_task_has_fails_alone(run, folder, expected, tmp_path):
@@ -264,6 +294,22 @@ def test_tls_is_passed_on(run, expected, tmp_path):
         address = address_in(file)
         assert address.startswith("tls://")
         assert run("--shards", "2", *tls, scheduler=address)[0] == 0
+    assert rows(tmp_path / "a.db") == expected
+
+
+def test_a_run_that_is_killed_is_gone_on_with(run, folder, expected, tmp_path):
+    """With a cluster of its own, which ends, too."""
+    guarded = program(tmp_path / "tev", once(
+        tmp_path / "killed", f"echo $$ $PPID > '{tmp_path}/pids'; "
+        "kill -KILL $(sed -n 's/^PPid:\\s*//p' /proc/$PPID/status); exec sleep 600"))
+    killed = subprocess.run([sys.executable, "-m", "tev.archive", "scan", folder, "--catalogue",
+                             tmp_path / "a.db", "--jobs", "1", "--shards", "4", "--tev", guarded,
+                             *DEPTH], stderr=subprocess.DEVNULL, check=False,
+                            env={**os.environ, "TMPDIR": str(tmp_path)})
+    assert killed.returncode == -signal.SIGKILL and not (tmp_path / "a.db").exists()
+    while [process for process in (tmp_path / "pids").read_text().split() if is_running(process)]:
+        time.sleep(0.05)
+    assert run()[0] == 0
     assert rows(tmp_path / "a.db") == expected
 
 

@@ -16,7 +16,8 @@ from typing import IO, List, NamedTuple, Optional, Tuple
 from ._errors import Error
 
 SECONDS_BETWEEN_LOOKS = 5
-# What a killed worker leaves ends at once, and what an ended run leaves after its next look.
+# What a killed worker leaves ends after the file that it reads, and what an ended run leaves after its
+# next look.
 TRIES_WHILE_ANOTHER_SCANS = 20
 
 
@@ -80,8 +81,9 @@ class Scan:
             return False
 
     def command(self, number: int) -> List[str]:
-        # A worker that is killed takes the scan along, which would else keep the part from the next.
-        guard = ["setpriv", "--pdeathsig", "KILL", "--"] if shutil.which("setpriv") else []
+        # Where a worker is killed, its scan would keep the part from the next one. It is asked to end,
+        # since one that is killed takes the file for the reason that it is reading.
+        guard = ["setpriv", "--pdeathsig", "TERM", "--"] if shutil.which("setpriv") else []
         return [*guard, find_program(self.program), "scan", "--catalogue", self.part(number),
                 "--shard", f"{number}/{self.shards}", *self.options, "--no-progress", "--",
                 *self.folders]
