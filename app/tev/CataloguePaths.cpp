@@ -48,7 +48,7 @@ std::optional<Shard> Parse(const std::string& text) {
 }  // namespace
 
 std::string AbsolutePath(const std::string& path) {
-  if (IsPlain(path)) {  // as all are that a walk finds
+  if (path.empty() || IsPlain(path)) {  // as all are that a walk finds
     return path;
   }
   std::string absolute =

@@ -7,7 +7,7 @@
 #include <vector>
 
 /// "path" from the root on: links in it stay unresolved, "." and ".." and doubled slashes do not,
-/// but for a ".." after a link, which leads elsewhere.
+/// but for a ".." after a link, which leads elsewhere. "" is no path, and stays.
 [[nodiscard]] std::string AbsolutePath(const std::string& path);
 
 /// The share of the files that one of several scans takes: those whose path has that FNV-1a hash

@@ -16,6 +16,8 @@ namespace {
       throw std::bad_alloc();
     case SQLITE_CANTOPEN:
       throw SystemFailure("cannot open", sqlite3_system_errno(database));
+    case SQLITE_IOERR:
+      throw SystemFailure("cannot read or write", sqlite3_system_errno(database));
     case SQLITE_CORRUPT:
       throw Failure(FailureCode::Damaged, std::string("damaged: ") + sqlite3_errmsg(database));
     case SQLITE_NOTADB:
@@ -32,16 +34,27 @@ void Statement::Finalize::operator()(sqlite3_stmt* statement) const { sqlite3_fi
 void Database::Close::operator()(sqlite3* database) const { sqlite3_close(database); }
 
 Statement::Statement(sqlite3* database, std::string_view sql) {
+  const std::string_view rest = Compile(database, sql);
+  if (statement_ == nullptr) {
+    throw Failure(FailureCode::IoError, "there is no statement");
+  }
+  Statement next;
+  static_cast<void>(next.Compile(database, rest));
+  if (next.statement_ != nullptr) {
+    throw Failure(FailureCode::IoError, "there is more than one statement");
+  }
+}
+
+std::string_view Statement::Compile(sqlite3* database, std::string_view sql) {
   sqlite3_stmt* statement = nullptr;
+  const char* rest = nullptr;
   const int code =
-      sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &statement, nullptr);
+      sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &statement, &rest);
   statement_.reset(statement);
   if (code != SQLITE_OK) {
     RaiseFailure(database, code);
   }
-  if (statement == nullptr) {
-    throw Failure(FailureCode::IoError, "there is no statement");
-  }
+  return sql.substr(static_cast<std::size_t>(rest - sql.data()));
 }
 
 sqlite3* Statement::Handle() const { return sqlite3_db_handle(statement_.get()); }

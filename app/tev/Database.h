@@ -68,6 +68,12 @@ class Statement {
     void operator()(sqlite3_stmt* statement) const;
   };
 
+  Statement() = default;
+
+  /// Becomes the first statement of "sql"; none where there are only blanks and comments. Returns
+  /// the rest.
+  [[nodiscard]] std::string_view Compile(sqlite3* database, std::string_view sql);
+
   [[nodiscard]] sqlite3* Handle() const;
   void Require(int code) const;
 

@@ -5,48 +5,12 @@
 #include <filesystem>
 #include <fstream>
 
-#include "run/TevRun.h"
-#include "support/SmallModel.h"
+#include "run/CatalogueRun.h"
 
 namespace tevtest {
 namespace {
 
-class TevCatalogue : public TevRun {
- protected:
-  /// Models of all sorts in a folder "archive": sound, damaged, cut, and what is none.
-  void WriteArchive() const {
-    namespace fs = std::filesystem;
-    const fs::path archive = fs::path(dir.Path()) / "archive";
-    fs::create_directories(archive / "deep");
-    fs::copy_file(Example("bracket.tev"), archive / "bracket.tev");
-    fs::copy_file(Example("heatsink.tev"), archive / "deep" / "heatsink.tev");
-    const std::string small = SmallModel().Build();
-    dir.Write("archive/small.tev", small);
-    dir.Write("archive/deep/copy.tev", small);
-    dir.Write("archive/cut.tev", small.substr(0, small.size() - 1));
-    for (std::size_t place = 20; place < small.size(); place += small.size() / 20) {
-      std::string flipped = small;
-      flipped[place] = static_cast<char>(~flipped[place]);
-      dir.Write("archive/deep/flipped" + std::to_string(place) + ".tev", flipped);
-    }
-    dir.Write("archive/notes.txt", "no model");
-  }
-
-  /// What "check_catalogue.py" says against it.
-  [[nodiscard]] std::string Faults(const std::string& catalogue,
-                                   const std::vector<std::string>& depth) const {
-    std::vector<std::string> command{
-        "python3", std::string(TEVINFO_SOURCE_DIR) + "/tests/run/check_catalogue.py", TEV_PROGRAM,
-        dir / catalogue, dir / "archive"};
-    command.insert(command.end(), depth.begin(), depth.end());
-    const RunResult run = RunProgram(command);
-    return run.status == 0 ? "" : run.output + run.error;
-  }
-
-  [[nodiscard]] std::string Query(const std::string& catalogue, const std::string& sql) const {
-    return Answer({"query", catalogue, sql, "--csv"});
-  }
-};
+using TevCatalogue = CatalogueRun;
 
 TEST_F(TevCatalogue, Scan_HoldsWhatOtherVerbsTell) {
   WriteArchive();
@@ -130,43 +94,128 @@ TEST_F(TevCatalogue, PartCutShort_LeavesWhatThereWas) {
   EXPECT_EQ(Query("m.db", "SELECT * FROM models"), before);
 }
 
-TEST_F(TevCatalogue, Question_IsWordsAndNoSyntax) {
+TEST_F(TevCatalogue, Paths_AreAbsoluteWithTheirLinks) {
   WriteArchive();
-  EXPECT_EQ(Run({"scan", "archive", "--catalogue", "a.db", "--hash"}).status, 0);
-  for (const char* odd : {"\"", "a\"b", "NEAR(", "x AND", "*", "title:x", "-", "^a", "{}"}) {
-    const RunResult run = Run({"find", "a.db", "--csv", "--", odd});
-    EXPECT_EQ(run.error, "") << odd;
-    EXPECT_EQ(run.status, 0) << odd;
-  }
-  const std::string found = Answer({"find", "a.db", "aluminium STEEL", "--jsonl"});
-  EXPECT_NE(found.find("/archive/bracket.tev\""), std::string::npos);
-  EXPECT_EQ(found.find("heatsink"), std::string::npos);
-  EXPECT_EQ(Answer({"find", "a.db", "alumin"}).find("bracket"), std::string::npos);
-  EXPECT_NE(Answer({"find", "a.db", "alumin*"}).find("bracket"), std::string::npos);
-  const std::string twice = Answer({"find", "a.db", "--duplicates", "--csv"});
-  EXPECT_NE(twice.find("/small.tev,"), std::string::npos) << twice;
-  EXPECT_NE(twice.find("/deep/copy.tev,"), std::string::npos) << twice;
+  std::filesystem::create_directory_symlink("archive", dir / "linked");
+  dir.Write("names", std::string("archive/../archive/./small.tev") + '\0' + "linked//bracket.tev");
+  EXPECT_EQ(
+      Run({"scan", "linked/deep/copy.tev", "--files0-from", "names", "--catalogue", "a.db"}).status,
+      0);
+  const std::string here = dir.Path();
+  EXPECT_EQ(Query("a.db", "SELECT path FROM models ORDER BY path"),
+            "path\n" + here + "/archive/small.tev\n" + here + "/linked/bracket.tev\n" + here +
+                "/linked/deep/copy.tev\n");
 }
 
-TEST_F(TevCatalogue, LimitsWithoutStatistics_AreBadUsage) {
-  WriteArchive();
-  EXPECT_EQ(Run({"scan", "archive", "--catalogue", "a.db"}).status, 0);
-  const RunResult run = Run({"find", "a.db", "--result", "Stress", "--above", "1"});
-  EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.error, "tev: nothing was scanned with --stats\n");
+TEST_F(TevCatalogue, PathOfAnyBytes_IsKeptAndFoundAgain) {
+  const std::string name = "b\xff\n\"d.tev";
+  std::filesystem::create_directory(dir / "archive");
+  Write("archive/" + name, SmallModel());
+  EXPECT_EQ(Scan("a.db").status, 0);
+  EXPECT_NE(Scan("a.db").output.find(": 0 read, 1 unchanged"), std::string::npos);
+  EXPECT_EQ(Answer({"find", "a.db", "--csv"}).find('\xff'), std::string::npos);
+  const std::string bytes = Query("a.db", "SELECT hex(CAST(path AS BLOB)) AS bytes FROM models");
+  EXPECT_TRUE(bytes.ends_with("62FF0A22642E746576\n")) << bytes;
 }
 
-TEST_F(TevCatalogue, OtherFiles_AreNoCatalogues) {
-  Write("m.tev", SmallModel());
-  for (const char* verb : {"find", "summary"}) {
-    const RunResult run = Run({verb, "m.tev"});
-    EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.error, "tev: m.tev: no catalogue: it is no file of SQLite\n");
+TEST_F(TevCatalogue, NamedFileThatVanishes_KeepsItsRow) {
+  WriteArchive();
+  EXPECT_EQ(Run({"scan", "archive/small.tev", "--catalogue", "a.db"}).status, 0);
+  std::filesystem::remove(dir / "archive/small.tev");
+  const RunResult run =
+      Run({"scan", "archive/small.tev", "archive/never.tev", "--catalogue", "a.db"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(Files("a.db", "gone, part_count, failure_code"),
+            "name,gone,part_count,failure_code\nnever.tev,0,,not-found\nsmall.tev,1,2,\n");
+}
+
+TEST_F(TevCatalogue, StandardInput_HasNoPath) {
+  for (const char* path : {"-", "/dev/stdin", "/dev/fd/0"}) {
+    const RunResult run = Run({"scan", path, "--catalogue", "a.db"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.error, std::string("tev: ") + path + ": has no path that could be kept\n");
+    EXPECT_FALSE(dir.Has("a.db"));
   }
-  EXPECT_EQ(Run({"query", "m.tev", "SELECT 1"}).status, 2);
-  EXPECT_EQ(Run({"summary", "missing.db"}).error,
-            "tev: missing.db: cannot open: No such file or directory\n");
-  EXPECT_FALSE(dir.Has("missing.db"));
+}
+
+TEST_F(TevCatalogue, WhatIsAskedForLater_IsAddedToWhatThereIs) {
+  WriteArchive();
+  EXPECT_EQ(Scan("a.db", {"--stats"}).status, 0);
+  EXPECT_EQ(Scan("a.db", {"--check"}).status, 0);
+  EXPECT_EQ(Faults("a.db", {"--stats", "--check"}), "");
+  EXPECT_NE(Scan("a.db", {"--check", "--stats"}).output.find(": 0 read, "), std::string::npos);
+}
+
+TEST_F(TevCatalogue, FileThatHasChanged_LosesWhatIsNotAskedForAgain) {
+  WriteArchive();
+  EXPECT_EQ(Scan("a.db", {"--stats", "--hash"}).status, 0);
+  ModelWriter changed = SmallModel();
+  changed.At(kSmallShape1).name = "Mast";
+  Write("archive/small.tev", changed);
+  EXPECT_EQ(Scan("a.db").status, 0);
+  EXPECT_EQ(Files("a.db",
+                  "has_stats, has_hash, digest, (SELECT count(*) FROM extremes WHERE model_id = "
+                  "models.id) AS extremes, (SELECT group_concat(name) FROM parts WHERE model_id = "
+                  "models.id) AS parts",
+                  "path LIKE '%/small.tev'"),
+            "name,has_stats,has_hash,digest,extremes,parts\nsmall.tev,0,0,,0,\"Mast,Panel\"\n");
+  EXPECT_EQ(Answer({"find", "a.db", "Mast", "--csv"}).find("copy.tev"), std::string::npos);
+}
+
+/// The same model, stored in other ways.
+std::vector<ModelWriter> SmallModelsStoredOtherwise() {
+  using Packing = StreamLayout::Packing;
+  ModelWriter raw = SmallModel();
+  raw.SetLayoutOfOthers({.packing = Packing::Raw});
+  ModelWriter packed = SmallModel();
+  packed.SetLayoutOfOthers({.split = StreamLayout::Split::BlockPerRecord,
+                            .packing = Packing::Alternating,
+                            .emptyBlocks = true});
+  packed.Interleave();
+  ModelWriter moved = SmallModel();
+  moved.SetPrefix(kHeavyData, "nothing");
+  moved.SetFileVersion("0.6");
+  ModelWriter retitled = SmallModel();
+  retitled.At(kSmallRoot).Group().attributes = {Attribute::Text("Title", "Another")};
+  ModelWriter unlinked = SmallModel();
+  unlinked.VariableAt(kSmallMesh2, 6) = unlinked.VariableAt(kSmallMesh1, 6);
+  return {raw, packed, moved, retitled, unlinked};
+}
+
+/// Models that differ from the small one in what they say.
+std::vector<ModelWriter> ModelsLikeTheSmallOne() {
+  ModelWriter number = SmallModel();
+  number.VariableAt(kSmallMesh1, 6).elements[8] ^= 1;
+  ModelWriter part = SmallModel();
+  part.At(kSmallShape1).name = "Mast";
+  ModelWriter step = SmallModel();
+  step.VariableAt(kSmallMesh1, 6).name += '5';
+  ModelWriter moved = SmallModel();
+  moved.VariableAt(kSmallMesh1, 1).elements[0] ^= 1;
+  return {number, part, step, moved};
+}
+
+TEST_F(TevCatalogue, Digest_IsThatOfWhatModelsSay) {
+  std::filesystem::create_directory(dir / "archive");
+  Write("archive/a.tev", SmallModel());
+  int number = 0;
+  for (const ModelWriter& model : SmallModelsStoredOtherwise()) {
+    Write("archive/same" + std::to_string(number++) + ".tev", model);
+  }
+  for (const ModelWriter& model : ModelsLikeTheSmallOne()) {
+    Write("archive/other" + std::to_string(number++) + ".tev", model);
+  }
+  EXPECT_EQ(Scan("a.db", {"--hash"}).status, 0);
+  EXPECT_EQ(
+      Query("a.db",
+            "SELECT count(*) AS models, count(DISTINCT digest) AS digests, min(length(digest)) "
+            "AS length, sum(digest = (SELECT digest FROM models WHERE path LIKE '%/a.tev')) AS "
+            "same FROM models"),
+      "models,digests,length,same\n10,5,64,6\n");
+  EXPECT_EQ(Query("a.db",
+                  "SELECT count(*) AS same FROM models WHERE path LIKE '%/same%' AND digest = "
+                  "(SELECT digest FROM models WHERE path LIKE '%/a.tev')"),
+            "same\n5\n");
 }
 
 }  // namespace

@@ -7,15 +7,20 @@
 //                  somebody has removed the mark, ten minutes at most; "late": all of the run is in
 //                  a year that has more than four digits; "slow": each look at the clock that
 //                  nobody sets finds it a second further on; "no-exchange": no two names can be
-//                  swapped, as on some file systems
+//                  swapped, as on some file systems; "killed": the process is killed when it
+//                  inflates; "touched": whenever it inflates, somebody writes to TEVTEST_PATH;
+//                  "disk-full": from the call on, nothing more can be written to a place in a file
 //   TEVTEST_CALL   the number of the call, from 1
 //   TEVTEST_MARK   a file that is created when that call is made
+//   TEVTEST_PATH   a file that is touched
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -31,7 +36,19 @@ void* __libc_realloc(void* memory, std::size_t size);
 
 namespace {
 
-enum class Fault { None, Malloc, ReadError, ReadEnd, ReadHeld, Late, Slow, NoExchange };
+enum class Fault {
+  None,
+  Malloc,
+  ReadError,
+  ReadEnd,
+  ReadHeld,
+  Late,
+  Slow,
+  NoExchange,
+  Killed,
+  Touched,
+  DiskFull
+};
 
 struct State {
   Fault fault = Fault::None;
@@ -57,6 +74,12 @@ Fault FaultOf(const char* name) {
     return Fault::Slow;
   if (std::strcmp(name, "no-exchange") == 0)
     return Fault::NoExchange;
+  if (std::strcmp(name, "killed") == 0)
+    return Fault::Killed;
+  if (std::strcmp(name, "touched") == 0)
+    return Fault::Touched;
+  if (std::strcmp(name, "disk-full") == 0)
+    return Fault::DiskFull;
   if (std::strcmp(name, "read-held") == 0)
     return Fault::ReadHeld;
   return std::strcmp(name, "read-error") == 0 ? Fault::ReadError : Fault::ReadEnd;
@@ -167,6 +190,26 @@ std::size_t fread(void* destination, std::size_t size, std::size_t count, std::F
   if (fault == Fault::ReadHeld && IsReached())
     WaitUntilTheMarkIsGone();
   return Next<Read>("fread")(destination, size, count, stream);
+}
+
+int inflate(void* stream, int flush) {
+  using Function = int (*)(void*, int);
+  const Fault fault = TheState().fault;
+  if (fault == Fault::Killed && IsReached())
+    ::kill(::getpid(), SIGKILL);
+  if (fault == Fault::Touched)
+    ::utimensat(AT_FDCWD, std::getenv("TEVTEST_PATH"), nullptr, 0);
+  return Next<Function>("inflate")(stream, flush);
+}
+
+ssize_t pwrite64(int file, const void* bytes, std::size_t size, off64_t place) {
+  using Function = ssize_t (*)(int, const void*, std::size_t, off64_t);
+  State& state = TheState();
+  if (state.fault == Fault::DiskFull && (state.callsLeft <= 0 || IsReached())) {
+    errno = ENOSPC;
+    return -1;
+  }
+  return Next<Function>("pwrite64")(file, bytes, size, place);
 }
 
 std::time_t time(std::time_t* result) {
