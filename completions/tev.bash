@@ -71,6 +71,12 @@ _tev_names() {
     sed -n '/^      "'"$list"'": \[$/,/^      \]/s/^          "'"$key"'": "\([^\\]*\)",$/\1/p' | awk '!seen[$0]++'
 }
 
+# Writes what a column of a table has in a catalogue, but for what CSV has to quote.
+_tev_values() {
+  tev query --csv -- "$1" "SELECT DISTINCT $2 FROM $3 WHERE $2 IS NOT NULL ORDER BY 1" 2>/dev/null |
+    sed '1d; /^"/d'
+}
+
 _tev() {
   local verb before current kept model='' word
   local -a words
@@ -91,7 +97,7 @@ _tev() {
     word="${words[i]}"
     case "$word" in
       -o | --output | --files0-from | --depth | --part | --result | --step | -j | --jobs | --format | \
-        --rtol | --atol | --cells) i+=1 ;;
+        --rtol | --atol | --cells | --catalogue | --shard | --category | --above | --below) i+=1 ;;
       -?*) ;;
       *)
         ((arguments++ == 0)) && model="${word//[\\\"\']/}" && model="${model/#\~\//$HOME/}"
@@ -102,13 +108,18 @@ _tev() {
     --part | --result | --step)
       # Where these come first, the model may stand after them.
       ((cword + 1 < ${#words[@]})) && model="${model:-${words[${#words[@]} - 1]}}"
-      _tev_reply < <(_tev_names "$model" "${before#--}")
+      if [[ $verb == find ]]; then
+        _tev_reply < <(_tev_values "$model" name results)
+      else
+        _tev_reply < <(_tev_names "$model" "${before#--}")
+      fi
       return
       ;;
+    --category) _tev_reply < <(_tev_values "$model" category models); return ;;
     --format) _tev_reply < <(printf '%s\n' csv npy); return ;;
     --cells) _tev_reply < <(printf '%s\n' auto); return ;;
-    --depth | --rtol | --atol | -j | --jobs) return ;;
-    -o | --output | --files0-from) _tev_files; return ;;
+    --depth | --rtol | --atol | -j | --jobs | --shard | --above | --below) return ;;
+    -o | --output | --files0-from | --catalogue) _tev_files; return ;;
   esac
   if [[ $verb == help ]]; then
     _tev_reply < <(_tev_verbs)

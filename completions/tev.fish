@@ -17,7 +17,7 @@ function __tev_arguments
     for word in (commandline -opc)[3..-1]
         if test $skip = 1
             set skip 0
-        else if contains -- $word -o --output --files0-from --depth --part --result --step -j --jobs --format --rtol --atol --cells
+        else if contains -- $word -o --output --files0-from --depth --part --result --step -j --jobs --format --rtol --atol --cells --catalogue --shard --category --above --below
             set skip 1
         else if not string match -q -- '-?*' $word
             echo $word
@@ -41,6 +41,13 @@ function __tev_geometries
         sed -n '/^ *"kind": "Geometry",$/{n;s/^ *"name": "\([^\\\\]*\)",$/\1/p}' | sort -u
 end
 
+# What a column of a table has in the catalogue, but for what CSV has to quote.
+function __tev_values
+    set -l catalogue (__tev_arguments)[1]
+    tev query --csv -- $catalogue "SELECT DISTINCT $argv[1] FROM $argv[2] WHERE $argv[1] IS NOT NULL ORDER BY 1" 2>/dev/null |
+        sed '1d; /^"/d'
+end
+
 function __tev_is_after
     set -l words (commandline -opc)
     contains -- "$words[2]" $argv; and test (count (__tev_arguments)) -eq 1
@@ -55,6 +62,12 @@ complete -c tev -n "$of_fields" -l part -x -a '(__tev_names parts)'
 complete -c tev -n "$of_fields" -l result -x -a '(__tev_names results)'
 complete -c tev -n "$of_fields" -l step -x -a '(__tev_names steps)'
 complete -c tev -n '__fish_seen_subcommand_from results diff' -s j -l jobs -x
+complete -c tev -n '__fish_seen_subcommand_from find' -l result -x -a '(__tev_values name results)'
+complete -c tev -n '__fish_seen_subcommand_from find' -l category -x -a '(__tev_values category models)'
+complete -c tev -n '__fish_seen_subcommand_from find' -l above -x
+complete -c tev -n '__fish_seen_subcommand_from find' -l below -x
+complete -c tev -n '__fish_seen_subcommand_from scan' -l catalogue -r
+complete -c tev -n '__fish_seen_subcommand_from scan' -l shard -x
 complete -c tev -n '__fish_seen_subcommand_from values' -l format -x -a 'csv npy'
 complete -c tev -n '__fish_seen_subcommand_from export' -l cells -x -a auto
 complete -c tev -n '__fish_seen_subcommand_from diff' -l rtol -x

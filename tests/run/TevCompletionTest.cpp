@@ -82,8 +82,9 @@ class TevCompletion : public TevRun, public testing::WithParamInterface<Shell> {
 
 TEST_P(TevCompletion, Verbs_AreThoseOfTheHelp) {
   const std::set<std::string> found = Complete({"tev", ""});
-  for (const char* verb : {"list", "info", "tree", "results", "values", "diff", "sets", "check",
-                           "blocks", "block", "cdf", "export", "help"}) {
+  for (const char* verb :
+       {"list", "info", "tree", "results", "values", "diff", "sets", "check", "blocks", "block",
+        "cdf", "export", "scan", "merge", "find", "summary", "query", "help"}) {
     EXPECT_TRUE(found.contains(verb)) << verb;
     EXPECT_EQ(Complete({"tev", "help", ""}).contains(verb), true) << verb;
   }
@@ -93,8 +94,9 @@ TEST_P(TevCompletion, Options_AreThoseOfTheVerb) {
   const std::vector<std::pair<const char*, const char*>> options{
       {"list", "--csv"},      {"info", "--stats"}, {"tree", "--storage"}, {"results", "--part"},
       {"values", "--format"}, {"diff", "--rtol"},  {"sets", "--jsonl"},   {"check", "--all"},
-      {"blocks", "--json"},   {"block", "--raw"},  {"cdf", "--output"},   {"export", "--cells"}};
-  const std::set<std::string> lists{"list", "info", "tree", "results", "check", "blocks"};
+      {"blocks", "--json"},   {"block", "--raw"},  {"cdf", "--output"},   {"export", "--cells"},
+      {"scan", "--shard"},    {"find", "--above"}, {"summary", "--csv"},  {"query", "--jsonl"}};
+  const std::set<std::string> lists{"list", "info", "tree", "results", "check", "blocks", "scan"};
   for (const auto& [verb, option] : options) {
     const std::set<std::string> found = Complete({"tev", verb, "--"});
     EXPECT_TRUE(found.contains(option)) << verb;
@@ -116,6 +118,15 @@ TEST_P(TevCompletion, Names_AreThoseInTheModel) {
               Set{"Time = 0.5"});
   }
   EXPECT_EQ(Complete({"tev", "values", "small.tev", "--format", ""}), (Set{"csv", "npy"}));
+}
+
+TEST_P(TevCompletion, NamesOfFind_AreThoseInTheCatalogue) {
+  using Set = std::set<std::string>;
+  EXPECT_EQ(Run({"scan", "small.tev", "--catalogue", "a.db"}).status, 0);
+  EXPECT_EQ(Complete({"tev", "find", "a.db", "--result", ""}),
+            (Set{"Displacement", "Temperature"}));
+  EXPECT_EQ(Complete({"tev", "find", "a.db", "--category", ""}), Set{"Transient"});
+  EXPECT_EQ(Complete({"tev", "find", "a.db", "--above", ""}), Set{});
 }
 
 TEST_P(TevCompletion, Models_AreFiles) {

@@ -131,10 +131,10 @@ TEST_F(TevManual, VerbsWithJson_AreThoseThatHaveASchemaOfTheirOwn) {
   std::size_t count = 0;
   for (const std::string& verb : Verbs()) {
     const Words options = OptionsIn(OptionColumn(Answer({verb, "--help"})));
-    EXPECT_EQ(options.contains("--json"), std::filesystem::exists(Schema(verb))) << verb;
+    EXPECT_EQ(options.contains("--jsonl"), std::filesystem::exists(Schema(verb))) << verb;
     EXPECT_EQ(options.contains("--jsonl"), options.contains("--json") || asking.contains(verb))
         << verb;
-    if (options.contains("--json")) {
+    if (options.contains("--jsonl")) {
       ++count;
       EXPECT_NE(ReadFile(Schema(verb)).find("\"$id\": \"urn:tevinfo:schema:tev." + verb + ":1\""),
                 std::string::npos)
