@@ -18,10 +18,12 @@ import document
 import growth
 import sampling
 from cases import CASES, GIB, Goals
+from catalogues import CATALOGUE_CASES
 from contest import Arena
 from document import table, text_of_seconds
 
 VALUES_PER_LOOP = 4096  # of bench_numbers
+ALL_CASES = (*CASES, *CATALOGUE_CASES)
 OTHERS = ("numbers", "container", "growth", "hostile", "profile")
 PROFILE_NOTES = """\
 What is neither inflating, copying once nor writing text, and why it is there.
@@ -129,7 +131,7 @@ def say(text):
 
 
 def run_cases(arena, chosen, quick, rounds):
-    cases = [case(arena, quick) for case in CASES if case.key in chosen]
+    cases = [case(arena, quick) for case in ALL_CASES if case.key in chosen]
     wanted = {model for case in cases for model in case.models}
     if "profile" in chosen:
         wanted |= {"dump", "other-dump", "nodes"}
@@ -177,7 +179,7 @@ def write(arena, chosen, quick, rounds, target):
 
 
 def main():
-    keys = [case.key for case in CASES] + list(OTHERS)
+    keys = [case.key for case in ALL_CASES] + list(OTHERS)
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--build", type=pathlib.Path, default=document.ROOT / "build" / "bench",
                         help="build directory of the programs (default: build/bench)")
