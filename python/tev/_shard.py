@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import dataclasses
 import os
 import re
@@ -127,7 +128,7 @@ def _run(scan: Scan, number: int, log: IO[bytes]) -> Tuple[int, str]:
     with subprocess.Popen(scan.command(number), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=log, text=True, errors="surrogateescape") as process:
         if scan.memory is not None:
-            resource.prlimit(process.pid, resource.RLIMIT_DATA, (scan.memory, scan.memory))
+            _limit_memory(process.pid, scan.memory)
         while True:
             try:
                 answer, _ = process.communicate(timeout=SECONDS_BETWEEN_LOOKS)
@@ -135,6 +136,13 @@ def _run(scan: Scan, number: int, log: IO[bytes]) -> Tuple[int, str]:
             except subprocess.TimeoutExpired:
                 if not scan.is_wanted():
                     process.terminate()
+
+
+def _limit_memory(process: int, size: int) -> None:
+    with contextlib.suppress(ProcessLookupError):
+        _, most = resource.prlimit(process, resource.RLIMIT_DATA)
+        limit = size if most == resource.RLIM_INFINITY else min(size, most)
+        resource.prlimit(process, resource.RLIMIT_DATA, (limit, most))
 
 
 def _last_line(path: str) -> str:
