@@ -68,7 +68,7 @@ Catalogue OpenToFill(const std::string& path) {
   Catalogue catalogue(path);
   const Database& database = catalogue.GetDatabase();
   if (IsOnLocalDisk(path)) {
-    database.Execute("PRAGMA journal_mode = WAL");
+    database.Try("PRAGMA journal_mode = WAL");  // not while somebody reads it
   }
   database.Execute("PRAGMA synchronous = NORMAL");
   return catalogue;

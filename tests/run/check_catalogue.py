@@ -58,11 +58,11 @@ class Comparison:
             self.require(path, key, model[column], info[key])
         self.require(path, "application", model["application"],
                      info["programs"][-1]["name"] if info["programs"] else None)
-        self.require(path, "part count", model["part_count"], len(info["parts"]))
-        self.require(path, "parts",
-                     self.table("id, name, path, kind, nodes, elements", "parts", model, "rowid"),
-                     [(part["id"], part["name"], json.dumps(part["path"]).replace(", ", ","),
-                       part["kind"], part["nodes"], part["elements"]) for part in info["parts"]])
+        self.require(path, "part count", model["part_count"], info["partCount"])
+        stored = self.table("path, id, name, kind, nodes, elements", "parts", model, "rowid")
+        self.require(path, "parts", [(json.loads(groups), *part) for groups, *part in stored],
+                     [(part["path"], part["id"], part["name"], part["kind"], part["nodes"],
+                       part["elements"]) for part in info["parts"]])
         self.require(path, "steps",
                      self.table("text, label, value", "steps", model, "position"),
                      [(step["text"], step["label"], step["value"]) for step in info["steps"]])
@@ -123,6 +123,9 @@ def main():
     listed = lines_of(arguments.tev, "list", arguments.paths)
     comparison.compare_files(listed)
     info = lines_of(arguments.tev, "info", arguments.paths)
+    for path, entry in info.items():
+        if "bytes" in entry:
+            entry["partCount"] = listed[path]["partCount"]
     results = lines_of(arguments.tev, "results", arguments.paths, "--stats")
     checked = lines_of(arguments.tev, "check", arguments.paths)
     for path in listed:
