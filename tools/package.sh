@@ -94,8 +94,9 @@ install_in_root() {
     { tail -n 30 "$out/try.log" >&2; fail "could not install the packages"; }
 }
 
-# Its own mounts end with it.
+# Its own mounts end with it, and of the environment it sees only the way out.
 in_root() {
-  unshare --mount sh -c 'mount -t proc proc "$0/proc" && exec chroot "$0" /bin/sh -c "$1"' "$base" "$1" \
-    </dev/null
+  unshare --mount env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 \
+    ${http_proxy:+http_proxy="$http_proxy"} \
+    sh -c 'mount -t proc proc "$0/proc" && exec chroot "$0" /bin/sh -c "$1"' "$base" "$1" </dev/null
 }
