@@ -2,7 +2,7 @@
 
 # Leaves the Debian packages, their source and the wheel in build/packages, made of what is committed.
 verb_package() {
-  local twice="" try="" out=build/packages argument
+  local twice="" try="" out=build/packages argument commit
   for argument; do
     case "$argument" in
       --twice) twice=1 ;;
@@ -16,8 +16,9 @@ verb_package() {
   # What the first build has compiled would be no second time.
   [[ -z $twice ]] || export CCACHE_DISABLE=1
   rm -rf -- "$out"
-  make_packages "$out" work
-  [[ -z $twice ]] || compare_with_second "$out"
+  commit="$(git rev-parse HEAD)"
+  make_packages "$commit" "$out" work
+  [[ -z $twice ]] || compare_with_second "$commit" "$out"
   say "checking the packages"
   lintian --fail-on error "$out"/*.changes || fail "lintian finds errors"
   [[ -z $try ]] || try_packages "$out"
@@ -32,11 +33,11 @@ use_compiler_cache_of_user() {
   fi
 }
 
-# Fills folder $1 with the packages of what is committed, built in its folder $2.
+# Fills folder $2 with the packages of commit $1, built in its folder $3.
 make_packages() {
-  local work="$1/$2" tree="$1/$2/tevinfo"
+  local out="$2" work="$2/$3" tree="$2/$3/tevinfo"
   mkdir -p "$tree"
-  git archive HEAD | tar -x -C "$tree"
+  git archive "$1" | tar -x -C "$tree"
   say "building the packages in $work"
   # With Debian's programs, whatever else is installed.
   (cd "$tree" && PATH=/usr/sbin:/usr/bin:/sbin:/bin DEB_BUILD_OPTIONS=terse \
@@ -44,16 +45,16 @@ make_packages() {
     tail -n 60 "$work/build.log" >&2
     fail "building the packages failed; all that it said is in $work/build.log"
   }
-  find "$work" -maxdepth 1 -name 'tevinfo_*' -exec mv -t "$1" {} +
-  mv "$work"/*.deb "$tree"/.pybuild/*/*.whl "$1"
-  mv "$work/build.log" "$1"
+  find "$work" -maxdepth 1 -name 'tevinfo_*' -exec mv -t "$out" {} +
+  mv "$work"/*.deb "$tree"/.pybuild/*/*.whl "$out"
+  mv "$work/build.log" "$out"
   rm -rf -- "$work"
 }
 
 # Builds the packages again elsewhere. What records the build itself, the time of it among all, differs.
 compare_with_second() {
-  local out="$1" second="$1/second" file
-  make_packages "$second" "a-folder/with-a-longer-name"
+  local out="$2" second="$2/second" file
+  make_packages "$1" "$second" "a-folder/with-a-longer-name"
   for file in "$out"/*.{deb,dsc,tar.xz,whl}; do
     cmp "$file" "$second/${file##*/}" || fail "${file##*/} depends on where or when it is built"
   done
