@@ -219,7 +219,7 @@ class Scan {
     note_.Begin(stamp.value_or(FileStamp()), path);
     const bool isUnchanged = stamp && known && known->stamp == stamp;
     CataloguedModel model =
-        Gather(input, path, isUnchanged ? Both(order_->depth, known->has) : order_->depth);
+        Gather(input, path, stamp, isUnchanged ? Both(order_->depth, known->has) : order_->depth);
     note_.End();
     if (stamp && !IsWorthAnotherTry(model)) {
       model.stamp = stamp;
@@ -243,11 +243,12 @@ class Scan {
     return true;
   }
 
+  /// "stamp" is what the file was found as, before it was opened.
   static CataloguedModel Gather(const Input& input, const std::string& path,
-                                const ScanDepth& depth) {
+                                const std::optional<FileStamp>& stamp, const ScanDepth& depth) {
     constexpr int kTries = 2;
     for (int i = 0; i < kTries; ++i) {
-      const auto before = StampOf(input.source);
+      const auto before = i == 0 && stamp ? stamp : StampOf(input.source);
       CataloguedModel model = GatherCatalogued(input, path, depth);
       model.scannedNs = NowNs();
       if (StampOf(input.source) == before) {

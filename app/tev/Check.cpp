@@ -144,7 +144,8 @@ Outcome CheckInput(const Input& input, const LbtTev::Check::FindingSink& sink, L
     try {
       outcome.result = CheckModel(
           input.source, sink, limit,
-          [&progress](std::size_t number, std::size_t all) { progress.ShowBlocks(number, all); });
+          [&progress](std::size_t number, std::size_t all) { progress.ShowBlocks(number, all); },
+          TakeFile(input));
       outcome.failure = FailureOf(outcome.result);
       return outcome;
     } catch (...) {

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <memory>
@@ -23,6 +24,7 @@ namespace {
 using Lbt::Util::FileIdentity;
 using Lbt::Util::IdentityOf;
 using LbtLbf::LbFile;
+using LbtLbf::StoredFile;
 
 constexpr const char* kCannotOpen = "cannot open";
 
@@ -30,61 +32,36 @@ constexpr const char* kCannotOpen = "cannot open";
 /// room for what comes after it.
 constexpr std::size_t kLongPath = 2048;
 
-/// An open descriptor, until its end.
-class OpenFile {
- public:
-  // Without blocking: a pipe without a writer must not hang the run.
-  explicit OpenFile(const std::string& path)
-      : descriptor_(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)) {
-    if (descriptor_ < 0) {
-      throw SystemFailure(kCannotOpen, errno);
-    }
+/// Opens the file at "path". Throws a Failure where that cannot be done.
+StoredFile Opened(const std::string& path) {
+  StoredFile file(path);
+  if (!file.IsOpen()) {
+    throw SystemFailure(kCannotOpen, errno);
   }
-  ~OpenFile() { close(descriptor_); }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-
-  /// Its first bytes, so many at the most.
-  [[nodiscard]] std::string FirstBytes(std::size_t most) const {
-    std::string bytes(most, '\0');
-    const ssize_t count = pread(descriptor_, bytes.data(), bytes.size(), 0);
-    if (count < 0) {
-      throw SystemFailure("cannot read", errno);
-    }
-    bytes.resize(static_cast<std::size_t>(count));
-    return bytes;
-  }
-
-  [[nodiscard]] struct stat Status() const {
-    struct stat status {};
-    fstat(descriptor_, &status);
-    return status;
-  }
-
-  [[nodiscard]] int Descriptor() const { return descriptor_; }
-
- private:
-  int descriptor_;
-};
-
-void RequireFile(const struct stat& status) {
-  if (S_ISDIR(status.st_mode)) {
-    throw Failure(FailureCode::NotAFile, "is a folder");
-  }
-  if (!S_ISREG(status.st_mode)) {
-    throw Failure(FailureCode::NotAFile, "is no regular file");
-  }
+  return file;
 }
 
-/// Throws a Failure where the file at "path" is no model at first sight.
-void RequireModel(const std::string& path) {
-  if (path.empty()) {
-    throw Failure(FailureCode::NotFound, "the name is empty");
+/// What is looked at of a file, or as much as there is. Throws a Failure where it cannot be read.
+std::string Start(const StoredFile& file) {
+  std::array<unsigned char, LbtTev::Check::kLookedAt> bytes{};
+  const std::optional<std::size_t> count = file.Read(0, bytes);
+  if (!count) {
+    throw SystemFailure("cannot read", errno);
   }
-  const OpenFile file(path);
-  RequireFile(file.Status());
-  if (const std::string start = file.FirstBytes(LbtTev::Check::kLookedAt);
-      !start.starts_with(LbFile::kSignature)) {
+  return {bytes.begin(), bytes.begin() + *count};
+}
+
+bool BeginsAsModel(const StoredFile& file) { return Start(file).starts_with(LbFile::kSignature); }
+
+/// Throws a Failure where an open file is no model at first sight.
+void RequireModel(const StoredFile& file) {
+  if (file.IsFolder()) {
+    throw Failure(FailureCode::NotAFile, "is a folder");
+  }
+  if (!file.IsRegular()) {
+    throw Failure(FailureCode::NotAFile, "is no regular file");
+  }
+  if (const std::string start = Start(file); !start.starts_with(LbFile::kSignature)) {
     const std::string look(LbtTev::Check::LookOf(start));
     throw Failure(FailureCode::NotAModel,
                   "not a Tev file" + (look.empty() ? "" : ": it looks like " + look));
@@ -104,13 +81,19 @@ struct CloseFolder {
   void operator()(DIR* folder) const { closedir(folder); }
 };
 
-/// The names in a folder in the order of their bytes. Throws a Failure where it cannot be listed.
-std::vector<std::string> NamesIn(const std::string& path) {
+struct FolderEntry {
+  std::string name;
+  bool isFile = false;  ///< the folder says that it is a regular file
+};
+
+/// The entries of a folder in the order of their names' bytes. Throws a Failure where it cannot be
+/// listed.
+std::vector<FolderEntry> EntriesIn(const std::string& path) {
   const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
   if (folder == nullptr) {
     throw SystemFailure("cannot list", errno);
   }
-  std::vector<std::string> names;
+  std::vector<FolderEntry> entries;
   for (;;) {
     errno = 0;
     // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread
@@ -120,14 +103,14 @@ std::vector<std::string> NamesIn(const std::string& path) {
     }
     std::string name = static_cast<const char*>(entry->d_name);
     if (name != "." && name != "..") {
-      names.push_back(std::move(name));
+      entries.push_back({std::move(name), entry->d_type == DT_REG});
     }
   }
   if (errno != 0) {
     throw SystemFailure("cannot list", errno);
   }
-  std::sort(names.begin(), names.end());
-  return names;
+  std::ranges::sort(entries, {}, &FolderEntry::name);
+  return entries;
 }
 
 }  // namespace
@@ -157,16 +140,19 @@ std::optional<FileIdentity> IdentityOfNamed(const std::string& path) {
   return descriptor ? IdentityOf(*descriptor) : IdentityOf(path);
 }
 
-bool BeginsAsModel(const std::string& path) {
-  return OpenFile(path).FirstBytes(LbFile::kSignature.size()) == LbFile::kSignature;
+bool BeginsAsModel(const std::string& path) { return BeginsAsModel(Opened(path)); }
+
+StoredFile TakeFile(const Input& input) {
+  return input.file == nullptr ? StoredFile() : std::exchange(*input.file, {});
 }
 
 struct Inputs::Folder {
   std::size_t pathSize = 0;  ///< of "walked_", up to its end
-  std::vector<std::string> names;
+  std::vector<FolderEntry> entries;
   std::size_t next = 0;
-  std::shared_ptr<const OpenFile> base{};  ///< a folder on the way to it, where that is long
-  std::size_t baseSize = 0;                ///< of "walked_", up to the end of the base
+  std::shared_ptr<const Lbt::Util::Descriptor>
+      base{};                ///< a folder on the way to it, where that is long
+  std::size_t baseSize = 0;  ///< of "walked_", up to the end of the base
 };
 
 Inputs::Inputs(std::vector<std::string> paths, const std::string& names, Folders folders)
@@ -266,16 +252,26 @@ bool Inputs::TakeDescriptor(int descriptor) {
   if ((!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) || !CanBeOpened(input_.source)) {
     input_.source = CopyOf(descriptor, status);
   }
-  RequireModel(input_.source);
+  return TakeModel(Opened(input_.source));
+}
+
+/// Keeps an open file for who reads the model. Throws a Failure where it is none.
+bool Inputs::TakeModel(StoredFile file) {
+  RequireModel(file);
+  input_.file = std::make_shared<StoredFile>(std::move(file));
   return true;
 }
 
 bool Inputs::EnterFolder(const std::string& path, const std::string& source) {
   isCountKnown_ = false;
-  Folder folder{.names = NamesIn(source)};
+  Folder folder{.entries = EntriesIn(source)};
   folder.pathSize = path.size() + (path.ends_with('/') ? 0 : 1);
   if (source.size() > kLongPath) {
-    folder.base = std::make_shared<const OpenFile>(source);
+    folder.base = std::make_shared<const Lbt::Util::Descriptor>(
+        open(source.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.base->IsOpen()) {
+      throw SystemFailure(kCannotOpen, errno);
+    }
     folder.baseSize = folder.pathSize;
   } else if (!folders_.empty()) {
     folder.base = folders_.back().base;
@@ -300,44 +296,56 @@ void Inputs::LeaveFolder() {
 bool Inputs::TakeNamed(const std::string& path) {
   input_ = {path, path, std::nullopt};
   try {
+    if (path.empty()) {
+      throw Failure(FailureCode::NotFound, "the name is empty");
+    }
     if (const auto descriptor = DescriptorOf(path)) {
       return TakeDescriptor(*descriptor);
-    }
-    if (folderUse_ == Folders::Walked && IsFolder(path)) {
-      isAnyFound_ = false;
-      return EnterFolder(path, path);
     }
     struct stat status {};
     if (isPassedOver_ && stat(path.c_str(), &status) == 0 && IsPassedOver(path, status)) {
       return false;
     }
-    RequireModel(path);
+    StoredFile file(path);
+    const int error = errno;
+    if (folderUse_ == Folders::Walked && (file.IsOpen() ? file.IsFolder() : IsFolder(path))) {
+      isAnyFound_ = false;
+      return EnterFolder(path, path);
+    }
+    if (!file.IsOpen()) {
+      throw SystemFailure(kCannotOpen, error);
+    }
+    return TakeModel(std::move(file));
   } catch (const Failure& failure) {
     return Fail(failure);
   }
-  return true;
 }
 
 /// The same for what a folder has: only a model or a failure becomes one.
-bool Inputs::TakeFound(const Folder& folder, const std::string& name) {
+bool Inputs::TakeFound(const Folder& folder, const std::string& name, bool isFile) {
   std::string path = walked_ + name;
   std::string source = folder.base == nullptr ? path
-                                              : PathOfDescriptor(folder.base->Descriptor()) + '/' +
+                                              : PathOfDescriptor(folder.base->Get()) + '/' +
                                                     path.substr(folder.baseSize);
   input_ = {std::move(path), std::move(source), std::nullopt};
   try {
-    struct stat status {};
-    if (lstat(input_.source.c_str(), &status) != 0) {
-      return Fail(SystemFailure(kCannotOpen, errno));
+    if (!isFile || isPassedOver_) {
+      struct stat status {};
+      if (lstat(input_.source.c_str(), &status) != 0) {
+        return Fail(SystemFailure(kCannotOpen, errno));
+      }
+      if (S_ISDIR(status.st_mode)) {
+        return EnterFolder(input_.path, input_.source);
+      }
+      if (S_ISLNK(status.st_mode) && stat(input_.source.c_str(), &status) != 0) {
+        return Fail(SystemFailure(kCannotOpen, errno));
+      }
+      if (!S_ISREG(status.st_mode) || IsPassedOver(input_.path, status)) {
+        return false;
+      }
     }
-    if (S_ISDIR(status.st_mode)) {
-      return EnterFolder(input_.path, input_.source);
-    }
-    if (S_ISLNK(status.st_mode) && stat(input_.source.c_str(), &status) != 0) {
-      return Fail(SystemFailure(kCannotOpen, errno));
-    }
-    return S_ISREG(status.st_mode) && !IsPassedOver(input_.path, status) &&
-           BeginsAsModel(input_.source);
+    StoredFile file = Opened(input_.source);
+    return BeginsAsModel(file) && TakeModel(std::move(file));
   } catch (const Failure& failure) {
     return Fail(failure);
   }
@@ -353,9 +361,10 @@ const Input* Inputs::Next() {
       if (TakeNamed(*name)) {
         return &input_;
       }
-    } else if (Folder& folder = folders_.back(); folder.next == folder.names.size()) {
+    } else if (Folder& folder = folders_.back(); folder.next == folder.entries.size()) {
       LeaveFolder();
-    } else if (TakeFound(folder, folder.names[folder.next++])) {
+    } else if (const FolderEntry& entry = folder.entries[folder.next++];
+               TakeFound(folder, entry.name, entry.isFile)) {
       isAnyFound_ = true;
       return &input_;
     }

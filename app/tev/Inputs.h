@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "Lbt/Lbf/StoredFile.h"
 #include "Lbt/Util/FileAccess.h"
 #include "tev/FileFailure.h"
 #include "tev/TemporaryFile.h"
@@ -21,7 +22,13 @@ struct Input {
   std::string path;    ///< as it was named, or as the walk of a folder came to it
   std::string source;  ///< the path to open: for a pipe, that of its copy; never too long for it
   std::optional<Failure> failure;  ///< why it cannot be read; no model of it needs to be opened
+  /// Where there is no failure, it is open already, for TakeFile.
+  std::shared_ptr<LbtLbf::StoredFile> file{};
 };
+
+/// Gives the open file of an input away, with what was read of it. One that is not open for who
+/// comes later: "source" is to be opened then.
+[[nodiscard]] LbtLbf::StoredFile TakeFile(const Input& input);
 
 /// The number of the descriptor that a path stands for: "-" and "/dev/stdin" are standard input,
 /// "/dev/fd/7" is 7.
@@ -82,7 +89,8 @@ class Inputs {
   [[nodiscard]] bool IsListOfNames(const std::string& path) const;
   [[nodiscard]] std::optional<std::string> NextName();
   [[nodiscard]] bool TakeNamed(const std::string& path);
-  [[nodiscard]] bool TakeFound(const Folder& folder, const std::string& name);
+  [[nodiscard]] bool TakeModel(LbtLbf::StoredFile file);
+  [[nodiscard]] bool TakeFound(const Folder& folder, const std::string& name, bool isFile);
   [[nodiscard]] bool IsPassedOver(const std::string& path, const struct stat& status);
   [[nodiscard]] bool Fail(const Failure& failure);
   [[nodiscard]] std::string CopyOf(int descriptor, const struct stat& status);

@@ -251,7 +251,7 @@ void OpenContainer(LbFile& file, const Input& input, AnswerWriter& writer) {
   file.GetIndex().SetRefusalLine(LbtLbf::RefusalLine::LeftOut);
   TellingVersions(file, [&] {
     bool wideOffsets = false;
-    static_cast<void>(LbtTev::OpenContainer(file, input.source, wideOffsets));
+    static_cast<void>(LbtTev::OpenContainer(file, input.source, wideOffsets, TakeFile(input)));
   });
   try {
     file.ReadIndex();
@@ -281,7 +281,8 @@ void LoadModel(LbtTev::Tree& tree, const Input& input, AnswerWriter& writer) {
   Loading loading(file, writer.Lost());
   errno = 0;  // reads that end early leave it
   try {
-    TellingVersions(file, [&] { LbtTev::OpenModel(tree, input.source, &loading); });
+    TellingVersions(file,
+                    [&] { LbtTev::OpenModel(tree, input.source, &loading, TakeFile(input)); });
   } catch (const Exception& exception) {
     const int error = errno;
     if (loading.IsOfTheSystem(exception)) {

@@ -89,10 +89,12 @@ std::ostream& AnswerOutput::Stream() {
 }
 
 std::optional<std::size_t> AnswerOutput::Columns() const {
-  const std::optional<int> descriptor = Descriptor();
   winsize size{};
-  const bool isKnown = descriptor && ioctl(*descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
-  return isKnown ? std::optional<std::size_t>(size.ws_col) : std::nullopt;
+  if (mayBeTerminal_) {
+    const std::optional<int> descriptor = Descriptor();
+    mayBeTerminal_ = descriptor && ioctl(*descriptor, TIOCGWINSZ, &size) == 0;
+  }
+  return size.ws_col == 0 ? std::nullopt : std::optional<std::size_t>(size.ws_col);
 }
 
 void AnswerOutput::Flush() {

@@ -49,5 +49,6 @@ class AnswerOutput {
   std::string path_;
   std::ostringstream* memory_ = nullptr;  // in place of a path
   std::unique_ptr<Lbt::Util::DescriptorStream> stream_;
-  int error_ = 0;  // why it could not be written, as far as it is known
+  mutable bool mayBeTerminal_ = true;  // what has turned out to be none stays so
+  int error_ = 0;                      // why it could not be written, as far as it is known
 };

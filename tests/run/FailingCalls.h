@@ -7,6 +7,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "run/SmallReport.h"
@@ -15,14 +16,36 @@
 
 namespace tevtest {
 
+/// The small model with so much between them that the header, the index and the block of each of
+/// its six streams take a read of the system each.
+inline std::string SpacedModel() {
+  constexpr std::size_t kGap = std::size_t{16} * 1024;
+  ContainerWriter container = SmallModel().ToContainer();
+  container.SetIndexTrailing(std::string(kGap, '\0'));
+  std::vector<BlockSpec> blocks;
+  for (BlockSpec& block : container.Blocks()) {
+    blocks.push_back({.name = "Gap", .payload = std::string(kGap, ' ')});
+    blocks.push_back(std::move(block));
+  }
+  container.Blocks() = std::move(blocks);
+  return container.Build().bytes;
+}
+
+inline constexpr long kReadsOfSpacedModel = 1 + 1 + 6;
+
 /// Runs in which one call of the system or of the C library fails: see preload/Faults.cpp.
 class FailingCalls : public TevInfoRun {
  protected:
-  FailingCalls() { std::filesystem::last_write_time(model, written); }
+  FailingCalls() {
+    for (const std::string& path : {model, spaced})
+      std::filesystem::last_write_time(path, written);
+  }
 
   ~FailingCalls() override {
     EXPECT_EQ(ReadFile(model), bytes);
-    EXPECT_EQ(std::filesystem::last_write_time(model), written);
+    EXPECT_EQ(ReadFile(spaced), spacedBytes);
+    for (const std::string& path : {model, spaced})
+      EXPECT_EQ(std::filesystem::last_write_time(path), written);
   }
 
   /// How a run whose call "number" fails is started.
@@ -70,6 +93,8 @@ class FailingCalls : public TevInfoRun {
   const std::string bytes = SmallModel().Build();
   const std::string model = dir.Write("small.tev", bytes);
   const std::string document = SmallReport().Document(bytes.size());
+  const std::string spacedBytes = SpacedModel();
+  const std::string spaced = dir.Write("spaced.tev", spacedBytes);
   /// Far from now and in whole seconds, so that any change shows.
   const std::filesystem::file_time_type written =
       std::chrono::floor<std::chrono::seconds>(std::filesystem::last_write_time(model)) -

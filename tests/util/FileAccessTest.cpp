@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <utility>
 
 #include "Lbt/Util/FileAccess.h"
 #include "support/Process.h"
@@ -14,9 +15,9 @@
 
 namespace {
 
+using Lbt::Util::Descriptor;
 using Lbt::Util::IdentityOf;
 using Lbt::Util::IsRegularFile;
-using Lbt::Util::SizeOf;
 using tevtest::OpenFile;
 using tevtest::Redirect;
 using tevtest::RunOptions;
@@ -43,13 +44,26 @@ TEST(FileAccess, IdentityOf_FilesWithTheSameContent_Differs) {
 
 TEST(FileAccess, IdentityOf_ClosedDescriptor_IsNone) { EXPECT_FALSE(IdentityOf(-1)); }
 
-TEST(FileAccess, SizeOf_AFile_IsItsBytes) {
+TEST(Descriptor, AtItsEnd_IsClosedUnlessItWasHandedOn) {
   const TempDir directory;
-  EXPECT_EQ(SizeOf(OpenFile(directory.Write("file", "text")).Get()), 4U);
-  EXPECT_EQ(SizeOf(OpenFile(directory.Write("empty", "")).Get()), 0U);
+  int closed = -1;
+  int kept = -1;
+  {
+    Descriptor first(open(directory.Write("one", "x").c_str(), O_RDONLY | O_CLOEXEC));
+    Descriptor second(open(directory.Write("two", "x").c_str(), O_RDONLY | O_CLOEXEC));
+    closed = first.Get();
+    kept = second.HandOn();
+    EXPECT_FALSE(second.IsOpen());
+    Descriptor moved(std::move(first));
+    EXPECT_EQ(moved.Get(), closed);
+    EXPECT_TRUE(tevtest::IsOpen(closed));
+  }
+  EXPECT_FALSE(tevtest::IsOpen(closed));
+  EXPECT_TRUE(tevtest::IsOpen(kept));
+  close(kept);
 }
 
-TEST(FileAccess, SizeOf_ClosedDescriptor_IsNone) { EXPECT_FALSE(SizeOf(-1)); }
+TEST(Descriptor, AtFirst_IsNone) { EXPECT_FALSE(Descriptor().IsOpen()); }
 
 TEST(FileAccess, IsRegularFile_AFile_IsOne) {
   const TempDir directory;

@@ -10,6 +10,8 @@
 #include <span>
 #include <string_view>
 
+#include "Lbt/Lbf/StoredFile.h"
+
 namespace LbtLbf {
 
 /// The in-memory image of one stored block: a growing byte buffer with a fill
@@ -28,10 +30,15 @@ class Block {
   Block(Block&& other) noexcept { Swap(other); }
   Block& operator=(Block&& other) noexcept;
 
-  /// Appends "length" bytes of "file", from its current offset, at the cursor,
-  /// which stays where it is. Nothing happens for a length of 0. Throws "Read
-  /// Error" where the file does not hold them all, and "Memory Allocation Error".
-  void Read(std::FILE* file, const unsigned int& length);
+  /// Appends "length" bytes of "file", from "position" on, at the cursor, which stays
+  /// where it is. Nothing happens for a length of 0. Throws "Read Error" where the file
+  /// does not hold them all, and "Memory Allocation Error".
+  void Read(const StoredFile& file, std::uint64_t position, std::uint32_t length);
+
+  /// The same from where a stream stands, which moves over them.
+  void Read(std::FILE* stream, const unsigned int& length) {
+    Read(StoredFile(stream), static_cast<std::uint64_t>(ftello(stream)), length);
+  }
 
   /// Copies "length" bytes from the cursor to "destination" and moves the cursor
   /// over them. Throws "Out of Bounds", with nothing changed, where fewer are left.
@@ -118,10 +125,6 @@ class Block {
   [[nodiscard]] std::uint32_t GetRemaining() const { return size_ - position_; }
   [[nodiscard]] bool HasBuffer() const { return buffer_ != nullptr; }
   [[nodiscard]] bool IsConsumed() const { return position_ == size_; }
-
-  /// The bytes between a file's offset and its end; as many as there can be where it has no
-  /// end that can be known.
-  [[nodiscard]] static std::uint64_t BytesLeft(std::FILE* file);
 
   /// The byte count that an environment variable sets, read as `strtoul` reads it:
   /// text that is no number counts as 0. None where the variable is unset or its

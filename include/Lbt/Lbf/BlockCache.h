@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <deque>
 #include <functional>
 #include <list>
@@ -63,7 +62,7 @@ class BlockCache {
   /// at its start. What is known of it is not found out again: contents that are kept are taken,
   /// and data that zlib has refused is refused. Throws what Block::Read and BlockZlibUnCompressor
   /// do, with the block empty.
-  Source Load(std::size_t entry, std::FILE* file);
+  Source Load(std::size_t entry, const StoredFile& file);
 
   /// Forgets what is known of an entry's contents, so that the next load goes to the file.
   void Forget(std::size_t entry);
@@ -74,17 +73,17 @@ class BlockCache {
   /// The length that an entry's contents have by the file's own word: the stored
   /// size, or the first four bytes of a compressed block. Nothing is inflated.
   /// Throws "Out of Bounds" where those four bytes are not stored and "Read Error".
-  [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry, std::FILE* file);
+  [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry, const StoredFile& file);
 
   /// The same as far as the file can hold it: what lies beyond its end does not count, and a
   /// compressed block counts with no more than deflate can make of what is stored. Throws "Read
   /// Error".
-  [[nodiscard]] std::uint64_t ReadCredibleLength(std::size_t entry, std::FILE* file);
+  [[nodiscard]] std::uint64_t ReadCredibleLength(std::size_t entry, const StoredFile& file);
 
   /// Puts the first bytes of what a compressed entry's block holds into "contents", without
   /// inflating the rest, and returns how many come out; what fails is not told. Throws "Read
   /// Error" where the file cannot be read from there at all.
-  [[nodiscard]] std::uint64_t ReadBeginning(std::size_t entry, std::FILE* file,
+  [[nodiscard]] std::uint64_t ReadBeginning(std::size_t entry, const StoredFile& file,
                                             std::span<unsigned char> contents);
 
   /// Frees an entry's block; its size stays known. Contents that were loaded more than once are
@@ -149,10 +148,10 @@ class BlockCache {
  private:
   void ComputePosition(std::size_t entry);
   [[nodiscard]] bool LoadKept(std::size_t entry);
-  void LoadStored(std::size_t entry, std::FILE* file);
+  void LoadStored(std::size_t entry, const StoredFile& file);
   void Inflate(std::size_t entry);
   [[noreturn]] void Refuse(std::size_t entry, int code);
-  void SeekTo(std::size_t entry, std::FILE* file);
+  [[nodiscard]] std::uint64_t PlaceOf(std::size_t entry, const StoredFile& file);
 
   std::vector<IndexItem> items_;
   std::deque<Block> blocks_;  // references to them stay valid where others are added

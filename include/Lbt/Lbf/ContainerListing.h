@@ -54,7 +54,7 @@ struct ContainerListing {
 /// Describes one block of an open container whose index has been read. Throws "Read Error".
 [[nodiscard]] BlockFacts DescribeBlock(LbFile& file, std::size_t number);
 
-/// Lists an open container, and hands each block to "visit" as it comes. Reads the index and
+/// Lists an open container, and hands each block to "visit" as it comes. Reads the index, once, and
 /// the length fields of compressed blocks, and inflates nothing but a second index. Throws
 /// what LbFile::ReadIndex and "visit" do, and "Read Error".
 [[nodiscard]] ContainerListing ListContainer(

@@ -57,21 +57,24 @@ void AbsorbNotFound(Read read) {
 /// one's own last entry is never followed.
 class Index {
  public:
-  /// Reads the index of "size" bytes that "file" stands at, and the second index
-  /// where there is one. Throws what reading blocks throws, and "Out of Bounds" where
-  /// the entries run out; the index is empty then.
-  void ReadIndexBufferFromFileStream(std::FILE* file, const unsigned long& size);
+  /// Reads the index of "size" bytes at "position", and the second index where there is
+  /// one. Throws what reading blocks throws, and "Out of Bounds" where the entries run
+  /// out; the index is empty then.
+  void Read(const StoredFile& file, std::uint64_t position, std::uint32_t size);
+
+  /// The same from where a stream stands.
+  void ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long& size);
 
   /// The entry whose block serves the next read of stream "name"; loads blocks on the
   /// way. Throws "Element Not Found" for an unknown name, and what a load throws.
-  [[nodiscard]] unsigned long GetReadingBlockIndex(std::string_view name, std::FILE* file);
+  [[nodiscard]] unsigned long GetReadingBlockIndex(std::string_view name, const StoredFile& file);
 
   /// The same among the blocks in memory. Throws "Element Not Found" where the name is
   /// unknown or no block of it has bytes left.
   [[nodiscard]] unsigned long GetReadingBlockIndex(std::string_view name);
 
   /// The blocks of those entries.
-  [[nodiscard]] Block& GetReadingBlock(std::string_view name, std::FILE* file) {
+  [[nodiscard]] Block& GetReadingBlock(std::string_view name, const StoredFile& file) {
     return cache_.GetBlock(GetReadingBlockIndex(name, file));
   }
   [[nodiscard]] Block& GetReadingBlock(std::string_view name) {
@@ -84,32 +87,33 @@ class Index {
 
   /// What the functions of these names do, for a stream that was found before. What the block
   /// reference is valid for: until blocks are created, or the index is read anew.
-  [[nodiscard]] Block& GetReadingBlock(NamedStream& stream, std::FILE* file) {
+  [[nodiscard]] Block& GetReadingBlock(NamedStream& stream, const StoredFile& file) {
     return cache_.GetBlock(stream.Choose(cache_, file));
   }
   [[nodiscard]] Block& GetReadingBlock(NamedStream& stream) {
     return cache_.GetBlock(stream.ChooseInMemory(cache_));
   }
-  void SetBlockPosition(NamedStream& stream, unsigned long offset, std::FILE* file) {
+  void SetBlockPosition(NamedStream& stream, unsigned long offset, const StoredFile& file) {
     ++changes_;
     stream.Seek(cache_, offset, file);
   }
 
   /// The number of the block that a seek would be about; see NamedStream::TargetOf.
-  [[nodiscard]] std::size_t TargetOf(NamedStream& stream, unsigned long offset, std::FILE* file) {
+  [[nodiscard]] std::size_t TargetOf(NamedStream& stream, unsigned long offset,
+                                     const StoredFile& file) {
     return stream.TargetOf(cache_, offset, file);
   }
 
   /// The number of the block that has a byte of a stream; see NamedStream::HolderOf.
   [[nodiscard]] std::optional<std::size_t> HolderOf(NamedStream& stream, std::uint64_t offset,
-                                                    std::FILE* file) {
+                                                    const StoredFile& file) {
     ++changes_;
     return stream.HolderOf(cache_, offset, file);
   }
 
   /// The block that the next read of a stream is served from. Without "file" among the blocks in
   /// memory, and null where none has bytes left. Throws what a load throws.
-  [[nodiscard]] Block* FindReadingBlock(NamedStream& stream, std::FILE* file);
+  [[nodiscard]] Block* FindReadingBlock(NamedStream& stream, const StoredFile& file);
 
   /// How many times the index has been read: a stream found before that is valid as long as this
   /// stays.
@@ -127,20 +131,21 @@ class Index {
   [[nodiscard]] std::uint64_t GetPosition(NamedStream& stream) { return stream.Position(cache_); }
 
   /// The length of a whole stream by the file's own word; see NamedStream::RecordedLength.
-  [[nodiscard]] std::uint64_t ReadRecordedLength(NamedStream& stream, std::FILE* file) {
+  [[nodiscard]] std::uint64_t ReadRecordedLength(NamedStream& stream, const StoredFile& file) {
     return stream.RecordedLength(cache_, file);
   }
 
   /// Copies "length" bytes (its low 32 bits) of stream "name", all from one block. An
   /// unknown name, or no block to choose, leaves "destination" alone.
   void Get(std::string_view name, void* const& destination, unsigned long length);
-  void Get(std::string_view name, void* const& destination, unsigned long length, std::FILE* file);
+  void Get(std::string_view name, void* const& destination, unsigned long length,
+           const StoredFile& file);
 
   /// Puts the cursor of stream "name" at "offset" bytes from its start, counted over
   /// the uncompressed bytes of its blocks; the stream's end is allowed. Blocks before
   /// it are released and count as read. A name that the index lacks gets an empty
   /// block. Throws "Out of Bounds" ("Invalid block position") and what a load throws.
-  void SetBlockPosition(std::string_view name, unsigned long offset, std::FILE* file);
+  void SetBlockPosition(std::string_view name, unsigned long offset, const StoredFile& file);
 
   /// Appends an entry with an empty block to stream "name" and returns its number.
   unsigned long CreateBlock(const std::string& name);
@@ -149,7 +154,7 @@ class Index {
   [[nodiscard]] BlockSizeLimiter& GetBlockSizeLimiter(std::string_view name);
 
   /// Loads one entry, anew where it was in memory, with the cursor at its start.
-  void ReadBufferFromFileStream(unsigned long entry, std::FILE* file);
+  void ReadBufferFromFileStream(unsigned long entry, const StoredFile& file);
 
   /// An entry's block, to be read from.
   [[nodiscard]] Block& GetBlock(unsigned long entry);
@@ -159,7 +164,7 @@ class Index {
 
   /// The length that an entry's contents have by the file's own word; see
   /// BlockCache::ReadRecordedLength.
-  [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry, std::FILE* file) {
+  [[nodiscard]] std::uint32_t ReadRecordedLength(std::size_t entry, const StoredFile& file) {
     return cache_.ReadRecordedLength(entry, file);
   }
 
@@ -218,7 +223,7 @@ class Index {
     return cache_.Items()[entry].name;
   }
   [[nodiscard]] std::span<const std::uint32_t> RunsOf(std::string_view name) const;
-  void AppendContinuation(std::FILE* file, std::vector<IndexItem>& items);
+  void AppendContinuation(const StoredFile& file, std::vector<IndexItem>& items);
   void FindRuns();
   [[nodiscard]] NumberedBlock Numbered(std::size_t entry) const;
 

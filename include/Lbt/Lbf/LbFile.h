@@ -3,8 +3,6 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -67,14 +65,17 @@ class LbFile {
   /// Error" where it cannot be opened or another one is open.
   void OpenFile(const std::string& path, const char* mode);
 
+  /// Takes a file that is open already, and what was read of it.
+  void OpenFile(StoredFile file);
+
   /// Closes the file where one is open. The index and all blocks in memory stay.
   virtual void CloseFile();
 
-  [[nodiscard]] bool IsOpen() const { return file_ != nullptr; }
+  [[nodiscard]] bool IsOpen() const { return file_.IsOpen(); }
 
   /// Whether the system has refused a read of the open file: what failed then tells nothing of
   /// what the file holds.
-  [[nodiscard]] bool HasRefusedRead() const;
+  [[nodiscard]] bool HasRefusedRead() const { return file_.HasRefused(); }
 
   /// Whether the open file is a regular one and starts with the signature. Throws
   /// "Read Error" where reading fails before the file's end, or no file is open.
@@ -123,22 +124,22 @@ class LbFile {
   /// The block that the next read of a stream is served from. Throws what a load throws; of a
   /// closed file "Element Not Found" where no block in memory has bytes left.
   [[nodiscard]] Block& GetReadingBlock(NamedStream& stream) {
-    return IsOpen() ? index_.GetReadingBlock(stream, file_.get()) : index_.GetReadingBlock(stream);
+    return IsOpen() ? index_.GetReadingBlock(stream, file_) : index_.GetReadingBlock(stream);
   }
 
   /// The same, or null of a closed file where no block in memory has bytes left.
   [[nodiscard]] Block* FindReadingBlock(NamedStream& stream) {
-    return index_.FindReadingBlock(stream, file_.get());
+    return index_.FindReadingBlock(stream, file_);
   }
 
   /// Puts the cursor of a stream at a byte; see Index::SetBlockPosition.
   void SetBlockPosition(NamedStream& stream, unsigned long offset) {
-    index_.SetBlockPosition(stream, offset, file_.get());
+    index_.SetBlockPosition(stream, offset, file_);
   }
 
   /// The number of the block that a seek would be about; see NamedStream::TargetOf.
   [[nodiscard]] std::size_t TargetOf(NamedStream& stream, unsigned long offset) {
-    return index_.TargetOf(stream, offset, file_.get());
+    return index_.TargetOf(stream, offset, file_);
   }
 
   /// The number of the block that has a byte of a stream, for messages; none where that is unknown.
@@ -153,7 +154,7 @@ class LbFile {
 
   /// The length of a whole stream by the file's own word; see NamedStream::RecordedLength.
   [[nodiscard]] std::uint64_t ReadRecordedLength(NamedStream& stream) {
-    return index_.ReadRecordedLength(stream, file_.get());
+    return index_.ReadRecordedLength(stream, file_);
   }
 
   /// The block that the next read of a stream is served from. Throws "Element Not
@@ -164,10 +165,12 @@ class LbFile {
   void SetBlockPosition(std::string_view name, unsigned long offset);
 
   /// Which file is open.
-  [[nodiscard]] std::optional<Lbt::Util::FileIdentity> GetIdentity() const;
+  [[nodiscard]] std::optional<Lbt::Util::FileIdentity> GetIdentity() const {
+    return file_.Identity();
+  }
 
-  /// The size of the open file in bytes.
-  [[nodiscard]] std::optional<std::uint64_t> GetSize() const;
+  /// The size of the open file in bytes, as it was when it was opened.
+  [[nodiscard]] std::optional<std::uint64_t> GetSize() const { return file_.Size(); }
 
   /// The length that an entry's contents have by the file's own word; see
   /// BlockCache::ReadRecordedLength. Nothing is inflated.
@@ -181,15 +184,13 @@ class LbFile {
   [[nodiscard]] const Index& GetIndex() const { return index_; }
 
  private:
-  struct Close {
-    void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
-  };
-
   void RequireOpen() const;
+  void RequireClosed() const;
+  [[nodiscard]] std::size_t ReadAt(std::uint64_t position, std::span<unsigned char> bytes) const;
   void ReadIndexOnce();
-  [[nodiscard]] std::string ReadHeader(long offset, std::size_t length);
+  [[nodiscard]] std::string ReadHeader(std::uint64_t position, std::size_t length) const;
 
-  std::unique_ptr<std::FILE, Close> file_;
+  StoredFile file_;
   Index index_;
 };
 

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <optional>
 #include <set>
 #include <vector>
@@ -80,7 +79,7 @@ class NamedStream {
   /// The entry from which the next read is served: the first one whose block has
   /// bytes left, loading blocks on the way; the last one where none has. Throws what
   /// a load throws, and "Element Not Found" for a stream without blocks.
-  [[nodiscard]] std::size_t Choose(BlockCache& cache, std::FILE* file);
+  [[nodiscard]] std::size_t Choose(BlockCache& cache, const StoredFile& file);
 
   /// The same among the blocks in memory: the first with bytes left. Throws "Element
   /// Not Found" where there is none.
@@ -94,18 +93,19 @@ class NamedStream {
   /// its recorded length and is not inflated. Where loading the block that the offset lies in
   /// shows it to be shorter than recorded, the place is looked for again. Throws what a load
   /// throws, and "Out of Bounds" for an offset beyond the end.
-  void Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file);
+  void Seek(BlockCache& cache, std::uint64_t offset, const StoredFile& file);
 
   /// The entry whose block a seek to "offset" would load or find in memory. Throws what reading
   /// recorded lengths throws.
-  [[nodiscard]] std::size_t TargetOf(BlockCache& cache, std::uint64_t offset, std::FILE* file) {
+  [[nodiscard]] std::size_t TargetOf(BlockCache& cache, std::uint64_t offset,
+                                     const StoredFile& file) {
     return EntryAt(FindPlace(cache, offset, file));
   }
 
   /// The entry whose block has the byte at "offset", by the recorded lengths; none beyond the end.
   /// Loads nothing, but leaves the blocks before it as a seek does. Throws as above.
   [[nodiscard]] std::optional<std::size_t> HolderOf(BlockCache& cache, std::uint64_t offset,
-                                                    std::FILE* file);
+                                                    const StoredFile& file);
 
   /// Where the next read begins, in bytes from the stream's start. Loads nothing: a block that
   /// has not been loaded counts with the length that is known of it.
@@ -115,13 +115,13 @@ class NamedStream {
   /// block that lies beyond the file's end its bytes there do not count, and a compressed block
   /// counts with no more than deflate can make of what is stored. Reads the length fields at the
   /// first call, and inflates nothing.
-  [[nodiscard]] std::uint64_t RecordedLength(BlockCache& cache, std::FILE* file);
+  [[nodiscard]] std::uint64_t RecordedLength(BlockCache& cache, const StoredFile& file);
 
   /// What the loads of this stream have cost until now.
   [[nodiscard]] const StreamWork& Work() const { return work_; }
 
   /// Loads one of the stream's entries, anew where it is in memory.
-  void Reload(BlockCache& cache, std::size_t entry, std::FILE* file);
+  void Reload(BlockCache& cache, std::size_t entry, const StoredFile& file);
 
   [[nodiscard]] BlockSizeLimiter& Limiter() { return limiter_; }
   [[nodiscard]] const BlockSizeLimiter& Limiter() const { return limiter_; }
@@ -132,13 +132,15 @@ class NamedStream {
   [[nodiscard]] std::size_t PlaceOf(std::size_t entry) const;
   [[nodiscard]] bool IsKnown(std::size_t place) const { return place < lengths_.Count(); }
   [[nodiscard]] bool NeedsLoad(const BlockCache& cache, std::size_t place) const;
-  [[nodiscard]] std::size_t FindPlace(BlockCache& cache, std::uint64_t offset, std::FILE* file);
-  [[nodiscard]] std::uint32_t Measure(BlockCache& cache, std::size_t place, std::FILE* file) const;
+  [[nodiscard]] std::size_t FindPlace(BlockCache& cache, std::uint64_t offset,
+                                      const StoredFile& file);
+  [[nodiscard]] std::uint32_t Measure(BlockCache& cache, std::size_t place,
+                                      const StoredFile& file) const;
   [[nodiscard]] bool IsUsedUp(const BlockCache& cache, std::size_t place) const;
   [[nodiscard]] std::size_t SkipEmpty(std::size_t place) const;
-  [[nodiscard]] bool TakeTarget(BlockCache& cache, std::size_t place, std::FILE* file);
+  [[nodiscard]] bool TakeTarget(BlockCache& cache, std::size_t place, const StoredFile& file);
   void Advance(const BlockCache& cache);
-  void Load(BlockCache& cache, std::size_t place, std::FILE* file);
+  void Load(BlockCache& cache, std::size_t place, const StoredFile& file);
   void CountLoad(BlockCache::Source source, std::uint64_t length);
   void Pass(BlockCache& cache, std::size_t place);
   void LeaveBefore(BlockCache& cache, std::size_t place);

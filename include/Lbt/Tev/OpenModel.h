@@ -12,7 +12,9 @@ namespace LbtTev {
 /// Opens a container and checks its signature and version. Returns the version text;
 /// "wideOffsets" is set where it is 0.7 or later: positions have 64 bits there. Throws "Format Not
 /// Supported" for a file without the signature, "Unknown Version", and what LbFile::OpenFile does.
-std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& wideOffsets);
+/// Here and below, "opened" is the file at "path" where it is open already.
+std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& wideOffsets,
+                          LbtLbf::StoredFile opened = {});
 
 /// The streams of a container, against those that a model consists of.
 struct StreamsFound {
@@ -30,7 +32,8 @@ struct StreamsFound {
 /// Opens a model and loads its tree; numbers of variables stay in the file, which
 /// stays open. Throws any Lbt::Util::Exception of the layers below, std::out_of_range
 /// for damaged node sets, and std::exception for a block that zlib refuses.
-void OpenModel(Tree& tree, const std::string& path, LoadObserver* observer = nullptr);
+void OpenModel(Tree& tree, const std::string& path, LoadObserver* observer = nullptr,
+               LbtLbf::StoredFile opened = {});
 
 /// A model for a program that ends with it. Its tree is left to the end of the process, since to
 /// free hundreds of thousands of small pieces one by one takes a third of a report's time; a large

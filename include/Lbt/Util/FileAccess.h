@@ -6,11 +6,34 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace Lbt::Util {
 
 /// The first bytes of every model file. No text begins with them.
 inline constexpr std::string_view kModelSignature = "\x89LBF\r\n\x1a\n";
+
+/// A descriptor that is closed with its owner, unless it is handed on; below 0 there is none.
+class Descriptor {
+ public:
+  Descriptor() = default;
+  explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
+  ~Descriptor();
+  Descriptor(Descriptor&& other) noexcept : descriptor_(other.HandOn()) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  [[nodiscard]] bool IsOpen() const { return descriptor_ >= 0; }
+  [[nodiscard]] int Get() const { return descriptor_; }
+  [[nodiscard]] int HandOn() { return std::exchange(descriptor_, -1); }
+
+ private:
+  int descriptor_ = -1;
+};
 
 /// Which file a path or a descriptor stands for: its device and inode. Two
 /// spellings, a hard link and what a symbolic link points to have the same one.
@@ -26,9 +49,6 @@ struct FileIdentity {
 
 /// The identity of the file that a path leads to; none where there is no such file.
 [[nodiscard]] std::optional<FileIdentity> IdentityOf(const std::string& path);
-
-/// The size of an open file in bytes; none where its status cannot be read.
-[[nodiscard]] std::optional<std::uint64_t> SizeOf(int descriptor);
 
 /// Whether "descriptor" is open on a regular file: no directory, device or pipe.
 [[nodiscard]] bool IsRegularFile(int descriptor);

@@ -2,8 +2,6 @@
 
 #include "Lbt/Lbf/Block.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
@@ -67,24 +65,16 @@ void Block::Swap(Block& other) noexcept {
   std::swap(position_, other.position_);
 }
 
-std::uint64_t Block::BytesLeft(std::FILE* file) {
-  const off_t offset = ftello(file);
-  struct stat status {};
-  if (offset < 0 || fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return std::numeric_limits<std::uint64_t>::max();
-  }
-  return status.st_size > offset ? static_cast<std::uint64_t>(status.st_size - offset) : 0;
-}
-
-void Block::Read(std::FILE* file, const unsigned int& length) {
+void Block::Read(const StoredFile& file, std::uint64_t position, std::uint32_t length) {
   if (length == 0) {
     return;
   }
   RefreshDefaultSize();
   // A stored size is only a claim: what the file does not hold needs no memory.
-  const auto room = static_cast<unsigned int>(std::min<std::uint64_t>(length, BytesLeft(file)));
+  const auto room =
+      static_cast<std::uint32_t>(std::min<std::uint64_t>(length, file.BytesFrom(position)));
   const std::span<unsigned char> destination = RoomFor(room);
-  if (room < length || std::fread(destination.data(), length, 1, file) != 1) {
+  if (room < length || file.Read(position, destination) != std::size_t{length}) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kBlockHeader);
   }
   size_ = std::max(size_, position_ + length);

@@ -90,21 +90,22 @@ void BlockCache::ComputePosition(std::size_t entry) {
       entry == 0 ? firstPosition_ : items_[entry - 1].position + items_[entry - 1].size;
 }
 
-void BlockCache::SeekTo(std::size_t entry, std::FILE* file) {
+/// Where an entry's block lies in "file", which has to be open.
+std::uint64_t BlockCache::PlaceOf(std::size_t entry, const StoredFile& file) {
   ComputePosition(entry);
-  const auto offset = static_cast<off_t>(items_[entry].position);
-  if (file == nullptr || offset < 0 || fseeko(file, offset, SEEK_SET) != 0) {
+  if (!file.IsOpen()) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kCacheHeader);
   }
+  return items_[entry].position;
 }
 
-BlockCache::Source BlockCache::Load(std::size_t entry, std::FILE* file) {
+BlockCache::Source BlockCache::Load(std::size_t entry, const StoredFile& file) {
   lastLoaded_ = entry;
   lastRefused_.reset();
   items_[entry].loaded = 0;
   blocks_[entry] = Block();
   Source source = Source::Kept;
-  if (file == nullptr || !LoadKept(entry)) {
+  if (!file.IsOpen() || !LoadKept(entry)) {
     LoadStored(entry, file);
     source = wasLoaded_[entry] ? Source::Again : Source::First;
     isWantedAgain_[entry] = wasLoaded_[entry];
@@ -126,11 +127,10 @@ bool BlockCache::LoadKept(std::size_t entry) {
   return contents.has_value();
 }
 
-void BlockCache::LoadStored(std::size_t entry, std::FILE* file) {
+void BlockCache::LoadStored(std::size_t entry, const StoredFile& file) {
   ++loadCount_;
   TellOfLoad(entry);
-  SeekTo(entry, file);
-  blocks_[entry].Read(file, items_[entry].size);
+  blocks_[entry].Read(file, PlaceOf(entry, file), items_[entry].size);
   if (items_[entry].IsCompressed()) {
     Inflate(entry);
   }
@@ -163,7 +163,7 @@ void BlockCache::ForgetContents() {
   refusals_.clear();
 }
 
-std::uint32_t BlockCache::ReadRecordedLength(std::size_t entry, std::FILE* file) {
+std::uint32_t BlockCache::ReadRecordedLength(std::size_t entry, const StoredFile& file) {
   const IndexItem& item = items_[entry];
   if (!item.IsCompressed()) {
     return item.size;
@@ -171,18 +171,17 @@ std::uint32_t BlockCache::ReadRecordedLength(std::size_t entry, std::FILE* file)
   if (item.size < kLengthFieldSize) {
     Raise(Exception::ErrorType::OutOfBounds, "Not enough bytes in the block", kCacheHeader);
   }
-  SeekTo(entry, file);
   std::array<unsigned char, kLengthFieldSize> field{};
-  if (std::fread(field.data(), field.size(), 1, file) != 1) {
+  if (file.Read(PlaceOf(entry, file), field) != field.size()) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kCacheHeader);
   }
   return LengthFromField(field.data());
 }
 
-std::uint64_t BlockCache::ReadCredibleLength(std::size_t entry, std::FILE* file) {
-  SeekTo(entry, file);
+std::uint64_t BlockCache::ReadCredibleLength(std::size_t entry, const StoredFile& file) {
   const IndexItem& item = items_[entry];
-  const std::uint64_t stored = std::min<std::uint64_t>(item.size, Block::BytesLeft(file));
+  const std::uint64_t stored =
+      std::min<std::uint64_t>(item.size, file.BytesFrom(PlaceOf(entry, file)));
   if (!item.IsCompressed()) {
     return stored;
   }
@@ -191,13 +190,12 @@ std::uint64_t BlockCache::ReadCredibleLength(std::size_t entry, std::FILE* file)
              : RoomToInflate(ReadRecordedLength(entry, file), stored - kLengthFieldSize);
 }
 
-std::uint64_t BlockCache::ReadBeginning(std::size_t entry, std::FILE* file,
+std::uint64_t BlockCache::ReadBeginning(std::size_t entry, const StoredFile& file,
                                         std::span<unsigned char> contents) {
-  SeekTo(entry, file);
   std::array<unsigned char, 4096> stored{};
   const std::span<unsigned char> piece =
       std::span(stored).first(std::min<std::size_t>(items_[entry].size, stored.size()));
-  const std::size_t count = std::fread(piece.data(), 1, piece.size(), file);
+  const std::size_t count = file.Read(PlaceOf(entry, file), piece).value_or(0);
   std::span<const unsigned char> compressed = piece.first(count);
   compressed = compressed.subspan(std::min<std::size_t>(count, kLengthFieldSize));
   return LbtLbf::Inflate(compressed, contents).length;

@@ -44,7 +44,9 @@ ContainerListing ListContainer(LbFile& file, const std::function<void(const Bloc
   ContainerListing listing;
   listing.version = file.ReadVersion();
   listing.fileSize = file.GetSize().value_or(0);
-  file.ReadIndex();
+  if (file.GetIndex().IsEmpty()) {
+    file.ReadIndex();
+  }
   const Index& index = file.GetIndex();
   listing.indexOffset = index.GetIndexPosition();
   listing.indexSize = index.GetIndexSize();

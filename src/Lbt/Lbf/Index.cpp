@@ -9,7 +9,6 @@
 
 #include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Log/Raise.h"
-#include "Lbt/Util/FileAccess.h"
 #include "Lbt/Util/StoredNumbers.h"
 
 namespace LbtLbf {
@@ -25,17 +24,16 @@ constexpr std::string_view kContinuationPrefix = "\vIndex Block ";
 
 /// How many entries a second index may have: one for each byte of the file, and a million for
 /// files that are small. A block that holds anything takes a byte there at the least.
-std::uint64_t MostEntries(std::FILE* file) {
+std::uint64_t MostEntries(const StoredFile& file) {
   constexpr std::uint64_t kInAnyCase = std::uint64_t{1} << 20U;
-  const std::uint64_t size =
-      Lbt::Util::SizeOf(fileno(file)).value_or(std::numeric_limits<std::uint32_t>::max());
+  const std::uint64_t size = file.Size().value_or(std::numeric_limits<std::uint32_t>::max());
   return size + kInAnyCase;
 }
 
 /// Looks how many entries a second index has to have, where its contents have room for too many,
 /// before it is inflated: deflate stores a hundred empty entries in a byte, and each takes as many
 /// bytes of memory.
-void RequireCredibleCount(BlockCache& cache, std::size_t entry, std::FILE* file) {
+void RequireCredibleCount(BlockCache& cache, std::size_t entry, const StoredFile& file) {
   const std::uint64_t most = MostEntries(file);
   std::array<unsigned char, sizeof(std::uint32_t)> count{};
   if (cache.ReadCredibleLength(entry, file) > most * IndexItem::kShortest &&
@@ -48,7 +46,7 @@ void RequireCredibleCount(BlockCache& cache, std::size_t entry, std::FILE* file)
 
 }  // namespace
 
-void Index::ReadIndexBufferFromFileStream(std::FILE* file, const unsigned long& size) {
+void Index::Read(const StoredFile& file, std::uint64_t position, std::uint32_t size) {
   Trace("Reading index block ... ", kIndexHeader);
   ++reads_;
   ++changes_;
@@ -60,13 +58,12 @@ void Index::ReadIndexBufferFromFileStream(std::FILE* file, const unsigned long& 
   continuationLength_ = 0;
   streams_.clear();
   runs_.clear();
-  const off_t offset = ftello(file);
-  indexPosition_ = offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
+  indexPosition_ = position;
   indexSize_ = size;
 
   std::vector<IndexItem> items;
   Block scratch;
-  scratch.Read(file, static_cast<unsigned int>(size));
+  scratch.Read(file, position, size);
   CopyFromBlock<IndexItem>(scratch, items);
   unusedBytes_ = scratch.GetRemaining();
   if (!items.empty() && items.back().name.starts_with(kContinuationPrefix)) {
@@ -77,7 +74,13 @@ void Index::ReadIndexBufferFromFileStream(std::FILE* file, const unsigned long& 
   Trace("Index block read. ", kIndexHeader);
 }
 
-void Index::AppendContinuation(std::FILE* file, std::vector<IndexItem>& items) {
+void Index::ReadIndexBufferFromFileStream(std::FILE* stream, const unsigned long& size) {
+  const off_t position = ftello(stream);
+  Read(stream, position < 0 ? 0 : static_cast<std::uint64_t>(position),
+       static_cast<std::uint32_t>(size));
+}
+
+void Index::AppendContinuation(const StoredFile& file, std::vector<IndexItem>& items) {
   BlockCache firstIndex;
   firstIndex.SetRefusalLine(cache_.GetRefusalLine());
   firstIndex.Assign(items, indexPosition_ + indexSize_);
@@ -184,8 +187,8 @@ NamedStream& Index::GetStream(std::string_view name) {
   return *stream;
 }
 
-Block* Index::FindReadingBlock(NamedStream& stream, std::FILE* file) {
-  if (file != nullptr) {
+Block* Index::FindReadingBlock(NamedStream& stream, const StoredFile& file) {
+  if (file.IsOpen()) {
     return &GetReadingBlock(stream, file);
   }
   const std::optional<std::size_t> entry = stream.FindInMemory(cache_);
@@ -194,7 +197,7 @@ Block* Index::FindReadingBlock(NamedStream& stream, std::FILE* file) {
 
 void Index::LogMissingStream() { Lbt::Log::LogFailure("Element Not Found", kIndexHeader); }
 
-unsigned long Index::GetReadingBlockIndex(std::string_view name, std::FILE* file) {
+unsigned long Index::GetReadingBlockIndex(std::string_view name, const StoredFile& file) {
   return GetStream(name).Choose(cache_, file);
 }
 
@@ -208,12 +211,12 @@ void Index::Get(std::string_view name, void* const& destination, unsigned long l
 }
 
 void Index::Get(std::string_view name, void* const& destination, unsigned long length,
-                std::FILE* file) {
+                const StoredFile& file) {
   AbsorbNotFound(
       [&] { GetReadingBlock(name, file).Get(destination, static_cast<unsigned int>(length)); });
 }
 
-void Index::SetBlockPosition(std::string_view name, unsigned long offset, std::FILE* file) {
+void Index::SetBlockPosition(std::string_view name, unsigned long offset, const StoredFile& file) {
   if (FindStream(name) == nullptr) {
     CreateBlock(std::string(name));
   }
@@ -235,7 +238,7 @@ BlockSizeLimiter& Index::GetBlockSizeLimiter(std::string_view name) {
   return GetStream(name).Limiter();
 }
 
-void Index::ReadBufferFromFileStream(unsigned long entry, std::FILE* file) {
+void Index::ReadBufferFromFileStream(unsigned long entry, const StoredFile& file) {
   ++changes_;
   GetStream(cache_.Items().at(entry).name).Reload(cache_, entry, file);
 }

@@ -2,15 +2,13 @@
 
 #include "Lbt/Lbf/LbFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 #include "Lbt/Lbf/CopyFromBlock.h"
 #include "Lbt/Log/Raise.h"
@@ -30,31 +28,14 @@ namespace {
 
 constexpr const char* kFileHeader = "include/Lbt/Lbf/LbFile";
 constexpr std::uint32_t kTenthsOf07 = 7;
-constexpr long kVersionOffset = 8;
+constexpr std::uint64_t kVersionOffset = 8;
 constexpr std::size_t kVersionSize = 4;
-constexpr long kIndexSizeOffset = 12;
+constexpr std::uint64_t kIndexSizeOffset = 12;
 static_assert(LbFile::kHeaderSize == kIndexSizeOffset + sizeof(std::uint32_t));
 
-void SeekHeader(std::FILE* file, long offset) {
-  if (std::fseek(file, offset, SEEK_SET) != 0) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
-  }
-}
-
-/// Opens without blocking: a pipe that nobody writes to must not stop the program.
-std::FILE* Open(const std::string& path, const char* mode) {
-  const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-  if (descriptor < 0) {
-    return nullptr;
-  }
-  std::FILE* file = fdopen(descriptor, mode);
-  if (file == nullptr) {
-    close(descriptor);
-    return nullptr;
-  }
-  // Blocks are read in one piece, straight to where they stay.
-  static_cast<void>(std::setvbuf(file, nullptr, _IONBF, 0));
-  return file;
+/// Whether a stream that is opened with that mode can only be read.
+bool IsForReading(std::string_view mode) {
+  return mode.starts_with('r') && mode.find('+') == std::string_view::npos;
 }
 
 }  // namespace
@@ -75,20 +56,25 @@ std::uint32_t VersionTenths(const std::string& version) {
 LbFile::~LbFile() { LbFile::CloseFile(); }
 
 void LbFile::OpenFile(const std::string& path, const char* mode) {
-  if (IsOpen()) {
-    Raise(Exception::ErrorType::MiscelleneousError, "File stream is already in use", kFileHeader);
+  RequireClosed();
+  if (IsForReading(mode)) {
+    file_ = StoredFile(path);
   }
-  file_.reset(Open(path, mode));
   if (!IsOpen()) {
     const std::string message = "Unable to open file \"" + path + '"';
     Raise(Exception::ErrorType::MiscelleneousError, message.c_str(), kFileHeader);
   }
 }
 
+void LbFile::OpenFile(StoredFile file) {
+  RequireClosed();
+  file_ = std::move(file);
+}
+
 void LbFile::CloseFile() {
   Trace("Closing file ...", kFileHeader);
   if (IsOpen()) {
-    file_.reset();
+    file_ = StoredFile();
     index_.ForgetContents();
     Trace("File closed.", kFileHeader);
   }
@@ -100,25 +86,34 @@ void LbFile::RequireOpen() const {
   }
 }
 
+void LbFile::RequireClosed() const {
+  if (IsOpen()) {
+    Raise(Exception::ErrorType::MiscelleneousError, "File stream is already in use", kFileHeader);
+  }
+}
+
 bool LbFile::HasSignature() {
   RequireOpen();
-  return Lbt::Util::IsRegularFile(fileno(file_.get())) &&
-         ReadHeader(0, kSignature.size()) == kSignature;
+  return file_.IsRegular() && ReadHeader(0, kSignature.size()) == kSignature;
 }
 
 std::string LbFile::ReadVersion() { return ReadHeader(kVersionOffset, kVersionSize); }
 
-/// Header bytes up to the first NUL. What lies past the file's end reads as NUL.
-std::string LbFile::ReadHeader(long offset, std::size_t length) {
+/// Reads what the file has of "bytes", and returns how many there are.
+std::size_t LbFile::ReadAt(std::uint64_t position, std::span<unsigned char> bytes) const {
   RequireOpen();
-  std::string bytes(length, '\0');
-  SeekHeader(file_.get(), offset);
-  const std::size_t read = std::fread(bytes.data(), 1, length, file_.get());
-  if (read < length && std::ferror(file_.get()) != 0) {
+  const std::optional<std::size_t> count = file_.Read(position, bytes);
+  if (!count) {
     Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
   }
-  bytes.resize(read);
-  return bytes.substr(0, bytes.find('\0'));
+  return *count;
+}
+
+/// Header bytes up to the first NUL. What lies past the file's end reads as NUL.
+std::string LbFile::ReadHeader(std::uint64_t position, std::size_t length) const {
+  std::array<unsigned char, kHeaderSize> bytes{};
+  const std::size_t count = ReadAt(position, std::span(bytes).first(length));
+  return {bytes.begin(), std::find(bytes.begin(), bytes.begin() + count, '\0')};
 }
 
 void LbFile::CheckSupport(const std::string& version, bool& wideOffsets) {
@@ -136,17 +131,11 @@ void LbFile::CheckSupport(const std::string& version, bool& wideOffsets) {
 
 void LbFile::ReadIndex() {
   Trace("Reading index positions ... ", kFileHeader);
-  RequireOpen();
   std::array<unsigned char, sizeof(std::uint32_t)> stored{};
-  SeekHeader(file_.get(), kIndexSizeOffset);
-  const bool isWhole = std::fread(stored.data(), stored.size(), 1, file_.get()) == 1;
-  if (!isWhole && std::ferror(file_.get()) != 0) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
-  }
+  const bool isWhole = ReadAt(kIndexSizeOffset, stored) == stored.size();
   // A file that ends before its index size has an index of no bytes.
-  const unsigned long size =
-      isWhole ? Lbt::Util::FromLittleEndian<std::uint32_t>(stored.data()) : 0;
-  index_.ReadIndexBufferFromFileStream(file_.get(), size);
+  const auto size = isWhole ? Lbt::Util::FromLittleEndian<std::uint32_t>(stored.data()) : 0;
+  index_.Read(file_, kHeaderSize, size);
   Trace("Index read. ", kFileHeader);
 }
 
@@ -164,7 +153,7 @@ NamedStream* LbFile::FindStream(std::string_view name) {
 std::optional<std::size_t> LbFile::FindBlockAt(std::string_view name, std::uint64_t position) {
   try {
     NamedStream* stream = FindStream(name);
-    return stream == nullptr ? std::nullopt : index_.HolderOf(*stream, position, file_.get());
+    return stream == nullptr ? std::nullopt : index_.HolderOf(*stream, position, file_);
   } catch (const Exception&) {
     return std::nullopt;  // the length of an earlier block cannot be read
   }
@@ -172,7 +161,7 @@ std::optional<std::size_t> LbFile::FindBlockAt(std::string_view name, std::uint6
 
 Block& LbFile::GetReadingBlock(std::string_view name) {
   ReadIndexOnce();
-  return IsOpen() ? index_.GetReadingBlock(name, file_.get()) : index_.GetReadingBlock(name);
+  return IsOpen() ? index_.GetReadingBlock(name, file_) : index_.GetReadingBlock(name);
 }
 
 void LbFile::Get(std::string_view name, void* const& destination, unsigned long length) {
@@ -219,31 +208,15 @@ template void LbFile::Get(std::string_view name, StoredList<double>& value);
 template void LbFile::Get(std::string_view name, std::vector<std::string_view>& value);
 
 void LbFile::SetBlockPosition(std::string_view name, unsigned long offset) {
-  index_.SetBlockPosition(name, offset, file_.get());
-}
-
-bool LbFile::HasRefusedRead() const { return IsOpen() && std::ferror(file_.get()) != 0; }
-
-std::optional<Lbt::Util::FileIdentity> LbFile::GetIdentity() const {
-  return IsOpen() ? Lbt::Util::IdentityOf(fileno(file_.get())) : std::nullopt;
-}
-
-std::optional<std::uint64_t> LbFile::GetSize() const {
-  return IsOpen() ? Lbt::Util::SizeOf(fileno(file_.get())) : std::nullopt;
+  index_.SetBlockPosition(name, offset, file_);
 }
 
 std::uint32_t LbFile::ReadRecordedLength(std::size_t entry) {
-  return index_.ReadRecordedLength(entry, file_.get());
+  return index_.ReadRecordedLength(entry, file_);
 }
 
 std::size_t LbFile::ReadStored(std::uint64_t offset, std::span<unsigned char> bytes) {
-  const auto start = static_cast<off_t>(offset);
-  const bool isPlaced = IsOpen() && start >= 0 && fseeko(file_.get(), start, SEEK_SET) == 0;
-  const std::size_t read = isPlaced ? std::fread(bytes.data(), 1, bytes.size(), file_.get()) : 0;
-  if (!isPlaced || (read < bytes.size() && std::ferror(file_.get()) != 0)) {
-    Raise(Exception::ErrorType::ReadError, "Unable to read from file", kFileHeader);
-  }
-  return read;
+  return ReadAt(offset, bytes);
 }
 
 }  // namespace LbtLbf

@@ -59,7 +59,7 @@ BlockSizeLimiter::BlockSizeLimiter()
     : maxBlockSize(
           Block::SizeFromEnvironment("PRAMO_MAX_TEV_BLOCK_SIZE").value_or(kDefaultMaxBlockSize)) {}
 
-std::size_t NamedStream::Choose(BlockCache& cache, std::FILE* file) {
+std::size_t NamedStream::Choose(BlockCache& cache, const StoredFile& file) {
   for (; firstOpen_ < limiter_.blocks.size(); Advance(cache)) {
     const std::size_t entry = EntryAt(firstOpen_);
     if (cache.GetBlock(entry).IsConsumed() && NeedsLoad(cache, firstOpen_)) {
@@ -99,7 +99,7 @@ bool NamedStream::IsUsedUp(const BlockCache& cache, std::size_t place) const {
 }
 
 std::optional<std::size_t> NamedStream::HolderOf(BlockCache& cache, std::uint64_t offset,
-                                                 std::FILE* file) {
+                                                 const StoredFile& file) {
   const std::size_t place = FindPlace(cache, offset, file);
   const std::uint64_t start = lengths_.Sum(place);
   const std::uint64_t length =
@@ -127,7 +127,7 @@ std::uint64_t NamedStream::Position(const BlockCache& cache) {
   return lengths_.Sum(place) + cache.GetBlock(EntryAt(place)).GetPosition();
 }
 
-std::uint64_t NamedStream::RecordedLength(BlockCache& cache, std::FILE* file) {
+std::uint64_t NamedStream::RecordedLength(BlockCache& cache, const StoredFile& file) {
   if (!recordedLength_) {
     std::uint64_t length = 0;
     for (const std::size_t entry : limiter_.blocks) {
@@ -154,7 +154,7 @@ std::optional<std::size_t> NamedStream::FindInMemory(const BlockCache& cache) co
   return open == blocks.end() ? std::nullopt : std::optional<std::size_t>(*open);
 }
 
-void NamedStream::Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file) {
+void NamedStream::Seek(BlockCache& cache, std::uint64_t offset, const StoredFile& file) {
   cache.ForgetRefusal();
   if (limiter_.blocks.empty()) {
     Raise(Exception::ErrorType::ElementNotFound, "Element Not Found", kStreamHeader);
@@ -175,7 +175,7 @@ void NamedStream::Seek(BlockCache& cache, std::uint64_t offset, std::FILE* file)
 }
 
 /// Has a block in memory; whether that has shown another length than was known.
-bool NamedStream::TakeTarget(BlockCache& cache, std::size_t place, std::FILE* file) {
+bool NamedStream::TakeTarget(BlockCache& cache, std::size_t place, const StoredFile& file) {
   if (cache.IsLoaded(EntryAt(place)) || cache.IsStoredEmpty(EntryAt(place))) {
     return false;
   }
@@ -187,7 +187,8 @@ bool NamedStream::TakeTarget(BlockCache& cache, std::size_t place, std::FILE* fi
 
 /// Measures blocks that no seek has passed yet, one by one, until one holds the
 /// offset. The last block is the target of whatever is left.
-std::size_t NamedStream::FindPlace(BlockCache& cache, std::uint64_t offset, std::FILE* file) {
+std::size_t NamedStream::FindPlace(BlockCache& cache, std::uint64_t offset,
+                                   const StoredFile& file) {
   const std::size_t last = limiter_.blocks.size() - 1;
   std::size_t place = lengths_.Find(offset);
   while (!IsKnown(place) && place < last) {
@@ -202,7 +203,8 @@ std::size_t NamedStream::FindPlace(BlockCache& cache, std::uint64_t offset, std:
   return std::min(place, last);
 }
 
-std::uint32_t NamedStream::Measure(BlockCache& cache, std::size_t place, std::FILE* file) const {
+std::uint32_t NamedStream::Measure(BlockCache& cache, std::size_t place,
+                                   const StoredFile& file) const {
   const std::size_t entry = EntryAt(place);
   const std::uint32_t size = cache.GetBlock(entry).GetSize();
   return size != 0 || cache.IsLoaded(entry) ? size : cache.ReadRecordedLength(entry, file);
@@ -249,7 +251,7 @@ void NamedStream::ReleaseBefore(BlockCache& cache, std::size_t place) {
   }
 }
 
-void NamedStream::Load(BlockCache& cache, std::size_t place, std::FILE* file) {
+void NamedStream::Load(BlockCache& cache, std::size_t place, const StoredFile& file) {
   const std::size_t entry = EntryAt(place);
   const bool wasLoaded = cache.IsLoaded(entry);
   try {
@@ -279,7 +281,7 @@ void NamedStream::CountLoad(BlockCache::Source source, std::uint64_t length) {
   }
 }
 
-void NamedStream::Reload(BlockCache& cache, std::size_t entry, std::FILE* file) {
+void NamedStream::Reload(BlockCache& cache, std::size_t entry, const StoredFile& file) {
   const std::size_t place = PlaceOf(entry);
   firstOpen_ = std::min(firstOpen_, place);
   cache.Forget(entry);

@@ -30,8 +30,12 @@ unsigned int GraftingParent(Tree& tree) {
 }
 
 /// Opens a container and returns its version text, which nobody has judged yet.
-std::string OpenSigned(LbtLbf::LbFile& file, const std::string& path) {
-  file.OpenFile(path, "rb");
+std::string OpenSigned(LbtLbf::LbFile& file, const std::string& path, LbtLbf::StoredFile opened) {
+  if (opened.IsOpen()) {
+    file.OpenFile(std::move(opened));
+  } else {
+    file.OpenFile(path, "rb");
+  }
   if (!file.HasSignature()) {
     constexpr unsigned long kLine = 729;  // fixed: part of the text that users know
     const std::string message = path + " is not a Tev file";
@@ -43,8 +47,9 @@ std::string OpenSigned(LbtLbf::LbFile& file, const std::string& path) {
 
 }  // namespace
 
-std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& wideOffsets) {
-  std::string version = OpenSigned(file, path);
+std::string OpenContainer(LbtLbf::LbFile& file, const std::string& path, bool& wideOffsets,
+                          LbtLbf::StoredFile opened) {
+  std::string version = OpenSigned(file, path, std::move(opened));
   LbtLbf::LbFile::CheckSupport(version, wideOffsets);
   return version;
 }
@@ -70,9 +75,10 @@ StreamsFound FindStreams(const LbtLbf::Index& index) {
   return found;
 }
 
-void OpenModel(Tree& tree, const std::string& path, LoadObserver* observer) {
+void OpenModel(Tree& tree, const std::string& path, LoadObserver* observer,
+               LbtLbf::StoredFile opened) {
   LbtLbf::LbFile& file = tree.GetFile();
-  tree.SetContainerVersion(OpenSigned(file, path));
+  tree.SetContainerVersion(OpenSigned(file, path, std::move(opened)));
   bool wideOffsets = false;
   LbtLbf::LbFile::CheckSupport(tree.GetContainerVersion(), wideOffsets);
   const unsigned int parentId = GraftingParent(tree);

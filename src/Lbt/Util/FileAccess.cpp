@@ -21,27 +21,6 @@ namespace {
 
 constexpr mode_t kReadableByAll = 0666;  // less the user's umask
 
-/// Closes its descriptor unless it is handed on.
-class Descriptor {
- public:
-  explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
-  ~Descriptor() {
-    if (descriptor_ >= 0) {
-      close(descriptor_);
-    }
-  }
-  Descriptor(Descriptor&& other) noexcept : descriptor_(other.HandOn()) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  Descriptor& operator=(Descriptor&&) = delete;
-
-  [[nodiscard]] int Get() const { return descriptor_; }
-  [[nodiscard]] int HandOn() { return std::exchange(descriptor_, -1); }
-
- private:
-  int descriptor_;
-};
-
 /// Whether a file begins as a model does, or cannot be told from one.
 bool MayBeAModel(int descriptor) {
   std::array<char, kModelSignature.size()> beginning{};
@@ -66,6 +45,12 @@ bool IsOfOneName(int descriptor) {
 
 }  // namespace
 
+Descriptor::~Descriptor() {
+  if (IsOpen()) {
+    close(descriptor_);
+  }
+}
+
 std::optional<FileIdentity> IdentityOf(int descriptor) {
   struct stat status {};
   if (fstat(descriptor, &status) != 0) {
@@ -80,14 +65,6 @@ std::optional<FileIdentity> IdentityOf(const std::string& path) {
     return std::nullopt;
   }
   return FileIdentity{status.st_dev, status.st_ino};
-}
-
-std::optional<std::uint64_t> SizeOf(int descriptor) {
-  struct stat status {};
-  if (fstat(descriptor, &status) != 0 || status.st_size < 0) {
-    return std::nullopt;
-  }
-  return static_cast<std::uint64_t>(status.st_size);
 }
 
 bool IsRegularFile(int descriptor) {
@@ -109,7 +86,7 @@ void IgnoreFileSizeSignal() { static_cast<void>(std::signal(SIGXFSZ, SIG_IGN)); 
 std::optional<int> OpenForReplacing(const std::string& path, std::optional<FileIdentity> spared) {
   Descriptor file(
       open(path.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, kReadableByAll));
-  if (file.Get() < 0) {
+  if (!file.IsOpen()) {
     return std::nullopt;
   }
   const std::optional<FileIdentity> identity = IdentityOf(file.Get());
@@ -128,10 +105,10 @@ std::optional<int> OpenForReplacing(const std::string& path, std::optional<FileI
 
 std::optional<int> OpenLog(const std::string& path) {
   Descriptor toRead = OpenToAppend(path, O_RDWR);
-  const bool isReadable = toRead.Get() >= 0;
+  const bool isReadable = toRead.IsOpen();
   Descriptor file =
       isReadable || errno != EACCES ? std::move(toRead) : OpenToAppend(path, O_WRONLY);
-  if (file.Get() < 0 || !IsOfOneName(file.Get()) || (isReadable && MayBeAModel(file.Get())) ||
+  if (!file.IsOpen() || !IsOfOneName(file.Get()) || (isReadable && MayBeAModel(file.Get())) ||
       ftruncate(file.Get(), 0) != 0) {
     return std::nullopt;
   }

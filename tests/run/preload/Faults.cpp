@@ -1,15 +1,18 @@
 // Loaded into a program in front of its libraries (LD_PRELOAD): makes one call of malloc and its
-// kin, or one of fread, fail, or moves the clock. Counting starts with main(): what runs before,
-// the loader and the constructors of static objects, has no way yet to end but the runtime's own.
+// kin, or one read of a model, fail, or moves the clock. Counting starts with main(): what runs
+// before, the loader and the constructors of static objects, has no way yet to end but the
+// runtime's own. Models are what is read at a position and cannot be written to.
 //
-//   TEVTEST_FAULT  "malloc": no memory; "read-error": the read fails; "read-end": the read meets
-//                  the file's end after half of its bytes; "read-held": the read waits until
-//                  somebody has removed the mark, ten minutes at most; "late": all of the run is in
-//                  a year that has more than four digits; "slow": each look at the clock that
-//                  nobody sets finds it a second further on; "no-exchange": no two names can be
-//                  swapped, as on some file systems; "killed": the process is killed when it
-//                  inflates; "touched": whenever it inflates, somebody writes to TEVTEST_PATH;
-//                  "disk-full": from the call on, nothing more can be written to a place in a file
+//   TEVTEST_FAULT  "malloc": no memory; "read-error": the read fails; "read-end": the file ends
+//                  after half of what is read; "read-held": the read waits until somebody
+//                  has removed the mark, ten minutes at most; "count": nothing fails, and the mark
+//                  tells how many models were opened and how often they were read, such as
+//                  "opens 1 reads 2"; "late": all of the run is in a year that has more than four
+//                  digits; "slow": each look at the clock that nobody sets finds it a second
+//                  further on; "no-exchange": no two names can be swapped, as on some file systems;
+//                  "killed": the process is killed when it inflates; "touched": whenever it
+//                  inflates, somebody writes to TEVTEST_PATH; "disk-full": from the call on,
+//                  nothing more can be written to a place in a file
 //   TEVTEST_CALL   the number of the call, from 1
 //   TEVTEST_MARK   a file that is created when that call is made
 //   TEVTEST_PATH   a file that is touched
@@ -17,10 +20,13 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/types.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -42,6 +48,7 @@ enum class Fault {
   ReadError,
   ReadEnd,
   ReadHeld,
+  Count,
   Late,
   Slow,
   NoExchange,
@@ -55,6 +62,9 @@ struct State {
   long callsLeft = 0;
   const char* mark = nullptr;
   std::time_t delay = 0;
+  long opens = 0;
+  long reads = 0;
+  off_t end = -1;  // where files end from now on
 };
 
 // Plain data without a constructor that runs: the first calls come before any could.
@@ -80,6 +90,8 @@ Fault FaultOf(const char* name) {
     return Fault::Touched;
   if (std::strcmp(name, "disk-full") == 0)
     return Fault::DiskFull;
+  if (std::strcmp(name, "count") == 0)
+    return Fault::Count;
   if (std::strcmp(name, "read-held") == 0)
     return Fault::ReadHeld;
   return std::strcmp(name, "read-error") == 0 ? Fault::ReadError : Fault::ReadEnd;
@@ -121,27 +133,21 @@ Function Next(const char* name) {
   return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
-using Read = std::size_t (*)(void*, std::size_t, std::size_t, std::FILE*);
-
-/// A read while another file stands under the stream's descriptor, so that the stream's state is
-/// that after a true error or a true end.
-std::size_t ReadFrom(const char* path, void* destination, std::size_t size, std::FILE* stream) {
-  const int descriptor = ::fileno(stream);
-  const int kept = ::dup(descriptor);
-  const int other = ::open(path, O_RDONLY | O_CLOEXEC);
-  ::dup2(other, descriptor);
-  const std::size_t read = Next<Read>("fread")(destination, 1, size, stream);
-  ::dup2(kept, descriptor);
-  ::close(other);
-  ::close(kept);
-  return read;
+bool IsAModel(int descriptor) {
+  const int flags = ::fcntl(descriptor, F_GETFL);
+  return flags >= 0 && (flags & O_ACCMODE) == O_RDONLY;
 }
 
-std::size_t FailingRead(void* destination, std::size_t bytes, std::FILE* stream) {
-  if (TheState().fault == Fault::ReadError)
-    return ReadFrom("/", destination, bytes, stream);  // a directory cannot be read
-  const std::size_t half = Next<Read>("fread")(destination, 1, bytes / 2, stream);
-  return half + ReadFrom("/dev/null", static_cast<char*>(destination) + half, bytes - half, stream);
+bool IsNamedAsModel(const char* path) {
+  const std::size_t length = std::strlen(path);
+  return length > 4 && std::strcmp(path + length - 4, ".tev") == 0;
+}
+
+void TellCounts() {
+  const State& state = TheState();
+  const int mark = ::open(state.mark, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  ::dprintf(mark, "opens %ld reads %ld", state.opens, state.reads);
+  ::close(mark);
 }
 
 void WaitUntilTheMarkIsGone() {
@@ -162,6 +168,8 @@ Main& TheMain() {
 int CountedMain(int count, char** arguments, char** environment) {
   Start();
   const int status = TheMain()(count, arguments, environment);
+  if (TheState().fault == Fault::Count)
+    TellCounts();
 #if defined(TEVTEST_COUNTED)
   // Coverage counters are written after main, by calls that are not the program's own.
   TheState().fault = Fault::None;
@@ -183,13 +191,38 @@ void* realloc(void* memory, std::size_t size) {
   return IsMallocFailing() ? nullptr : __libc_realloc(memory, size);
 }
 
-std::size_t fread(void* destination, std::size_t size, std::size_t count, std::FILE* stream) {
-  const Fault fault = TheState().fault;
-  if ((fault == Fault::ReadError || fault == Fault::ReadEnd) && size != 0 && IsReached())
-    return FailingRead(destination, size * count, stream) / size;
-  if (fault == Fault::ReadHeld && IsReached())
-    WaitUntilTheMarkIsGone();
-  return Next<Read>("fread")(destination, size, count, stream);
+int open(const char* path, int flags, ...) {
+  using Function = int (*)(const char*, int, ...);
+  std::va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  if (IsNamedAsModel(path))
+    ++TheState().opens;
+  return Next<Function>("open")(path, flags, mode);
+}
+
+ssize_t pread(int descriptor, void* destination, std::size_t size, off_t position) {
+  using Function = ssize_t (*)(int, void*, std::size_t, off_t);
+  State& state = TheState();
+  if (IsAModel(descriptor)) {
+    ++state.reads;
+    const bool isOfReads = state.fault == Fault::ReadError || state.fault == Fault::ReadEnd ||
+                           state.fault == Fault::ReadHeld;
+    if (isOfReads && IsReached()) {
+      if (state.fault == Fault::ReadError) {
+        errno = EIO;
+        return -1;
+      }
+      if (state.fault == Fault::ReadHeld)
+        WaitUntilTheMarkIsGone();
+      else
+        state.end = position + static_cast<off_t>(size / 2);
+    }
+    if (state.end >= 0)
+      size = std::min(size, static_cast<std::size_t>(std::max<off_t>(state.end - position, 0)));
+  }
+  return Next<Function>("pread")(descriptor, destination, size, position);
 }
 
 int inflate(void* stream, int flush) {

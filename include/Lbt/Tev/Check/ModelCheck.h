@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "Lbt/Lbf/StoredFile.h"
 #include "Lbt/Tev/Check/Finding.h"
 
 namespace LbtTev::Check {
@@ -57,9 +58,10 @@ enum class Limit {
 /// however much is wrong. Throws where the file cannot be opened, is of a version that is not
 /// supported, or memory runs out; what "sink" was told until then is true.
 /// "onBlock", where it is set, is called with the number of each block that is about to be read,
-/// and with how many there are.
+/// and with how many there are. "opened" is the file at "path" where it is open already.
 [[nodiscard]] CheckResult CheckModel(
     const std::string& path, const FindingSink& sink, Limit limit = Limit::TenThousand,
-    const std::function<void(std::size_t number, std::size_t all)>& onBlock = {});
+    const std::function<void(std::size_t number, std::size_t all)>& onBlock = {},
+    LbtLbf::StoredFile opened = {});
 
 }  // namespace LbtTev::Check

@@ -108,9 +108,9 @@ std::string LookOfFile(LbtLbf::LbFile& file) {
 
 /// Opens a container and returns its version text; none where it is no container.
 std::optional<std::string> OpenTev(LbtLbf::LbFile& file, const std::string& path,
-                                   bool& wideOffsets) {
+                                   LbtLbf::StoredFile opened, bool& wideOffsets) {
   try {
-    return LbtTev::OpenContainer(file, path, wideOffsets);
+    return LbtTev::OpenContainer(file, path, wideOffsets, std::move(opened));
   } catch (const Lbt::Util::Exception& exception) {
     if (exception.GetType() != Lbt::Util::Exception::ErrorType::FormatNotSupported) {
       throw;
@@ -122,7 +122,8 @@ std::optional<std::string> OpenTev(LbtLbf::LbFile& file, const std::string& path
 }  // namespace
 
 CheckResult CheckModel(const std::string& path, const FindingSink& sink, Limit limit,
-                       const std::function<void(std::size_t, std::size_t)>& onBlock) {
+                       const std::function<void(std::size_t, std::size_t)>& onBlock,
+                       LbtLbf::StoredFile opened) {
   FindingLog log(sink, limit);
   LbtTev::Tree tree;
   LbtLbf::Index& index = tree.GetFile().GetIndex();
@@ -131,7 +132,8 @@ CheckResult CheckModel(const std::string& path, const FindingSink& sink, Limit l
     index.ObserveLoads([&](std::size_t number) { onBlock(number, index.GetItems().size()); });
   }
   bool wideOffsets = false;
-  const std::optional<std::string> version = OpenTev(tree.GetFile(), path, wideOffsets);
+  const std::optional<std::string> version =
+      OpenTev(tree.GetFile(), path, std::move(opened), wideOffsets);
   if (!version) {
     CheckResult result;
     result.verdict = Verdict::NotAModel;
