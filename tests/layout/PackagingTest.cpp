@@ -32,8 +32,12 @@ std::string ProjectVersion() {
   return FirstIn("CMakeLists.txt", "^project\\(TevInfo VERSION (\\S+)");
 }
 
-TEST(Packaging, Version_IsThatOfTheDebianPackages) {
+TEST(Packaging, Version_IsThatOfTheNewestChanges) {
   ASSERT_TRUE(std::regex_match(ProjectVersion(), std::regex("\\d+\\.\\d+\\.\\d+")));
+  EXPECT_EQ(FirstIn("CHANGELOG.md", "^## (\\d\\S*) \\(\\d{4}-\\d\\d-\\d\\d\\)$"), ProjectVersion());
+}
+
+TEST(Packaging, Version_IsThatOfTheDebianPackages) {
   EXPECT_EQ(FirstIn("debian/changelog", "^tevinfo \\((\\S+)\\) "), ProjectVersion());
 }
 
