@@ -2,7 +2,13 @@
 
 #include "tev/Catalogue.h"
 
+#include <sys/statfs.h>
+
+#include <algorithm>
+#include <array>
 #include <utility>
+
+#include "tev/CataloguePaths.h"
 
 namespace {
 
@@ -98,6 +104,34 @@ std::vector<Statement> ClearingStatements(const Database& database) {
   return statements;
 }
 
+/// "table" is its name with its columns in brackets, of which there are so many.
+Statement PrepareInsert(const Database& database, const std::string& table, int columns) {
+  std::string sql = "INSERT INTO " + table + " VALUES (?";
+  for (int i = 1; i < columns; ++i) {
+    sql += ", ?";
+  }
+  return database.Prepare(sql + ')');
+}
+
+/// Whether write-ahead logging works there: its shared memory needs one machine.
+bool IsOnLocalDisk(const std::string& path) {
+  constexpr std::array<std::uint32_t, 10> kLocal{
+      0xEF53,      // ext2 to ext4
+      0x58465342,  // XFS
+      0x9123683E,  // Btrfs
+      0x2FC12FC1,  // ZFS
+      0xF2F52010,  // F2FS
+      0xCA451A4E,  // bcachefs
+      0x3153464A,  // JFS
+      0x01021994,  // tmpfs
+      0x858458F6,  // ramfs
+      0x794C7630,  // overlayfs
+  };
+  struct statfs status {};
+  return statfs(path.c_str(), &status) == 0 &&
+         std::ranges::find(kLocal, static_cast<std::uint32_t>(status.f_type)) != kLocal.end();
+}
+
 /// The names of all, each on a line of its own, as words to be found.
 template <class Things>
 std::string NamesIn(const Things& things) {
@@ -117,7 +151,7 @@ const std::vector<std::string>& TablesOfModels() {
 }
 
 Database OpenCatalogue(const std::string& path) {
-  Database database(path, Database::Access::Read);
+  Database database(CataloguePath(path), Database::Access::Read);
   database.Execute("PRAGMA query_only = 1");
   RequireVersion(database);
   return database;
@@ -125,17 +159,22 @@ Database OpenCatalogue(const std::string& path) {
 
 Catalogue::Catalogue(const std::string& path)
     : database_(OpenToWrite(path)),
-      find_(database_.Prepare("SELECT id, bytes, mtime_ns, inode, has_stats, has_check, has_hash, "
-                              "gone, path FROM models WHERE path >= ? ORDER BY path")),
+      find_(database_.Prepare(
+          "SELECT id, bytes, mtime_ns, inode, has_stats, has_check, has_hash, "
+          "gone, path, failure_code = 'io-error' FROM models WHERE path >= ? ORDER BY path")),
       store_(database_.Prepare(kStore)),
       setGone_(database_.Prepare("UPDATE models SET gone = ?, scanned_ns = ? WHERE id = ?")),
       clear_(ClearingStatements(database_)),
-      storePart_(database_.Prepare("INSERT INTO parts VALUES (?, ?, ?, ?, ?, ?, ?)")),
-      storeStep_(database_.Prepare("INSERT INTO steps VALUES (?, ?, ?, ?, ?)")),
-      storeResult_(database_.Prepare("INSERT INTO results VALUES (?, ?, ?, ?)")),
-      storeExtreme_(database_.Prepare("INSERT INTO extremes VALUES "
-                                      "(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")),
-      storeFinding_(database_.Prepare("INSERT INTO findings VALUES (?, ?, ?, ?, ?, ?)")),
+      storePart_(
+          PrepareInsert(database_, "parts(model_id, id, name, path, kind, nodes, elements)", 7)),
+      storeStep_(PrepareInsert(database_, "steps(model_id, position, text, label, value)", 5)),
+      storeResult_(PrepareInsert(database_, "results(model_id, name, components, location)", 4)),
+      storeExtreme_(PrepareInsert(database_,
+                                  "extremes(model_id, part_id, result, component, min, min_at, "
+                                  "min_step, max, max_at, max_step, not_finite)",
+                                  11)),
+      storeFinding_(
+          PrepareInsert(database_, "findings(model_id, severity, kind, block, node, text)", 6)),
       storeTexts_(database_.Prepare("INSERT INTO texts(rowid, title, parts, results) "
                                     "VALUES (?, ?, ?, ?)")) {
   if (database_.Number("SELECT 1 FROM models LIMIT 1")) {
@@ -158,6 +197,8 @@ std::optional<KnownFile> Catalogue::Find(std::string_view path) {
                   .isGone = find_.Integer(7) != 0};
   if (!find_.IsNull(1)) {
     known.stamp = FileStamp{find_.Integer(1), find_.Integer(2), find_.Integer(3)};
+    constexpr int kIsIoError = 9;
+    known.isGivenUp = find_.Integer(kIsIoError) != 0;
   }
   isAtRow_ = find_.Step();
   return known;
@@ -229,6 +270,15 @@ void Catalogue::StoreRowsOf(std::int64_t id, const CataloguedModel& model) {
 }
 
 void Catalogue::MakeIndexes() { database_.Execute(kIndexes); }
+
+void Catalogue::WriteAhead(const std::string& path) {
+  if (IsOnLocalDisk(path)) {
+    database_.Try("PRAGMA journal_mode = WAL");  // not while somebody reads it
+    database_.Execute("PRAGMA synchronous = NORMAL");
+  }
+}
+
+void Catalogue::EndWriteAhead() { database_.Try("PRAGMA journal_mode = DELETE"); }
 
 void Catalogue::SetGone(std::int64_t id, bool isGone, std::int64_t nowNs) {
   setGone_.Run(Whole(isGone), nowNs, id);

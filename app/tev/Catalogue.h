@@ -82,6 +82,7 @@ struct CataloguedModel {
   bool isComplete = false;
   std::optional<Failure> failure{};
   std::optional<std::string> digest{};
+  bool hasRefusedRead = false;  ///< the system did: what failed tells nothing of the file
 
   std::vector<Part> parts{};
   std::vector<Step> steps{};
@@ -96,6 +97,7 @@ struct KnownFile {
   std::optional<FileStamp> stamp{};
   ScanDepth has{};
   bool isGone = false;
+  bool isGivenUp = false;  ///< it has ended a scan: there is nothing to ask of it until it changes
 };
 
 /// The number of the tables' version, and what they are.
@@ -128,6 +130,14 @@ class Catalogue {
   /// Makes what a new catalogue lacks until it is filled: one row after another, the indexes would
   /// take longer than the rows.
   void MakeIndexes();
+
+  /// Writes to a log beside it, so that others can read meanwhile, where "path", which it was made
+  /// with, is on a disk of this machine: only there that works.
+  void WriteAhead(const std::string& path);
+
+  /// The opposite: a log would need a folder that can be written to, just to read what is in the
+  /// catalogue. While somebody reads it, it stays as it is.
+  void EndWriteAhead();
 
  private:
   void StoreRowsOf(std::int64_t id, const CataloguedModel& model);

@@ -183,16 +183,30 @@ void TakeFindings(const std::string& source, CataloguedModel& row) {
   }));
 }
 
-void TakeModel(const Input& input, const ScanDepth& depth, AnswerWriter& writer,
-               CataloguedModel& row) {
-  WithModel(input, writer, [&](const LbtTev::Tree& tree) {
-    const Model model(tree);
-    TakeFacts(tree, model, writer.Lost(), row);
+/// What the values tell. The facts that there are stay where that fails.
+void TakeValues(const Model& model, const ScanDepth& depth, AnswerWriter& writer,
+                CataloguedModel& row) {
+  try {
     if (depth.stats) {
       TakeStatistics(model, writer, row);
     }
     if (depth.hash) {
       TakeDigest(model, writer, row);
+    }
+  } catch (const std::exception&) {
+    writer.Fail(FailureOfCurrentException());
+  }
+}
+
+void TakeModel(const Input& input, const ScanDepth& depth, AnswerWriter& writer,
+               CataloguedModel& row) {
+  WithModel(input, writer, [&](const LbtTev::Tree& tree) {
+    const Model model(tree);
+    TakeFacts(tree, model, writer.Lost(), row);
+    TakeValues(model, depth, writer, row);
+    row.hasRefusedRead = tree.GetFile().HasRefusedRead();
+    if (row.hasRefusedRead) {
+      writer.Fail({FailureCode::IoError, "cannot read all of it"});
     }
   });
 }

@@ -4,9 +4,13 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <optional>
+#include <system_error>
+
+#include "tev/FileFailure.h"
 
 namespace {
 
@@ -62,6 +66,24 @@ std::string AbsolutePath(const std::string& path) {
     start = end + 1;
   }
   return absolute.empty() ? "/" : absolute;
+}
+
+std::vector<std::string> AbsolutePaths(const std::vector<std::string>& paths) {
+  std::vector<std::string> absolute;
+  for (const std::string& path : paths) {
+    absolute.push_back(AbsolutePath(path));
+  }
+  return absolute;
+}
+
+std::string CataloguePath(const std::string& path) {
+  if (path.empty()) {
+    throw Failure(FailureCode::NotFound, "the name is empty");
+  }
+  std::error_code failure;
+  const std::string absolute = AbsolutePath(path);
+  const std::filesystem::path resolved = std::filesystem::weakly_canonical(absolute, failure);
+  return failure ? absolute : resolved.string();
 }
 
 bool Shard::Has(std::string_view absolutePath) const {

@@ -10,6 +10,12 @@
 /// but for a ".." after a link, which leads elsewhere. "" is no path, and stays.
 [[nodiscard]] std::string AbsolutePath(const std::string& path);
 
+[[nodiscard]] std::vector<std::string> AbsolutePaths(const std::vector<std::string>& paths);
+
+/// The file that a catalogue is, links resolved, so that it is the same however it is named. Throws
+/// a Failure for "".
+[[nodiscard]] std::string CataloguePath(const std::string& path);
+
 /// The share of the files that one of several scans takes: those whose path has that FNV-1a hash
 /// of 64 bits, modulo "count".
 struct Shard {

@@ -116,6 +116,7 @@ void AddRowForms(CLI::App& app, const std::shared_ptr<RowRun>& run) {
 Status WriteRows(const RowRun& run, const std::function<Statement(const Database&)>& ask) {
   AnswerOutput output(run.output);
   try {
+    output.RequireApartFrom({run.catalogue});
     const Database database = OpenCatalogue(run.catalogue);
     Statement rows = ask(database);
     std::ostream& stream = output.Stream();

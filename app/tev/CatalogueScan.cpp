@@ -3,21 +3,17 @@
 #include "tev/CatalogueScan.h"
 
 #include <sys/stat.h>
-#include <sys/statfs.h>
 
 #include <algorithm>
 #include <array>
 #include <bitset>
 #include <chrono>
-#include <filesystem>
 #include <optional>
 #include <unordered_map>
 #include <utility>
 
 #include "tev/Answers.h"
 #include "tev/CatalogueFacts.h"
-#include "tev/Inputs.h"
-#include "tev/ScanNote.h"
 
 namespace {
 
@@ -46,40 +42,12 @@ ScanDepth Both(const ScanDepth& a, const ScanDepth& b) {
   return {a.stats || b.stats, a.check || b.check, a.hash || b.hash};
 }
 
-/// Whether write-ahead logging works there: its shared memory needs one machine.
-bool IsOnLocalDisk(const std::string& path) {
-  constexpr std::array<std::uint32_t, 9> kShared{
-      0x6969,      // NFS
-      0xFF534D42,  // CIFS
-      0xFE534D42,  // SMB 2
-      0x517B,      // SMB
-      0x0BD00BD0,  // Lustre
-      0x47504653,  // GPFS
-      0x19830326,  // BeeGFS
-      0x00C36400,  // Ceph
-      0x65735546,  // FUSE
-  };
-  struct statfs status {};
-  return statfs(path.c_str(), &status) == 0 &&
-         std::ranges::find(kShared, static_cast<std::uint32_t>(status.f_type)) == kShared.end();
-}
-
-Catalogue OpenToFill(const std::string& path) {
-  Catalogue catalogue(path);
-  const Database& database = catalogue.GetDatabase();
-  if (IsOnLocalDisk(path)) {
-    database.Try("PRAGMA journal_mode = WAL");  // not while somebody reads it
+Catalogue OpenToFill(const ScanOrder& order) {
+  Catalogue catalogue(order.catalogue);
+  if (order.shard.count == 0) {  // a shard gets another name, which a log beside it does not
+    catalogue.WriteAhead(order.catalogue);
   }
-  database.Execute("PRAGMA synchronous = NORMAL");
   return catalogue;
-}
-
-std::vector<std::string> RootsOf(const ScanOrder& order) {
-  std::vector<std::string> roots;
-  for (const std::string& path : order.paths) {
-    roots.push_back(AbsolutePath(path));
-  }
-  return roots;
 }
 
 std::optional<std::int64_t> IdOf(const std::optional<KnownFile>& known) {
@@ -105,8 +73,16 @@ class IdSet {
   std::unordered_map<std::uint64_t, std::bitset<kPage>> pages_;
 };
 
+bool IsFolder(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 /// Whether the next scan may fare better, though the file is the same.
 bool IsWorthAnotherTry(const CataloguedModel& model) {
+  if (model.hasRefusedRead) {
+    return true;
+  }
   if (!model.failure) {
     return false;
   }
@@ -120,77 +96,147 @@ bool IsWorthAnotherTry(const CataloguedModel& model) {
   }
 }
 
+/// The files of a catalogue. To open one of them a second time, and to close it again, would take
+/// SQLite's locks away.
+class OwnFiles {
+ public:
+  explicit OwnFiles(std::string catalogue) : catalogue_(std::move(catalogue)) {}
+
+  [[nodiscard]] bool Has(const std::string& path, const struct stat& status) const {
+    return std::ranges::any_of(kEndings,
+                               [&](std::string_view ending) {
+                                 struct stat own {};
+                                 return status.st_dev == device_ && path.ends_with(ending) &&
+                                        stat((catalogue_ + std::string(ending)).c_str(), &own) ==
+                                            0 &&
+                                        own.st_ino == status.st_ino;
+                               }) ||
+           (status.st_dev == device_ && status.st_ino == inode_);
+  }
+
+  /// To be called when the catalogue is there.
+  void Find() {
+    struct stat own {};
+    if (stat(catalogue_.c_str(), &own) == 0) {
+      device_ = own.st_dev;
+      inode_ = own.st_ino;
+    }
+  }
+
+ private:
+  static constexpr std::array<std::string_view, 4> kEndings{"-wal", "-shm", "-journal", "-scan"};
+
+  std::string catalogue_;
+  dev_t device_ = 0;
+  ino_t inode_ = 0;
+};
+
+/// Somebody has asked for the end.
+struct ScanEnded {};
+
 /// One scan into one file of a catalogue.
 class Scan {
  public:
-  explicit Scan(const ScanOrder& order)
+  Scan(const ScanOrder& order, Inputs& inputs, ScanNote& note)
       : order_(&order),
-        note_(order.catalogue),
-        catalogue_(OpenToFill(order.catalogue)),
-        batch_(std::in_place, catalogue_.GetDatabase()) {}
+        inputs_(&inputs),
+        note_(&note),
+        catalogue_(OpenToFill(order)),
+        own_(order.catalogue),
+        batch_(std::in_place, catalogue_.GetDatabase()),
+        progress_(order.progress) {
+    own_.Find();
+  }
 
   ScanCounts Run() {
-    TakeWhatWasLeft();
-    TakeAll();
-    if (!order_->isEnding()) {
+    try {
+      TakeWhatWasLeft();
+      TakeAll();
       MarkVanished();
+    } catch (const ScanEnded&) {
+      counts_.isWhole = false;
+    } catch (...) {
+      KeepWhatIsDone();
+      throw;
     }
     catalogue_.EndFinding();
     catalogue_.MakeIndexes();
     batch_->Commit();
     batch_.reset();
-    // Write-ahead logging would need a folder to write to, just to read what is in the catalogue.
-    // Who reads it right now keeps it as it is.
-    catalogue_.GetDatabase().Try("PRAGMA journal_mode = DELETE");
-    note_.Remove();
+    catalogue_.EndWriteAhead();
     return counts_;
   }
 
  private:
+  /// What has been found of a file before it is opened.
+  struct Found {
+    std::string path;
+    FileStamp stamp;
+    std::optional<KnownFile> known;
+  };
+
   /// A file that ended the last scan is a failure from now on, until it changes.
   void TakeWhatWasLeft() {
-    if (const auto left = note_.Left()) {
+    if (const auto left = note_->Left()) {
       CataloguedModel model;
       model.path = left->path;
       model.stamp = left->stamp;
       model.failure = Failure(FailureCode::IoError, "a scan ended while it was reading this file");
-      model.has = {true, true, true};  // there is nothing more to ask for
       model.scannedNs = NowNs();
       const auto known = catalogue_.Find(model.path);
       static_cast<void>(catalogue_.Store(model, IdOf(known)));
       Commit();
-      note_.End();
+      note_->End();
       ReportFailure(model.path, model.failure->what());
     }
   }
 
   void TakeAll() {
-    Inputs inputs(RootsOf(*order_), order_->filesFrom);
-    inputs.PassOver([this](const std::string& path, const struct stat& status) {
-      return IsPassedOver(AbsolutePath(path), StampOf(status));
-    });
-    Progress progress(order_->progress);
-    const Input* input = nullptr;
-    while (!order_->isEnding() && (input = inputs.Next()) != nullptr) {
-      progress.Show(counts_.read + counts_.unchanged, std::nullopt, input->path);
+    inputs_->PassOver([this](const std::string& path) { return IsLeftOut(path); },
+                      [this](const std::string& path, const struct stat& status) {
+                        return IsPassedOver(path, status);
+                      });
+    while (const Input* input = inputs_->Next()) {
+      Look(input->path);
       Take(*input, AbsolutePath(input->path));
       CommitNowAndThen();
     }
   }
 
+  /// Ends the scan where somebody has asked for that, and tells how far it is.
+  void Look(const std::string& path) {
+    if (order_->isEnding()) {
+      throw ScanEnded();
+    }
+    progress_.Show(counts_.read + counts_.unchanged, std::nullopt, path);
+  }
+
+  /// Whether a file falls to another shard.
+  bool IsLeftOut(const std::string& path) {
+    const bool isLeftOut = order_->shard.count != 0 && !order_->shard.Has(AbsolutePath(path));
+    if (isLeftOut) {
+      Look(path);
+    }
+    return isLeftOut;
+  }
+
   /// Whether a regular file need not be opened. Remembers what it is found as.
-  bool IsPassedOver(const std::string& path, const FileStamp& stamp) {
-    if (!order_->shard.Has(path)) {
+  bool IsPassedOver(const std::string& named, const struct stat& status) {
+    Look(named);
+    std::string path = AbsolutePath(named);
+    if (!order_->shard.Has(path) || own_.Has(path, status)) {
       return true;
     }
-    known_ = catalogue_.Find(path);
-    stamp_ = stamp;
-    if (!known_ || known_->stamp != stamp || !Covers(known_->has, order_->depth)) {
+    const FileStamp stamp = StampOf(status);
+    const std::optional<KnownFile> known = catalogue_.Find(path);
+    if (!known || known->stamp != stamp ||
+        !(known->isGivenUp || Covers(known->has, order_->depth))) {
+      found_ = {std::move(path), stamp, known};
       return false;
     }
-    seen_.Put(known_->id);
-    if (known_->isGone) {
-      catalogue_.SetGone(known_->id, false, NowNs());
+    seen_.Put(known->id);
+    if (known->isGone) {
+      catalogue_.SetGone(known->id, false, NowNs());
     }
     ++counts_.unchanged;
     CommitNowAndThen();
@@ -198,29 +244,33 @@ class Scan {
   }
 
   void Take(const Input& input, const std::string& path) {
-    const std::optional<FileStamp> stamp = std::exchange(stamp_, std::nullopt);
-    std::optional<KnownFile> known = std::exchange(known_, std::nullopt);
     if (DescriptorOf(input.path)) {
-      throw Failure(FailureCode::NotAFile, input.path + ": has no path that could be kept");
+      ReportFailure(input.path, "has no path that could be kept");
+      counts_.isWhole = false;
+      return;
     }
-    if (input.failure && !std::filesystem::is_regular_file(input.source)) {
+    if (input.failure && IsFolder(input.source)) {
       closed_.push_back(path);
     }
     if (!order_->shard.Has(path)) {
       return;
     }
     ++counts_.read;
-    if (!stamp) {
-      known = catalogue_.Find(path);
+    const bool isFound = found_.path == path;  // else it is no regular file
+    const std::optional<KnownFile> known = isFound ? found_.known : catalogue_.Find(path);
+    if (!known || !IsVanished(input, *known)) {
+      Read(input, path, isFound ? std::optional(found_.stamp) : std::nullopt, known);
     }
-    if (known && IsVanished(input, *known)) {
-      return;
-    }
-    note_.Begin(stamp.value_or(FileStamp()), path);
+    found_ = {};
+  }
+
+  void Read(const Input& input, const std::string& path, const std::optional<FileStamp>& stamp,
+            const std::optional<KnownFile>& known) {
     const bool isUnchanged = stamp && known && known->stamp == stamp;
+    note_->Begin(stamp.value_or(FileStamp()), path);
     CataloguedModel model =
         Gather(input, path, stamp, isUnchanged ? Both(order_->depth, known->has) : order_->depth);
-    note_.End();
+    note_->End();
     if (stamp && !IsWorthAnotherTry(model)) {
       model.stamp = stamp;
     }
@@ -264,7 +314,7 @@ class Scan {
   /// looked at is not gone.
   void MarkVanished() {
     const Database& database = catalogue_.GetDatabase();
-    const Ancestors roots(RootsOf(*order_));
+    const Ancestors roots(AbsolutePaths(inputs_->NamedFolders()));
     const Ancestors closed(std::move(closed_));
     database.Execute("CREATE TEMP TABLE vanished(id INTEGER PRIMARY KEY)");
     Statement rows = database.Prepare("SELECT id, path FROM models WHERE gone = 0");
@@ -299,14 +349,25 @@ class Scan {
     lastCommit_ = std::chrono::steady_clock::now();
   }
 
+  /// Before a scan ends that cannot be finished.
+  void KeepWhatIsDone() {
+    try {
+      Commit();
+    } catch (const std::exception&) {
+      // It is the catalogue that fails: what it has of earlier batches is what there is.
+    }
+  }
+
   const ScanOrder* order_;
-  ScanNote note_;
+  Inputs* inputs_;
+  ScanNote* note_;
   Catalogue catalogue_;
+  OwnFiles own_;
   std::optional<Transaction> batch_;
-  std::optional<FileStamp> stamp_;  // of the file that comes next
-  std::optional<KnownFile> known_;  // of the same
+  Progress progress_;
+  Found found_;  // the file that is opened next
   IdSet seen_;
-  std::vector<std::string> closed_;  // what could not be looked at
+  std::vector<std::string> closed_;  // folders that could not be looked at
   std::size_t sinceCommit_ = 0;
   std::chrono::steady_clock::time_point lastCommit_ = std::chrono::steady_clock::now();
   ScanCounts counts_;
@@ -314,4 +375,6 @@ class Scan {
 
 }  // namespace
 
-ScanCounts ScanInto(const ScanOrder& order) { return Scan(order).Run(); }
+ScanCounts ScanInto(const ScanOrder& order, Inputs& inputs, ScanNote& note) {
+  return Scan(order, inputs, note).Run();
+}

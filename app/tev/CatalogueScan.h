@@ -1,19 +1,17 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "tev/Catalogue.h"
 #include "tev/CataloguePaths.h"
+#include "tev/Inputs.h"
 #include "tev/Progress.h"
+#include "tev/ScanNote.h"
 
-/// What a scan is to take up, and into which catalogue.
+/// How deep a scan goes, and into which catalogue.
 struct ScanOrder {
-  std::vector<std::string> paths;
-  std::string filesFrom{};  ///< a file of further paths, as Inputs has it
-  std::string catalogue;    ///< made where it is missing
+  std::string catalogue;  ///< made where it is missing
   ScanDepth depth{};
   Shard shard{};
   Progress::Mode progress = Progress::Mode::Auto;
@@ -26,8 +24,10 @@ struct ScanCounts {
   std::size_t unchanged = 0;
   std::size_t failed = 0;  ///< of those that were read
   std::size_t vanished = 0;
+  bool isWhole = true;  ///< it came to its end, and all has its row
 };
 
-/// Gives every file its row. What the catalogue knows already is not opened. Throws a Failure where
-/// the scan cannot be finished: what is done is kept, and the next one goes on from there.
-[[nodiscard]] ScanCounts ScanInto(const ScanOrder& order);
+/// Gives every file of "inputs" its row. What the catalogue knows already is not opened. Throws a
+/// Failure where the scan cannot be finished: what is done is kept, and the next one goes on from
+/// there.
+[[nodiscard]] ScanCounts ScanInto(const ScanOrder& order, Inputs& inputs, ScanNote& note);

@@ -140,14 +140,6 @@ std::string_view Statement::TextView(int column) const {
 
 std::string Statement::Text(int column) const { return std::string(TextView(column)); }
 
-std::optional<double> Statement::RealOrNone(int column) const {
-  return IsNull(column) ? std::nullopt : std::optional(Real(column));
-}
-
-std::optional<std::string> Statement::TextOrNone(int column) const {
-  return IsNull(column) ? std::nullopt : std::optional(Text(column));
-}
-
 bool Statement::IsReadOnly() const { return sqlite3_stmt_readonly(statement_.get()) != 0; }
 
 Database::Database(const std::string& path, Access access) {

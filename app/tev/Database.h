@@ -57,8 +57,6 @@ class Statement {
   [[nodiscard]] std::string Text(int column) const;
   /// The same, valid until the next Step or Reset.
   [[nodiscard]] std::string_view TextView(int column) const;
-  [[nodiscard]] std::optional<double> RealOrNone(int column) const;
-  [[nodiscard]] std::optional<std::string> TextOrNone(int column) const;
 
   /// Whether running it changes nothing.
   [[nodiscard]] bool IsReadOnly() const;

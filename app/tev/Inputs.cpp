@@ -217,7 +217,7 @@ bool Inputs::CanBeMany() const {
          (folderUse_ == Folders::Walked && IsFolder(paths_.front()));
 }
 
-bool Inputs::IsPassedOver(const std::string& path, const struct stat& status) {
+bool Inputs::PassesOver(const std::string& path, const struct stat& status) {
   const bool isPassedOver = isPassedOver_ && S_ISREG(status.st_mode) && isPassedOver_(path, status);
   isAnyFound_ = isAnyFound_ || isPassedOver;
   return isPassedOver;
@@ -303,14 +303,16 @@ bool Inputs::TakeNamed(const std::string& path) {
       return TakeDescriptor(*descriptor);
     }
     struct stat status {};
-    if (isPassedOver_ && stat(path.c_str(), &status) == 0 && IsPassedOver(path, status)) {
+    if (isPassedOver_ && stat(path.c_str(), &status) == 0 && PassesOver(path, status)) {
       return false;
     }
     StoredFile file(path);
     const int error = errno;
     if (folderUse_ == Folders::Walked && (file.IsOpen() ? file.IsFolder() : IsFolder(path))) {
       isAnyFound_ = false;
-      return EnterFolder(path, path);
+      static_cast<void>(EnterFolder(path, path));
+      namedFolders_.push_back(path);
+      return false;
     }
     if (!file.IsOpen()) {
       throw SystemFailure(kCannotOpen, error);
@@ -324,6 +326,10 @@ bool Inputs::TakeNamed(const std::string& path) {
 /// The same for what a folder has: only a model or a failure becomes one.
 bool Inputs::TakeFound(const Folder& folder, const std::string& name, bool isFile) {
   std::string path = walked_ + name;
+  if (isFile && isLeftOut_ && isLeftOut_(path)) {
+    isAnyFound_ = true;
+    return false;
+  }
   std::string source = folder.base == nullptr ? path
                                               : PathOfDescriptor(folder.base->Get()) + '/' +
                                                     path.substr(folder.baseSize);
@@ -340,7 +346,7 @@ bool Inputs::TakeFound(const Folder& folder, const std::string& name, bool isFil
       if (S_ISLNK(status.st_mode) && stat(input_.source.c_str(), &status) != 0) {
         return Fail(SystemFailure(kCannotOpen, errno));
       }
-      if (!S_ISREG(status.st_mode) || IsPassedOver(input_.path, status)) {
+      if (!S_ISREG(status.st_mode) || PassesOver(input_.path, status)) {
         return false;
       }
     }

@@ -65,12 +65,19 @@ class Inputs {
   Inputs(const Inputs&) = delete;
   Inputs& operator=(const Inputs&) = delete;
 
-  /// From now on, regular files for which "isPassedOver" is true are neither opened nor handed out.
-  /// Whoever has it asked counts them as found.
-  void PassOver(
-      std::function<bool(const std::string& path, const struct stat& status)> isPassedOver) {
+  using IsLeftOut = std::function<bool(const std::string& path)>;
+  using IsPassedOver = std::function<bool(const std::string& path, const struct stat& status)>;
+
+  /// From now on, regular files for which "isPassedOver" is true are neither opened nor handed out;
+  /// of what a folder calls a regular file, "isLeftOut" is asked before that, without any call of
+  /// the system. Whoever has them asked counts these files as found. What they throw ends Next.
+  void PassOver(IsLeftOut isLeftOut, IsPassedOver isPassedOver) {
+    isLeftOut_ = std::move(isLeftOut);
     isPassedOver_ = std::move(isPassedOver);
   }
+
+  /// The folders among the named paths that could be listed so far.
+  [[nodiscard]] const std::vector<std::string>& NamedFolders() const { return namedFolders_; }
 
   /// The next file; none after the last. Valid until the next call. Throws a Failure where the
   /// file of names cannot be read to its end.
@@ -91,7 +98,7 @@ class Inputs {
   [[nodiscard]] bool TakeNamed(const std::string& path);
   [[nodiscard]] bool TakeModel(LbtLbf::StoredFile file);
   [[nodiscard]] bool TakeFound(const Folder& folder, const std::string& name, bool isFile);
-  [[nodiscard]] bool IsPassedOver(const std::string& path, const struct stat& status);
+  [[nodiscard]] bool PassesOver(const std::string& path, const struct stat& status);
   [[nodiscard]] bool Fail(const Failure& failure);
   [[nodiscard]] std::string CopyOf(int descriptor, const struct stat& status);
   [[nodiscard]] bool TakeDescriptor(int descriptor);
@@ -109,7 +116,9 @@ class Inputs {
   bool isAnyFound_ = false;      ///< in the first of them
   Folders folderUse_;
   bool isCountKnown_;
-  std::function<bool(const std::string& path, const struct stat& status)> isPassedOver_;
+  IsLeftOut isLeftOut_;
+  IsPassedOver isPassedOver_;
+  std::vector<std::string> namedFolders_;
   Input input_;
   std::map<std::pair<dev_t, ino_t>, std::unique_ptr<TemporaryFile>> copies_;  ///< of pipes
 };

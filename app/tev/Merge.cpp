@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tev/Catalogue.h"
+#include "tev/CataloguePaths.h"
 #include "tev/ScanNote.h"
 #include "tev/Verbs.h"
 #include "tev/VisibleText.h"
@@ -31,11 +32,27 @@ void RequireWhole(const std::string& path) {
   }
 }
 
-/// The columns of "models", but for the id.
-constexpr const char* kColumns =
-    "path, bytes, mtime_ns, inode, scanned_ns, has_stats, has_check, has_hash, gone, version, "
-    "title, category, application, application_version, modified, nodes, elements, part_count, "
-    "complete, failure_code, failure_message, digest";
+/// The columns that a table has in both catalogues, each after "prefix".
+std::string ColumnsOf(const Database& database, const std::string& table, const std::string& prefix,
+                      const char* exceptFor) {
+  std::string columns;
+  Statement names = database.Prepare(
+      "SELECT p.name FROM pragma_table_info('" + table + "', 'part') p JOIN pragma_table_info('" +
+      table + "', 'main') m ON m.name = p.name WHERE p.name <> ? ORDER BY m.cid");
+  names.Bind(std::string_view(exceptFor));
+  while (names.Step()) {
+    columns += (columns.empty() ? "" : ", ") + prefix + names.Text(0);
+  }
+  return columns;
+}
+
+/// Takes all rows of the models in "moved" of a table, and gives them the new ids.
+void TakeRows(const Database& database, const std::string& table) {
+  database.Execute("INSERT INTO main." + table + "(model_id, " +
+                   ColumnsOf(database, table, "", "model_id") + ") SELECT moved.new, " +
+                   ColumnsOf(database, table, "t.", "model_id") + " FROM part." + table +
+                   " t JOIN temp.moved ON t.model_id = moved.old ORDER BY t.rowid");
+}
 
 /// Takes of the part, which is attached as "part", what is newer than what there is, or not there.
 /// Returns how many models these are.
@@ -50,23 +67,17 @@ std::int64_t TakePart(const Database& database) {
     database.Execute("DELETE FROM main." + table +
                      " WHERE model_id IN (SELECT previous FROM temp.moved)");
   }
+  const std::string columns = ColumnsOf(database, "models", "", "id");
   database.Execute(
       "DELETE FROM main.texts WHERE rowid IN (SELECT previous FROM temp.moved);"
-      "DELETE FROM main.models WHERE id IN (SELECT previous FROM temp.moved);");
-  database.Execute(std::string("INSERT INTO main.models(") + kColumns + ") SELECT " + kColumns +
-                   " FROM part.models WHERE id IN (SELECT old FROM temp.moved) ORDER BY id");
-  database.Execute(
+      "DELETE FROM main.models WHERE id IN (SELECT previous FROM temp.moved);"
+      "INSERT INTO main.models(" +
+      columns + ") SELECT " + columns +
+      " FROM part.models WHERE id IN (SELECT old FROM temp.moved) ORDER BY id;"
       "UPDATE temp.moved SET new = (SELECT m.id FROM main.models m JOIN part.models p "
-      "ON p.path = m.path WHERE p.id = old)");
+      "ON p.path = m.path WHERE p.id = old);");
   for (const std::string& table : TablesOfModels()) {
-    std::string columns;
-    Statement names = database.Prepare("SELECT name FROM pragma_table_info('" + table +
-                                       "') WHERE name <> 'model_id' ORDER BY cid");
-    while (names.Step()) {
-      columns += ", t." + names.Text(0);
-    }
-    database.Execute("INSERT INTO main." + table + " SELECT moved.new" + columns + " FROM part." +
-                     table + " t JOIN temp.moved ON t.model_id = moved.old ORDER BY t.rowid");
+    TakeRows(database, table);
   }
   database.Execute(
       "INSERT INTO main.texts(rowid, title, parts, results) SELECT moved.new, t.title, t.parts, "
@@ -74,18 +85,31 @@ std::int64_t TakePart(const Database& database) {
   return count;
 }
 
-/// All parts or none: a part that cannot be read leaves what there was.
-std::int64_t MergeAll(const Options& options) {
+/// The files of the parts: each a whole catalogue, and none of them the output.
+std::vector<std::string> PartsOf(const Options& options, const std::string& output) {
+  std::vector<std::string> parts;
   for (const std::string& part : options.parts) {
+    parts.push_back(CataloguePath(part));
+    if (parts.back() == output) {
+      throw Failure(FailureCode::NotAFile, part + ": is the catalogue to write to");
+    }
     RequireWhole(part);
   }
-  ScanNote note(options.output);
-  Catalogue catalogue(options.output);
+  return parts;
+}
+
+/// Looks at all parts before the first is taken, so that one that cannot be read changes nothing.
+std::int64_t MergeAll(const Options& options) {
+  const std::string output = CataloguePath(options.output);
+  const std::vector<std::string> parts = PartsOf(options, output);
+  const ScanNote note(output);
+  Catalogue catalogue(output);
+  catalogue.WriteAhead(output);
   const Database& database = catalogue.GetDatabase();
   database.Execute(
       "CREATE TEMP TABLE moved(old INTEGER PRIMARY KEY, previous INTEGER, new INTEGER);");
   std::int64_t count = 0;
-  for (const std::string& part : options.parts) {
+  for (const std::string& part : parts) {
     database.Prepare("ATTACH DATABASE ? AS part").Run(RawText{part});
     Transaction transaction(database);
     count += TakePart(database);
@@ -93,7 +117,7 @@ std::int64_t MergeAll(const Options& options) {
     database.Execute("DETACH DATABASE part");
   }
   catalogue.MakeIndexes();
-  note.Remove();
+  catalogue.EndWriteAhead();
   return count;
 }
 

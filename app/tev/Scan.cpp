@@ -36,21 +36,28 @@ void TakeSignals() {
 /// Moves a file to another name.
 void Move(const std::string& from, const std::string& to) {
   if (std::rename(from.c_str(), to.c_str()) != 0) {
-    throw SystemFailure("cannot become " + to, errno);
+    throw SystemFailure(from + ": cannot become " + to, errno);
   }
 }
 
+bool Exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+
 /// A shard has another name until it is whole, so that what a task left unfinished is not merged.
 /// The next run goes on with that.
-std::string WorkingName(const ScanOrder& order) {
-  if (order.shard.count == 0) {
-    return order.catalogue;
+std::string FileOfShard(const std::string& whole) {
+  const std::string unfinished = whole + ".part";
+  if (!Exists(whole)) {
+    return unfinished;
   }
-  std::string name = order.catalogue + ".part";
-  if (access(name.c_str(), F_OK) != 0 && access(order.catalogue.c_str(), F_OK) == 0) {
-    Move(order.catalogue, name);
+  if (Exists(unfinished)) {
+    throw Failure(FailureCode::IoError, "there is " + unfinished + ", too: one of them has to go");
   }
-  return name;
+  Catalogue(whole).EndWriteAhead();
+  if (Exists(whole + "-wal")) {
+    throw Failure(FailureCode::IoError, "somebody reads it");
+  }
+  Move(whole, unfinished);
+  return unfinished;
 }
 
 std::string TextOf(const ScanCounts& counts) {
@@ -68,26 +75,33 @@ void RequirePaths(const std::vector<std::string>& paths) {
   }
 }
 
-Status Run(ScanOrder order) {
-  RequirePaths(order.paths);
-  const std::string whole = order.catalogue;
+ScanCounts Scanned(ScanOrder order, const FileRun& run) {
+  Inputs inputs(AbsolutePaths(run.files), run.filesFrom);
+  const std::string whole = CataloguePath(order.catalogue);
+  ScanNote note(whole);
+  order.catalogue = order.shard.count == 0 ? whole : FileOfShard(whole);
+  ScanCounts counts = ScanInto(order, inputs, note);
+  if (counts.isWhole && order.catalogue != whole) {
+    Move(order.catalogue, whole);
+  }
+  return counts;
+}
+
+Status Run(const ScanOrder& order, const FileRun& run) {
+  RequirePaths(run.files);
   try {
     TakeSignals();
-    order.catalogue = WorkingName(order);
-    const ScanCounts counts = ScanInto(order);
+    const ScanCounts counts = Scanned(order, run);
     if (order.isEnding()) {
-      ReportFailure(whole, "a signal ended the scan; the next one goes on from here");
-      return Status::FileFailed;
+      ReportFailure(order.catalogue, "a signal ended the scan; the next one goes on from here");
+    } else {
+      std::cout << order.catalogue << ": " << TextOf(counts) << '\n' << std::flush;
     }
-    if (order.catalogue != whole) {
-      Move(order.catalogue, whole);
-    }
-    std::cout << whole << ": " << TextOf(counts) << '\n' << std::flush;
+    return counts.isWhole ? Status::Done : Status::FileFailed;
   } catch (const Failure& failure) {
-    ReportFailure(whole, failure.what());
+    ReportFailure(order.catalogue, failure.what());
     return Status::FileFailed;
   }
-  return Status::Done;
 }
 
 constexpr const char* kNotes =
@@ -118,11 +132,9 @@ Action SetUp(CLI::App& app) {
       ->option_text("K/N");
   AddProgressOptions(app, run);
   return [order, run] {
-    order->paths = run->files;
-    order->filesFrom = run->filesFrom;
     order->progress = run->progress;
     order->isEnding = [] { return theSignal != 0; };
-    return Run(*order);
+    return Run(*order, *run);
   };
 }
 

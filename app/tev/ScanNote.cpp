@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -27,6 +27,9 @@ ScanNote::ScanNote(const std::string& catalogue) : path_(catalogue + "-scan") {
 }
 
 ScanNote::~ScanNote() {
+  if (!Left()) {
+    unlink(path_.c_str());
+  }
   munmap(contents_, sizeof(Contents));
   close(descriptor_);
 }
@@ -50,6 +53,12 @@ bool ScanNote::TryToHold() {
 }
 
 void ScanNote::Map() {
+  std::array<char, 8> magic{};
+  const ssize_t count = pread(descriptor_, magic.data(), magic.size(), 0);
+  if (count != 0 && (count != static_cast<ssize_t>(magic.size()) ||
+                     (magic != kMagic && magic != std::array<char, 8>()))) {
+    throw Failure(FailureCode::NotAFile, path_ + " is no note of a scan");
+  }
   // Else a full disk would end the run by a signal when something is noted.
   if (const int error = posix_fallocate(descriptor_, 0, sizeof(Contents)); error != 0) {
     throw SystemFailure("cannot note what is scanned in " + path_, error);
@@ -60,6 +69,7 @@ void ScanNote::Map() {
     throw SystemFailure("cannot note what is scanned in " + path_, errno);
   }
   contents_ = static_cast<Contents*>(memory);
+  contents_->magic = kMagic;
 }
 
 std::optional<ScanNote::Entry> ScanNote::Left() const {
@@ -70,11 +80,13 @@ std::optional<ScanNote::Entry> ScanNote::Left() const {
 }
 
 void ScanNote::Begin(const FileStamp& stamp, std::string_view path) {
+  if (path.size() > kLongestPath) {
+    return;
+  }
   contents_->stamp = stamp;
-  const std::size_t length = std::min(path.size(), kLongestPath);
-  std::memcpy(contents_->path.data(), path.data(), length);
+  std::memcpy(contents_->path.data(), path.data(), path.size());
   std::atomic_signal_fence(std::memory_order_seq_cst);
-  contents_->length = length;
+  contents_->length = path.size();
 }
 
 void ScanNote::End() {
@@ -82,5 +94,3 @@ void ScanNote::End() {
   contents_->length = 0;
   std::atomic_signal_fence(std::memory_order_seq_cst);
 }
-
-void ScanNote::Remove() { unlink(path_.c_str()); }

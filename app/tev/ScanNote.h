@@ -18,8 +18,10 @@ class ScanNote {
     std::string path;
   };
 
-  /// Throws a Failure where another scan holds it, or where it cannot be made.
+  /// Throws a Failure where another scan holds it, where it cannot be made, and where a file of its
+  /// name is none.
   explicit ScanNote(const std::string& catalogue);
+  /// Takes the file away where there is nothing noted.
   ~ScanNote();
   ScanNote(const ScanNote&) = delete;
   ScanNote& operator=(const ScanNote&) = delete;
@@ -27,17 +29,17 @@ class ScanNote {
   /// What the last scan was reading when it ended.
   [[nodiscard]] std::optional<Entry> Left() const;
 
+  /// A path that is longer than any that most systems open is not noted.
   void Begin(const FileStamp& stamp, std::string_view path);
   void End();
 
-  /// Takes the file away, since there is nothing more to note.
-  void Remove();
-
  private:
-  static constexpr std::size_t kLongestPath = 8192;  // more than the system opens
+  static constexpr std::size_t kLongestPath = 8192;
+  static constexpr std::array<char, 8> kMagic{'t', 'e', 'v', 's', 'c', 'a', 'n', '1'};
 
   /// What the file holds. Its length is set last, and cleared first.
   struct Contents {
+    std::array<char, 8> magic;
     std::size_t length;
     FileStamp stamp;
     std::array<char, kLongestPath> path;

@@ -13,7 +13,7 @@ namespace {
 constexpr const char* kSummary = R"(
 WITH here AS (SELECT * FROM models WHERE gone = 0),
 counts(place, "group", value, rank, models, bytes) AS (
-  SELECT 1, 'all', NULL, 0, count(*), sum(bytes) FROM here
+  SELECT 1, 'all', NULL, 0, count(*), ifnull(sum(bytes), 0) FROM here
   UNION ALL SELECT 2, 'category', category, -count(*), count(*), sum(bytes) FROM here
     WHERE category IS NOT NULL GROUP BY category
   UNION ALL SELECT 3, 'application', application, -count(*), count(*), sum(bytes) FROM here

@@ -215,7 +215,7 @@ TEST_F(TevCatalogueFaults, CatalogueOfAnotherVersion_IsRefused) {
                 .status,
             0);
   for (const RunResult& run :
-       {Scan("a.db"), Run({"find", "a.db"}), Run({"merge", "a.db", "a.db"})}) {
+       {Scan("a.db"), Run({"find", "a.db"}), Run({"merge", "c.db", "a.db"})}) {
     EXPECT_EQ(run.status, 2);
     EXPECT_TRUE(run.error.ends_with("a catalogue of version 2, and this program has 1\n"))
         << run.error;

@@ -88,7 +88,11 @@ TEST_F(TevCatalogueQuestions, Conditions_AllHold) {
   EXPECT_EQ(Found({"bracket", "--result", "Stress", "--above", "91"}), "bracket.tev");
   EXPECT_EQ(Found({"bracket", "--result", "Stress", "--above", "92"}), "");
   EXPECT_EQ(Found({"FINS", "--category", "Transient", "--result", "Heat Flux"}), "heatsink.tev");
-  EXPECT_EQ(Found({"FINS", "--category", "Modal"}), "");
+  EXPECT_EQ(Found({"FINS", "--category", "Linear Static"}), "");
+  EXPECT_EQ(Found({"--category", "Lin*", "--result", "von [MN]ises*"}), "bracket.tev");
+  // One part of the bracket gets above 60, the other stays below.
+  EXPECT_EQ(Found({"--result", "von Mises*", "--above", "60", "--below", "0.012"}), "bracket.tev");
+  EXPECT_EQ(Found({"--result", "von Mises*", "--above", "60", "--below", "0.011"}), "");
   EXPECT_TRUE(Found({"--failed"}).starts_with("cut.tev ")) << Found({"--failed"});
   EXPECT_EQ(Found({"--failed"}).find("small.tev"), std::string::npos);
   std::filesystem::remove(dir / "archive/bracket.tev");
