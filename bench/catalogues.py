@@ -95,7 +95,7 @@ class Questions(Case):
         ["--result", "Probe 77"],
         ["--result", "Probe 77", "--category", "Modal"],
         ["--result", "von Mises Stress", "--above", "999.9"],
-        ["--result", "Displacement", "--below", "0.1", "--category", "Fatigue"],
+        ["--result", "Displacement", "--below", "-0.1", "--category", "Fatigue"],
         ["--failed"],
         ["Gear 1234", "--result", "von Mises Stress", "--above", "500"],
     )
