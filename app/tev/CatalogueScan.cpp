@@ -57,7 +57,13 @@ std::optional<std::int64_t> IdOf(const std::optional<KnownFile>& known) {
 /// Ids of models: a bit for each, as they are dense.
 class IdSet {
  public:
-  void Put(std::int64_t id) { pages_[PageOf(id)].set(PlaceOf(id)); }
+  void Put(std::int64_t id) {
+    auto bit = pages_[PageOf(id)][PlaceOf(id)];
+    count_ += bit ? 0U : 1U;
+    bit = true;
+  }
+
+  [[nodiscard]] std::size_t Count() const { return count_; }
 
   [[nodiscard]] bool Has(std::int64_t id) const {
     const auto page = pages_.find(PageOf(id));
@@ -71,6 +77,7 @@ class IdSet {
   static std::size_t PlaceOf(std::int64_t id) { return static_cast<std::uint64_t>(id) % kPage; }
 
   std::unordered_map<std::uint64_t, std::bitset<kPage>> pages_;
+  std::size_t count_ = 0;
 };
 
 bool IsFolder(const std::string& path) {
@@ -314,6 +321,10 @@ class Scan {
   /// looked at is not gone.
   void MarkVanished() {
     const Database& database = catalogue_.GetDatabase();
+    const auto there = database.Number("SELECT count(*) FROM models WHERE gone = 0");
+    if (there == static_cast<std::int64_t>(seen_.Count())) {
+      return;
+    }
     const Ancestors roots(AbsolutePaths(inputs_->NamedFolders()));
     const Ancestors closed(std::move(closed_));
     database.Execute("CREATE TEMP TABLE vanished(id INTEGER PRIMARY KEY)");
