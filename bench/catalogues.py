@@ -94,7 +94,7 @@ class Questions(Case):
         ["PART-77"],
         ["--category", "Fatigue"],
         ["--result", "Probe 77"],
-        ["--result", "Probe 77", "--category", "Linear Static"],
+        ["--result", "Probe 77", "--category", "Buckling"],
         ["--result", "von Mises Stress", "--above", "999.9"],
         ["--result", "Displacement", "--below", "-0.1", "--category", "Fatigue"],
         ["--failed"],

@@ -123,6 +123,26 @@ TEST_F(TevCatalogueFaultsByCalls, FullDisk_IsNamedAndTheNextScanGoesOn) {
   EXPECT_GT(call, 5);
 }
 
+TEST_F(TevCatalogueFaultsByCalls, ReadThatIsRefused_IsTriedAgain) {
+  EXPECT_EQ(Scan("reference.db", {"--stats", "--hash"}).status, 0);
+  const std::string all = std::string(kAll).replace(7, 4, "digest, path");
+  const std::string whole = Query("reference.db", all);
+  long call = 1;
+  for (;; call += 7) {
+    SCOPED_TRACE(call);
+    fs::remove(dir / "a.db");
+    const RunResult refused = Scan("a.db", {"--stats", "--hash"}, With("read-error", call));
+    if (!dir.Has("reached")) {
+      break;
+    }
+    EXPECT_EQ(refused.status, 0) << refused.error;
+    const RunResult next = Scan("a.db", {"--stats", "--hash"});
+    EXPECT_EQ(next.status, 0);
+    EXPECT_EQ(Query("a.db", all), whole) << refused.error;
+  }
+  EXPECT_GT(call, 7);
+}
+
 TEST_F(TevCatalogueFaultsByCalls, FileThatChanges_IsAFailureUntilItStops) {
   const RunResult run = Scan("a.db", {}, With("touched", 1));
   EXPECT_EQ(run.status, 0);
