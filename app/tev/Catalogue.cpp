@@ -46,7 +46,8 @@ CREATE INDEX IF NOT EXISTS models_application ON models(application, modified);
 CREATE INDEX IF NOT EXISTS models_failure ON models(failure_code, path)
   WHERE failure_code IS NOT NULL;
 CREATE INDEX IF NOT EXISTS models_digest ON models(digest) WHERE digest IS NOT NULL;
-CREATE INDEX IF NOT EXISTS models_bytes ON models(gone, bytes);
+CREATE INDEX IF NOT EXISTS models_bytes ON models(bytes);
+CREATE INDEX IF NOT EXISTS models_gone ON models(id) WHERE gone = 1;
 CREATE INDEX IF NOT EXISTS parts_model ON parts(model_id);
 CREATE INDEX IF NOT EXISTS parts_name ON parts(name);
 CREATE INDEX IF NOT EXISTS steps_model ON steps(model_id);

@@ -321,7 +321,8 @@ class Scan {
   /// looked at is not gone.
   void MarkVanished() {
     const Database& database = catalogue_.GetDatabase();
-    const auto there = database.Number("SELECT count(*) FROM models WHERE gone = 0");
+    const auto there = database.Number(
+        "SELECT count(*) - (SELECT count(*) FROM models WHERE gone = 1) FROM models");
     if (there == static_cast<std::int64_t>(seen_.Count())) {
       return;
     }
