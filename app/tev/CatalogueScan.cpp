@@ -80,9 +80,11 @@ class IdSet {
   std::size_t count_ = 0;
 };
 
-bool IsFolder(const std::string& path) {
+/// Whether it may be a folder with files in it, of which nothing is known.
+bool IsClosed(const Input& input) {
   struct stat status {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  return input.failure && input.failure->Code() != FailureCode::NotFound &&
+         (stat(input.source.c_str(), &status) != 0 || S_ISDIR(status.st_mode));
 }
 
 /// Whether the next scan may fare better, though the file is the same.
@@ -256,7 +258,7 @@ class Scan {
       counts_.isWhole = false;
       return;
     }
-    if (input.failure && IsFolder(input.source)) {
+    if (IsClosed(input)) {
       closed_.push_back(path);
     }
     if (!order_->shard.Has(path)) {

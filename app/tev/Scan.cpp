@@ -92,7 +92,7 @@ Status Run(const ScanOrder& order, const FileRun& run) {
   try {
     TakeSignals();
     const ScanCounts counts = Scanned(order, run);
-    if (order.isEnding()) {
+    if (!counts.isWhole && order.isEnding()) {
       ReportFailure(order.catalogue, "a signal ended the scan; the next one goes on from here");
     } else {
       std::cout << order.catalogue << ": " << TextOf(counts) << '\n' << std::flush;
