@@ -1,13 +1,13 @@
 // tev merge: makes one catalogue of several.
 
 #include <CLI/CLI.hpp>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "tev/Catalogue.h"
 #include "tev/CataloguePaths.h"
+#include "tev/Output.h"
 #include "tev/ScanNote.h"
 #include "tev/Verbs.h"
 #include "tev/VisibleText.h"
@@ -122,16 +122,16 @@ std::int64_t MergeAll(const Options& options) {
 }
 
 Status Run(const Options& options) {
+  std::int64_t count = 0;
   try {
-    const std::int64_t count = MergeAll(options);
-    std::cout << options.output << ": " << Counted(static_cast<std::uint64_t>(count), "model")
-              << " taken from " << Counted(options.parts.size(), "catalogue") << '\n'
-              << std::flush;
-    return Status::Done;
+    count = MergeAll(options);
   } catch (const Failure& failure) {
     ReportFailure(options.output, failure.what());
     return Status::FileFailed;
   }
+  WriteLine(options.output + ": " + Counted(static_cast<std::uint64_t>(count), "model") +
+            " taken from " + Counted(options.parts.size(), "catalogue"));
+  return Status::Done;
 }
 
 constexpr const char* kNotes =

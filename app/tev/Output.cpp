@@ -110,3 +110,9 @@ void AnswerOutput::Finish() {
         SystemFailure(Name() + ": cannot write the answer", error_ == 0 ? errno : error_));
   }
 }
+
+void WriteLine(const std::string& line) {
+  AnswerOutput output;
+  output.Stream() << line << '\n';
+  output.Finish();
+}

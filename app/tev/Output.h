@@ -52,3 +52,6 @@ class AnswerOutput {
   mutable bool mayBeTerminal_ = true;  // what has turned out to be none stays so
   int error_ = 0;                      // why it could not be written, as far as it is known
 };
+
+/// Writes a line to standard output. Throws an OutputFailure where it cannot be written.
+void WriteLine(const std::string& line);

@@ -6,13 +6,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <iostream>
 #include <memory>
 #include <string>
 
 #include "tev/Answers.h"
 #include "tev/CatalogueScan.h"
 #include "tev/Inputs.h"
+#include "tev/Output.h"
 #include "tev/Verbs.h"
 #include "tev/VisibleText.h"
 
@@ -89,19 +89,20 @@ ScanCounts Scanned(ScanOrder order, const FileRun& run) {
 
 Status Run(const ScanOrder& order, const FileRun& run) {
   RequirePaths(run.files);
+  ScanCounts counts;
   try {
     TakeSignals();
-    const ScanCounts counts = Scanned(order, run);
-    if (!counts.isWhole && order.isEnding()) {
-      ReportFailure(order.catalogue, "a signal ended the scan; the next one goes on from here");
-    } else {
-      std::cout << order.catalogue << ": " << TextOf(counts) << '\n' << std::flush;
-    }
-    return counts.isWhole ? Status::Done : Status::FileFailed;
+    counts = Scanned(order, run);
   } catch (const Failure& failure) {
     ReportFailure(order.catalogue, failure.what());
     return Status::FileFailed;
   }
+  if (!counts.isWhole && order.isEnding()) {
+    ReportFailure(order.catalogue, "a signal ended the scan; the next one goes on from here");
+  } else {
+    WriteLine(order.catalogue + ": " + TextOf(counts));
+  }
+  return counts.isWhole ? Status::Done : Status::FileFailed;
 }
 
 constexpr const char* kNotes =

@@ -128,6 +128,18 @@ TEST_F(TevCatalogueFiles, OddNames_AreNamesOfFiles) {
   EXPECT_EQ(run.error, "tev: : the name is empty\n");
 }
 
+TEST_F(TevCatalogueFiles, AnswerThatCannotBeWritten_IsNamed) {
+  EXPECT_EQ(Scan("c.db").status, 0);
+  const std::vector<std::vector<std::string>> commands{
+      {"scan", "archive", "--catalogue", "c.db"}, {"merge", "d.db", "c.db"}, {"find", "c.db"}};
+  for (const std::vector<std::string>& command : commands) {
+    const RunResult run = Run(command, {.output = Redirect::To("/dev/full")});
+    EXPECT_EQ(run.status, 2) << command[0];
+    EXPECT_EQ(run.error,
+              "tev: standard output: cannot write the answer: No space left on device\n");
+  }
+}
+
 TEST_F(TevCatalogueFiles, LinksThatLeadNowhere_AreFailuresThatEndNoScan) {
   dir.Write("archive/a.txt", "no model");
   fs::create_symlink("nowhere", dir / "archive/b");
