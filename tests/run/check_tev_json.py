@@ -45,7 +45,9 @@ def close(schema, is_whole=True):
                 close(value, False)
             elif key in ("items", "oneOf"):
                 close(value)
-        if is_whole and ("properties" in schema or schema.get("$ref") == "#/$defs/entry"):
+        # Where other keys are described, too, it is closed as it is.
+        if is_whole and "additionalProperties" not in schema and (
+                "properties" in schema or schema.get("$ref") == "#/$defs/entry"):
             schema["unevaluatedProperties"] = False
 
 
