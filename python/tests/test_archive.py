@@ -119,6 +119,40 @@ def test_a_scan_that_is_killed_is_tried_again(run, expected, tmp_path):
     assert rows(tmp_path / "a.db") == expected
 
 
+def test_a_shard_outlasts_more_workers_than_the_scheduler_would_give_it(run, expected, tmp_path):
+    kills = " ".join(once(tmp_path / f"killed {n}", "kill -KILL $PPID; exec sleep 600") + "\n"
+                     for n in range(5))
+    guarded = program(tmp_path / "tev", kills)
+    assert run("--shards", "1", "--tev", guarded)[0] == 0
+    assert len(list(tmp_path.glob("killed *"))) == 5
+    assert rows(tmp_path / "a.db") == expected
+
+
+def test_a_shard_that_all_its_workers_die_of_is_named(run, tmp_path):
+    guarded = program(tmp_path / "tev", "kill -KILL $PPID; exec sleep 600")
+    status, answer, errors = run("--shards", "1", "--retries", "3", "--tev", guarded)
+    assert (status, answer) == (2, "")
+    # The cluster that exists has something to say of its workers, too.
+    assert [line for line in errors.splitlines() if line.startswith("tev-archive: ")] == [
+        "tev-archive: shard 0 of 1: all workers died that were at it, or were killed",
+        f"tev-archive: {tmp_path}/a.db: 1 of 1 shards are not finished; running this again goes on "
+        "with them"]
+
+
+def test_a_damaged_part_is_named_once(run, expected, tmp_path):
+    assert run("--shards", "2")[0] == 0
+    part = tmp_path / "a.db.parts" / "part-1-of-2.db"
+    os.truncate(part, 5000)
+    status, answer, errors = run()
+    assert (status, answer) == (2, "")
+    assert errors.count(f"tev: {part}: damaged: ") == 2  # by the scan, and by the run
+    assert len(re.findall(r"^tev-archive: shard 1 of 2 on \S+: tev: .*: remove it to scan that shard "
+                          "anew$", errors, re.MULTILINE)) == 1
+    part.unlink()
+    assert run()[0] == 0
+    assert rows(tmp_path / "a.db") == expected
+
+
 AT_KILLERS = r"""
 #include <csignal>
 #include <cstdlib>

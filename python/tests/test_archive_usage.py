@@ -1,15 +1,19 @@
 """What `tev-archive` says of its usage, how far it is, and how many tasks it has at a time."""
 
+import os
 import re
+import resource
+import signal
+import subprocess
 import sys
 import types
 
 import pytest
 
-from archives import TEV
+from archives import TEV, program, scan
 from conftest import EXAMPLES
 from tev import _cluster, archive
-from tev._shard import Counts, Scan, ScanError, find_program
+from tev._shard import Counts, PartError, Scan, ScanError, find_program, scan_shard
 
 
 @pytest.mark.parametrize("arguments, fault", [
@@ -23,6 +27,18 @@ from tev._shard import Counts, Scan, ScanError, find_program
      "argument --scheduler: not allowed with argument --jobs (see tev-archive scan --help)"),
     (["scan", "x", "--catalogue", "a.db", "--memory", "much"],
      'argument --memory: "much" is no size, as 500M or 4G are (see tev-archive scan --help)'),
+    (["scan", "x", "--catalogue", "a.db", "--memory", "16383K"],
+     'argument --memory: "16383K" is no size from 16M to 2^63-1 bytes (see tev-archive scan --help)'),
+    (["scan", "x", "--catalogue", "a.db", "--memory", "8388608T"],
+     'argument --memory: "8388608T" is no size from 16M to 2^63-1 bytes (see tev-archive scan --help)'),
+    (["scan", "x", "", "--catalogue", "a.db"],
+     "argument FOLDER: the name is empty (see tev-archive scan --help)"),
+    (["scan", "x", "--catalogue", ""],
+     "argument --catalogue: the name is empty (see tev-archive scan --help)"),
+    (["scan", "x", "--catalogue", "a.db", "--scheduler", ""],
+     "argument --scheduler: the name is empty (see tev-archive scan --help)"),
+    (["scan", "x", "--catalogue", "a.db", "--tev", ""],
+     "argument --tev: the name is empty (see tev-archive scan --help)"),
     (["scan", "x", "--catalogue", "a.db", "--tls-key", "key.pem", "--scheduler", "tls://head:8786"],
      "--tls-ca-file, --tls-cert and --tls-key go together, with --scheduler"),
     (["scan", "x", "--catalogue", "a.db", "--scheduler", "tls://head:8786"],
@@ -53,29 +69,137 @@ def test_a_program_that_is_missing_is_named_before_anything_begins(capsys, tmp_p
     assert not list(tmp_path.iterdir())
 
 
-def test_the_program_beside_the_package_comes_before_that_on_the_path(tmp_path, monkeypatch):
-    package = tmp_path / "package"
-    for folder in (package, tmp_path / "bin"):
-        folder.mkdir()
-        (folder / "tev").touch(0o755)
-    monkeypatch.setenv("PATH", str(tmp_path / "bin"))
-    monkeypatch.setattr("tev._shard.__file__", str(package / "_shard.py"))
-    assert find_program(None) == str(package / "tev")
-    (package / "tev").unlink()
-    assert find_program(None) == str(tmp_path / "bin" / "tev")
-    assert find_program(TEV) == TEV
-    (tmp_path / "bin" / "tev").unlink()
+def test_the_program_is_the_one_that_is_named_or_that_on_the_path(tmp_path, monkeypatch):
+    monkeypatch.setenv("PATH", str(tmp_path))
     with pytest.raises(ScanError, match="has no program tev: install it there, or say by --tev"):
         find_program(None)
+    (tmp_path / "tev").touch(0o755)
+    assert find_program(None) == str(tmp_path / "tev")
+    assert find_program(TEV) == TEV
+
+
+def make_folder(path):
+    path.mkdir()
+    return "this is no file"
+
+
+def make_pipe(path):
+    os.mkfifo(path)
+    return "this is no file"
+
+
+def make_text(path):
+    path.write_text("a text that is no catalogue\n")
+    return "no catalogue: it is no file of SQLite"
+
+
+@pytest.mark.parametrize("make", [make_folder, make_pipe, make_text])
+def test_what_is_no_catalogue_is_told_before_anything_begins(make, capsys, tmp_path):
+    catalogue = tmp_path / "a.db"
+    reason = make(catalogue)
+    status = archive.main(["scan", str(EXAMPLES), "--catalogue", str(catalogue), "--tev", TEV])
+    assert (status, *capsys.readouterr()) == (2, "", f"tev-archive: {catalogue}: {reason}\n")
+    assert os.listdir(tmp_path) == ["a.db"]
+
+
+def scan_of(tmp_path, **options):
+    (tmp_path / "parts").mkdir()
+    return Scan(folders=(str(EXAMPLES),), parts=str(tmp_path / "parts"), shards=1, **options)
+
+
+def test_a_damaged_part_is_told_from_failures_that_another_try_may_mend(tmp_path):
+    task = scan_of(tmp_path, program=TEV)
+    scan(EXAMPLES, task.part(0))
+    os.truncate(task.part(0), 5000)
+    with pytest.raises(PartError) as failure:
+        scan_shard(task, 0)
+    assert f": tev: {task.part(0)}: damaged: " in str(failure.value)
+    assert str(failure.value).endswith(": remove it to scan that shard anew")
+
+
+@pytest.mark.parametrize("number, name", [(signal.SIGTERM, "SIGTERM"), (40, "signal 40")])
+def test_the_signal_that_ended_a_scan_is_named(tmp_path, number, name):
+    task = scan_of(tmp_path, program=program(tmp_path / "tev", f"kill -{int(number)} $$"))
+    with pytest.raises(ScanError, match=f"ended by {name}$"):
+        scan_shard(task, 0)
+
+
+@pytest.mark.parametrize("soft, expected", [(32, 32), (128, 64), (None, 64)])
+def test_a_limit_of_memory_that_is_lower_already_stays(tmp_path, soft, expected):
+    limits = program(tmp_path / "tev", f"sleep 1; ulimit -S -d > '{tmp_path}/limit'")
+    task = scan_of(tmp_path, program=limits, memory=64 * 1024 ** 2)
+    before = resource.getrlimit(resource.RLIMIT_DATA)
+    lowered = f"ulimit -S -d {soft * 1024};" if soft else ""
+    # Its own process, which may not raise what it has lowered.
+    code = ("import sys; from tev._shard import Scan, scan_shard; "
+            f"scan_shard({task!r}, 0)")
+    subprocess.run(["bash", "-c", f'{lowered} exec "$@"', "bash", sys.executable, "-c", code],
+                   check=True)
+    assert before == resource.getrlimit(resource.RLIMIT_DATA)
+    assert (tmp_path / "limit").read_text() == f"{expected * 1024}\n"
+
+
+def test_a_run_is_given_up_only_where_its_lock_says_so(tmp_path):
+    task = scan_of(tmp_path, run="this")
+    lock = tmp_path / "parts" / "lock"
+    assert not task.is_wanted()
+    lock.write_text("this")
+    assert task.is_wanted()
+    lock.write_text("another")
+    assert not task.is_wanted()
+    lock.unlink()
+    lock.symlink_to(lock)  # cannot be opened, as on a disk that does not answer
+    assert task.is_wanted()
+
+
+def test_parts_are_merged_a_thousand_at_a_time(tmp_path):
+    merges = program(tmp_path / "tev", f'echo "$1" "$3" "$(($# - 3))" "${{@: -1}}" >> "{tmp_path}/log"',
+                     "exit 0")
+    task = Scan(folders=("/a",), parts="/p", shards=2001, program=merges)
+    archive._merge(task, "/a.db")
+    assert (tmp_path / "log").read_text().splitlines() == [
+        "merge /a.db 1000 /p/part-999-of-2001.db", "merge /a.db 1000 /p/part-1999-of-2001.db",
+        "merge /a.db 1 /p/part-2000-of-2001.db"]
+
+
+def test_removing_parts_leaves_what_is_none(tmp_path):
+    parts = archive.Parts(str(tmp_path / "a.db"))
+    for name in ("part-0-of-2.db", "part-1-of-2.db.part", "part-1-of-2.db.log", "notes"):
+        (tmp_path / "a.db.parts" / name).touch()
+    parts.remove()
+    assert os.listdir(tmp_path / "a.db.parts") == ["notes"]
+
+
+ANSWER = [sys.executable, "-c", "import sys; from tev import archive; "
+          "archive._scan = lambda options: 'counts'; "
+          "sys.exit(archive.main(['scan', 'x', '--catalogue', 'a.db']))"]
+
+
+def test_an_answer_that_cannot_be_written_is_no_fault_of_the_catalogue():
+    with open("/dev/full", "wb") as full:
+        run = subprocess.run(ANSWER, stdout=full, stderr=subprocess.PIPE, text=True, check=False)
+    assert (run.returncode, run.stderr) == (
+        2, "tev-archive: standard output: cannot write the answer: No space left on device\n")
+
+
+def test_a_reader_that_has_gone_ends_it_as_other_programs():
+    reading, writing = os.pipe()
+    os.close(reading)
+    run = subprocess.run(ANSWER, stdout=writing, stderr=subprocess.PIPE, check=False)
+    os.close(writing)
+    assert (run.returncode, run.stderr) == (-signal.SIGPIPE, b"")
 
 
 def test_progress_tells_rate_and_time_left():
     progress = archive.Progress(False, 16)
-    assert progress.text(10) == "0 of 16 shards done"
+    assert progress.text(10, 4) == "0 of 16 shards done"
     progress.add(70000)
     progress.add(50000)
-    # 14 shards at 600 s for each two of them.
-    assert progress.text(1200) == "2 of 16 shards done, 120000 files, 100 files/s, 2:20:00 left"
+    text = "2 of 16 shards done, 120000 files, 100 files/s"
+    # One at a time: 14 more at 600 s each.
+    assert progress.text(1200, 1) == f"{text}, 2:20:00 left"
+    # Four at a time: those that are left take four rounds of 1,200 s.
+    assert progress.text(1200, 4) == f"{text}, 1:20:00 left"
 
 
 def test_counts_are_those_of_the_line():
@@ -94,8 +218,8 @@ class InOrder:
         self.waiting = []
         self.most = 0
 
-    def submit(self, *call, name, retries):
-        future = types.SimpleNamespace(key=name, status="finished", call=call, retries=retries)
+    def submit(self, *call, name):
+        future = types.SimpleNamespace(key=name, status="finished", call=call)
         future.add_done_callback = lambda end: self.waiting.append((future, end))
         self.waiting_now = len(self.waiting)
         return future

@@ -12,7 +12,7 @@ import time
 import uuid
 from typing import Any, Callable, Dict, Iterator, NamedTuple, Optional, Tuple
 
-from ._shard import Counts, Scan, ScanError, scan_shard
+from ._shard import Counts, PartError, Scan, ScanError, scan_shard
 
 # Tasks that are submitted for each that can run: a worker finds the next one when it has finished.
 WINDOW_PER_SLOT = 2
@@ -108,9 +108,9 @@ class Cluster:
         return ScanError(f"the scheduler at {self._address} has gone; the parts stay, and the next "
                          "run goes on with them")
 
-    def submit(self, *call: Any, name: str, retries: int) -> Any:
+    def submit(self, *call: Any, name: str) -> Any:
         """A task, as the future of its result."""
-        return self._client.submit(*call, key=name, retries=retries, pure=False)
+        return self._client.submit(*call, key=name, pure=False)
 
     def result(self, future: Any) -> Any:
         """What a task that has ended returned. Raises what it raised, as a ScanError."""
@@ -121,6 +121,27 @@ class Cluster:
         except (self._distributed.CancelledError, self._distributed.TimeoutError):
             raise self._gone() from None
 
+    def error(self, future: Any) -> Tuple[int, Optional[BaseException]]:
+        """How many tries a task took that could not be finished, and what it raised: nothing where the
+        workers died that were at it.
+        """
+        try:
+            error = future.exception(timeout=SECONDS_FOR_AN_ANSWER)
+        except (self._distributed.CancelledError, self._distributed.TimeoutError):
+            raise self._gone() from None
+        if isinstance(error, self._distributed.KilledWorker):
+            # The scheduler itself tries it on so many others before it gives up.
+            return getattr(error, "allowed_failures", 0) + 1, None
+        return 1, error
+
+
+class _Task(NamedTuple):
+    """A shard that is submitted. A future that is let go is not run."""
+
+    number: int
+    tries: int
+    future: Any
+
 
 def run_shards(cluster: Cluster, scan: Scan, retries: int, tick: Callable[[], None]) -> Iterator[Ended]:
     """Scans all shards, and gives each as it ends. "tick" is called now and then.
@@ -130,22 +151,32 @@ def run_shards(cluster: Cluster, scan: Scan, retries: int, tick: Callable[[], No
     run = uuid.uuid4().hex
     numbers = iter(range(scan.shards))
     ended: queue.SimpleQueue[Any] = queue.SimpleQueue()
-    submitted: Dict[str, Tuple[int, Any]] = {}
+    submitted: Dict[str, _Task] = {}
+
+    def submit(number: int, tries: int) -> None:
+        name = f"tev-scan-{run}-{number}-{tries}"
+        future = cluster.submit(scan_shard, scan, number, name=name)
+        submitted[name] = _Task(number, tries, future)
+        future.add_done_callback(ended.put)
+
     while True:
         free = WINDOW_PER_SLOT * max(cluster.slots, 1) - len(submitted)
         for number in itertools.islice(numbers, max(free, 0)):
-            name = f"tev-scan-{run}-{number}"
-            future = cluster.submit(scan_shard, scan, number, name=name, retries=retries)
-            submitted[name] = number, future  # a future that is let go is not run
-            future.add_done_callback(ended.put)
+            submit(number, 0)
         if not submitted:
             return
-        future = _next(ended, submitted, cluster, tick)
-        number, _ = submitted.pop(future.key)
-        yield _outcome(cluster, scan, number, future)
+        task = submitted.pop(_next(ended, submitted, cluster, tick).key)
+        if task.future.status != "error":
+            yield Ended(task.number, cluster.result(task.future))
+            continue
+        tries, error = cluster.error(task.future)
+        if task.tries + tries <= retries and not isinstance(error, PartError):
+            submit(task.number, task.tries + tries)
+        else:
+            yield Ended(task.number, None, _failure(scan, task.number, error))
 
 
-def _next(ended: queue.SimpleQueue[Any], submitted: Dict[str, Tuple[int, Any]], cluster: Cluster,
+def _next(ended: queue.SimpleQueue[Any], submitted: Dict[str, _Task], cluster: Cluster,
           tick: Callable[[], None]) -> Any:
     """The next future that has ended, or that has been cancelled, of which nobody is called back."""
     while True:
@@ -153,18 +184,17 @@ def _next(ended: queue.SimpleQueue[Any], submitted: Dict[str, Tuple[int, Any]], 
             tick()
             with contextlib.suppress(queue.Empty):
                 return ended.get(timeout=1)
-            for _, future in submitted.values():
-                if future.status == "cancelled":
-                    return future
+            for task in submitted.values():
+                if task.future.status == "cancelled":
+                    return task.future
         cluster.look()
 
 
-def _outcome(cluster: Cluster, scan: Scan, number: int, future: Any) -> Ended:
-    if future.status != "error":
-        return Ended(number, cluster.result(future))
-    error = future.exception(timeout=SECONDS_FOR_AN_ANSWER)
+def _failure(scan: Scan, number: int, error: Optional[BaseException]) -> str:
     if isinstance(error, ScanError):
-        return Ended(number, None, str(error))
-    # A worker that died has its own long text, and what else it is, nobody has foreseen.
+        return str(error)
+    if error is None:
+        return f"shard {number} of {scan.shards}: all workers died that were at it, or were killed"
+    # What else it is, nobody has foreseen.
     text = (str(error).splitlines() or [""])[0]
-    return Ended(number, None, f"shard {number} of {scan.shards}: {type(error).__name__}: {text}")
+    return f"shard {number} of {scan.shards}: {type(error).__name__}: {text}"

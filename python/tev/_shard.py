@@ -26,6 +26,10 @@ class ScanError(Error):
     """A shard could not be finished. Another try goes on where this one stopped."""
 
 
+class PartError(ScanError):
+    """The part of a shard is damaged: no other try can go on with it."""
+
+
 class Counts(NamedTuple):
     """What a scan says of its files."""
 
@@ -80,6 +84,8 @@ class Scan:
                 return file.read() == self.run
         except FileNotFoundError:
             return False
+        except OSError:
+            return True  # a disk that does not answer now says nothing of the run
 
     def command(self, number: int) -> List[str]:
         # Where a worker is killed, its scan would keep the part from the next one. It is asked to end,
@@ -96,12 +102,10 @@ def lock_of(parts: str) -> str:
 
 
 def find_program(named: Optional[str]) -> str:
-    """The program `tev`: the one that is named, else that beside this package, else that on PATH."""
-    beside = os.path.join(os.path.dirname(__file__), "tev")
-    for candidate in [named] if named else [beside, "tev"]:
-        program = shutil.which(candidate)
-        if program:
-            return program
+    """The program `tev`: the one that is named, else that on PATH."""
+    program = shutil.which(named or "tev")
+    if program:
+        return program
     raise ScanError(f"{socket.gethostname()} has no program {named or 'tev'}: install it there, or "
                     "say by --tev where it is")
 
@@ -115,12 +119,21 @@ def scan_shard(scan: Scan, number: int) -> Counts:
         if status == 0:
             return Counts.of(answer)
         if status < 0:
-            raise ScanError(f"{name}: ended by {signal.Signals(-status).name}")
+            raise ScanError(f"{name}: ended by {_signal_name(-status)}")
         reason = _last_line(scan.log(number))
+        if re.search(r"/part-\d+-of-\d+\.db(\.part)?: (damaged|no catalogue): ", reason):
+            raise PartError(f"{name}: {reason}: remove it to scan that shard anew")
         if "another scan is writing" not in reason:
             break
         time.sleep(1)
     raise ScanError(f"{name}: {reason or f'ended with status {status}'}")
+
+
+def _signal_name(number: int) -> str:
+    try:
+        return signal.Signals(number).name
+    except ValueError:  # those for real time have no names but the first and the last
+        return f"signal {number}"
 
 
 def _run(scan: Scan, number: int, log: IO[bytes]) -> Tuple[int, str]:
@@ -140,8 +153,8 @@ def _run(scan: Scan, number: int, log: IO[bytes]) -> Tuple[int, str]:
 
 def _limit_memory(process: int, size: int) -> None:
     with contextlib.suppress(ProcessLookupError):
-        _, most = resource.prlimit(process, resource.RLIMIT_DATA)
-        limit = size if most == resource.RLIM_INFINITY else min(size, most)
+        now, most = resource.prlimit(process, resource.RLIMIT_DATA)
+        limit = min(each for each in (size, now, most) if each != resource.RLIM_INFINITY)
         resource.prlimit(process, resource.RLIMIT_DATA, (limit, most))
 
 

@@ -8,8 +8,10 @@ from __future__ import annotations
 
 import argparse
 import contextlib
+import errno
 import fcntl
 import logging
+import math
 import os
 import re
 import shutil
@@ -26,6 +28,9 @@ from ._shard import Counts, Scan, ScanError, find_program, lock_of
 
 DONE, BAD_USAGE, NOT_FINISHED = 0, 1, 2
 SHARDS_PER_SLOT = 2
+LEAST_MEMORY = 16 * 1024 ** 2  # with less, the program itself can hardly start
+MOST_MEMORY = 2 ** 63 - 1
+PARTS_PER_MERGE = 1000  # the system takes only so many arguments
 
 EPILOG = """\
 Parts lie in the folder FILE.parts, which all machines have to see, as they do the folders. They stay: a
@@ -61,7 +66,16 @@ def _bytes(text: str) -> int:
     found = re.fullmatch("([1-9][0-9]{0,9})([KMGT]?)", text)
     if not found:
         raise argparse.ArgumentTypeError(f'"{text}" is no size, as 500M or 4G are')
-    return int(found[1]) * 1024 ** " KMGT".index(found[2] or " ")
+    size = int(found[1]) * 1024 ** " KMGT".index(found[2] or " ")
+    if not LEAST_MEMORY <= size <= MOST_MEMORY:
+        raise argparse.ArgumentTypeError(f'"{text}" is no size from 16M to 2^63-1 bytes')
+    return size
+
+
+def _name(text: str) -> str:
+    if not text:  # a variable of a shell that is not set, most of all
+        raise argparse.ArgumentTypeError("the name is empty")
+    return text
 
 
 def _parser() -> argparse.ArgumentParser:
@@ -72,8 +86,10 @@ def _parser() -> argparse.ArgumentParser:
     scan = verbs.add_parser("scan", help="fill a catalogue of models", allow_abbrev=False,
                             description="Fills a catalogue by the shards of `tev scan`, as tasks.",
                             epilog=EPILOG, formatter_class=argparse.RawDescriptionHelpFormatter)
-    scan.add_argument("folders", metavar="FOLDER", nargs="+", help="models, and folders with models")
-    scan.add_argument("--catalogue", metavar="FILE", required=True, help="the catalogue to fill")
+    scan.add_argument("folders", metavar="FOLDER", type=_name, nargs="+",
+                      help="models, and folders with models")
+    scan.add_argument("--catalogue", metavar="FILE", type=_name, required=True,
+                      help="the catalogue to fill")
     for name, text in (("stats", "read the values, for the extremes of results"),
                        ("check", "check each file, for what is wrong with it"),
                        ("hash", "digest what each model says, to find duplicates")):
@@ -82,7 +98,8 @@ def _parser() -> argparse.ArgumentParser:
     where.add_argument("--jobs", metavar="N", type=_count,
                        help="processes of a cluster on this machine, which starts and ends with the "
                        "run (default: one for each processor)")
-    where.add_argument("--scheduler", metavar="ADDRESS", help="use the cluster of this scheduler")
+    where.add_argument("--scheduler", metavar="ADDRESS", type=_name,
+                       help="use the cluster of this scheduler")
     for name in ("tls-ca-file", "tls-cert", "tls-key"):
         scan.add_argument(f"--{name}", metavar="FILE", help=f"for a scheduler tls://: {name[4:]}")
     scan.add_argument("--shards", metavar="N", type=_count,
@@ -93,8 +110,8 @@ def _parser() -> argparse.ArgumentParser:
     scan.add_argument("--memory", metavar="SIZE", type=_bytes,
                       help="most memory of a task, as 500M or 4G; a file that needs more fails "
                       "(default: with --jobs an equal share of this machine's)")
-    scan.add_argument("--tev", metavar="PROGRAM", help="the program tev on the machines (default: "
-                      "that beside the package, else that on PATH)")
+    scan.add_argument("--tev", metavar="PROGRAM", type=_name,
+                      help="the program tev on the machines (default: that on PATH)")
     scan.add_argument("--remove-parts", action="store_true",
                       help="remove the parts when the catalogue is whole: the next run opens all "
                       "files again, and does not mark those that vanish")
@@ -140,7 +157,12 @@ class Parts:
         self._lock.close()
 
     def remove(self) -> None:
-        shutil.rmtree(self.folder)
+        """Removes what runs wrote there. What else somebody put there stays, with the folder."""
+        for name in os.listdir(self.folder):
+            if name == "lock" or re.match(r"part-\d+-of-\d+\.db", name):
+                os.remove(os.path.join(self.folder, name))
+        with contextlib.suppress(OSError):
+            os.rmdir(self.folder)
 
 
 class Progress:
@@ -159,9 +181,9 @@ class Progress:
         self._done += 1
         self._files += files
 
-    def draw(self) -> None:
+    def draw(self, slots: int) -> None:
         if self._wanted:
-            sys.stderr.write(f"{self.ERASE}{self.text(time.monotonic() - self._start)}\r")
+            sys.stderr.write(f"{self.ERASE}{self.text(time.monotonic() - self._start, slots)}\r")
             sys.stderr.flush()
 
     def clear(self) -> None:
@@ -169,11 +191,14 @@ class Progress:
             sys.stderr.write(self.ERASE)
             sys.stderr.flush()
 
-    def text(self, seconds: float) -> str:
+    def text(self, seconds: float, slots: int) -> str:
+        """Shards run in rounds of as many as there are slots."""
         text = f"{self._done} of {self._shards} shards done"
         if self._done == 0 or seconds <= 0:
             return text
-        left = round(seconds / self._done * (self._shards - self._done))
+        rounds, rounds_left = (math.ceil(shards / max(slots, 1)) for shards in
+                               (self._done, self._shards - self._done))
+        left = round(seconds / rounds * rounds_left)
         return (f"{text}, {self._files} files, {self._files / seconds:.0f} files/s, "
                 f"{left // 3600}:{left // 60 % 60:02}:{left % 60:02} left")
 
@@ -200,19 +225,39 @@ def _told_by(log: str, to: TextIO) -> None:
         os.remove(log)
 
 
-def _merge(scan: Scan, catalogue: str) -> None:
-    run = subprocess.run([find_program(scan.program), "merge", "--", catalogue,
-                          *map(scan.part, range(scan.shards))], stdin=subprocess.DEVNULL,
-                         stdout=subprocess.DEVNULL, check=False)
+def _require_catalogue(program: str, path: str) -> None:
+    """Fails where the parts could not be merged into what is there."""
+    if not os.path.lexists(path):
+        return
+    if not os.path.isfile(path):
+        raise ScanError("this is no file")
+    if os.path.getsize(path) == 0:
+        return  # a merge fills it
+    run = subprocess.run([program, "summary", "--", path], stdin=subprocess.DEVNULL, text=True,
+                         stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, check=False,
+                         errors="backslashreplace")
     if run.returncode != 0:
-        raise ScanError("the parts could not be merged")
+        reason = (run.stderr.splitlines() or [f"{program} ended with status {run.returncode}"])[-1]
+        prefix = f"tev: {path}: "
+        raise ScanError(reason[len(prefix):] if reason.startswith(prefix) else reason)
+
+
+def _merge(scan: Scan, catalogue: str) -> None:
+    for first in range(0, scan.shards, PARTS_PER_MERGE):
+        parts = range(first, min(first + PARTS_PER_MERGE, scan.shards))
+        run = subprocess.run([find_program(scan.program), "merge", "--", catalogue,
+                              *map(scan.part, parts)], stdin=subprocess.DEVNULL,
+                             stdout=subprocess.DEVNULL, check=False)
+        if run.returncode != 0:
+            raise ScanError("the parts could not be merged")
 
 
 def _scan_all(cluster: Cluster, scan: Scan, options: argparse.Namespace) -> Tuple[Counts, int]:
     """The sum of all shards, and how many could not be finished."""
     counts, failed = Counts(0, 0, 0, 0, 0), 0
     progress = Progress(options.progress, scan.shards)
-    for shard in run_shards(cluster, scan, options.retries, progress.draw):
+    for shard in run_shards(cluster, scan, options.retries,
+                            lambda: progress.draw(cluster.slots)):
         progress.clear()
         _told_by(scan.log(shard.number), sys.stderr)
         if shard.counts is None:
@@ -235,7 +280,8 @@ def _scan(options: argparse.Namespace) -> str:
     program = options.tev
     if program and os.sep in program:
         program = _absolute(program)
-    find_program(program)  # merging needs it here, so that nothing is begun without
+    # Merging needs both here, so that nothing is begun without.
+    _require_catalogue(find_program(program), catalogue)
     with contextlib.closing(Parts(catalogue)) as parts:
         shards = parts.shards(options.shards)
         with Cluster(options.jobs, options.scheduler, _keys(options)) as cluster:
@@ -270,6 +316,22 @@ def _ended_by_signals() -> Iterator[None]:
             signal.signal(number, before)
 
 
+def _answer(text: str) -> None:
+    """Writes to standard output. A reader that has gone ends this process as it does others."""
+    try:
+        if sys.stdout is None:
+            raise OSError(errno.EBADF, os.strerror(errno.EBADF))
+        print(text, flush=True)
+    except OSError as error:
+        with contextlib.suppress(OSError, AttributeError):  # else the interpreter tries again
+            os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        if isinstance(error, BrokenPipeError):
+            signal.signal(signal.SIGPIPE, signal.SIG_DFL)
+            os.kill(os.getpid(), signal.SIGPIPE)
+        raise ScanError("standard output: cannot write the answer: "
+                        f"{error.strerror}") from None
+
+
 def _run(arguments: Optional[Sequence[str]]) -> None:
     options = _parser().parse_args(arguments)
     tls = (options.tls_ca_file, options.tls_cert, options.tls_key)
@@ -283,12 +345,12 @@ def _run(arguments: Optional[Sequence[str]]) -> None:
     try:
         with _ended_by_signals():
             counts = _scan(options)
-            print(f"{_visible(options.catalogue)}: {counts}", flush=True)
     except KeyboardInterrupt:
         raise ScanError(f"{options.catalogue}: a signal ended the run; the next one goes on from "
                         "here") from None
     except (ScanError, OSError) as error:
         raise ScanError(f"{options.catalogue}: {error}") from None
+    _answer(f"{_visible(options.catalogue)}: {counts}")
 
 
 def main(arguments: Optional[Sequence[str]] = None) -> int:
