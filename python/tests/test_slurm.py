@@ -196,6 +196,11 @@ def test_a_task_of_an_array_scans_its_share(archive, tmp_path):
     ([], "what is to be done"), (["polish"], "what is to be done"),
     (["submit", "3", "a.db"], "submit needs TASKS, CATALOGUE and FOLDER"),
     (["submit", "0", "a.db", "models"], '"0" is no number of tasks'),
+    (["submit", "3", "", "/"], "the name of CATALOGUE is empty"),
+    (["submit", "3", "a.db", "/", ""], "the name of a FOLDER is empty"),
+    (["submit", "3", "a.db", "--stats"], "submit needs TASKS, CATALOGUE and FOLDER"),
+    (["submit", "3", "a.db", "--state", "/"], '"--state" is no option'),
+    (["submit", "3", "a.db", "--stats", "models", "--", "--more"], "none of the folders is there"),
     (["scan", "a.db"], "scan needs CATALOGUE and FOLDER"),
     (["scan", "a.db", "models"], "this is no task of an array"),
     (["merge", "a.db"], "merge needs CATALOGUE and TASKS"),
@@ -204,6 +209,70 @@ def test_bad_usage_is_told(tmp_path, arguments, fault):
     status, errors = run(tmp_path, *arguments)
     assert status == 1 and errors.startswith(f"archive.sbatch: {fault}")
     assert not list(tmp_path.iterdir())
+
+
+@pytest.fixture
+def pretended(tmp_path, monkeypatch):
+    """Slurm's programs as far as submitting needs them; gives what they are called with."""
+    (tmp_path / "bin").mkdir()
+    log = tmp_path / "calls"
+    for name, lines in (("sbatch", ['[[ " $* " == *" merge "* && -n ${NO_MERGE:-} ]] && exit 1',
+                                    "echo 41", "exit 0"]),
+                        ("scancel", ["exit ${NO_CANCEL:-0}"])):
+        program(tmp_path / "bin" / name, f'echo "{name} $*" >> "{log}"', *lines)
+    monkeypatch.setenv("PATH", f"{tmp_path}/bin:{os.environ['PATH']}")
+    (tmp_path / "models").mkdir()
+    return lambda: log.read_text().splitlines() if log.exists() else []
+
+
+def test_an_array_and_its_merge_are_submitted(pretended, tmp_path):
+    assert run(tmp_path, "submit", "3", "a.db", "--stats", "models", "away") == (0, "")
+    array, merge = pretended()
+    assert "--array=0-2 " in array and array.endswith(" scan a.db --stats models away")
+    assert "--dependency=afterok:41 " in merge and merge.endswith(" merge a.db 3")
+
+
+def test_nothing_is_submitted_without_the_program(pretended, tmp_path):
+    status, errors = run(tmp_path, "submit", "3", "a.db", "models", TEV=str(tmp_path / "none"))
+    assert status == 1
+    assert errors.startswith(f"archive.sbatch: there is no program {tmp_path}/none: ")
+    assert pretended() == [] and not (tmp_path / "a.db.parts").exists()
+
+
+@pytest.mark.parametrize("cancels, told", [("0", ": the scan, job 41, is cancelled"),
+                                           ("1", "; the scan is job 41")])
+def test_an_array_without_a_merge_is_cancelled(pretended, tmp_path, cancels, told):
+    assert run(tmp_path, "submit", "3", "a.db", "models", NO_MERGE="1", NO_CANCEL=cancels) == (
+        2, f"archive.sbatch: the merge could not be submitted{told}\n")
+    assert len(pretended()) == 3 and pretended()[-1] == "scancel 41"
+
+
+@pytest.mark.parametrize("arguments", [["--help"], ["submit", "--help"], ["merge", "-h"]])
+def test_the_usage_is_told_where_it_is_asked_for(arguments):
+    told = subprocess.run([SCRIPT, *arguments], check=True, capture_output=True, text=True)
+    assert "\nUsage: archive.sbatch submit TASKS CATALOGUE " in told.stdout and not told.stderr
+
+
+def test_parts_are_merged_a_thousand_at_a_time(tmp_path):
+    merges = program(tmp_path / "tev", f'echo "$1" "$3" "$(($# - 3))" "${{@: -1}}" >> "{tmp_path}/log"',
+                     "exit 0")
+    assert run(tmp_path, "merge", "a.db", "1001", TEV=merges) == (0, "")
+    assert (tmp_path / "log").read_text().splitlines() == [
+        "merge a.db 1000 a.db.parts/part-999-of-1001.db",
+        "merge a.db 1 a.db.parts/part-1000-of-1001.db"]
+    failing = program(tmp_path / "tev", f'echo "$1" >> "{tmp_path}/failed"', "exit 2")
+    assert run(tmp_path, "merge", "a.db", "1001", TEV=failing)[0] == 2
+    assert (tmp_path / "failed").read_text() == "merge\n"
+
+
+@pytest.mark.parametrize("soft, expected", [("32768", "32768"), ("999999", "92160"),
+                                            ("unlimited", "92160")])
+def test_a_limit_of_memory_that_is_lower_already_stays(tmp_path, soft, expected):
+    limits = program(tmp_path / "tev", f"ulimit -S -d > '{tmp_path}/limit'", "exit 0")
+    subprocess.run(["bash", "-c", 'ulimit -S -d "$0"; exec "$@"', soft, SCRIPT, "scan", "a.db", "models"],
+                   cwd=tmp_path, check=True,
+                   env={**os.environ, **ARRAY, "TEV": limits, "SLURM_MEM_PER_NODE": "100"})
+    assert (tmp_path / "limit").read_text() == f"{expected}\n"
 
 
 def test_the_script_is_well_formed():
