@@ -101,6 +101,13 @@ def test_parts_are_removed_where_that_is_asked_for(run, expected, tmp_path):
     assert rows(tmp_path / "a.db") == expected
 
 
+def test_parts_that_are_merged_in_groups_make_the_same(run, expected, tmp_path, monkeypatch):
+    monkeypatch.setattr(command, "PARTS_PER_MERGE", 2)
+    for _ in range(2):  # the second time into what is there
+        assert run("--shards", "5")[0] == 0
+        assert rows(tmp_path / "a.db") == expected
+
+
 def test_a_worker_that_is_killed_is_gone_on_with(run, expected, tmp_path):
     guarded = program(tmp_path / "tev", once(
         tmp_path / "killed", f"echo $$ $PPID > '{tmp_path}/pids'; kill -KILL $PPID; exec sleep 600"))

@@ -12,7 +12,7 @@ import pytest
 
 from archives import TEV, program, scan
 from conftest import EXAMPLES
-from tev import _cluster, archive
+from tev import _cluster, _shard, archive
 from tev._shard import Counts, PartError, Scan, ScanError, find_program, scan_shard
 
 
@@ -124,19 +124,20 @@ def test_the_signal_that_ended_a_scan_is_named(tmp_path, number, name):
         scan_shard(task, 0)
 
 
-@pytest.mark.parametrize("soft, expected", [(32, 32), (128, 64), (None, 64)])
-def test_a_limit_of_memory_that_is_lower_already_stays(tmp_path, soft, expected):
-    limits = program(tmp_path / "tev", f"sleep 1; ulimit -S -d > '{tmp_path}/limit'")
-    task = scan_of(tmp_path, program=limits, memory=64 * 1024 ** 2)
-    before = resource.getrlimit(resource.RLIMIT_DATA)
-    lowered = f"ulimit -S -d {soft * 1024};" if soft else ""
-    # Its own process, which may not raise what it has lowered.
-    code = ("import sys; from tev._shard import Scan, scan_shard; "
-            f"scan_shard({task!r}, 0)")
-    subprocess.run(["bash", "-c", f'{lowered} exec "$@"', "bash", sys.executable, "-c", code],
-                   check=True)
-    assert before == resource.getrlimit(resource.RLIMIT_DATA)
-    assert (tmp_path / "limit").read_text() == f"{expected * 1024}\n"
+@pytest.mark.parametrize("before, expected", [
+    ((32, -1), (32, -1)), ((128, -1), (64, -1)), ((-1, -1), (64, -1)), ((48, 48), (48, 48)),
+    ((32, 48), (32, 48)), ((128, 128), (64, 128)),
+])
+def test_a_limit_of_memory_that_is_lower_already_stays(before, expected):
+    def in_bytes(limits):
+        return tuple(each if each < 0 else each * 1024 ** 2 for each in limits)
+
+    with subprocess.Popen(["sleep", "600"]) as process:
+        resource.prlimit(process.pid, resource.RLIMIT_DATA, in_bytes(before))
+        _shard._limit_memory(process.pid, 64 * 1024 ** 2)
+        after = resource.prlimit(process.pid, resource.RLIMIT_DATA)
+        process.kill()
+    assert after == in_bytes(expected)
 
 
 def test_a_run_is_given_up_only_where_its_lock_says_so(tmp_path):
@@ -243,6 +244,18 @@ def test_no_more_tasks_are_submitted_than_keep_the_workers_at_work():
     ended = list(_cluster.run_shards(cluster, scan, 5, cluster.tick))
     assert [(shard.number, shard.counts) for shard in ended] == [(n, n) for n in range(1000)]
     assert cluster.most == 6
+
+
+def test_a_scheduler_that_goes_away_before_it_tells_of_a_failure_is_named():
+    distributed = pytest.importorskip("distributed")
+
+    def never(timeout):
+        raise distributed.TimeoutError
+
+    cluster = _cluster.Cluster.__new__(_cluster.Cluster)
+    cluster._distributed, cluster._address = distributed, "tcp://head:8786"
+    with pytest.raises(ScanError, match="the scheduler at tcp://head:8786 has gone"):
+        cluster.error(types.SimpleNamespace(exception=never))
 
 
 def test_the_manual_page_has_the_options_that_the_help_has(capsys):
