@@ -21,8 +21,8 @@ bool IsLink(const std::string& path) {
 
 /// Whether it is what AbsolutePath makes of it.
 bool IsPlain(std::string_view path) {
-  return path.starts_with('/') && !path.ends_with('/') && path.find("//") == path.npos &&
-         path.find("/.") == path.npos;
+  return path.starts_with('/') && !path.ends_with('/') &&
+         path.find("//") == std::string_view::npos && path.find("/.") == std::string_view::npos;
 }
 
 void AddName(std::string_view name, std::string& path) {

@@ -72,7 +72,9 @@ std::vector<std::string> KeysOf(const Statement& rows) {
     const std::string name = rows.NameOf(i);
     std::string key = name;
     while (++uses[key] != 1) {
-      key = name + ' ' + std::to_string(uses[key]);
+      const int use = uses[key];
+      key = name;
+      key.append(" ").append(std::to_string(use));
     }
     keys.push_back(key);
   }

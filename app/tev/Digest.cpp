@@ -101,39 +101,53 @@ std::vector<const Field*> FieldsInOrder(const Model& model, const Part& part) {
   return fields;
 }
 
+/// A step that there may be none of, and its text.
+void AddStep(const Model& model, std::optional<std::size_t> step, Sha256& sha) {
+  sha.Add(std::uint64_t{step ? 1U : 0U});
+  sha.Add(step ? std::string_view(model.Steps()[*step].text) : std::string_view());
+}
+
+void AddModel(const Model& model, Sha256& sha) {
+  sha.Add(std::uint64_t{model.Steps().size()});
+  for (const Step& step : model.Steps()) {
+    sha.Add(std::string_view(step.text));
+  }
+  sha.Add(std::uint64_t{model.Parts().size()});
+}
+
+void AddPart(const Model& model, const Part& part, std::size_t steps, std::size_t fields,
+             Sha256& sha) {
+  const std::vector<std::string> path = model.PathOf(part);
+  sha.Add(std::uint64_t{path.size()});
+  for (const std::string& name : path) {
+    sha.Add(std::string_view(name));
+  }
+  sha.Add(std::string_view(part.name));
+  sha.Add(std::uint64_t{steps});
+  sha.Add(std::uint64_t{fields});
+}
+
+void AddField(const Model& model, const Field& field, Sha256& sha) {
+  sha.Add(field.result);
+  AddStep(model, field.step, sha);
+  sha.Add(TextOf(field.location));
+  sha.Add(std::uint64_t{field.components});
+}
+
 /// Asks for what a model is digested of, and then takes it, both in the same order: "array" is
 /// called with each array, "head" with what stands before it.
 template <class Head, class Array>
 void ForContents(const Model& model, const Head& head, const Array& array) {
-  const auto stepText = [&](std::optional<std::size_t> step) {
-    return step ? std::string_view(model.Steps()[*step].text) : std::string_view();
-  };
-  head([&](Sha256& sha) {
-    sha.Add(std::uint64_t{model.Steps().size()});
-    for (const Step& step : model.Steps()) {
-      sha.Add(std::string_view(step.text));
-    }
-    sha.Add(std::uint64_t{model.Parts().size()});
-  });
+  head([&](Sha256& sha) { AddModel(model, sha); });
   for (const std::size_t index : PartsInOrder(model)) {
     const Part& part = model.Parts()[index];
     const auto steps = model.StepsWith(part, kMeshRoles);
     const std::vector<const Field*> fields = FieldsInOrder(model, part);
-    head([&](Sha256& sha) {
-      const std::vector<std::string> path = model.PathOf(part);
-      sha.Add(std::uint64_t{path.size()});
-      for (const std::string& name : path) {
-        sha.Add(std::string_view(name));
-      }
-      sha.Add(std::string_view(part.name));
-      sha.Add(std::uint64_t{steps.size()});
-      sha.Add(std::uint64_t{fields.size()});
-    });
+    head([&](Sha256& sha) { AddPart(model, part, steps.size(), fields.size(), sha); });
     for (const auto& step : steps) {
       const MeshVariables mesh = model.MeshAt(part, step);
       head([&](Sha256& sha) {
-        sha.Add(std::uint64_t{step ? 1U : 0U});
-        sha.Add(stepText(step));
+        AddStep(model, step, sha);
         sha.Add(
             std::uint64_t{mesh.coordinates == nullptr ? 0U : mesh.coordinates->array.GetWidth()});
       });
@@ -143,13 +157,7 @@ void ForContents(const Model& model, const Head& head, const Array& array) {
       }
     }
     for (const Field* field : fields) {
-      head([&](Sha256& sha) {
-        sha.Add(field->result);
-        sha.Add(std::uint64_t{field->step ? 1U : 0U});
-        sha.Add(stepText(field->step));
-        sha.Add(TextOf(field->location));
-        sha.Add(std::uint64_t{field->components});
-      });
+      head([&](Sha256& sha) { AddField(model, *field, sha); });
       array(WantedArray{field->variable});
     }
   }

@@ -51,7 +51,7 @@ std::string Start(const StoredFile& file) {
   return {bytes.begin(), bytes.begin() + *count};
 }
 
-bool BeginsAsModel(const StoredFile& file) { return Start(file).starts_with(LbFile::kSignature); }
+bool LooksLikeModel(const StoredFile& file) { return Start(file).starts_with(LbFile::kSignature); }
 
 /// Throws a Failure where an open file is no model at first sight.
 void RequireModel(const StoredFile& file) {
@@ -140,7 +140,7 @@ std::optional<FileIdentity> IdentityOfNamed(const std::string& path) {
   return descriptor ? IdentityOf(*descriptor) : IdentityOf(path);
 }
 
-bool BeginsAsModel(const std::string& path) { return BeginsAsModel(Opened(path)); }
+bool BeginsAsModel(const std::string& path) { return LooksLikeModel(Opened(path)); }
 
 StoredFile TakeFile(const Input& input) {
   return input.file == nullptr ? StoredFile() : std::exchange(*input.file, {});
@@ -351,7 +351,7 @@ bool Inputs::TakeFound(const Folder& folder, const std::string& name, bool isFil
       }
     }
     StoredFile file = Opened(input_.source);
-    return BeginsAsModel(file) && TakeModel(std::move(file));
+    return LooksLikeModel(file) && TakeModel(std::move(file));
   } catch (const Failure& failure) {
     return Fail(failure);
   }

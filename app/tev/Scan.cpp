@@ -19,6 +19,7 @@
 namespace {
 
 /// What has asked the scan to end.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): a handler has nothing else
 volatile std::sig_atomic_t theSignal = 0;
 
 void EndBySignal(int number) { theSignal = number; }
@@ -45,7 +46,7 @@ bool Exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
 /// A shard has another name until it is whole, so that what a task left unfinished is not merged.
 /// The next run goes on with that.
 std::string FileOfShard(const std::string& whole) {
-  const std::string unfinished = whole + ".part";
+  std::string unfinished = whole + ".part";
   if (!Exists(whole)) {
     return unfinished;
   }

@@ -53,10 +53,11 @@ bool ScanNote::TryToHold() {
 }
 
 void ScanNote::Map() {
+  constexpr std::array<char, 8> kUnset{};
   std::array<char, 8> magic{};
   const ssize_t count = pread(descriptor_, magic.data(), magic.size(), 0);
-  if (count != 0 && (count != static_cast<ssize_t>(magic.size()) ||
-                     (magic != kMagic && magic != std::array<char, 8>()))) {
+  if (count != 0 &&
+      (count != static_cast<ssize_t>(magic.size()) || (magic != kMagic && magic != kUnset))) {
     throw Failure(FailureCode::NotAFile, path_ + " is no note of a scan");
   }
   // Else a full disk would end the run by a signal when something is noted.

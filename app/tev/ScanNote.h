@@ -39,10 +39,10 @@ class ScanNote {
 
   /// What the file holds. Its length is set last, and cleared first.
   struct Contents {
-    std::array<char, 8> magic;
-    std::size_t length;
-    FileStamp stamp;
-    std::array<char, kLongestPath> path;
+    std::array<char, 8> magic{};
+    std::size_t length = 0;
+    FileStamp stamp{};
+    std::array<char, kLongestPath> path{};
   };
 
   [[nodiscard]] bool TryToHold();
