@@ -70,6 +70,7 @@ std::string AbsolutePath(const std::string& path) {
 
 std::vector<std::string> AbsolutePaths(const std::vector<std::string>& paths) {
   std::vector<std::string> absolute;
+  absolute.reserve(paths.size());
   for (const std::string& path : paths) {
     absolute.push_back(AbsolutePath(path));
   }

@@ -35,13 +35,16 @@ Json CellJson(const Statement& row, int column) {
 }
 
 void WriteTable(Statement& rows, const std::optional<std::size_t>& limit, std::ostream& stream) {
+  const auto count = static_cast<std::size_t>(rows.Columns());
   std::vector<Table::Column> columns;
+  columns.reserve(count);
   for (int i = 0; i < rows.Columns(); ++i) {
     columns.push_back({VisibleText(rows.NameOf(i)), Table::Align::Left});
   }
   Table table(stream, std::move(columns), {.limit = limit, .indent = 0});
   while (rows.Step()) {
     std::vector<std::string> cells;
+    cells.reserve(count);
     for (int i = 0; i < rows.Columns(); ++i) {
       cells.push_back(rows.IsNull(i) ? "-" : VisibleText(CellText(rows, i)));
     }
@@ -52,6 +55,7 @@ void WriteTable(Statement& rows, const std::optional<std::size_t>& limit, std::o
 
 void WriteCsv(Statement& rows, std::ostream& stream) {
   std::vector<std::string> cells;
+  cells.reserve(static_cast<std::size_t>(rows.Columns()));
   for (int i = 0; i < rows.Columns(); ++i) {
     cells.push_back(rows.NameOf(i));
   }
@@ -68,6 +72,7 @@ void WriteCsv(Statement& rows, std::ostream& stream) {
 std::vector<std::string> KeysOf(const Statement& rows) {
   std::map<std::string, int> uses{{"format", 1}};
   std::vector<std::string> keys;
+  keys.reserve(static_cast<std::size_t>(rows.Columns()));
   for (int i = 0; i < rows.Columns(); ++i) {
     const std::string name = rows.NameOf(i);
     std::string key = name;

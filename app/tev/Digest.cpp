@@ -84,6 +84,7 @@ std::vector<std::size_t> PartsInOrder(const Model& model) {
   }
   std::ranges::sort(keys);
   std::vector<std::size_t> order;
+  order.reserve(keys.size());
   for (const auto& key : keys) {
     order.push_back(std::get<2>(key));
   }
