@@ -2,9 +2,9 @@
 # Sourced, never run.
 
 build_packages=(g++ cmake ninja-build zlib1g-dev libboost-dev libcli11-dev nlohmann-json3-dev
-  libhdf5-dev libsqlite3-dev libssl-dev)
+  libhdf5-dev libsqlite3-dev libssl-dev libcairo2-dev)
 test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema python3-numpy
-  python3-h5py python3-meshio python3-vtk9)
+  python3-h5py python3-meshio python3-vtk9 python3-pil)
 python_packages=("${test_packages[@]}" python3-dev pybind11-dev python3-pytest python3-build
   python3-wheel python3-setuptools python3-dask python3-distributed openssl
   slurm-wlm munge)
@@ -54,6 +54,7 @@ has_parts_of() {
     nlohmann-json3-dev) has_header nlohmann/json.hpp ;;
     python3-jsonschema) python3 -c 'import jsonschema' 2>/dev/null ;;
     python3-numpy) python3 -c 'import numpy' 2>/dev/null ;;
+    python3-pil) python3 -c 'import PIL' 2>/dev/null ;;
     python3-dev)
       python3 -c 'import os, sysconfig; os.stat(sysconfig.get_path("include") + "/Python.h")' \
         2>/dev/null
@@ -71,6 +72,7 @@ has_parts_of() {
     libhdf5-dev) has_header hdf5.h || has_header hdf5/serial/hdf5.h ;;
     libsqlite3-dev) has_header sqlite3.h ;;
     libssl-dev) has_header openssl/evp.h ;;
+    libcairo2-dev) has_header cairo/cairo.h ;;
     libnetcdf-dev) has_header netcdf.h ;;
     libfmt-dev) has_header fmt/format.h ;;
     libbenchmark-dev) has_header benchmark/benchmark.h ;;

@@ -63,7 +63,7 @@ TEST(Repository, EveryLayer_IsAmongTheFilesThatAreRead) {
   }
   EXPECT_EQ(seen, (std::set{Layer::None, Layer::Util, Layer::Log, Layer::Lbf, Layer::Adt,
                             Layer::Tev, Layer::Report, Layer::Check, Layer::Analysis,
-                            Layer::Exchange, Layer::Library, Layer::App}));
+                            Layer::Exchange, Layer::View, Layer::Library, Layer::App}));
 }
 
 TEST(Repository, EveryHeader_IsGuardedByPragmaOnce) {
