@@ -1,0 +1,125 @@
+// Numbers of the page's blocks, and how they are shown. Nothing here touches the document.
+'use strict';
+
+/** Bytes of numbers of "width" bytes, which stand as one plane for each byte of a number. */
+function unshuffled(bytes, width) {
+  const count = Math.floor(bytes.length / width);
+  const result = new Uint8Array(count * width);
+  for (let plane = 0; plane < width; plane++) {
+    for (let i = 0; i < count; i++) {
+      result[i * width + plane] = bytes[plane * count + i];
+    }
+  }
+  return result;
+}
+
+function floatsOf(bytes) {
+  return new Float32Array(unshuffled(bytes, 4).buffer);
+}
+
+/** Whole numbers of 32 bits, each stored as its difference to the one before. */
+function wholesOf(bytes) {
+  const numbers = new Int32Array(unshuffled(bytes, 4).buffer);
+  let last = 0;
+  for (let i = 0; i < numbers.length; i++) {
+    last = (last + numbers[i]) | 0;
+    numbers[i] = last;
+  }
+  return numbers;
+}
+
+const STEPS_OF_RANGE = 65535;
+
+/**
+ * Values of one component, stored as 16-bit steps from "min" to "max". "holes" are the places of
+ * those that are not finite.
+ */
+function valuesOfSteps(bytes, min, max, holes) {
+  const steps = new Uint16Array(unshuffled(bytes, 2).buffer);
+  const values = new Float64Array(steps.length);
+  for (let i = 0; i < steps.length; i++) {
+    values[i] = steps[i] === STEPS_OF_RANGE ? max : min + (steps[i] / STEPS_OF_RANGE) * (max - min);
+  }
+  for (const hole of holes) {
+    values[hole] = NaN;
+  }
+  return values;
+}
+
+/** Lengths of vectors whose three components stand in three lists. */
+function magnitudesOf([x, y, z]) {
+  return Float64Array.from(x, (value, i) => Math.sqrt(value * value + y[i] * y[i] + z[i] * z[i]));
+}
+
+const COLOUR_STOPS = {
+  viridis: ['440154', '481a6c', '472f7d', '414487', '39568c', '31688e', '2a788e', '23888e',
+    '1f988b', '22a884', '35b779', '54c568', '7ad151', 'a5db36', 'd2e21b', 'fde725'],
+  cividis: ['00204d', '00306f', '2a406c', '48526b', '5e626e', '727374', '878479', '9e9677',
+    'b6a971', 'd0be67', 'ead357', 'ffea46'],
+};
+
+/** The colour at "t" from 0 to 1, as three numbers up to 255. */
+function colourAt(name, t) {
+  const stops = COLOUR_STOPS[name];
+  const place = Math.min(Math.max(t, 0), 1) * (stops.length - 1);
+  const first = Math.min(Math.floor(place), stops.length - 2);
+  const part = (stop, i) => parseInt(stops[stop].slice(2 * i, 2 * i + 2), 16);
+  return [0, 1, 2].map((i) => Math.round(part(first, i) + (place - first) * (part(first + 1, i) - part(first, i))));
+}
+
+/** A number for people, with seven digits as floats have them. */
+function shortText(value) {
+  return value === null || !Number.isFinite(value) ? '–' : String(Number(value.toPrecision(7)));
+}
+
+/** A file's size in the largest unit that leaves a digit before the point. */
+function sizeText(bytes) {
+  const units = ['bytes', 'kB', 'MB', 'GB', 'TB'];
+  let unit = 0;
+  let size = bytes;
+  while (size >= 1000 && unit + 1 < units.length) {
+    size /= 1000;
+    unit++;
+  }
+  return (unit === 0 ? size : size.toPrecision(3)) + ' ' + units[unit];
+}
+
+/**
+ * The range of figures, and where its ends are: the first of several equal ones. Figures without a
+ * finite number are passed over; null where there is none else.
+ */
+function rangeOf(figures) {
+  let range = null;
+  figures.forEach((each, place) => {
+    if (!each || each.min === null || each.max === null) {
+      return;
+    }
+    range = range || {min: each.min, max: each.max, minPlace: place, maxPlace: place};
+    if (each.min < range.min) {
+      Object.assign(range, {min: each.min, minPlace: place});
+    }
+    if (each.max > range.max) {
+      Object.assign(range, {max: each.max, maxPlace: place});
+    }
+  });
+  return range;
+}
+
+/** Where in a range a value lies, from 0 to 1 within it; null for what is not finite. */
+function placeInRange(value, range) {
+  if (!Number.isFinite(value)) {
+    return null;
+  }
+  return range.max > range.min ? (value - range.min) / (range.max - range.min) : 0.5;
+}
+
+/** A round number of which about "fraction" times "size" comes of "largest". */
+function roundScale(size, largest, fraction = 0.1) {
+  if (!(size > 0) || !(largest > 0)) {
+    return 1;
+  }
+  const scale = (fraction * size) / largest;
+  const power = Math.pow(10, Math.floor(Math.log10(scale)));
+  const digit = scale / power >= 5 ? 5 : scale / power >= 2 ? 2 : 1;
+  return Number((digit * power).toPrecision(1));
+}
