@@ -17,25 +17,27 @@ function floatsOf(bytes) {
   return new Float32Array(unshuffled(bytes, 4).buffer);
 }
 
-/** Whole numbers of 32 bits, each stored as its difference to the one before. */
-function wholesOf(bytes) {
-  const numbers = new Int32Array(unshuffled(bytes, 4).buffer);
-  let last = 0;
-  for (let i = 0; i < numbers.length; i++) {
-    last = (last + numbers[i]) | 0;
-    numbers[i] = last;
+/** Numbers in place of their differences, each to the one before; they wrap around as they are. */
+function summed(numbers) {
+  for (let i = 1; i < numbers.length; i++) {
+    numbers[i] += numbers[i - 1];
   }
   return numbers;
+}
+
+/** Whole numbers of 32 bits, stored as differences. */
+function wholesOf(bytes) {
+  return summed(new Int32Array(unshuffled(bytes, 4).buffer));
 }
 
 const STEPS_OF_RANGE = 65535;
 
 /**
- * Values of one component, stored as 16-bit steps from "min" to "max". "holes" are the places of
+ * Values of one component, stored as differences of 16-bit steps from "min" to "max". "holes" are the places of
  * those that are not finite.
  */
 function valuesOfSteps(bytes, min, max, holes) {
-  const steps = new Uint16Array(unshuffled(bytes, 2).buffer);
+  const steps = summed(new Uint16Array(unshuffled(bytes, 2).buffer));
   const values = new Float64Array(steps.length);
   for (let i = 0; i < steps.length; i++) {
     values[i] = steps[i] === STEPS_OF_RANGE ? max : min + (steps[i] / STEPS_OF_RANGE) * (max - min);

@@ -203,6 +203,7 @@ class Panel extends Picking {
   /** Brings the page up to what is chosen. Of several calls at a time the last one counts. */
   async show() {
     const turn = ++this.turn;
+    document.body.dataset.asked = turn;
     const scale = await this.scaleOfShape();
     const range = this.range();
     const parts = await Promise.all(this.model.parts.map((_, place) => this.numbersOf(place)));
@@ -224,6 +225,7 @@ class Panel extends Picking {
     this.makeMarks();
     this.drawChart();
     this.scene.draw();
+    document.body.dataset.shown = turn;
   }
 
   /** The numbers of a part that is shown; null for another. */

@@ -17,7 +17,7 @@ class TevViewPage : public TevRun {
   /// Writes a page without a word, and returns its path.
   [[nodiscard]] std::string PageOf(const std::string& model,
                                    const std::vector<std::string>& options = {}) const {
-    const std::string page = dir.Path() + "/page.html";
+    const std::string page = (dir.Path() / "page.html").string();
     std::vector<std::string> arguments{"view", model, "-o", page};
     arguments.insert(arguments.end(), options.begin(), options.end());
     EXPECT_EQ(Answer(arguments), "");
@@ -80,7 +80,7 @@ TEST_F(TevViewPage, LimitThatNoStepFits_IsBadUsage) {
       Run({"view", Example("heatsink.tev"), "-o", "page.html", "--max-size", "1000"});
   EXPECT_EQ(run.status, 1);
   EXPECT_NE(run.error.find("--max-size"), std::string::npos) << run.error;
-  EXPECT_EQ(Contents(dir.Path() + "/page.html"), "");
+  EXPECT_EQ(Contents((dir.Path() / "page.html").string()), "");
 }
 
 TEST_F(TevViewPage, SameModel_IsTheSamePage) {
@@ -99,7 +99,7 @@ TEST_F(TevViewPage, HostileNames_AreText) {
                               .under = kSmallRoot,
                               .content = NodeSetsContent{.lists = {.sets = {{name, {{1, 4}}}}}}};
   for (const NodeRef mesh : {kSmallMesh1, kSmallMesh2}) {
-    for (const std::size_t result : {5, 6}) {
+    for (const std::size_t result : {std::size_t{5}, std::size_t{6}}) {
       model.VariableAt(mesh, result).name = name + "\x1e" + name;
       model.VariableAt(mesh, result).attributes = {Attribute::Text("Title", name),
                                                    Attribute::Text("Contents", name),
@@ -125,7 +125,7 @@ TEST_F(TevViewPage, DamagedMesh_IsLeftOutAndTold) {
   Write("damaged.tev", model);
   const RunResult run = Run({"view", "damaged.tev", "-o", "page.html"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(Check({"frame", dir.Path() + "/page.html"}), "");
+  EXPECT_EQ(Check({"frame", (dir.Path() / "page.html").string()}), "");
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 
-WAITS = 600  # tenths of a second; far above what any page takes
+WAITS = 10000  # turns of 20 ms at least; far above what any page takes
 
 
 class Page:
@@ -55,7 +55,7 @@ class Page:
         for _ in range(WAITS):
             if self.run("return Boolean(" + condition + ")"):
                 return
-            time.sleep(0.1)
+            time.sleep(0.02)
         fail("in vain waited for " + condition)
 
     @staticmethod
@@ -68,8 +68,9 @@ class Page:
 
     def settle(self):
         """Waits for what follows from a choice: blocks that are unpacked, and a picture."""
+        self.wait("document.body.dataset.asked === document.body.dataset.shown")
         self.driver.execute_async_script(
-            "const done = arguments[0]; setTimeout(() => requestAnimationFrame(() => done()), 400)")
+            "const done = arguments[0]; requestAnimationFrame(() => requestAnimationFrame(done))")
 
     def choose(self, name, value):
         self.run("""const element = document.getElementById(arguments[0]);

@@ -52,14 +52,14 @@ TEST(Page, Numbers_AreKeptAsPlanesOfTheirBytes) {
   const auto floats = page.AddFloats(std::vector<float>{1.0F, -2.5F});
   // Differences: 5, then -7.
   const auto wholes = page.AddWholes(std::vector<std::int32_t>{5, -2});
-  const auto steps = page.AddSteps(std::vector<std::uint16_t>{0x0102, 0x0304});
+  const auto steps = page.AddSteps(std::vector<std::uint16_t>{0x0304, 0x0102});
   const std::string text = Written(page, {}, {floats, wholes, steps});
   using Bytes = std::vector<unsigned char>;
   EXPECT_EQ(BytesOfBlock(text, std::to_string(floats)),
             (Bytes{0, 0, 0, 0, 0x80, 0x20, 0x3F, 0xC0}));
   EXPECT_EQ(BytesOfBlock(text, std::to_string(wholes)),
             (Bytes{5, 0xF9, 0, 0xFF, 0, 0xFF, 0, 0xFF}));
-  EXPECT_EQ(BytesOfBlock(text, std::to_string(steps)), (Bytes{2, 4, 1, 3}));
+  EXPECT_EQ(BytesOfBlock(text, std::to_string(steps)), (Bytes{4, 0xFE, 3, 0xFD}));
 }
 
 TEST(Page, EqualBytes_AreOneBlock) {

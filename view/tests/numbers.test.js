@@ -28,8 +28,9 @@ test('differences add up to whole numbers, and wrap around at 32 bits', () => {
 });
 
 test('steps span their range, and holes are no numbers', () => {
-  const values = page.valuesOfSteps(new Uint8Array([0, 0xff, 1, 0, 0xff, 0]), -10, 65525, [2]);
-  assert.deepStrictEqual([...values], [-10, 65525, NaN]);
+  // 0, then 65535, then down by one.
+  const values = page.valuesOfSteps(new Uint8Array([0, 0xff, 0xff, 0, 0xff, 0xff]), -10, 65525, [0]);
+  assert.deepStrictEqual([...values], [NaN, 65525, 65524]);
   assert.deepStrictEqual([...page.valuesOfSteps(new Uint8Array([1, 0]), 0, 65535, [])], [1]);
 });
 

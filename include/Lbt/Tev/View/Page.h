@@ -26,7 +26,7 @@ class Page {
   /// Whole numbers as planes of their differences, each to the one before.
   [[nodiscard]] Block AddWholes(std::span<const std::int32_t> numbers);
 
-  /// Numbers of 16 bits as planes of their bytes.
+  /// The same of numbers of 16 bits.
   [[nodiscard]] Block AddSteps(std::span<const std::uint16_t> numbers);
 
   /// What the page shows beside its blocks.

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <new>
-#include <type_traits>
+#include <numeric>
 
 #include "PageTemplate.h"
 
@@ -47,6 +47,15 @@ std::string InBase64(std::string_view bytes) {
     }
   }
   return text;
+}
+
+/// Each number less the one before it, as they wrap around.
+template <class T>
+std::vector<T> Differences(std::span<const T> numbers) {
+  std::vector<T> differences(numbers.size());
+  std::adjacent_difference(numbers.begin(), numbers.end(), differences.begin(),
+                           [](T next, T last) { return static_cast<T>(next - last); });
+  return differences;
 }
 
 /// The bytes of numbers, those of lowest value of all numbers first.
@@ -124,19 +133,14 @@ Page::Block Page::AddFloats(std::span<const float> numbers) {
 }
 
 Page::Block Page::AddWholes(std::span<const std::int32_t> numbers) {
-  std::vector<std::uint32_t> differences(numbers.size());
-  std::uint32_t last = 0;
-  std::ranges::transform(numbers, differences.begin(), [&last](std::int32_t number) {
-    const auto bits = static_cast<std::uint32_t>(number);
-    const std::uint32_t difference = bits - last;
-    last = bits;
-    return difference;
-  });
-  return Add(Planes<std::uint32_t>(differences));
+  std::vector<std::uint32_t> bits(numbers.size());
+  std::ranges::transform(numbers, bits.begin(),
+                         [](std::int32_t number) { return static_cast<std::uint32_t>(number); });
+  return Add(Planes<std::uint32_t>(Differences<std::uint32_t>(bits)));
 }
 
 Page::Block Page::AddSteps(std::span<const std::uint16_t> numbers) {
-  return Add(Planes<std::uint16_t>(numbers));
+  return Add(Planes<std::uint16_t>(Differences(numbers)));
 }
 
 std::uint64_t Page::Size(const Contents& contents, const std::set<Block>& blocks) const {
