@@ -4,7 +4,7 @@
 build_packages=(g++ cmake ninja-build zlib1g-dev libboost-dev libcli11-dev nlohmann-json3-dev
   libhdf5-dev libsqlite3-dev libssl-dev libcairo2-dev)
 test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema python3-numpy
-  python3-h5py python3-meshio python3-vtk9 python3-pil)
+  python3-h5py python3-meshio python3-vtk9)
 python_packages=("${test_packages[@]}" python3-dev pybind11-dev python3-pytest python3-build
   python3-wheel python3-setuptools python3-dask python3-distributed openssl
   slurm-wlm munge)
@@ -54,7 +54,6 @@ has_parts_of() {
     nlohmann-json3-dev) has_header nlohmann/json.hpp ;;
     python3-jsonschema) python3 -c 'import jsonschema' 2>/dev/null ;;
     python3-numpy) python3 -c 'import numpy' 2>/dev/null ;;
-    python3-pil) python3 -c 'import PIL' 2>/dev/null ;;
     python3-dev)
       python3 -c 'import os, sysconfig; os.stat(sysconfig.get_path("include") + "/Python.h")' \
         2>/dev/null
