@@ -56,7 +56,6 @@ has_parts_of() {
     nlohmann-json3-dev) has_header nlohmann/json.hpp ;;
     python3-jsonschema) python3 -c 'import jsonschema' 2>/dev/null ;;
     python3-numpy) python3 -c 'import numpy' 2>/dev/null ;;
-    python3-pil) python3 -c 'import PIL' 2>/dev/null ;;
     python3-dev)
       python3 -c 'import os, sysconfig; os.stat(sysconfig.get_path("include") + "/Python.h")' \
         2>/dev/null

@@ -14,7 +14,6 @@
 
 #include "Lbt/Tev/Analysis/Selection.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
-#include "Lbt/Tev/Exchange/ReplacedFile.h"
 #include "Lbt/Tev/View/Page.h"
 #include "Lbt/Tev/View/PageContents.h"
 #include "tev/FieldOptions.h"
@@ -195,25 +194,9 @@ std::string TitleOf(const Model& model, const Input& input) {
   return title.empty() ? NameOfFile(input) : ValidText(title);
 }
 
-void WritePageFile(const Page& page, const Page::Contents& contents,
-                   const std::set<Page::Block>& blocks, const std::string& output) {
-  using LbtTev::Exchange::ReplacedFile;
-  try {
-    ReplacedFile file(output);
-    page.Write(contents, blocks, file.Stream());
-    file.Finish();
-    file.Commit();
-  } catch (const Lbt::Util::Exception& exception) {
-    if (exception.GetType() == Lbt::Util::Exception::ErrorType::WriteError) {
-      throw OutputFailure({FailureCode::IoError, output + ": " + ReasonOf(exception)});
-    }
-    throw;
-  }
-}
-
 }  // namespace
 
-void WriteViewPage(const Model& model, const Input& input, AnswerWriter& writer,
+std::string PageOf(const Model& model, const Input& input, AnswerWriter& writer,
                    const ViewPageOptions& options) {
   Page page;
   PageDraft draft;
@@ -223,7 +206,8 @@ void WriteViewPage(const Model& model, const Input& input, AnswerWriter& writer,
   const auto contents = [&](std::size_t steps) {
     draft.steps = EvenSteps(model.Steps().size(), steps);
     return Page::Contents{.title = TitleOf(model, input),
-                          .model = ModelText(model, input, options, draft, writer.Lost())};
+                          .model = ModelText(model, input, options, draft, writer.Lost()),
+                          .picture = options.picture};
   };
   const auto blocks = [&] { return BlocksAt(draft.contents, draft.fields, draft.steps); };
   const std::size_t steps = MostSteps(model.Steps().size(), options, [&](std::size_t count) {
@@ -231,5 +215,7 @@ void WriteViewPage(const Model& model, const Input& input, AnswerWriter& writer,
     return page.Size(tried, blocks());
   });
   const Page::Contents chosen = contents(steps);
-  WritePageFile(page, chosen, blocks(), options.output);
+  std::ostringstream out;
+  page.Write(chosen, blocks(), out);
+  return out.str();
 }

@@ -15,11 +15,10 @@ struct ViewPageOptions {
   bool isExact = false;                    ///< values as they are, not as steps of their range
   std::optional<std::uint64_t> maxSize{};  ///< bytes of the page
   unsigned int jobs = 1;
-  std::string output{};
+  std::string picture{};  ///< a PNG for browsers that show nothing in three dimensions, or empty
 };
 
-/// Writes a page that shows a model, and replaces the file of that name when it is complete. Tells
-/// "writer" what is damaged, which is left out. Throws an OutputFailure, and a UsageError where the
-/// page cannot be as small as is asked for.
-void WriteViewPage(const LbtTev::Analysis::Model& model, const Input& input, AnswerWriter& writer,
-                   const ViewPageOptions& options);
+/// A page that shows a model. Tells "writer" what is damaged, which is left out. Throws a
+/// UsageError where the page cannot be as small as is asked for.
+[[nodiscard]] std::string PageOf(const LbtTev::Analysis::Model& model, const Input& input,
+                                 AnswerWriter& writer, const ViewPageOptions& options);

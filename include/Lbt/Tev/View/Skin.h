@@ -71,8 +71,10 @@ class Skin {
 
 /// What is seen of a part at a step.
 struct PartSkin {
-  std::shared_ptr<const std::vector<float>> coordinates{};  ///< three for each node
-  std::shared_ptr<const Skin> skin{};                       ///< its nodes are among these
+  std::shared_ptr<const std::vector<float>> coordinates{};     ///< three for each node
+  std::shared_ptr<const Skin> skin{};                          ///< its nodes are among these
+  std::shared_ptr<const std::vector<unsigned int>> faces{};    ///< nodes of all elements
+  std::shared_ptr<const std::vector<unsigned int>> lengths{};  ///< of these; null without faces
   Analysis::TakenShapes taken{};  ///< what elements became; empty for a part without faces
 };
 

@@ -207,6 +207,8 @@ void GatherSkins(const Model& model, std::span<const MeshOfPart> meshes, const C
     const std::vector<CellShape> shapes = ShapesInOrder(mesh, rules);
     return PartSkin{.coordinates = loaded[0].floats,
                     .skin = std::make_shared<const Skin>(BuildSkin(mesh, shapes)),
+                    .faces = loaded[1].wholes,
+                    .lengths = loaded[2].wholes,
                     .taken = CountShapes(mesh, shapes)};
   };
   LoadInFileOrder({&model.GetTree(), wanted}, [&](std::size_t place, const LoadedGroup& loaded) {
