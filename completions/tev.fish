@@ -72,6 +72,7 @@ complete -c tev -n '__fish_seen_subcommand_from values' -l format -x -a 'csv npy
 complete -c tev -n '__fish_seen_subcommand_from export view' -l cells -x -a auto
 complete -c tev -n '__fish_seen_subcommand_from view' -l component -x -a magnitude
 complete -c tev -n '__fish_seen_subcommand_from view' -l size -x
+complete -c tev -n '__fish_seen_subcommand_from view' -l max-size -x
 complete -c tev -n '__fish_seen_subcommand_from view' -l view -x -a 'iso +x -x +y -y +z -z'
 complete -c tev -n '__fish_seen_subcommand_from view' -l colours -x -a 'viridis cividis'
 complete -c tev -n '__fish_seen_subcommand_from diff' -l rtol -x

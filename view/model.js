@@ -46,11 +46,9 @@ class PageModel {
     return component < 0 ? statistics.magnitude : statistics.components[component] || null;
   }
 
-  async block(number, decode) {
-    if (!this.kept.has(number)) {
-      this.kept.set(number, this.blocks.bytes(String(number)).then(decode));
-    }
-    return this.kept.get(number);
+  /** A block's numbers. Equal bytes may be numbers of two kinds. */
+  block(number, decode) {
+    return this.once(decode.name + ' ' + number, async () => decode(await this.blocks.bytes(String(number))));
   }
 
   /** The mesh of a part at a step; null where it has none. */
@@ -75,19 +73,34 @@ class PageModel {
       nodeIds, faceIds, hasNodeIds, hasElementIds};
   }
 
+  /** What "make" makes, which is kept. */
+  once(key, make) {
+    if (!this.kept.has(key)) {
+      this.kept.set(key, make());
+    }
+    return this.kept.get(key);
+  }
+
+  /** The steps of a component; those of the field before come first, where these differ to them. */
+  steps16(place, component) {
+    return this.once('steps ' + place + ' ' + component, async () => {
+      const {before, components} = this.view.values[place];
+      const others = before === null ? null : await this.steps16(before, component);
+      return stepsOf(await this.blocks.bytes(String(components[component].data)), others);
+    });
+  }
+
   /** Lists of the values of each component: for each point of the mesh, or for each face. */
   async components(place) {
     const stored = place === undefined ? null : this.view.values[place];
     if (!stored) {
       return null;
     }
-    return Promise.all(stored.components.map(async (each) => {
-      if (this.view.exact) {
-        return this.block(each.data, floatsOf);
-      }
-      const holes = each.holes === null ? [] : await this.block(each.holes, wholesOf);
-      return this.block(each.data, (bytes) => valuesOfSteps(bytes, each.min, each.max, holes));
-    }));
+    return Promise.all(stored.components.map((each, component) => this.view.exact
+      ? this.block(each.data, floatsOf)
+      : this.once('values ' + place + ' ' + component, async () => valuesOfSteps(
+        await this.steps16(place, component), each.min, each.max,
+        each.holes === null ? [] : await this.block(each.holes, wholesOf)))));
   }
 
   async values(place, component) {

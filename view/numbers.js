@@ -32,16 +32,16 @@ function wholesOf(bytes) {
 
 const STEPS_OF_RANGE = 65535;
 
-/**
- * Values of one component, stored as differences of 16-bit steps from "min" to "max". "holes" are the places of
- * those that are not finite.
- */
-function valuesOfSteps(bytes, min, max, holes) {
-  const steps = summed(new Uint16Array(unshuffled(bytes, 2).buffer));
-  const values = new Float64Array(steps.length);
-  for (let i = 0; i < steps.length; i++) {
-    values[i] = steps[i] === STEPS_OF_RANGE ? max : min + (steps[i] / STEPS_OF_RANGE) * (max - min);
-  }
+/** Steps of 16 bits, stored as differences: to those "before", or each to the one before it. */
+function stepsOf(bytes, before) {
+  const numbers = new Uint16Array(unshuffled(bytes, 2).buffer);
+  return before === null ? summed(numbers) : numbers.map((number, i) => number + before[i]);
+}
+
+/** Values from "min" to "max". "holes" are the places of those that are not finite. */
+function valuesOfSteps(steps, min, max, holes) {
+  const values = Float64Array.from(steps, (step) =>
+    step === STEPS_OF_RANGE ? max : min + (step / STEPS_OF_RANGE) * (max - min));
   for (const hole of holes) {
     values[hole] = NaN;
   }

@@ -56,7 +56,8 @@ void GatherFields(const Model& model, unsigned int jobs, AnswerWriter& writer, P
 void GatherContents(const Model& model, const ViewPageOptions& options, AnswerWriter& writer,
                     Page& page, PageDraft& draft) {
   std::set<std::string> told;
-  draft.contents = FillPage(model, draft.fields, options.cells, options.isExact, page,
+  draft.contents = FillPage(model, draft.fields, options.cells,
+                            {.isExact = options.isExact, .isInTurn = !options.maxSize}, page,
                             [&](const MeshOfPart& mesh, const std::exception_ptr& failure) {
                               const std::string text = NameOfMesh(model, mesh.part, mesh.step) +
                                                        ": " + FailureOf(failure).what();
@@ -90,7 +91,10 @@ Json ValuesJson(const PageField& field) {
   for (const PageMark& each : field.marks) {
     marks.push_back({{"min", each.min}, {"max", each.max}});
   }
-  return {{"ofFaces", field.ofFaces}, {"components", components}, {"marks", marks}};
+  return {{"ofFaces", field.ofFaces},
+          {"before", JsonOrNull(field.before)},
+          {"components", components},
+          {"marks", marks}};
 }
 
 bool IsOn(const PageDraft& draft, std::optional<std::size_t> step) {
@@ -163,7 +167,7 @@ void AddNotes(const Model& model, const ViewPageOptions& options, PageDraft& dra
   draft.notes.emplace_back(
       options.isExact ? "Values are exact."
                       : "Colours and picked values are shown to 1 in 65,535 of the range of each "
-                        "component; those of marks and tables are exact.");
+                        "component over all steps; those of marks and tables are exact.");
   for (std::size_t part = 0; part < draft.contents.taken.size(); ++part) {
     if (!draft.contents.taken[part].empty()) {
       draft.notes.push_back(ValidText(TextOnTaken(model, part, draft.contents.taken[part])));

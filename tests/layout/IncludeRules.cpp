@@ -46,12 +46,11 @@ constexpr std::array kTestPlaces{
 };
 
 // Fuzzers and benchmarks stand on the library, as a program does, but never on a program. The
-// module for Python tells what the program does, and stands on its parts.
+// module for Python tells what the program does, and stands on its parts. What packs the page for
+// the view stands on nothing.
 constexpr std::array kFolders{
-    Place{"app/", Layer::App},
-    Place{"python/", Layer::App},
-    Place{"bench/", Layer::Library},
-    Place{"fuzz/", Layer::Library},
+    Place{"app/", Layer::App},      Place{"python/", Layer::App}, Place{"bench/", Layer::Library},
+    Place{"fuzz/", Layer::Library}, Place{"view/", Layer::None},
 };
 
 /// The layer of the first place that the text begins with.

@@ -14,7 +14,7 @@
 namespace layout {
 namespace {
 
-constexpr std::array kFolders{"include", "src", "app", "python", "tests", "bench", "fuzz"};
+constexpr std::array kFolders{"include", "src", "app", "python", "tests", "bench", "fuzz", "view"};
 
 std::vector<std::string> AllSources() {
   std::vector<std::string> all;

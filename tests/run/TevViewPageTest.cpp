@@ -55,6 +55,7 @@ TEST_F(TevViewPage, ModelOfManySteps_IsShownAtEach) {
   const std::string page = PageOf(model);
   EXPECT_LT(Contents(page).size(), 1200000U);
   EXPECT_EQ(Check({"marks", TEV_PROGRAM, model, page}), "");
+  EXPECT_EQ(Check({"values", TEV_PROGRAM, model, page, "Heat Flux", "2"}), "");
   EXPECT_EQ(Check({"changes", page, "step=0", "cividis=on", "range=step", "range-max=200"}), "");
 }
 

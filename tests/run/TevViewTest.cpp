@@ -107,7 +107,7 @@ TEST_F(TevView, OfWhatDoesNotFit_IsRefused) {
 TEST_F(TevView, ToAnotherKindOfFile_IsRefused) {
   const RunResult run = Run({"view", Example("bracket.tev"), "-o", "p.jpg"});
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.error, "tev: p.jpg: a view ends in .png\n");
+  EXPECT_EQ(run.error, "tev: p.jpg: a view ends in .html or .png\n");
 }
 
 TEST_F(TevView, OfDamagedModel_Fails) {

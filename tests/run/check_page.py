@@ -199,6 +199,34 @@ def check_pick(tev, model, path, result, view):
             fail(f"picked value {value} in place of {each['max']}")
 
 
+def check_values(tev, model, path, result, component):
+    """Values of picked nodes are those of the model, to a step of the range over all steps."""
+    values = {}
+    for row in csv.reader(io.StringIO(answer(tev, "values", "--result", result, model))):
+        if row[0] != "part":
+            values[row[0], row[2], row[4]] = float(row[4 + int(component)])
+    step = (max(values.values()) - min(values.values())) / 65535
+    with Page(path) as page:
+        page.choose_text("result", result)
+        page.choose_text("component", component)
+        page.choose("marks", False)
+        canvas = page.driver.find_element(By.ID, "canvas")
+        checked = 0
+        for turn in 0, 3, int(page.run("return document.getElementById('step').max")):
+            page.choose("step", turn)
+            for x, y in ((0, 0), (40, 20), (-60, 50), (90, -30), (-30, 120), (20, 150)):
+                ActionChains(page.driver).move_to_element_with_offset(canvas, x, y).click().perform()
+                page.settle()
+                if page.text("picked"):
+                    value, _, node, part, _ = told(page)
+                    wanted = values[str(part), page.text("step-text"), node]
+                    if abs(value - wanted) > 0.51 * step + 1e-6 * abs(wanted):
+                        fail(f"node {node} at {page.text('step-text')}: {value} in place of {wanted}")
+                    checked += 1
+        if checked < 9:
+            fail(f"only {checked} nodes")
+
+
 def check_changes(path, *what):
     """Pixels follow what is chosen."""
     with Page(path) as page:
@@ -348,7 +376,8 @@ def check_steps(tev, model, path):
             fail(f"steps {places}")
 
 
-CHECKS = {"marks": check_marks, "pick": check_pick, "changes": check_changes, "frame": check_frame,
+CHECKS = {"marks": check_marks, "pick": check_pick, "changes": check_changes, "values": check_values,
+          "frame": check_frame,
           "silhouette": check_silhouette, "people": check_people, "names": check_names,
           "steps": check_steps}
 

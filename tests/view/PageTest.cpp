@@ -62,6 +62,14 @@ TEST(Page, Numbers_AreKeptAsPlanesOfTheirBytes) {
   EXPECT_EQ(BytesOfBlock(text, std::to_string(steps)), (Bytes{4, 0xFE, 3, 0xFD}));
 }
 
+TEST(Page, StepsAfterOthers_AreTheDifferences) {
+  Page page;
+  const auto block =
+      page.AddSteps(std::vector<std::uint16_t>{0x0304, 0}, std::vector<std::uint16_t>{0x0103, 1});
+  EXPECT_EQ(BytesOfBlock(Written(page, {}, {block}), std::to_string(block)),
+            (std::vector<unsigned char>{1, 0xFF, 2, 0xFF}));
+}
+
 TEST(Page, EqualBytes_AreOneBlock) {
   Page page;
   const std::vector<float> numbers{1, 2, 3};

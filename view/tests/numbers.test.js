@@ -27,11 +27,15 @@ test('differences add up to whole numbers, and wrap around at 32 bits', () => {
   assert.deepStrictEqual([...page.wholesOf(new Uint8Array(bytes))], [5, -2, 2147483645]);
 });
 
+test('steps are sums of differences, or of those to other steps, and wrap around', () => {
+  // 0, then up to 65535, then down by one.
+  const bytes = new Uint8Array([0, 0xff, 0xff, 0, 0xff, 0xff]);
+  assert.deepStrictEqual([...page.stepsOf(bytes, null)], [0, 65535, 65534]);
+  assert.deepStrictEqual([...page.stepsOf(bytes, new Uint16Array([7, 7, 0]))], [7, 6, 65535]);
+});
+
 test('steps span their range, and holes are no numbers', () => {
-  // 0, then 65535, then down by one.
-  const values = page.valuesOfSteps(new Uint8Array([0, 0xff, 0xff, 0, 0xff, 0xff]), -10, 65525, [0]);
-  assert.deepStrictEqual([...values], [NaN, 65525, 65524]);
-  assert.deepStrictEqual([...page.valuesOfSteps(new Uint8Array([1, 0]), 0, 65535, [])], [1]);
+  assert.deepStrictEqual([...page.valuesOfSteps([0, 65535, 1], -10, 65525, [0])], [NaN, 65525, -9]);
 });
 
 test('magnitudes are lengths, and NaN where a component is', () => {

@@ -26,8 +26,10 @@ class Page {
   /// Whole numbers as planes of their differences, each to the one before.
   [[nodiscard]] Block AddWholes(std::span<const std::int32_t> numbers);
 
-  /// The same of numbers of 16 bits.
-  [[nodiscard]] Block AddSteps(std::span<const std::uint16_t> numbers);
+  /// The same of numbers of 16 bits; of their differences to as many other ones where "before" has
+  /// any.
+  [[nodiscard]] Block AddSteps(std::span<const std::uint16_t> numbers,
+                               std::span<const std::uint16_t> before = {});
 
   /// What the page shows beside its blocks.
   struct Contents {

@@ -47,6 +47,7 @@ struct PageMark {
 
 struct PageField {
   bool ofFaces = false;
+  std::optional<std::size_t> before{};  ///< the field, by its place, to whose steps these differ
   std::vector<PageComponent> components{};
   std::vector<PageMark> marks{};  ///< of each component; then of the magnitude, where there is one
 };
@@ -64,13 +65,19 @@ struct FieldWithStatistics {
   std::optional<Analysis::Statistics> statistics{};
 };
 
+/// How values are kept.
+struct PageStyle {
+  bool isExact = false;   ///< as the floats that they are
+  bool isInTurn = false;  ///< by what changes from step to step, which is less, and needs them all
+};
+
 /// Puts the outer faces of all parts at all steps on a page, with the values of these fields on
-/// them; as the floats that they are where "isExact". What cannot be read is left out, and
+/// them. What cannot be read is left out, and
 /// "meshFailed" hears of meshes. Reads the file three times at most. Throws on a lack of memory,
 /// and "Out of Bounds" ("The model refers to its data too often").
 [[nodiscard]] PageContents FillPage(
     const Analysis::Model& model, std::span<const FieldWithStatistics> fields,
-    const Analysis::CellRules& rules, bool isExact, Page& page,
+    const Analysis::CellRules& rules, const PageStyle& style, Page& page,
     const std::function<void(const Analysis::MeshOfPart&, const std::exception_ptr&)>& meshFailed);
 
 /// The blocks that a page needs for these steps alone, and for what has no step.

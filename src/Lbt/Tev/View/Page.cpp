@@ -139,8 +139,17 @@ Page::Block Page::AddWholes(std::span<const std::int32_t> numbers) {
   return Add(Planes<std::uint32_t>(Differences<std::uint32_t>(bits)));
 }
 
-Page::Block Page::AddSteps(std::span<const std::uint16_t> numbers) {
-  return Add(Planes<std::uint16_t>(Differences(numbers)));
+Page::Block Page::AddSteps(std::span<const std::uint16_t> numbers,
+                           std::span<const std::uint16_t> before) {
+  if (before.empty()) {
+    return Add(Planes<std::uint16_t>(Differences(numbers)));
+  }
+  std::vector<std::uint16_t> differences(numbers.size());
+  std::ranges::transform(numbers, before, differences.begin(),
+                         [](std::uint16_t number, std::uint16_t other) {
+                           return static_cast<std::uint16_t>(number - other);
+                         });
+  return Add(Planes<std::uint16_t>(differences));
 }
 
 std::uint64_t Page::Size(const Contents& contents, const std::set<Block>& blocks) const {

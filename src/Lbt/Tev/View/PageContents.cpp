@@ -9,35 +9,26 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <string_view>
+#include <tuple>
 #include <utility>
 
 #include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Tev/Analysis/LoadedMesh.h"
 #include "Lbt/Tev/View/Skin.h"
-#include "Lbt/Util/StoredNumbers.h"
+#include "SharedMesh.h"
+#include "StepRange.h"
 
 namespace LbtTev::View {
 
 namespace {
 
-using Analysis::ArrayKey;
 using Analysis::LoadedGroup;
 using Analysis::Location;
 using Analysis::MeshOfPart;
 using Analysis::MeshVariables;
 
-using MeshKey = std::array<ArrayKey, 5>;
-
-MeshKey MeshKeyOf(const MeshVariables& mesh) {
-  MeshKey key;
-  std::ranges::transform(Analysis::kMeshRoles, key.begin(), [&mesh](Analysis::MeshRole role) {
-    return mesh.*role == nullptr ? ArrayKey() : ArrayKey((mesh.*role)->array);
-  });
-  return key;
-}
-
 constexpr std::uint32_t kNoPoint = std::numeric_limits<std::uint32_t>::max();
-constexpr double kStepsOfRange = 65535;
 
 std::vector<std::int32_t> Wholes(std::span<const std::size_t> numbers) {
   std::vector<std::int32_t> wholes(numbers.size());
@@ -45,22 +36,6 @@ std::vector<std::int32_t> Wholes(std::span<const std::size_t> numbers) {
                          [](std::size_t number) { return static_cast<std::int32_t>(number); });
   return wholes;
 }
-
-/// A mesh that one or several parts have, at one or several steps.
-struct SharedMesh {
-  MeshOfPart first{};                                         ///< one of those that have it
-  std::set<std::size_t> marked{};                             ///< nodes that are points even inside
-  std::set<std::size_t> elements{};                           ///< those whose nodes are
-  std::vector<std::size_t> points{};                          ///< nodes, in ascending order
-  std::vector<std::size_t> faces{};                           ///< the element of each face
-  std::map<std::size_t, std::vector<std::size_t>> nodesOf{};  ///< of those elements
-  PageMesh page{};
-  bool isThere = false;
-
-  [[nodiscard]] std::size_t PointOf(std::size_t node) const {
-    return static_cast<std::size_t>(std::ranges::lower_bound(points, node) - points.begin());
-  }
-};
 
 template <class Take>
 void ForExtremes(const Analysis::Statistics& statistics, const Take& take) {
@@ -79,8 +54,8 @@ void ForExtremes(const Analysis::Statistics& statistics, const Take& take) {
 class Filling {
  public:
   Filling(const Analysis::Model& model, std::span<const FieldWithStatistics> fields,
-          const Analysis::CellRules& rules, bool isExact, Page& page)
-      : model_(&model), fields_(fields), rules_(&rules), isExact_(isExact), page_(&page) {
+          const Analysis::CellRules& rules, const PageStyle& style, Page& page)
+      : model_(&model), fields_(fields), rules_(&rules), style_(style), page_(&page) {
     contents_.meshes.resize(model.Parts().size());
     contents_.fields.resize(fields.size());
     contents_.taken.resize(model.Parts().size());
@@ -120,7 +95,6 @@ class Filling {
 
   void AddSkins(
       const std::function<void(const MeshOfPart&, const std::exception_ptr&)>& meshFailed) {
-    std::vector<bool> isTold(contents_.taken.size());
     GatherSkins(*model_, meshes_, *rules_,
                 [&](std::size_t place, const PartSkin& skin, const std::exception_ptr& failure) {
                   const std::size_t part = meshes_[place].part;
@@ -128,8 +102,7 @@ class Filling {
                     meshFailed(meshes_[place], failure);
                     return;
                   }
-                  if (!isTold[part]) {
-                    isTold[part] = true;
+                  if (contents_.taken[part].empty()) {
                     contents_.taken[part] = skin.taken;
                   }
                   if (!sharedOf_[place]->isThere) {
@@ -160,6 +133,25 @@ class Filling {
     Analysis::LoadInFileOrder(
         {&model_->GetTree(), wanted},
         [&takes](std::size_t place, const LoadedGroup& loaded) { takes[place](loaded); });
+  }
+
+  /// Fields of one result are kept in the order of their steps, and by one range.
+  void AddValues() {
+    using Key = std::tuple<const SharedMesh*, std::size_t, std::string_view, std::size_t, bool>;
+    std::map<Key, std::vector<std::size_t>> results;
+    for (const auto& [place, values] : values_) {
+      const Analysis::FieldOfPart& each = fields_[place].field;
+      results[{MeshOf(fields_[place]), each.part, each.field->result, values.size(),
+               contents_.fields[place]->ofFaces}]
+          .push_back(place);
+    }
+    for (auto& [key, places] : results) {
+      std::ranges::stable_sort(
+          places, {}, [this](std::size_t place) { return fields_[place].field.field->step; });
+      for (std::size_t component = 0; component < std::get<3>(key); ++component) {
+        AddComponent(places, component);
+      }
+    }
   }
 
   [[nodiscard]] PageContents Result() {
@@ -309,42 +301,46 @@ class Filling {
       values.reserve(places.size());
       std::ranges::transform(places, std::back_inserter(values),
                              [&all](std::size_t at) { return at < all.size() ? all[at] : NAN; });
-      field.components.push_back(AddComponent(values));
+      values_[place].push_back(std::move(values));
     }
     AddMarks(field, mesh, fields_[place].statistics);
     contents_.fields[place] = std::move(field);
   }
 
-  [[nodiscard]] PageComponent AddComponent(std::span<const float> values) {
-    if (isExact_) {
-      return {.data = page_->AddFloats(values)};
+  /// One component of all fields of a result.
+  void AddComponent(std::span<const std::size_t> places, std::size_t component) {
+    StepRange range;
+    for (const std::size_t place : places) {
+      range.Take(values_[place][component]);
     }
-    PageComponent component;
+    std::vector<std::uint16_t> before;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+      const std::vector<float>& values = values_[places[i]][component];
+      PageField& field = *contents_.fields[places[i]];
+      if (style_.isExact) {
+        field.components.push_back({.data = page_->AddFloats(values)});
+        continue;
+      }
+      std::vector<std::uint16_t> steps = range.StepsOf(values);
+      field.components.push_back({.data = page_->AddSteps(steps, before),
+                                  .holes = HolesOf(values),
+                                  .min = range.Min(),
+                                  .max = range.Max()});
+      if (style_.isInTurn) {
+        field.before = i == 0 ? std::nullopt : std::optional(places[i - 1]);
+        before = std::move(steps);
+      }
+    }
+  }
+
+  [[nodiscard]] std::optional<Page::Block> HolesOf(std::span<const float> values) {
     std::vector<std::int32_t> holes;
-    double min = std::numeric_limits<double>::infinity();
-    double max = -min;
     for (std::size_t i = 0; i < values.size(); ++i) {
-      if (std::isfinite(values[i])) {
-        min = std::min(min, static_cast<double>(values[i]));
-        max = std::max(max, static_cast<double>(values[i]));
-      } else {
+      if (!std::isfinite(values[i])) {
         holes.push_back(static_cast<std::int32_t>(i));
       }
     }
-    component.min = min <= max ? min : 0;
-    component.max = min <= max ? max : 0;
-    const double scale =
-        component.max > component.min ? kStepsOfRange / (component.max - component.min) : 0;
-    std::vector<std::uint16_t> steps(values.size());
-    std::ranges::transform(values, steps.begin(), [&](float value) {
-      const double step = (static_cast<double>(value) - component.min) * scale;
-      return static_cast<std::uint16_t>(std::isfinite(value) ? std::lround(step) : 0);
-    });
-    component.data = page_->AddSteps(steps);
-    if (!holes.empty()) {
-      component.holes = page_->AddWholes(holes);
-    }
-    return component;
+    return holes.empty() ? std::nullopt : std::optional(page_->AddWholes(holes));
   }
 
   static void AddMarks(PageField& field, const SharedMesh& mesh,
@@ -375,9 +371,10 @@ class Filling {
   const Analysis::Model* model_;
   std::span<const FieldWithStatistics> fields_;
   const Analysis::CellRules* rules_;
-  bool isExact_;
+  PageStyle style_;
   Page* page_;
   PageContents contents_;
+  std::map<std::size_t, std::vector<std::vector<float>>> values_;  // by field and component
   std::vector<MeshOfPart> meshes_;
   std::vector<SharedMesh*> sharedOf_;  // of these
   std::map<std::pair<std::size_t, std::optional<std::size_t>>, std::size_t> placeOf_;
@@ -388,13 +385,14 @@ class Filling {
 
 PageContents FillPage(
     const Analysis::Model& model, std::span<const FieldWithStatistics> fields,
-    const Analysis::CellRules& rules, bool isExact, Page& page,
+    const Analysis::CellRules& rules, const PageStyle& style, Page& page,
     const std::function<void(const MeshOfPart&, const std::exception_ptr&)>& meshFailed) {
-  Filling filling(model, fields, rules, isExact, page);
+  Filling filling(model, fields, rules, style, page);
   filling.FindMeshes();
   filling.FindMarks();
   filling.AddSkins(meshFailed);
   filling.AddNumbers();
+  filling.AddValues();
   return filling.Result();
 }
 
