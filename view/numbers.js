@@ -53,20 +53,11 @@ function magnitudesOf([x, y, z]) {
   return Float64Array.from(x, (value, i) => Math.sqrt(value * value + y[i] * y[i] + z[i] * z[i]));
 }
 
-const COLOUR_STOPS = {
-  viridis: ['440154', '481a6c', '472f7d', '414487', '39568c', '31688e', '2a788e', '23888e',
-    '1f988b', '22a884', '35b779', '54c568', '7ad151', 'a5db36', 'd2e21b', 'fde725'],
-  cividis: ['00204d', '00306f', '2a406c', '48526b', '5e626e', '727374', '878479', '9e9677',
-    'b6a971', 'd0be67', 'ead357', 'ffea46'],
-};
-
-/** The colour at "t" from 0 to 1, as three numbers up to 255. */
-function colourAt(name, t) {
-  const stops = COLOUR_STOPS[name];
-  const place = Math.min(Math.max(t, 0), 1) * (stops.length - 1);
-  const first = Math.min(Math.floor(place), stops.length - 2);
-  const part = (stop, i) => parseInt(stops[stop].slice(2 * i, 2 * i + 2), 16);
-  return [0, 1, 2].map((i) => Math.round(part(first, i) + (place - first) * (part(first + 1, i) - part(first, i))));
+/** The colour at "t" from 0 to 1 of a table with six digits for each, as three numbers up to 255. */
+function colourAt(table, t) {
+  const last = table.length / 6 - 1;
+  const place = 6 * Math.round(Math.min(Math.max(t, 0), 1) * last);
+  return [0, 2, 4].map((digit) => parseInt(table.slice(place + digit, place + digit + 2), 16));
 }
 
 /** A number for people, with seven digits as floats have them. */

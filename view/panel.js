@@ -31,7 +31,7 @@ class Panel extends Picking {
   }
 
   get colours() {
-    return byId('cividis').checked ? 'cividis' : 'viridis';
+    return this.model.view.colours[byId('cividis').checked ? 'cividis' : 'viridis'];
   }
 
   // --- Controls ---------------------------------------------------------------------------------

@@ -28,9 +28,9 @@ class Scene {
     this.drawn = () => {};
   }
 
-  setColours(name) {
+  setColours(table) {
     for (let i = 0; i < 256; i++) {
-      this.texture.image.data.set(colourAt(name, i / 255), 3 * i);
+      this.texture.image.data.set(colourAt(table, i / 255), 3 * i);
     }
     this.texture.needsUpdate = true;
   }

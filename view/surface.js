@@ -27,7 +27,7 @@ const FRAGMENT_SHADER = `
     vec3 colour = vPlace < -1000.0 ? plain
       : texture2D(colours, vec2(clamp(vPlace, 0.002, 0.998), 0.5)).rgb;
     vec3 normal = normalize(cross(dFdx(vPosition), dFdy(vPosition)));
-    float light = mix(1.0, 0.4 + 0.6 * abs(dot(normal, LIGHT)), shading);
+    float light = mix(1.0, 0.65 + 0.35 * abs(dot(normal, LIGHT)), shading);
     gl_FragColor = vec4(colour * light, 1.0);
   }`;
 

@@ -9,11 +9,13 @@
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Selection.h"
 #include "Lbt/Tev/Analysis/Statistics.h"
+#include "Lbt/Tev/View/Colours.h"
 #include "Lbt/Tev/View/Page.h"
 #include "Lbt/Tev/View/PageContents.h"
 #include "tev/FieldOptions.h"
@@ -111,11 +113,25 @@ Json NotesJson(const Model& model, const PageDraft& draft) {
   return notes;
 }
 
+/// The colours from the least number to the greatest, as six digits each.
+std::string HexOf(Colours colours) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string text;
+  for (const std::uint32_t colour : TableOf(colours)) {
+    for (const unsigned int shift : {20U, 16U, 12U, 8U, 4U, 0U}) {
+      text += kDigits[(colour >> shift) & 0xFU];
+    }
+  }
+  return text;
+}
+
 void WriteView(const Model& model, const ViewPageOptions& options, const PageDraft& draft,
                JsonWriter& json) {
   json.Key("view");
   json.OpenObject();
   json.Member("exact", options.isExact);
+  json.Member("colours",
+              {{"viridis", HexOf(Colours::Viridis)}, {"cividis", HexOf(Colours::Cividis)}});
   json.Member("notes", NotesJson(model, draft));
   json.Member("steps", std::vector<std::size_t>(draft.steps.begin(), draft.steps.end()));
   json.Key("parts");
