@@ -118,6 +118,34 @@ TEST_F(TevView, OfDamagedModel_Fails) {
   EXPECT_EQ(File("p.png"), "");
 }
 
+TEST_F(TevView, OfModelWithADamagedMesh_ShowsTheRestAndFails) {
+  ModelWriter model = SmallModel();
+  model.VariableAt(kSmallMesh1, 2) =
+      Variable::Uints("Connectivity", kConnectivity, 1, {0, 1, 2, 77, 1, 2, 3, 4});
+  Write("m.tev", model);
+  const RunResult run = Run({"view", "m.tev", "-o", "p.png", "--size", "100x90"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_NE(run.error.find("part \"Frame\", mesh"), std::string::npos) << run.error;
+  EXPECT_EQ(File("p.png").substr(0, 24), PngHead(100, 90));
+  dir.Write("p.png", "older");
+  EXPECT_EQ(Run({"view", "m.tev", "-o", "p.png", "--part", "Frame"}).status, 2);
+  EXPECT_EQ(File("p.png"), "older");
+}
+
+TEST_F(TevView, OfPartWithoutAMesh_IsRefused) {
+  ModelWriter model = SmallModel();
+  model.AddGeometry("empty", model.AddShape("Empty", kSmallGeometryGroup));
+  Write("m.tev", model);
+  ExpectRefused({"--part", "Empty"}, "m.tev: no part that is asked for has a mesh");
+  EXPECT_EQ(Draw("m.tev", {"--size", "100x90"}).substr(0, 24), PngHead(100, 90));
+}
+
+TEST_F(TevView, IntoTheModel_IsRefused) {
+  dir.Write("m.png", SmallModel().Build());
+  EXPECT_EQ(Run({"view", "m.png", "-o", "m.png"}).status, 2);
+  EXPECT_EQ(File("m.png"), SmallModel().Build());
+}
+
 TEST_F(TevView, OfHostileNames_IsDrawn) {
   ModelWriter model = SmallModel();
   model.At(kSmallShape1).name = "</script><img onerror=alert(1)>\xff\x1b[31m";

@@ -141,7 +141,7 @@ struct Canvas::Handles {
   /// The beginning of a text that fits.
   [[nodiscard]] std::string Fitting(const std::string& text, double room) const {
     constexpr std::size_t kMost = 400;
-    const std::string line = PlainLine(text, kMost + 1);
+    std::string line = PlainLine(text, kMost + 1);
     if (CharactersIn(line) <= kMost && WidthOf(line) <= room) {
       return line;
     }

@@ -183,8 +183,10 @@ void DrawLegend(Canvas& canvas, const Range& range, const PictureStyle& style,
   const double top = std::round(frame.top + frame.letters);
   const double height = std::max(std::round(frame.height - 2 * frame.letters), 2.0);
   const double breadth = std::round(frame.letters * 1.4);
-  for (double row = 0; row < height; ++row) {
-    canvas.FillBox(left, top + row, breadth, 1, ColourAt(style.colours, 1 - row / (height - 1)));
+  const auto rows = static_cast<std::size_t>(height);
+  for (std::size_t row = 0; row < rows; ++row) {
+    const auto down = static_cast<double>(row);
+    canvas.FillBox(left, top + down, breadth, 1, ColourAt(style.colours, 1 - down / (height - 1)));
   }
   const double min = range.min.extreme.value;
   const double max = range.max.extreme.value;

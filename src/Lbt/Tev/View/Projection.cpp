@@ -35,7 +35,7 @@ Direction TowardFrom(Side side) {
 }  // namespace
 
 std::optional<Side> SideOf(std::string_view name) {
-  const auto found = std::ranges::find(kNames, name);
+  const auto* found = std::ranges::find(kNames, name);
   return found == kNames.end() ? std::nullopt
                                : std::optional(static_cast<Side>(found - kNames.begin()));
 }
