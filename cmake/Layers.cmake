@@ -2,14 +2,15 @@
 # only the headers of its own and of those below: the headers stand in one include/ tree, so each
 # layer gets an include root of its own in the build tree, with a link to each of its headers. An
 # include that points upwards therefore does not compile. The rooms on top stand side by side: all
-# link the uppermost layer, and none sees another; "exchange" stands on one of them.
+# link the uppermost layer, and none sees another; "exchange" and "view" stand on one of them, side
+# by side as well.
 
 find_package(Boost REQUIRED)
 find_package(ZLIB REQUIRED)
 
 set(layersInOrder util log lbf adt tev)
 set(roomsOnTop report check analysis)
-set(TEVINFO_LAYERS ${layersInOrder} ${roomsOnTop} exchange)
+set(TEVINFO_LAYERS ${layersInOrder} ${roomsOnTop} exchange view)
 set(TEVINFO_DIR_util Lbt/Util)
 set(TEVINFO_DIR_log Lbt/Log)
 set(TEVINFO_DIR_lbf Lbt/Lbf)
@@ -19,6 +20,7 @@ set(TEVINFO_DIR_report Lbt/Tev/TevInfo)
 set(TEVINFO_DIR_check Lbt/Tev/Check)
 set(TEVINFO_DIR_analysis Lbt/Tev/Analysis)
 set(TEVINFO_DIR_exchange Lbt/Tev/Exchange)
+set(TEVINFO_DIR_view Lbt/Tev/View)
 
 # Makes "root"/"dir" hold a link to each of the given headers and nothing else.
 function(tevinfo_stage_headers root dir)
@@ -88,8 +90,10 @@ foreach(room IN LISTS roomsOnTop)
   tevinfo_layer(${room} "${below}")
   list(APPEND TEVINFO_LAYER_TARGETS lbt_${room})
 endforeach()
-tevinfo_layer(exchange analysis)
-list(APPEND TEVINFO_LAYER_TARGETS lbt_exchange)
+foreach(room IN ITEMS exchange view)
+  tevinfo_layer(${room} analysis)
+  list(APPEND TEVINFO_LAYER_TARGETS lbt_${room})
+endforeach()
 
 # Its loops run over millions of numbers. -O3 makes wide instructions of them, also of roots where
 # these need not set errno.
@@ -112,4 +116,16 @@ if(HDF5_HEADERS AND HDF5_BINARY)
   string(REGEX MATCH "[^/]+\\.so\\.[0-9]+" hdf5Library "${hdf5Library}")
   target_include_directories(lbt_exchange SYSTEM PRIVATE "${HDF5_HEADERS}")
   target_compile_definitions(lbt_exchange PRIVATE "TEVINFO_HDF5_LIBRARY=\"${hdf5Library}\"")
+endif()
+
+# So is cairo, for pictures.
+find_path(CAIRO_HEADERS cairo.h PATH_SUFFIXES cairo)
+find_library(CAIRO_BINARY NAMES cairo)
+mark_as_advanced(CAIRO_HEADERS CAIRO_BINARY)
+target_link_libraries(lbt_view ${lbt_view_SCOPE} ${CMAKE_DL_LIBS})
+if(CAIRO_HEADERS AND CAIRO_BINARY)
+  file(REAL_PATH "${CAIRO_BINARY}" cairoLibrary)
+  string(REGEX MATCH "[^/]+\\.so\\.[0-9]+" cairoLibrary "${cairoLibrary}")
+  target_include_directories(lbt_view SYSTEM PRIVATE "${CAIRO_HEADERS}")
+  target_compile_definitions(lbt_view PRIVATE "TEVINFO_CAIRO_LIBRARY=\"${cairoLibrary}\"")
 endif()

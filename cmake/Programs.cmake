@@ -31,7 +31,7 @@ if(companionSources)
   find_package(nlohmann_json REQUIRED)
   find_package(SQLite3 REQUIRED)
   find_package(OpenSSL REQUIRED COMPONENTS Crypto)
-  tevinfo_program(tev tev_app tev lbt_report lbt_check lbt_exchange CLI11::CLI11
+  tevinfo_program(tev tev_app tev lbt_report lbt_check lbt_exchange lbt_view CLI11::CLI11
     nlohmann_json::nlohmann_json SQLite::SQLite3 OpenSSL::Crypto)
   # Its headers take longer to compile than the verb that uses them.
   target_precompile_headers(tev_app PRIVATE <CLI/CLI.hpp>)

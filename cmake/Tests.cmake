@@ -138,6 +138,16 @@ if(TARGET test_run AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   target_compile_definitions(test_run PRIVATE "FAULT_PRELOAD=\"$<TARGET_FILE:fault_preload>\"")
 endif()
 
+# The scripts of the page, without a browser.
+find_program(NODE_PROGRAM NAMES node nodejs)
+mark_as_advanced(NODE_PROGRAM)
+if(NODE_PROGRAM)
+  add_test(NAME view.scripts COMMAND "${NODE_PROGRAM}" --test "${PROJECT_SOURCE_DIR}/view/tests")
+  set_tests_properties(view.scripts PROPERTIES TIMEOUT ${hang})
+else()
+  message(WARNING "node is missing: the scripts of the page are not tested without a browser")
+endif()
+
 # What an installation is good for depends on no compiler flags, so the Release build alone tries it.
 if(TEVINFO_INSTALL AND CMAKE_BUILD_TYPE STREQUAL "Release")
   add_test(NAME install.project_outside COMMAND "${CMAKE_COMMAND}"

@@ -97,7 +97,7 @@ _tev() {
     word="${words[i]}"
     case "$word" in
       -o | --output | --files0-from | --depth | --part | --result | --step | -j | --jobs | --format | \
-        --rtol | --atol | --cells | --catalogue | --shard | --category | --above | --below) i+=1 ;;
+        --rtol | --atol | --cells | --component | --size | --view | --colours | --max-size | --catalogue | --shard | --category | --above | --below) i+=1 ;;
       -?*) ;;
       *)
         ((arguments++ == 0)) && model="${word//[\\\"\']/}" && model="${model/#\~\//$HOME/}"
@@ -118,6 +118,10 @@ _tev() {
     --category) _tev_reply < <(_tev_values "$model" category models); return ;;
     --format) _tev_reply < <(printf '%s\n' csv npy); return ;;
     --cells) _tev_reply < <(printf '%s\n' auto); return ;;
+    --component) _tev_reply < <(printf '%s\n' magnitude); return ;;
+    --view) _tev_reply < <(printf '%s\n' iso +x -x +y -y +z -z); return ;;
+    --colours) _tev_reply < <(printf '%s\n' viridis cividis); return ;;
+    --size | --max-size) return ;;
     --depth | --rtol | --atol | -j | --jobs | --shard | --above | --below) return ;;
     -o | --output | --files0-from | --catalogue) _tev_files; return ;;
   esac

@@ -57,7 +57,7 @@ set -l has_verb 'test (count (commandline -opc)) -gt 1'
 complete -c tev -n "not $has_verb" -f -a '(__tev_verbs) --help --version'
 complete -c tev -n '__fish_seen_subcommand_from help' -f -a '(__tev_verbs)'
 complete -c tev -n "$has_verb; and string match -q -- '-*' (commandline -ct)" -f -a '(__tev_options)'
-set -l of_fields '__fish_seen_subcommand_from results values diff export'
+set -l of_fields '__fish_seen_subcommand_from results values diff export view'
 complete -c tev -n "$of_fields" -l part -x -a '(__tev_names parts)'
 complete -c tev -n "$of_fields" -l result -x -a '(__tev_names results)'
 complete -c tev -n "$of_fields" -l step -x -a '(__tev_names steps)'
@@ -69,7 +69,12 @@ complete -c tev -n '__fish_seen_subcommand_from find' -l below -x
 complete -c tev -n '__fish_seen_subcommand_from scan' -l catalogue -r
 complete -c tev -n '__fish_seen_subcommand_from scan' -l shard -x
 complete -c tev -n '__fish_seen_subcommand_from values' -l format -x -a 'csv npy'
-complete -c tev -n '__fish_seen_subcommand_from export' -l cells -x -a auto
+complete -c tev -n '__fish_seen_subcommand_from export view' -l cells -x -a auto
+complete -c tev -n '__fish_seen_subcommand_from view' -l component -x -a magnitude
+complete -c tev -n '__fish_seen_subcommand_from view' -l size -x
+complete -c tev -n '__fish_seen_subcommand_from view' -l max-size -x
+complete -c tev -n '__fish_seen_subcommand_from view' -l view -x -a 'iso +x -x +y -y +z -z'
+complete -c tev -n '__fish_seen_subcommand_from view' -l colours -x -a 'viridis cividis'
 complete -c tev -n '__fish_seen_subcommand_from diff' -l rtol -x
 complete -c tev -n '__fish_seen_subcommand_from diff' -l atol -x
 complete -c tev -n '__fish_seen_subcommand_from tree' -l depth -x

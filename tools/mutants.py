@@ -31,6 +31,7 @@ LAYERS = {
     "Tev/Check": "check",
     "Tev/Analysis": "analysis",
     "Tev/Exchange": "exchange",
+    "Tev/View": "view",
 }
 
 # What is looked for in a line of code, and what takes its place.

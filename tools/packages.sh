@@ -2,9 +2,11 @@
 # Sourced, never run.
 
 build_packages=(g++ cmake ninja-build zlib1g-dev libboost-dev libcli11-dev nlohmann-json3-dev
-  libhdf5-dev libsqlite3-dev libssl-dev)
-test_packages=("${build_packages[@]}" libgtest-dev valgrind python3 python3-jsonschema python3-numpy
-  python3-h5py python3-meshio python3-vtk9)
+  libhdf5-dev libsqlite3-dev libssl-dev libcairo2-dev libjs-three)
+# A browser without a display and its driver, and what runs scripts without one.
+browser_packages=(chromium chromium-driver python3-selenium nodejs fonts-dejavu-core)
+test_packages=("${build_packages[@]}" "${browser_packages[@]}" libgtest-dev valgrind python3
+  python3-jsonschema python3-numpy python3-h5py python3-meshio python3-vtk9 python3-pil)
 python_packages=("${test_packages[@]}" python3-dev pybind11-dev python3-pytest python3-build
   python3-wheel python3-setuptools python3-dask python3-distributed openssl
   slurm-wlm munge)
@@ -71,6 +73,12 @@ has_parts_of() {
     libhdf5-dev) has_header hdf5.h || has_header hdf5/serial/hdf5.h ;;
     libsqlite3-dev) has_header sqlite3.h ;;
     libssl-dev) has_header openssl/evp.h ;;
+    libjs-three) [[ -f /usr/share/javascript/three/three.min.js ]] ;;
+    chromium-driver) command -v chromedriver >/dev/null ;;
+    python3-selenium) python3 -c 'import selenium' 2>/dev/null ;;
+    nodejs) command -v node >/dev/null ;;
+    fonts-dejavu-core) [[ -d /usr/share/fonts/truetype/dejavu ]] ;;
+    libcairo2-dev) has_header cairo/cairo.h ;;
     libnetcdf-dev) has_header netcdf.h ;;
     libfmt-dev) has_header fmt/format.h ;;
     libbenchmark-dev) has_header benchmark/benchmark.h ;;

@@ -78,19 +78,6 @@ void Tell(AnswerWriter& writer, const std::string& line) {
   std::cerr << "tev: " + OneLine(line) + '\n' << std::flush;
 }
 
-/// "part "Base": took 5195 elements of 10 nodes for tetra10, 12 of 4 nodes for quad".
-std::string TextOnTaken(const Model& model, std::size_t part, const TakenShapes& shapes) {
-  std::string text = "part " + QuotedText(model.Parts()[part].name) + ": took";
-  const char* separator = " ";
-  for (const auto& [taken, count] : shapes) {
-    const auto& [nodes, shape] = taken;
-    text += separator + Counted(count, "element") + " of " + Counted(nodes, "node") + " for " +
-            std::string(FactsOf(shape).name);
-    separator = ", ";
-  }
-  return shapes.empty() ? text + " nothing" : text;
-}
-
 /// Tells of what an export leaves out or guesses.
 class Telling {
  public:

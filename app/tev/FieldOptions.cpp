@@ -12,6 +12,7 @@
 using LbtTev::Analysis::FieldOfPart;
 using LbtTev::Analysis::Model;
 using LbtTev::Analysis::Selection;
+using LbtTev::Analysis::TakenShapes;
 
 namespace {
 
@@ -65,6 +66,18 @@ std::string NameOfField(const Model& model, const FieldOfPart& field) {
 
 std::string NameOfMesh(const Model& model, std::size_t part, std::optional<std::size_t> step) {
   return NameInPart(model.Parts()[part], "mesh", TextOfStep(model, step));
+}
+
+std::string TextOnTaken(const Model& model, std::size_t part, const TakenShapes& shapes) {
+  std::string text = "part " + QuotedText(model.Parts()[part].name) + ": took";
+  const char* separator = " ";
+  for (const auto& [taken, count] : shapes) {
+    const auto& [nodes, shape] = taken;
+    text += separator + Counted(count, "element") + " of " + Counted(nodes, "node") + " for " +
+            std::string(LbtTev::Analysis::FactsOf(shape).name);
+    separator = ", ";
+  }
+  return shapes.empty() ? text + " nothing" : text;
 }
 
 std::string StepText(const Model& model, std::optional<std::size_t> step) {

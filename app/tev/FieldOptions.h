@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <exception>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "Lbt/Tev/Analysis/Cells.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
 #include "Lbt/Util/Exception.h"
@@ -52,6 +54,10 @@ auto Selecting(const std::string& path, const Select& select) {
 /// The same of anything of a part, "result "Stress"", at a step of that text.
 [[nodiscard]] std::string NameInPart(const LbtTev::Analysis::Part& part, const std::string& what,
                                      const std::optional<std::string>& step);
+
+/// "part "Base": took 5195 elements of 10 nodes for tetra10, 12 of 4 nodes for quad".
+[[nodiscard]] std::string TextOnTaken(const LbtTev::Analysis::Model& model, std::size_t part,
+                                      const LbtTev::Analysis::TakenShapes& shapes);
 
 /// The text of a step; empty for none.
 [[nodiscard]] std::string StepText(const LbtTev::Analysis::Model& model,

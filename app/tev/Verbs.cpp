@@ -34,9 +34,9 @@ void AddProgressFlag(CLI::App& app, const std::shared_ptr<FileRun>& run, const c
 
 const std::vector<Verb>& Verbs() {
   static const std::vector<Verb> verbs{
-      ListVerb(), InfoVerb(),  TreeVerb(),   ResultsVerb(), ValuesVerb(), DiffVerb(),
-      SetsVerb(), CheckVerb(), BlocksVerb(), BlockVerb(),   CdfVerb(),    ExportVerb(),
-      ScanVerb(), MergeVerb(), FindVerb(),   SummaryVerb(), QueryVerb()};
+      ListVerb(), InfoVerb(),  TreeVerb(),   ResultsVerb(), ValuesVerb(),  DiffVerb(),
+      SetsVerb(), CheckVerb(), BlocksVerb(), BlockVerb(),   CdfVerb(),     ExportVerb(),
+      ViewVerb(), ScanVerb(),  MergeVerb(),  FindVerb(),    SummaryVerb(), QueryVerb()};
   return verbs;
 }
 

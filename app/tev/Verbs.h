@@ -116,6 +116,7 @@ void AddModel(CLI::App& app, const std::shared_ptr<FileRun>& run);
 [[nodiscard]] Verb SummaryVerb();
 [[nodiscard]] Verb ValuesVerb();
 [[nodiscard]] Verb TreeVerb();
+[[nodiscard]] Verb ViewVerb();
 
 /// One run of the program, from its arguments to its exit status: 0 done, 1 bad usage,
 /// 2 a file failed, or the answer could not be written.

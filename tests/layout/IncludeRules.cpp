@@ -23,6 +23,7 @@ constexpr std::array kHeaderPlaces{
     Place{"Lbt/Tev/Check/", Layer::Check},
     Place{"Lbt/Tev/Analysis/", Layer::Analysis},
     Place{"Lbt/Tev/Exchange/", Layer::Exchange},
+    Place{"Lbt/Tev/View/", Layer::View},
     Place{"Lbt/Tev/", Layer::Tev},
     Place{"Lbt/Adt/", Layer::Adt},
     Place{"Lbt/Lbf/", Layer::Lbf},
@@ -37,19 +38,19 @@ constexpr std::array kTestPlaces{
     Place{"lbf/", Layer::Lbf},           Place{"adt/", Layer::Adt},
     Place{"tev/", Layer::Tev},           Place{"report/", Layer::Report},
     Place{"check/", Layer::Check},       Place{"analysis/", Layer::Analysis},
-    Place{"exchange/", Layer::Exchange}, Place{"app/", Layer::App},
-    Place{"run/", Layer::None},          Place{"layout/", Layer::None},
-    Place{"support/", Layer::None},      Place{"sweep/", Layer::App},
-    Place{"install/", Layer::Library},   Place{"fuzz/", Layer::None},
+    Place{"exchange/", Layer::Exchange}, Place{"view/", Layer::View},
+    Place{"app/", Layer::App},           Place{"run/", Layer::None},
+    Place{"layout/", Layer::None},       Place{"support/", Layer::None},
+    Place{"sweep/", Layer::App},         Place{"install/", Layer::Library},
+    Place{"fuzz/", Layer::None},
 };
 
 // Fuzzers and benchmarks stand on the library, as a program does, but never on a program. The
-// module for Python tells what the program does, and stands on its parts.
+// module for Python tells what the program does, and stands on its parts. What packs the page for
+// the view stands on nothing.
 constexpr std::array kFolders{
-    Place{"app/", Layer::App},
-    Place{"python/", Layer::App},
-    Place{"bench/", Layer::Library},
-    Place{"fuzz/", Layer::Library},
+    Place{"app/", Layer::App},      Place{"python/", Layer::App}, Place{"bench/", Layer::Library},
+    Place{"fuzz/", Layer::Library}, Place{"view/", Layer::None},
 };
 
 /// The layer of the first place that the text begins with.
@@ -107,11 +108,12 @@ bool IsForTests(std::string_view path, std::string_view included) {
          (included.starts_with("support/") && !MayUseHelpers(path));
 }
 
-bool IsRoom(Layer layer) { return layer >= Layer::Report && layer <= Layer::Exchange; }
+bool IsRoom(Layer layer) { return layer >= Layer::Report && layer <= Layer::View; }
 
 /// Whether a file of one layer may include headers of another one.
 bool Sees(Layer layer, Layer other) {
-  const bool isBelow = layer == Layer::Exchange && other == Layer::Analysis;
+  const bool isBelow =
+      (layer == Layer::Exchange || layer == Layer::View) && other == Layer::Analysis;
   return other == layer || isBelow || (other < layer && !(IsRoom(layer) && IsRoom(other)));
 }
 
@@ -138,9 +140,9 @@ std::string FaultOf(std::string_view path, Layer layer, std::string_view include
 }  // namespace
 
 std::string_view NameOf(Layer layer) {
-  constexpr std::array<std::string_view, 12> kNames{"none",     "util",     "log",     "lbf",
-                                                    "adt",      "tev",      "report",  "check",
-                                                    "analysis", "exchange", "library", "app"};
+  constexpr std::array<std::string_view, 13> kNames{
+      "none",  "util",     "log",      "lbf",  "adt",     "tev", "report",
+      "check", "analysis", "exchange", "view", "library", "app"};
   return kNames.at(static_cast<std::size_t>(layer));
 }
 

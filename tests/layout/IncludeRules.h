@@ -10,8 +10,8 @@ namespace layout {
 
 /// The layers from the bottom to the top. A file may include headers of its own layer and of
 /// those below. Report, Check and Analysis are rooms that stand side by side on Tev: none sees
-/// another. Exchange stands on Analysis and sees neither of the others. What stands on all of them,
-/// as fuzzers and benchmarks do, is of layer Library.
+/// another. Exchange and View stand on Analysis and see none of the others. What stands on all of
+/// them, as fuzzers and benchmarks do, is of layer Library.
 enum class Layer {
   None,
   Util,
@@ -23,6 +23,7 @@ enum class Layer {
   Check,
   Analysis,
   Exchange,
+  View,
   Library,
   App
 };

@@ -51,15 +51,18 @@ TEST(IncludeRules, RoomsThatStandSideBySide_DoNotSeeEachOther) {
   }
 }
 
-TEST(IncludeRules, Exchange_SeesTheAnalysisAndNoOtherRoom) {
-  for (const std::string room : {"TevInfo", "Check", "Analysis"}) {
-    EXPECT_EQ(
-        FaultsIn("src/Lbt/Tev/Exchange/Y.cpp", "#include \"Lbt/Tev/" + room + "/X.h\"").size(),
-        room == "Analysis" ? 0U : 1U)
-        << room;
-    EXPECT_EQ(
-        FaultsIn("src/Lbt/Tev/" + room + "/Y.cpp", "#include \"Lbt/Tev/Exchange/X.h\"").size(), 1U)
-        << room;
+TEST(IncludeRules, ExchangeAndView_SeeTheAnalysisAndNoOtherRoom) {
+  for (const std::string upper : {"Exchange", "View"}) {
+    const std::string other = upper == "View" ? "Exchange" : "View";
+    for (const std::string& room :
+         {std::string("TevInfo"), std::string("Check"), std::string("Analysis"), other}) {
+      const auto faults = [](const std::string& of, const std::string& included) {
+        return FaultsIn("src/Lbt/Tev/" + of + "/Y.cpp", "#include \"Lbt/Tev/" + included + "/X.h\"")
+            .size();
+      };
+      EXPECT_EQ(faults(upper, room), room == "Analysis" ? 0U : 1U) << upper << ' ' << room;
+      EXPECT_EQ(faults(room, upper), 1U) << upper << ' ' << room;
+    }
   }
 }
 

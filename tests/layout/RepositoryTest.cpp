@@ -14,7 +14,7 @@
 namespace layout {
 namespace {
 
-constexpr std::array kFolders{"include", "src", "app", "python", "tests", "bench", "fuzz"};
+constexpr std::array kFolders{"include", "src", "app", "python", "tests", "bench", "fuzz", "view"};
 
 std::vector<std::string> AllSources() {
   std::vector<std::string> all;
@@ -63,7 +63,7 @@ TEST(Repository, EveryLayer_IsAmongTheFilesThatAreRead) {
   }
   EXPECT_EQ(seen, (std::set{Layer::None, Layer::Util, Layer::Log, Layer::Lbf, Layer::Adt,
                             Layer::Tev, Layer::Report, Layer::Check, Layer::Analysis,
-                            Layer::Exchange, Layer::Library, Layer::App}));
+                            Layer::Exchange, Layer::View, Layer::Library, Layer::App}));
 }
 
 TEST(Repository, EveryHeader_IsGuardedByPragmaOnce) {

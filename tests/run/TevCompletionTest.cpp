@@ -84,7 +84,7 @@ TEST_P(TevCompletion, Verbs_AreThoseOfTheHelp) {
   const std::set<std::string> found = Complete({"tev", ""});
   for (const char* verb :
        {"list", "info", "tree", "results", "values", "diff", "sets", "check", "blocks", "block",
-        "cdf", "export", "scan", "merge", "find", "summary", "query", "help"}) {
+        "cdf", "export", "view", "scan", "merge", "find", "summary", "query", "help"}) {
     EXPECT_TRUE(found.contains(verb)) << verb;
     EXPECT_EQ(Complete({"tev", "help", ""}).contains(verb), true) << verb;
   }
@@ -95,7 +95,8 @@ TEST_P(TevCompletion, Options_AreThoseOfTheVerb) {
       {"list", "--csv"},      {"info", "--stats"}, {"tree", "--storage"}, {"results", "--part"},
       {"values", "--format"}, {"diff", "--rtol"},  {"sets", "--jsonl"},   {"check", "--all"},
       {"blocks", "--json"},   {"block", "--raw"},  {"cdf", "--output"},   {"export", "--cells"},
-      {"scan", "--shard"},    {"find", "--above"}, {"summary", "--csv"},  {"query", "--jsonl"}};
+      {"scan", "--shard"},    {"find", "--above"}, {"summary", "--csv"},  {"query", "--jsonl"},
+      {"view", "--colours"}};
   const std::set<std::string> lists{"list", "info", "tree", "results", "check", "blocks", "scan"};
   for (const auto& [verb, option] : options) {
     const std::set<std::string> found = Complete({"tev", verb, "--"});

@@ -9,12 +9,18 @@
 #include <utility>
 #include <vector>
 
+#include "Lbt/Tev/Analysis/LoadedMesh.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
-#include "Lbt/Tev/Exchange/Cells.h"
 
 /// Out to other formats: numbers of a model as meshes with fields, exact in every float.
 namespace LbtTev::Exchange {
+
+using Analysis::CellRules;
+using Analysis::CellShape;
+using Analysis::LocationOn;
+using Analysis::RequireThreeCoordinates;
+using Analysis::TakenShapes;
 
 using PlaceInTime = std::optional<std::size_t>;  ///< a step by its index, or none
 
@@ -80,14 +86,6 @@ class Contents {
   bool hasTimes_ = false;
   std::map<std::pair<std::size_t, PlaceInTime>, std::vector<const Analysis::Field*>> fields_;
 };
-
-/// Where a field belongs on the mesh of a grid: Unknown where it has a value neither for each node
-/// nor for each element of it.
-[[nodiscard]] Analysis::Location LocationOn(const Analysis::MeshVariables& mesh,
-                                            const Analysis::Field& field);
-
-/// Throws "Model Error" where coordinates are not three for each point.
-void RequireThreeCoordinates(const Analysis::MeshVariables& mesh);
 
 /// A name that none in "used" has, which it joins: "name", else "name (2)" and so on.
 [[nodiscard]] std::string UniqueName(const std::string& name, std::map<std::string, int>& used);

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "Lbt/Tev/Exchange/Cells.h"
+#include "Lbt/Tev/Analysis/Cells.h"
 #include "Lbt/Tev/Exchange/Contents.h"
 
 /// What is written through HDF5, which is loaded when it is wanted: other work needs not wait for

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "Lbt/Tev/Exchange/Cells.h"
+#include "Lbt/Tev/Analysis/Cells.h"
 #include "Lbt/Tev/Exchange/Contents.h"
 #include "Lbt/Tev/Exchange/NumberType.h"
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-#include "Lbt/Tev/Exchange/Cells.h"
+#include "Lbt/Tev/Analysis/Cells.h"
 #include "Lbt/Tev/Exchange/Contents.h"
 
 /// XML files of VTK, of unstructured grids: each array stands inline as base64 of zlib-compressed

@@ -117,28 +117,6 @@ std::vector<std::string> Contents::PartNames() const {
   return names;
 }
 
-Location LocationOn(const MeshVariables& mesh, const Field& field) {
-  const bool fitsNodes =
-      mesh.coordinates != nullptr && field.count == Analysis::TuplesOf(mesh.coordinates->array);
-  const bool fitsElements = mesh.faces != nullptr && field.count == mesh.ElementCount();
-  if (field.components == 0 || (!fitsNodes && !fitsElements)) {
-    return Location::Unknown;
-  }
-  if (fitsNodes && fitsElements) {
-    return field.location == Location::Element ? Location::Element : Location::Node;
-  }
-  return fitsNodes ? Location::Node : Location::Element;
-}
-
-void RequireThreeCoordinates(const MeshVariables& mesh) {
-  if (mesh.coordinates->array.GetWidth() != 3) {
-    const std::string text = "A point has " + std::to_string(mesh.coordinates->array.GetWidth()) +
-                             " coordinates in place of 3";
-    Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ModelError, text.c_str(),
-                    "include/Lbt/Tev/Exchange/Contents");
-  }
-}
-
 std::string UniqueName(const std::string& name, std::map<std::string, int>& used) {
   std::string unique = name;
   for (int number = ++used[name]; number > 1; number = ++used[name]) {

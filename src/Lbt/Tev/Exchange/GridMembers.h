@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Arrays.h"
-#include "Lbt/Tev/Exchange/Cells.h"
+#include "Lbt/Tev/Analysis/Cells.h"
 #include "Lbt/Tev/Exchange/Contents.h"
 #include "PartMesh.h"
 

@@ -1,15 +1,12 @@
-// Checks the mesh of a part and goes through its elements.
+// Which ids the mesh of a part brings along, and the node sets of a model.
 
 #include "PartMesh.h"
-
-#include <exception>
 
 #include "Lbt/Log/Raise.h"
 #include "Lbt/Tev/Analysis/Facts.h"
 
 namespace LbtTev::Exchange {
 
-using Analysis::LoadedGroup;
 using Analysis::MeshVariables;
 
 namespace {
@@ -28,10 +25,6 @@ std::size_t IdsWanted(const MeshVariables& mesh, Analysis::Location of) {
 
 }  // namespace
 
-Analysis::WantedGroup WantedMesh(const MeshVariables& mesh) {
-  return {{mesh.coordinates}, {mesh.faces, true}, {mesh.lengths, true}};
-}
-
 std::size_t IdsTaken(const MeshVariables& mesh, Analysis::Location of) {
   const std::size_t wanted = IdsWanted(mesh, of);
   return IdsStored(mesh, of) < wanted ? 0 : wanted;
@@ -40,25 +33,6 @@ std::size_t IdsTaken(const MeshVariables& mesh, Analysis::Location of) {
 bool HasFewIds(const MeshVariables& mesh, Analysis::Location of) {
   const std::size_t stored = IdsStored(mesh, of);
   return stored != 0 && stored < IdsWanted(mesh, of);
-}
-
-LoadedMesh::LoadedMesh(const MeshVariables& mesh, const LoadedGroup& loaded)
-    : coordinates(loaded[0].Floats()),
-      hasFaces(mesh.faces != nullptr),
-      faces(loaded[1].Wholes()),
-      lengths(loaded[2].Wholes()) {
-  if (const std::exception_ptr failure = FailureOf(loaded); failure != nullptr) {
-    std::rethrow_exception(failure);
-  }
-  RequireThreeCoordinates(mesh);
-  coordinates = coordinates.first(Points() * 3);
-  if (hasFaces) {
-    Analysis::CheckFaces(Analysis::ExtentOf(faces, lengths), Points());
-  }
-}
-
-Analysis::UsedNodes LoadedMesh::Used() const {
-  return hasFaces ? Analysis::UsedNodes(faces, lengths, Points()) : Analysis::UsedNodes(Points());
 }
 
 std::vector<SortedSet> SortedSetsOf(const Tree& tree) {
@@ -80,14 +54,6 @@ std::vector<SortedSet> SortedSetsOf(const Tree& tree) {
 void RaiseNoMesh() {
   Lbt::Log::Raise(Lbt::Util::Exception::ErrorType::ModelError,
                   "No part has a mesh that can be read", "include/Lbt/Tev/Exchange/Contents");
-}
-
-TakenShapes ShapesOf(const LoadedMesh& mesh, const CellRules& rules) {
-  TakenShapes taken;
-  ForCells(mesh, rules, [&](CellShape shape, std::span<const unsigned int> nodes) {
-    ++taken[{nodes.size(), shape}];
-  });
-  return taken;
 }
 
 }  // namespace LbtTev::Exchange

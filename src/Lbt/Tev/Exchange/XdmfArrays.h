@@ -11,7 +11,7 @@
 
 #include "Hdf5File.h"
 #include "Lbt/Tev/Analysis/Arrays.h"
-#include "Lbt/Tev/Exchange/Cells.h"
+#include "Lbt/Tev/Analysis/Cells.h"
 #include "Lbt/Tev/Exchange/Contents.h"
 #include "Lbt/Tev/Exchange/NumberType.h"
 #include "PartMesh.h"

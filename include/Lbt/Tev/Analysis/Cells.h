@@ -10,7 +10,7 @@
 
 /// What the elements of a mesh become in other formats. A model tells the nodes of an element and
 /// no type.
-namespace LbtTev::Exchange {
+namespace LbtTev::Analysis {
 
 /// The type of a cell, by its code in VTK.
 enum class CellShape : std::uint8_t {
@@ -74,4 +74,4 @@ class CellRules {
 /// How many elements of so many nodes were taken for a shape.
 using TakenShapes = std::map<std::pair<std::size_t, CellShape>, std::size_t>;
 
-}  // namespace LbtTev::Exchange
+}  // namespace LbtTev::Analysis

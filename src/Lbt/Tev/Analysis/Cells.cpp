@@ -1,6 +1,6 @@
 // Decides which type of cell an element becomes.
 
-#include "Lbt/Tev/Exchange/Cells.h"
+#include "Lbt/Tev/Analysis/Cells.h"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 #include <iterator>
 #include <system_error>
 
-namespace LbtTev::Exchange {
+namespace LbtTev::Analysis {
 
 namespace {
 
@@ -65,7 +65,8 @@ Vector Difference(std::span<const float, 3> to, std::span<const float, 3> from) 
           static_cast<double>(to[2]) - static_cast<double>(from[2])};
 }
 
-double Length(const Vector& v) { return std::hypot(v[0], v[1], v[2]); }
+/// Of floats: neither too large nor too small for a double.
+double SquareOf(const Vector& v) { return v[0] * v[0] + v[1] * v[1] + v[2] * v[2]; }
 
 /// Whether an element is the solid that one of its number of nodes may be. The tetrahedra of real
 /// meshes, slivers included, are above 1e-3; four nodes of a quad are below 1e-6.
@@ -92,9 +93,9 @@ double Flatness(std::span<const float, 3> a, std::span<const float, 3> b,
   const double determinant = u[0] * (v[1] * w[2] - v[2] * w[1]) -
                              u[1] * (v[0] * w[2] - v[2] * w[0]) +
                              u[2] * (v[0] * w[1] - v[1] * w[0]);
-  const double longest = std::max({Length(u), Length(v), Length(w), Length(Difference(c, b)),
-                                   Length(Difference(d, b)), Length(Difference(d, c))});
-  return longest == 0 ? 0 : std::abs(determinant) / (longest * longest * longest);
+  const double square = std::max({SquareOf(u), SquareOf(v), SquareOf(w), SquareOf(Difference(c, b)),
+                                  SquareOf(Difference(d, b)), SquareOf(Difference(d, c))});
+  return square == 0 ? 0 : std::abs(determinant) / (square * std::sqrt(square));
 }
 
 std::string CellRules::Set(std::string_view text) {
@@ -147,4 +148,4 @@ CellShape CellRules::ShapeOf(std::span<const unsigned int> nodes,
   return isSolid ? guess->shape : SurfaceOf(nodes.size());
 }
 
-}  // namespace LbtTev::Exchange
+}  // namespace LbtTev::Analysis

@@ -5,9 +5,9 @@
 #include <numeric>
 #include <vector>
 
-#include "Lbt/Tev/Exchange/Cells.h"
+#include "Lbt/Tev/Analysis/Cells.h"
 
-namespace LbtTev::Exchange {
+namespace LbtTev::Analysis {
 namespace {
 
 /// The corners of a cube of edge 1 in the order of a hexahedron: bottom, then top.
@@ -91,4 +91,4 @@ TEST(Flatness, IsSixVolumesInCubesOfTheLongestEdge) {
 }
 
 }  // namespace
-}  // namespace LbtTev::Exchange
+}  // namespace LbtTev::Analysis

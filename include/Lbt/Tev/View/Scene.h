@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <exception>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Lbt/Tev/Analysis/Cells.h"
+#include "Lbt/Tev/Analysis/Model.h"
+#include "Lbt/Tev/View/Skin.h"
+#include "Lbt/Tev/View/Values.h"
+
+namespace LbtTev::View {
+
+/// What of a model is shown at once. The model must outlive it.
+struct Shot {
+  std::vector<std::size_t> parts{};
+  std::optional<std::string> result{};  ///< none: the parts alone
+  Component component{};
+  std::optional<std::size_t> step{};  ///< a field without a step stands for what a step lacks
+  Analysis::CellRules cells{};
+};
+
+/// A part with its numbers.
+struct ShownPart {
+  std::size_t part = 0;
+  PartSkin skin{};
+  Analysis::Location location = Analysis::Location::Unknown;  ///< of the numbers
+  std::vector<float> values{};  ///< of nodes or elements; empty where the part has none
+};
+
+/// A number that is marked, where it is.
+struct Mark {
+  std::array<double, 3> point{};  ///< a node, or the middle of an element's nodes
+  Range::End end{};
+};
+
+/// What was found for a shot.
+struct Scene {
+  std::vector<ShownPart> parts{};  ///< those with a mesh that could be read
+  std::optional<Range> range{};    ///< of the numbers, as the statistics of their fields have it
+  std::optional<Mark> min{};       ///< of these
+  std::optional<Mark> max{};
+};
+
+/// Takes what could not be read of a shot and is left out.
+struct SceneListener {
+  std::function<void(std::size_t part, const std::exception_ptr& failure)> meshFailed;
+  std::function<void(const Analysis::FieldOfPart& field, const std::exception_ptr& failure)>
+      fieldFailed;
+};
+
+/// The last step at which any of these parts has the result; without a result, the last step of the
+/// model. None where there is none.
+[[nodiscard]] std::optional<std::size_t> LastStep(const Analysis::Model& model,
+                                                  const std::vector<std::size_t>& parts,
+                                                  const std::optional<std::string>& result);
+
+/// Loads what a shot shows. A field that has a value neither for each node nor for each element of
+/// its part, or that lacks the component, is left out. Throws on a lack of memory, and what
+/// "listener" throws.
+[[nodiscard]] Scene GatherScene(const Analysis::Model& model, const Shot& shot,
+                                const SceneListener& listener);
+
+}  // namespace LbtTev::View

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "Lbt/Tev/Analysis/LoadedMesh.h"
+
+namespace LbtTev::View {
+
+/// For each element of a mesh with faces the sides, as bits in the order of FacesOf, that no other
+/// solid has.
+using OuterSides = std::vector<unsigned char>;
+
+/// Takes time in proportion to the mesh, but for nodes that very many faces share. A corner that an
+/// element names again does not count, and a side with fewer than three others is none; of sides of
+/// one element with the same corners the first counts.
+[[nodiscard]] OuterSides OuterSidesOf(const Analysis::LoadedMesh& mesh,
+                                      std::span<const Analysis::CellShape> shapes);
+
+}  // namespace LbtTev::View

@@ -1,0 +1,399 @@
+// Puts the meshes and values of a model on a page.
+
+#include "Lbt/Tev/View/PageContents.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <map>
+#include <memory>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+#include "Lbt/Tev/Analysis/FileOrder.h"
+#include "Lbt/Tev/Analysis/LoadedMesh.h"
+#include "Lbt/Tev/View/Skin.h"
+#include "SharedMesh.h"
+#include "StepRange.h"
+
+namespace LbtTev::View {
+
+namespace {
+
+using Analysis::LoadedGroup;
+using Analysis::Location;
+using Analysis::MeshOfPart;
+using Analysis::MeshVariables;
+
+constexpr std::uint32_t kNoPoint = std::numeric_limits<std::uint32_t>::max();
+
+std::vector<std::int32_t> Wholes(std::span<const std::size_t> numbers) {
+  std::vector<std::int32_t> wholes(numbers.size());
+  std::ranges::transform(numbers, wholes.begin(),
+                         [](std::size_t number) { return static_cast<std::int32_t>(number); });
+  return wholes;
+}
+
+template <class Take>
+void ForExtremes(const Analysis::Statistics& statistics, const Take& take) {
+  const auto both = [&take](const Analysis::Figures& figures) {
+    if (figures.finite != 0) {
+      take(figures.min.index);
+      take(figures.max.index);
+    }
+  };
+  std::ranges::for_each(statistics.components, both);
+  if (statistics.magnitude) {
+    both(*statistics.magnitude);
+  }
+}
+
+class Filling {
+ public:
+  Filling(const Analysis::Model& model, std::span<const FieldWithStatistics> fields,
+          const Analysis::CellRules& rules, const PageStyle& style, Page& page)
+      : model_(&model), fields_(fields), rules_(&rules), style_(style), page_(&page) {
+    contents_.meshes.resize(model.Parts().size());
+    contents_.fields.resize(fields.size());
+    contents_.taken.resize(model.Parts().size());
+  }
+
+  void FindMeshes() {
+    constexpr std::array<Analysis::MeshRole, 3> kRoles{&LbtTev::MeshVariables::coordinates,
+                                                       &LbtTev::MeshVariables::faces,
+                                                       &LbtTev::MeshVariables::lengths};
+    Analysis::RepeatedRows rows(*model_);
+    for (std::size_t part = 0; part < model_->Parts().size(); ++part) {
+      for (const auto step : model_->StepsWith(model_->Parts()[part], kRoles)) {
+        rows.Add(part, "");
+        MeshOfPart mesh{part, step, model_->MeshAt(model_->Parts()[part], step)};
+        if (mesh.mesh.coordinates != nullptr) {
+          SharedMesh& shared = shared_[MeshKeyOf(mesh.mesh)];
+          shared.first = mesh;
+          meshes_.push_back(mesh);
+          sharedOf_.push_back(&shared);
+          placeOf_[{part, step}] = meshes_.size() - 1;
+        }
+      }
+    }
+  }
+
+  /// Extremes that are marked lie at points of the page, also where these are inside.
+  void FindMarks() {
+    for (const FieldWithStatistics& each : fields_) {
+      SharedMesh* mesh = MeshOf(each);
+      if (mesh != nullptr && each.statistics) {
+        auto& marked = LocationOf(each, *mesh) == Location::Element ? mesh->elements : mesh->marked;
+        ForExtremes(*each.statistics, [&marked](std::size_t index) { marked.insert(index); });
+      }
+    }
+    FindNodesOfElements();
+  }
+
+  void AddSkins(
+      const std::function<void(const MeshOfPart&, const std::exception_ptr&)>& meshFailed) {
+    GatherSkins(*model_, meshes_, *rules_,
+                [&](std::size_t place, const PartSkin& skin, const std::exception_ptr& failure) {
+                  const std::size_t part = meshes_[place].part;
+                  if (failure != nullptr) {
+                    meshFailed(meshes_[place], failure);
+                    return;
+                  }
+                  if (contents_.taken[part].empty()) {
+                    contents_.taken[part] = skin.taken;
+                  }
+                  if (!sharedOf_[place]->isThere) {
+                    AddSkin(*sharedOf_[place], skin);
+                  }
+                });
+  }
+
+  void AddNumbers() {
+    std::vector<Analysis::WantedGroup> wanted;
+    std::vector<std::function<void(const LoadedGroup&)>> takes;
+    for (auto& [key, mesh] : shared_) {
+      if (mesh.isThere) {
+        wanted.push_back({Analysis::WantedIds(mesh.first.mesh.nodeIds),
+                          Analysis::WantedIds(mesh.first.mesh.elementIds)});
+        takes.emplace_back(
+            [this, &shared = mesh](const LoadedGroup& loaded) { AddIds(shared, loaded); });
+      }
+    }
+    for (std::size_t i = 0; i < fields_.size(); ++i) {
+      const SharedMesh* mesh = MeshOf(fields_[i]);
+      if (mesh != nullptr && mesh->isThere && LocationOf(fields_[i], *mesh) != Location::Unknown) {
+        wanted.push_back({{.variable = fields_[i].field.field->variable, .mayStayStored = true}});
+        takes.emplace_back(
+            [this, i, mesh](const LoadedGroup& loaded) { AddField(i, *mesh, loaded[0]); });
+      }
+    }
+    Analysis::LoadInFileOrder(
+        {&model_->GetTree(), wanted},
+        [&takes](std::size_t place, const LoadedGroup& loaded) { takes[place](loaded); });
+  }
+
+  /// Fields of one result are kept in the order of their steps, and by one range.
+  void AddValues() {
+    using Key = std::tuple<const SharedMesh*, std::size_t, std::string_view, std::size_t, bool>;
+    std::map<Key, std::vector<std::size_t>> results;
+    for (const auto& [place, values] : values_) {
+      const Analysis::FieldOfPart& each = fields_[place].field;
+      results[{MeshOf(fields_[place]), each.part, each.field->result, values.size(),
+               contents_.fields[place]->ofFaces}]
+          .push_back(place);
+    }
+    for (auto& [key, places] : results) {
+      std::ranges::stable_sort(
+          places, {}, [this](std::size_t place) { return fields_[place].field.field->step; });
+      for (std::size_t component = 0; component < std::get<3>(key); ++component) {
+        AddComponent(places, component);
+      }
+    }
+  }
+
+  [[nodiscard]] PageContents Result() {
+    for (std::size_t i = 0; i < meshes_.size(); ++i) {
+      if (sharedOf_[i]->isThere) {
+        PageMesh& mesh = contents_.meshes[meshes_[i].part].emplace_back(sharedOf_[i]->page);
+        mesh.step = meshes_[i].step;
+      }
+    }
+    return std::move(contents_);
+  }
+
+ private:
+  /// The mesh that a field is shown on: that of its step, else the one without, else the first.
+  [[nodiscard]] SharedMesh* MeshOf(const FieldWithStatistics& each) const {
+    auto found = placeOf_.find({each.field.part, each.field.field->step});
+    found = found == placeOf_.end() ? placeOf_.find({each.field.part, std::nullopt}) : found;
+    found = found == placeOf_.end() ? placeOf_.lower_bound({each.field.part, std::nullopt}) : found;
+    return found == placeOf_.end() || found->first.first != each.field.part
+               ? nullptr
+               : sharedOf_[found->second];
+  }
+
+  [[nodiscard]] static Location LocationOf(const FieldWithStatistics& each,
+                                           const SharedMesh& mesh) {
+    return Analysis::LocationOn(mesh.first.mesh, *each.field.field);
+  }
+
+  void FindNodesOfElements() {
+    std::vector<Analysis::WantedGroup> wanted;
+    std::vector<SharedMesh*> meshes;
+    for (auto& [key, mesh] : shared_) {
+      if (!mesh.elements.empty() && mesh.first.mesh.faces != nullptr) {
+        wanted.push_back(Analysis::WantedMesh(mesh.first.mesh));
+        meshes.push_back(&mesh);
+      }
+    }
+    Analysis::LoadInFileOrder(
+        {&model_->GetTree(), wanted}, [&meshes](std::size_t place, const LoadedGroup& loaded) {
+          if (Analysis::FailureOf(loaded) == nullptr) {
+            TakeElements(*meshes[place], loaded[1].Wholes(), loaded[2].Wholes());
+          }
+        });
+  }
+
+  static void TakeElements(SharedMesh& mesh, std::span<const unsigned int> faces,
+                           std::span<const unsigned int> lengths) {
+    std::size_t next = 0;
+    for (std::size_t element = 0; element < lengths.size(); ++element) {
+      const std::size_t length = lengths[element];
+      if (length > faces.size() - next) {
+        return;  // damage, which whoever takes the mesh tells of
+      }
+      if (mesh.elements.contains(element)) {
+        const auto nodes = faces.subspan(next, length);
+        mesh.nodesOf[element].assign(nodes.begin(), nodes.end());
+        mesh.marked.insert(nodes.begin(), nodes.end());
+      }
+      next += length;
+    }
+  }
+
+  void AddSkin(SharedMesh& mesh, const PartSkin& part) {
+    const std::span<const float> coordinates(*part.coordinates);
+    const Skin& skin = *part.skin;
+    std::vector<std::uint32_t> pointOf(coordinates.size() / 3, kNoPoint);
+    const auto use = [&pointOf](std::size_t node) {
+      if (node < pointOf.size()) {
+        pointOf[node] = 0;
+      }
+    };
+    std::ranges::for_each(mesh.marked, use);
+    for (std::size_t face = 0; face < skin.Faces(); ++face) {
+      std::ranges::for_each(skin.OutlineOf(face), use);
+    }
+    std::vector<float> xyz;
+    for (std::size_t node = 0; node < pointOf.size(); ++node) {
+      if (pointOf[node] != kNoPoint) {
+        pointOf[node] = static_cast<std::uint32_t>(mesh.points.size());
+        mesh.points.push_back(node);
+        const auto tuple = coordinates.subspan(3 * node, 3);
+        xyz.insert(xyz.end(), tuple.begin(), tuple.end());
+      }
+    }
+    mesh.page.xyz = page_->AddFloats(xyz);
+    AddFaces(mesh, skin, pointOf);
+    mesh.isThere = true;
+  }
+
+  void AddFaces(SharedMesh& mesh, const Skin& skin, std::span<const std::uint32_t> pointOf) {
+    std::vector<std::int32_t> nodes;
+    std::vector<std::int32_t> lengths;
+    std::vector<std::int32_t> triangles;
+    const auto add = [&pointOf](std::vector<std::int32_t>& list, std::span<const unsigned int> of) {
+      for (const unsigned int node : of) {
+        list.push_back(static_cast<std::int32_t>(pointOf[node]));
+      }
+    };
+    for (std::size_t face = 0; face < skin.Faces(); ++face) {
+      const auto outline = skin.OutlineOf(face);
+      if (outline.empty()) {
+        continue;
+      }
+      mesh.faces.push_back(skin.ElementOf(face));
+      lengths.push_back(static_cast<std::int32_t>(outline.size()));
+      add(nodes, outline);
+      if (outline.size() > 3) {
+        for (const Skin::Triangle& triangle : skin.TrianglesOf(face)) {
+          add(triangles, triangle);
+        }
+      }
+    }
+    mesh.page.nodes = page_->AddWholes(nodes);
+    mesh.page.lengths = page_->AddWholes(lengths);
+    mesh.page.triangles = page_->AddWholes(triangles);
+  }
+
+  void AddIds(SharedMesh& mesh, const LoadedGroup& loaded) {
+    const auto add = [this](const Analysis::LoadedArray& ids, std::span<const std::size_t> places,
+                            bool& hasIds) {
+      const Analysis::FloatTuples tuples =
+          ids.failure == nullptr ? ids.Tuples(1) : Analysis::FloatTuples();
+      std::vector<std::int32_t> numbers = Wholes(places);
+      hasIds = !places.empty() && *std::ranges::max_element(places) < tuples.Count();
+      for (std::size_t i = 0; hasIds && i < places.size(); ++i) {
+        numbers[i] = *Analysis::IdAt(tuples, places[i]);
+      }
+      return page_->AddWholes(numbers);
+    };
+    mesh.page.nodeIds = add(loaded[0], mesh.points, mesh.page.hasNodeIds);
+    mesh.page.faceIds = add(loaded[1], mesh.faces, mesh.page.hasElementIds);
+  }
+
+  void AddField(std::size_t place, const SharedMesh& mesh, const Analysis::LoadedArray& loaded) {
+    if (loaded.failure != nullptr) {
+      return;
+    }
+    const std::size_t width = fields_[place].field.field->components;
+    const Analysis::FloatTuples tuples = loaded.Tuples(width);
+    PageField field;
+    field.ofFaces = LocationOf(fields_[place], mesh) == Location::Element;
+    const auto& places = field.ofFaces ? mesh.faces : mesh.points;
+    std::vector<float> all(tuples.Count());
+    for (std::size_t component = 0; component < width; ++component) {
+      tuples.ReadComponent(component, 0, all);
+      std::vector<float> values;
+      values.reserve(places.size());
+      std::ranges::transform(places, std::back_inserter(values),
+                             [&all](std::size_t at) { return at < all.size() ? all[at] : NAN; });
+      values_[place].push_back(std::move(values));
+    }
+    AddMarks(field, mesh, fields_[place].statistics);
+    contents_.fields[place] = std::move(field);
+  }
+
+  /// One component of all fields of a result.
+  void AddComponent(std::span<const std::size_t> places, std::size_t component) {
+    StepRange range;
+    for (const std::size_t place : places) {
+      range.Take(values_[place][component]);
+    }
+    std::vector<std::uint16_t> before;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+      const std::vector<float>& values = values_[places[i]][component];
+      PageField& field = *contents_.fields[places[i]];
+      if (style_.isExact) {
+        field.components.push_back({.data = page_->AddFloats(values)});
+        continue;
+      }
+      std::vector<std::uint16_t> steps = range.StepsOf(values);
+      field.components.push_back({.data = page_->AddSteps(steps, before),
+                                  .holes = HolesOf(values),
+                                  .min = range.Min(),
+                                  .max = range.Max()});
+      if (style_.isInTurn) {
+        field.before = i == 0 ? std::nullopt : std::optional(places[i - 1]);
+        before = std::move(steps);
+      }
+    }
+  }
+
+  [[nodiscard]] std::optional<Page::Block> HolesOf(std::span<const float> values) {
+    std::vector<std::int32_t> holes;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      if (!std::isfinite(values[i])) {
+        holes.push_back(static_cast<std::int32_t>(i));
+      }
+    }
+    return holes.empty() ? std::nullopt : std::optional(page_->AddWholes(holes));
+  }
+
+  static void AddMarks(PageField& field, const SharedMesh& mesh,
+                       const std::optional<Analysis::Statistics>& statistics) {
+    const auto pointsAt = [&](const Analysis::Figures& figures, std::size_t index) {
+      std::vector<std::size_t> points;
+      const auto nodes = mesh.nodesOf.find(index);
+      if (figures.finite != 0 && !field.ofFaces) {
+        points.push_back(mesh.PointOf(index));
+      } else if (figures.finite != 0 && nodes != mesh.nodesOf.end()) {
+        std::ranges::transform(nodes->second, std::back_inserter(points),
+                               [&mesh](std::size_t node) { return mesh.PointOf(node); });
+      }
+      return points;
+    };
+    const auto add = [&](const Analysis::Figures& figures) {
+      field.marks.push_back(
+          {pointsAt(figures, figures.min.index), pointsAt(figures, figures.max.index)});
+    };
+    if (statistics) {
+      std::ranges::for_each(statistics->components, add);
+      if (statistics->magnitude) {
+        add(*statistics->magnitude);
+      }
+    }
+  }
+
+  const Analysis::Model* model_;
+  std::span<const FieldWithStatistics> fields_;
+  const Analysis::CellRules* rules_;
+  PageStyle style_;
+  Page* page_;
+  PageContents contents_;
+  std::map<std::size_t, std::vector<std::vector<float>>> values_;  // by field and component
+  std::vector<MeshOfPart> meshes_;
+  std::vector<SharedMesh*> sharedOf_;  // of these
+  std::map<std::pair<std::size_t, std::optional<std::size_t>>, std::size_t> placeOf_;
+  std::map<MeshKey, SharedMesh> shared_;
+};
+
+}  // namespace
+
+PageContents FillPage(
+    const Analysis::Model& model, std::span<const FieldWithStatistics> fields,
+    const Analysis::CellRules& rules, const PageStyle& style, Page& page,
+    const std::function<void(const MeshOfPart&, const std::exception_ptr&)>& meshFailed) {
+  Filling filling(model, fields, rules, style, page);
+  filling.FindMeshes();
+  filling.FindMarks();
+  filling.AddSkins(meshFailed);
+  filling.AddNumbers();
+  filling.AddValues();
+  return filling.Result();
+}
+
+}  // namespace LbtTev::View

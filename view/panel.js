@@ -1,0 +1,335 @@
+// What the reader chooses, and what follows from it on the page.
+'use strict';
+
+class Panel extends Picking {
+  constructor(model, scene) {
+    super(model, scene);
+    this.shown = new Set(Panel.partsAtFirst(model));
+    this.results = model.results();
+    this.result = this.results[0] || null;
+    this.component = Panel.usualComponent(this.result);
+    this.step = Math.max(model.steps.length - 1, 0);
+    this.turn = 0;
+    this.playing = null;
+  }
+
+  /** Parts that are no cuts or surfaces through others; all where there are no others. */
+  static partsAtFirst(model) {
+    const places = model.parts.map((_, place) => place)
+      .filter((place) => model.view.parts[place].length > 0);
+    const own = places.filter((place) => model.parts[place].kind === 'part');
+    return own.length > 0 ? own : places;
+  }
+
+  /** The magnitude, -1, of what has one, else the first component. */
+  static usualComponent(result) {
+    return result && result.components === 3 ? -1 : 0;
+  }
+
+  get stepText() {
+    return this.model.steps.length > 0 ? this.model.steps[this.step] : null;
+  }
+
+  get colours() {
+    return this.model.view.colours[byId('cividis').checked ? 'cividis' : 'viridis'];
+  }
+
+  // --- Controls ---------------------------------------------------------------------------------
+
+  async start() {
+    this.fillControls();
+    this.listen();
+    await this.show();
+    this.scene.look('iso');
+  }
+
+  fillControls() {
+    const {model} = this;
+    byId('result').append(made('option', 'none', {value: ''}),
+      ...this.results.map((result, i) => made('option', result.name, {value: i})));
+    byId('result').value = this.result ? '0' : '';
+    this.fillComponents();
+    byId('step').max = Math.max(model.steps.length - 1, 0);
+    byId('step').value = this.step;
+    for (const id of ['step', 'play', 'step-back', 'step-on']) {
+      byId(id).disabled = model.steps.length < 2;
+    }
+    byId('views').append(...Object.keys(VIEWS).map((name) =>
+      made('button', name, {type: 'button', 'data-view': name})), made('button', 'Fit', {type: 'button', id: 'fit'}));
+    byId('parts').append(...model.parts.map((part, place) => this.partItem(part, place)));
+    const vectors = this.results.filter((result) => result.components === 3 && result.location !== 'element');
+    byId('displacement').append(...vectors.map((result) => made('option', result.name, {value: result.name})));
+    const usual = vectors.find((result) => /displ|deform/i.test(result.name));
+    byId('displacement').value = (usual || vectors[0] || {name: ''}).name;
+    byId('deformation').hidden = vectors.length === 0;
+    byId('controls').hidden = false;
+    byId('figure').hidden = false;
+  }
+
+  partItem(part, place) {
+    const box = made('input', '', {type: 'checkbox', 'data-part': place});
+    box.checked = this.shown.has(place);
+    box.disabled = this.model.view.parts[place].length === 0;
+    return made('li', made('label', [box, made('span', part.name === '' ? 'part ' + part.id : part.name)],
+      {title: part.kind + ', id ' + part.id}));
+  }
+
+  fillComponents() {
+    const width = this.result ? this.result.components || 1 : 0;
+    const names = Array.from({length: width}, (_, i) => [i, String(i + 1)]);
+    if (width === 3) {
+      names.unshift([-1, 'magnitude']);
+    }
+    byId('component').replaceChildren(...names.map(([value, name]) => made('option', name, {value})));
+    byId('component').disabled = names.length < 2;
+    byId('component').value = this.component;
+  }
+
+  listen() {
+    const on = (id, event, act) => byId(id).addEventListener(event, act);
+    const showing = (id, act) => on(id, 'change', () => { act(byId(id)); this.show(); });
+    byId('controls').addEventListener('submit', (event) => event.preventDefault());
+    showing('result', ({value}) => {
+      this.result = value === '' ? null : this.results[Number(value)];
+      this.component = Panel.usualComponent(this.result);
+      this.fillComponents();
+    });
+    showing('component', ({value}) => { this.component = Number(value); });
+    for (const id of ['range', 'cividis', 'marks', 'edges', 'deformed', 'scale']) {
+      showing(id, () => {});
+    }
+    showing('displacement', () => { byId('scale').value = ''; });
+    for (const id of ['range-min', 'range-max']) {
+      showing(id, () => { byId('range').value = 'typed'; });
+    }
+    on('step', 'input', () => this.goTo(Number(byId('step').value)));
+    on('step-back', 'click', () => this.goTo(this.step - 1));
+    on('step-on', 'click', () => this.goTo(this.step + 1));
+    on('play', 'click', () => this.play());
+    on('parts-all', 'click', () => this.showParts(() => true));
+    on('parts-none', 'click', () => this.showParts(() => false));
+    on('parts', 'change', () => this.showParts((box) => box.checked));
+    on('views', 'click', ({target}) => {
+      if (target.dataset.view) {
+        this.scene.look(target.dataset.view);
+      } else if (target.id === 'fit') {
+        this.scene.fit();
+      }
+    });
+    this.listenToScene();
+  }
+
+  listenToScene() {
+    let pressed = null;
+    const {canvas} = this.scene;
+    this.scene.drawn = () => this.placeMarks();
+    new ResizeObserver(() => this.scene.resize()).observe(byId('figure'));
+    canvas.addEventListener('pointerdown', (event) => { pressed = [event.clientX, event.clientY]; });
+    canvas.addEventListener('pointerup', (event) => {
+      if (pressed && Math.hypot(event.clientX - pressed[0], event.clientY - pressed[1]) < 4) {
+        const box = canvas.getBoundingClientRect();
+        this.pick(event.clientX - box.left, event.clientY - box.top);
+      }
+    });
+    document.addEventListener('keydown', (event) => this.key(event));
+  }
+
+  key(event) {
+    if (event.ctrlKey || event.metaKey || event.altKey || event.target.matches('input, select, button')) {
+      return;
+    }
+    const angle = Math.PI / 24;
+    const views = Object.keys(VIEWS);
+    const keys = {ArrowLeft: () => this.scene.turn(-angle, 0), ArrowRight: () => this.scene.turn(angle, 0),
+      ArrowUp: () => this.scene.turn(0, -angle), ArrowDown: () => this.scene.turn(0, angle),
+      '+': () => this.scene.zoom(1.2), '-': () => this.scene.zoom(1 / 1.2), f: () => this.scene.fit(),
+      ',': () => this.goTo(this.step - 1), '.': () => this.goTo(this.step + 1), ' ': () => this.play(),
+      n: () => this.focusMark()};
+    const isOfCanvas = event.key !== ' ' && !event.key.startsWith('Arrow');
+    if (!isOfCanvas && event.target !== this.scene.canvas) {
+      return;  // they scroll the page elsewhere
+    }
+    const act = keys[event.key.length === 1 ? event.key.toLowerCase() : event.key] ||
+      (views[event.key] && (() => this.scene.look(views[event.key])));
+    if (act) {
+      event.preventDefault();
+      act();
+    }
+  }
+
+  focusMark() {
+    const buttons = [...byId('overlay').children];
+    buttons[(buttons.indexOf(document.activeElement) + 1) % buttons.length]?.focus();
+  }
+
+  goTo(step) {
+    const last = this.model.steps.length - 1;
+    this.step = Math.min(Math.max(step, 0), Math.max(last, 0));
+    byId('step').value = this.step;
+    return this.show();
+  }
+
+  play() {
+    if (this.model.steps.length < 2) {
+      return;
+    }
+    const isStarting = this.playing === null;
+    byId('play').textContent = isStarting ? 'Stop' : 'Play';
+    byId('play').setAttribute('aria-pressed', String(isStarting));
+    clearTimeout(this.playing);
+    this.playing = null;
+    const on = async () => {
+      await this.goTo((this.step + 1) % this.model.steps.length);
+      if (this.playing !== null) {
+        this.playing = setTimeout(on, 250);
+      }
+    };
+    if (isStarting) {
+      this.playing = setTimeout(on, 0);
+    }
+  }
+
+  showParts(isShown) {
+    for (const box of byId('parts').querySelectorAll('input:not(:disabled)')) {
+      const place = Number(box.dataset.part);
+      box.checked = isShown(box);
+      this.shown[box.checked ? 'add' : 'delete'](place);
+    }
+    this.show();
+  }
+
+  // --- What is shown ----------------------------------------------------------------------------
+
+  /** Brings the page up to what is chosen. Of several calls at a time the last one counts. */
+  async show() {
+    const turn = ++this.turn;
+    document.body.dataset.asked = turn;
+    const scale = await this.scaleOfShape();
+    const range = this.range();
+    const parts = await Promise.all(this.model.parts.map((_, place) => this.numbersOf(place)));
+    if (turn !== this.turn) {
+      return;
+    }
+    this.scene.setColours(this.colours);
+    this.scene.setScale(scale);
+    parts.forEach((part, place) => {
+      const surface = this.scene.setMesh(place, part && part.mesh);
+      if (surface) {
+        surface.displace(part.displacement);
+        surface.colour(part.values, part.areOfFaces, range);
+      }
+    });
+    this.scene.setEdges(byId('edges').checked);
+    byId('step-text').textContent = this.stepText ?? 'none';
+    this.tellRange(range);
+    this.makeMarks();
+    this.drawChart();
+    this.scene.draw();
+    document.body.dataset.shown = turn;
+  }
+
+  /** The numbers of a part that is shown; null for another. */
+  async numbersOf(place) {
+    if (!this.shown.has(place)) {
+      return null;
+    }
+    const mesh = await this.model.mesh(place, this.stepText);
+    const id = this.model.parts[place].id;
+    const field = this.result ? this.model.field(id, this.result.name, this.stepText) : undefined;
+    const displacement = byId('deformed').checked
+      ? await this.model.components(this.model.field(id, byId('displacement').value, this.stepText)) : null;
+    return {mesh, values: await this.model.values(field, this.component),
+      areOfFaces: field !== undefined && this.model.view.values[field]?.ofFaces,
+      displacement: displacement && displacement.length === 3 ? displacement : null};
+  }
+
+  /** The figures of the parts that are shown, with the places of their fields, at a step. */
+  figuresAt(result, component, step) {
+    return [...this.shown].sort((a, b) => a - b).map((part) => {
+      const field = this.model.field(this.model.parts[part].id, result, step);
+      return {part, field, figures: this.model.figures(field, component)};
+    });
+  }
+
+  rangeOver(steps, result = this.result.name, component = this.component) {
+    return rangeOf(steps.flatMap((step) => this.figuresAt(result, component, step).map(({figures}) => figures)));
+  }
+
+  allSteps() {
+    const steps = this.model.info.steps.map(({text}) => text);
+    return steps.length > 0 ? steps : [null];
+  }
+
+  range() {
+    if (!this.result) {
+      return null;
+    }
+    const mode = byId('range').value;
+    const own = this.rangeOver(mode === 'step' ? [this.stepText] : this.allSteps());
+    if (mode !== 'typed') {
+      return own;
+    }
+    const typed = (id, other) => {
+      const text = byId(id).value.trim().replace(',', '.');
+      return text !== '' && Number.isFinite(Number(text)) ? Number(text) : other;
+    };
+    return {min: typed('range-min', own ? own.min : 0), max: typed('range-max', own ? own.max : 1)};
+  }
+
+  /** What displacements are multiplied with: as typed, else so that they can be seen. */
+  async scaleOfShape() {
+    if (!byId('deformed').checked) {
+      return 0;
+    }
+    const typed = Number(byId('scale').value.trim().replace(',', '.') || 'x');
+    if (Number.isFinite(typed)) {
+      return typed;
+    }
+    const largest = this.rangeOver(this.allSteps(), byId('displacement').value, -1);
+    const size = this.scene.box().getSize(new THREE.Vector3()).length();
+    const scale = roundScale(size, largest ? largest.max : 0);
+    byId('scale').value = scale;
+    return scale;
+  }
+
+  get shownName() {
+    const of = this.component < 0 ? ', magnitude' : this.result.components > 1 ? ', component ' + (this.component + 1) : '';
+    return this.result.name + of;
+  }
+
+  tellRange(range) {
+    showLegend(byId('legend'), range ? this.shownName : '', range, this.colours);
+    if (byId('range').value !== 'typed') {
+      byId('range-min').value = range ? range.min : '';
+      byId('range-max').value = range ? range.max : '';
+    }
+  }
+
+  drawChart() {
+    const points = this.result ? this.allSteps().map((text) => {
+      const range = this.rangeOver([text]);
+      const step = this.model.steps.indexOf(text);
+      return {text, value: range ? range.max : null, step: step < 0 ? null : step};
+    }) : [];
+    showChart(byId('chart'), this.result ? 'Maximum of ' + this.shownName + ' over the steps' : '', points,
+      this.step, (step) => this.goTo(step));
+  }
+}
+
+/** Called when the page is unpacked. */
+async function startPage(contents, blocks) {
+  const model = new PageModel(contents, blocks);
+  byId('subtitle').textContent = [contents.file, model.info.category, sizeText(model.info.bytes)]
+    .filter(Boolean).join(' · ');
+  byId('notes').append(...contents.view.notes.map((note) => made('li', note)));
+  showFacts(model, byId('facts'));
+  let scene;
+  try {
+    scene = new Scene(byId('canvas'));
+  } catch (error) {
+    byId('picture').hidden = false;
+    byId('notes').prepend(made('li', 'This browser shows nothing in three dimensions: ' + error.message));
+    return;
+  }
+  await new Panel(model, scene).start();
+}

@@ -1,0 +1,87 @@
+// The marks of the least and the greatest value, and what the page tells of a place.
+'use strict';
+
+const byId = (id) => document.getElementById(id);
+
+/** What the panel, which says what is shown, does with marks and picked places. */
+class Picking {
+  constructor(model, scene) {
+    this.model = model;
+    this.scene = scene;
+    this.marks = [];
+  }
+
+  makeMarks() {
+    this.marks = [];
+    if (this.result && byId('marks').checked) {
+      const rows = this.figuresAt(this.result.name, this.component, this.stepText);
+      const range = rangeOf(rows.map(({figures}) => figures));
+      if (range) {
+        this.marks.push(this.markOf('max', rows[range.maxPlace]), this.markOf('min', rows[range.minPlace]));
+      }
+    }
+    byId('overlay').replaceChildren(...this.marks.map(({button}) => button));
+  }
+
+  markOf(end, {part, field, figures}) {
+    const points = this.model.marks(field, this.component)?.[end] || [];
+    const name = end === 'max' ? 'Maximum' : 'Minimum';
+    const kind = this.model.fields[field].location;
+    const id = figures[end + 'At'] ?? '[' + figures[end + 'Index'] + ']';
+    const button = made('button', made('span', shortText(figures[end])), {type: 'button', class: 'mark ' + end,
+      'aria-label': name + ' of ' + this.shownName + ': ' + figures[end] + ' at ' + kind + ' ' + id});
+    button.addEventListener('click', () => {
+      const place = this.positionOf({part, points});
+      this.tell(part, name + ' of ' + this.shownName + ' = ' + figures[end], kind, id, place);
+    });
+    return {button, part, points};
+  }
+
+  /** The middle of the points of a mark, as the mesh has them, deformed where "scale" says so. */
+  positionOf({part, points}, scale = 0) {
+    const surface = this.scene.surfaces.get(part);
+    if (!surface || points.length === 0) {
+      return null;
+    }
+    const all = points.map((node) => surface.point(node, scale));
+    return [0, 1, 2].map((i) => all.reduce((sum, point) => sum + point[i], 0) / all.length);
+  }
+
+  placeMarks() {
+    for (const mark of this.marks) {
+      const position = this.positionOf(mark, this.scene.scale);
+      mark.button.hidden = position === null;
+      if (position) {
+        const [x, y] = this.scene.project(position);
+        mark.button.style.left = x + 'px';
+        mark.button.style.top = y + 'px';
+      }
+    }
+  }
+
+  tell(part, what, kind, id, position) {
+    const {name, id: partId} = this.model.parts[part];
+    const where = position ? ', at (' + position.map(shortText).join(', ') + ')' : '';
+    byId('picked').textContent = what + ', ' + kind + ' ' + id + ' of part "' + name + '" (id ' + partId + ')' + where;
+  }
+
+  async pick(x, y) {
+    const found = this.scene.pick(x, y);
+    if (!found) {
+      byId('picked').textContent = '';
+      return;
+    }
+    const surface = this.scene.surfaces.get(found.part);
+    const {mesh} = surface;
+    const field = this.result
+      ? this.model.field(this.model.parts[found.part].id, this.result.name, this.stepText) : undefined;
+    const ofFaces = field !== undefined && this.model.view.values[field]?.ofFaces;
+    const values = await this.model.values(field, this.component);
+    const id = ofFaces ? mesh.faceIds[found.face] : mesh.nodeIds[found.node];
+    const hasIds = ofFaces ? mesh.hasElementIds : mesh.hasNodeIds;
+    const value = values ? values[ofFaces ? found.face : found.node] : null;
+    const sign = this.model.view.exact ? ' = ' : ' ≈ ';
+    this.tell(found.part, this.result ? this.shownName + sign + shortText(value) : 'Picked',
+      ofFaces ? 'element' : 'node', hasIds ? id : '[' + id + ']', surface.point(found.node, 0));
+  }
+}
