@@ -82,7 +82,7 @@ struct CataloguedModel {
   bool isComplete = false;
   std::optional<Failure> failure{};
   std::optional<std::string> digest{};
-  bool hasRefusedRead = false;  ///< the system did: what failed tells nothing of the file
+  bool mayPass = false;  ///< something failed that tells nothing of the file
 
   std::vector<Part> parts{};
   std::vector<Step> steps{};

@@ -23,6 +23,7 @@ namespace {
 using namespace LbtTev::Analysis;
 
 constexpr std::int64_t kMagnitude = -1;
+constexpr const char* kCannotReadAll = "cannot read all of it";
 
 template <class T>
 std::optional<std::int64_t> Whole(const std::optional<T>& number) {
@@ -52,9 +53,7 @@ void TakeParts(const Model& model, const LostData& lost, CataloguedModel& row) {
       taken.elements = static_cast<std::int64_t>(part.elements);
     }
   }
-  row.partCount = lost.hasRecords && row.parts.empty()
-                      ? std::nullopt
-                      : std::optional(static_cast<std::int64_t>(row.parts.size()));
+  row.partCount = Whole(UnlessLost(lost.hasRecords, row.parts.size(), row.parts.size()));
 }
 
 void TakeFacts(const LbtTev::Tree& tree, const Model& model, const LostData& lost,
@@ -168,10 +167,9 @@ void TakeDigest(const Model& model, const AnswerWriter& writer, CataloguedModel&
 
 void TakeFindings(const std::string& source, CataloguedModel& row) {
   using LbtTev::Check::Finding;
-  static_cast<void>(LbtTev::Check::CheckModel(source, [&row](const Finding& finding) {
-    const bool isDamage = SeverityOf(finding.kind) == Finding::Severity::Damage;
+  const auto result = LbtTev::Check::CheckModel(source, [&row](const Finding& finding) {
     CataloguedModel::Finding& taken = row.findings.emplace_back();
-    taken.severity = isDamage ? "damage" : "warning";
+    taken.severity = NameOf(SeverityOf(finding.kind));
     taken.kind = NameOf(finding.kind);
     if (finding.block) {
       taken.block = static_cast<std::int64_t>(finding.block->number);
@@ -180,7 +178,11 @@ void TakeFindings(const std::string& source, CataloguedModel& row) {
       taken.node = static_cast<std::int64_t>(finding.node->number);
     }
     taken.text = ShownName(OneLine(finding.text));
-  }));
+  });
+  if (result.hasRefusedRead) {
+    row.findings.clear();
+    throw Failure(FailureCode::IoError, kCannotReadAll);
+  }
 }
 
 /// What the values tell. The facts that there are stay where that fails.
@@ -204,9 +206,9 @@ void TakeModel(const Input& input, const ScanDepth& depth, AnswerWriter& writer,
     const Model model(tree);
     TakeFacts(tree, model, writer.Lost(), row);
     TakeValues(model, depth, writer, row);
-    row.hasRefusedRead = tree.GetFile().HasRefusedRead();
-    if (row.hasRefusedRead) {
-      writer.Fail({FailureCode::IoError, "cannot read all of it"});
+    row.mayPass = tree.GetFile().HasRefusedRead();
+    if (row.mayPass) {
+      writer.Fail({FailureCode::IoError, kCannotReadAll});
     }
   });
 }
@@ -230,7 +232,9 @@ CataloguedModel GatherCatalogued(const Input& input, std::string path, const Sca
     try {
       TakeFindings(input.source, row);
     } catch (...) {
-      writer.Fail(FailureOfCurrentException());  // the first failure counts
+      const Failure failure = FailureOfCheck(input.source);
+      writer.Fail(failure);  // the first failure counts
+      row.mayPass = row.mayPass || failure.Code() != FailureCode::UnsupportedVersion;
     }
   }
   row.path = std::move(path);

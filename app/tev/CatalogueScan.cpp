@@ -89,7 +89,7 @@ bool IsClosed(const Input& input) {
 
 /// Whether the next scan may fare better, though the file is the same.
 bool IsWorthAnotherTry(const CataloguedModel& model) {
-  if (model.hasRefusedRead) {
+  if (model.mayPass) {
     return true;
   }
   if (!model.failure) {
@@ -109,27 +109,25 @@ bool IsWorthAnotherTry(const CataloguedModel& model) {
 /// SQLite's locks away.
 class OwnFiles {
  public:
-  explicit OwnFiles(std::string catalogue) : catalogue_(std::move(catalogue)) {}
-
-  [[nodiscard]] bool Has(const std::string& path, const struct stat& status) const {
-    return std::ranges::any_of(kEndings,
-                               [&](std::string_view ending) {
-                                 struct stat own {};
-                                 return status.st_dev == device_ && path.ends_with(ending) &&
-                                        stat((catalogue_ + std::string(ending)).c_str(), &own) ==
-                                            0 &&
-                                        own.st_ino == status.st_ino;
-                               }) ||
-           (status.st_dev == device_ && status.st_ino == inode_);
-  }
-
-  /// To be called when the catalogue is there.
-  void Find() {
+  /// The catalogue is there.
+  explicit OwnFiles(std::string catalogue) : catalogue_(std::move(catalogue)) {
     struct stat own {};
     if (stat(catalogue_.c_str(), &own) == 0) {
       device_ = own.st_dev;
       inode_ = own.st_ino;
     }
+  }
+
+  [[nodiscard]] bool Has(const std::string& path, const struct stat& status) const {
+    if (status.st_dev != device_) {
+      return false;
+    }
+    return status.st_ino == inode_ || std::ranges::any_of(kEndings, [&](std::string_view ending) {
+             struct stat own {};
+             return path.ends_with(ending) &&
+                    stat((catalogue_ + std::string(ending)).c_str(), &own) == 0 &&
+                    own.st_ino == status.st_ino;
+           });
   }
 
  private:
@@ -153,9 +151,7 @@ class Scan {
         catalogue_(OpenToFill(order)),
         own_(order.catalogue),
         batch_(std::in_place, catalogue_.GetDatabase()),
-        progress_(order.progress) {
-    own_.Find();
-  }
+        progress_(order.progress) {}
 
   ScanCounts Run() {
     try {

@@ -114,27 +114,6 @@ std::optional<Failure> FailureOf(const CheckResult& result) {
   }
 }
 
-/// The failure that an exception out of a check of the file at "path" is: damage is told by
-/// findings, never so.
-Failure FailureOfCheck(const std::string& path) {
-  Failure failure = FailureOfCurrentException();
-  if (failure.Code() != FailureCode::Damaged) {
-    return failure;
-  }
-  try {
-    throw;
-  } catch (const Lbt::Util::Exception& exception) {
-    if (exception.GetType() == Lbt::Util::Exception::ErrorType::UnknownVersion) {
-      LbtLbf::LbFile file;
-      file.OpenFile(path, "rb");
-      return VersionFailure(file);
-    }
-  } catch (...) {
-    return {FailureCode::IoError, failure.what()};
-  }
-  return {FailureCode::IoError, failure.what()};
-}
-
 /// Checks the file of an input. What the check throws makes it unreadable.
 Outcome CheckInput(const Input& input, const LbtTev::Check::FindingSink& sink, Limit limit,
                    Progress& progress) {
@@ -171,9 +150,8 @@ void WriteNamed(const char* name, const std::optional<NumberedName>& named, cons
 
 /// Only single values become Json: freeing any other may take memory, and there may be none.
 void WriteObject(const Finding& finding, JsonWriter& json) {
-  const bool isDamage = SeverityOf(finding.kind) == Finding::Severity::Damage;
   json.OpenObject();
-  json.Member("severity", isDamage ? "damage" : "warning");
+  json.Member("severity", NameOf(SeverityOf(finding.kind)));
   json.Member("kind", std::string(NameOf(finding.kind)));
   json.Key("block");
   json.Value(finding.block ? Json(finding.block->number) : Json(nullptr));

@@ -97,3 +97,22 @@ Failure FailureOfCurrentException() {
     return {FailureCode::Damaged, "the first child of a shape is no geometry"};
   }
 }
+
+Failure FailureOfCheck(const std::string& path) {
+  Failure failure = FailureOfCurrentException();
+  if (failure.Code() != FailureCode::Damaged) {
+    return failure;
+  }
+  try {
+    throw;
+  } catch (const Lbt::Util::Exception& exception) {
+    if (exception.GetType() == Lbt::Util::Exception::ErrorType::UnknownVersion) {
+      LbtLbf::LbFile file;
+      file.OpenFile(path, "rb");
+      return VersionFailure(file);
+    }
+  } catch (...) {
+    return {FailureCode::IoError, failure.what()};
+  }
+  return {FailureCode::IoError, failure.what()};
+}

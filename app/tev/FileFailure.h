@@ -69,6 +69,10 @@ class OptionError : public UsageError {
 /// throws of itself means damage, unless memory is what lacks. Only for use in a handler.
 [[nodiscard]] Failure FailureOfCurrentException();
 
+/// The same of an exception out of a check of the file at "path": damage is told by findings, never
+/// so.
+[[nodiscard]] Failure FailureOfCheck(const std::string& path);
+
 /// That zlib refuses a block, whose name is shown as all names are.
 [[nodiscard]] std::string TextOnRefused(LbtLbf::NumberedBlock block);
 

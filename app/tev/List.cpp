@@ -39,12 +39,6 @@ struct Row {
   std::optional<StepRange> steps;
 };
 
-/// "value", which tells of "count" things: nothing, where there may have been some.
-template <class T>
-std::optional<T> UnlessLost(bool isAnyLost, std::size_t count, T value) {
-  return isAnyLost && count == 0 ? std::nullopt : std::optional(std::move(value));
-}
-
 Row RowOf(const LbtTev::Tree& tree, AnswerWriter& writer) {
   const Model model(tree);
   const RootFacts root = RootFactsOf(tree);

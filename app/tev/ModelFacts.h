@@ -6,6 +6,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Facts.h"
@@ -39,6 +40,12 @@ using PartCounts = std::vector<std::shared_ptr<const LbtTev::Analysis::ElementCo
 
 /// A name of the model as text for people shows it: empty ones in quotes, or nobody would see them.
 [[nodiscard]] std::string NameText(std::string_view name);
+
+/// "value", which tells of "count" things: nothing, where there may have been some.
+template <class T>
+[[nodiscard]] std::optional<T> UnlessLost(bool isAnyLost, std::size_t count, T value) {
+  return isAnyLost && count == 0 ? std::nullopt : std::optional(std::move(value));
+}
 
 /// The category; none where it is unknown since something is lost.
 [[nodiscard]] std::optional<std::string> CategoryOf(const LbtTev::Analysis::Model& model,

@@ -29,6 +29,7 @@ void TakeSignals() {
     struct sigaction action {};
     if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
       action.sa_handler = EndBySignal;
+      action.sa_flags = SA_RESTART;  // the file that is read right now is read to its end
       sigaction(number, &action, nullptr);
     }
   }

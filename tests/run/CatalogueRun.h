@@ -1,6 +1,12 @@
 #pragma once
 
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -8,6 +14,39 @@
 #include "support/SmallModel.h"
 
 namespace tevtest {
+
+/// Watches by which names files are opened in a folder.
+class OpenedNames {
+ public:
+  explicit OpenedNames(const std::string& folder)
+      : watch_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+    EXPECT_GE(inotify_add_watch(watch_, folder.c_str(), IN_OPEN), 0);
+  }
+  ~OpenedNames() { close(watch_); }
+  OpenedNames(const OpenedNames&) = delete;
+  OpenedNames& operator=(const OpenedNames&) = delete;
+
+  /// Those since the last call.
+  [[nodiscard]] std::set<std::string> Get() const {
+    std::set<std::string> names;
+    std::array<char, 65536> events{};
+    ssize_t size = 0;
+    while ((size = read(watch_, events.data(), events.size())) > 0) {
+      for (const char* at = events.data(); at < events.data() + size;) {
+        inotify_event event{};
+        std::memcpy(&event, at, sizeof event);
+        if (event.len != 0 && (event.mask & IN_ISDIR) == 0) {
+          names.insert(at + sizeof event);
+        }
+        at += sizeof event + event.len;
+      }
+    }
+    return names;
+  }
+
+ private:
+  int watch_;
+};
 
 /// Scans archives, and holds their catalogues to what the other verbs tell.
 class CatalogueRun : public TevRun {

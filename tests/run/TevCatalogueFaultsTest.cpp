@@ -124,23 +124,26 @@ TEST_F(TevCatalogueFaultsByCalls, FullDisk_IsNamedAndTheNextScanGoesOn) {
 }
 
 TEST_F(TevCatalogueFaultsByCalls, ReadThatIsRefused_IsTriedAgain) {
-  EXPECT_EQ(Scan("reference.db", {"--stats", "--hash"}).status, 0);
-  const std::string all = std::string(kAll).replace(7, 4, "digest, path");
+  fs::remove(dir / "archive/notes.txt");  // what cannot be read may be a model, and has a row
+  EXPECT_EQ(Scan("reference.db", {"--stats", "--hash", "--check"}).status, 0);
+  const std::string all = std::string(kAll).replace(
+      7, 4, "digest, (SELECT group_concat(text) FROM findings WHERE model_id = models.id), path");
   const std::string whole = Query("reference.db", all);
   long call = 1;
-  for (;; call += 7) {
+  for (;; call += 5) {
     SCOPED_TRACE(call);
     fs::remove(dir / "a.db");
-    const RunResult refused = Scan("a.db", {"--stats", "--hash"}, With("read-error", call));
+    const RunResult refused =
+        Scan("a.db", {"--stats", "--hash", "--check"}, With("read-error", call));
     if (!dir.Has("reached")) {
       break;
     }
     EXPECT_EQ(refused.status, 0) << refused.error;
-    const RunResult next = Scan("a.db", {"--stats", "--hash"});
+    const RunResult next = Scan("a.db", {"--stats", "--hash", "--check"});
     EXPECT_EQ(next.status, 0);
     EXPECT_EQ(Query("a.db", all), whole) << refused.error;
   }
-  EXPECT_GT(call, 7);
+  EXPECT_GT(call, 5);
 }
 
 TEST_F(TevCatalogueFaultsByCalls, FileThatChanges_IsAFailureUntilItStops) {

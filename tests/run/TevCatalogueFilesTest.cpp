@@ -1,11 +1,7 @@
 // Files and names that a scan has to be careful with: its own, those of others, and odd ones.
 
 #include <gtest/gtest.h>
-#include <sys/inotify.h>
-#include <unistd.h>
 
-#include <array>
-#include <cstring>
 #include <filesystem>
 #include <set>
 
@@ -24,24 +20,6 @@ class TevCatalogueFiles : public CatalogueRun {
   }
 };
 
-/// The names by which files were opened in the folder of a watch.
-std::set<std::string> OpenedNames(int watch) {
-  std::set<std::string> names;
-  alignas(inotify_event) std::array<char, 65536> events{};
-  ssize_t size = 0;
-  while ((size = read(watch, events.data(), events.size())) > 0) {
-    for (const char* at = events.data(); at < events.data() + size;) {
-      inotify_event event{};
-      std::memcpy(&event, at, sizeof event);
-      if (event.len != 0) {
-        names.insert(at + sizeof event);
-      }
-      at += sizeof event + event.len;
-    }
-  }
-  return names;
-}
-
 TEST_F(TevCatalogueFiles, CatalogueInTheArchive_IsNotOpenedAsAFile) {
   // To close a file that SQLite has open takes its locks away, also where it is opened anew.
   EXPECT_EQ(Scan("archive/c.db").status, 0);
@@ -51,13 +29,11 @@ TEST_F(TevCatalogueFiles, CatalogueInTheArchive_IsNotOpenedAsAFile) {
   EXPECT_EQ(again.status, 0);
   EXPECT_EQ(again.error, "");
   EXPECT_EQ(Files("archive/c.db", "has_check"), "name,has_check\na.tev,1\n");
-  const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-  ASSERT_GE(inotify_add_watch(watch, (dir / "archive").c_str(), IN_OPEN), 0);
+  const OpenedNames opened(dir / "archive");
   EXPECT_EQ(Scan("archive/c.db", {"--stats"}).status, 0);
-  const std::set<std::string> opened = OpenedNames(watch);
-  close(watch);
-  EXPECT_TRUE(opened.contains("a.tev"));
-  EXPECT_FALSE(opened.contains("other.db"));
+  const std::set<std::string> names = opened.Get();
+  EXPECT_TRUE(names.contains("a.tev"));
+  EXPECT_FALSE(names.contains("other.db"));
 }
 
 TEST_F(TevCatalogueFiles, ShardThatSomebodyReads_IsNotTornFromWhatItHolds) {

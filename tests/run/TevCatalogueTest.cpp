@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <set>
+#include <sstream>
 
 #include "run/CatalogueRun.h"
 
@@ -43,11 +46,32 @@ TEST_F(TevCatalogue, Shards_MakeTheSameCatalogue) {
   }
 }
 
+/// FNV-1a of 64 bits.
+std::uint64_t HashOf(const std::string& text) {
+  std::uint64_t hash = 0xcbf29ce484222325;
+  for (const char character : text) {
+    hash = (hash ^ static_cast<unsigned char>(character)) * 0x100000001b3;
+  }
+  return hash;
+}
+
 TEST_F(TevCatalogue, ShardOfAPath_IsItsHash) {
-  // FNV-1a of 64 bits: of "" it is the offset basis, of "a" 0xaf63dc4c8601ec8c.
+  ASSERT_EQ(HashOf("a"), 0xaf63dc4c8601ec8c);  // as it is published
   WriteArchive();
-  EXPECT_EQ(Run({"scan", "archive", "--catalogue", "s.db", "--shard", "1/3"}).status, 0);
-  EXPECT_FALSE(dir.Has("s.db.part"));
+  EXPECT_EQ(Scan("all.db").status, 0);
+  const std::string all = Query("all.db", "SELECT path FROM models ORDER BY path");
+  for (const std::uint64_t number : {0U, 1U, 2U}) {
+    const std::string shard = std::to_string(number) + "/3";
+    EXPECT_EQ(Scan("s.db", {"--shard", shard}).status, 0);
+    EXPECT_FALSE(dir.Has("s.db.part"));
+    std::istringstream lines(all);
+    std::string expected;
+    for (std::string line; std::getline(lines, line);) {
+      expected += line == "path" || HashOf(line) % 3 == number ? line + '\n' : "";
+    }
+    EXPECT_EQ(Query("s.db", "SELECT path FROM models ORDER BY path"), expected);
+    std::filesystem::remove(dir / "s.db");
+  }
   for (const char* wrong : {"3/3", "1/0", "x/2", "1", "-1/2", "1/2x"}) {
     const RunResult run = Run({"scan", "archive", "--catalogue", "t.db", "--shard", wrong});
     EXPECT_EQ(run.status, 1) << wrong;
@@ -59,7 +83,10 @@ TEST_F(TevCatalogue, UnchangedFiles_AreNotOpenedAgain) {
   WriteArchive();
   EXPECT_EQ(Run({"scan", "archive", "--catalogue", "a.db"}).status, 0);
   const std::string before = Query("a.db", "SELECT id, scanned_ns, gone FROM models");
+  const OpenedNames opened(dir / "archive");
   const RunResult again = Run({"scan", "archive", "--catalogue", "a.db"});
+  // What is no model is not known, and so looked at each time.
+  EXPECT_EQ(opened.Get(), std::set<std::string>{"notes.txt"});
   EXPECT_NE(again.output.find(": 0 read, "), std::string::npos) << again.output;
   EXPECT_EQ(again.error, "");
   EXPECT_EQ(Query("a.db", "SELECT id, scanned_ns, gone FROM models"), before);

@@ -46,6 +46,10 @@ class Comparison:
 
     def compare_facts(self, path, info, depth):
         model = self.model(path)
+        status = os.stat(path)
+        if model["mtime_ns"] is not None:
+            self.require(path, "stamp", (model["bytes"], model["mtime_ns"], model["inode"]),
+                         (status.st_size, status.st_mtime_ns, status.st_ino))
         self.require(path, "failure", model["failure_code"],
                      info["failure"] and info["failure"]["code"])
         self.require(path, "complete", bool(model["complete"]), info["complete"])
@@ -56,8 +60,12 @@ class Comparison:
                             ("category", "category"), ("nodes", "nodes"),
                             ("elements", "elements")):
             self.require(path, key, model[column], info[key])
-        self.require(path, "application", model["application"],
-                     info["programs"][-1]["name"] if info["programs"] else None)
+        program = info["programs"][-1] if info["programs"] else {}
+        self.require(path, "application", (model["application"], model["application_version"]),
+                     (program.get("name"), program.get("version")))
+        self.require(path, "modified", model["modified"],
+                     program.get("dateIso") or program.get("date"))
+        self.compare_words(path, model, info)
         self.require(path, "part count", model["part_count"], info["partCount"])
         stored = self.table("path, id, name, kind, nodes, elements", "parts", model, "rowid")
         self.require(path, "parts", [(json.loads(groups), *part) for groups, *part in stored],
@@ -72,6 +80,15 @@ class Comparison:
                       for result in info["results"]])
         self.require(path, "depth", (model["has_stats"], model["has_check"]),
                      (int(depth.stats), int(depth.check)))
+
+    def compare_words(self, path, model, info):
+        stored = self.rows.execute("SELECT title, parts, results FROM texts WHERE rowid = ?",
+                                   (model["id"],)).fetchall()
+        told = [info["title"] or "", *("\n".join(each["name"] for each in info[key])
+                                       for key in ("parts", "results"))]
+        has_none = info["title"] is None and not "".join(told).strip("\n")
+        self.require(path, "words", [[text.split() for text in row] for row in stored],
+                     [] if has_none else [[text.split() for text in told]])
 
     def compare_extremes(self, path, results):
         told = {}

@@ -78,6 +78,9 @@ struct Finding {
 [[nodiscard]] std::string_view NameOf(Finding::Kind kind);
 [[nodiscard]] Finding::Severity SeverityOf(Finding::Kind kind);
 
+/// "damage" or "warning".
+[[nodiscard]] std::string_view NameOf(Finding::Severity severity);
+
 /// Takes each finding as it is made. What it throws ends the check.
 using FindingSink = std::function<void(const Finding&)>;
 

@@ -34,6 +34,7 @@ struct CheckResult {
   std::uint64_t damages = 0;
   /// Whether nothing of the model can be had, since the header, the index or the tree is lost.
   bool isAllLost = false;
+  bool hasRefusedRead = false;    ///< the system did, so that findings may tell nothing of the file
   std::uint64_t lostStreams = 0;  ///< absent ones that another name may hide
   std::uint64_t lostBlocks = 0;
   std::uint64_t lostRecords = 0;

@@ -67,6 +67,10 @@ std::string_view NameOf(Kind kind) { return FactsOf(kind).name; }
 
 Severity SeverityOf(Kind kind) { return FactsOf(kind).severity; }
 
+std::string_view NameOf(Severity severity) {
+  return severity == Severity::Damage ? "damage" : "warning";
+}
+
 std::optional<std::uint64_t> FindingLog::Add(Finding finding) {
   if (!finding.cause && MayFollowFromABlock(finding.kind)) {
     finding.cause = CauseOf(finding);

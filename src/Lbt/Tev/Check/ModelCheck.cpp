@@ -144,7 +144,9 @@ CheckResult CheckModel(const std::string& path, const FindingSink& sink, Limit l
     CheckVersion(*version, log);
     ContentsCheck(tree, wideOffsets, log).Run();
   }
-  return log.Result();
+  CheckResult result = log.Result();
+  result.hasRefusedRead = tree.GetFile().HasRefusedRead();
+  return result;
 }
 
 }  // namespace LbtTev::Check
