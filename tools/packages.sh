@@ -76,6 +76,7 @@ has_parts_of() {
     libjs-three) [[ -f /usr/share/javascript/three/three.min.js ]] ;;
     chromium-driver) command -v chromedriver >/dev/null ;;
     python3-selenium) python3 -c 'import selenium' 2>/dev/null ;;
+    python3-pil) python3 -c 'import PIL' 2>/dev/null ;;
     nodejs) command -v node >/dev/null ;;
     fonts-dejavu-core) [[ -d /usr/share/fonts/truetype/dejavu ]] ;;
     libcairo2-dev) has_header cairo/cairo.h ;;

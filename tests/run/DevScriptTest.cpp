@@ -29,8 +29,9 @@ class DevScript : public ::testing::Test {
     for (const char* name : {"bash", "cat", "chmod", "cp", "dirname", "env", "find", "grep",
                              "mkdir", "mktemp", "nproc", "rm", "sed", "sort", "xargs"})
       LinkTool(name);
-    for (const char* name : {"cmake", "ctest", "clang-format", "clang-tidy", "gcovr", "python3",
-                             "ninja", "valgrind", "openssl", "slurmctld", "munge"})
+    for (const char* name :
+         {"cmake", "ctest", "clang-format", "clang-tidy", "gcovr", "python3", "ninja", "valgrind",
+          "openssl", "slurmctld", "munge", "chromium", "chromedriver", "node"})
       WriteTool(name, "exit 0");
     // Headers are looked for by a line of source.
     WriteTool("g++", "exec cat >/dev/null");
