@@ -2,7 +2,8 @@
 //
 //   bench_models DIRECTORY CASE...
 //
-// Cases: dump, other-dump, nodes, attributes, small-data, big-data, tiny, many, growth, hostile.
+// Cases: dump, other-dump, nodes, attributes, small-data, big-data, tiny, many, tetrahedra, growth,
+// hostile.
 
 #include <algorithm>
 #include <cmath>
@@ -10,12 +11,14 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "BentGrid.h"
 #include "support/ByteWriter.h"
 #include "support/HostileRows.h"
 #include "support/ModelWriter.h"
@@ -23,6 +26,8 @@
 namespace {
 
 using namespace tevtest;
+using bench::BentGrid;
+using bench::Point;
 namespace fs = std::filesystem;
 
 constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
@@ -171,6 +176,49 @@ void MakeMany(const fs::path& directory) {
   }
 }
 
+/// As many numbers for each node as "rule" gives of its point.
+template <class Rule>
+std::vector<float> NumbersAt(const std::vector<Point>& points, const Rule& rule) {
+  std::vector<float> numbers;
+  for (const Point& point : points) {
+    for (const double number : rule(point)) {
+      numbers.push_back(static_cast<float>(number));
+    }
+  }
+  return numbers;
+}
+
+Point DisplacementAt(const Point& point) {
+  const auto& [x, y, z] = point;
+  return {0.02 * std::sin(0.05 * x) * std::cos(0.03 * y), 0.03 * std::sin(0.04 * y + 0.02 * z),
+          1e-4 * z * z * std::cos(0.03 * x)};
+}
+
+/// 300,763 nodes and 1,724,976 tetrahedra with one result, shuffled and deflated.
+void MakeTetrahedra(const fs::path& path) {
+  constexpr std::uint32_t kCorners = 4;
+  const BentGrid grid(67);
+  const std::vector<Point> points = grid.Points();
+  const std::vector<std::uint32_t> corners = grid.Tetrahedra();
+  const std::size_t count = corners.size() / kCorners;
+  ModelWriter model;
+  const NodeRef group = model.AddGroup("Geometry", model.AddGroup("model", 0));
+  const NodeRef geometry = model.AddGeometry("Block", model.AddShape("Block", group));
+  model.AddVariable(geometry, Variable::Floats("Node Ids", kIds, 1, Ids(points.size())));
+  model.AddVariable(geometry, Variable::Floats("Coordinates", kCoordinates, 3,
+                                               NumbersAt(points, std::identity())));
+  model.AddVariable(geometry, Variable::Uints("Connectivity", kConnectivity, 1, corners));
+  model.AddVariable(geometry, Variable::Uints("Polylength", kPolylength, 1,
+                                              std::vector<std::uint32_t>(count, kCorners)));
+  model.AddVariable(geometry, Variable::Floats("Element Ids", kIds, 1, Ids(count)));
+  model.AddVariable(geometry, Variable::Floats("Displacement\x1eTime = 1", kVectorResult, 3,
+                                               NumbersAt(points, DisplacementAt)));
+  model.SetLayoutOfOthers({.packing = StreamLayout::Packing::Compressed});
+  model.SetLayout(kHeavyData, {.split = StreamLayout::Split::BlockPerRecord,
+                               .packing = StreamLayout::Packing::Compressed});
+  Save(path, model.Build());
+}
+
 /// How much of each thing a model has.
 struct Amounts {
   std::size_t nodes = 1;
@@ -277,6 +325,7 @@ int main(int argc, char** argv) {
       {"big-data", [](const fs::path& d) { MakeData(d / "big-data.tev", kBigData); }},
       {"tiny", [](const fs::path& d) { MakeTiny(d / "tiny.tev"); }},
       {"many", [](const fs::path& d) { MakeMany(d / "many"); }},
+      {"tetrahedra", [](const fs::path& d) { MakeTetrahedra(d / "tetrahedra.tev"); }},
       {"growth", [](const fs::path& d) { MakeGrowth(d / "growth"); }},
       {"hostile", [](const fs::path& d) { MakeHostile(d / "hostile"); }},
   };

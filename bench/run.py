@@ -21,9 +21,10 @@ from cases import CASES, GIB, Goals
 from catalogues import CATALOGUE_CASES
 from contest import Arena
 from document import table, text_of_seconds
+from views import Views
 
 VALUES_PER_LOOP = 4096  # of bench_numbers
-ALL_CASES = (*CASES, *CATALOGUE_CASES)
+ALL_CASES = (*CASES, *CATALOGUE_CASES, Views)
 OTHERS = ("numbers", "container", "growth", "hostile", "profile")
 PROFILE_NOTES = """\
 What is neither inflating, copying once nor writing text, and why it is there.
