@@ -97,7 +97,7 @@ _tev() {
     word="${words[i]}"
     case "$word" in
       -o | --output | --files0-from | --depth | --part | --result | --step | -j | --jobs | --format | \
-        --rtol | --atol | --cells | --component | --size | --view | --colours | --max-size | --catalogue | --shard | --category | --above | --below) i+=1 ;;
+        --rtol | --atol | --cells | --component | --range | --size | --view | --colours | --max-size | --catalogue | --shard | --category | --above | --below) i+=1 ;;
       -?*) ;;
       *)
         ((arguments++ == 0)) && model="${word//[\\\"\']/}" && model="${model/#\~\//$HOME/}"
@@ -120,6 +120,7 @@ _tev() {
     --cells) _tev_reply < <(printf '%s\n' auto); return ;;
     --component) _tev_reply < <(printf '%s\n' magnitude); return ;;
     --view) _tev_reply < <(printf '%s\n' iso +x -x +y -y +z -z); return ;;
+    --range) _tev_reply < <(printf '%s\n' all step); return ;;
     --colours) _tev_reply < <(printf '%s\n' viridis cividis); return ;;
     --size | --max-size) return ;;
     --depth | --rtol | --atol | -j | --jobs | --shard | --above | --below) return ;;

@@ -74,6 +74,7 @@ complete -c tev -n '__fish_seen_subcommand_from view' -l component -x -a magnitu
 complete -c tev -n '__fish_seen_subcommand_from view' -l size -x
 complete -c tev -n '__fish_seen_subcommand_from view' -l max-size -x
 complete -c tev -n '__fish_seen_subcommand_from view' -l view -x -a 'iso +x -x +y -y +z -z'
+complete -c tev -n '__fish_seen_subcommand_from view' -l range -x -a 'all step'
 complete -c tev -n '__fish_seen_subcommand_from view' -l colours -x -a 'viridis cividis'
 complete -c tev -n '__fish_seen_subcommand_from diff' -l rtol -x
 complete -c tev -n '__fish_seen_subcommand_from diff' -l atol -x

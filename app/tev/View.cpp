@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -11,30 +12,24 @@
 #include <vector>
 
 #include "Lbt/Tev/Exchange/ReplacedFile.h"
-#include "Lbt/Tev/View/Picture.h"
 #include "tev/FieldOptions.h"
 #include "tev/OpenedModel.h"
 #include "tev/Verbs.h"
 #include "tev/ViewPage.h"
+#include "tev/ViewPicture.h"
 #include "tev/VisibleText.h"
 
 namespace {
 
 using namespace LbtTev::View;
 using LbtTev::Analysis::CellRules;
-using LbtTev::Analysis::FieldOfPart;
 using LbtTev::Analysis::Model;
-using LbtTev::Analysis::PartKind;
-using LbtTev::Analysis::SelectedSteps;
 using LbtTev::Analysis::Selection;
 
 struct ViewOptions {
-  std::shared_ptr<Selection> selection = std::make_shared<Selection>();
-  std::string component{};  ///< as it was asked for; empty for the usual one
   CellRules cells{};
-  PictureStyle style{};
+  PictureOptions picture{};
   ViewPageOptions page{};
-  std::shared_ptr<unsigned int> jobs = std::make_shared<unsigned int>(1);
   std::string output{};
 };
 
@@ -83,116 +78,29 @@ void RequireComponentName(const std::string& text) {
   }
 }
 
-Component ComponentOf(const std::string& text) {
-  std::size_t number = 0;
-  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
-  return read.ec == std::errc() ? Component(number - 1) : Component();
+/// A finite number, and nothing else.
+std::optional<double> NumberIn(const std::string& text) {
+  double number = 0;
+  const char* end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  return read.ec == std::errc() && read.ptr == end && std::isfinite(number) ? std::optional(number)
+                                                                            : std::nullopt;
 }
 
-// --- What the model has of it -------------------------------------------------------------------
-
-/// The result that is asked for, else the first one that any of the parts has; none where there is
-/// none.
-std::optional<std::string> ResultOf(const Model& model, const std::vector<std::size_t>& parts,
-                                    const Selection& selection) {
-  if (!selection.results.empty()) {
-    const auto results = SelectResults(model, selection.results);
-    if (results.size() > 1) {
-      throw UsageError("a picture shows one result, and " + std::to_string(results.size()) +
-                       " fit: choose one by --result");
-    }
-    return std::string(results.front());
+ColourRange RangeOfOption(const std::string& text) {
+  if (text == "all" || text == "step") {
+    return {.isOfStep = text == "step"};
   }
-  std::optional<std::string> first;
-  for (const FieldOfPart& each : FieldsOfParts(model, parts, [](const auto&) { return true; })) {
-    if (each.field->components != 0 && (!first || each.field->result < *first)) {
-      first = std::string(each.field->result);
-    }
+  const std::size_t colon = std::min(text.find(':'), text.size());
+  const std::optional<double> min = NumberIn(text.substr(0, colon));
+  const std::optional<double> max = NumberIn(text.substr(std::min(colon + 1, text.size())));
+  if (!min || !max || *min > *max) {
+    throw OptionError("--range: " + QuotedText(text) + " is none of all, step and MIN:MAX");
   }
-  return first;
-}
-
-std::optional<std::size_t> StepOf(const Model& model, const Shot& shot,
-                                  const Selection& selection) {
-  if (selection.steps.empty()) {
-    return LastStep(model, shot.parts, shot.result);
-  }
-  const SelectedSteps selected(model, selection.steps);
-  std::vector<std::optional<std::size_t>> fits;
-  if (selected.Has(std::nullopt)) {
-    fits.emplace_back();
-  }
-  for (std::size_t step = 0; step < model.Steps().size(); ++step) {
-    if (selected.Has(step)) {
-      fits.emplace_back(step);
-    }
-  }
-  if (fits.size() != 1) {
-    throw UsageError("a picture shows one step, and " + std::to_string(fits.size()) +
-                     " fit: choose one by --step");
-  }
-  return fits.front();
-}
-
-/// The component that is asked for, else the usual one of the result's first field.
-Component ComponentOf(const Model& model, const Shot& shot, const std::string& asked) {
-  std::optional<std::size_t> width;
-  for (const FieldOfPart& each : FieldsOfParts(
-           model, shot.parts, [&](const auto& field) { return field.result == *shot.result; })) {
-    const std::size_t components = each.field->components;
-    if (!asked.empty() && HasComponent(components, ComponentOf(asked))) {
-      return ComponentOf(asked);
-    }
-    width = width.value_or(components);
-  }
-  if (!asked.empty() && width) {
-    throw UsageError("result " + QuotedText(*shot.result) + " has " + Counted(*width, "component") +
-                     ", and no " + (asked == "magnitude" ? asked : "component " + asked));
-  }
-  return UsualComponent(width.value_or(1));
-}
-
-Shot ShotOf(const Model& model, const ViewOptions& options) {
-  const Selection& selection = *options.selection;
-  Shot shot{.parts = SelectParts(model, selection.parts), .cells = options.cells};
-  shot.result = ResultOf(model, shot.parts, selection);
-  shot.step = StepOf(model, shot, selection);
-  if (shot.result) {
-    shot.component = ComponentOf(model, shot, options.component);
-  }
-  return shot;
+  return {.typed = std::pair(*min, *max)};
 }
 
 // --- The run ------------------------------------------------------------------------------------
-
-/// Draws what is there, and tells "writer" of what is not.
-std::string Draw(const Model& model, const Shot& shot, const Input& input, AnswerWriter& writer,
-                 const PictureStyle& style) {
-  std::string firstMissing;
-  const auto addMissing = [&](const std::string& what, const std::exception_ptr& failure) {
-    const std::string text = what + ": " + FailureOf(failure).what();
-    firstMissing = firstMissing.empty() ? text : firstMissing;
-    writer.AddMissing(text);
-  };
-  const Scene scene =
-      GatherScene(model, shot,
-                  {.meshFailed =
-                       [&](std::size_t part, const std::exception_ptr& failure) {
-                         addMissing(NameOfMesh(model, part, shot.step), failure);
-                       },
-                   .fieldFailed =
-                       [&](const FieldOfPart& field, const std::exception_ptr& failure) {
-                         addMissing(NameOfField(model, field), failure);
-                       }});
-  if (scene.parts.empty() && !firstMissing.empty()) {
-    throw Failure(FailureCode::Damaged, "no part has a mesh that can be read: " + firstMissing);
-  }
-  if (scene.parts.empty()) {
-    throw UsageError(input.path + ": no part that is asked for has a mesh");
-  }
-  const std::string name = std::filesystem::path(input.path).filename().string();
-  return PngOf(scene, TextsOf(model, shot, scene, name), style);
-}
 
 bool IsPage(const std::string& output) {
   return std::filesystem::path(output).extension() == ".html";
@@ -205,49 +113,18 @@ void WriteWhole(const std::string& path, const std::string& bytes) {
   file.Commit();
 }
 
-void DrawPicture(const Model& model, const Input& input, AnswerWriter& writer,
-                 const ViewOptions& options) {
-  const Shot shot = Selecting(input.path, [&] {
-    try {
-      return ShotOf(model, options);
-    } catch (const UsageError& error) {
-      throw UsageError(input.path + ": " + error.what());
-    }
-  });
-  WriteWhole(options.output, Draw(model, shot, input, writer, options.style));
-}
-
-/// The picture of a page: the parts that it shows at first, as it shows them. Empty where there is
-/// nothing to draw, or no way to; what is damaged is told with the page.
-std::string PictureOfPage(const Model& model, const Input& input, const ViewOptions& options) {
-  if (!PictureFault().empty()) {
-    return "";
-  }
-  Shot shot = ShotOf(model, {.cells = options.cells});
-  const auto& parts = model.Parts();
-  if (std::ranges::any_of(parts, [](const auto& part) { return part.kind == PartKind::Part; })) {
-    std::erase_if(shot.parts, [&](std::size_t part) { return parts[part].kind != PartKind::Part; });
-  }
-  const Scene scene =
-      GatherScene(model, shot, {.meshFailed = [](auto&&...) {}, .fieldFailed = [](auto&&...) {}});
-  const std::string name = std::filesystem::path(input.path).filename().string();
-  constexpr PictureSize kSize{600, 450};
-  return scene.parts.empty() ? ""
-                             : PngOf(scene, TextsOf(model, shot, scene, name), {.size = kSize});
-}
-
 void AnswerView(const Input& input, AnswerWriter& writer, const ViewOptions& options) {
   AnswerOutput(options.output).RequireApartFrom({input.source});
   WithModel(input, writer, [&](const LbtTev::Tree& tree) {
     const Model model(tree);
     try {
       if (IsPage(options.output)) {
-        ViewPageOptions page = options.page;
-        page.cells = options.cells;
-        page.picture = PictureOfPage(model, input, options);
-        WriteWhole(options.output, PageOf(model, input, writer, page));
+        // Its meshes are read for statistics first, and then for what is seen of them.
+        constexpr std::uint64_t kMostKept = std::uint64_t{64} * 1024 * 1024;
+        tree.GetStreams().heavy->GetFile().GetIndex().KeepAllContents(kMostKept);
+        WriteWhole(options.output, PageOf(model, input, writer, options.cells, options.page));
       } else {
-        DrawPicture(model, input, writer, options);
+        WriteWhole(options.output, PictureOf(model, input, writer, options.cells, options.picture));
       }
     } catch (const Lbt::Util::Exception& exception) {
       if (exception.GetType() == Lbt::Util::Exception::ErrorType::WriteError) {
@@ -268,8 +145,8 @@ void RequireFormat(const CLI::App& app, const std::string& output) {
     throw UsageError(output + ": " + fault);
   }
   const std::vector<const char*> vain =
-      isPage ? std::vector{"--part", "--result", "--component", "--step",
-                           "--size", "--view",   "--colours"}
+      isPage ? std::vector{"--part",  "--result", "--component", "--step",
+                           "--range", "--size",   "--view",      "--colours"}
              : std::vector{"--exact", "--max-size"};
   for (const char* option : vain) {
     if (app.get_option(option)->count() != 0) {
@@ -289,14 +166,18 @@ void AddViewOptions(CLI::App& app, const std::shared_ptr<ViewOptions>& options) 
   AddText(app, "--component", "A component of the result, from 1 on, or magnitude", "C",
           [options](const std::string& text) {
             RequireComponentName(text);
-            options->component = text;
+            options->picture.component = text;
           });
+  AddText(app, "--range", "What colours span: all steps, this step, or MIN:MAX; all without it",
+          "RANGE",
+          [options](const std::string& text) { options->picture.range = RangeOfOption(text); });
   AddText(app, "--size", "Pixels across and down; 1200x900 without it", "WxH",
-          [options](const std::string& text) { options->style.size = SizeOf(text); });
+          [options](const std::string& text) { options->picture.style.size = SizeOf(text); });
   AddText(app, "--view", "From where: iso, or along an axis, +x, -x, +y, -y, +z or -z", "SIDE",
-          [options](const std::string& text) { options->style.side = SideOfOption(text); });
-  AddText(app, "--colours", "viridis, or cividis", "NAME",
-          [options](const std::string& text) { options->style.colours = ColoursOfOption(text); });
+          [options](const std::string& text) { options->picture.style.side = SideOfOption(text); });
+  AddText(app, "--colours", "viridis, or cividis", "NAME", [options](const std::string& text) {
+    options->picture.style.colours = ColoursOfOption(text);
+  });
   AddText(app, "--cells",
           "What elements of a number of nodes become, as in 4=tetra,10=tetra10; auto guesses",
           "RULES", [options](const std::string& rules) {
@@ -322,14 +203,17 @@ Action SetUpView(CLI::App& app) {
   static_cast<void>(options->cells.Set("auto"));
   const auto run = std::make_shared<FileRun>(FileRun{.verb = "view", .layout = TextLayout::Lines});
   AddModel(app, run);
-  AddSelectionOptions(app, options->selection);
+  const auto selection = std::make_shared<Selection>();
+  const auto jobs = std::make_shared<unsigned int>(1);
+  AddSelectionOptions(app, selection);
   AddViewOptions(app, options);
   AddOutputOptions(app, run);
-  AddJobsOption(app, options->jobs);
+  AddJobsOption(app, jobs);
   app.get_option("--output")->required();
-  return [&app, run, options] {
+  return [&app, run, options, selection, jobs] {
     options->output = std::exchange(run->output, {});
-    options->page.jobs = *options->jobs;
+    options->picture.selection = *selection;
+    options->picture.jobs = options->page.jobs = *jobs;
     RequireFormat(app, options->output);
     run->answer = [options](const Input& input, AnswerWriter& writer) {
       AnswerView(input, writer, *options);
@@ -344,18 +228,16 @@ constexpr const char* kViewNotes =
     "         and steps, and the facts of tev info and tev results --stats\n"
     "  .png   a picture of one result at one step; else of the first result by name and its last\n"
     "         step, and of vectors the magnitude\n"
-    "Both show the outer faces of the parts, and mark the least and the greatest number as\n"
-    "tev results --stats has them. Where a part lacks the result it is grey. Seen along an axis, "
-    "z\n"
-    "points up; along z, y does. iso is seen from where x, y and z are positive. --cells auto, "
-    "which\n"
-    "takes elements that are not flat for the solid of their number of nodes, is the rule without\n"
-    "--cells.\n"
+    "Both show the outer faces of the parts, but at first no cuts and surfaces through others, in\n"
+    "colours that span the numbers of all steps, and mark the least and the greatest number as\n"
+    "tev results --stats has them. Where a part lacks the result it is grey. Seen along an axis,\n"
+    "z points up; along z, y does. iso is seen from where x, y and z are positive. --cells auto,\n"
+    "which takes elements that are not flat for the solid of their number of nodes, is the rule\n"
+    "without --cells.\n"
     "Example: tev view bracket.tev -o bracket.html\n"
     "Example: tev view bracket.tev --result Stress --component 1 --view -y -o bracket.png\n"
-    "Exit status: 0 done, 1 bad usage or nothing fits, 2 the model failed or is incomplete, or "
-    "FILE\n"
-    "could not be written; then an older FILE stays as it was.";
+    "Exit status: 0 done, 1 bad usage or nothing fits, 2 the model failed or is incomplete, or\n"
+    "FILE could not be written; then an older FILE stays as it was.";
 
 }  // namespace
 

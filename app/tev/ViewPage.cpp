@@ -21,6 +21,7 @@
 #include "tev/FieldOptions.h"
 #include "tev/Json.h"
 #include "tev/ModelFacts.h"
+#include "tev/ViewPicture.h"
 #include "tev/VisibleText.h"
 
 namespace {
@@ -55,18 +56,26 @@ void GatherFields(const Model& model, unsigned int jobs, AnswerWriter& writer, P
       jobs - 1);
 }
 
-void GatherContents(const Model& model, const ViewPageOptions& options, AnswerWriter& writer,
-                    Page& page, PageDraft& draft) {
+void GatherContents(const Model& model, const CellRules& cells, const ViewPageOptions& options,
+                    PictureOfPage& picture, AnswerWriter& writer, Page& page, PageDraft& draft) {
   std::set<std::string> told;
-  draft.contents = FillPage(model, draft.fields, options.cells,
-                            {.isExact = options.isExact, .isInTurn = !options.maxSize}, page,
-                            [&](const MeshOfPart& mesh, const std::exception_ptr& failure) {
-                              const std::string text = NameOfMesh(model, mesh.part, mesh.step) +
-                                                       ": " + FailureOf(failure).what();
-                              if (told.insert(text).second) {
-                                writer.AddMissing(text);
-                              }
-                            });
+  const auto tell = [&](const MeshOfPart& mesh, const std::exception_ptr& failure) {
+    const std::string text =
+        NameOfMesh(model, mesh.part, mesh.step) + ": " + FailureOf(failure).what();
+    if (told.insert(text).second) {
+      writer.AddMissing(text);
+    }
+  };
+  const auto takeSkin = [&picture](const MeshOfPart& mesh, const PartSkin& skin) {
+    picture.Take(mesh, skin);
+  };
+  const auto takeField = [&picture](const FieldOfPart& field, const FloatTuples& tuples) {
+    picture.Take(field, tuples);
+  };
+  draft.contents = FillPage(
+      model, draft.fields, cells,
+      {.isExact = options.isExact, .isInTurn = !options.maxSize, .threads = options.jobs - 1}, page,
+      {.skinFound = takeSkin, .fieldFound = takeField, .meshFailed = tell});
 }
 
 Json MeshJson(const PageMesh& mesh) {
@@ -217,17 +226,19 @@ std::string TitleOf(const Model& model, const Input& input) {
 }  // namespace
 
 std::string PageOf(const Model& model, const Input& input, AnswerWriter& writer,
-                   const ViewPageOptions& options) {
+                   const CellRules& cells, const ViewPageOptions& options) {
   Page page;
   PageDraft draft;
+  PictureOfPage picture(model, cells);
   GatherFields(model, options.jobs, writer, draft);
-  GatherContents(model, options, writer, page, draft);
+  GatherContents(model, cells, options, picture, writer, page, draft);
+  const std::string png = picture.Draw(input, draft.fields);
   AddNotes(model, options, draft);
   const auto contents = [&](std::size_t steps) {
     draft.steps = EvenSteps(model.Steps().size(), steps);
     return Page::Contents{.title = TitleOf(model, input),
                           .model = ModelText(model, input, options, draft, writer.Lost()),
-                          .picture = options.picture};
+                          .picture = png};
   };
   const auto blocks = [&] { return BlocksAt(draft.contents, draft.fields, draft.steps); };
   const std::size_t steps = MostSteps(model.Steps().size(), options, [&](std::size_t count) {

@@ -11,14 +11,13 @@
 
 /// What is asked of a page.
 struct ViewPageOptions {
-  LbtTev::Analysis::CellRules cells{};
   bool isExact = false;                    ///< values as they are, not as steps of their range
   std::optional<std::uint64_t> maxSize{};  ///< bytes of the page
   unsigned int jobs = 1;
-  std::string picture{};  ///< a PNG for browsers that show nothing in three dimensions, or empty
 };
 
 /// A page that shows a model. Tells "writer" what is damaged, which is left out. Throws a
 /// UsageError where the page cannot be as small as is asked for.
 [[nodiscard]] std::string PageOf(const LbtTev::Analysis::Model& model, const Input& input,
-                                 AnswerWriter& writer, const ViewPageOptions& options);
+                                 AnswerWriter& writer, const LbtTev::Analysis::CellRules& cells,
+                                 const ViewPageOptions& options);

@@ -54,6 +54,8 @@ TEST_F(TevView, OfExamples_DiffersByWhatIsAskedFor) {
                                                    {"--part", "FINS"},
                                                    {"--colours", "cividis"},
                                                    {"--cells", "4=quad"},
+                                                   {"--range", "step"},
+                                                   {"--range", "-1e3:25"},
                                                    {"--view", "+x"},
                                                    {"--view", "-x"},
                                                    {"--view", "+y"},
@@ -70,7 +72,7 @@ TEST_F(TevView, OfExamples_DiffersByWhatIsAskedFor) {
   EXPECT_EQ(Draw(Example("heatsink.tev"), {"--size", "200x170"}),
             Draw(Example("heatsink.tev"),
                  {"--size", "200x170", "--view", "iso", "--step", "Time = 10", "--result",
-                  "Heat Flux", "--component", "magnitude", "--cells", "auto"}));
+                  "Heat Flux", "--component", "magnitude", "--cells", "auto", "--range", "all"}));
 }
 
 TEST_F(TevView, OfModelWithoutResults_IsDrawn) {
@@ -95,6 +97,11 @@ TEST_F(TevView, OfWhatDoesNotFit_IsRefused) {
                 "--view: \"top\" is none of iso, +x, -x, +y, -y, +z and -z (see tev view --help)");
   ExpectRefused({"--colours", "jet"},
                 "--colours: \"jet\" is neither viridis nor cividis (see tev view --help)");
+  for (const std::string range : {"", "x", "1:", ":1", "5:1", "nan:1", "0:inf", "1:2:3"}) {
+    ExpectRefused({"--range", range}, "--range: \"" + range +
+                                          "\" is none of all, step and MIN:MAX (see tev view "
+                                          "--help)");
+  }
   ExpectRefused({"--component", "0"},
                 "--component: \"0\" is neither magnitude nor a number from 1 on (see tev view "
                 "--help)");

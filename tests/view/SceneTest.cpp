@@ -26,8 +26,9 @@ class Shown {
  public:
   explicit Shown(const ModelWriter& writer) : tree_(dir_.Write("m.tev", writer.Build())) {}
 
-  Scene Take(const std::string& result, Component component, std::vector<std::size_t> parts) {
-    Shot shot{.parts = std::move(parts), .component = component};
+  Scene Take(const std::string& result, Component component, std::vector<std::size_t> parts,
+             bool isRangeOfStep = false) {
+    Shot shot{.parts = std::move(parts), .component = component, .isRangeOfStep = isRangeOfStep};
     if (!result.empty()) {
       shot.result = result;
     }
@@ -119,6 +120,20 @@ TEST(Scene, OfNumbersOfElements_MarksTheMiddleOfTheirNodes) {
   EXPECT_TRUE(scene.parts[1].values.empty());
 }
 
+TEST(Scene, OfOneStep_HasColoursForAllStepsUnlessItsOwnAreAskedFor) {
+  ModelWriter model = tevtest::SmallModel();
+  model.AddVariable(tevtest::kSmallMesh2, Variable::Floats("Volume\x1eTime = 3", 13, 1, {1}));
+  model.AddVariable(tevtest::kSmallMesh2, Variable::Floats("Volume\x1eTime = 4", 13, 1, {-7}));
+  Shown shown(model);
+  const Scene scene = shown.Take("Volume", 0, {0, 1});
+  EXPECT_EQ(scene.range->min.extreme.value, -7);
+  EXPECT_EQ(scene.range->max.extreme.value, 1);
+  EXPECT_EQ(scene.max->end.extreme.value, -7);
+  const Scene own = shown.Take("Volume", 0, {0, 1}, true);
+  EXPECT_EQ(own.range->min.extreme.value, -7);
+  EXPECT_EQ(own.range->max.extreme.value, -7);
+}
+
 TEST(Scene, OfNodesThatNoFaceUses_LeavesThemOutOfTheRange) {
   ModelWriter model = tevtest::SmallModel();
   model.VariableAt(tevtest::kSmallMesh1, 2) =
@@ -172,26 +187,19 @@ Analysis::Statistics StatisticsFrom(double min, double max, std::size_t finite =
   return statistics;
 }
 
-TEST(Ranges, OfStepsAndOfAll_AreThoseOfTheirFields) {
+TEST(RangeOfFields, IsThatOfTheFirstOfEqualNumbers) {
   Analysis::Field first;
-  first.step = 0;
   Analysis::Field second;
-  second.step = 1;
-  Ranges ranges(0);
-  EXPECT_FALSE(ranges.OfAll());
-  ranges.Add({0, &first}, StatisticsFrom(0, 0, 0));  // nothing is finite
-  EXPECT_FALSE(ranges.At(0));
-  ranges.Add({0, &first}, StatisticsFrom(3, 5));
-  ranges.Add({1, &first}, StatisticsFrom(-1, 5));
-  ranges.Add({0, &second}, StatisticsFrom(-1, 8));
-  EXPECT_EQ(ranges.At(0)->min.extreme.value, -1);
-  EXPECT_EQ(ranges.At(0)->min.field.part, 1U);
-  EXPECT_EQ(ranges.At(0)->max.field.part, 0U);
-  EXPECT_EQ(ranges.At(1)->min.extreme.value, -1);
-  EXPECT_FALSE(ranges.At(std::nullopt));
-  EXPECT_EQ(ranges.OfAll()->max.extreme.value, 8);
-  EXPECT_EQ(ranges.OfAll()->min.field.part, 1U);
-  EXPECT_EQ(ranges.OfAll()->min.field.field, &first);
+  RangeOfFields range(0);
+  range.Add({0, &first}, StatisticsFrom(0, 0, 0));  // nothing is finite
+  EXPECT_FALSE(range.Get());
+  range.Add({0, &first}, StatisticsFrom(3, 5));
+  range.Add({1, &first}, StatisticsFrom(-1, 5));
+  range.Add({0, &second}, StatisticsFrom(-1, 8));
+  EXPECT_EQ(range.Get()->max.extreme.value, 8);
+  EXPECT_EQ(range.Get()->min.extreme.value, -1);
+  EXPECT_EQ(range.Get()->min.field.part, 1U);
+  EXPECT_EQ(range.Get()->min.field.field, &first);
 }
 
 TEST(Component, ThatIsUsual_IsTheMagnitudeOfVectors) {

@@ -12,8 +12,9 @@
 #include "Lbt/Tev/Analysis/Cells.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/Analysis/Selection.h"
-#include "Lbt/Tev/Analysis/Statistics.h"
 #include "Lbt/Tev/View/Page.h"
+#include "Lbt/Tev/View/Skin.h"
+#include "Lbt/Tev/View/Values.h"
 
 namespace LbtTev::View {
 
@@ -59,26 +60,28 @@ struct PageContents {
   std::vector<Analysis::TakenShapes> taken{};      ///< what elements became, of each part
 };
 
-/// A field with its statistics.
-struct FieldWithStatistics {
-  Analysis::FieldOfPart field{};
-  std::optional<Analysis::Statistics> statistics{};
-};
-
-/// How values are kept.
+/// How a page is filled.
 struct PageStyle {
   bool isExact = false;   ///< as the floats that they are
   bool isInTurn = false;  ///< by what changes from step to step, which is less, and needs them all
+  std::size_t threads = 0;  ///< that inflate blocks ahead
+};
+
+/// Hears of what is put on a page: the meshes, each part's at each step of its own, then the
+/// fields.
+struct PageListener {
+  std::function<void(const Analysis::MeshOfPart&, const PartSkin&)> skinFound;
+  std::function<void(const Analysis::FieldOfPart&, const Analysis::FloatTuples&)> fieldFound;
+  std::function<void(const Analysis::MeshOfPart&, const std::exception_ptr&)> meshFailed;
 };
 
 /// Puts the outer faces of all parts at all steps on a page, with the values of these fields on
-/// them. What cannot be read is left out, and
-/// "meshFailed" hears of meshes. Reads the file three times at most. Throws on a lack of memory,
-/// and "Out of Bounds" ("The model refers to its data too often").
-[[nodiscard]] PageContents FillPage(
-    const Analysis::Model& model, std::span<const FieldWithStatistics> fields,
-    const Analysis::CellRules& rules, const PageStyle& style, Page& page,
-    const std::function<void(const Analysis::MeshOfPart&, const std::exception_ptr&)>& meshFailed);
+/// them. What cannot be read is left out. Reads the file three times at most. Throws on a lack of
+/// memory, and "Out of Bounds" ("The model refers to its data too often").
+[[nodiscard]] PageContents FillPage(const Analysis::Model& model,
+                                    std::span<const FieldWithStatistics> fields,
+                                    const Analysis::CellRules& rules, const PageStyle& style,
+                                    Page& page, const PageListener& listener);
 
 /// The blocks that a page needs for these steps alone, and for what has no step.
 [[nodiscard]] std::set<Page::Block> BlocksAt(const PageContents& contents,

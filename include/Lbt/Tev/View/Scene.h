@@ -4,6 +4,7 @@
 #include <exception>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@ struct Shot {
   Component component{};
   std::optional<std::size_t> step{};  ///< a field without a step stands for what a step lacks
   Analysis::CellRules cells{};
+  bool isRangeOfStep = false;  ///< else colours span the numbers of all steps
 };
 
 /// A part with its numbers.
@@ -40,8 +42,8 @@ struct Mark {
 /// What was found for a shot.
 struct Scene {
   std::vector<ShownPart> parts{};  ///< those with a mesh that could be read
-  std::optional<Range> range{};    ///< of the numbers, as the statistics of their fields have it
-  std::optional<Mark> min{};       ///< of these
+  std::optional<Range> range{};    ///< of the colours, as the statistics of fields have it
+  std::optional<Mark> min{};       ///< of what is shown
   std::optional<Mark> max{};
 };
 
@@ -58,10 +60,25 @@ struct SceneListener {
                                                   const std::vector<std::size_t>& parts,
                                                   const std::optional<std::string>& result);
 
+/// The field that is shown of a part; null where there is none, or where it has a value neither for
+/// each node nor for each element, or lacks the component.
+[[nodiscard]] const Analysis::Field* ShownField(const Analysis::Model& model, std::size_t part,
+                                                const Shot& shot);
+
+/// Gives a part the numbers of its shown field.
+void SetNumbers(const Analysis::Model& model, const Shot& shot, const Analysis::FloatTuples& tuples,
+                ShownPart& shown);
+
+/// A shot of these parts with their numbers, from statistics that have those of its fields among
+/// them.
+[[nodiscard]] Scene SceneOf(const Analysis::Model& model, const Shot& shot,
+                            std::vector<ShownPart> parts,
+                            std::span<const FieldWithStatistics> statistics);
+
 /// Loads what a shot shows. A field that has a value neither for each node nor for each element of
-/// its part, or that lacks the component, is left out. Throws on a lack of memory, and what
-/// "listener" throws.
+/// its part, or that lacks the component, is left out. Blocks are inflated ahead on "threads" other
+/// threads. Throws on a lack of memory, and what "listener" throws.
 [[nodiscard]] Scene GatherScene(const Analysis::Model& model, const Shot& shot,
-                                const SceneListener& listener);
+                                const SceneListener& listener, std::size_t threads = 0);
 
 }  // namespace LbtTev::View

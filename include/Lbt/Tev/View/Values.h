@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,6 +33,12 @@ using Component = std::optional<std::size_t>;
 [[nodiscard]] const Analysis::Figures* FiguresOf(const Analysis::Statistics& statistics,
                                                  Component component);
 
+/// A field with its statistics; none where it cannot be read.
+struct FieldWithStatistics {
+  Analysis::FieldOfPart field{};
+  std::optional<Analysis::Statistics> statistics{};
+};
+
 /// The least and the greatest number of a result, in all parts.
 struct Range {
   struct End {
@@ -44,22 +49,20 @@ struct Range {
   End max{};
 };
 
-/// Collects ranges of a component from the statistics of fields: of single steps and of all.
-/// Of equal numbers the first that was added stays.
-class Ranges {
+/// Makes the range of a component from the statistics of fields. Of equal numbers the first that
+/// was added stays.
+class RangeOfFields {
  public:
-  explicit Ranges(Component component) : component_(component) {}
+  explicit RangeOfFields(Component component) : component_(component) {}
 
   void Add(const Analysis::FieldOfPart& field, const Analysis::Statistics& statistics);
 
   /// None where no number is finite.
-  [[nodiscard]] const std::optional<Range>& OfAll() const { return ofAll_; }
-  [[nodiscard]] std::optional<Range> At(std::optional<std::size_t> step) const;
+  [[nodiscard]] const std::optional<Range>& Get() const { return range_; }
 
  private:
   Component component_;
-  std::optional<Range> ofAll_;
-  std::map<std::optional<std::size_t>, std::optional<Range>> ofStep_;
+  std::optional<Range> range_;
 };
 
 }  // namespace LbtTev::View

@@ -4,8 +4,12 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstdint>
+#include <future>
 #include <iterator>
 #include <tuple>
+#include <utility>
 
 #include "SolidFaces.h"
 
@@ -32,11 +36,14 @@ FaceKey KeyOf(const SolidFace& face, std::span<const unsigned int> nodes) {
   unsigned int a = nodes[face.corner[0]];
   unsigned int b = nodes[face.corner[1]];
   unsigned int c = nodes[face.corner[2]];
-  unsigned int d = face.corners == kMostCorners ? nodes[face.corner[3]] : kNoNode;
+  unsigned int d = kNoNode;
   Order(a, b);
-  Order(c, d);
+  if (face.corners == kMostCorners) {
+    d = nodes[face.corner[3]];
+    Order(c, d);
+    Order(b, d);
+  }
   Order(a, c);
-  Order(b, d);
   Order(b, c);
   FaceKey key{a, b, c, d};
   if (a == b || b == c || c == d) {
@@ -51,71 +58,198 @@ unsigned int LeastOf(const SolidFace& face, std::span<const unsigned int> nodes)
                    nodes[face.corners == kMostCorners ? face.corner[3] : face.corner[0]]});
 }
 
-/// What of a face is not told by the list that it stands in, which is that of its least node.
-struct ListedFace {
-  unsigned int second = 0;
-  unsigned int third = 0;
-  unsigned int fourth = 0;
-  unsigned int side = 0;
-  std::size_t element = 0;
-
-  /// Whether three corners are left.
-  [[nodiscard]] bool IsFace() const { return third != kNoNode; }
-  [[nodiscard]] auto Key() const { return std::tie(second, third, fourth); }
-  [[nodiscard]] auto Order() const { return std::tie(second, third, fourth, element, side); }
+/// A side of a solid. There are at most 2^28 solids, as each has four nodes in a block of at most
+/// 2^32 bytes.
+struct SideOfSolid {
+  std::uint32_t solid = 0;
+  std::uint32_t side = 0;
 };
 
-/// Sets the bits of the faces that stand alone in a list.
-void MarkOuter(std::span<ListedFace> list, OuterSides& outer) {
+/// What of a face is not told by the list that it stands in, which is that of its least node.
+struct ListedFace {
+  std::uint64_t secondAndThird;  ///< as one number, which is compared at once
+  unsigned int fourth;
+  SideOfSolid side;
+
+  ListedFace(const FaceKey& key, SideOfSolid sideOfSolid)
+      : secondAndThird(std::uint64_t{key[1]} << 32U | key[2]), fourth(key[3]), side(sideOfSolid) {}
+
+  /// Whether three corners are left.
+  [[nodiscard]] bool IsFace() const { return static_cast<unsigned int>(secondAndThird) != kNoNode; }
+  [[nodiscard]] auto Key() const { return std::tie(secondAndThird, fourth); }
+  [[nodiscard]] auto Order() const {
+    return std::tie(secondAndThird, fourth, side.solid, side.side);
+  }
+};
+
+/// Finds the faces of short lists that are alike by a table of hashes that stays in the cache.
+class FewFaces {
+ public:
+  static constexpr std::size_t kMost = 64;
+
+  explicit FewFaces(std::span<const ListedFace> list) : list_(list) {
+    slots_.fill(kFree);
+    for (std::size_t i = 0; i < list.size(); ++i) {
+      Add(i);
+    }
+  }
+
+  /// Calls "take" with the first of the faces of each kind that no two solids have.
+  template <class Take>
+  void ForOuter(const Take& take) const {
+    for (std::uint64_t left = first_ & ~shared_; left != 0; left &= left - 1) {
+      take(list_[static_cast<std::size_t>(std::countr_zero(left))]);
+    }
+  }
+
+ private:
+  static constexpr std::size_t kSlots = 2 * kMost;
+  static constexpr std::uint8_t kFree = 0xff;
+
+  void Add(std::size_t place) {
+    constexpr std::uint64_t kMixing = 0x9e3779b97f4a7c15;  // 2^64 by the golden ratio
+    constexpr unsigned int kShift = 64 - std::countr_zero(kSlots);
+    const ListedFace& face = list_[place];
+    std::size_t slot = (face.secondAndThird + face.fourth) * kMixing >> kShift;
+    for (; slots_[slot] != kFree; slot = (slot + 1) % kSlots) {
+      const ListedFace& other = list_[slots_[slot]];
+      if (other.Key() == face.Key()) {
+        shared_ |= std::uint64_t{other.side.solid != face.side.solid} << slots_[slot];
+        return;
+      }
+    }
+    slots_[slot] = static_cast<std::uint8_t>(place);
+    first_ |= std::uint64_t{1} << place;
+  }
+
+  std::span<const ListedFace> list_;
+  std::array<std::uint8_t, kSlots> slots_{};  // places in the list
+  std::uint64_t first_ = 0;                   // a bit for each that is like none before it
+  std::uint64_t shared_ = 0;                  // of those, a bit where another solid has it, too
+};
+
+/// Adds those faces of a list that no two solids share. It is in the order of solids and their
+/// sides.
+void AddOuter(std::span<ListedFace> list, std::vector<SideOfSolid>& outer) {
+  const auto add = [&outer](const ListedFace& face) {
+    if (face.IsFace()) {
+      outer.push_back(face.side);
+    }
+  };
+  if (list.size() <= FewFaces::kMost) {
+    FewFaces(list).ForOuter(add);
+    return;
+  }
   std::ranges::sort(list,
                     [](const ListedFace& a, const ListedFace& b) { return a.Order() < b.Order(); });
   for (auto first = list.begin(); first != list.end();) {
     const auto next = std::find_if(
         first, list.end(), [&](const ListedFace& other) { return other.Key() != first->Key(); });
-    if (first->IsFace() && std::prev(next)->element == first->element) {
-      outer[first->element] |= static_cast<unsigned char>(1U << first->side);
+    if (std::prev(next)->side.solid == first->side.solid) {
+      add(*first);
     }
     first = next;
   }
 }
 
-/// Calls "take" with each face of a solid, the nodes of its element, the element and the side.
-template <class Take>
-void ForSolidFaces(const LoadedMesh& mesh, std::span<const CellShape> shapes, const Take& take) {
-  std::size_t next = 0;
-  for (std::size_t element = 0; element < shapes.size(); ++element) {
-    const std::span<const SolidFace> faces = FacesOf(shapes[element]);
-    const auto nodes = mesh.faces.subspan(next, mesh.lengths[element]);
-    for (std::size_t side = 0; side < faces.size(); ++side) {
-      take(faces[side], nodes, element, side);
+/// The solids of a mesh, and their faces listed by their least nodes. Each list is a chain of
+/// sides, the last of which comes first: of large meshes memory is what takes the time.
+class ListedFaces {
+ public:
+  ListedFaces(const LoadedMesh& mesh, std::span<const CellShape> shapes)
+      : nodes_(mesh.faces), last_(mesh.Points(), kNone) {
+    std::size_t first = 0;
+    for (std::size_t element = 0; element < shapes.size(); ++element) {
+      if (const auto faces = FacesOf(shapes[element]); !faces.empty()) {
+        facesOf_.at(static_cast<std::size_t>(shapes[element])) = faces;
+        bits_ = std::max(bits_, static_cast<unsigned int>(std::bit_width(faces.size() - 1)));
+        solids_.push_back({static_cast<std::uint32_t>(first), shapes[element]});
+      }
+      first += mesh.lengths[element];
     }
-    next += nodes.size();
+    Link();
   }
+
+  [[nodiscard]] std::size_t Solids() const { return solids_.size(); }
+
+  /// Fills "list" with the faces that have this least node, in the order of solids and their sides.
+  void Get(std::size_t node, std::vector<ListedFace>& list) const {
+    list.clear();
+    for (std::uint32_t side = last_[node]; side != kNone; side = before_[side]) {
+      const std::uint32_t number = side >> bits_;
+      const Solid& solid = solids_[number];
+      const std::uint32_t place = side & ((1U << bits_) - 1);
+      list.emplace_back(KeyOf(FacesOfSolid(solid)[place], nodes_.subspan(solid.first)),
+                        SideOfSolid{number, place});
+    }
+    std::ranges::reverse(list);
+  }
+
+ private:
+  static constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
+
+  struct Solid {
+    std::uint32_t first = 0;  // of its nodes
+    CellShape shape{};
+  };
+
+  [[nodiscard]] std::span<const SolidFace> FacesOfSolid(const Solid& solid) const {
+    return facesOf_[static_cast<std::size_t>(solid.shape)];
+  }
+
+  void Link() {
+    before_.resize(solids_.size() << bits_);
+    for (std::size_t number = 0; number < solids_.size(); ++number) {
+      const auto nodes = nodes_.subspan(solids_[number].first);
+      auto side = static_cast<std::uint32_t>(number << bits_);
+      for (const SolidFace& face : FacesOfSolid(solids_[number])) {
+        before_[side] = std::exchange(last_[LeastOf(face, nodes)], side);
+        ++side;
+      }
+    }
+  }
+
+  std::span<const unsigned int> nodes_;
+  std::array<std::span<const SolidFace>, 32> facesOf_{};  // by shapes
+  unsigned int bits_ = 0;  // of the side in a number of solid and side
+  std::vector<Solid> solids_;
+  std::vector<std::uint32_t> last_;    // by nodes
+  std::vector<std::uint32_t> before_;  // by sides
+};
+
+/// The outer faces whose least nodes are in a range. Of the few faces of one list like ones are
+/// found quickly.
+std::vector<SideOfSolid> OuterWithin(const ListedFaces& faces, std::size_t begin, std::size_t end) {
+  std::vector<SideOfSolid> outer;
+  std::vector<ListedFace> list;
+  for (std::size_t node = begin; node < end; ++node) {
+    faces.Get(node, list);
+    AddOuter(list, outer);
+  }
+  return outer;
 }
 
 }  // namespace
 
-// Faces are listed by their least node: like ones are found among the few of one list.
-OuterSides OuterSidesOf(const LoadedMesh& mesh, std::span<const CellShape> shapes) {
-  std::vector<std::size_t> ends(mesh.Points() + 1);
-  ForSolidFaces(mesh, shapes, [&](const SolidFace& face, auto nodes, std::size_t, std::size_t) {
-    ++ends[LeastOf(face, nodes) + 1];
-  });
-  for (std::size_t node = 1; node < ends.size(); ++node) {
-    ends[node] += ends[node - 1];
+OuterSides OuterSidesOf(const LoadedMesh& mesh, std::span<const CellShape> shapes,
+                        std::size_t threads) {
+  constexpr std::size_t kLeastNodes = 20000;  // for a thread to be worth its start
+  const ListedFaces faces(mesh, shapes);
+  const std::size_t pieces = std::clamp<std::size_t>(mesh.Points() / kLeastNodes, 1, threads + 1);
+  std::vector<std::future<std::vector<SideOfSolid>>> found;
+  for (std::size_t piece = 0; piece < pieces; ++piece) {
+    const std::size_t begin = mesh.Points() * piece / pieces;
+    const std::size_t end = mesh.Points() * (piece + 1) / pieces;
+    const bool isLast = piece + 1 == pieces;
+    found.push_back(
+        std::async(isLast ? std::launch::deferred : std::launch::async | std::launch::deferred,
+                   [&faces, begin, end] { return OuterWithin(faces, begin, end); }));
   }
-  std::vector<ListedFace> faces(ends.back());
-  // The beginning of each list becomes its end on the way.
-  ForSolidFaces(
-      mesh, shapes, [&](const SolidFace& face, auto nodes, std::size_t element, std::size_t side) {
-        const FaceKey key = KeyOf(face, nodes);
-        faces[ends[key[0]]++] = {key[1], key[2], key[3], static_cast<unsigned int>(side), element};
-      });
-  OuterSides outer(shapes.size());
-  std::size_t begin = 0;
-  for (std::size_t node = 0; node < mesh.Points(); ++node) {
-    MarkOuter(std::span(faces).subspan(begin, ends[node] - begin), outer);
-    begin = ends[node];
+  OuterSides outer(faces.Solids());
+  for (auto piece = found.rbegin(); piece != found.rend(); ++piece) {
+    for (const SideOfSolid& side : piece->get()) {
+      outer[side.solid] |= static_cast<unsigned char>(1U << side.side);
+    }
   }
   return outer;
 }

@@ -7,14 +7,15 @@
 
 namespace LbtTev::View {
 
-/// For each element of a mesh with faces the sides, as bits in the order of FacesOf, that no other
-/// solid has.
+/// For each solid of a mesh the sides, as bits in the order of FacesOf, that no other solid has.
 using OuterSides = std::vector<unsigned char>;
 
 /// Takes time in proportion to the mesh, but for nodes that very many faces share. A corner that an
 /// element names again does not count, and a side with fewer than three others is none; of sides of
-/// one element with the same corners the first counts.
+/// one element with the same corners the first counts. "threads" other threads help with large
+/// meshes.
 [[nodiscard]] OuterSides OuterSidesOf(const Analysis::LoadedMesh& mesh,
-                                      std::span<const Analysis::CellShape> shapes);
+                                      std::span<const Analysis::CellShape> shapes,
+                                      std::size_t threads = 0);
 
 }  // namespace LbtTev::View

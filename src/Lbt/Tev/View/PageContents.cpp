@@ -28,15 +28,6 @@ using Analysis::Location;
 using Analysis::MeshOfPart;
 using Analysis::MeshVariables;
 
-constexpr std::uint32_t kNoPoint = std::numeric_limits<std::uint32_t>::max();
-
-std::vector<std::int32_t> Wholes(std::span<const std::size_t> numbers) {
-  std::vector<std::int32_t> wholes(numbers.size());
-  std::ranges::transform(numbers, wholes.begin(),
-                         [](std::size_t number) { return static_cast<std::int32_t>(number); });
-  return wholes;
-}
-
 template <class Take>
 void ForExtremes(const Analysis::Statistics& statistics, const Take& take) {
   const auto both = [&take](const Analysis::Figures& figures) {
@@ -54,8 +45,14 @@ void ForExtremes(const Analysis::Statistics& statistics, const Take& take) {
 class Filling {
  public:
   Filling(const Analysis::Model& model, std::span<const FieldWithStatistics> fields,
-          const Analysis::CellRules& rules, const PageStyle& style, Page& page)
-      : model_(&model), fields_(fields), rules_(&rules), style_(style), page_(&page) {
+          const Analysis::CellRules& rules, const PageStyle& style, Page& page,
+          const PageListener& listener)
+      : model_(&model),
+        fields_(fields),
+        rules_(&rules),
+        style_(style),
+        page_(&page),
+        listener_(&listener) {
     contents_.meshes.resize(model.Parts().size());
     contents_.fields.resize(fields.size());
     contents_.taken.resize(model.Parts().size());
@@ -93,22 +90,24 @@ class Filling {
     FindNodesOfElements();
   }
 
-  void AddSkins(
-      const std::function<void(const MeshOfPart&, const std::exception_ptr&)>& meshFailed) {
-    GatherSkins(*model_, meshes_, *rules_,
-                [&](std::size_t place, const PartSkin& skin, const std::exception_ptr& failure) {
-                  const std::size_t part = meshes_[place].part;
-                  if (failure != nullptr) {
-                    meshFailed(meshes_[place], failure);
-                    return;
-                  }
-                  if (contents_.taken[part].empty()) {
-                    contents_.taken[part] = skin.taken;
-                  }
-                  if (!sharedOf_[place]->isThere) {
-                    AddSkin(*sharedOf_[place], skin);
-                  }
-                });
+  void AddSkins() {
+    GatherSkins(
+        *model_, meshes_, *rules_,
+        [&](std::size_t place, const PartSkin& skin, const std::exception_ptr& failure) {
+          const std::size_t part = meshes_[place].part;
+          if (failure != nullptr) {
+            listener_->meshFailed(meshes_[place], failure);
+            return;
+          }
+          listener_->skinFound(meshes_[place], skin);
+          if (contents_.taken[part].empty()) {
+            contents_.taken[part] = skin.taken;
+          }
+          if (!sharedOf_[place]->isThere) {
+            sharedOf_[place]->TakeSkin(skin, *page_);
+          }
+        },
+        style_.threads);
   }
 
   void AddNumbers() {
@@ -119,7 +118,7 @@ class Filling {
         wanted.push_back({Analysis::WantedIds(mesh.first.mesh.nodeIds),
                           Analysis::WantedIds(mesh.first.mesh.elementIds)});
         takes.emplace_back(
-            [this, &shared = mesh](const LoadedGroup& loaded) { AddIds(shared, loaded); });
+            [this, &shared = mesh](const LoadedGroup& loaded) { shared.TakeIds(loaded, *page_); });
       }
     }
     for (std::size_t i = 0; i < fields_.size(); ++i) {
@@ -131,7 +130,7 @@ class Filling {
       }
     }
     Analysis::LoadInFileOrder(
-        {&model_->GetTree(), wanted},
+        {&model_->GetTree(), wanted, {.threads = style_.threads}},
         [&takes](std::size_t place, const LoadedGroup& loaded) { takes[place](loaded); });
   }
 
@@ -189,100 +188,13 @@ class Filling {
         meshes.push_back(&mesh);
       }
     }
-    Analysis::LoadInFileOrder(
-        {&model_->GetTree(), wanted}, [&meshes](std::size_t place, const LoadedGroup& loaded) {
-          if (Analysis::FailureOf(loaded) == nullptr) {
-            TakeElements(*meshes[place], loaded[1].Wholes(), loaded[2].Wholes());
-          }
-        });
-  }
-
-  static void TakeElements(SharedMesh& mesh, std::span<const unsigned int> faces,
-                           std::span<const unsigned int> lengths) {
-    std::size_t next = 0;
-    for (std::size_t element = 0; element < lengths.size(); ++element) {
-      const std::size_t length = lengths[element];
-      if (length > faces.size() - next) {
-        return;  // damage, which whoever takes the mesh tells of
-      }
-      if (mesh.elements.contains(element)) {
-        const auto nodes = faces.subspan(next, length);
-        mesh.nodesOf[element].assign(nodes.begin(), nodes.end());
-        mesh.marked.insert(nodes.begin(), nodes.end());
-      }
-      next += length;
-    }
-  }
-
-  void AddSkin(SharedMesh& mesh, const PartSkin& part) {
-    const std::span<const float> coordinates(*part.coordinates);
-    const Skin& skin = *part.skin;
-    std::vector<std::uint32_t> pointOf(coordinates.size() / 3, kNoPoint);
-    const auto use = [&pointOf](std::size_t node) {
-      if (node < pointOf.size()) {
-        pointOf[node] = 0;
-      }
-    };
-    std::ranges::for_each(mesh.marked, use);
-    for (std::size_t face = 0; face < skin.Faces(); ++face) {
-      std::ranges::for_each(skin.OutlineOf(face), use);
-    }
-    std::vector<float> xyz;
-    for (std::size_t node = 0; node < pointOf.size(); ++node) {
-      if (pointOf[node] != kNoPoint) {
-        pointOf[node] = static_cast<std::uint32_t>(mesh.points.size());
-        mesh.points.push_back(node);
-        const auto tuple = coordinates.subspan(3 * node, 3);
-        xyz.insert(xyz.end(), tuple.begin(), tuple.end());
-      }
-    }
-    mesh.page.xyz = page_->AddFloats(xyz);
-    AddFaces(mesh, skin, pointOf);
-    mesh.isThere = true;
-  }
-
-  void AddFaces(SharedMesh& mesh, const Skin& skin, std::span<const std::uint32_t> pointOf) {
-    std::vector<std::int32_t> nodes;
-    std::vector<std::int32_t> lengths;
-    std::vector<std::int32_t> triangles;
-    const auto add = [&pointOf](std::vector<std::int32_t>& list, std::span<const unsigned int> of) {
-      for (const unsigned int node : of) {
-        list.push_back(static_cast<std::int32_t>(pointOf[node]));
-      }
-    };
-    for (std::size_t face = 0; face < skin.Faces(); ++face) {
-      const auto outline = skin.OutlineOf(face);
-      if (outline.empty()) {
-        continue;
-      }
-      mesh.faces.push_back(skin.ElementOf(face));
-      lengths.push_back(static_cast<std::int32_t>(outline.size()));
-      add(nodes, outline);
-      if (outline.size() > 3) {
-        for (const Skin::Triangle& triangle : skin.TrianglesOf(face)) {
-          add(triangles, triangle);
-        }
-      }
-    }
-    mesh.page.nodes = page_->AddWholes(nodes);
-    mesh.page.lengths = page_->AddWholes(lengths);
-    mesh.page.triangles = page_->AddWholes(triangles);
-  }
-
-  void AddIds(SharedMesh& mesh, const LoadedGroup& loaded) {
-    const auto add = [this](const Analysis::LoadedArray& ids, std::span<const std::size_t> places,
-                            bool& hasIds) {
-      const Analysis::FloatTuples tuples =
-          ids.failure == nullptr ? ids.Tuples(1) : Analysis::FloatTuples();
-      std::vector<std::int32_t> numbers = Wholes(places);
-      hasIds = !places.empty() && *std::ranges::max_element(places) < tuples.Count();
-      for (std::size_t i = 0; hasIds && i < places.size(); ++i) {
-        numbers[i] = *Analysis::IdAt(tuples, places[i]);
-      }
-      return page_->AddWholes(numbers);
-    };
-    mesh.page.nodeIds = add(loaded[0], mesh.points, mesh.page.hasNodeIds);
-    mesh.page.faceIds = add(loaded[1], mesh.faces, mesh.page.hasElementIds);
+    Analysis::LoadInFileOrder({&model_->GetTree(), wanted, {.threads = style_.threads}},
+                              [&meshes](std::size_t place, const LoadedGroup& loaded) {
+                                if (Analysis::FailureOf(loaded) == nullptr) {
+                                  meshes[place]->TakeElements(loaded[1].Wholes(),
+                                                              loaded[2].Wholes());
+                                }
+                              });
   }
 
   void AddField(std::size_t place, const SharedMesh& mesh, const Analysis::LoadedArray& loaded) {
@@ -291,6 +203,7 @@ class Filling {
     }
     const std::size_t width = fields_[place].field.field->components;
     const Analysis::FloatTuples tuples = loaded.Tuples(width);
+    listener_->fieldFound(fields_[place].field, tuples);
     PageField field;
     field.ofFaces = LocationOf(fields_[place], mesh) == Location::Element;
     const auto& places = field.ofFaces ? mesh.faces : mesh.points;
@@ -373,6 +286,7 @@ class Filling {
   const Analysis::CellRules* rules_;
   PageStyle style_;
   Page* page_;
+  const PageListener* listener_;
   PageContents contents_;
   std::map<std::size_t, std::vector<std::vector<float>>> values_;  // by field and component
   std::vector<MeshOfPart> meshes_;
@@ -383,14 +297,13 @@ class Filling {
 
 }  // namespace
 
-PageContents FillPage(
-    const Analysis::Model& model, std::span<const FieldWithStatistics> fields,
-    const Analysis::CellRules& rules, const PageStyle& style, Page& page,
-    const std::function<void(const MeshOfPart&, const std::exception_ptr&)>& meshFailed) {
-  Filling filling(model, fields, rules, style, page);
+PageContents FillPage(const Analysis::Model& model, std::span<const FieldWithStatistics> fields,
+                      const Analysis::CellRules& rules, const PageStyle& style, Page& page,
+                      const PageListener& listener) {
+  Filling filling(model, fields, rules, style, page, listener);
   filling.FindMeshes();
   filling.FindMarks();
-  filling.AddSkins(meshFailed);
+  filling.AddSkins();
   filling.AddNumbers();
   filling.AddValues();
   return filling.Result();

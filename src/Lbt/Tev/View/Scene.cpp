@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <numeric>
-#include <span>
+#include <set>
 #include <utility>
 
 #include "Lbt/Tev/Analysis/FileOrder.h"
@@ -50,102 +50,81 @@ std::array<double, 3> PlaceOf(const ShownPart& shown, std::size_t index) {
   return MiddleOfNodes(std::span(*shown.skin.faces).subspan(first, lengths[index]), coordinates);
 }
 
-/// Gathers meshes, then numbers, then their range.
-class Gathering {
- public:
-  Gathering(const Model& model, const Shot& shot, const SceneListener& listener)
-      : model_(&model), shot_(&shot), listener_(&listener) {}
-
-  [[nodiscard]] Scene Run() {
-    GatherMeshes();
-    GatherValues();
-    GatherRange();
-    return std::move(scene_);
-  }
-
- private:
-  void GatherMeshes() {
-    std::vector<MeshOfPart> meshes;
-    for (const std::size_t part : shot_->parts) {
-      const auto mesh = model_->MeshAt(model_->Parts()[part], shot_->step);
-      if (mesh.coordinates != nullptr) {
-        meshes.push_back({part, shot_->step, mesh});
-      }
-    }
-    InOrder<std::optional<ShownPart>> inOrder(
-        [this](std::size_t /*place*/, std::optional<ShownPart>& shown) {
-          if (shown) {
-            scene_.parts.push_back(std::move(*shown));
-          }
-        });
-    GatherSkins(*model_, meshes, shot_->cells,
-                [&](std::size_t place, const PartSkin& skin, const std::exception_ptr& failure) {
-                  const std::size_t part = meshes[place].part;
-                  if (failure != nullptr) {
-                    listener_->meshFailed(part, failure);
-                    inOrder.Add(place, std::nullopt);
-                  } else {
-                    inOrder.Add(place, ShownPart{.part = part, .skin = skin});
-                  }
-                });
-  }
-
-  void GatherValues() {
-    std::vector<WantedGroup> wanted;
-    std::vector<ShownPart*> shownBy;
-    for (ShownPart& shown : scene_.parts) {
-      const Part& part = model_->Parts()[shown.part];
-      const Field* field = FieldAt(*model_, part, *shot_);
-      if (field == nullptr || !HasComponent(field->components, shot_->component)) {
-        continue;
-      }
-      shown.location = LocationOn(model_->MeshAt(part, shot_->step), *field);
-      if (shown.location != Location::Unknown) {
-        fields_.push_back({shown.part, field});
-        shownBy.push_back(&shown);
-        wanted.push_back({{.variable = field->variable, .mayStayStored = true}});
-      }
-    }
-    LoadInFileOrder(
-        {&model_->GetTree(), wanted}, [&](std::size_t place, const LoadedGroup& loaded) {
-          if (loaded[0].failure == nullptr) {  // else the statistics tell
-            shownBy[place]->values =
-                ValuesOf(loaded[0].Tuples(fields_[place].field->components), shot_->component);
-          }
-        });
-  }
-
-  void GatherRange() {
-    Ranges ranges(shot_->component);
-    GatherStatistics(*model_, fields_,
-                     [&](const FieldOfPart& field, const FieldStatistics& result) {
-                       if (result.failure != nullptr) {
-                         listener_->fieldFailed(field, result.failure);
-                       }
-                       if (result.statistics) {
-                         ranges.Add(field, *result.statistics);
-                       }
-                     });
-    scene_.range = ranges.OfAll();
-    if (scene_.range) {
-      scene_.min = MarkOf(scene_.range->min);
-      scene_.max = MarkOf(scene_.range->max);
+/// Parts with their skins, in the order of the shot.
+std::vector<ShownPart> GatherParts(const Model& model, const Shot& shot,
+                                   const SceneListener& listener, std::size_t threads) {
+  std::vector<MeshOfPart> meshes;
+  for (const std::size_t part : shot.parts) {
+    const auto mesh = model.MeshAt(model.Parts()[part], shot.step);
+    if (mesh.coordinates != nullptr) {
+      meshes.push_back({part, shot.step, mesh});
     }
   }
+  std::vector<ShownPart> parts;
+  InOrder<std::optional<ShownPart>> inOrder(
+      [&parts](std::size_t /*place*/, std::optional<ShownPart>& shown) {
+        if (shown) {
+          parts.push_back(std::move(*shown));
+        }
+      });
+  GatherSkins(
+      model, meshes, shot.cells,
+      [&](std::size_t place, const PartSkin& skin, const std::exception_ptr& failure) {
+        const std::size_t part = meshes[place].part;
+        if (failure != nullptr) {
+          listener.meshFailed(part, failure);
+          inOrder.Add(place, std::nullopt);
+        } else {
+          inOrder.Add(place, ShownPart{.part = part, .skin = skin});
+        }
+      },
+      threads);
+  return parts;
+}
 
-  [[nodiscard]] std::optional<Mark> MarkOf(const Range::End& end) const {
-    const auto shown = std::ranges::find(scene_.parts, end.field.part, &ShownPart::part);
-    return shown == scene_.parts.end()
-               ? std::nullopt
-               : std::optional(Mark{PlaceOf(*shown, end.extreme.index), end});
+/// Loads the numbers of parts.
+void AddValues(const Model& model, const Shot& shot, std::size_t threads,
+               std::vector<ShownPart>& parts) {
+  std::vector<const Field*> fields;
+  std::vector<WantedGroup> wanted;
+  std::vector<ShownPart*> shownBy;
+  for (ShownPart& shown : parts) {
+    if (const Field* field = ShownField(model, shown.part, shot); field != nullptr) {
+      fields.push_back(field);
+      shownBy.push_back(&shown);
+      wanted.push_back({{.variable = field->variable, .mayStayStored = true}});
+    }
   }
+  LoadInFileOrder({&model.GetTree(), wanted, {.threads = threads}}, [&](std::size_t place,
+                                                                        const LoadedGroup& loaded) {
+    if (loaded[0].failure == nullptr) {  // else the statistics tell
+      SetNumbers(model, shot, loaded[0].Tuples(fields[place]->components), *shownBy[place]);
+    }
+  });
+}
 
-  const Model* model_;
-  const Shot* shot_;
-  const SceneListener* listener_;
-  std::vector<FieldOfPart> fields_;
-  Scene scene_;
-};
+/// The fields that the range of colours comes from.
+std::vector<FieldOfPart> ColouringFields(const Model& model, const Shot& shot,
+                                         std::span<const ShownPart> parts) {
+  std::vector<FieldOfPart> fields;
+  for (const ShownPart& shown : parts) {
+    const Field* atStep = ShownField(model, shown.part, shot);
+    for (const Field& field : model.FieldsOf(model.Parts()[shown.part])) {
+      const bool isOfResult = shot.result && field.result == *shot.result &&
+                              HasComponent(field.components, shot.component);
+      if (shot.isRangeOfStep ? &field == atStep : isOfResult) {
+        fields.push_back({shown.part, &field});
+      }
+    }
+  }
+  return fields;
+}
+
+std::optional<Mark> MarkOf(std::span<const ShownPart> parts, const Range::End& end) {
+  const auto shown = std::ranges::find(parts, end.field.part, &ShownPart::part);
+  return shown == parts.end() ? std::nullopt
+                              : std::optional(Mark{PlaceOf(*shown, end.extreme.index), end});
+}
 
 }  // namespace
 
@@ -163,8 +142,61 @@ std::optional<std::size_t> LastStep(const Model& model, const std::vector<std::s
   return last;
 }
 
-Scene GatherScene(const Model& model, const Shot& shot, const SceneListener& listener) {
-  return Gathering(model, shot, listener).Run();
+const Field* ShownField(const Model& model, std::size_t part, const Shot& shot) {
+  const Field* field = FieldAt(model, model.Parts()[part], shot);
+  return field != nullptr && HasComponent(field->components, shot.component) &&
+                 LocationOn(model.MeshAt(model.Parts()[part], shot.step), *field) !=
+                     Location::Unknown
+             ? field
+             : nullptr;
+}
+
+void SetNumbers(const Model& model, const Shot& shot, const FloatTuples& tuples, ShownPart& shown) {
+  const Part& part = model.Parts()[shown.part];
+  shown.location = LocationOn(model.MeshAt(part, shot.step), *ShownField(model, shown.part, shot));
+  shown.values = ValuesOf(tuples, shot.component);
+}
+
+Scene SceneOf(const Model& model, const Shot& shot, std::vector<ShownPart> parts,
+              std::span<const FieldWithStatistics> statistics) {
+  Scene scene{.parts = std::move(parts)};
+  std::set<std::pair<std::size_t, const Field*>> colouring;  // parts may have one geometry
+  for (const FieldOfPart& each : ColouringFields(model, shot, scene.parts)) {
+    colouring.emplace(each.part, each.field);
+  }
+  RangeOfFields ofShown(shot.component);
+  RangeOfFields ofColours(shot.component);
+  for (const FieldWithStatistics& each : statistics) {
+    if (each.statistics && colouring.contains({each.field.part, each.field.field})) {
+      ofColours.Add(each.field, *each.statistics);
+      if (each.field.field == ShownField(model, each.field.part, shot)) {
+        ofShown.Add(each.field, *each.statistics);
+      }
+    }
+  }
+  scene.range = ofColours.Get();
+  if (const std::optional<Range>& range = ofShown.Get()) {
+    scene.min = MarkOf(scene.parts, range->min);
+    scene.max = MarkOf(scene.parts, range->max);
+  }
+  return scene;
+}
+
+Scene GatherScene(const Model& model, const Shot& shot, const SceneListener& listener,
+                  std::size_t threads) {
+  std::vector<ShownPart> parts = GatherParts(model, shot, listener, threads);
+  AddValues(model, shot, threads, parts);
+  std::vector<FieldWithStatistics> statistics;
+  GatherStatistics(
+      model, ColouringFields(model, shot, parts),
+      [&](const FieldOfPart& field, const FieldStatistics& result) {
+        if (result.failure != nullptr) {
+          listener.fieldFailed(field, result.failure);
+        }
+        statistics.push_back({field, result.statistics});
+      },
+      threads);
+  return SceneOf(model, shot, std::move(parts), statistics);
 }
 
 }  // namespace LbtTev::View

@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <set>
+#include <span>
 #include <vector>
 
 #include "Lbt/Tev/Analysis/Arrays.h"
+#include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Tev/Analysis/Selection.h"
 #include "Lbt/Tev/View/PageContents.h"
 
@@ -35,9 +38,21 @@ struct SharedMesh {
   PageMesh page{};
   bool isThere = false;
 
+  /// Finds the nodes of "elements", which are marked then.
+  void TakeElements(std::span<const unsigned int> allNodes, std::span<const unsigned int> lengths);
+
+  /// Puts the points and the faces of the mesh on a page.
+  void TakeSkin(const PartSkin& part, Page& into);
+
+  /// Puts the ids of its points and faces on a page: loaded ids of nodes, and of elements.
+  void TakeIds(const Analysis::LoadedGroup& loaded, Page& into);
+
   [[nodiscard]] std::size_t PointOf(std::size_t node) const {
     return static_cast<std::size_t>(std::ranges::lower_bound(points, node) - points.begin());
   }
+
+ private:
+  void TakeFaces(const Skin& skin, std::span<const std::uint32_t> pointOf, Page& into);
 };
 
 }  // namespace LbtTev::View

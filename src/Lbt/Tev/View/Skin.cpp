@@ -142,7 +142,7 @@ TakenShapes CountShapes(const LoadedMesh& mesh, std::span<const CellShape> shape
   return taken;
 }
 
-Skin BuildSkin(const LoadedMesh& mesh, std::span<const CellShape> shapes) {
+Skin BuildSkin(const LoadedMesh& mesh, std::span<const CellShape> shapes, std::size_t threads) {
   SkinBuilder builder(mesh.coordinates);
   if (!mesh.hasFaces) {
     for (std::size_t node = 0; node < mesh.Points(); ++node) {
@@ -150,13 +150,14 @@ Skin BuildSkin(const LoadedMesh& mesh, std::span<const CellShape> shapes) {
     }
     return builder.Take();
   }
-  const OuterSides outer = OuterSidesOf(mesh, shapes);
+  const OuterSides outer = OuterSidesOf(mesh, shapes, threads);
   std::size_t next = 0;
+  auto sides = outer.begin();
   for (std::size_t element = 0; element < shapes.size(); ++element) {
     const auto nodes = mesh.faces.subspan(next, mesh.lengths[element]);
     next += nodes.size();
     if (!FacesOf(shapes[element]).empty()) {
-      builder.AddSolid(element, shapes[element], nodes, outer[element]);
+      builder.AddSolid(element, shapes[element], nodes, *sides++);
     } else if (!nodes.empty()) {
       builder.AddOther(element, shapes[element], nodes);
     }
@@ -190,12 +191,12 @@ std::size_t Skin::Bytes() const {
          outlines_.size() * sizeof(unsigned int) + triangles_.size() * sizeof(Triangle);
 }
 
-Skin SkinOf(const LoadedMesh& mesh, const CellRules& rules) {
-  return BuildSkin(mesh, ShapesInOrder(mesh, rules));
+Skin SkinOf(const LoadedMesh& mesh, const CellRules& rules, std::size_t threads) {
+  return BuildSkin(mesh, ShapesInOrder(mesh, rules), threads);
 }
 
 void GatherSkins(const Model& model, std::span<const MeshOfPart> meshes, const CellRules& rules,
-                 const TakeSkin& take) {
+                 const TakeSkin& take, std::size_t threads) {
   std::vector<WantedGroup> wanted;
   for (const MeshOfPart& each : meshes) {
     wanted.push_back(WantedMesh(each.mesh));
@@ -206,12 +207,13 @@ void GatherSkins(const Model& model, std::span<const MeshOfPart> meshes, const C
                                                mesh.faces.size_bytes());
     const std::vector<CellShape> shapes = ShapesInOrder(mesh, rules);
     return PartSkin{.coordinates = loaded[0].floats,
-                    .skin = std::make_shared<const Skin>(BuildSkin(mesh, shapes)),
+                    .skin = std::make_shared<const Skin>(BuildSkin(mesh, shapes, threads)),
                     .faces = loaded[1].wholes,
                     .lengths = loaded[2].wholes,
                     .taken = CountShapes(mesh, shapes)};
   };
-  LoadInFileOrder({&model.GetTree(), wanted}, [&](std::size_t place, const LoadedGroup& loaded) {
+  LoadInFileOrder({&model.GetTree(), wanted, {.threads = threads}}, [&](std::size_t place,
+                                                                        const LoadedGroup& loaded) {
     PartSkin skin;
     const std::exception_ptr failure = FailureOfLoad(model.GetTree(), [&] {
       if (meshes[place].mesh.coordinates != nullptr) {

@@ -80,16 +80,10 @@ const Figures* FiguresOf(const Statistics& statistics, Component component) {
   return figures != nullptr && figures->finite != 0 ? figures : nullptr;
 }
 
-void Ranges::Add(const Analysis::FieldOfPart& field, const Statistics& statistics) {
+void RangeOfFields::Add(const Analysis::FieldOfPart& field, const Statistics& statistics) {
   if (const Figures* figures = FiguresOf(statistics, component_); figures != nullptr) {
-    Widen(ofAll_, *figures, field);
-    Widen(ofStep_[field.field->step], *figures, field);
+    Widen(range_, *figures, field);
   }
-}
-
-std::optional<Range> Ranges::At(std::optional<std::size_t> step) const {
-  const auto found = ofStep_.find(step);
-  return found == ofStep_.end() ? std::nullopt : found->second;
 }
 
 }  // namespace LbtTev::View
