@@ -95,9 +95,10 @@ foreach(room IN ITEMS exchange view)
   list(APPEND TEVINFO_LAYER_TARGETS lbt_${room})
 endforeach()
 
-# Its loops run over millions of numbers. -O3 makes wide instructions of them, also of roots where
+# Their loops run over millions of numbers. -O3 makes wide instructions of them, also of roots where
 # these need not set errno.
-set_source_files_properties("${PROJECT_SOURCE_DIR}/src/Lbt/Tev/Analysis/Statistics.cpp" PROPERTIES
+set_source_files_properties("${PROJECT_SOURCE_DIR}/src/Lbt/Tev/Analysis/Arrays.cpp"
+  "${PROJECT_SOURCE_DIR}/src/Lbt/Tev/Analysis/Statistics.cpp" PROPERTIES
   COMPILE_OPTIONS "$<$<CONFIG:Release>:-O3>;-fno-math-errno")
 
 target_link_libraries(lbt_util ${lbt_util_SCOPE} Boost::headers)

@@ -133,9 +133,11 @@ FaceExtent ExtentOf(std::span<const unsigned int> faces, std::span<const unsigne
     extent.sum += length;
     extent.longest = length <= faces.size() ? std::max(extent.longest, length) : extent.longest;
   }
-  if (!faces.empty()) {
-    extent.points = *std::ranges::max_element(faces) + std::size_t{1};
+  unsigned int highest = 0;
+  for (const unsigned int node : faces) {  // std::max_element is not made wide instructions of
+    highest = std::max(highest, node);
   }
+  extent.points = faces.empty() ? 0 : highest + std::size_t{1};
   return extent;
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <future>
 #include <iterator>
 #include <limits>
 #include <map>
@@ -104,7 +105,7 @@ class Filling {
             contents_.taken[part] = skin.taken;
           }
           if (!sharedOf_[place]->isThere) {
-            sharedOf_[place]->TakeSkin(skin, *page_);
+            Pack(*sharedOf_[place], skin);
           }
         },
         style_.threads);
@@ -129,9 +130,12 @@ class Filling {
             [this, i, mesh](const LoadedGroup& loaded) { AddField(i, *mesh, loaded[0]); });
       }
     }
-    Analysis::LoadInFileOrder(
-        {&model_->GetTree(), wanted, {.threads = style_.threads}},
-        [&takes](std::size_t place, const LoadedGroup& loaded) { takes[place](loaded); });
+    Analysis::LoadInFileOrder({&model_->GetTree(), wanted, {.threads = style_.threads}},
+                              [&](std::size_t place, const LoadedGroup& loaded) {
+                                FinishPacking();
+                                takes[place](loaded);
+                              });
+    FinishPacking();
   }
 
   /// Fields of one result are kept in the order of their steps, and by one range.
@@ -164,6 +168,21 @@ class Filling {
   }
 
  private:
+  /// Deflates a mesh while what comes next is read.
+  void Pack(SharedMesh& mesh, const PartSkin& skin) {
+    FinishPacking();
+    mesh.isThere = true;
+    packing_ = std::async(
+        style_.threads == 0 ? std::launch::deferred : std::launch::async | std::launch::deferred,
+        [this, &mesh, skin] { mesh.TakeSkin(skin, *page_); });
+  }
+
+  void FinishPacking() {
+    if (packing_.valid()) {
+      packing_.get();
+    }
+  }
+
   /// The mesh that a field is shown on: that of its step, else the one without, else the first.
   [[nodiscard]] SharedMesh* MeshOf(const FieldWithStatistics& each) const {
     auto found = placeOf_.find({each.field.part, each.field.field->step});
@@ -293,6 +312,7 @@ class Filling {
   std::vector<SharedMesh*> sharedOf_;  // of these
   std::map<std::pair<std::size_t, std::optional<std::size_t>>, std::size_t> placeOf_;
   std::map<MeshKey, SharedMesh> shared_;
+  std::future<void> packing_;  // of one of these
 };
 
 }  // namespace

@@ -65,7 +65,6 @@ void SharedMesh::TakeSkin(const PartSkin& part, Page& into) {
   }
   page.xyz = into.AddFloats(xyz);
   TakeFaces(skin, pointOf, into);
-  isThere = true;
 }
 
 void SharedMesh::TakeFaces(const Skin& skin, std::span<const std::uint32_t> pointOf, Page& into) {

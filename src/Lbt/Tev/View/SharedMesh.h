@@ -36,7 +36,7 @@ struct SharedMesh {
   std::vector<std::size_t> faces{};                           ///< the element of each face
   std::map<std::size_t, std::vector<std::size_t>> nodesOf{};  ///< of those elements
   PageMesh page{};
-  bool isThere = false;
+  bool isThere = false;  ///< its skin was or is being taken
 
   /// Finds the nodes of "elements", which are marked then.
   void TakeElements(std::span<const unsigned int> allNodes, std::span<const unsigned int> lengths);
