@@ -114,7 +114,7 @@ class FewFaces {
     for (; slots_[slot] != kFree; slot = (slot + 1) % kSlots) {
       const ListedFace& other = list_[slots_[slot]];
       if (other.Key() == face.Key()) {
-        shared_ |= std::uint64_t{other.side.solid != face.side.solid} << slots_[slot];
+        shared_ |= std::uint64_t{other.side.solid != face.side.solid ? 1U : 0U} << slots_[slot];
         return;
       }
     }
@@ -246,8 +246,9 @@ OuterSides OuterSidesOf(const LoadedMesh& mesh, std::span<const CellShape> shape
                    [&faces, begin, end] { return OuterWithin(faces, begin, end); }));
   }
   OuterSides outer(faces.Solids());
-  for (auto piece = found.rbegin(); piece != found.rend(); ++piece) {
-    for (const SideOfSolid& side : piece->get()) {
+  std::ranges::reverse(found);  // the last piece is the caller's
+  for (auto& piece : found) {
+    for (const SideOfSolid& side : piece.get()) {
       outer[side.solid] |= static_cast<unsigned char>(1U << side.side);
     }
   }

@@ -101,8 +101,8 @@ constexpr std::string_view kTitle = "@TITLE@";  // twice
 constexpr std::string_view kPicture = "@PICTURE@";
 constexpr std::string_view kBlocks = "@BLOCKS@";
 
-constexpr std::string_view kBlockHead = "<script type=\"application/octet-stream\" id=\"block-";
-constexpr std::string_view kBlockMiddle = "\">";
+constexpr std::string_view kBlockHead = R"(<script type="application/octet-stream" id="block-)";
+constexpr std::string_view kBlockMiddle = R"(">)";
 constexpr std::string_view kBlockTail = "</script>\n";
 
 std::uint64_t SizeOfBlock(std::string_view name, std::size_t packed) {

@@ -14,10 +14,10 @@ std::set<Page::Block> BlocksAt(const PageContents& contents,
     return !step || steps.contains(*step);
   };
   for (const auto& meshes : contents.meshes) {
-    for (std::size_t i = 0; i < meshes.size(); ++i) {
-      if (isWanted(meshes[i].step)) {
-        blocks.insert({meshes[i].xyz, meshes[i].nodes, meshes[i].lengths, meshes[i].triangles,
-                       meshes[i].nodeIds, meshes[i].faceIds});
+    for (const PageMesh& mesh : meshes) {
+      if (isWanted(mesh.step)) {
+        blocks.insert(
+            {mesh.xyz, mesh.nodes, mesh.lengths, mesh.triangles, mesh.nodeIds, mesh.faceIds});
       }
     }
   }
