@@ -102,7 +102,7 @@ ShownPart PartOf(std::vector<float> coordinates,
                  Analysis::Location location = Analysis::Location::Node) {
   auto skin = std::make_shared<Skin>();
   for (std::size_t i = 0; i < faces.size(); ++i) {
-    skin->Add(i, faces[i], false);
+    skin->Add(i, faces[i], false, coordinates);
   }
   ShownPart part{.location = location, .values = std::move(values)};
   part.skin.coordinates = std::make_shared<const std::vector<float>>(std::move(coordinates));

@@ -1,6 +1,7 @@
 // What of meshes is seen from outside.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <set>
@@ -300,6 +301,116 @@ TEST(Skin, OfQuadraticSurfacesAndLines_GoesThroughTheMiddlesOfEdges) {
   EXPECT_EQ(quad.SkinBy("8=quad8").Triangles().size(), 6U);
   const HandMesh line = Quadratic({0, 1}, {{0, 1}});
   EXPECT_EQ(OutlinesOf(line.SkinBy("3=line3")), (std::vector<Nodes>{{0, 9}, {9, 1}}));
+}
+
+/// The area of the triangles of a polygon that goes around counterclockwise on the plane z = 0, as
+/// each of them has to.
+double AreaOfTriangles(const Skin& skin, const HandMesh& mesh) {
+  double area = 0;
+  for (const Skin::Triangle& triangle : skin.Triangles()) {
+    const auto at = [&](std::size_t corner, std::size_t axis) {
+      return static_cast<double>(mesh.coordinates[triangle.at(corner) * 3 + axis]);
+    };
+    const double twice = (at(1, 0) - at(0, 0)) * (at(2, 1) - at(0, 1)) -
+                         (at(2, 0) - at(0, 0)) * (at(1, 1) - at(0, 1));
+    EXPECT_GE(twice, 0);
+    area += twice / 2;
+  }
+  return area;
+}
+
+/// One polygon of the plane z = 0.
+HandMesh FlatPolygon(const std::vector<std::array<float, 2>>& corners) {
+  HandMesh mesh;
+  Nodes element;
+  for (const auto& [x, y] : corners) {
+    element.push_back(static_cast<unsigned int>(element.size()));
+    mesh.coordinates.insert(mesh.coordinates.end(), {x, y, 0});
+  }
+  mesh.Add(element);
+  return mesh;
+}
+
+TEST(Skin, OfConcavePolygons_StaysWithinThemFromWhicheverCornerTheyBegin) {
+  struct Case {
+    std::vector<std::array<float, 2>> corners;
+    double area;
+  };
+  // An arrow head, an L, a comb, a U with corners in the middle of edges.
+  const std::vector<Case> cases{
+      {{{0, 0}, {4, 0}, {1, 1}, {0, 4}}, 4},
+      {{{0, 0}, {3, 0}, {3, 1}, {1, 1}, {1, 3}, {0, 3}}, 5},
+      {{{0, 0},
+        {7, 0},
+        {7, 3},
+        {6, 3},
+        {6, 1},
+        {4, 1},
+        {4, 3},
+        {3, 3},
+        {3, 1},
+        {1, 1},
+        {1, 3},
+        {0, 3}},
+       13},
+      {{{0, 0}, {1, 0}, {2, 0}, {3, 0}, {3, 2}, {2, 2}, {2, 1}, {1.5F, 1}, {1, 1}, {1, 2}, {0, 2}},
+       5}};
+  for (const Case& each : cases) {
+    std::vector<std::array<float, 2>> corners = each.corners;
+    for (std::size_t turn = 0; turn < corners.size(); ++turn) {
+      std::rotate(corners.begin(), corners.begin() + 1, corners.end());
+      const HandMesh mesh = FlatPolygon(corners);
+      const Skin skin = mesh.SkinBy("3=triangle");
+      EXPECT_EQ(skin.Triangles().size(), corners.size() - 2);
+      EXPECT_DOUBLE_EQ(AreaOfTriangles(skin, mesh), each.area);
+    }
+  }
+}
+
+TEST(Skin, OfConcavePolygonInSpace_HasItsArea) {
+  // The arrow head on the plane x + y + z = 0, far from the origin, and the other way around.
+  HandMesh mesh;
+  for (const auto& [u, v] : std::vector<std::array<float, 2>>{{0, 4}, {1, 1}, {4, 0}, {0, 0}}) {
+    mesh.coordinates.insert(mesh.coordinates.end(), {1000 + u, 2000 - u + v, 3000 - v});
+  }
+  mesh.Add({0, 1, 2, 3});
+  for (unsigned int turn = 0; turn < 4; ++turn) {
+    std::rotate(mesh.faces.begin(), mesh.faces.begin() + 1, mesh.faces.end());
+    std::set<std::set<unsigned int>> triangles;
+    const Skin skin = mesh.SkinBy("4=quad");
+    for (const Skin::Triangle& each : skin.Triangles()) {
+      triangles.insert(std::set(each.begin(), each.end()));
+    }
+    EXPECT_EQ(triangles, (std::set<std::set<unsigned int>>{{0, 1, 3}, {1, 2, 3}}));
+  }
+}
+
+TEST(Skin, OfConcaveQuadraticQuad_StaysWithinIt) {
+  // The arrow head: what is between its corner that points inward and the middles is outside of it.
+  const HandMesh mesh =
+      FlatPolygon({{0, 0}, {4, 0}, {1, 1}, {0, 4}, {2, 0}, {2.5F, 0.5F}, {0.5F, 2.5F}, {0, 2}});
+  EXPECT_DOUBLE_EQ(AreaOfTriangles(mesh.SkinBy("8=quad8"), mesh), 4);
+}
+
+TEST(Skin, OfPolygonsThatCrossThemselves_HasAFan) {
+  const HandMesh mesh = FlatPolygon({{0, 0}, {2, 2}, {2, 0}, {0, 3}, {1, -1}});
+  EXPECT_EQ(mesh.SkinBy("3=triangle").Triangles().size(), 3U);
+  const HandMesh line = FlatPolygon({{0, 0}, {1, 1}, {2, 2}, {3, 3}, {1, 1}});
+  EXPECT_EQ(line.SkinBy("3=triangle").Triangles().size(), 3U);
+  const HandMesh nan = FlatPolygon({{0, 0}, {NAN, 1}, {2, 0}, {3, INFINITY}, {1, 1}});
+  EXPECT_EQ(nan.SkinBy("3=triangle").Triangles().size(), 3U);
+}
+
+/// A saw of very many teeth is taken for convex: looking for its ears would take time without end.
+TEST(Skin, OfConcavePolygonWithVeryManyCorners_IsFound) {
+  std::vector<std::array<float, 2>> corners;
+  constexpr unsigned int kTeeth = 200000;
+  for (unsigned int i = 0; i < kTeeth; ++i) {
+    corners.push_back({static_cast<float>(i), static_cast<float>(i % 2)});
+  }
+  corners.push_back({static_cast<float>(kTeeth), 2});
+  corners.push_back({0, 2});
+  EXPECT_EQ(FlatPolygon(corners).SkinBy("3=triangle").Triangles().size(), kTeeth);
 }
 
 TEST(Skin, OfPartWithoutFaces_HasItsPoints) {

@@ -44,7 +44,9 @@ class Skin {
   [[nodiscard]] std::span<const Triangle> Triangles() const { return triangles_; }
 
   /// Adds a face by the nodes around it. "hasMiddles": every second one is the middle of an edge.
-  void Add(std::size_t element, std::span<const unsigned int> outline, bool hasMiddles);
+  /// "coordinates" are three for each node.
+  void Add(std::size_t element, std::span<const unsigned int> outline, bool hasMiddles,
+           std::span<const float> coordinates);
 
   [[nodiscard]] std::size_t Bytes() const;
 

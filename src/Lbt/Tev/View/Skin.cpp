@@ -8,6 +8,7 @@
 
 #include "Lbt/Tev/Analysis/Remembered.h"
 #include "OuterSides.h"
+#include "Polygon.h"
 #include "SolidFaces.h"
 
 namespace LbtTev::View {
@@ -35,20 +36,6 @@ Vector CenterOf(std::span<const unsigned int> nodes, std::span<const float> coor
   return center;
 }
 
-/// Twice the area, as a normal, of what goes around these nodes.
-Vector NormalOf(std::span<const unsigned int> around, std::span<const float> coordinates) {
-  Vector normal{};
-  Vector last = PointAt(coordinates, around.back());
-  for (const unsigned int node : around) {
-    const Vector point = PointAt(coordinates, node);
-    normal[0] += (last[1] - point[1]) * (last[2] + point[2]);
-    normal[1] += (last[2] - point[2]) * (last[0] + point[0]);
-    normal[2] += (last[0] - point[0]) * (last[1] + point[1]);
-    last = point;
-  }
-  return normal;
-}
-
 /// Adds the faces of one element at a time.
 class SkinBuilder {
  public:
@@ -61,7 +48,7 @@ class SkinBuilder {
       if ((outer >> side & 1U) != 0) {
         Walk(shape, faces[side].Corners(), nodes);
         TurnOutward(nodes.first(CornersOf(shape)));
-        skin_.Add(element, around_, HasMiddles(shape));
+        skin_.Add(element, around_, HasMiddles(shape), coordinates_);
       }
     }
   }
@@ -69,19 +56,19 @@ class SkinBuilder {
   void AddOther(std::size_t element, CellShape shape, std::span<const unsigned int> nodes) {
     static constexpr std::array<std::uint8_t, 4> kInOrder{0, 1, 2, 3};
     if (shape == CellShape::Line3) {
-      skin_.Add(element, std::array{nodes[0], nodes[2]}, false);
-      skin_.Add(element, std::array{nodes[2], nodes[1]}, false);
+      skin_.Add(element, std::array{nodes[0], nodes[2]}, false, coordinates_);
+      skin_.Add(element, std::array{nodes[2], nodes[1]}, false, coordinates_);
     } else if (HasMiddles(shape)) {
       Walk(shape, std::span(kInOrder).first(CornersOf(shape)), nodes);
-      skin_.Add(element, around_, true);
+      skin_.Add(element, around_, true, coordinates_);
     } else {
-      skin_.Add(element, nodes, false);
+      skin_.Add(element, nodes, false, coordinates_);
     }
   }
 
   /// A node that stands for an element.
   void AddPoint(std::size_t node) {
-    skin_.Add(node, std::array{static_cast<unsigned int>(node)}, false);
+    skin_.Add(node, std::array{static_cast<unsigned int>(node)}, false, coordinates_);
   }
 
   [[nodiscard]] Skin Take() { return std::move(skin_); }
@@ -167,22 +154,12 @@ Skin BuildSkin(const LoadedMesh& mesh, std::span<const CellShape> shapes, std::s
 
 }  // namespace
 
-void Skin::Add(std::size_t element, std::span<const unsigned int> outline, bool hasMiddles) {
+void Skin::Add(std::size_t element, std::span<const unsigned int> outline, bool hasMiddles,
+               std::span<const float> coordinates) {
   elements_.push_back(element);
   outlines_.insert(outlines_.end(), outline.begin(), outline.end());
   outlineEnds_.push_back(outlines_.size());
-  if (outline.size() >= 3) {
-    const std::size_t step = hasMiddles ? 2 : 1;
-    // A corner with the middles beside it is a triangle, and the middles go around what is left.
-    for (std::size_t i = 0; hasMiddles && i < outline.size(); i += step) {
-      const std::size_t before = (i == 0 ? outline.size() : i) - 1;
-      triangles_.push_back({outline[before], outline[i], outline[i + 1]});
-    }
-    const std::size_t first = step - 1;
-    for (std::size_t i = first + step; i + step < outline.size(); i += step) {
-      triangles_.push_back({outline[first], outline[i], outline[i + step]});
-    }
-  }
+  AddTriangles(outline, hasMiddles, coordinates, triangles_);
   triangleEnds_.push_back(triangles_.size());
 }
 
