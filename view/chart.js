@@ -1,4 +1,4 @@
-// The legend and the chart of the maximum over the steps.
+// The legend, and the chart of the maximum over the steps.
 'use strict';
 
 const SVG = 'http://www.w3.org/2000/svg';
@@ -20,8 +20,7 @@ function showChart(figure, title, points, here, choose) {
     return;
   }
   const [width, height, left, edge] = [640, 180, 90, 20];
-  const values = known.map((point) => point.value);
-  const range = {min: Math.min(...values), max: Math.max(...values)};
+  const range = rangeOf(known.map(({value}) => ({min: value, max: value})));
   const x = (i) => left + (i / Math.max(points.length - 1, 1)) * (width - left - edge);
   const y = (value) => height - edge - placeInRange(value, range) * (height - 2 * edge);
   const svg = drawn('svg', {viewBox: `0 0 ${width} ${height}`, role: 'img', 'aria-label': title},

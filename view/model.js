@@ -1,5 +1,5 @@
 // The model of the page: which numbers belong to which part and step, unpacked when they are asked
-// for and kept.
+// for, and kept as long as there is room.
 'use strict';
 
 class PageModel {
@@ -69,25 +69,46 @@ class PageModel {
       this.block(shape.nodeIds, wholesOf),
       this.block(shape.faceIds, wholesOf),
     ]);
-    return {key: [shape.xyz, shape.nodes, shape.lengths].join('/'), xyz, nodes, lengths, triangles,
-      nodeIds, faceIds, hasNodeIds, hasElementIds};
+    return {key: JSON.stringify({...shape, step: null}), xyz, nodes, lengths, triangles, nodeIds, faceIds,
+      hasNodeIds, hasElementIds};
   }
 
-  /** What "make" makes, which is kept. */
+  /** What "make" makes, which is kept: what was asked for last stands at the end. */
   once(key, make) {
-    if (!this.kept.has(key)) {
-      this.kept.set(key, make());
-    }
-    return this.kept.get(key);
+    const made = this.kept.get(key) || make();
+    this.kept.delete(key);
+    this.kept.set(key, made);
+    return made;
   }
 
-  /** The steps of a component; those of the field before come first, where these differ to them. */
+  /** Forgets what was not asked for lately, but for so many bytes. What is asked for again is unpacked again. */
+  async forget(most) {
+    let bytes = 0;
+    for (const [key, made] of [...this.kept].reverse()) {
+      bytes += (await made).byteLength;
+      if (bytes > most) {
+        this.kept.delete(key);
+      }
+    }
+  }
+
+  /**
+   * The steps of a component. Those of the field before, to which they may differ, are begun first:
+   * very many of them would be very deep calls.
+   */
   steps16(place, component) {
-    return this.once('steps ' + place + ' ' + component, async () => {
-      const {before, components} = this.view.values[place];
-      const others = before === null ? null : await this.steps16(before, component);
-      return stepsOf(await this.blocks.bytes(String(components[component].data)), others);
-    });
+    const key = (field) => 'steps ' + field + ' ' + component;
+    const fields = [place];
+    while (this.view.values[fields.at(-1)].before !== null && !this.kept.has(key(fields.at(-1)))) {
+      fields.push(this.view.values[fields.at(-1)].before);
+    }
+    let last = null;
+    for (const field of fields.reverse()) {
+      const others = last;
+      last = this.once(key(field), async () => stepsOf(
+        await this.blocks.bytes(String(this.view.values[field].components[component].data)), await others));
+    }
+    return last;
   }
 
   /** Lists of the values of each component: for each point of the mesh, or for each face. */

@@ -60,9 +60,14 @@ function colourAt(table, t) {
   return [0, 2, 4].map((digit) => parseInt(table.slice(place + digit, place + digit + 2), 16));
 }
 
-/** A number for people, with seven digits as floats have them. */
+/** A number for people: exact where it is a float or has no more digits than these, else with seven. */
 function shortText(value) {
-  return value === null || !Number.isFinite(value) ? '–' : String(Number(value.toPrecision(7)));
+  if (value === null || !Number.isFinite(value)) {
+    return '–';
+  }
+  const rounded = (digits) => Number(value.toPrecision(digits));
+  const enough = [6, 7, 8, 9].find((digits) => rounded(digits) === value || Math.fround(rounded(digits)) === value);
+  return String(rounded(enough ?? 7));
 }
 
 /** A file's size in the largest unit that leaves a digit before the point. */
@@ -108,7 +113,7 @@ function placeInRange(value, range) {
 
 /** A round number of which about "fraction" times "size" comes of "largest". */
 function roundScale(size, largest, fraction = 0.1) {
-  if (!(size > 0) || !(largest > 0)) {
+  if (!(size > 0) || !(largest > 0) || !Number.isFinite(size / largest)) {
     return 1;
   }
   const scale = (fraction * size) / largest;

@@ -1,6 +1,8 @@
 // What the reader chooses, and what follows from it on the page.
 'use strict';
 
+const MOST_KEPT = 256e6;  // bytes of unpacked numbers
+
 class Panel extends Picking {
   constructor(model, scene) {
     super(model, scene);
@@ -88,7 +90,9 @@ class Panel extends Picking {
   listen() {
     const on = (id, event, act) => byId(id).addEventListener(event, act);
     const showing = (id, act) => on(id, 'change', () => { act(byId(id)); this.show(); });
-    byId('controls').addEventListener('submit', (event) => event.preventDefault());
+    on('controls', 'submit', (event) => event.preventDefault());
+    on('controls', 'input', Panel.changed);
+    on('controls', 'click', ({target}) => target.matches('button') && Panel.changed());
     showing('result', ({value}) => {
       this.result = value === '' ? null : this.results[Number(value)];
       this.component = Panel.usualComponent(this.result);
@@ -130,12 +134,13 @@ class Panel extends Picking {
         const box = canvas.getBoundingClientRect();
         this.pick(event.clientX - box.left, event.clientY - box.top);
       }
+      pressed = null;
     });
     document.addEventListener('keydown', (event) => this.key(event));
   }
 
   key(event) {
-    if (event.ctrlKey || event.metaKey || event.altKey || event.target.matches('input, select, button')) {
+    if (event.ctrlKey || event.metaKey || event.altKey || event.target.matches('input, select, button:not(.mark)')) {
       return;
     }
     const angle = Math.PI / 24;
@@ -145,21 +150,17 @@ class Panel extends Picking {
       '+': () => this.scene.zoom(1.2), '-': () => this.scene.zoom(1 / 1.2), f: () => this.scene.fit(),
       ',': () => this.goTo(this.step - 1), '.': () => this.goTo(this.step + 1), ' ': () => this.play(),
       n: () => this.focusMark()};
-    const isOfCanvas = event.key !== ' ' && !event.key.startsWith('Arrow');
-    if (!isOfCanvas && event.target !== this.scene.canvas) {
-      return;  // they scroll the page elsewhere
+    const isOfPage = event.key === ' ' || event.key.startsWith('Arrow');
+    if (isOfPage && event.target !== this.scene.canvas) {
+      return;  // they scroll it, and press buttons
     }
     const act = keys[event.key.length === 1 ? event.key.toLowerCase() : event.key] ||
       (views[event.key] && (() => this.scene.look(views[event.key])));
     if (act) {
       event.preventDefault();
       act();
+      Panel.changed();
     }
-  }
-
-  focusMark() {
-    const buttons = [...byId('overlay').children];
-    buttons[(buttons.indexOf(document.activeElement) + 1) % buttons.length]?.focus();
   }
 
   goTo(step) {
@@ -173,20 +174,17 @@ class Panel extends Picking {
     if (this.model.steps.length < 2) {
       return;
     }
-    const isStarting = this.playing === null;
-    byId('play').textContent = isStarting ? 'Stop' : 'Play';
-    byId('play').setAttribute('aria-pressed', String(isStarting));
-    clearTimeout(this.playing);
-    this.playing = null;
+    const own = this.playing ? null : {};  // what was begun before ends by itself
+    this.playing = own;
+    byId('play').textContent = own ? 'Stop' : 'Play';
+    byId('play').setAttribute('aria-pressed', String(own !== null));
     const on = async () => {
-      await this.goTo((this.step + 1) % this.model.steps.length);
-      if (this.playing !== null) {
-        this.playing = setTimeout(on, 250);
+      if (own && this.playing === own) {
+        await this.goTo((this.step + 1) % this.model.steps.length);
+        setTimeout(on, 250);
       }
     };
-    if (isStarting) {
-      this.playing = setTimeout(on, 0);
-    }
+    on();
   }
 
   showParts(isShown) {
@@ -198,20 +196,24 @@ class Panel extends Picking {
     this.show();
   }
 
+  /** From now on the page is printed as it is seen, in place of its picture. */
+  static changed() {
+    document.body.dataset.changed = 'yes';
+  }
+
   // --- What is shown ----------------------------------------------------------------------------
 
   /** Brings the page up to what is chosen. Of several calls at a time the last one counts. */
   async show() {
     const turn = ++this.turn;
     document.body.dataset.asked = turn;
-    const scale = await this.scaleOfShape();
-    const range = this.range();
     const parts = await Promise.all(this.model.parts.map((_, place) => this.numbersOf(place)));
     if (turn !== this.turn) {
       return;
     }
+    const range = this.range();
     this.scene.setColours(this.colours);
-    this.scene.setScale(scale);
+    this.scene.setScale(this.scaleOf(parts));
     parts.forEach((part, place) => {
       const surface = this.scene.setMesh(place, part && part.mesh);
       if (surface) {
@@ -225,7 +227,9 @@ class Panel extends Picking {
     this.makeMarks();
     this.drawChart();
     this.scene.draw();
+    this.tellAgain();
     document.body.dataset.shown = turn;
+    this.model.forget(MOST_KEPT);
   }
 
   /** The numbers of a part that is shown; null for another. */
@@ -273,11 +277,12 @@ class Panel extends Picking {
       const text = byId(id).value.trim().replace(',', '.');
       return text !== '' && Number.isFinite(Number(text)) ? Number(text) : other;
     };
-    return {min: typed('range-min', own ? own.min : 0), max: typed('range-max', own ? own.max : 1)};
+    const ends = [typed('range-min', own ? own.min : 0), typed('range-max', own ? own.max : 1)];
+    return {min: Math.min(...ends), max: Math.max(...ends)};
   }
 
   /** What displacements are multiplied with: as typed, else so that they can be seen. */
-  async scaleOfShape() {
+  scaleOf(parts) {
     if (!byId('deformed').checked) {
       return 0;
     }
@@ -286,8 +291,14 @@ class Panel extends Picking {
       return typed;
     }
     const largest = this.rangeOver(this.allSteps(), byId('displacement').value, -1);
-    const size = this.scene.box().getSize(new THREE.Vector3()).length();
-    const scale = roundScale(size, largest ? largest.max : 0);
+    if (!largest) {
+      return 1;  // until something is shown that can be deformed
+    }
+    const box = new THREE.Box3();
+    for (const {mesh} of parts.filter((part) => part && part.mesh)) {
+      box.union(new THREE.Box3().setFromArray(mesh.xyz));
+    }
+    const scale = roundScale(box.getSize(new THREE.Vector3()).length(), largest.max);
     byId('scale').value = scale;
     return scale;
   }
@@ -312,7 +323,7 @@ class Panel extends Picking {
       return {text, value: range ? range.max : null, step: step < 0 ? null : step};
     }) : [];
     showChart(byId('chart'), this.result ? 'Maximum of ' + this.shownName + ' over the steps' : '', points,
-      this.step, (step) => this.goTo(step));
+      this.step, (step) => { this.goTo(step); Panel.changed(); });
   }
 }
 
@@ -324,10 +335,14 @@ async function startPage(contents, blocks) {
   byId('notes').append(...contents.view.notes.map((note) => made('li', note)));
   showFacts(model, byId('facts'));
   let scene;
+  const hasPicture = byId('picture').src !== 'data:,';
+  if (!hasPicture) {
+    Panel.changed();  // nothing else can be printed
+  }
   try {
-    scene = new Scene(byId('canvas'));
+    scene = new Scene(byId('canvas'), Panel.changed);
   } catch (error) {
-    byId('picture').hidden = false;
+    byId('picture').hidden = !hasPicture;
     byId('notes').prepend(made('li', 'This browser shows nothing in three dimensions: ' + error.message));
     return;
   }

@@ -9,9 +9,11 @@ class Picking {
     this.model = model;
     this.scene = scene;
     this.marks = [];
+    this.tellAgain = () => {};
   }
 
   makeMarks() {
+    const focused = [...byId('overlay').children].indexOf(document.activeElement);
     this.marks = [];
     if (this.result && byId('marks').checked) {
       const rows = this.figuresAt(this.result.name, this.component, this.stepText);
@@ -21,6 +23,13 @@ class Picking {
       }
     }
     byId('overlay').replaceChildren(...this.marks.map(({button}) => button));
+    this.marks[focused]?.button.focus({preventScroll: true});
+  }
+
+  /** Goes on from the mark that has the focus to the next one that is seen. */
+  focusMark() {
+    const buttons = this.marks.map(({button}) => button).filter(({hidden}) => !hidden);
+    buttons[(buttons.indexOf(document.activeElement) + 1) % buttons.length]?.focus({preventScroll: true});
   }
 
   markOf(end, {part, field, figures}) {
@@ -30,11 +39,23 @@ class Picking {
     const id = figures[end + 'At'] ?? '[' + figures[end + 'Index'] + ']';
     const button = made('button', made('span', shortText(figures[end])), {type: 'button', class: 'mark ' + end,
       'aria-label': name + ' of ' + this.shownName + ': ' + figures[end] + ' at ' + kind + ' ' + id});
+    const tell = () => this.tell(part, name + ' of ' + this.shownName + ' = ' + figures[end], kind, id,
+      this.positionOf({part, points}));
     button.addEventListener('click', () => {
-      const place = this.positionOf({part, points});
-      this.tell(part, name + ' of ' + this.shownName + ' = ' + figures[end], kind, id, place);
+      this.tellAgain = () => this.tellMark(end);
+      tell();
     });
-    return {button, part, points};
+    return {end, button, part, points, tell};
+  }
+
+  /** The mark is another one when something else is shown. */
+  tellMark(end) {
+    const mark = this.marks.find((each) => each.end === end);
+    if (mark) {
+      mark.tell();
+    } else {
+      byId('picked').textContent = '';
+    }
   }
 
   /** The middle of the points of a mark, as the mesh has them, deformed where "scale" says so. */
@@ -50,8 +71,9 @@ class Picking {
   placeMarks() {
     for (const mark of this.marks) {
       const position = this.positionOf(mark, this.scene.scale);
-      mark.button.hidden = position === null;
-      if (position) {
+      const isSeen = position !== null && position.every(Number.isFinite);
+      mark.button.hidden = !isSeen;
+      if (isSeen) {
         const [x, y] = this.scene.project(position);
         mark.button.style.left = x + 'px';
         mark.button.style.top = y + 'px';
@@ -65,18 +87,28 @@ class Picking {
     byId('picked').textContent = what + ', ' + kind + ' ' + id + ' of part "' + name + '" (id ' + partId + ')' + where;
   }
 
-  async pick(x, y) {
+  pick(x, y) {
     const found = this.scene.pick(x, y);
-    if (!found) {
+    const mesh = found && this.scene.surfaces.get(found.part).mesh;
+    this.tellAgain = () => this.tellPlace(found, mesh);
+    this.tellAgain();
+  }
+
+  /** What is at a place of a mesh now; nothing where that is not shown any more. */
+  async tellPlace(found, mesh) {
+    const surface = found && this.scene.surfaces.get(found.part);
+    if (!surface || surface.mesh !== mesh) {
       byId('picked').textContent = '';
       return;
     }
-    const surface = this.scene.surfaces.get(found.part);
-    const {mesh} = surface;
+    const {turn} = this;
     const field = this.result
       ? this.model.field(this.model.parts[found.part].id, this.result.name, this.stepText) : undefined;
     const ofFaces = field !== undefined && this.model.view.values[field]?.ofFaces;
     const values = await this.model.values(field, this.component);
+    if (turn !== this.turn) {
+      return;  // it is told anew when that is shown
+    }
     const id = ofFaces ? mesh.faceIds[found.face] : mesh.nodeIds[found.node];
     const hasIds = ofFaces ? mesh.hasElementIds : mesh.hasNodeIds;
     const value = values ? values[ofFaces ? found.face : found.node] : null;

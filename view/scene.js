@@ -8,18 +8,30 @@ const VIEWS = {
 };
 
 class Scene {
-  /** Throws where there is no WebGL. */
-  constructor(canvas) {
+  /** Throws where there is no WebGL; "moved" is called when the reader moves the camera. */
+  constructor(canvas, moved) {
     this.canvas = canvas;
-    this.renderer = new THREE.WebGLRenderer({canvas, antialias: true, alpha: true,
-      preserveDrawingBuffer: true});
+    const wanted = {antialias: true, alpha: true, preserveDrawingBuffer: true};
+    const context = canvas.getContext('webgl', wanted);
+    if (!context) {  // asked for here, as the library would also write an error to the console
+      throw new Error('it has no WebGL');
+    }
+    this.renderer = new THREE.WebGLRenderer({canvas, context, ...wanted});
     this.scene = new THREE.Scene();
     this.camera = new THREE.OrthographicCamera(-1, 1, 1, -1, 0, 10);
     this.camera.up.set(0, 0, 1);
     this.controls = new THREE.OrbitControls(this.camera, canvas);
     this.controls.enableKeys = false;
     this.controls.screenSpacePanning = true;
-    this.controls.addEventListener('change', () => this.draw());
+    let isHeld = false;
+    this.controls.addEventListener('start', () => { isHeld = true; });
+    this.controls.addEventListener('end', () => { isHeld = false; });
+    this.controls.addEventListener('change', () => {
+      this.draw();
+      if (isHeld) {
+        moved();
+      }
+    });
     this.surfaces = new Map();
     this.texture = new THREE.DataTexture(new Uint8Array(256 * 3), 256, 1, THREE.RGBFormat);
     this.texture.minFilter = this.texture.magFilter = THREE.LinearFilter;

@@ -67,11 +67,17 @@ test('scales are round, and one without a displacement', () => {
   assert.strictEqual(page.roundScale(1e-3, 2e3), 5e-8);
   assert.strictEqual(page.roundScale(0, 1), 1);
   assert.strictEqual(page.roundScale(1, 0), 1);
+  assert.strictEqual(page.roundScale(Infinity, 1), 1);
 });
 
 test('numbers and sizes as people read them', () => {
+  // As they are: floats, also as double precision has them, and what has nine digits at most.
   assert.strictEqual(page.shortText(0.10000000149011612), '0.1');
-  assert.strictEqual(page.shortText(16777217), '16777220');
+  assert.strictEqual(page.shortText(0.3333333432674408), '0.33333334');
+  assert.strictEqual(page.shortText(-0.000012345678), '-0.000012345678');
+  assert.strictEqual(page.shortText(16777217), '16777217');
+  assert.strictEqual(page.shortText(1 / 3), '0.3333333');
+  assert.strictEqual(page.shortText(1234567890.5), '1234568000');
   assert.strictEqual(page.shortText(null), '–');
   assert.strictEqual(page.sizeText(999), '999 bytes');
   assert.strictEqual(page.sizeText(1184904), '1.18 MB');
@@ -113,6 +119,25 @@ test('a field is that of its step, the first of several, else the one without a 
   assert.strictEqual(model.figures(0, -1), null);
   assert.strictEqual(model.figures(2, 0), null);
   assert.strictEqual(model.figures(undefined, 0), null);
+});
+
+test('steps of very many fields are sums of the fields before them', async () => {
+  const values = Array.from({length: 50000}, (_, place) =>
+    ({before: place === 0 ? null : place - 1, components: [{data: place === 0 ? 7 : 1}]}));
+  const blocks = {bytes: async (name) => new Uint8Array([Number(name), 0])};
+  const model = new (of('PageModel'))({...contents(), view: {...contents().view, values}}, blocks);
+  assert.deepStrictEqual([...await model.steps16(49999, 0)], [50006]);
+  assert.deepStrictEqual([...await model.steps16(3, 0)], [10]);
+});
+
+test('what was asked for longest ago is forgotten, and made again', async () => {
+  const model = new (of('PageModel'))(contents(), null);
+  const made = [];
+  const ask = (key) => model.once(key, async () => { made.push(key); return new Uint8Array(10); });
+  await Promise.all(['a', 'b', 'c', 'a'].map(ask));
+  await model.forget(20);
+  await Promise.all(['c', 'a', 'b'].map(ask));
+  assert.deepStrictEqual(made, ['a', 'b', 'c', 'b']);
 });
 
 test('parts of their own are shown at first, and cuts where there is nothing else', () => {
