@@ -140,18 +140,20 @@ class Filling {
 
   /// Fields of one result are kept in the order of their steps, and by one range.
   void AddValues() {
-    using Key = std::tuple<const SharedMesh*, std::size_t, std::string_view, std::size_t, bool>;
+    using Key = std::tuple<std::size_t, std::optional<std::size_t>, std::size_t, std::string_view,
+                           std::size_t, bool>;
     std::map<Key, std::vector<std::size_t>> results;
     for (const auto& [place, values] : values_) {
       const Analysis::FieldOfPart& each = fields_[place].field;
-      results[{MeshOf(fields_[place]), each.part, each.field->result, values.size(),
+      const MeshOfPart& mesh = MeshOf(fields_[place])->first;
+      results[{mesh.part, mesh.step, each.part, each.field->result, values.size(),
                contents_.fields[place]->ofFaces}]
           .push_back(place);
     }
     for (auto& [key, places] : results) {
       std::ranges::stable_sort(
           places, {}, [this](std::size_t place) { return fields_[place].field.field->step; });
-      for (std::size_t component = 0; component < std::get<3>(key); ++component) {
+      for (std::size_t component = 0; component < std::get<4>(key); ++component) {
         AddComponent(places, component);
       }
     }
