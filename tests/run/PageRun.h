@@ -27,8 +27,12 @@ class PageRun : public TevRun {
   }
 
   /// What the script finds wrong; "" where it finds nothing. All checks are done in one browser,
-  /// which takes longer to start than most of them.
+  /// which takes longer to start than most of them. Under a sanitizer, which has nothing to say of
+  /// what a browser does, the pages are written and not looked at.
   [[nodiscard]] std::string Check(const Checks& checks) const {
+#if defined(TEVTEST_SANITIZED)
+    return checks.empty() ? "no checks" : "";
+#else
     std::vector<std::string> arguments{
         "/usr/bin/python3", std::string(TEVINFO_SOURCE_DIR) + "/tests/run/check_page.py"};
     for (const auto& check : checks) {
@@ -38,6 +42,7 @@ class PageRun : public TevRun {
     const RunResult run = RunProgram(arguments, {.environment = {{"PYTHONDONTWRITEBYTECODE", "1"}},
                                                  .workingDirectory = dir.Path()});
     return run.status == 0 ? "" : "status " + std::to_string(run.status) + run.output + run.error;
+#endif
   }
 
   [[nodiscard]] static std::string Contents(const std::string& path) {
