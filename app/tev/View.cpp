@@ -52,8 +52,13 @@ std::size_t PixelsOf(const std::string& text, const std::string& size) {
 
 PictureSize SizeOf(const std::string& text) {
   const std::size_t cross = std::min(text.find('x'), text.size());
-  return {PixelsOf(text.substr(0, cross), text),
-          PixelsOf(text.substr(std::min(cross + 1, text.size())), text)};
+  const PictureSize size{PixelsOf(text.substr(0, cross), text),
+                         PixelsOf(text.substr(std::min(cross + 1, text.size())), text)};
+  if (const std::size_t pixels = size.width * size.height; pixels > PictureSize::kMostInAll) {
+    throw OptionError("--size: " + text + ": " + std::to_string(pixels) + " pixels are more than " +
+                      std::to_string(PictureSize::kMostInAll));
+  }
+  return size;
 }
 
 Side SideOfOption(const std::string& text) {

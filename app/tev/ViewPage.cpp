@@ -166,10 +166,17 @@ void WriteView(const Model& model, const ViewPageOptions& options, const PageDra
   json.Close();
 }
 
+/// A stream of text that throws on a lack of memory, where others end early without a word.
+std::ostringstream TextStream() {
+  std::ostringstream stream;
+  stream.exceptions(std::ios::badbit);
+  return stream;
+}
+
 /// What the script of the page reads.
 std::string ModelText(const Model& model, const Input& input, const ViewPageOptions& options,
                       const PageDraft& draft, const LostData& lost) {
-  std::ostringstream text;
+  std::ostringstream text = TextStream();
   JsonWriter json(text, JsonLayout::OneLine);
   json.OpenObject();
   json.Member("file", NameOfFile(input));
@@ -246,7 +253,7 @@ std::string PageOf(const Model& model, const Input& input, AnswerWriter& writer,
     return page.Size(tried, blocks());
   });
   const Page::Contents chosen = contents(steps);
-  std::ostringstream out;
+  std::ostringstream out = TextStream();
   page.Write(chosen, blocks(), out);
   return out.str();
 }

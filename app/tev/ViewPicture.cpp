@@ -168,7 +168,7 @@ std::string PictureOf(const Model& model, const Input& input, AnswerWriter& writ
 }
 
 PictureOfPage::PictureOfPage(const Model& model, const CellRules& cells)
-    : model_(&model), shot_(ShotOf(model, cells, {})) {
+    : model_(&model), shot_(ShotOf(model, cells, {})), numbers_(model, shot_) {
   for (const std::size_t part : shot_.parts) {
     wanted_[part] = model.MeshAt(model.Parts()[part], shot_.step);
   }
@@ -185,7 +185,7 @@ void PictureOfPage::Take(const MeshOfPart& mesh, const PartSkin& skin) {
 void PictureOfPage::Take(const FieldOfPart& field, const FloatTuples& tuples) {
   const auto shown = parts_.find(field.part);
   if (shown != parts_.end() && field.field == ShownField(*model_, field.part, shot_)) {
-    SetNumbers(*model_, shot_, tuples, shown->second);
+    numbers_.Set(tuples, shown->second);
   }
 }
 

@@ -39,6 +39,9 @@ struct PictureOptions {
 class PictureOfPage {
  public:
   PictureOfPage(const LbtTev::Analysis::Model& model, const LbtTev::Analysis::CellRules& cells);
+  ~PictureOfPage() = default;
+  PictureOfPage(const PictureOfPage&) = delete;  // its numbers are those of its shot
+  PictureOfPage& operator=(const PictureOfPage&) = delete;
 
   /// To be told of every mesh, and then of every field.
   void Take(const LbtTev::Analysis::MeshOfPart& mesh, const LbtTev::View::PartSkin& skin);
@@ -52,6 +55,7 @@ class PictureOfPage {
  private:
   const LbtTev::Analysis::Model* model_;
   LbtTev::View::Shot shot_;
+  LbtTev::View::ShownNumbers numbers_;
   std::map<std::size_t, LbtTev::Analysis::MeshVariables> wanted_;
   std::map<std::size_t, LbtTev::View::ShownPart> parts_;
 };

@@ -250,6 +250,74 @@ TEST_F(FailingCallsOfAnExport, ReadThatFailsOrEndsEarly_IsANamedFailure) {
   }
 }
 
+class FailingCallsOfAPage : public FailingCallsOfTev {
+ protected:
+  /// Every "stride"-th call fails. Returns how many did, and how many pages were whole all the
+  /// same. What cannot be read is left out of a page. Without memory there is none, but for what
+  /// fails when it is written.
+  std::pair<long, long> ExpectPageOrFailure(std::string_view fault, const std::string& of,
+                                            long stride) const {
+    const std::vector<std::string> arguments{"view", of, "-o", "page.html"};
+    EXPECT_EQ(RunTev(arguments, {}).status, 0);
+    const std::string whole = dir.Read("page.html");
+    long pages = 0;
+    for (long call = 1; !HasFailure(); call += stride) {
+      SCOPED_TRACE(std::string(fault) + " " + std::to_string(call));
+      fs::remove(dir / "page.html");
+      const RunResult result = RunTev(arguments, Failing(fault, call));
+      if (!dir.Has("reached"))
+        return {call / stride, pages};
+      EXPECT_EQ(result.signal, 0);
+      EXPECT_EQ(result.output, "");
+      const std::string page = dir.Has("page.html") ? dir.Read("page.html") : "";
+      EXPECT_TRUE(page.empty() || page.ends_with("</html>\n"));
+      if (result.status == 0) {
+        ++pages;
+        EXPECT_TRUE(page == whole);
+        EXPECT_EQ(result.error, "");
+      } else {
+        EXPECT_EQ(result.status, 2);
+        ExpectReason(result.error);
+      }
+    }
+    return {};
+  }
+
+  /// The step that is shown at first has no mesh, so that the page has no picture: fontconfig,
+  /// which is asked for fonts, does not outlive a lack of memory.
+  [[nodiscard]] static std::string ModelWithoutPicture() {
+    ModelWriter model;
+    const NodeRef group = model.AddGroup("Geometry", model.AddGroup("model", 0));
+    const NodeRef mesh = model.AddGeometry("mesh", model.AddShape("Part", group));
+    const std::string first = "\x1eT = 1";
+    model.AddVariable(mesh, Variable::Floats("Coordinates" + first, kCoordinates, 3,
+                                             {0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1}));
+    model.AddVariable(mesh,
+                      Variable::Uints("Connectivity" + first, kConnectivity, 1, {0, 1, 2, 3}));
+    model.AddVariable(mesh, Variable::Uints("Polylength" + first, kPolylength, 1, {4}));
+    model.AddVariable(mesh, Variable::Floats("B" + first, kScalarResult, 1, {1, 2, 3, 4}));
+    model.AddVariable(mesh, Variable::Floats("A\x1eT = 2", kScalarResult, 1, {5}));
+    return model.Build();
+  }
+};
+
+TEST_F(FailingCallsOfAPage, MallocThatFails_IsANamedFailure) {
+  const std::string of = dir.Write("none.tev", ModelWithoutPicture());
+  constexpr long kStride = 7;  // there are many
+  const auto [calls, pages] = ExpectPageOrFailure("malloc", of, kStride);
+  EXPECT_GT(calls, 100);
+  EXPECT_LT(pages, calls / 2);
+  EXPECT_NE(dir.Read("page.html").find("src=\"data:,\""), std::string::npos);
+}
+
+TEST_F(FailingCallsOfAPage, ReadThatFailsOrEndsEarly_IsANamedFailure) {
+  for (const char* fault : {"read-error", "read-end"}) {
+    const auto [calls, pages] = ExpectPageOrFailure(fault, spaced, 1);
+    EXPECT_GE(calls, kReadsOfSpacedModel);
+    EXPECT_EQ(pages, 0);
+  }
+}
+
 TEST_F(FailingCallsOfTev, FacesAsCsv_AreReadOnceAsThoseOfNumPyAre) {
   const auto readsOf = [&](const std::vector<std::string>& options) {
     std::vector<std::string> arguments{"values", spaced, "--mesh", "--part", "Frame"};

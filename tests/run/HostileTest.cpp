@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/HostileModels.h"
 #include "support/HostileRows.h"
 #include "support/Process.h"
 #include "support/TempDir.h"
@@ -52,7 +53,8 @@ constexpr std::array<Verb, 8> kVerbs{{{"list"},
                                       {"cdf", true, false}}};
 
 /// The verbs on fields, which have arguments of their own.
-constexpr std::array<std::string_view, 4> kVerbsOnFields{"results", "values", "diff", "export"};
+constexpr std::array<std::string_view, 5> kVerbsOnFields{"results", "values", "diff", "export",
+                                                         "view"};
 
 /// The verbs that read no model but "scan", which is tried with all that it can be asked for.
 constexpr std::array<std::string_view, 5> kVerbsOnCatalogues{"scan", "merge", "find", "summary",
@@ -187,6 +189,8 @@ TEST_P(Hostile, VerbsOnFields_StayWithinWhatTheFileHolds) {
   Try({"diff", {TEV_PROGRAM, "diff", model, model}, true, false, 2});
   Try({"json-diff", {TEV_PROGRAM, "diff", "--json", model, model}, true, false, 2});
   Try({"export", {TEV_PROGRAM, "export", model, "-o", dir / "out.xdmf"}, false, true});
+  Try({"page", {TEV_PROGRAM, "view", model, "-o", dir / "out.html"}});
+  Try({"picture", {TEV_PROGRAM, "view", model, "-o", dir / "out.png"}, false, true});
   Try({"scan",
        {TEV_PROGRAM, "scan", model, "--catalogue", dir / "a.db", "--stats", "--check", "--hash"},
        false,
@@ -228,6 +232,32 @@ TEST_F(HostilePair, IdsInManyOrders_AreTooMuch) {
   EXPECT_NE(run.error.find(kTooOften), std::string::npos) << run.error;
 }
 
+/// Shows one mesh and the same few numbers again and again.
+class HostileView : public ::testing::Test {
+ protected:
+  void ExpectSmall(std::size_t shapes, std::size_t steps) const {
+    constexpr std::size_t kNodes = 400000;
+    const RunResult made = RunForked([&] {
+      dir.Write("model.tev", ResultsOnOneMesh(shapes, steps, kNodes).bytes);
+      return 0;
+    });
+    EXPECT_EQ(made.status, 0);
+    for (const char* name : {"out.html", "out.png"}) {
+      SCOPED_TRACE(name);
+      const RunResult run = RunProgram({TEV_PROGRAM, "view", dir / "model.tev", "-o", dir / name});
+      EXPECT_EQ(run.status, 0) << run.error;
+      EXPECT_LE(std::chrono::duration<double>(run.processorTime).count(), 8);
+      EXPECT_LE(run.peakKiB, 512 * 1024);
+    }
+  }
+
+  const TempDir dir;
+};
+
+TEST_F(HostileView, ManyStepsOfTheSameNumbers_AreKeptOnce) { ExpectSmall(1, 2000); }
+
+TEST_F(HostileView, ManyPartsOfOneMesh_AreDrawnOnce) { ExpectSmall(2000, 1); }
+
 TEST(HostileVerbs, EveryVerb_IsTried) {
   const std::string help = RunProgram({TEV_PROGRAM, "help"}).output;
   std::istringstream lines(help.substr(help.find("Verbs:\n")));
@@ -248,13 +278,13 @@ TEST(HostileVerbs, EveryVerb_IsTried) {
 
 constexpr std::string_view kAllVerbs =
     " list info tree sets check cdf results json-results csv-results stats json-stats values mesh"
-    " diff json-diff export blocks block";
+    " diff json-diff export page picture blocks block";
 constexpr std::string_view kAllThatReadTrees =
     " report ekm dump list info tree sets check cdf results json-results csv-results stats"
-    " json-stats values mesh diff json-diff export";
+    " json-stats values mesh diff json-diff export page picture";
 constexpr std::string_view kAll =
     " report ekm dump list info tree sets check cdf results json-results csv-results stats"
-    " json-stats values mesh diff json-diff export blocks block";
+    " json-stats values mesh diff json-diff export page picture blocks block";
 
 const std::vector<Case> kCases{
     {.row = "light-data-to-and-fro",
@@ -266,7 +296,7 @@ const std::vector<Case> kCases{
     {.row = "padded-links", .refusing = kAllThatReadTrees},
     {.row = "padded-old-variables", .refusing = kAllThatReadTrees},
     {.row = "padded-node-sets", .refusing = kAllThatReadTrees},
-    {.row = "many-node-sets-on-one-heavy-data", .refusing = " info sets"},
+    {.row = "many-node-sets-on-one-heavy-data", .refusing = " info sets page"},
     {.row = "element-indices-that-overlap", .refusing = " dump"},
     {.row = "overlapping-node-sets", .refusing = kAllThatReadTrees},
     {.row = "long-node-set-names", .refusing = kAllThatReadTrees},
@@ -275,13 +305,15 @@ const std::vector<Case> kCases{
     {.row = "variables-on-same-data",
      .make = [] { return VariablesOnSameData(100, std::size_t{4} << 20U); }},
     {.row = "shapes-of-one-geometry",
-     .refusing = " dump results json-results csv-results stats json-stats values diff json-diff"},
+     .refusing =
+         " dump results json-results csv-results stats json-stats values diff json-diff page"
+         " picture"},
     {.row = "shapes-of-one-table", .refusing = " dump"},
     // Small, since dump, export and values write them in full. What is worked on again for each
     // step is too much all the same.
     {.row = "meshes-on-same-bytes", .make = [] { return MeshesOnSameBytes(300, 5000); }},
     {.row = "damaged-faces-on-same-bytes",
-     .refusing = " cdf stats json-stats mesh diff json-diff export",
+     .refusing = " cdf stats json-stats mesh diff json-diff export page picture",
      .make = [] { return DamagedFacesOnSameBytes(300, 5000); },
      .reason = "A face names a node that the mesh has not"},
     {.row = "ids-in-turn",
@@ -290,9 +322,9 @@ const std::vector<Case> kCases{
            return IdsInTurn({1500, 3000});
          }},
     {.row = "faces-of-various-points",
-     .refusing = " diff json-diff export",
+     .refusing = " diff json-diff export page",
      .make = [] { return FacesOfVariousPoints(300, 5000); }},
-    {.row = "shapes-of-a-long-name", .refusing = " info json-results json-stats"},
+    {.row = "shapes-of-a-long-name", .refusing = " info json-results json-stats page"},
     {.row = "links-of-a-long-name", .refusing = " dump"},
     {.row = "nested-groups"},
     {.row = "nested-parts"},

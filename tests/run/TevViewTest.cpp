@@ -89,6 +89,8 @@ TEST_F(TevView, OfWhatDoesNotFit_IsRefused) {
   Write("m.tev", SmallModel());
   ExpectRefused({"--size", "16385x10"},
                 "--size: 16385 pixels are more than 16384 (see tev view --help)");
+  ExpectRefused({"--size", "8192x8193"},
+                "--size: 8192x8193: 67117056 pixels are more than 67108864 (see tev view --help)");
   for (const std::string size : {"", "10", "10x", "x10", "0x10", "10x10x10", "-1x10", "1e3x10"}) {
     ExpectRefused({"--size", size},
                   "--size: \"" + size + "\" is no size like 1200x900 (see tev view --help)");

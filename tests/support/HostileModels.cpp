@@ -331,6 +331,16 @@ HostileModel ShapesOfOneTable(std::size_t shapes, std::size_t variables, std::si
   return Build(model, {Zeros(kHeavyData, nodes * kNumber)});
 }
 
+HostileModel ResultsOnOneMesh(std::size_t shapes, std::size_t steps, std::size_t nodes) {
+  constexpr std::size_t kNumber = 4;
+  ModelWriter model = CompressedModel();
+  const NodeRef geometry = AddShapesOfOneGeometry(model, AddParts(model), shapes);
+  model.AddVariable(geometry, Placed("Coordinates", kCoordinates, 0, 3 * nodes * kNumber));
+  for (std::size_t step = 0; step < steps; ++step)
+    model.AddVariable(geometry, Result("R" + StepName(step), 0, nodes * kNumber));
+  return Build(model, {Zeros(kHeavyData, 3 * nodes * kNumber)});
+}
+
 HostileModel ShapesOfALongName(std::size_t shapes, std::size_t length) {
   ModelWriter model = CompressedModel();
   const NodeRef group = model.AddGroup(std::string(length, 'n'), model.AddGroup("model", 0));

@@ -79,6 +79,11 @@ struct RecordsOnOneLightData {
 [[nodiscard]] HostileModel ShapesOfOneTable(std::size_t shapes, std::size_t variables,
                                             std::size_t nodes);
 
+/// "shapes" shapes that name one geometry of "nodes" nodes, with a result at each of "steps" steps,
+/// all of it the same zeros.
+[[nodiscard]] HostileModel ResultsOnOneMesh(std::size_t shapes, std::size_t steps,
+                                            std::size_t nodes);
+
 /// "shapes" shapes that name one geometry of one result, under a group with a name of "length".
 [[nodiscard]] HostileModel ShapesOfALongName(std::size_t shapes, std::size_t length);
 

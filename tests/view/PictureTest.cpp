@@ -104,7 +104,8 @@ ShownPart PartOf(std::vector<float> coordinates,
   for (std::size_t i = 0; i < faces.size(); ++i) {
     skin->Add(i, faces[i], false, coordinates);
   }
-  ShownPart part{.location = location, .values = std::move(values)};
+  ShownPart part{.location = location,
+                 .values = std::make_shared<const std::vector<float>>(std::move(values))};
   part.skin.coordinates = std::make_shared<const std::vector<float>>(std::move(coordinates));
   part.skin.skin = std::move(skin);
   return part;

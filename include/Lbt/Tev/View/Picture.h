@@ -20,6 +20,7 @@ namespace LbtTev::View {
 /// In pixels.
 struct PictureSize {
   static constexpr std::size_t kMost = 16384;  ///< of either
+  static constexpr std::size_t kMostInAll = std::size_t{8192} * 8192;
 
   std::size_t width = 1200;
   std::size_t height = 900;

@@ -3,11 +3,14 @@
 #include <cstddef>
 #include <exception>
 #include <functional>
+#include <map>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "Lbt/Tev/Analysis/Arrays.h"
 #include "Lbt/Tev/Analysis/Cells.h"
 #include "Lbt/Tev/Analysis/Model.h"
 #include "Lbt/Tev/View/Skin.h"
@@ -30,7 +33,7 @@ struct ShownPart {
   std::size_t part = 0;
   PartSkin skin{};
   Analysis::Location location = Analysis::Location::Unknown;  ///< of the numbers
-  std::vector<float> values{};  ///< of nodes or elements; empty where the part has none
+  std::shared_ptr<const std::vector<float>> values{};  ///< of nodes or elements; null without any
 };
 
 /// A number that is marked, where it is.
@@ -41,7 +44,7 @@ struct Mark {
 
 /// What was found for a shot.
 struct Scene {
-  std::vector<ShownPart> parts{};  ///< those with a mesh that could be read
+  std::vector<ShownPart> parts{};  ///< those with a mesh that could be read, each look once
   std::optional<Range> range{};    ///< of the colours, as the statistics of fields have it
   std::optional<Mark> min{};       ///< of what is shown
   std::optional<Mark> max{};
@@ -65,9 +68,19 @@ struct SceneListener {
 [[nodiscard]] const Analysis::Field* ShownField(const Analysis::Model& model, std::size_t part,
                                                 const Shot& shot);
 
-/// Gives a part the numbers of its shown field.
-void SetNumbers(const Analysis::Model& model, const Shot& shot, const Analysis::FloatTuples& tuples,
-                ShownPart& shown);
+/// Gives parts the numbers of their shown fields. Those that share an array share them: any number
+/// of shapes may name one geometry. What it is made of must outlive it.
+class ShownNumbers {
+ public:
+  ShownNumbers(const Analysis::Model& model, const Shot& shot) : model_(&model), shot_(&shot) {}
+
+  void Set(const Analysis::FloatTuples& tuples, ShownPart& shown);
+
+ private:
+  const Analysis::Model* model_;
+  const Shot* shot_;
+  std::map<Analysis::ArrayKey, std::shared_ptr<const std::vector<float>>> known_;
+};
 
 /// A shot of these parts with their numbers, from statistics that have those of its fields among
 /// them.

@@ -39,6 +39,7 @@ class Cairo {
   decltype(&cairo_surface_write_to_png_stream) writePng{};
   decltype(&cairo_create) make{};
   decltype(&cairo_destroy) free{};
+  decltype(&cairo_status) status{};
   decltype(&cairo_set_source_rgb) setColour{};
   decltype(&cairo_select_font_face) setFont{};
   decltype(&cairo_set_font_size) setSize{};
@@ -56,7 +57,9 @@ class Cairo {
   Cairo() : handle_(dlopen(TEVINFO_CAIRO_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
     if (handle_ == nullptr) {
       // NOLINTNEXTLINE(concurrency-mt-unsafe): pictures are drawn by one thread
-      fault = std::string("cairo cannot be loaded: ") + dlerror();
+      const char* reason = dlerror();
+      fault = std::string("cairo cannot be loaded: ") +
+              (reason != nullptr ? reason : "not enough memory");
       return;
     }
     Find("cairo_image_surface_create_for_data", makeSurface);
@@ -66,6 +69,7 @@ class Cairo {
     Find("cairo_surface_write_to_png_stream", writePng);
     Find("cairo_create", make);
     Find("cairo_destroy", free);
+    Find("cairo_status", status);
     Find("cairo_set_source_rgb", setColour);
     Find("cairo_select_font_face", setFont);
     Find("cairo_set_font_size", setSize);
@@ -210,7 +214,9 @@ void Canvas::DrawRing(double x, double y, double radius, std::uint32_t colour) {
 std::string Canvas::Png() {
   const Cairo& cairo = Cairo::Get();
   cairo.flush(handles_->surface);
-  if (cairo.statusOfSurface(handles_->surface) != CAIRO_STATUS_SUCCESS) {
+  // What fails while a text is drawn is known to the drawing alone, which goes on without a word.
+  if (cairo.status(handles_->drawing) != CAIRO_STATUS_SUCCESS ||
+      cairo.statusOfSurface(handles_->surface) != CAIRO_STATUS_SUCCESS) {
     RaiseFault("cairo cannot draw the picture");
   }
   std::string png;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <future>
 #include <iterator>
 #include <limits>
@@ -17,8 +16,8 @@
 #include "Lbt/Tev/Analysis/FileOrder.h"
 #include "Lbt/Tev/Analysis/LoadedMesh.h"
 #include "Lbt/Tev/View/Skin.h"
+#include "PageValues.h"
 #include "SharedMesh.h"
-#include "StepRange.h"
 
 namespace LbtTev::View {
 
@@ -51,9 +50,10 @@ class Filling {
       : model_(&model),
         fields_(fields),
         rules_(&rules),
-        style_(style),
         page_(&page),
-        listener_(&listener) {
+        listener_(&listener),
+        threads_(style.threads),
+        values_(style, page) {
     contents_.meshes.resize(model.Parts().size());
     contents_.fields.resize(fields.size());
     contents_.taken.resize(model.Parts().size());
@@ -108,7 +108,7 @@ class Filling {
             Pack(*sharedOf_[place], skin);
           }
         },
-        style_.threads);
+        threads_);
   }
 
   void AddNumbers() {
@@ -130,7 +130,7 @@ class Filling {
             [this, i, mesh](const LoadedGroup& loaded) { AddField(i, *mesh, loaded[0]); });
       }
     }
-    Analysis::LoadInFileOrder({&model_->GetTree(), wanted, {.threads = style_.threads}},
+    Analysis::LoadInFileOrder({&model_->GetTree(), wanted, {.threads = threads_}},
                               [&](std::size_t place, const LoadedGroup& loaded) {
                                 FinishPacking();
                                 takes[place](loaded);
@@ -143,18 +143,20 @@ class Filling {
     using Key = std::tuple<std::size_t, std::optional<std::size_t>, std::size_t, std::string_view,
                            std::size_t, bool>;
     std::map<Key, std::vector<std::size_t>> results;
-    for (const auto& [place, values] : values_) {
-      const Analysis::FieldOfPart& each = fields_[place].field;
-      const MeshOfPart& mesh = MeshOf(fields_[place])->first;
-      results[{mesh.part, mesh.step, each.part, each.field->result, values.size(),
-               contents_.fields[place]->ofFaces}]
-          .push_back(place);
+    for (std::size_t place = 0; place < fields_.size(); ++place) {
+      if (const auto& field = contents_.fields[place]; field) {
+        const Analysis::FieldOfPart& each = fields_[place].field;
+        const MeshOfPart& mesh = MeshOf(fields_[place])->first;
+        results[{mesh.part, mesh.step, each.part, each.field->result, each.field->components,
+                 field->ofFaces}]
+            .push_back(place);
+      }
     }
     for (auto& [key, places] : results) {
       std::ranges::stable_sort(
           places, {}, [this](std::size_t place) { return fields_[place].field.field->step; });
       for (std::size_t component = 0; component < std::get<4>(key); ++component) {
-        AddComponent(places, component);
+        values_.AddComponent(places, component, contents_);
       }
     }
   }
@@ -175,7 +177,7 @@ class Filling {
     FinishPacking();
     mesh.isThere = true;
     packing_ = std::async(
-        style_.threads == 0 ? std::launch::deferred : std::launch::async | std::launch::deferred,
+        threads_ == 0 ? std::launch::deferred : std::launch::async | std::launch::deferred,
         [this, &mesh, skin] { mesh.TakeSkin(skin, *page_); });
   }
 
@@ -209,7 +211,7 @@ class Filling {
         meshes.push_back(&mesh);
       }
     }
-    Analysis::LoadInFileOrder({&model_->GetTree(), wanted, {.threads = style_.threads}},
+    Analysis::LoadInFileOrder({&model_->GetTree(), wanted, {.threads = threads_}},
                               [&meshes](std::size_t place, const LoadedGroup& loaded) {
                                 if (Analysis::FailureOf(loaded) == nullptr) {
                                   meshes[place]->TakeElements(loaded[1].Wholes(),
@@ -222,59 +224,19 @@ class Filling {
     if (loaded.failure != nullptr) {
       return;
     }
-    const std::size_t width = fields_[place].field.field->components;
-    const Analysis::FloatTuples tuples = loaded.Tuples(width);
+    const Analysis::Field& each = *fields_[place].field.field;
+    const Analysis::FloatTuples tuples = loaded.Tuples(each.components);
     listener_->fieldFound(fields_[place].field, tuples);
     PageField field;
     field.ofFaces = LocationOf(fields_[place], mesh) == Location::Element;
-    const auto& places = field.ofFaces ? mesh.faces : mesh.points;
-    std::vector<float> all(tuples.Count());
-    for (std::size_t component = 0; component < width; ++component) {
-      tuples.ReadComponent(component, 0, all);
-      std::vector<float> values;
-      values.reserve(places.size());
-      std::ranges::transform(places, std::back_inserter(values),
-                             [&all](std::size_t at) { return at < all.size() ? all[at] : NAN; });
-      values_[place].push_back(std::move(values));
-    }
+    values_.Take(place,
+                 {.mesh = &mesh,
+                  .areOfFaces = field.ofFaces,
+                  .array = Analysis::ArrayKey(each.variable->array),
+                  .components = each.components},
+                 tuples);
     AddMarks(field, mesh, fields_[place].statistics);
     contents_.fields[place] = std::move(field);
-  }
-
-  /// One component of all fields of a result.
-  void AddComponent(std::span<const std::size_t> places, std::size_t component) {
-    StepRange range;
-    for (const std::size_t place : places) {
-      range.Take(values_[place][component]);
-    }
-    std::vector<std::uint16_t> before;
-    for (std::size_t i = 0; i < places.size(); ++i) {
-      const std::vector<float>& values = values_[places[i]][component];
-      PageField& field = *contents_.fields[places[i]];
-      if (style_.isExact) {
-        field.components.push_back({.data = page_->AddFloats(values)});
-        continue;
-      }
-      std::vector<std::uint16_t> steps = range.StepsOf(values);
-      field.components.push_back({.data = page_->AddSteps(steps, before),
-                                  .holes = HolesOf(values),
-                                  .min = range.Min(),
-                                  .max = range.Max()});
-      if (style_.isInTurn) {
-        field.before = i == 0 ? std::nullopt : std::optional(places[i - 1]);
-        before = std::move(steps);
-      }
-    }
-  }
-
-  [[nodiscard]] std::optional<Page::Block> HolesOf(std::span<const float> values) {
-    std::vector<std::int32_t> holes;
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      if (!std::isfinite(values[i])) {
-        holes.push_back(static_cast<std::int32_t>(i));
-      }
-    }
-    return holes.empty() ? std::nullopt : std::optional(page_->AddWholes(holes));
   }
 
   static void AddMarks(PageField& field, const SharedMesh& mesh,
@@ -305,11 +267,11 @@ class Filling {
   const Analysis::Model* model_;
   std::span<const FieldWithStatistics> fields_;
   const Analysis::CellRules* rules_;
-  PageStyle style_;
   Page* page_;
   const PageListener* listener_;
+  std::size_t threads_;
+  PageValues values_;
   PageContents contents_;
-  std::map<std::size_t, std::vector<std::vector<float>>> values_;  // by field and component
   std::vector<MeshOfPart> meshes_;
   std::vector<SharedMesh*> sharedOf_;  // of these
   std::map<std::pair<std::size_t, std::optional<std::size_t>>, std::size_t> placeOf_;

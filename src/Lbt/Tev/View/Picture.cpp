@@ -147,8 +147,9 @@ class SceneDrawing {
     corner.y *= samples_;
     corner.height *= samples_;
     const std::size_t place = shown.location == Location::Node ? node : element;
-    corner.fraction = place < shown.values.size() ? Fraction(shown.values[place])
-                                                  : std::numeric_limits<double>::quiet_NaN();
+    corner.fraction = shown.values != nullptr && place < shown.values->size()
+                          ? Fraction((*shown.values)[place])
+                          : std::numeric_limits<double>::quiet_NaN();
     return corner;
   }
 

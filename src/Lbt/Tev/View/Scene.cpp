@@ -3,6 +3,7 @@
 #include "Lbt/Tev/View/Scene.h"
 
 #include <algorithm>
+#include <array>
 #include <numeric>
 #include <set>
 #include <utility>
@@ -88,6 +89,7 @@ void AddValues(const Model& model, const Shot& shot, std::size_t threads,
   std::vector<const Field*> fields;
   std::vector<WantedGroup> wanted;
   std::vector<ShownPart*> shownBy;
+  ShownNumbers numbers(model, shot);
   for (ShownPart& shown : parts) {
     if (const Field* field = ShownField(model, shown.part, shot); field != nullptr) {
       fields.push_back(field);
@@ -95,12 +97,12 @@ void AddValues(const Model& model, const Shot& shot, std::size_t threads,
       wanted.push_back({{.variable = field->variable, .mayStayStored = true}});
     }
   }
-  LoadInFileOrder({&model.GetTree(), wanted, {.threads = threads}}, [&](std::size_t place,
-                                                                        const LoadedGroup& loaded) {
-    if (loaded[0].failure == nullptr) {  // else the statistics tell
-      SetNumbers(model, shot, loaded[0].Tuples(fields[place]->components), *shownBy[place]);
-    }
-  });
+  LoadInFileOrder({&model.GetTree(), wanted, {.threads = threads}},
+                  [&](std::size_t place, const LoadedGroup& loaded) {
+                    if (loaded[0].failure == nullptr) {  // else the statistics tell
+                      numbers.Set(loaded[0].Tuples(fields[place]->components), *shownBy[place]);
+                    }
+                  });
 }
 
 /// The fields that the range of colours comes from.
@@ -124,6 +126,15 @@ std::optional<Mark> MarkOf(std::span<const ShownPart> parts, const Range::End& e
   const auto shown = std::ranges::find(parts, end.field.part, &ShownPart::part);
   return shown == parts.end() ? std::nullopt
                               : std::optional(Mark{PlaceOf(*shown, end.extreme.index), end});
+}
+
+/// Leaves out parts that look like one before them.
+void KeepEachLook(std::vector<ShownPart>& parts) {
+  std::set<std::array<const void*, 3>> looks;
+  std::erase_if(parts, [&looks](const ShownPart& shown) {
+    return !looks.insert({shown.skin.skin.get(), shown.skin.coordinates.get(), shown.values.get()})
+                .second;
+  });
 }
 
 }  // namespace
@@ -151,10 +162,14 @@ const Field* ShownField(const Model& model, std::size_t part, const Shot& shot) 
              : nullptr;
 }
 
-void SetNumbers(const Model& model, const Shot& shot, const FloatTuples& tuples, ShownPart& shown) {
-  const Part& part = model.Parts()[shown.part];
-  shown.location = LocationOn(model.MeshAt(part, shot.step), *ShownField(model, shown.part, shot));
-  shown.values = ValuesOf(tuples, shot.component);
+void ShownNumbers::Set(const FloatTuples& tuples, ShownPart& shown) {
+  const Field& field = *ShownField(*model_, shown.part, *shot_);
+  shown.location = LocationOn(model_->MeshAt(model_->Parts()[shown.part], shot_->step), field);
+  auto& known = known_[ArrayKey(field.variable->array)];
+  if (known == nullptr) {
+    known = std::make_shared<const std::vector<float>>(ValuesOf(tuples, shot_->component));
+  }
+  shown.values = known;
 }
 
 Scene SceneOf(const Model& model, const Shot& shot, std::vector<ShownPart> parts,
@@ -179,6 +194,7 @@ Scene SceneOf(const Model& model, const Shot& shot, std::vector<ShownPart> parts
     scene.min = MarkOf(scene.parts, range->min);
     scene.max = MarkOf(scene.parts, range->max);
   }
+  KeepEachLook(scene.parts);
   return scene;
 }
 

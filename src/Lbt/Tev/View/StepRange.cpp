@@ -16,6 +16,11 @@ void StepRange::Take(std::span<const float> values) {
   }
 }
 
+void StepRange::Take(const StepRange& values) {
+  min_ = std::min(min_, values.min_);
+  max_ = std::max(max_, values.max_);
+}
+
 std::vector<std::uint16_t> StepRange::StepsOf(std::span<const float> values) const {
   constexpr double kSteps = 65535;
   const double scale = max_ > min_ ? kSteps / (max_ - min_) : 0;

@@ -12,6 +12,7 @@ class StepRange {
  public:
   /// Has the range span these values, too.
   void Take(std::span<const float> values);
+  void Take(const StepRange& values);
 
   [[nodiscard]] double Min() const { return min_ <= max_ ? min_ : 0; }
   [[nodiscard]] double Max() const { return min_ <= max_ ? max_ : 0; }
