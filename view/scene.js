@@ -38,6 +38,7 @@ class Scene {
     this.uniforms = {colours: {value: this.texture}, scale: {value: 0}, shading: {value: 1},
       plain: {value: new THREE.Color(0xb4bac2)}, edge: {value: new THREE.Color(0x20242a)}};
     this.drawn = () => {};
+    this.frame = 0;  // that is asked for
   }
 
   setColours(table) {
@@ -153,13 +154,23 @@ class Scene {
   resize() {
     const width = Math.max(this.canvas.clientWidth, 1);
     const height = Math.max(this.canvas.clientHeight, 1);
-    this.renderer.setPixelRatio(Math.min(window.devicePixelRatio || 1, 2));
-    this.renderer.setSize(width, height, false);
+    const ratio = Math.min(window.devicePixelRatio || 1, 2);
+    const size = [width, height, ratio].join();
+    const isOther = this.size !== size;
+    if (isOther) {
+      this.size = size;
+      this.renderer.setPixelRatio(ratio);
+      this.renderer.setSize(width, height, false);
+    }
     const half = this.half || 1;
     Object.assign(this.camera, {left: (-half * width) / height, right: (half * width) / height,
       top: half, bottom: -half});
     this.camera.updateProjectionMatrix();
-    this.draw();
+    if (isOther) {
+      this.drawNow();  // another size empties the canvas, which would flicker
+    } else {
+      this.draw();
+    }
   }
 
   /** Turns the camera around what it looks at, by angles. */
@@ -180,7 +191,14 @@ class Scene {
     this.draw();
   }
 
+  /** Draws once before the next frame that the browser shows, however often it is asked to. */
   draw() {
+    this.frame = this.frame || requestAnimationFrame(() => this.drawNow());
+  }
+
+  drawNow() {
+    cancelAnimationFrame(this.frame);
+    this.frame = 0;
     this.renderer.render(this.scene, this.camera);
     this.drawn();
   }

@@ -113,14 +113,14 @@ class Page:
         """Waits for what follows from a script or from a choice: blocks that are unpacked, and a picture."""
         self.driver.execute_async_script(script + """;
             const done = arguments[arguments.length - 1];
-            const wait = () => document.body.dataset.asked === document.body.dataset.shown
-              ? done() : requestAnimationFrame(wait);
+            const wait = () => requestAnimationFrame(
+              () => document.body.dataset.asked === document.body.dataset.shown ? done() : wait());
             wait();""", *arguments)
 
     def frame(self):
-        """Waits until the browser has laid the page out anew."""
+        """Waits until what was asked for is drawn."""
         self.driver.execute_async_script(
-            "const done = arguments[0]; requestAnimationFrame(() => requestAnimationFrame(done))")
+            "const done = arguments[0]; requestAnimationFrame(() => done())")
 
     # --- What a reader sees ---------------------------------------------------------------------
 
@@ -144,6 +144,7 @@ class Page:
         return self.driver.find_element(By.ID, name).is_displayed()
 
     def pixels(self, name="canvas"):
+        self.frame()
         url = self.run("return document.getElementById(arguments[0]).toDataURL('image/png')", name)
         return numpy.array(Image.open(io.BytesIO(base64.b64decode(url.split(",")[1]))).convert("RGBA"))
 
@@ -153,6 +154,7 @@ class Page:
 
     def mark(self, end):
         """Where a mark is on the canvas, from its middle; None for one that is not seen."""
+        self.frame()
         return self.run("""const mark = document.querySelector('.mark.' + arguments[0]);
                            const canvas = document.getElementById('canvas').getBoundingClientRect();
                            return mark.hidden ? null : [parseFloat(mark.style.left) - canvas.width / 2,
