@@ -19,8 +19,8 @@ from selenium.webdriver.common.by import By
 WAITS = 10000  # turns of 10 ms at least; far above what any page takes
 NEEDED = "chromium", "chromedriver"
 SWITCHES = ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--use-gl=angle",
-            "--use-angle=swiftshader", "--enable-unsafe-swiftshader", "--hide-scrollbars",
-            "--disable-extensions", "--disable-background-networking", "--no-first-run",
+            "--use-angle=swiftshader", "--enable-unsafe-swiftshader", "--disable-gpu-compositing",
+            "--hide-scrollbars", "--disable-extensions", "--disable-background-networking", "--no-first-run",
             "--window-size=1000,600")  # narrower ones have their controls above the view
 
 
