@@ -35,7 +35,8 @@ class Picking {
   markOf(end, {part, field, figures}) {
     const points = this.model.marks(field, this.component)?.[end] || [];
     const name = end === 'max' ? 'Maximum' : 'Minimum';
-    const kind = this.model.fields[field].location;
+    const stored = this.model.view.values[field];  // which knows it also where the step has no mesh
+    const kind = stored ? (stored.ofFaces ? 'element' : 'node') : this.model.fields[field].location;
     const id = figures[end + 'At'] ?? '[' + figures[end + 'Index'] + ']';
     const button = made('button', made('span', shortText(figures[end])), {type: 'button', class: 'mark ' + end,
       'aria-label': name + ' of ' + this.shownName + ': ' + figures[end] + ' at ' + kind + ' ' + id});

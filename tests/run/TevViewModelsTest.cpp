@@ -121,6 +121,26 @@ ModelWriter Odd() {
   return model;
 }
 
+/// A part with numbers at three steps, enough of them to be left out, and a mesh at the second.
+ModelWriter Gaps() {
+  ModelWriter model;
+  const NodeRef mesh = AddPart(model, model.AddGroup("model", 0), "Cube");
+  AddCorners(model, mesh, kSecond);
+  AddCube(model, mesh, kSecond);
+  int next = 0;
+  for (const std::string& step : {kFirst, kSecond, std::string("\x1eTime = 3")}) {
+    AddScalar(model, mesh, "T" + step, {1, 2, 3, 4, 5, 6, 7, 8});
+    for (int result = 0; result < 20; ++result) {
+      std::vector<float> values;
+      for (int node = 0; node < 8; ++node) {
+        values.push_back(static_cast<float>((next += 7919) % 1000));
+      }
+      AddScalar(model, mesh, "Other " + std::to_string(result) + step, values);
+    }
+  }
+  return model;
+}
+
 ModelWriter WithoutSteps() {
   ModelWriter model;
   const NodeRef mesh = AddPart(model, model.AddGroup("model", 0), "Cube");
@@ -163,6 +183,14 @@ class TevViewModels : public PageRun {
     return PageOf(name + ".tev", {}, name + ".html");
   }
 
+  /// A page that is one byte too small for all steps.
+  [[nodiscard]] std::string PageOfGaps() const {
+    Write("gaps.tev", Gaps());
+    const std::string all = PageOf("gaps.tev", {"--max-size", "9000000"}, "gaps.html");
+    return PageOf("gaps.tev", {"--max-size", std::to_string(Contents(all).size() - 1)},
+                  "gaps.html");
+  }
+
   /// The mesh of one part names a node that does not exist.
   [[nodiscard]] std::string PageOfDamaged() const {
     ModelWriter model = SmallModel();
@@ -185,6 +213,7 @@ TEST_F(TevViewModels, ModelsThatLackSomething_AreShownWithoutIt) {
   const std::string name =
       "</script></title><img src=x onerror=\"window.owned=1\"><script>window.owned=1</script>&lt;";
   EXPECT_EQ(Check({{"odd", PageOfModel("odd", Odd())},
+                   {"gaps", PageOfGaps()},
                    {"stepless", PageOfModel("stepless", WithoutSteps())},
                    {"frame", PageOfModel("empty", WithoutMesh())},
                    {"frame", PageOfDamaged()},

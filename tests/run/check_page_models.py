@@ -59,7 +59,7 @@ def check_growth(browser, path):
     with browser.page(path) as page:
         meshes = page.model()["view"]["parts"][0]
         expect((len(meshes), len({mesh["xyz"] for mesh in meshes}), len({mesh["nodes"] for mesh in meshes})),
-               (2, 2, 1), "meshes, their coordinates, their faces")
+               (3, 2, 1), "meshes, the first also for other steps, their coordinates, their faces")
         page.press("[data-view='+z']")
         longer = size_of(page.drawn())
         expect_near(longer[0] / longer[1], 4, "second step", 0.1)
@@ -144,6 +144,20 @@ def check_odd(browser, path):
         page.keys(*"0123456f+-n.,")
 
 
+def check_gaps(browser, path):
+    """A part is shown by the mesh of a step that is left out, where its numbers belong to that."""
+    with browser.page(path) as page:
+        expect(page.texts("#notes li")[-1].split(" steps")[0], "Shown are 2 of 3", "steps")
+        page.choose_text("result", "T")
+        for step, wanted in (0, "Time = 1"), (1, "Time = 3"):
+            page.choose("step", step)
+            page.press_mark("max")
+            got = page.told()
+            expect((page.text("step-text"), got[:3], got[4]), (wanted, (8, "node", "[7]"), [0, 1, 1]), "maximum")
+            if len(numpy.unique(page.pixels()[page.drawn()], axis=0)) < 20:
+                fail("the part has no colours")
+
+
 def check_stepless(browser, path):
     """Without steps there is none to choose."""
     with browser.page(path) as page:
@@ -157,4 +171,4 @@ def check_stepless(browser, path):
 
 
 CHECKS = {"elements": check_elements, "growth": check_growth, "shared": check_shared, "odd": check_odd,
-          "stepless": check_stepless}
+          "stepless": check_stepless, "gaps": check_gaps}

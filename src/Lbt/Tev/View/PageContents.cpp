@@ -168,6 +168,12 @@ class Filling {
         mesh.step = meshes_[i].step;
       }
     }
+    for (auto& meshes : contents_.meshes) {
+      if (!meshes.empty() &&
+          meshes.front().step) {  // fields of steps without a mesh are on this one
+        meshes.emplace_back(meshes.front()).step.reset();
+      }
+    }
     return std::move(contents_);
   }
 
