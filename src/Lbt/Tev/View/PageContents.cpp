@@ -26,7 +26,6 @@ namespace {
 using Analysis::LoadedGroup;
 using Analysis::Location;
 using Analysis::MeshOfPart;
-using Analysis::MeshVariables;
 
 template <class Take>
 void ForExtremes(const Analysis::Statistics& statistics, const Take& take) {
@@ -168,10 +167,11 @@ class Filling {
         mesh.step = meshes_[i].step;
       }
     }
+    // Fields of steps without a mesh are on the first one.
     for (auto& meshes : contents_.meshes) {
-      if (!meshes.empty() &&
-          meshes.front().step) {  // fields of steps without a mesh are on this one
-        meshes.emplace_back(meshes.front()).step.reset();
+      if (!meshes.empty() && meshes.front().step) {
+        meshes.push_back(meshes.front());
+        meshes.back().step.reset();
       }
     }
     return std::move(contents_);
