@@ -96,7 +96,7 @@ TEST_P(TevCompletion, Options_AreThoseOfTheVerb) {
       {"values", "--format"}, {"diff", "--rtol"},  {"sets", "--jsonl"},   {"check", "--all"},
       {"blocks", "--json"},   {"block", "--raw"},  {"cdf", "--output"},   {"export", "--cells"},
       {"scan", "--shard"},    {"find", "--above"}, {"summary", "--csv"},  {"query", "--jsonl"},
-      {"view", "--colours"}, {"view", "--range"}};
+      {"view", "--colours"},  {"view", "--range"}};
   const std::set<std::string> lists{"list", "info", "tree", "results", "check", "blocks", "scan"};
   for (const auto& [verb, option] : options) {
     const std::set<std::string> found = Complete({"tev", verb, "--"});
