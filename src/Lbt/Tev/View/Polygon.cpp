@@ -46,7 +46,7 @@ bool AnyTurnsBack(std::span<const Corners> triangles, const std::array<double, 3
 }
 
 /// Twice the area of a triangle, below 0 where it goes around clockwise.
-double AreaOf(const Spot& a, const Spot& b, const Spot& c) {
+double TwiceAreaOf(const Spot& a, const Spot& b, const Spot& c) {
   return (b[0] - a[0]) * (c[1] - a[1]) - (c[0] - a[0]) * (b[1] - a[1]);
 }
 
@@ -105,14 +105,14 @@ class FlatPolygon {
     const Spot& a = spots_[corner[0]];
     const Spot& b = spots_[corner[1]];
     const Spot& c = spots_[corner[2]];
-    const double area = AreaOf(a, b, c);
+    const double area = TwiceAreaOf(a, b, c);
     if (mayBeFlat && std::abs(area) <= nothing_) {
       return true;
     }
     return area > nothing_ && std::ranges::none_of(left, [&](std::size_t other) {
              const Spot& spot = spots_[other];
-             return spot != a && spot != b && spot != c && AreaOf(a, b, spot) >= 0 &&
-                    AreaOf(b, c, spot) >= 0 && AreaOf(c, a, spot) >= 0;
+             return spot != a && spot != b && spot != c && TwiceAreaOf(a, b, spot) >= 0 &&
+                    TwiceAreaOf(b, c, spot) >= 0 && TwiceAreaOf(c, a, spot) >= 0;
            });
   }
 
