@@ -74,6 +74,12 @@ def json_works(arena, model):
             Work("diff --json", [tev, "diff", "--json", model, model], True, models=2)]
 
 
+def view_works(arena, model):
+    """What is seen of a model."""
+    return [Work(name, [arena.program("tev"), "view", model, "-o", arena.path(f"view.{end}")])
+            for name, end in (("page", "html"), ("picture", "png"))]
+
+
 # --- Honest growth --------------------------------------------------------------------------------
 
 def exponent(counts, start):
@@ -151,7 +157,7 @@ def hostile_section(arena, goals):
         name, inflated, last_block = line.split("\t")
         model = arena.path(f"hostile/{name}.tev")
         runs = [Run(arena, work) for work in works(arena, model, last_block)
-                + json_works(arena, model)]
+                + json_works(arena, model) + view_works(arena, model)]
         beyond = [run.work.name for run in runs if not run.is_within(int(inflated))]
         if beyond:
             print(f"beyond the bounds on {name}: {', '.join(beyond)}", file=sys.stderr)
