@@ -43,11 +43,12 @@ set(hang 1800)
 # tests to run, so that these go in groups there. GTEST_FILTER picks single ones.
 function(tevinfo_test_groups folder)
   set(groups 8)
+  set(leaks "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/leaks.txt:print_suppressions=0")
   math(EXPR last "${groups} - 1")
   foreach(group RANGE ${last})
     add_test(NAME "${folder}.${group}" COMMAND test_${folder})
     set_tests_properties("${folder}.${group}" PROPERTIES
-      ENVIRONMENT "GTEST_TOTAL_SHARDS=${groups};GTEST_SHARD_INDEX=${group}")
+      ENVIRONMENT "GTEST_TOTAL_SHARDS=${groups};GTEST_SHARD_INDEX=${group};${leaks}")
     if(NOT folder STREQUAL "sweep")  # which is long where it is run as a whole: that says so itself
       set_tests_properties("${folder}.${group}" PROPERTIES TIMEOUT ${hang})
     endif()

@@ -123,10 +123,10 @@ void AnswerView(const Input& input, AnswerWriter& writer, const ViewOptions& opt
   WithModel(input, writer, [&](const LbtTev::Tree& tree) {
     const Model model(tree);
     try {
+      // Meshes are read for statistics, and for what is seen of them.
+      constexpr std::uint64_t kMostKept = std::uint64_t{64} * 1024 * 1024;
+      tree.GetStreams().heavy->GetFile().GetIndex().KeepAllContents(kMostKept);
       if (IsPage(options.output)) {
-        // Its meshes are read for statistics first, and then for what is seen of them.
-        constexpr std::uint64_t kMostKept = std::uint64_t{64} * 1024 * 1024;
-        tree.GetStreams().heavy->GetFile().GetIndex().KeepAllContents(kMostKept);
         WriteWhole(options.output, PageOf(model, input, writer, options.cells, options.page));
       } else {
         WriteWhole(options.output, PictureOf(model, input, writer, options.cells, options.picture));

@@ -68,9 +68,8 @@ class Skin {
 
 /// The skin of a mesh whose elements become what "rules" say. Takes time and memory in proportion
 /// to the mesh. A corner that a solid names again does not count; a face of fewer than three others
-/// is none. "threads" other threads help.
-[[nodiscard]] Skin SkinOf(const Analysis::LoadedMesh& mesh, const Analysis::CellRules& rules,
-                          std::size_t threads = 0);
+/// is none.
+[[nodiscard]] Skin SkinOf(const Analysis::LoadedMesh& mesh, const Analysis::CellRules& rules);
 
 /// What is seen of a part at a step.
 struct PartSkin {
@@ -87,8 +86,8 @@ using TakeSkin =
 
 /// Hands out the skins of meshes, by their place in the list, in one pass through the file; parts
 /// and steps that share their meshes share skins. A mesh that cannot be read is handed out with its
-/// failure and without pointers, and one without coordinates without either. Other
-/// threads help, "threads" of them.
+/// failure and without pointers, and one without coordinates without either. Blocks
+/// are inflated ahead on "threads" other threads.
 ///
 /// Throws on a lack of memory, and what "take" throws.
 void GatherSkins(const Analysis::Model& model, std::span<const Analysis::MeshOfPart> meshes,

@@ -4,9 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdint>
-#include <future>
 #include <iterator>
 #include <tuple>
 #include <utility>
@@ -80,177 +78,153 @@ struct ListedFace {
   [[nodiscard]] auto Order() const {
     return std::tie(secondAndThird, fourth, side.solid, side.side);
   }
+
+  /// A number that differs for faces that differ, as far as 64 bits go: the last steps of
+  /// SplitMix64, which lose nothing.
+  [[nodiscard]] std::uint64_t Hash() const {
+    std::uint64_t hash = secondAndThird + fourth * std::uint64_t{0x9e3779b97f4a7c15};
+    hash = (hash ^ hash >> 30U) * 0xbf58476d1ce4e5b9;
+    hash = (hash ^ hash >> 27U) * 0x94d049bb133111eb;
+    return hash ^ hash >> 31U;
+  }
 };
 
-/// Finds the faces of short lists that are alike by a table of hashes that stays in the cache.
-class FewFaces {
+/// The solids of a mesh.
+class Solids {
  public:
-  static constexpr std::size_t kMost = 64;
-
-  explicit FewFaces(std::span<const ListedFace> list) : list_(list) {
-    slots_.fill(kFree);
-    for (std::size_t i = 0; i < list.size(); ++i) {
-      Add(i);
-    }
-  }
-
-  /// Calls "take" with the first of the faces of each kind that no two solids have.
-  template <class Take>
-  void ForOuter(const Take& take) const {
-    for (std::uint64_t left = first_ & ~shared_; left != 0; left &= left - 1) {
-      take(list_[static_cast<std::size_t>(std::countr_zero(left))]);
-    }
-  }
-
- private:
-  static constexpr std::size_t kSlots = 2 * kMost;
-  static constexpr std::uint8_t kFree = 0xff;
-
-  void Add(std::size_t place) {
-    constexpr std::uint64_t kMixing = 0x9e3779b97f4a7c15;  // 2^64 by the golden ratio
-    constexpr unsigned int kShift = 64 - std::countr_zero(kSlots);
-    const ListedFace& face = list_[place];
-    std::size_t slot = (face.secondAndThird + face.fourth) * kMixing >> kShift;
-    for (; slots_[slot] != kFree; slot = (slot + 1) % kSlots) {
-      const ListedFace& other = list_[slots_[slot]];
-      if (other.Key() == face.Key()) {
-        shared_ |= std::uint64_t{other.side.solid != face.side.solid ? 1U : 0U} << slots_[slot];
-        return;
-      }
-    }
-    slots_[slot] = static_cast<std::uint8_t>(place);
-    first_ |= std::uint64_t{1} << place;
-  }
-
-  std::span<const ListedFace> list_;
-  std::array<std::uint8_t, kSlots> slots_{};  // places in the list
-  std::uint64_t first_ = 0;                   // a bit for each that is like none before it
-  std::uint64_t shared_ = 0;                  // of those, a bit where another solid has it, too
-};
-
-/// Adds those faces of a list that no two solids share. It is in the order of solids and their
-/// sides.
-void AddOuter(std::span<ListedFace> list, std::vector<SideOfSolid>& outer) {
-  const auto add = [&outer](const ListedFace& face) {
-    if (face.IsFace()) {
-      outer.push_back(face.side);
-    }
-  };
-  if (list.size() <= FewFaces::kMost) {
-    FewFaces(list).ForOuter(add);
-    return;
-  }
-  std::ranges::sort(list,
-                    [](const ListedFace& a, const ListedFace& b) { return a.Order() < b.Order(); });
-  for (auto first = list.begin(); first != list.end();) {
-    const auto next = std::find_if(
-        first, list.end(), [&](const ListedFace& other) { return other.Key() != first->Key(); });
-    if (std::prev(next)->side.solid == first->side.solid) {
-      add(*first);
-    }
-    first = next;
-  }
-}
-
-/// The solids of a mesh, and their faces listed by their least nodes. Each list is a chain of
-/// sides, the last of which comes first: of large meshes memory is what takes the time.
-class ListedFaces {
- public:
-  ListedFaces(const LoadedMesh& mesh, std::span<const CellShape> shapes)
-      : nodes_(mesh.faces), last_(mesh.Points(), kNone) {
+  Solids(const LoadedMesh& mesh, std::span<const CellShape> shapes) : nodes_(mesh.faces) {
     std::size_t first = 0;
     for (std::size_t element = 0; element < shapes.size(); ++element) {
       if (const auto faces = FacesOf(shapes[element]); !faces.empty()) {
         facesOf_.at(static_cast<std::size_t>(shapes[element])) = faces;
-        bits_ = std::max(bits_, static_cast<unsigned int>(std::bit_width(faces.size() - 1)));
         solids_.push_back({static_cast<std::uint32_t>(first), shapes[element]});
       }
       first += mesh.lengths[element];
     }
-    Link();
   }
 
-  [[nodiscard]] std::size_t Solids() const { return solids_.size(); }
+  [[nodiscard]] std::size_t Count() const { return solids_.size(); }
 
-  /// Fills "list" with the faces that have this least node, in the order of solids and their sides.
-  void Get(std::size_t node, std::vector<ListedFace>& list) const {
-    list.clear();
-    for (std::uint32_t side = last_[node]; side != kNone; side = before_[side]) {
-      const std::uint32_t number = side >> bits_;
-      const Solid& solid = solids_[number];
-      const std::uint32_t place = side & ((1U << bits_) - 1);
-      list.emplace_back(KeyOf(FacesOfSolid(solid)[place], nodes_.subspan(solid.first)),
-                        SideOfSolid{number, place});
+  [[nodiscard]] std::span<const SolidFace> FacesOfSolid(std::size_t solid) const {
+    return facesOf_[static_cast<std::size_t>(solids_[solid].shape)];
+  }
+
+  /// From the first node of a solid on.
+  [[nodiscard]] std::span<const unsigned int> NodesFrom(std::size_t solid) const {
+    return nodes_.subspan(solids_[solid].first);
+  }
+
+  [[nodiscard]] bool HasRepeatedCorners(std::size_t solid) const {
+    const auto corners = NodesFrom(solid).first(CornersOf(solids_[solid].shape));
+    bool isRepeated = false;
+    for (std::size_t i = 1; i < corners.size(); ++i) {
+      for (std::size_t other = 0; other < i; ++other) {
+        isRepeated = isRepeated || corners[other] == corners[i];
+      }
     }
-    std::ranges::reverse(list);
+    return isRepeated;
   }
 
  private:
-  static constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
-
   struct Solid {
     std::uint32_t first = 0;  // of its nodes
     CellShape shape{};
   };
 
-  [[nodiscard]] std::span<const SolidFace> FacesOfSolid(const Solid& solid) const {
-    return facesOf_[static_cast<std::size_t>(solid.shape)];
-  }
+  std::span<const unsigned int> nodes_;
+  std::array<std::span<const SolidFace>, 32> facesOf_{};  // by shapes
+  std::vector<Solid> solids_;
+};
 
-  void Link() {
-    before_.resize(solids_.size() << bits_);
-    for (std::size_t number = 0; number < solids_.size(); ++number) {
-      const auto nodes = nodes_.subspan(solids_[number].first);
-      auto side = static_cast<std::uint32_t>(number << bits_);
-      for (const SolidFace& face : FacesOfSolid(solids_[number])) {
-        before_[side] = std::exchange(last_[LeastOf(face, nodes)], side);
+/// For each node whether the faces that have it as their least one may not all be shared. Inside a
+/// body each is there twice, so that the exclusive or of their hashes is 0; by accident it is so
+/// once in 2^64 times.
+std::vector<bool> NodesOfOuterFaces(const Solids& solids, std::size_t points) {
+  std::vector<std::uint64_t> sums(points);
+  std::vector<bool> mayBeOuter(points);
+  for (std::uint32_t solid = 0; solid < solids.Count(); ++solid) {
+    const auto nodes = solids.NodesFrom(solid);
+    const bool isOdd = solids.HasRepeatedCorners(solid);  // it may share faces with itself
+    for (const SolidFace& face : solids.FacesOfSolid(solid)) {
+      const FaceKey key = KeyOf(face, nodes);
+      sums[key[0]] ^= ListedFace(key, {}).Hash();
+      if (isOdd) {
+        mayBeOuter[key[0]] = true;
+      }
+    }
+  }
+  for (std::size_t node = 0; node < points; ++node) {
+    mayBeOuter[node] = mayBeOuter[node] || sums[node] != 0;
+  }
+  return mayBeOuter;
+}
+
+/// Faces that may be outer ones, listed by their least nodes. A list is a chain of sides, the last
+/// of which comes first.
+class FaceLists {
+ public:
+  FaceLists(const Solids& solids, const std::vector<bool>& isWanted)
+      : solids_(&solids), last_(isWanted.size(), kNone) {
+    for (std::uint32_t solid = 0; solid < solids.Count(); ++solid) {
+      const auto nodes = solids.NodesFrom(solid);
+      std::uint32_t side = 0;
+      for (const SolidFace& face : solids.FacesOfSolid(solid)) {
+        if (const unsigned int least = LeastOf(face, nodes); isWanted[least]) {
+          links_.push_back({{solid, side}, std::exchange(last_[least], links_.size())});
+        }
         ++side;
       }
     }
   }
 
-  std::span<const unsigned int> nodes_;
-  std::array<std::span<const SolidFace>, 32> facesOf_{};  // by shapes
-  unsigned int bits_ = 0;  // of the side in a number of solid and side
-  std::vector<Solid> solids_;
-  std::vector<std::uint32_t> last_;    // by nodes
-  std::vector<std::uint32_t> before_;  // by sides
+  void Get(std::size_t node, std::vector<ListedFace>& list) const {
+    list.clear();
+    for (std::size_t link = last_[node]; link != kNone; link = links_[link].before) {
+      const SideOfSolid side = links_[link].side;
+      list.emplace_back(
+          KeyOf(solids_->FacesOfSolid(side.solid)[side.side], solids_->NodesFrom(side.solid)),
+          side);
+    }
+  }
+
+ private:
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+  struct Link {
+    SideOfSolid side{};
+    std::size_t before = kNone;
+  };
+
+  const Solids* solids_;
+  std::vector<std::size_t> last_;  // by nodes
+  std::vector<Link> links_;
 };
 
-/// The outer faces whose least nodes are in a range. Of the few faces of one list like ones are
-/// found quickly.
-std::vector<SideOfSolid> OuterWithin(const ListedFaces& faces, std::size_t begin, std::size_t end) {
-  std::vector<SideOfSolid> outer;
-  std::vector<ListedFace> list;
-  for (std::size_t node = begin; node < end; ++node) {
-    faces.Get(node, list);
-    AddOuter(list, outer);
+/// Sets the bits of those faces of a list that no two solids share.
+void MarkOuter(std::span<ListedFace> list, OuterSides& outer) {
+  std::ranges::sort(list,
+                    [](const ListedFace& a, const ListedFace& b) { return a.Order() < b.Order(); });
+  for (auto first = list.begin(); first != list.end();) {
+    const auto next = std::find_if(
+        first, list.end(), [&](const ListedFace& other) { return other.Key() != first->Key(); });
+    const SideOfSolid side = first->side;
+    if (first->IsFace() && std::prev(next)->side.solid == side.solid) {
+      outer[side.solid] |= static_cast<unsigned char>(1U << side.side);
+    }
+    first = next;
   }
-  return outer;
 }
 
 }  // namespace
 
-OuterSides OuterSidesOf(const LoadedMesh& mesh, std::span<const CellShape> shapes,
-                        std::size_t threads) {
-  constexpr std::size_t kLeastNodes = 20000;  // for a thread to be worth its start
-  const ListedFaces faces(mesh, shapes);
-  const std::size_t pieces = std::clamp<std::size_t>(mesh.Points() / kLeastNodes, 1, threads + 1);
-  std::vector<std::future<std::vector<SideOfSolid>>> found;
-  for (std::size_t piece = 0; piece < pieces; ++piece) {
-    const std::size_t begin = mesh.Points() * piece / pieces;
-    const std::size_t end = mesh.Points() * (piece + 1) / pieces;
-    const bool isLast = piece + 1 == pieces;
-    found.push_back(
-        std::async(isLast ? std::launch::deferred : std::launch::async | std::launch::deferred,
-                   [&faces, begin, end] { return OuterWithin(faces, begin, end); }));
-  }
-  OuterSides outer(faces.Solids());
-  std::ranges::reverse(found);  // the last piece is the caller's
-  for (auto& piece : found) {
-    for (const SideOfSolid& side : piece.get()) {
-      outer[side.solid] |= static_cast<unsigned char>(1U << side.side);
-    }
+OuterSides OuterSidesOf(const LoadedMesh& mesh, std::span<const CellShape> shapes) {
+  const Solids solids(mesh, shapes);
+  const FaceLists lists(solids, NodesOfOuterFaces(solids, mesh.Points()));
+  OuterSides outer(solids.Count());
+  std::vector<ListedFace> list;
+  for (std::size_t node = 0; node < mesh.Points(); ++node) {
+    lists.Get(node, list);
+    MarkOuter(list, outer);
   }
   return outer;
 }

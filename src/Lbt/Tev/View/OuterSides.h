@@ -12,10 +12,8 @@ using OuterSides = std::vector<unsigned char>;
 
 /// Takes time in proportion to the mesh, but for nodes that very many faces share. A corner that an
 /// element names again does not count, and a side with fewer than three others is none; of sides of
-/// one element with the same corners the first counts. "threads" other threads help with large
-/// meshes.
+/// one element with the same corners the first counts.
 [[nodiscard]] OuterSides OuterSidesOf(const Analysis::LoadedMesh& mesh,
-                                      std::span<const Analysis::CellShape> shapes,
-                                      std::size_t threads = 0);
+                                      std::span<const Analysis::CellShape> shapes);
 
 }  // namespace LbtTev::View
