@@ -27,7 +27,7 @@ struct HandMesh {
     lengths.push_back(static_cast<unsigned int>(element.size()));
   }
 
-  [[nodiscard]] Skin SkinBy(std::string_view rules) const {
+  [[nodiscard]] Skin SkinBy(std::string_view rules, std::size_t threads = 0) const {
     LoadedMesh mesh;
     mesh.coordinates = coordinates;
     mesh.hasFaces = true;
@@ -35,7 +35,7 @@ struct HandMesh {
     mesh.lengths = lengths;
     CellRules cells;
     EXPECT_EQ(cells.Set(rules), "");
-    return SkinOf(mesh, cells);
+    return SkinOf(mesh, cells, threads);
   }
 };
 
@@ -140,6 +140,14 @@ TEST(Skin, OfABlock_HasSixSquaresOfQuads) {
     EXPECT_EQ(skin.Triangles().size(), 12 * n * n);
     EXPECT_NEAR(VolumeIn(skin, mesh.coordinates), n * n * n, 1e-9);
   }
+}
+
+TEST(Skin, FoundByTwoThreads_IsTheSame) {
+  constexpr unsigned int kSide = 50;  // 125,000 solids
+  const HandMesh block = Block(kSide);
+  const Skin skin = block.SkinBy("8=hexahedron", 1);
+  EXPECT_EQ(skin.Faces(), 6U * kSide * kSide);
+  EXPECT_EQ(OutlinesOf(skin), OutlinesOf(block.SkinBy("8=hexahedron")));
 }
 
 TEST(Skin, OfSolidThatHasFacesTwice_HasThemOnce) {

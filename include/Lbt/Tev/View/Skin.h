@@ -69,7 +69,8 @@ class Skin {
 /// The skin of a mesh whose elements become what "rules" say. Takes time and memory in proportion
 /// to the mesh. A corner that a solid names again does not count; a face of fewer than three others
 /// is none.
-[[nodiscard]] Skin SkinOf(const Analysis::LoadedMesh& mesh, const Analysis::CellRules& rules);
+[[nodiscard]] Skin SkinOf(const Analysis::LoadedMesh& mesh, const Analysis::CellRules& rules,
+                          std::size_t threads = 0);
 
 /// What is seen of a part at a step.
 struct PartSkin {
@@ -87,7 +88,7 @@ using TakeSkin =
 /// Hands out the skins of meshes, by their place in the list, in one pass through the file; parts
 /// and steps that share their meshes share skins. A mesh that cannot be read is handed out with its
 /// failure and without pointers, and one without coordinates without either. Blocks
-/// are inflated ahead on "threads" other threads.
+/// are inflated ahead on "threads" other threads, which also help to find skins.
 ///
 /// Throws on a lack of memory, and what "take" throws.
 void GatherSkins(const Analysis::Model& model, std::span<const Analysis::MeshOfPart> meshes,

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <future>
 #include <iterator>
 #include <tuple>
 #include <utility>
@@ -136,40 +137,70 @@ class Solids {
   std::vector<Solid> solids_;
 };
 
-/// For each node whether the faces that have it as their least one may not all be shared. Inside a
-/// body each is there twice, so that the exclusive or of their hashes is 0; by accident it is so
-/// once in 2^64 times.
-std::vector<bool> NodesOfOuterFaces(const Solids& solids, std::size_t points) {
-  std::vector<std::uint64_t> sums(points);
-  std::vector<bool> mayBeOuter(points);
-  for (std::uint32_t solid = 0; solid < solids.Count(); ++solid) {
-    const auto nodes = solids.NodesFrom(solid);
-    const bool isOdd = solids.HasRepeatedCorners(solid);  // it may share faces with itself
-    for (const SolidFace& face : solids.FacesOfSolid(solid)) {
-      const FaceKey key = KeyOf(face, nodes);
-      sums[key[0]] ^= ListedFace(key, {}).Hash();
-      if (isOdd) {
-        mayBeOuter[key[0]] = true;
+/// Tells of each node whether the faces that have it as their least one may not all be shared.
+/// Inside a body each is there twice, so that the exclusive or of their hashes is 0; by accident it
+/// is so once in 2^64 times.
+class FaceSums {
+ public:
+  FaceSums(const Solids& solids, std::size_t points, std::size_t begin, std::size_t end)
+      : sums_(points), areOdd_(points) {
+    for (std::size_t solid = begin; solid < end; ++solid) {
+      const auto nodes = solids.NodesFrom(solid);
+      const bool isOdd = solids.HasRepeatedCorners(solid);  // it may share faces with itself
+      for (const SolidFace& face : solids.FacesOfSolid(solid)) {
+        const FaceKey key = KeyOf(face, nodes);
+        sums_[key[0]] ^= ListedFace(key, {}).Hash();
+        if (isOdd) {
+          areOdd_[key[0]] = true;
+        }
       }
     }
   }
-  for (std::size_t node = 0; node < points; ++node) {
-    mayBeOuter[node] = mayBeOuter[node] || sums[node] != 0;
+
+  /// Takes those of other solids.
+  void Add(const FaceSums& other) {
+    for (std::size_t node = 0; node < sums_.size(); ++node) {
+      sums_[node] ^= other.sums_[node];
+      areOdd_[node] = areOdd_[node] || other.areOdd_[node];
+    }
   }
-  return mayBeOuter;
+
+  [[nodiscard]] std::size_t Nodes() const { return sums_.size(); }
+  [[nodiscard]] bool MayBeOuter(std::size_t node) const {
+    return sums_[node] != 0 || areOdd_[node];
+  }
+
+ private:
+  std::vector<std::uint64_t> sums_;
+  std::vector<bool> areOdd_;
+};
+
+/// Another thread helps with large meshes where there is one.
+FaceSums SumsOf(const Solids& solids, std::size_t points, std::size_t threads) {
+  constexpr std::size_t kMany = 100000;
+  const std::size_t own =
+      threads == 0 || solids.Count() < kMany ? solids.Count() : solids.Count() / 2;
+  auto others = std::async(
+      own == solids.Count() ? std::launch::deferred : std::launch::async | std::launch::deferred,
+      [&solids, points, own] { return FaceSums(solids, points, own, solids.Count()); });
+  FaceSums sums(solids, points, 0, own);
+  if (own != solids.Count()) {
+    sums.Add(others.get());
+  }
+  return sums;
 }
 
 /// Faces that may be outer ones, listed by their least nodes. A list is a chain of sides, the last
 /// of which comes first.
 class FaceLists {
  public:
-  FaceLists(const Solids& solids, const std::vector<bool>& isWanted)
-      : solids_(&solids), last_(isWanted.size(), kNone) {
+  FaceLists(const Solids& solids, const FaceSums& sums)
+      : solids_(&solids), last_(sums.Nodes(), kNone) {
     for (std::uint32_t solid = 0; solid < solids.Count(); ++solid) {
       const auto nodes = solids.NodesFrom(solid);
       std::uint32_t side = 0;
       for (const SolidFace& face : solids.FacesOfSolid(solid)) {
-        if (const unsigned int least = LeastOf(face, nodes); isWanted[least]) {
+        if (const unsigned int least = LeastOf(face, nodes); sums.MayBeOuter(least)) {
           links_.push_back({{solid, side}, std::exchange(last_[least], links_.size())});
         }
         ++side;
@@ -217,9 +248,10 @@ void MarkOuter(std::span<ListedFace> list, OuterSides& outer) {
 
 }  // namespace
 
-OuterSides OuterSidesOf(const LoadedMesh& mesh, std::span<const CellShape> shapes) {
+OuterSides OuterSidesOf(const LoadedMesh& mesh, std::span<const CellShape> shapes,
+                        std::size_t threads) {
   const Solids solids(mesh, shapes);
-  const FaceLists lists(solids, NodesOfOuterFaces(solids, mesh.Points()));
+  const FaceLists lists(solids, SumsOf(solids, mesh.Points(), threads));
   OuterSides outer(solids.Count());
   std::vector<ListedFace> list;
   for (std::size_t node = 0; node < mesh.Points(); ++node) {

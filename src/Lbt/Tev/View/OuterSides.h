@@ -12,8 +12,10 @@ using OuterSides = std::vector<unsigned char>;
 
 /// Takes time in proportion to the mesh, but for nodes that very many faces share. A corner that an
 /// element names again does not count, and a side with fewer than three others is none; of sides of
-/// one element with the same corners the first counts.
+/// one element with the same corners the first counts. Another
+/// thread helps where "threads" is not 0.
 [[nodiscard]] OuterSides OuterSidesOf(const Analysis::LoadedMesh& mesh,
-                                      std::span<const Analysis::CellShape> shapes);
+                                      std::span<const Analysis::CellShape> shapes,
+                                      std::size_t threads = 0);
 
 }  // namespace LbtTev::View

@@ -129,7 +129,7 @@ TakenShapes CountShapes(const LoadedMesh& mesh, std::span<const CellShape> shape
   return taken;
 }
 
-Skin BuildSkin(const LoadedMesh& mesh, std::span<const CellShape> shapes) {
+Skin BuildSkin(const LoadedMesh& mesh, std::span<const CellShape> shapes, std::size_t threads) {
   SkinBuilder builder(mesh.coordinates);
   if (!mesh.hasFaces) {
     for (std::size_t node = 0; node < mesh.Points(); ++node) {
@@ -137,7 +137,7 @@ Skin BuildSkin(const LoadedMesh& mesh, std::span<const CellShape> shapes) {
     }
     return builder.Take();
   }
-  const OuterSides outer = OuterSidesOf(mesh, shapes);
+  const OuterSides outer = OuterSidesOf(mesh, shapes, threads);
   std::size_t next = 0;
   auto sides = outer.begin();
   for (std::size_t element = 0; element < shapes.size(); ++element) {
@@ -168,8 +168,8 @@ std::size_t Skin::Bytes() const {
          outlines_.size() * sizeof(unsigned int) + triangles_.size() * sizeof(Triangle);
 }
 
-Skin SkinOf(const LoadedMesh& mesh, const CellRules& rules) {
-  return BuildSkin(mesh, ShapesInOrder(mesh, rules));
+Skin SkinOf(const LoadedMesh& mesh, const CellRules& rules, std::size_t threads) {
+  return BuildSkin(mesh, ShapesInOrder(mesh, rules), threads);
 }
 
 void GatherSkins(const Model& model, std::span<const MeshOfPart> meshes, const CellRules& rules,
@@ -184,7 +184,7 @@ void GatherSkins(const Model& model, std::span<const MeshOfPart> meshes, const C
                                                mesh.faces.size_bytes());
     const std::vector<CellShape> shapes = ShapesInOrder(mesh, rules);
     return PartSkin{.coordinates = loaded[0].floats,
-                    .skin = std::make_shared<const Skin>(BuildSkin(mesh, shapes)),
+                    .skin = std::make_shared<const Skin>(BuildSkin(mesh, shapes, threads)),
                     .faces = loaded[1].wholes,
                     .lengths = loaded[2].wholes,
                     .taken = CountShapes(mesh, shapes)};
