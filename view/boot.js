@@ -48,7 +48,8 @@ const PageBlocks = {
     document.body.dataset.ready = 'yes';
   } catch (error) {
     status.textContent = 'This page cannot be shown: ' + error.message;
-    document.getElementById('picture').hidden = false;
+    const picture = document.getElementById('picture');
+    picture.hidden = picture.getAttribute('src') === 'data:,';
     document.body.dataset.ready = 'failed';
   }
 })();

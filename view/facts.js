@@ -13,7 +13,7 @@ function made(tag, content, attributes = {}) {
   return element;
 }
 
-const MOST_ROWS = 2000;
+const MOST_ROWS = 20000;
 
 /** A section with a table of "rows", each a list of texts and numbers; nothing without rows. */
 function tableSection(heading, columns, rows) {
@@ -34,13 +34,13 @@ function tableSection(heading, columns, rows) {
 
 /** The rows of all fields that "tev results --stats" tells of. */
 function statisticsRows(model) {
-  const nameOf = new Map(model.parts.map((part) => [part.id, part.name]));
+  const nameOf = new Map(model.parts.map((part) => [part.id, nameOfPart(part, model.parts)]));
   const rows = [];
   for (const field of model.fields) {
     const head = [nameOf.get(field.part), field.result, field.step, field.location];
     const statistics = field.statistics;
     if (!statistics) {
-      rows.push([...head, 'damaged']);
+      rows.push([...head, 'cannot be read']);
       continue;
     }
     const place = (id, index) => index === null ? '' : id === null ? '[' + index + ']' : String(id);
@@ -56,9 +56,9 @@ function statisticsRows(model) {
 
 function overviewRows(model) {
   const {info} = model;
-  const file = ({path, type}) => [path, type].filter(Boolean).join(', ');
-  const units = info.units ? [info.units.length, info.units.scale && info.units.scale + ' m'] : [];
-  return [['Title', info.title], ['Category', info.category], ['File', sizeText(info.bytes)],
+  const file = ({path, type, bytes}) => [path, type, bytes && sizeText(bytes)].filter(Boolean).join(', ');
+  const units = info.units ? [info.units.length, info.units.scale && shortText(info.units.scale) + ' m'] : [];
+  return [['Title', info.title], ['Category', info.category], ['File', sizeText(info.bytes) + ' (' + info.bytes + ' bytes)'],
     ['Version', info.version], ['Nodes', info.nodes], ['Elements', info.elements],
     ['Units', units.filter(Boolean).join(', ')], ['Model file', file(info.modelFile)],
     ['Results file', file(info.resultsFile)],
@@ -73,9 +73,9 @@ function showFacts(model, into) {
     ...tableSection('Model', ['Fact', 'Value'], overviewRows(model)),
     ...tableSection('Programs', ['Role', 'Name', 'Version', 'User', 'Date', 'Comment'],
       rows(info.programs, 'role', 'name', 'version', 'user', 'date', 'comment')),
-    ...tableSection('Parts', ['Id', 'Name', 'Kind', 'Nodes', 'Elements', 'Nodes/element', 'Groups'],
+    ...tableSection('Parts', ['Id', 'Name', 'Kind', 'Nodes', 'Elements', 'Nodes/element', 'Coordinates', 'Groups'],
       info.parts.map((part) => [part.id, part.name, part.kind, part.nodes, part.elements,
-        part.nodesPerElement, part.path.join(' / ')])),
+        part.nodesPerElement, part.sharesWith === null ? 'own' : 'of part ' + part.sharesWith, part.path.join(' / ')])),
     ...tableSection('Steps', ['Step', 'Subtitle'], rows(info.steps, 'text', 'subtitle')),
     ...tableSection('Results', ['Name', 'Components', 'Location'],
       rows(info.results, 'name', 'components', 'location')),

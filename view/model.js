@@ -27,8 +27,11 @@ class PageModel {
 
   /** Results that some part has at its nodes or elements, as {name, components, location}. */
   results() {
-    return this.info.results.filter((result) => this.fields.some((field, place) =>
-      field.result === result.name && this.view.values[place]));
+    return this.info.results.map((result) => {
+      const fields = this.fields.filter((field, place) => field.result === result.name && this.view.values[place]);
+      const widest = fields.reduce((most, {components}) => Math.max(most, components), 0);
+      return {...result, components: result.components ?? widest, isShown: fields.length > 0};
+    }).filter(({isShown}) => isShown);
   }
 
   /** The place of a part's field at a step, else of that without one; undefined for none. */

@@ -65,9 +65,18 @@ function shortText(value) {
   if (value === null || !Number.isFinite(value)) {
     return '–';
   }
+  if (Number.isSafeInteger(value)) {
+    return String(value);
+  }
   const rounded = (digits) => Number(value.toPrecision(digits));
   const enough = [6, 7, 8, 9].find((digits) => rounded(digits) === value || Math.fround(rounded(digits)) === value);
   return String(rounded(enough ?? 7));
+}
+
+/** The name of a part, with its id where another one has that name, too. */
+function nameOfPart({name, id}, parts) {
+  const isAlone = parts.every((part) => part.name !== name || part.id === id);
+  return name === '' ? 'part ' + id : isAlone ? name : name + ' (id ' + id + ')';
 }
 
 /** A file's size in the largest unit that leaves a digit before the point. */
@@ -75,7 +84,7 @@ function sizeText(bytes) {
   const units = ['bytes', 'kB', 'MB', 'GB', 'TB'];
   let unit = 0;
   let size = bytes;
-  while (size >= 1000 && unit + 1 < units.length) {
+  while (Number(size.toPrecision(3)) >= 1000 && unit + 1 < units.length) {
     size /= 1000;
     unit++;
   }

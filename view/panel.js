@@ -8,18 +8,20 @@ class Panel extends Picking {
     super(model, scene);
     this.shown = new Set(Panel.partsAtFirst(model));
     this.results = model.results();
-    this.result = this.results[0] || null;
+    const {start} = model.view;
+    this.result = this.results.find(({name}) => name === start.result) || this.results[0] || null;
     this.component = Panel.usualComponent(this.result);
-    this.step = Math.max(model.steps.length - 1, 0);
+    const step = model.view.steps.indexOf(start.step);
+    this.step = step < 0 ? Math.max(model.steps.length - 1, 0) : step;
     this.turn = 0;
     this.playing = null;
   }
 
-  /** Parts that are no cuts or surfaces through others; all where there are no others. */
+  /** Parts that are no cuts, surfaces or flow lines; all where there are no others. */
   static partsAtFirst(model) {
     const places = model.parts.map((_, place) => place)
       .filter((place) => model.view.parts[place].length > 0);
-    const own = places.filter((place) => model.parts[place].kind === 'part');
+    const own = places.filter((place) => ['part', 'shape'].includes(model.parts[place].kind));
     return own.length > 0 ? own : places;
   }
 
@@ -49,7 +51,7 @@ class Panel extends Picking {
     const {model} = this;
     byId('result').append(made('option', 'none', {value: ''}),
       ...this.results.map((result, i) => made('option', result.name, {value: i})));
-    byId('result').value = this.result ? '0' : '';
+    byId('result').value = this.result ? this.results.indexOf(this.result) : '';
     this.fillComponents();
     byId('step').max = Math.max(model.steps.length - 1, 0);
     byId('step').value = this.step;
@@ -72,7 +74,7 @@ class Panel extends Picking {
     const box = made('input', '', {type: 'checkbox', 'data-part': place});
     box.checked = this.shown.has(place);
     box.disabled = this.model.view.parts[place].length === 0;
-    return made('li', made('label', [box, made('span', part.name === '' ? 'part ' + part.id : part.name)],
+    return made('li', made('label', [box, made('span', nameOfPart(part, this.model.parts))],
       {title: part.kind + ', id ' + part.id}));
   }
 
@@ -145,8 +147,8 @@ class Panel extends Picking {
     }
     const angle = Math.PI / 24;
     const views = Object.keys(VIEWS);
-    const keys = {ArrowLeft: () => this.scene.turn(-angle, 0), ArrowRight: () => this.scene.turn(angle, 0),
-      ArrowUp: () => this.scene.turn(0, -angle), ArrowDown: () => this.scene.turn(0, angle),
+    const move = (right, up) => event.shiftKey ? this.scene.pan(right / 10, up / 10) : this.scene.turn(right * angle, -up * angle);
+    const keys = {ArrowLeft: () => move(-1, 0), ArrowRight: () => move(1, 0), ArrowUp: () => move(0, 1), ArrowDown: () => move(0, -1),
       '+': () => this.scene.zoom(1.2), '-': () => this.scene.zoom(1 / 1.2), f: () => this.scene.fit(),
       ',': () => this.goTo(this.step - 1), '.': () => this.goTo(this.step + 1), ' ': () => this.play(),
       n: () => this.focusMark()};
@@ -223,6 +225,7 @@ class Panel extends Picking {
     });
     this.scene.setEdges(byId('edges').checked);
     byId('step-text').textContent = this.stepText ?? 'none';
+    byId('step').setAttribute('aria-valuetext', this.stepText ?? 'none');
     this.tellRange(range);
     this.makeMarks();
     this.drawChart();
@@ -275,7 +278,9 @@ class Panel extends Picking {
     }
     const typed = (id, other) => {
       const text = byId(id).value.trim().replace(',', '.');
-      return text !== '' && Number.isFinite(Number(text)) ? Number(text) : other;
+      const isNumber = text !== '' && Number.isFinite(Number(text));
+      byId(id).setAttribute('aria-invalid', String(text !== '' && !isNumber));
+      return isNumber ? Number(text) : other;
     };
     const ends = [typed('range-min', own ? own.min : 0), typed('range-max', own ? own.max : 1)];
     return {min: Math.min(...ends), max: Math.max(...ends)};

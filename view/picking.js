@@ -76,15 +76,18 @@ class Picking {
       mark.button.hidden = !isSeen;
       if (isSeen) {
         const [x, y] = this.scene.project(position);
+        const room = 100;  // for the label, which stands on the side that has it
+        const width = this.scene.canvas.clientWidth;
+        mark.button.classList.toggle('turned', mark.end === 'max' ? x > width - room && x > room : x < room && x < width - room);
         mark.button.style.left = x + 'px';
         mark.button.style.top = y + 'px';
       }
     }
   }
 
-  tell(part, what, kind, id, position) {
+  tell(part, what, kind, id, position, node = null) {
     const {name, id: partId} = this.model.parts[part];
-    const where = position ? ', at (' + position.map(shortText).join(', ') + ')' : '';
+    const where = (node === null ? '' : ', nearest node ' + node) + (position ? ', at (' + position.map(shortText).join(', ') + ')' : '');
     byId('picked').textContent = what + ', ' + kind + ' ' + id + ' of part "' + name + '" (id ' + partId + ')' + where;
   }
 
@@ -110,11 +113,12 @@ class Picking {
     if (turn !== this.turn) {
       return;  // it is told anew when that is shown
     }
-    const id = ofFaces ? mesh.faceIds[found.face] : mesh.nodeIds[found.node];
-    const hasIds = ofFaces ? mesh.hasElementIds : mesh.hasNodeIds;
+    const idText = (id, isId) => isId ? id : '[' + id + ']';
+    const node = idText(mesh.nodeIds[found.node], mesh.hasNodeIds);
     const value = values ? values[ofFaces ? found.face : found.node] : null;
     const sign = this.model.view.exact ? ' = ' : ' ≈ ';
     this.tell(found.part, this.result ? this.shownName + sign + shortText(value) : 'Picked',
-      ofFaces ? 'element' : 'node', hasIds ? id : '[' + id + ']', surface.point(found.node, 0));
+      ofFaces ? 'element' : 'node', ofFaces ? idText(mesh.faceIds[found.face], mesh.hasElementIds) : node,
+      surface.point(found.node, 0), ofFaces ? node : null);
   }
 }

@@ -128,7 +128,7 @@ class Scene {
     this.camera.near = -radius;
     this.camera.far = 4 * radius;
     this.camera.zoom = 1;
-    this.camera.lookAt(centre);
+    this.controls.update();  // which knows what is up along z
     this.camera.updateMatrixWorld(true);
     const seen = new THREE.Box3();
     const point = new THREE.Vector3();
@@ -144,8 +144,7 @@ class Scene {
     const shift = seen.getCenter(new THREE.Vector3()).setZ(0).applyQuaternion(this.camera.quaternion);
     this.controls.target.add(shift);
     this.camera.position.add(shift);
-    const ratio = this.canvas.clientWidth / Math.max(this.canvas.clientHeight, 1);
-    this.half = 0.56 * Math.max(y, x / ratio, 1e-30);
+    this.fitted = {x, y};
     this.resize();
     this.controls.update();
     this.draw();
@@ -162,7 +161,7 @@ class Scene {
       this.renderer.setPixelRatio(ratio);
       this.renderer.setSize(width, height, false);
     }
-    const half = this.half || 1;
+    const half = this.fitted ? 0.56 * Math.max(this.fitted.y, (this.fitted.x * height) / width, 1e-30) : 1;
     Object.assign(this.camera, {left: (-half * width) / height, right: (half * width) / height,
       top: half, bottom: -half});
     this.camera.updateProjectionMatrix();
@@ -181,6 +180,16 @@ class Scene {
     spherical.phi = Math.min(Math.max(spherical.phi + over, 1e-6), Math.PI - 1e-6);
     const turned = new THREE.Vector3().setFromSpherical(spherical);
     this.camera.position.set(turned.x, -turned.z, turned.y).add(this.controls.target);
+    this.controls.update();
+    this.draw();
+  }
+
+  /** Moves what is seen by parts of the picture's height, to the right and up. */
+  pan(right, up) {
+    const size = (this.camera.top - this.camera.bottom) / this.camera.zoom;
+    const shift = new THREE.Vector3(-right * size, -up * size, 0).applyQuaternion(this.camera.quaternion);
+    this.controls.target.add(shift);
+    this.camera.position.add(shift);
     this.controls.update();
     this.draw();
   }

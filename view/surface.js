@@ -26,8 +26,11 @@ const FRAGMENT_SHADER = `
   void main() {
     vec3 colour = vPlace < -1000.0 ? plain
       : texture2D(colours, vec2(clamp(vPlace, 0.002, 0.998), 0.5)).rgb;
-    vec3 normal = normalize(cross(dFdx(vPosition), dFdy(vPosition)));
-    float light = mix(1.0, 0.65 + 0.35 * abs(dot(normal, LIGHT)), shading);
+    float light = 1.0;
+    if (shading > 0.5) {  // lines and points have no normal
+      vec3 normal = normalize(cross(dFdx(vPosition), dFdy(vPosition)));
+      light = 0.65 + 0.35 * abs(dot(normal, LIGHT));
+    }
     gl_FragColor = vec4(colour * light, 1.0);
   }`;
 

@@ -245,6 +245,17 @@ void AnswerWriter::WriteEntry() {
 }
 
 /// Where the answer itself has no place for it.
+std::vector<std::string> AnswerWriter::MissingTexts(std::size_t most) const {
+  std::vector<std::string> texts;
+  for (std::size_t i = 0; i < std::min(most, missing_.size()); ++i) {
+    texts.push_back(missing_[i].what);
+  }
+  if (texts.size() < missing_.size()) {
+    texts.push_back("and " + std::to_string(missingCount_ - texts.size()) + " more");
+  }
+  return texts;
+}
+
 void AnswerWriter::TellEachMissing() const {
   constexpr std::size_t kMost = 10;
   const std::size_t told = std::min(kMost, missing_.size());

@@ -82,6 +82,9 @@ class AnswerWriter {
   /// "count" is how many losses the text stands for.
   void AddMissing(std::string what, std::size_t count = 1);
 
+  /// What is missing so far, "most" texts of it and how many more there are.
+  [[nodiscard]] std::vector<std::string> MissingTexts(std::size_t most) const;
+
   /// What is missing of the nodes, for those who tell of them.
   [[nodiscard]] LostData& Lost() { return lost_; }
 

@@ -36,6 +36,8 @@ struct PageDraft {
   PageContents contents{};
   std::set<std::size_t> steps{};
   std::vector<std::string> notes{};
+  Shot start{};                  ///< what it shows at first
+  std::set<std::string> told{};  ///< of what is missing
 };
 
 std::string NameOfFile(const Input& input) {
@@ -56,13 +58,16 @@ void GatherFields(const Model& model, unsigned int jobs, AnswerWriter& writer, P
       jobs - 1);
 }
 
+/// Values kept by what changes from step to step take less, and can only be had with all steps.
+enum class Kept { InTurn, OneByOne };
+
 void GatherContents(const Model& model, const CellRules& cells, const ViewPageOptions& options,
-                    PictureOfPage& picture, AnswerWriter& writer, Page& page, PageDraft& draft) {
-  std::set<std::string> told;
+                    Kept kept, PictureOfPage& picture, AnswerWriter& writer, Page& page,
+                    PageDraft& draft) {
   const auto tell = [&](const MeshOfPart& mesh, const std::exception_ptr& failure) {
     const std::string text =
         NameOfMesh(model, mesh.part, mesh.step) + ": " + FailureOf(failure).what();
-    if (told.insert(text).second) {
+    if (draft.told.insert(text).second) {
       writer.AddMissing(text);
     }
   };
@@ -74,8 +79,8 @@ void GatherContents(const Model& model, const CellRules& cells, const ViewPageOp
   };
   draft.contents = FillPage(
       model, draft.fields, cells,
-      {.isExact = options.isExact, .isInTurn = !options.maxSize, .threads = options.jobs - 1}, page,
-      {.skinFound = takeSkin, .fieldFound = takeField, .meshFailed = tell});
+      {.isExact = options.isExact, .isInTurn = kept == Kept::InTurn, .threads = options.jobs - 1},
+      page, {.skinFound = takeSkin, .fieldFound = takeField, .meshFailed = tell});
 }
 
 Json MeshJson(const PageMesh& mesh) {
@@ -113,13 +118,22 @@ bool IsOn(const PageDraft& draft, std::optional<std::size_t> step) {
 }
 
 Json NotesJson(const Model& model, const PageDraft& draft) {
-  Json notes = draft.notes;
+  Json notes = Json::array();
   if (draft.steps.size() < model.Steps().size()) {
     notes.push_back("Shown are " + std::to_string(draft.steps.size()) + " of " +
                     std::to_string(model.Steps().size()) +
                     " steps, to keep this page small; the tables and the chart tell of all.");
   }
+  for (const std::string& note : draft.notes) {
+    notes.push_back(note);
+  }
   return notes;
+}
+
+/// The result and the step that the page shows at first, which are those of its picture.
+Json StartJson(const Shot& start) {
+  return {{"result", start.result ? Json(ValidText(*start.result)) : Json(nullptr)},
+          {"step", JsonOrNull(start.step)}};
 }
 
 /// The colours from the least number to the greatest, as six digits each.
@@ -142,6 +156,7 @@ void WriteView(const Model& model, const ViewPageOptions& options, const PageDra
   json.Member("colours",
               {{"viridis", HexOf(Colours::Viridis)}, {"cividis", HexOf(Colours::Cividis)}});
   json.Member("notes", NotesJson(model, draft));
+  json.Member("start", StartJson(draft.start));
   json.Member("steps", std::vector<std::size_t>(draft.steps.begin(), draft.steps.end()));
   json.Key("parts");
   json.OpenList();
@@ -195,7 +210,12 @@ std::string ModelText(const Model& model, const Input& input, const ViewPageOpti
   return text.str();
 }
 
-void AddNotes(const Model& model, const ViewPageOptions& options, PageDraft& draft) {
+void AddNotes(const Model& model, const ViewPageOptions& options, const AnswerWriter& writer,
+              PageDraft& draft) {
+  constexpr std::size_t kMostLosses = 10;
+  for (const std::string& text : writer.MissingTexts(kMostLosses)) {
+    draft.notes.push_back("Damaged: " + ValidText(text));
+  }
   draft.notes.emplace_back(
       options.isExact ? "Values are exact."
                       : "Colours and picked values are shown to 1 in 65,535 of the range of each "
@@ -237,23 +257,28 @@ std::string PageOf(const Model& model, const Input& input, AnswerWriter& writer,
   Page page;
   PageDraft draft;
   PictureOfPage picture(model, cells);
+  draft.start = picture.GetShot();
   GatherFields(model, options.jobs, writer, draft);
-  GatherContents(model, cells, options, picture, writer, page, draft);
+  GatherContents(model, cells, options, Kept::InTurn, picture, writer, page, draft);
   const std::string png = picture.Draw(input, draft.fields);
-  AddNotes(model, options, draft);
+  AddNotes(model, options, writer, draft);
   const auto contents = [&](std::size_t steps) {
     draft.steps = EvenSteps(model.Steps().size(), steps);
     return Page::Contents{.title = TitleOf(model, input),
                           .model = ModelText(model, input, options, draft, writer.Lost()),
                           .picture = png};
   };
-  const auto blocks = [&] { return BlocksAt(draft.contents, draft.fields, draft.steps); };
-  const std::size_t steps = MostSteps(model.Steps().size(), options, [&](std::size_t count) {
+  const auto sizeWith = [&](std::size_t count) {
     const Page::Contents tried = contents(count);
-    return page.Size(tried, blocks());
-  });
-  const Page::Contents chosen = contents(steps);
+    return page.Size(tried, BlocksAt(draft.contents, draft.fields, draft.steps));
+  };
+  const std::size_t all = model.Steps().size();
+  if (options.maxSize && sizeWith(all) > *options.maxSize) {
+    page = Page();
+    GatherContents(model, cells, options, Kept::OneByOne, picture, writer, page, draft);
+  }
+  const Page::Contents chosen = contents(MostSteps(all, options, sizeWith));
   std::ostringstream out = TextStream();
-  page.Write(chosen, blocks(), out);
+  page.Write(chosen, BlocksAt(draft.contents, draft.fields, draft.steps), out);
   return out.str();
 }

@@ -84,17 +84,27 @@ Component ComponentOf(const Model& model, const Shot& shot, const std::string& a
   return UsualComponent(width.value_or(1));
 }
 
-/// The parts that are asked for, else all but cuts and surfaces through others, where there are
-/// such.
+/// The parts that are asked for, else all but cuts, surfaces and flow lines, where there are
+/// others.
 std::vector<std::size_t> PartsOf(const Model& model, const Selection& selection) {
   std::vector<std::size_t> parts = SelectParts(model, selection.parts);
   const auto isOwn = [&model](std::size_t part) {
-    return model.Parts()[part].kind == PartKind::Part;
+    const PartKind kind = model.Parts()[part].kind;
+    return kind == PartKind::Part || kind == PartKind::Shape;
   };
   if (selection.parts.empty() && std::ranges::any_of(parts, isOwn)) {
     std::erase_if(parts, [&isOwn](std::size_t part) { return !isOwn(part); });
   }
   return parts;
+}
+
+void RequireField(const Model& model, const Shot& shot) {
+  const auto fields = FieldsOfParts(model, shot.parts, [&shot](const Field& field) {
+    return field.result == *shot.result && (field.step == shot.step || !field.step);
+  });
+  if (fields.empty()) {
+    throw UsageError("no field fits all that is asked for");
+  }
 }
 
 Shot ShotOf(const Model& model, const CellRules& cells, const PictureOptions& options) {
@@ -105,6 +115,7 @@ Shot ShotOf(const Model& model, const CellRules& cells, const PictureOptions& op
   shot.step = StepOf(model, shot, options.selection);
   if (shot.result) {
     shot.component = ComponentOf(model, shot, options.component);
+    RequireField(model, shot);
   }
   return shot;
 }

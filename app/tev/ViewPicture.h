@@ -43,6 +43,8 @@ class PictureOfPage {
   PictureOfPage(const PictureOfPage&) = delete;  // its numbers are those of its shot
   PictureOfPage& operator=(const PictureOfPage&) = delete;
 
+  [[nodiscard]] const LbtTev::View::Shot& GetShot() const { return shot_; }
+
   /// To be told of every mesh, and then of every field.
   void Take(const LbtTev::Analysis::MeshOfPart& mesh, const LbtTev::View::PartSkin& skin);
   void Take(const LbtTev::Analysis::FieldOfPart& field,

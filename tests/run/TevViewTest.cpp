@@ -63,15 +63,15 @@ TEST_F(TevView, OfExamples_DiffersByWhatIsAskedFor) {
                                                    {"--view", "+z"},
                                                    {"--view", "-z"}};
   for (std::vector<std::string> options : each) {
-    options.insert(options.end(), {"--size", "200x170"});
+    options.insert(options.end(), {"--size", "120x100"});  // too small for texts
     const std::string png = Draw(Example("heatsink.tev"), options);
-    EXPECT_EQ(png.substr(0, 24), PngHead(200, 170));
+    EXPECT_EQ(png.substr(0, 24), PngHead(120, 100));
     pictures.insert(png);
   }
   EXPECT_EQ(pictures.size(), each.size());
-  EXPECT_EQ(Draw(Example("heatsink.tev"), {"--size", "200x170"}),
+  EXPECT_EQ(Draw(Example("heatsink.tev"), {"--size", "120x100"}),
             Draw(Example("heatsink.tev"),
-                 {"--size", "200x170", "--view", "iso", "--step", "Time = 10", "--result",
+                 {"--size", "120x100", "--view", "iso", "--step", "Time = 10", "--result",
                   "Heat Flux", "--component", "magnitude", "--cells", "auto", "--range", "all"}));
 }
 
@@ -111,6 +111,14 @@ TEST_F(TevView, OfWhatDoesNotFit_IsRefused) {
                 "m.tev: a picture shows one result, and 2 fit: choose one by --result");
   ExpectRefused({"--result", "Temperature", "--component", "2"},
                 "m.tev: result \"Temperature\" has 1 component, and no component 2");
+}
+
+TEST_F(TevView, OfAStepThatTheResultLacks_IsRefused) {
+  const std::string model = Example("heatsink.tev");
+  const RunResult run = Run({"view", model, "--step", "", "-o", "p.png"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.error, "tev: " + model + ": no field fits all that is asked for\n");
+  EXPECT_EQ(File("p.png"), "");
 }
 
 TEST_F(TevView, ToAnotherKindOfFile_IsRefused) {

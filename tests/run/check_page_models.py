@@ -128,6 +128,7 @@ def check_odd(browser, path):
         expect(marks("Later"), {0: (True, 2), 1: (True, 2)}, "result of a part without a mesh at a step")
         page.choose_text("result", "Half")
         page.choose("step", 0)
+        page.press("[data-part='1']")  # which lies in the same plane
         page.press("[data-view='+z']")
         for x, wanted in (-60, "4"), (60, "–"):
             page.click(x, -60)
@@ -147,7 +148,7 @@ def check_odd(browser, path):
 def check_gaps(browser, path):
     """A part is shown by the mesh of a step that is left out, where its numbers belong to that."""
     with browser.page(path) as page:
-        expect(page.texts("#notes li")[-1].split(" steps")[0], "Shown are 2 of 3", "steps")
+        expect(page.texts("#notes li")[0].split(" steps")[0], "Shown are 2 of 3", "steps")
         page.choose_text("result", "T")
         for step, wanted in (0, "Time = 1"), (1, "Time = 3"):
             page.choose("step", step)
@@ -170,5 +171,25 @@ def check_stepless(browser, path):
         expect(page.told()[:3], (8, "node", "[7]"), "maximum")
 
 
+def check_thin(browser, path):
+    """Points and lines have the colours of their numbers, seen from any side."""
+    with browser.page(path) as page:
+        page.choose("marks", False)
+        for view in "iso", "-y":
+            page.press(f"[data-view='{view}']")
+            drawn = page.pixels()
+            colours = drawn[drawn[:, :, 3] == 255][:, :3].astype(int)
+            for name, place in (("least", 0), ("greatest", 1)):
+                if not (abs(colours - colour_of(page, place)).max(axis=1) < 12).any():
+                    fail(f"{view}: no pixel has the colour of the {name} number")
+
+
+def check_damaged(browser, path):
+    """What cannot be read is told on the page."""
+    with browser.page(path) as page:
+        if "Damaged: part \"Frame\", mesh" not in page.text("notes"):
+            fail("notes: " + page.text("notes"))
+
+
 CHECKS = {"elements": check_elements, "growth": check_growth, "shared": check_shared, "odd": check_odd,
-          "stepless": check_stepless, "gaps": check_gaps}
+          "stepless": check_stepless, "gaps": check_gaps, "thin": check_thin, "damaged": check_damaged}

@@ -97,6 +97,14 @@ def check_camera(browser, path):
         page.press("#fit")
         expect_same(start, page.pixels(), "fitted again")
         expect(page.text("picked"), "", "picked by what is no click")
+        for view in "+x", "-x", "+y", "-y", "+z", "-z":
+            page.press(f"[data-view='{view}']")
+            seen = page.pixels()
+            left, top, right, bottom = box_of(seen[:, :, 3] > 127)
+            if min(left, top) < 2 or right > seen.shape[1] - 3 or bottom > seen.shape[0] - 3:
+                fail(f"{view} goes beyond the canvas")
+            page.press("#fit")
+            expect_same(seen, page.pixels(), f"{view} fitted")
 
 
 def check_play(browser, path):

@@ -164,7 +164,7 @@ class Page:
         """What is told of a picked place: value, location, id, part, place."""
         text = self.text("picked")
         match = re.fullmatch(r".* (?:=|≈) (\S+), (node|element) (\S+) of part \".*\" \(id (\d+)\)"
-                             r"(?:, at \((.*)\))?", text, re.DOTALL)
+                             r"(?:, nearest node \S+)?(?:, at \((.*)\))?", text, re.DOTALL)
         if match is None:
             fail("picked: " + text)
         return (float(match[1]), match[2], match[3], int(match[4]),

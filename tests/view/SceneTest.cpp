@@ -134,6 +134,14 @@ TEST(Scene, OfOneStep_HasColoursForAllStepsUnlessItsOwnAreAskedFor) {
   EXPECT_EQ(own.range->max.extreme.value, -7);
 }
 
+TEST(Scene, OfTwoFieldsOfOneStep_HasTheFirst) {
+  ModelWriter model = tevtest::SmallModel();
+  model.AddVariable(tevtest::kSmallMesh2, Variable::Floats("Volume\x1eTime = 3", 13, 1, {1}));
+  model.AddVariable(tevtest::kSmallMesh2, Variable::Floats("Volume\x1eTime = 3", 13, 1, {1000}));
+  Shown shown(model);
+  EXPECT_EQ(shown.Take("Volume", 0, {0, 1}).range->max.extreme.value, 1);
+}
+
 TEST(Scene, OfNodesThatNoFaceUses_LeavesThemOutOfTheRange) {
   ModelWriter model = tevtest::SmallModel();
   model.VariableAt(tevtest::kSmallMesh1, 2) =

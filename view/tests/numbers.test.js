@@ -81,6 +81,14 @@ test('numbers and sizes as people read them', () => {
   assert.strictEqual(page.shortText(null), '–');
   assert.strictEqual(page.sizeText(999), '999 bytes');
   assert.strictEqual(page.sizeText(1184904), '1.18 MB');
+  assert.strictEqual(page.shortText(4294967295), '4294967295');
+  assert.strictEqual(page.sizeText(999600), '1.00 MB');
+});
+
+test('parts of one name are told apart by their ids', () => {
+  const parts = [{name: 'Arm', id: 1}, {name: 'Base', id: 2}, {name: 'Arm', id: 3}, {name: '', id: 4}];
+  assert.deepStrictEqual(parts.map((part) => page.nameOfPart(part, parts)),
+    ['Arm (id 1)', 'Base', 'Arm (id 3)', 'part 4']);
 });
 
 test('faces become triangles, lines, points, and each edge once', () => {
@@ -154,5 +162,5 @@ test('statistics are one row for each figure', () => {
     {part: 5, result: 'T', step: null, location: 'node', statistics: {notFinite: 0, magnitude: null, components: [figures]}},
     {part: 5, result: 'U', step: null, location: 'node', statistics: null}]});
   assert.deepStrictEqual(plain(rows), [['Arm', 'T', null, 'node', '1', 1, '4', 2, '[0]', 1.5, 1.6, ''],
-    ['Arm', 'U', null, 'node', 'damaged']]);
+    ['Arm', 'U', null, 'node', 'cannot be read']]);
 });

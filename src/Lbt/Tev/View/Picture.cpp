@@ -229,12 +229,13 @@ void DrawTexts(Canvas& canvas, const PictureTexts& texts, const PictureSize& siz
 /// "max 12.5 at node 7 of Arm".
 std::string TextOfEnd(const Model& model, const char* name, const Mark& mark) {
   const auto& extreme = mark.end.extreme;
+  const auto& part = model.Parts()[mark.end.field.part];
   const bool isElement = mark.end.field.field->location == Location::Element;
   const std::string place =
       extreme.id ? std::to_string(*extreme.id) : '[' + std::to_string(extreme.index) + ']';
   return std::string(name) + ' ' + Lbt::Util::ToString(extreme.value) + " at " +
-         (isElement ? "element " : "node ") + place + " of " +
-         model.Parts()[mark.end.field.part].name;
+         (isElement ? "element " : "node ") + place + " of " + part.name +
+         (part.hasNamesake ? " (id " + std::to_string(part.id) + ')' : "");
 }
 
 }  // namespace
@@ -250,7 +251,7 @@ PictureFrame FrameOf(const PictureSize& size, bool hasLegend) {
   return {.letters = letters,
           .left = 0,
           .top = 4 * letters,
-          .width = width - (hasLegend ? 9 * letters : 0),
+          .width = width - (hasLegend ? 11 * letters : 0),
           .height = height - (hasLegend ? 6.5 : 4.5) * letters};
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <numeric>
 #include <set>
 #include <utility>
@@ -105,17 +106,38 @@ void AddValues(const Model& model, const Shot& shot, std::size_t threads,
                   });
 }
 
+/// The fields of a part that colours show at any step: the first of each step, and that without a
+/// step where it stands for one.
+std::vector<const Field*> FieldsOverSteps(const Model& model, const Part& part, const Shot& shot) {
+  std::map<std::optional<std::size_t>, const Field*> fields;
+  for (const Field& field : model.FieldsOf(part)) {
+    if (shot.result && field.result == *shot.result) {
+      fields.try_emplace(field.step, &field);
+    }
+  }
+  if (!model.Steps().empty() && fields.size() > model.Steps().size()) {
+    fields.erase(std::nullopt);
+  }
+  std::vector<const Field*> shown;
+  for (const auto& [step, field] : fields) {
+    if (HasComponent(field->components, shot.component)) {
+      shown.push_back(field);
+    }
+  }
+  return shown;
+}
+
 /// The fields that the range of colours comes from.
 std::vector<FieldOfPart> ColouringFields(const Model& model, const Shot& shot,
                                          std::span<const ShownPart> parts) {
   std::vector<FieldOfPart> fields;
   for (const ShownPart& shown : parts) {
     const Field* atStep = ShownField(model, shown.part, shot);
-    for (const Field& field : model.FieldsOf(model.Parts()[shown.part])) {
-      const bool isOfResult = shot.result && field.result == *shot.result &&
-                              HasComponent(field.components, shot.component);
-      if (shot.isRangeOfStep ? &field == atStep : isOfResult) {
-        fields.push_back({shown.part, &field});
+    if (shot.isRangeOfStep && atStep != nullptr) {
+      fields.push_back({shown.part, atStep});
+    } else if (!shot.isRangeOfStep) {
+      for (const Field* field : FieldsOverSteps(model, model.Parts()[shown.part], shot)) {
+        fields.push_back({shown.part, field});
       }
     }
   }

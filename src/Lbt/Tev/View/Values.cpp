@@ -22,7 +22,8 @@ float MagnitudeOf(std::span<const float> vector) {
   for (const float number : vector) {
     sum += static_cast<double>(number) * static_cast<double>(number);
   }
-  return std::isfinite(sum) ? static_cast<float>(std::sqrt(sum))
+  constexpr double kMost = std::numeric_limits<float>::max();
+  return std::isfinite(sum) ? static_cast<float>(std::min(std::sqrt(sum), kMost))
                             : std::numeric_limits<float>::quiet_NaN();
 }
 
