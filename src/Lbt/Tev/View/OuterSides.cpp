@@ -97,7 +97,7 @@ class Solids {
     std::size_t first = 0;
     for (std::size_t element = 0; element < shapes.size(); ++element) {
       if (const auto faces = FacesOf(shapes[element]); !faces.empty()) {
-        facesOf_.at(static_cast<std::size_t>(shapes[element])) = faces;
+        shapes_.at(static_cast<std::size_t>(shapes[element])) = {faces, CornersOf(shapes[element])};
         solids_.push_back({static_cast<std::uint32_t>(first), shapes[element]});
       }
       first += mesh.lengths[element];
@@ -107,7 +107,7 @@ class Solids {
   [[nodiscard]] std::size_t Count() const { return solids_.size(); }
 
   [[nodiscard]] std::span<const SolidFace> FacesOfSolid(std::size_t solid) const {
-    return facesOf_[static_cast<std::size_t>(solids_[solid].shape)];
+    return ShapeOf(solid).faces;
   }
 
   /// From the first node of a solid on.
@@ -116,7 +116,7 @@ class Solids {
   }
 
   [[nodiscard]] bool HasRepeatedCorners(std::size_t solid) const {
-    const auto corners = NodesFrom(solid).first(CornersOf(solids_[solid].shape));
+    const auto corners = NodesFrom(solid).first(ShapeOf(solid).corners);
     bool isRepeated = false;
     for (std::size_t i = 1; i < corners.size(); ++i) {
       for (std::size_t other = 0; other < i; ++other) {
@@ -132,8 +132,17 @@ class Solids {
     CellShape shape{};
   };
 
+  struct Shape {
+    std::span<const SolidFace> faces{};
+    std::size_t corners = 0;
+  };
+
+  [[nodiscard]] const Shape& ShapeOf(std::size_t solid) const {
+    return shapes_[static_cast<std::size_t>(solids_[solid].shape)];
+  }
+
   std::span<const unsigned int> nodes_;
-  std::array<std::span<const SolidFace>, 32> facesOf_{};  // by shapes
+  std::array<Shape, 32> shapes_{};
   std::vector<Solid> solids_;
 };
 
@@ -178,15 +187,15 @@ class FaceSums {
 /// Another thread helps with large meshes where there is one.
 FaceSums SumsOf(const Solids& solids, std::size_t points, std::size_t threads) {
   constexpr std::size_t kMany = 100000;
-  const std::size_t own =
-      threads == 0 || solids.Count() < kMany ? solids.Count() : solids.Count() / 2;
-  auto others = std::async(
-      own == solids.Count() ? std::launch::deferred : std::launch::async | std::launch::deferred,
-      [&solids, points, own] { return FaceSums(solids, points, own, solids.Count()); });
-  FaceSums sums(solids, points, 0, own);
-  if (own != solids.Count()) {
-    sums.Add(others.get());
+  const std::size_t all = solids.Count();
+  if (threads == 0 || all < kMany) {
+    return {solids, points, 0, all};
   }
+  auto others = std::async(std::launch::async | std::launch::deferred, [&solids, points, all] {
+    return FaceSums(solids, points, all / 2, all);
+  });
+  FaceSums sums(solids, points, 0, all / 2);
+  sums.Add(others.get());
   return sums;
 }
 
